@@ -1,0 +1,33 @@
+#include <SentrelKit/platform/Platform.h>
+
+#include <SentrelKit/platform/Clock.h>
+
+#include <atomic>
+
+namespace sentrel::platform {
+
+namespace {
+
+std::atomic<Platform*> replacement{nullptr};
+
+void install(Platform* platform) noexcept {
+    replacement.store(platform, std::memory_order_release);
+    WallClock::setCurrent(platform ? &platform->clock() : nullptr);
+}
+
+} // namespace
+
+Platform& current() noexcept {
+    if (Platform* platform = replacement.load(std::memory_order_acquire))
+        return *platform;
+    static Platform& native = makeNative();
+    return native;
+}
+
+Override::Override(Platform& platform) noexcept : previous_(replacement.load(std::memory_order_acquire)) {
+    install(&platform);
+}
+
+Override::~Override() { install(previous_); }
+
+} // namespace sentrel::platform

@@ -1,0 +1,80 @@
+#pragma once
+
+/// One value of the kinds that the system's registries and preference files hold: nothing, bool, signed 64-bit integer,
+/// double, text, bytes, date, address, list, dictionary. A plain value: copies are deep, any thread may own one.
+
+#include <SentrelKit/Export.h>
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <variant>
+#include <vector>
+
+namespace sentrel {
+
+class SENTREL_API PropertyList {
+public:
+    using Bytes = std::vector<std::uint8_t>;
+    using List = std::vector<PropertyList>;
+    using Dictionary = std::map<std::string, PropertyList, std::less<>>;
+
+    /// A moment, in seconds since 1 January 1970 UTC.
+    struct Date {
+        double seconds = 0;
+        friend bool operator==(const Date&, const Date&) = default;
+    };
+
+    /// An address (URL) as its absolute text.
+    struct Address {
+        std::string text;
+        friend bool operator==(const Address&, const Address&) = default;
+    };
+
+    PropertyList() = default;
+    PropertyList(bool value) : value_(value) {}
+    PropertyList(int value) : value_(std::int64_t{value}) {}
+    PropertyList(std::int64_t value) : value_(value) {}
+    PropertyList(double value) : value_(value) {}
+    PropertyList(std::string value) : value_(std::move(value)) {}
+    PropertyList(std::string_view value) : value_(std::string(value)) {}
+    PropertyList(const char* value) : value_(std::string(value)) {}
+    PropertyList(Bytes value) : value_(std::move(value)) {}
+    PropertyList(Date value) : value_(value) {}
+    PropertyList(Address value) : value_(std::move(value)) {}
+    PropertyList(List value) : value_(std::move(value)) {}
+    PropertyList(Dictionary value) : value_(std::move(value)) {}
+
+    /// True when this holds no value at all.
+    [[nodiscard]] bool empty() const noexcept { return std::holds_alternative<std::monostate>(value_); }
+
+    /// The value as exactly kind T (one of the kinds above), or null when it is of another kind.
+    template <class T>
+    [[nodiscard]] const T* as() const noexcept {
+        return std::get_if<T>(&value_);
+    }
+    template <class T>
+    [[nodiscard]] T* as() noexcept {
+        return std::get_if<T>(&value_);
+    }
+
+    /// The entry of a dictionary, or null when this is no dictionary or has no such key.
+    [[nodiscard]] const PropertyList* find(std::string_view key) const noexcept {
+        const Dictionary* entries = as<Dictionary>();
+        if (!entries)
+            return nullptr;
+        const auto entry = entries->find(key);
+        return entry == entries->end() ? nullptr : &entry->second;
+    }
+
+    /// Equal kind and equal content; 1, 1.0 and true differ.
+    friend bool operator==(const PropertyList& a, const PropertyList& b) { return a.value_ == b.value_; }
+
+private:
+    std::variant<std::monostate, bool, std::int64_t, double, std::string, Bytes, Date, Address, List, Dictionary>
+        value_;
+};
+
+} // namespace sentrel

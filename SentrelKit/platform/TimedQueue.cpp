@@ -1,0 +1,95 @@
+#include <SentrelKit/platform/TimedQueue.h>
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+namespace sentrel::platform {
+
+namespace {
+
+std::int64_t addWithoutOverflow(std::int64_t a, std::int64_t b) noexcept {
+    std::int64_t sum = 0;
+    return __builtin_add_overflow(a, b, &sum) ? std::numeric_limits<std::int64_t>::max() : sum;
+}
+
+} // namespace
+
+TimedQueue::Ticker::Ticker(std::int64_t interval, Work tick)
+    : interval_(std::max<std::int64_t>(interval, 1)), tick_(std::make_shared<const Work>(std::move(tick))) {}
+
+void TimedQueue::push(Work work) { ready_.push_back(std::move(work)); }
+
+void TimedQueue::pushAt(std::int64_t deadline, Work work) {
+    schedule_.emplace(deadline, Entry{std::move(work), nullptr});
+}
+
+void TimedQueue::resume(const std::shared_ptr<Ticker>& ticker, std::int64_t now) {
+    if (ticker->resumed_)
+        return;
+    ticker->resumed_ = true;
+    ticker->deadline_ = addWithoutOverflow(now, ticker->interval_);
+    if (!ticker->running_)
+        schedule(ticker);
+}
+
+void TimedQueue::suspend(const std::shared_ptr<Ticker>& ticker) {
+    ticker->resumed_ = false;
+    unschedule(ticker);
+}
+
+std::optional<TimedQueue::Job> TimedQueue::take(std::int64_t now) {
+    Job job;
+    if (!ready_.empty()) {
+        job.work_ = std::move(ready_.front());
+        ready_.pop_front();
+        return job;
+    }
+    const auto due = schedule_.begin();
+    if (due == schedule_.end() || due->first > now)
+        return std::nullopt;
+    job.work_ = std::move(due->second.work);
+    job.ticker_ = std::move(due->second.ticker);
+    schedule_.erase(due);
+    if (Ticker* ticker = job.ticker_.get()) {
+        ticker->waiting_ = false;
+        ticker->running_ = true;
+        // Deadlines stay on the grid of the first one; those that have passed already merge into this tick.
+        const std::int64_t missed = (now - ticker->deadline_) / ticker->interval_;
+        ticker->deadline_ = addWithoutOverflow(ticker->deadline_ + missed * ticker->interval_, ticker->interval_);
+        job.tick_ = ticker->tick_;
+    }
+    return job;
+}
+
+void TimedQueue::finished(Job& job) {
+    if (!job.ticker_)
+        return;
+    job.ticker_->running_ = false;
+    if (job.ticker_->resumed_)
+        schedule(job.ticker_);
+}
+
+std::optional<std::int64_t> TimedQueue::nextDeadline(std::int64_t now) const {
+    if (!ready_.empty())
+        return now;
+    if (schedule_.empty())
+        return std::nullopt;
+    return schedule_.begin()->first;
+}
+
+void TimedQueue::schedule(const std::shared_ptr<Ticker>& ticker) {
+    ticker->waiting_ = true;
+    schedule_.emplace(ticker->deadline_, Entry{nullptr, ticker});
+}
+
+void TimedQueue::unschedule(const std::shared_ptr<Ticker>& ticker) {
+    if (!ticker->waiting_)
+        return;
+    ticker->waiting_ = false;
+    const auto [first, last] = schedule_.equal_range(ticker->deadline_);
+    const auto entry = std::find_if(first, last, [&](const auto& item) { return item.second.ticker == ticker; });
+    schedule_.erase(entry);
+}
+
+} // namespace sentrel::platform

@@ -1,0 +1,23 @@
+#include <SentrelKit/platform/linux/LinuxClock.h>
+
+#include <ctime>
+#include <sys/time.h>
+
+namespace sentrel::platform {
+
+bool LinuxClock::read(WallClockReading& reading) noexcept {
+    timeval now{};
+    if (gettimeofday(&now, nullptr) != 0)
+        return false;
+    reading.seconds = now.tv_sec;
+    reading.microseconds = static_cast<std::int32_t>(now.tv_usec);
+    return true;
+}
+
+std::int64_t LinuxClock::monotonicNanoseconds() noexcept {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return std::int64_t{now.tv_sec} * 1'000'000'000 + now.tv_nsec;
+}
+
+} // namespace sentrel::platform

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <SentrelKit/platform/Dispatch.h>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+namespace sentrel::platform {
+
+class BackgroundPool;
+class MainQueue;
+
+/// Keeps a descriptor watched; releasing it ends the watch. A callback that already runs finishes, no new one begins.
+class DescriptorWatch {
+public:
+    virtual ~DescriptorWatch() = default;
+};
+
+/// The main queue on the default GLib main context, the background queue on low-priority worker threads that start with
+/// the first use of a queue.
+class LinuxDispatch final : public Dispatch {
+public:
+    LinuxDispatch();
+    ~LinuxDispatch() override;
+
+    std::shared_ptr<DispatchQueue> mainQueue() override;
+    std::shared_ptr<DispatchQueue> backgroundQueue() override;
+    std::shared_ptr<DispatchQueue> serialQueue(const std::string& name) override;
+    void runMain(double seconds) override;
+
+    /// Calls back on the background queue whenever the descriptor has one of the epoll events (EPOLLIN, EPOLLPRI...);
+    /// calls of one watch never overlap. Starts no thread by itself: the watch is served from the first use of a queue
+    /// on. The descriptor is not owned and must stay open as long as the watch. Null, with errno set, on failure.
+    [[nodiscard]] std::unique_ptr<DescriptorWatch> watch(int descriptor, std::uint32_t events,
+                                                         std::function<void()> ready);
+
+private:
+    std::shared_ptr<BackgroundPool> pool_;
+    std::shared_ptr<MainQueue> main_;
+};
+
+} // namespace sentrel::platform

@@ -1,0 +1,51 @@
+#include <SentrelKit/platform/linux/LinuxPlatform.h>
+
+#include <SentrelKit/platform/linux/LinuxClock.h>
+#include <SentrelKit/platform/linux/LinuxDesktop.h>
+#include <SentrelKit/platform/linux/LinuxDispatch.h>
+#include <SentrelKit/platform/linux/LinuxGraphicsService.h>
+#include <SentrelKit/platform/linux/LinuxHostService.h>
+#include <SentrelKit/platform/linux/LinuxNetworkService.h>
+#include <SentrelKit/platform/linux/LinuxPowerService.h>
+#include <SentrelKit/platform/linux/LinuxPreferenceStore.h>
+#include <SentrelKit/platform/linux/LinuxProcessService.h>
+#include <SentrelKit/platform/linux/LinuxVolumeService.h>
+
+namespace sentrel::platform {
+
+struct LinuxPlatform::Services {
+    explicit Services([[maybe_unused]] const SystemRoot& root) {}
+
+    LinuxClock clock;
+    LinuxDispatch dispatch;
+    LinuxHostService host;
+    LinuxGraphicsService graphics;
+    LinuxVolumeService volumes;
+    LinuxNetworkService network;
+    LinuxPowerService power;
+    LinuxProcessService processes;
+    LinuxDesktop desktop;
+    LinuxPreferenceStore preferences;
+};
+
+LinuxPlatform::LinuxPlatform(const SystemRoot& root) : services_(std::make_unique<Services>(root)) {}
+LinuxPlatform::~LinuxPlatform() = default;
+
+Clock& LinuxPlatform::clock() noexcept { return services_->clock; }
+Dispatch& LinuxPlatform::dispatch() noexcept { return services_->dispatch; }
+HostService& LinuxPlatform::host() noexcept { return services_->host; }
+GraphicsService& LinuxPlatform::graphics() noexcept { return services_->graphics; }
+VolumeService& LinuxPlatform::volumes() noexcept { return services_->volumes; }
+NetworkService& LinuxPlatform::network() noexcept { return services_->network; }
+PowerService& LinuxPlatform::power() noexcept { return services_->power; }
+ProcessService& LinuxPlatform::processes() noexcept { return services_->processes; }
+Desktop& LinuxPlatform::desktop() noexcept { return services_->desktop; }
+PreferenceStore& LinuxPlatform::preferences() noexcept { return services_->preferences; }
+
+Platform& makeNative() {
+    // Never destroyed: background threads may use it until the process is gone.
+    static LinuxPlatform& machine = *new LinuxPlatform;
+    return machine;
+}
+
+} // namespace sentrel::platform

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <SentrelKit/platform/Desktop.h>
+
+#include <string>
+#include <vector>
+
+namespace sentrel::platform {
+
+/// A desktop that keeps what it was asked for.
+class SENTREL_API ScriptedDesktop final : public Desktop {
+public:
+    [[nodiscard]] std::string defaultSoundName() const override { return "default"; }
+    void presentWhileFrontmost() override { presentsWhileFrontmost = true; }
+    void deliver(const UserNotification& notification) override {
+        delivered.push_back(notification);
+        presentedWhileFrontmost.push_back(presentsWhileFrontmost);
+    }
+    bool openAddress(const std::string& address) override {
+        opened.push_back(address);
+        return opens;
+    }
+
+    std::vector<UserNotification> delivered;
+    std::vector<bool> presentedWhileFrontmost; ///< for each delivery, whether it shows while the host is in front
+    std::vector<std::string> opened;
+    bool presentsWhileFrontmost = false;
+    bool opens = true; ///< what openAddress answers
+};
+
+} // namespace sentrel::platform

@@ -1,0 +1,64 @@
+#pragma once
+
+/// Queues on a virtual clock. Nothing runs by itself: the test advances the clock, and everything that is due runs on
+/// the test's own thread, in the order of its deadlines. One thread only.
+
+#include <SentrelKit/platform/Clock.h>
+#include <SentrelKit/platform/Dispatch.h>
+
+#include <memory>
+#include <vector>
+
+namespace sentrel::platform {
+
+class ScriptedQueue;
+
+/// A wall clock and a monotonic clock that move together when told to.
+class SENTREL_API ScriptedClock final : public Clock {
+public:
+    bool read(WallClockReading& reading) noexcept override;
+    std::int64_t monotonicNanoseconds() noexcept override { return monotonic_; }
+
+    /// Sets the wall clock alone, as an administrator would. Microseconds since the epoch.
+    void setWallMicroseconds(std::int64_t microseconds) noexcept { wallOffset_ = microseconds * 1000 - monotonic_; }
+
+    /// Makes reading the wall clock fail (errno EFAULT) or work again.
+    void setReadable(bool readable) noexcept { readable_ = readable; }
+
+private:
+    friend class ScriptedDispatch;
+    std::int64_t monotonic_ = 0;
+    std::int64_t wallOffset_ = 1'500'000'000'000'000'000; ///< 14 July 2017, 02:40 UTC
+    bool readable_ = true;
+};
+
+class SENTREL_API ScriptedDispatch final : public Dispatch {
+public:
+    explicit ScriptedDispatch(ScriptedClock& clock);
+    ~ScriptedDispatch() override;
+
+    std::shared_ptr<DispatchQueue> mainQueue() override;
+    std::shared_ptr<DispatchQueue> backgroundQueue() override;
+    std::shared_ptr<DispatchQueue> serialQueue(const std::string& name) override;
+
+    /// As `advance`.
+    void runMain(double seconds) override { advance(seconds); }
+
+    /// Moves the clock on by so many seconds, running everything that comes due on the way at its time.
+    void advance(double seconds);
+
+    /// Runs what is ready at this moment, and what that makes ready, without moving the clock.
+    void runPending() { advance(0); }
+
+    /// The queue whose closure runs now, or null outside of any.
+    [[nodiscard]] const DispatchQueue* currentQueue() const noexcept { return running_; }
+
+private:
+    ScriptedClock& clock_;
+    std::shared_ptr<ScriptedQueue> main_;
+    std::shared_ptr<ScriptedQueue> background_;
+    std::vector<std::weak_ptr<ScriptedQueue>> queues_;
+    const DispatchQueue* running_ = nullptr;
+};
+
+} // namespace sentrel::platform

@@ -1,0 +1,51 @@
+#pragma once
+
+/// A whole machine made of values, with a virtual clock and virtual queues: for tests of models and of widgets, and for
+/// demos. Its services answer what they were told to and can be made to fail. One thread only, unless a service says
+/// otherwise.
+
+#include <SentrelKit/platform/Platform.h>
+#include <SentrelKit/platform/scripted/ScriptedDesktop.h>
+#include <SentrelKit/platform/scripted/ScriptedDispatch.h>
+#include <SentrelKit/platform/scripted/ScriptedGraphicsService.h>
+#include <SentrelKit/platform/scripted/ScriptedHostService.h>
+#include <SentrelKit/platform/scripted/ScriptedNetworkService.h>
+#include <SentrelKit/platform/scripted/ScriptedPowerService.h>
+#include <SentrelKit/platform/scripted/ScriptedPreferenceStore.h>
+#include <SentrelKit/platform/scripted/ScriptedProcessService.h>
+#include <SentrelKit/platform/scripted/ScriptedVolumeService.h>
+
+namespace sentrel::platform {
+
+class SENTREL_API ScriptedPlatform final : public Platform {
+public:
+    ScriptedPlatform() = default;
+
+    ScriptedClock& clock() noexcept override { return clock_; }
+    ScriptedDispatch& dispatch() noexcept override { return dispatch_; }
+    ScriptedHostService& host() noexcept override { return host_; }
+    ScriptedGraphicsService& graphics() noexcept override { return graphics_; }
+    ScriptedVolumeService& volumes() noexcept override { return volumes_; }
+    ScriptedNetworkService& network() noexcept override { return network_; }
+    ScriptedPowerService& power() noexcept override { return power_; }
+    ScriptedProcessService& processes() noexcept override { return processes_; }
+    ScriptedDesktop& desktop() noexcept override { return desktop_; }
+    ScriptedPreferenceStore& preferences() noexcept override { return preferences_; }
+
+    /// Moves the virtual clock on by so many seconds; what comes due runs on this thread.
+    void advance(double seconds) { dispatch_.advance(seconds); }
+
+private:
+    ScriptedClock clock_;
+    ScriptedDispatch dispatch_{clock_};
+    ScriptedHostService host_;
+    ScriptedGraphicsService graphics_;
+    ScriptedVolumeService volumes_;
+    ScriptedNetworkService network_;
+    ScriptedPowerService power_;
+    ScriptedProcessService processes_;
+    ScriptedDesktop desktop_;
+    ScriptedPreferenceStore preferences_;
+};
+
+} // namespace sentrel::platform
