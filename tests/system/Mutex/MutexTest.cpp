@@ -33,6 +33,17 @@ extern "C" int pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexatt
 namespace sentrel {
 namespace {
 
+#if defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+#define SENTREL_TEST_THREAD_SANITIZER
+#endif
+#endif
+#ifdef SENTREL_TEST_THREAD_SANITIZER
+constexpr bool underThreadSanitizer = true;
+#else
+constexpr bool underThreadSanitizer = false;
+#endif
+
 std::unique_ptr<Mutex> makeErrorCheckingMutex() {
     initialisation = Initialisation::errorChecking;
     auto mutex = std::make_unique<Mutex>();
@@ -68,10 +79,17 @@ TEST(Mutex, GivesTheLockBackWhenTheClosureThrowsAndPassesTheExceptionOn) {
     EXPECT_TRUE(mutex->unlock());
 }
 
-TEST(Mutex, ReportsARefusedLockAndUnlockWithoutStopping) {
+TEST(Mutex, ReportsARefusedUnlockWithoutStopping) {
+    if (underThreadSanitizer)
+        GTEST_SKIP() << "the thread sanitizer reports the very misuse that this test is about";
+    const auto mutex = makeErrorCheckingMutex();
+    const auto refused = [&]() SENTREL_NO_THREAD_SAFETY_ANALYSIS { EXPECT_FALSE(mutex->unlock()); };
+    refused();
+}
+
+TEST(Mutex, ReportsARefusedLockWithoutStopping) {
     const auto mutex = makeErrorCheckingMutex();
     const auto refused = [&]() SENTREL_NO_THREAD_SAFETY_ANALYSIS {
-        EXPECT_FALSE(mutex->unlock());
         EXPECT_TRUE(mutex->lock());
         EXPECT_FALSE(mutex->lock());
         EXPECT_TRUE(mutex->unlock());
