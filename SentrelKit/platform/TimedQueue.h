@@ -4,6 +4,8 @@
 /// lock, no thread and no clock; its owner passes the time in (nanoseconds of any clock that never steps back) and
 /// guards every call with one lock.
 
+#include <SentrelKit/Export.h>
+
 #include <cstdint>
 #include <deque>
 #include <functional>
@@ -13,12 +15,12 @@
 
 namespace sentrel::platform {
 
-class TimedQueue {
+class SENTREL_API TimedQueue {
 public:
     using Work = std::function<void()>;
 
     /// A repeating timer's state. Shared between its owner and a tick that runs.
-    class Ticker {
+    class SENTREL_API Ticker {
     public:
         Ticker(std::int64_t interval, Work tick);
 

@@ -1,6 +1,7 @@
 #include <SentrelKit/platform/linux/LinuxClock.h>
 
-#include <ctime>
+#include <SentrelKit/platform/linux/MonotonicTime.h>
+
 #include <sys/time.h>
 
 namespace sentrel::platform {
@@ -15,9 +16,7 @@ bool LinuxClock::read(WallClockReading& reading) noexcept {
 }
 
 std::int64_t LinuxClock::monotonicNanoseconds() noexcept {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return std::int64_t{now.tv_sec} * 1'000'000'000 + now.tv_nsec;
+    return monotonicNow();
 }
 
 } // namespace sentrel::platform

@@ -38,6 +38,7 @@ public:
 private:
     std::shared_ptr<BackgroundPool> pool_;
     std::shared_ptr<MainQueue> main_;
+    std::shared_ptr<DispatchQueue> background_;
 };
 
 } // namespace sentrel::platform

@@ -1,6 +1,6 @@
 #include <SentrelKit/platform/scripted/ScriptedDispatch.h>
 
-#include <SentrelKit/platform/TimedQueue.h>
+#include <SentrelKit/platform/QueueTimer.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -30,7 +30,10 @@ public:
 
     std::unique_ptr<RepeatingTimer> makeTimer(std::int64_t nanoseconds, std::function<void()> tick) override;
 
-    std::int64_t now() { return clock_.monotonicNanoseconds(); }
+    void resume(const std::shared_ptr<TimedQueue::Ticker>& ticker) {
+        queue.resume(ticker, clock_.monotonicNanoseconds());
+    }
+    void suspend(const std::shared_ptr<TimedQueue::Ticker>& ticker) { queue.suspend(ticker); }
 
     TimedQueue queue;
 
@@ -38,38 +41,23 @@ private:
     ScriptedClock& clock_;
 };
 
-namespace {
-
-class ScriptedTimer final : public RepeatingTimer {
-public:
-    ScriptedTimer(std::shared_ptr<ScriptedQueue> queue, std::int64_t interval, std::function<void()> tick)
-        : queue_(std::move(queue)), ticker_(std::make_shared<TimedQueue::Ticker>(interval, std::move(tick))) {}
-    ~ScriptedTimer() override { suspend(); }
-
-    void resume() override { queue_->queue.resume(ticker_, queue_->now()); }
-    void suspend() override { queue_->queue.suspend(ticker_); }
-    void cancel() override { suspend(); }
-
-private:
-    std::shared_ptr<ScriptedQueue> queue_;
-    std::shared_ptr<TimedQueue::Ticker> ticker_;
-};
-
-} // namespace
-
 std::unique_ptr<RepeatingTimer> ScriptedQueue::makeTimer(std::int64_t nanoseconds, std::function<void()> tick) {
-    return std::make_unique<ScriptedTimer>(shared_from_this(), nanoseconds, std::move(tick));
+    return std::make_unique<QueueTimer<ScriptedQueue>>(shared_from_this(), nanoseconds, std::move(tick));
 }
 
 ScriptedDispatch::ScriptedDispatch(ScriptedClock& clock)
-    : clock_(clock), main_(std::make_shared<ScriptedQueue>(clock)), background_(std::make_shared<ScriptedQueue>(clock)),
-      queues_{main_, background_} {}
+    : clock_(clock), main_(std::make_shared<ScriptedQueue>(clock)),
+      background_(std::make_shared<ScriptedQueue>(clock)), queues_{main_, background_} {}
 
 ScriptedDispatch::~ScriptedDispatch() = default;
 
-std::shared_ptr<DispatchQueue> ScriptedDispatch::mainQueue() { return main_; }
+std::shared_ptr<DispatchQueue> ScriptedDispatch::mainQueue() {
+    return main_;
+}
 
-std::shared_ptr<DispatchQueue> ScriptedDispatch::backgroundQueue() { return background_; }
+std::shared_ptr<DispatchQueue> ScriptedDispatch::backgroundQueue() {
+    return background_;
+}
 
 std::shared_ptr<DispatchQueue> ScriptedDispatch::serialQueue(const std::string& /*name*/) {
     auto queue = std::make_shared<ScriptedQueue>(clock_);
