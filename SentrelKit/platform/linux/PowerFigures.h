@@ -25,38 +25,45 @@ struct PowerFigures {
 /// A battery counts as discharging when its status says so, or when its status is not known and no adapter is
 /// connected.
 ///
-/// | description of a source    | conversion; the two flags and the two times are all that an empty bay has | |
-/// -------------------------- | ------------------------------------------------------------------------------------ |
-/// | "BatteryHealthCondition"   | `health`; missing where there is none | | "Is Charged"               | status "Full"
-/// | | "Is Charging"              | status "Charging" | | "Current"                  | `current`, else `power` ÷
-/// `voltage` (the design's without one), to nearest mA;       | |                            | negative while
-/// discharging, whatever the driver's sign                               | | "Current Capacity",        | the first
-/// complete pair of: `chargeNow`, `chargeFull`; `energyNow`, `energyFull`;    | | "Max Capacity"             |
-/// `percent`, 100. The first never exceeds the second (a fresh battery may, 102 %)      | | "Time to Empty" | 0 unless
-/// discharging; `timeToEmpty` to nearest minute; else what remains ÷ rate (a); | |                            | else -1
-/// | | "Time to Full Charge"      | 0 unless charging; `timeToFull` to nearest minute; else what is missing ÷ rate (a);
-/// | |                            | else -1 |
+/// | description of a source    | conversion; an empty bay has the two flags and the two times only                |
+/// | -------------------------- | -------------------------------------------------------------------------------- |
+/// | "BatteryHealthCondition"   | `health`; missing where there is none                                            |
+/// | "Is Charged"               | status "Full"                                                                    |
+/// | "Is Charging"              | status "Charging"                                                                |
+/// | "Current"                  | `current`, else `power` ÷ `voltage` (the design's without one), to nearest mA;   |
+/// |                            | negative while discharging, whatever the driver's sign                           |
+/// | "Current Capacity",        | the first complete pair of: `chargeNow`, `chargeFull`; `energyNow`,              |
+/// | "Max Capacity"             | `energyFull`; `percent`, 100. The first of a pair never exceeds the second (a    |
+/// |                            | fresh battery may, 102 %)                                                        |
+/// | "Time to Empty"            | 0 unless discharging; `timeToEmpty` to nearest minute; else what remains ÷       |
+/// |                            | rate (a); else -1                                                                |
+/// | "Time to Full Charge"      | 0 unless charging; `timeToFull` to nearest minute; else what is missing ÷        |
+/// |                            | rate (a); else -1                                                                |
 ///
 /// (a) `energyNow` (`energyFull` less it) ÷ `power` where the driver gives both; else "CurrentCapacity" ("MaxCapacity"
 /// less it) ÷ "Current". A rate below 100 mW or 10 mA is the gauge's noise, and a time of 65535 minutes or more (0xFFFF
 /// of smart batteries) is none: then the time cannot be known.
 ///
-/// | property of the battery    | conversion; the first two are all that an empty bay has | |
-/// -------------------------- | ------------------------------------------------------------------------------------ |
-/// | "BatteryInstalled"         | `present` | | "ExternalConnected"        | an adapter is connected; missing while not
-/// known                                     | | "IsCharging"               | status "Charging" | | "CurrentCapacity"
-/// | `chargeNow`; else `energyNow` ÷ `voltageDesign`; else `percent` of "MaxCapacity";    | | | to nearest mAh | |
-/// "MaxCapacity"              | `chargeFull`; else `energyFull` ÷ `voltageDesign`; to nearest mAh                    |
-/// | "DesignCapacity"           | `chargeDesign`; else `energyDesign` ÷ `voltageDesign`; to nearest mAh | |
-/// "CycleCount"               | `cycles`                                                                             |
-/// | "DesignCycleCount9C"       | no driver tells it: missing | | "Voltage"                  | `voltage` to nearest mV
-/// | | "Temperature"              | `temperature` × 10, tenths to hundredths of a degree | | "ManufactureDate" |
-/// (`madeYear` - 1980) × 512 + `madeMonth` × 32 + `madeDay`; missing without a year     | | | and for 0 |
+/// | property of the battery    | conversion; an empty bay has the first two only                                  |
+/// | -------------------------- | -------------------------------------------------------------------------------- |
+/// | "BatteryInstalled"         | `present`                                                                        |
+/// | "ExternalConnected"        | an adapter is connected; missing while not known                                 |
+/// | "IsCharging"               | status "Charging"                                                                |
+/// | "CurrentCapacity"          | `chargeNow`; else `energyNow` ÷ `voltageDesign`; else `percent` of               |
+/// |                            | "MaxCapacity"; to nearest mAh                                                    |
+/// | "MaxCapacity"              | `chargeFull`; else `energyFull` ÷ `voltageDesign`; to nearest mAh                |
+/// | "DesignCapacity"           | `chargeDesign`; else `energyDesign` ÷ `voltageDesign`; to nearest mAh            |
+/// | "CycleCount"               | `cycles`                                                                         |
+/// | "DesignCycleCount9C"       | no driver tells it: missing                                                      |
+/// | "Voltage"                  | `voltage` to nearest mV                                                          |
+/// | "Temperature"              | `temperature` × 10, tenths to hundredths of a degree                             |
+/// | "ManufactureDate"          | (`madeYear` - 1980) × 512 + `madeMonth` × 32 + `madeDay`; missing without a      |
+/// |                            | year, and for 0                                                                  |
 ///
-/// | detail of the adapter      | conversion; there are details only while an adapter is online | |
-/// -------------------------- | ------------------------------------------------------------------------------------ |
-/// | "Watts"                    | `voltage` × `current` to nearest W, the largest of the adapters online; missing if |
-/// |                            | none tells both |
+/// | detail of the adapter      | conversion; there are details only while an adapter is online                    |
+/// | -------------------------- | -------------------------------------------------------------------------------- |
+/// | "Watts"                    | `voltage` × `current` to nearest W, the largest of the adapters online; missing  |
+/// |                            | if none tells both                                                               |
 [[nodiscard]] PowerFigures powerFigures(const PowerSupplies& supplies);
 
 } // namespace sentrel::platform
