@@ -14,7 +14,7 @@
 namespace sentrel::platform {
 
 struct LinuxPlatform::Services {
-    explicit Services(const SystemRoot& root) : host(root), graphics(root) {}
+    explicit Services(const SystemRoot& root) : host(root), graphics(root), power(root) {}
 
     LinuxClock clock;
     LinuxDispatch dispatch;
