@@ -14,7 +14,7 @@
 namespace sentrel::platform {
 
 struct LinuxPlatform::Services {
-    explicit Services(const SystemRoot& root) : power(root) {}
+    explicit Services(const SystemRoot& root) : network(root, dispatch), power(root), desktop(dispatch) {}
 
     LinuxClock clock;
     LinuxDispatch dispatch;
