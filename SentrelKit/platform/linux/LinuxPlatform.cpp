@@ -14,17 +14,18 @@
 namespace sentrel::platform {
 
 struct LinuxPlatform::Services {
-    explicit Services(const SystemRoot& root) : host(root), graphics(root), power(root) {}
+    explicit Services(const SystemRoot& systemRoot) : root(systemRoot) {}
 
+    SystemRoot root;
     LinuxClock clock;
     LinuxDispatch dispatch;
-    LinuxHostService host;
-    LinuxGraphicsService graphics;
+    LinuxHostService host{root};
+    LinuxGraphicsService graphics{root};
     LinuxVolumeService volumes;
-    LinuxNetworkService network;
-    LinuxPowerService power;
+    LinuxNetworkService network{root, dispatch};
+    LinuxPowerService power{root};
     LinuxProcessService processes;
-    LinuxDesktop desktop;
+    LinuxDesktop desktop{dispatch};
     LinuxPreferenceStore preferences;
 };
 
