@@ -2,6 +2,8 @@
 
 #include <SentrelKit/Export.h>
 
+#include <memory>
+
 namespace sentrel::platform {
 
 /// An open conversation with the system about disks.
@@ -13,6 +15,7 @@ public:
 class SENTREL_API VolumeService {
 public:
     virtual ~VolumeService() = default;
+    [[nodiscard]] virtual std::unique_ptr<DiskSession> openSession() { return std::make_unique<DiskSession>(); }
 };
 
 } // namespace sentrel::platform
