@@ -1,14 +1,15 @@
 #include <SentrelKit/system/Battery.h>
 
+#include "tests/support/MainLoop.h"
 #include "tests/support/PowerMachine.h"
 #include "tests/support/TimeZone.h"
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
-#include <glib.h>
 #include <iterator>
 #include <map>
 #include <memory>
@@ -22,6 +23,9 @@
 namespace sentrel {
 namespace {
 
+// A notice is looked at 100 ms after it came.
+constexpr std::chrono::milliseconds pastSettling{150};
+
 constexpr std::int64_t noonOf13March2024 = 1'710'331'200;
 
 // A mocked machine of fixtures/battery, with the default GLib main context as its loop.
@@ -32,21 +36,6 @@ protected:
         if (!preloaded || !std::strstr(preloaded, "umockdev"))
             GTEST_SKIP() << "not run under umockdev-wrapper";
         testbed_.reset(umockdev_testbed_new());
-    }
-
-    // Runs the loop until the condition holds; false if that takes longer than a test may take.
-    template <class Condition>
-    static bool await(const Condition& condition) {
-        const gint64 bound = g_get_monotonic_time() + 30'000'000;
-        GSource* ticking = g_timeout_source_new(20);
-        g_source_set_callback(
-            ticking, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr, nullptr);
-        g_source_attach(ticking, nullptr);
-        while (!condition() && g_get_monotonic_time() < bound)
-            g_main_context_iteration(nullptr, TRUE);
-        g_source_destroy(ticking);
-        g_source_unref(ticking);
-        return condition();
     }
 
     void load(const std::string& machine) {
@@ -135,7 +124,7 @@ TEST_F(BatteryUevents, OfAPlugAndAnUnplugGiveOneEventEachWithTheFiguresAlreadyUp
     set("BAT0", "current_now", "2000000");
     notify("AC", "change");
     notify("BAT0", "change");
-    ASSERT_TRUE(await([&] { return events.seen.size() == 1; }));
+    ASSERT_TRUE(serveUntil([&] { return events.seen.size() == 1; }));
     EXPECT_EQ(battery.timeRemaining(), "0:35 until charged"); // (3900 - 2730) / 2000 h
 
     set("AC", "online", "0");
@@ -143,7 +132,7 @@ TEST_F(BatteryUevents, OfAPlugAndAnUnplugGiveOneEventEachWithTheFiguresAlreadyUp
     set("BAT0", "current_now", "1500000");
     notify("AC", "change");
     notify("BAT0", "change");
-    ASSERT_TRUE(await([&] { return events.seen.size() == 2; }));
+    ASSERT_TRUE(serveUntil([&] { return events.seen.size() == 2; }));
     EXPECT_EQ(events.seen, (std::vector<std::string>{"70 %, 2000 mA, 0 W, mains", "70 %, -1500 mA, 0 W, battery"}));
 }
 
@@ -154,12 +143,11 @@ TEST_F(BatteryUevents, ThatChangeNoFigureGiveNoEvent) {
     for (int i = 0; i < 3; ++i) {
         notify("BAT0", "change");
         // The settling time of each notice passes before the next.
-        const gint64 then = g_get_monotonic_time() + 150'000;
-        ASSERT_TRUE(await([&] { return g_get_monotonic_time() > then; }));
+        serveFor(pastSettling);
     }
     set("BAT0", "charge_now", "1950000");
     notify("BAT0", "change");
-    ASSERT_TRUE(await([&] { return !events.seen.empty(); }));
+    ASSERT_TRUE(serveUntil([&] { return !events.seen.empty(); }));
     EXPECT_EQ(events.seen, (std::vector<std::string>{"50 %, -1365 mA, 0 W, battery"}));
 }
 
@@ -172,12 +160,12 @@ TEST_F(BatteryUevents, OfAUsbCAdapterTellItsWatts) {
     set("tcpm-source-psy-5-004e", "online", "0");
     set("gauge-battery", "status", "Discharging");
     notify("tcpm-source-psy-5-004e", "change");
-    ASSERT_TRUE(await([&] { return events.seen.size() == 1; }));
+    ASSERT_TRUE(serveUntil([&] { return events.seen.size() == 1; }));
     set("tcpm-source-psy-5-004e", "online", "1");
     set("tcpm-source-psy-5-004e", "voltage_max", "15000000");
     set("gauge-battery", "status", "Charging");
     notify("tcpm-source-psy-5-004e", "change");
-    ASSERT_TRUE(await([&] { return events.seen.size() == 2; }));
+    ASSERT_TRUE(serveUntil([&] { return events.seen.size() == 2; }));
     EXPECT_EQ(events.seen, (std::vector<std::string>{"62 %, -850 mA, 0 W, battery", "62 %, 850 mA, 45 W, mains"}));
 }
 
@@ -187,13 +175,13 @@ TEST_F(BatteryUevents, OfABatteryThatIsPulledAndPutBackTellOfTheEmptyBay) {
     Events events(battery);
 
     pull("BAT0");
-    ASSERT_TRUE(await([&] { return events.seen.size() == 1; }));
+    ASSERT_TRUE(serveUntil([&] { return events.seen.size() == 1; }));
     EXPECT_TRUE(battery.hasBattery());
 
     add("P: /devices/virtual/power_supply/BAT0\nE: SUBSYSTEM=power_supply\nA: type=Battery\nA: status=Discharging\n"
         "A: present=1\nA: charge_full=3900000\nA: charge_now=3120000\nA: current_now=780000\n");
     notify("BAT0", "add");
-    ASSERT_TRUE(await([&] { return events.seen.size() == 2; }));
+    ASSERT_TRUE(serveUntil([&] { return events.seen.size() == 2; }));
     // Meant: an empty bay has no full charge to compare with, so its percent is the smallest integer.
     EXPECT_EQ(events.seen, (std::vector<std::string>{"-2147483648 %, 0 mA, 0 W, battery, not installed",
                                                      "80 %, -780 mA, 0 W, battery"}));
@@ -206,7 +194,7 @@ TEST_F(BatteryUevents, OfABayThatReportsItselfEmptyTellTheSame) {
     Events events(battery);
     set("BAT0", "present", "0");
     notify("BAT0", "change");
-    ASSERT_TRUE(await([&] { return events.seen.size() == 1; }));
+    ASSERT_TRUE(serveUntil([&] { return events.seen.size() == 1; }));
     EXPECT_FALSE(battery.installed());
     EXPECT_EQ(battery.currentCapacity(), 2730); // the last figures stay
 }
@@ -216,7 +204,7 @@ TEST_F(BatteryUevents, LetTheSecondBatteryTakeOverWhenTheFirstIsPulled) {
     Battery battery;
     Events events(battery);
     pull("BAT0");
-    ASSERT_TRUE(await([&] { return events.seen.size() == 1; }));
+    ASSERT_TRUE(serveUntil([&] { return events.seen.size() == 1; }));
     EXPECT_EQ(events.seen, (std::vector<std::string>{"50 %, -500 mA, 0 W, battery"})); // 5.9 W / 11.8 V
     EXPECT_EQ(battery.cycleCount(), 187);
     EXPECT_EQ(battery.timeRemaining(), "1:50 remaining"); // 10.8 Wh / 5.9 W = 1.83 h
@@ -230,8 +218,7 @@ TEST_F(BatteryUevents, OfAMouseGiveNoEvent) {
     Events events(battery);
     set("hidpp_battery_0", "capacity", "50");
     notify("hidpp_battery_0", "change");
-    const gint64 then = g_get_monotonic_time() + 150'000;
-    ASSERT_TRUE(await([&] { return g_get_monotonic_time() > then; }));
+    serveFor(pastSettling);
     EXPECT_TRUE(events.seen.empty());
 }
 
@@ -248,7 +235,7 @@ TEST_F(BatteryUevents, ReachNoListenerWhoseOwnerDiesDuringTheDelivery) {
     battery.onBatteryChanged().listen(second, [&] { delivered.push_back(2); });
     set("AC", "online", "1");
     notify("AC", "change");
-    ASSERT_TRUE(await([&] { return !delivered.empty(); }));
+    ASSERT_TRUE(serveUntil([&] { return !delivered.empty(); }));
     EXPECT_EQ(delivered, std::vector<int>{1});
 }
 
@@ -262,12 +249,9 @@ TEST_F(BatteryUevents, AreDeliveredOnTheContextThatTheRegisteringThreadPushed) {
 
     set("AC", "online", "1");
     notify("AC", "change");
-    const gint64 then = g_get_monotonic_time() + 150'000;
-    ASSERT_TRUE(await([&] { return g_get_monotonic_time() > then; }));
+    serveFor(pastSettling);
     EXPECT_TRUE(events.seen.empty()) << "the global default context was served";
-    while (events.seen.empty())
-        g_main_context_iteration(own, TRUE);
-    EXPECT_EQ(events.seen.size(), 1u);
+    EXPECT_TRUE(serveUntil([&] { return events.seen.size() == 1; }, own));
     g_main_context_unref(own);
 }
 

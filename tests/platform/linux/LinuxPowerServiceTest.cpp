@@ -1,5 +1,6 @@
 #include <SentrelKit/platform/linux/LinuxPowerService.h>
 
+#include "tests/support/MainLoop.h"
 #include "tests/support/PowerMachine.h"
 
 #include <gtest/gtest.h>
@@ -20,20 +21,9 @@ void count(void* counter) {
     ++*static_cast<std::atomic<int>*>(counter);
 }
 
-// Runs a loop until the condition holds; false if that takes longer than a test may take.
-template <class Condition>
-bool await(const Condition& condition, GMainContext* context = nullptr) {
-    const auto bound = std::chrono::steady_clock::now() + 30s;
-    while (!condition() && std::chrono::steady_clock::now() < bound)
-        if (!g_main_context_iteration(context, FALSE))
-            std::this_thread::sleep_for(1ms);
-    return condition();
-}
-
 // Serves the default context so long that a quick change source looks many times.
 void serveForManyLooks() {
-    const auto then = std::chrono::steady_clock::now() + 100ms;
-    EXPECT_TRUE(await([&] { return std::chrono::steady_clock::now() > then; }));
+    serveFor(100ms);
 }
 
 TEST(LinuxPowerService, AnswersThroughTheSeam) {
@@ -79,13 +69,13 @@ TEST(LinuxPowerChanges, AreFoundByTheCoarseTimerWithoutANotice) {
     std::atomic<int> changes{0};
     EXPECT_TRUE(service.addChangeSource(count, &changes));
     tree.set("BAT0", "charge_now", "2700000\n");
-    EXPECT_TRUE(await([&] { return changes == 1; }));
+    EXPECT_TRUE(serveUntil([&] { return changes == 1; }));
     tree.set("BAT0", "cycle_count", "313\n");
-    EXPECT_TRUE(await([&] { return changes == 2; }));
+    EXPECT_TRUE(serveUntil([&] { return changes == 2; }));
     tree.remove("BAT0");
-    EXPECT_TRUE(await([&] { return changes == 3; }));
+    EXPECT_TRUE(serveUntil([&] { return changes == 3; }));
     tree.set("BAT0", "type", "Battery\n");
-    EXPECT_TRUE(await([&] { return changes == 4; }));
+    EXPECT_TRUE(serveUntil([&] { return changes == 4; }));
 }
 
 TEST(LinuxPowerChanges, AreOnlyThoseOfAFigure) {
@@ -119,7 +109,7 @@ TEST(LinuxPowerChanges, ReachEverySourceThatWasAdded) {
     service.addChangeSource(count, &first);
     service.addChangeSource(count, &second);
     tree.set("AC", "online", "1\n");
-    EXPECT_TRUE(await([&] { return first == 1 && second == 1; }));
+    EXPECT_TRUE(serveUntil([&] { return first == 1 && second == 1; }));
 }
 
 TEST(LinuxPowerChanges, EndWithTheService) {
@@ -143,7 +133,7 @@ TEST(LinuxPowerChanges, OutliveTheContextTheyWereAddedTo) {
     service.addChangeSource(count, &changes);
     g_main_context_pop_thread_default(own);
     tree.set("AC", "online", "1\n");
-    EXPECT_TRUE(await([&] { return changes == 1; }, own));
+    EXPECT_TRUE(serveUntil([&] { return changes == 1; }, own));
     g_main_context_unref(own);
 }
 
@@ -158,7 +148,7 @@ TEST(LinuxPowerChanges, CrossFromTheRegisteringThreadToTheOneThatRunsTheLoop) {
             service.addChangeSource(count, &changes);
             tree.set("AC", "online", "1\n");
         });
-        EXPECT_TRUE(await([&] { return changes == 1; }));
+        EXPECT_TRUE(serveUntil([&] { return changes == 1; }));
         registering.join();
     }
 }
@@ -167,7 +157,7 @@ TEST(LinuxPowerChanges, EndSafelyWhileTheLoopRunsOnAnotherThread) {
     const PowerSupplyTree tree("charge-laptop");
     std::atomic<int> changes{0};
     std::atomic<bool> done{false};
-    std::thread loop([&] { EXPECT_TRUE(await([&] { return done.load(); })); });
+    std::thread loop([&] { EXPECT_TRUE(serveUntil([&] { return done.load(); })); });
     for (int round = 0; round < 50; ++round) {
         LinuxPowerService service(tree.root(), {.settling = 1ms, .polling = 1ms});
         service.addChangeSource(count, &changes);
