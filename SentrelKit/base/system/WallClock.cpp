@@ -29,6 +29,8 @@ WallClock& WallClock::current() noexcept {
     return clock ? *clock : system;
 }
 
-void WallClock::setCurrent(WallClock* clock) noexcept { replacement.store(clock, std::memory_order_release); }
+void WallClock::setCurrent(WallClock* clock) noexcept {
+    replacement.store(clock, std::memory_order_release);
+}
 
 } // namespace sentrel

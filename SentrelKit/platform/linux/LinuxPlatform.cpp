@@ -14,7 +14,7 @@
 namespace sentrel::platform {
 
 struct LinuxPlatform::Services {
-    explicit Services([[maybe_unused]] const SystemRoot& root) {}
+    explicit Services(const SystemRoot& root) : power(root) {}
 
     LinuxClock clock;
     LinuxDispatch dispatch;
