@@ -24,7 +24,7 @@ struct LinuxPlatform::Services {
     LinuxVolumeService volumes;
     LinuxNetworkService network{root, dispatch};
     LinuxPowerService power{root};
-    LinuxProcessService processes;
+    LinuxProcessService processes{root};
     LinuxDesktop desktop{dispatch};
     LinuxPreferenceStore preferences;
 };
