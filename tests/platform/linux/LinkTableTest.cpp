@@ -1,6 +1,6 @@
 #include <SentrelKit/platform/linux/LinkTable.h>
 
-#include "support/NetlinkMessage.h"
+#include "tests/support/NetlinkMessage.h"
 
 #include <arpa/inet.h>
 #include <gtest/gtest.h>

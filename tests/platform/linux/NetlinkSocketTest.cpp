@@ -1,6 +1,6 @@
 #include <SentrelKit/platform/linux/NetlinkSocket.h>
 
-#include "support/NetlinkMessage.h"
+#include "tests/support/NetlinkMessage.h"
 
 #include <cerrno>
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 #include <SentrelKit/platform/linux/ResolverFile.h>
 
-#include "support/TemporaryFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <filesystem>
 #include <gmock/gmock.h>

@@ -1,6 +1,6 @@
 #include <SentrelKit/platform/linux/WirelessQuery.h>
 
-#include "support/NetlinkMessage.h"
+#include "tests/support/NetlinkMessage.h"
 
 #include <gtest/gtest.h>
 #include <linux/genetlink.h>
