@@ -51,20 +51,26 @@ NetworkNamespace::NetworkNamespace() {
     ip("link set lo up");
 }
 
-NetworkNamespace::~NetworkNamespace() { ::close(descriptor_); }
+NetworkNamespace::~NetworkNamespace() {
+    ::close(descriptor_);
+}
 
 std::string NetworkNamespace::path() const {
     return "/proc/" + std::to_string(::getpid()) + "/fd/" + std::to_string(descriptor_);
 }
 
-NetworkNamespace::Scope::Scope(const NetworkNamespace& space) : before_(openCurrent()) { enter(space.descriptor_); }
+NetworkNamespace::Scope::Scope(const NetworkNamespace& space) : before_(openCurrent()) {
+    enter(space.descriptor_);
+}
 
 NetworkNamespace::Scope::~Scope() {
     ::setns(before_, CLONE_NEWNET);
     ::close(before_);
 }
 
-void NetworkNamespace::ip(const std::string& arguments) const { ipBatch(arguments + "\n"); }
+void NetworkNamespace::ip(const std::string& arguments) const {
+    ipBatch(arguments + "\n");
+}
 
 void NetworkNamespace::ipBatch(const std::string& commands) const {
     const Scope scope(*this);

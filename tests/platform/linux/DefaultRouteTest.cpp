@@ -18,7 +18,9 @@ rtmsg header(unsigned char destinationBits = 0) {
     return route;
 }
 
-std::uint32_t v4(const char* text) { return inet_addr(text); }
+std::uint32_t v4(const char* text) {
+    return inet_addr(text);
+}
 
 NetlinkMessage route(const rtmsg& start, const char* router = "192.0.2.1") {
     NetlinkMessage message(RTM_NEWROUTE, start);
@@ -96,9 +98,9 @@ TEST(DefaultRoute, CanHaveARouterOfTheOtherFamily) {
 TEST(DefaultRoute, IsNotReadFromBrokenMessages) {
     EXPECT_FALSE(parseDefaultRoute(NetlinkMessage(RTM_NEWROUTE, std::uint32_t{0}).get()));
     EXPECT_FALSE(parseDefaultRoute(NetlinkMessage(RTM_NEWROUTE, header()).get())) << "it leads nowhere";
-    for (std::uint16_t length : {0, 3, 200}) {
+    for (const unsigned length : {0U, 3U, 200U}) {
         rtnexthop hop{};
-        hop.rtnh_len = length;
+        hop.rtnh_len = static_cast<unsigned short>(length);
         EXPECT_FALSE(parseDefaultRoute(NetlinkMessage(RTM_NEWROUTE, header()).add(RTA_MULTIPATH, hop).get())) << length;
     }
     const auto odd = parseDefaultRoute(

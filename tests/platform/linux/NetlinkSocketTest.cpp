@@ -30,7 +30,9 @@ std::string link(std::uint32_t sequence = 1, std::uint16_t flags = NLM_F_MULTI) 
     return NetlinkMessage(RTM_NEWLINK, ifinfomsg{}, sequence, flags).bytes();
 }
 
-std::string done(int code = 0) { return NetlinkMessage(NLMSG_DONE, code).bytes(); }
+std::string done(int code = 0) {
+    return NetlinkMessage(NLMSG_DONE, code).bytes();
+}
 
 std::string error(int code) {
     nlmsgerr body{};

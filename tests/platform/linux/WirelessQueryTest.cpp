@@ -9,9 +9,13 @@
 namespace sentrel::platform {
 namespace {
 
-NetlinkMessage message() { return NetlinkMessage(0x1c, genlmsghdr{}); }
+NetlinkMessage message() {
+    return NetlinkMessage(0x1c, genlmsghdr{});
+}
 
-std::vector<std::uint8_t> bytes(const std::string& text) { return {text.begin(), text.end()}; }
+std::vector<std::uint8_t> bytes(const std::string& text) {
+    return {text.begin(), text.end()};
+}
 
 TEST(WirelessQuery, ReadsTheFamilysNumber) {
     EXPECT_EQ(parseGenericFamily(message().add(CTRL_ATTR_FAMILY_ID, std::uint16_t{28}).get()), 28);
@@ -38,9 +42,8 @@ TEST(WirelessQuery, ReadsTheSendingRate) {
         whole.end().end();
         return whole;
     };
-    EXPECT_EQ(parseBitRate(station([](NetlinkMessage& nest) {
-                               nest.add(NL80211_RATE_INFO_BITRATE, std::uint16_t{540});
-                           }).get()),
+    EXPECT_EQ(parseBitRate(
+                  station([](NetlinkMessage& nest) { nest.add(NL80211_RATE_INFO_BITRATE, std::uint16_t{540}); }).get()),
               54'000'000);
     EXPECT_EQ(parseBitRate(station([](NetlinkMessage& nest) {
                                nest.add(NL80211_RATE_INFO_BITRATE32, std::uint32_t{12010});
