@@ -2,7 +2,8 @@
 
 /// Mounted volumes and their disks: the mount table, space, cumulative counters, SMART health, unmounting and ejecting,
 /// and notices of mounts, unmounts and renames. Each operation is one question; which volumes are shown, in which order
-/// a drive is asked and what follows a refusal is decided by the probes. Any thread, unless an operation says otherwise.
+/// a drive is asked and what follows a refusal is decided by the probes. Any thread, unless an operation says
+/// otherwise.
 
 #include <SentrelKit/Export.h>
 
@@ -30,11 +31,11 @@ struct FileSystemSpace {
 
 /// One entry of the mount table. A fresh one is empty.
 struct MountedFileSystem {
-    std::string type;       ///< file-system type name, as the system names it
-    std::string from;       ///< what is mounted: a device path, or a share, or any text; may be empty
-    std::string on;         ///< mount point, absolute
-    FileSystemSpace space;  ///< as last known without waiting; zeros where that is not known
-    bool isRoot = false;    ///< the root file system
+    std::string type;        ///< file-system type name, as the system names it
+    std::string from;        ///< what is mounted: a device path, or a share, or any text; may be empty
+    std::string on;          ///< mount point, absolute
+    FileSystemSpace space;   ///< as last known without waiting; zeros where that is not known
+    bool isRoot = false;     ///< the root file system
     bool dontBrowse = false; ///< not meant to be shown to the user
 };
 
@@ -46,7 +47,7 @@ struct AcceptedTypes {
 
 /// What a disk is known as. Each is absent when there is none.
 struct DiskDescription {
-    std::optional<std::string> volumeName; ///< the label of the file system on it, UTF-8
+    std::optional<std::string> volumeName;  ///< the label of the file system on it, UTF-8
     std::optional<std::string> deviceModel; ///< UTF-8
 };
 

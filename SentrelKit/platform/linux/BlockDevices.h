@@ -1,6 +1,7 @@
 #pragma once
 
-/// Block devices as the kernel describes them under /sys/class/block: names, parts and stacks, counters, models, labels.
+/// Block devices as the kernel describes them under /sys/class/block: names, parts and stacks, counters, models,
+/// labels.
 
 #include <SentrelKit/platform/VolumeService.h>
 #include <SentrelKit/platform/linux/SystemRoot.h>

@@ -21,10 +21,10 @@ struct LinuxPlatform::Services {
     LinuxDispatch dispatch;
     LinuxHostService host{root};
     LinuxGraphicsService graphics{root};
-    LinuxVolumeService volumes;
+    LinuxVolumeService volumes{root, dispatch};
     LinuxNetworkService network{root, dispatch};
     LinuxPowerService power{root};
-    LinuxProcessService processes;
+    LinuxProcessService processes{root};
     LinuxDesktop desktop{dispatch};
     LinuxPreferenceStore preferences;
 };

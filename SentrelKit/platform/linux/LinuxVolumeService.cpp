@@ -68,7 +68,9 @@ std::int32_t LinuxVolumeService::listMountedFileSystems(std::span<MountedFileSys
     return static_cast<std::int32_t>(count);
 }
 
-AcceptedTypes LinuxVolumeService::acceptedTypes() const noexcept { return {nativeVolumeTypes(), true}; }
+AcceptedTypes LinuxVolumeService::acceptedTypes() const noexcept {
+    return {nativeVolumeTypes(), true};
+}
 
 std::optional<FileSystemSpace> LinuxVolumeService::space(const char* path) {
     bool known = false;
@@ -84,7 +86,9 @@ std::optional<FileSystemSpace> LinuxVolumeService::space(const char* path) {
     return known ? space : SpaceQuestion(mount->on).answer();
 }
 
-std::unique_ptr<DiskSession> LinuxVolumeService::openSession() { return makeDiskSession(machine_); }
+std::unique_ptr<DiskSession> LinuxVolumeService::openSession() {
+    return makeDiskSession(machine_);
+}
 
 std::unique_ptr<VolumeObservation>
 LinuxVolumeService::observe(std::function<void(const VolumeNotification&)> observer) {

@@ -44,7 +44,9 @@ bool parseDevice(std::string_view text, MountEntry& entry) {
            parseNumber(text.substr(colon + 1), entry.deviceMinor);
 }
 
-bool isOctal(char c) { return c >= '0' && c <= '7'; }
+bool isOctal(char c) {
+    return c >= '0' && c <= '7';
+}
 
 // The kernel writes blank, tab, line feed, backslash and some others as a backslash and three octal digits.
 std::string unescaped(std::string_view text) {

@@ -8,6 +8,7 @@
 #include <linux/nvme_ioctl.h>
 #include <numeric>
 #include <optional>
+#include <sys/ioctl.h>
 #include <utility>
 
 namespace sentrel::platform {
@@ -89,7 +90,9 @@ private:
 
 } // namespace
 
-bool hasCriticalWarning(const NvmeHealthLog& log) noexcept { return log[0] != 0; }
+bool hasCriticalWarning(const NvmeHealthLog& log) noexcept {
+    return log[0] != 0;
+}
 
 SmartData smartDataOfHealthLog(const NvmeHealthLog& log) noexcept {
     SmartData data{};

@@ -19,8 +19,8 @@ constexpr const char* blockInterface = "org.freedesktop.UDisks2.Block";
 constexpr const char* driveInterface = "org.freedesktop.UDisks2.Drive";
 constexpr const char* loopInterface = "org.freedesktop.UDisks2.Loop";
 constexpr std::string_view notMounted = "org.freedesktop.UDisks2.Error.NotMounted";
-constexpr int quickTimeout = 5000;                            // milliseconds, for what only looks up
-constexpr int noTimeout = std::numeric_limits<int>::max();    // writing back a slow disk may take minutes
+constexpr int quickTimeout = 5000;                         // milliseconds, for what only looks up
+constexpr int noTimeout = std::numeric_limits<int>::max(); // writing back a slow disk may take minutes
 
 struct Unreference {
     void operator()(GDBusConnection* connection) const noexcept {

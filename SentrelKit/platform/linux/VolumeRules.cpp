@@ -11,20 +11,22 @@ namespace sentrel::platform {
 namespace {
 
 constexpr auto volumeTypes = std::to_array<std::string_view>(
-    {"hfs",   "hfsplus", "apfs",    "ext2",       "ext3",       "ext4",           "xfs",            "btrfs",
-     "zfs",   "f2fs",    "bcachefs", "jfs",       "nilfs2",     "reiserfs",       "ufs",            "msdos",
-     "vfat",  "exfat",   "ntfs",    "ntfs3",      "fuseblk",    "fuse.exfat",     "fuse.ntfs-3g",   "iso9660",
-     "udf",   "nfs",     "nfs4",    "cifs",       "smb3",       "ceph",           "fuse.glusterfs", "fuse.sshfs"});
+    {"hfs",  "hfsplus",  "apfs",    "ext2",           "ext3",         "ext4",    "xfs",   "btrfs", "zfs",
+     "f2fs", "bcachefs", "jfs",     "nilfs2",         "reiserfs",     "ufs",     "msdos", "vfat",  "exfat",
+     "ntfs", "ntfs3",    "fuseblk", "fuse.exfat",     "fuse.ntfs-3g", "iso9660", "udf",   "nfs",   "nfs4",
+     "cifs", "smb3",     "ceph",    "fuse.glusterfs", "fuse.sshfs"});
 
 constexpr auto networkTypes =
     std::to_array<std::string_view>({"nfs", "nfs4", "cifs", "smb3", "smbfs", "ceph", "afs", "9p", "lustre"});
 
-constexpr auto systemPlaces = std::to_array<std::string_view>(
-    {"/boot", "/efi", "/esp", "/snap", "/var/snap", "/var/lib/snapd", "/var/lib/docker", "/var/lib/containers",
-     "/var/lib/containerd", "/var/lib/kubelet", "/var/lib/lxc", "/var/lib/lxd", "/nix/store", "/proc", "/sys", "/dev",
-     "/run", "/var/run"});
+constexpr auto systemPlaces =
+    std::to_array<std::string_view>({"/boot", "/efi", "/esp", "/snap", "/var/snap", "/var/lib/snapd", "/var/lib/docker",
+                                     "/var/lib/containers", "/var/lib/containerd", "/var/lib/kubelet", "/var/lib/lxc",
+                                     "/var/lib/lxd", "/nix/store", "/proc", "/sys", "/dev", "/run", "/var/run"});
 
-bool isUserSpace(std::string_view type) { return type == "fuse" || type == "fuseblk" || type.starts_with("fuse."); }
+bool isUserSpace(std::string_view type) {
+    return type == "fuse" || type == "fuseblk" || type.starts_with("fuse.");
+}
 
 bool isAt(std::string_view path, std::string_view folder) {
     return path.starts_with(folder) && (path.size() == folder.size() || path[folder.size()] == '/');
@@ -35,7 +37,8 @@ bool isSystemPlace(std::string_view path) {
         return false;
     if (path.find("/.local/share/containers/") != std::string_view::npos)
         return true;
-    return std::any_of(systemPlaces.begin(), systemPlaces.end(), [&](std::string_view place) { return isAt(path, place); });
+    return std::any_of(systemPlaces.begin(), systemPlaces.end(),
+                       [&](std::string_view place) { return isAt(path, place); });
 }
 
 // The subvolume is the last option that btrfs tells, so commas in its name do no harm.
@@ -63,7 +66,9 @@ std::string identity(const MountEntry& entry) {
 
 } // namespace
 
-std::span<const std::string_view> nativeVolumeTypes() noexcept { return volumeTypes; }
+std::span<const std::string_view> nativeVolumeTypes() noexcept {
+    return volumeTypes;
+}
 
 bool mayNotAnswer(std::string_view type) noexcept {
     return isUserSpace(type) || std::find(networkTypes.begin(), networkTypes.end(), type) != networkTypes.end();
@@ -83,8 +88,8 @@ std::vector<VolumeTraits> volumeTraits(const std::vector<MountEntry>& entries) {
         if (traits[i].isRoot)
             continue;
         const MountEntry& entry = entries[i];
-        traits[i].dontBrowse = !visible[i] || !isWholeView(entry) || isSystemPlace(entry.on) ||
-                               !shown.insert(identity(entry)).second;
+        traits[i].dontBrowse =
+            !visible[i] || !isWholeView(entry) || isSystemPlace(entry.on) || !shown.insert(identity(entry)).second;
     }
     return traits;
 }

@@ -110,8 +110,8 @@ public:
 
     void mountsChanged() {
         const LockScope scope(lock_);
-        MountedVolumes now = read(volumes_);
-        const MountedVolumes before = std::exchange(volumes_, std::move(now));
+        MountedVolumes current = read(volumes_);
+        const MountedVolumes before = std::exchange(volumes_, std::move(current));
         followNodes();
         for (const auto& [id, volume] : before) {
             const auto now = volumes_.find(id);
@@ -236,8 +236,7 @@ private:
 
 std::unique_ptr<VolumeObservation> watchVolumes(const BlockDevices& devices, LinuxDispatch& dispatch,
                                                 std::function<void(const VolumeNotification&)> observer) {
-    auto observation =
-        std::make_unique<Observation>(std::make_shared<Watcher>(devices, std::move(observer)), dispatch);
+    auto observation = std::make_unique<Observation>(std::make_shared<Watcher>(devices, std::move(observer)), dispatch);
     if (!observation->isComplete())
         return nullptr;
     return observation;

@@ -113,7 +113,8 @@ public:
         return std::make_shared<Media>(service_, *disk, 0);
     }
     void unmount(UnmountOptions options, UnmountCompletion completion) override {
-        service_.calls.push_back("unmount " + name_ + (options.whole ? " whole" : "") + (options.force ? " force" : ""));
+        service_.calls.push_back("unmount " + name_ + (options.whole ? " whole" : "") +
+                                 (options.force ? " force" : ""));
         bool accepted = true;
         if (const auto disk = service_.disks.find(name_);
             disk != service_.disks.end() && !disk->second.unmountAnswers.empty()) {
@@ -210,7 +211,8 @@ AcceptedTypes ScriptedVolumeService::acceptedTypes() const noexcept {
 std::optional<FileSystemSpace> ScriptedVolumeService::space(const char* path) {
     if (fails("space", path))
         return std::nullopt;
-    const auto mounted = std::find_if(mounts.begin(), mounts.end(), [path](const auto& entry) { return entry.on == path; });
+    const auto mounted =
+        std::find_if(mounts.begin(), mounts.end(), [path](const auto& entry) { return entry.on == path; });
     if (mounted != mounts.end())
         return mounted->space;
     errno = ENOENT;

@@ -25,12 +25,12 @@ struct ScriptedDrive {
 /// A disk, by its device name.
 struct ScriptedDisk {
     std::optional<DiskDescription> description;
-    std::string whole;                           ///< device name of its whole disk; empty for itself
-    bool hasMedia = true;                        ///< of the whole disk: whether it has an entry in the device tree
-    std::optional<DiskStatistics> statistics;    ///< of the whole disk
-    std::optional<std::uint32_t> smartAncestor;  ///< how many parents above the media carry "SMART Capable"; 0: itself
-    ScriptedDrive drive;                         ///< behind that entry
-    std::vector<bool> unmountAnswers;            ///< of the whole disk, one an unmount: accepted or refused; then accepted
+    std::string whole;                          ///< device name of its whole disk; empty for itself
+    bool hasMedia = true;                       ///< of the whole disk: whether it has an entry in the device tree
+    std::optional<DiskStatistics> statistics;   ///< of the whole disk
+    std::optional<std::uint32_t> smartAncestor; ///< how many parents above the media carry "SMART Capable"; 0: itself
+    ScriptedDrive drive;                        ///< behind that entry
+    std::vector<bool> unmountAnswers; ///< of the whole disk, one an unmount: accepted or refused; then accepted
 };
 
 class SENTREL_API ScriptedVolumeService final : public VolumeService {
@@ -61,12 +61,12 @@ public:
     std::map<std::string, bool> failing;
 
     std::vector<MountedFileSystem> mounts;
-    std::optional<std::int32_t> count;           ///< what counting answers; absent: the mounts as they are
-    std::map<std::string, ScriptedDisk> disks;   ///< by device name
-    std::map<std::string, std::string> icons;    ///< by mount point
-    std::vector<std::string> acceptedTypeNames;  ///< the ten names, unless changed
+    std::optional<std::int32_t> count;          ///< what counting answers; absent: the mounts as they are
+    std::map<std::string, ScriptedDisk> disks;  ///< by device name
+    std::map<std::string, std::string> icons;   ///< by mount point
+    std::vector<std::string> acceptedTypeNames; ///< the ten names, unless changed
     bool acceptsAnyRoot = false;
-    std::vector<std::string> calls;              ///< what disks and drives were asked to do, such as "enableOperations 1"
+    std::vector<std::string> calls; ///< what disks and drives were asked to do, such as "enableOperations 1"
 
 private:
     class Session;
