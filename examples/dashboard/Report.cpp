@@ -1,0 +1,73 @@
+#include "Report.h"
+
+#include "Texts.h"
+
+#include <SentrelKit/system/Formatting.h>
+#include <SentrelKit/system/Time.h>
+
+#include <cinttypes>
+#include <cstdio>
+#include <string>
+
+namespace dashboard {
+
+using namespace sentrel;
+
+namespace {
+
+void line(const char* name, const std::string& text) {
+    std::printf("  %-14s %s\n", name, text.c_str());
+}
+
+template <class... Arguments>
+std::string format(const char* pattern, Arguments... arguments) {
+    char text[256];
+    std::snprintf(text, sizeof text, pattern, arguments...);
+    return text;
+}
+
+void printProcessor(const CPU& cpu) {
+    std::puts("Processor");
+    line("brand", cpu.brand());
+    line("cores", format("%" PRId64 " physical, %" PRId64 " logical (%" PRId64 " online)", cpu.physicalCores(),
+                         cpu.logicalCores(), cpu.activeLogicalCores()));
+    line("load", format("%.1f %% (user %.1f, system %.1f, idle %.1f)", cpu.usage(), cpu.user(), cpu.sys(), cpu.idle()));
+    const auto averages = cpu.loadavg();
+    line("load averages", format("%.2f  %.2f  %.2f", averages[0], averages[1], averages[2]));
+    line("running", format("%u processes, %u threads", cpu.processes(), cpu.threads()));
+    line("uptime", format("%s (awake %s)", Time::uptime(cpu.uptime()).c_str(), Time::uptime(cpu.awakeTime()).c_str()));
+    line("thermal state", thermalStateName(cpu.thermalState()));
+}
+
+void printMemory(const Memory& memory) {
+    std::puts("Memory");
+    const auto percents = memory.percents();
+    line("installed", byteStr(memory.physical()));
+    line("usage", format("%u %%", unsigned{memory.usage()}));
+    line("wired", format("%s (%u %%)", byteStr(memory.wired()).c_str(), unsigned{percents.wired}));
+    line("active", format("%s (%u %%)", byteStr(memory.active()).c_str(), unsigned{percents.active}));
+    line("compressed", format("%s (%u %%)", byteStr(memory.compressed()).c_str(), unsigned{percents.compressed}));
+    line("free", format("%s (%u %%)", byteStr(memory.free()).c_str(), unsigned{percents.free}));
+    line("applications", byteStr(memory.appMemory()));
+    line("cached files", byteStr(memory.cachedFiles()));
+    line("swap", swapText(memory));
+}
+
+void printGraphics(const GPU& gpu) {
+    std::puts("Graphics");
+    line("current", graphicsText(gpu));
+    if (gpu.integrated())
+        line("integrated", gpu.integrated()->name);
+    if (gpu.discrete())
+        line("discrete", gpu.discrete()->name);
+}
+
+} // namespace
+
+void printReport(const System& system) {
+    printProcessor(system.cpu());
+    printMemory(system.mem());
+    printGraphics(system.gpu());
+}
+
+} // namespace dashboard
