@@ -6,8 +6,10 @@
 #include <SentrelKit/Export.h>
 #include <SentrelKit/system/Battery.h>
 #include <SentrelKit/system/CPU.h>
+#include <SentrelKit/system/Disk/Disk.h>
 #include <SentrelKit/system/GPU.h>
 #include <SentrelKit/system/Memory.h>
+#include <SentrelKit/system/Network.h>
 #include <SentrelKit/system/SystemResource.h>
 #include <SentrelKit/system/Timer.h>
 
@@ -38,7 +40,9 @@ public:
 
     [[nodiscard]] CPU& cpu() const noexcept { return *cpu_; }
     [[nodiscard]] GPU& gpu() const noexcept { return *gpu_; }
+    [[nodiscard]] Disk& disk() const noexcept { return *disk_; }
     [[nodiscard]] Memory& mem() const noexcept { return *mem_; }
+    [[nodiscard]] Network& net() const noexcept { return *net_; }
     [[nodiscard]] Battery& battery() const noexcept { return *battery_; }
 
     /// Starts or resumes the tasks of a group that are not delayed: cpu (every 1.1 s) and mem (2.0 s) in `system`, net
@@ -74,7 +78,9 @@ private:
 
     std::shared_ptr<CPU> cpu_;
     std::shared_ptr<GPU> gpu_;
+    std::shared_ptr<Disk> disk_;
     std::shared_ptr<Memory> mem_;
+    std::shared_ptr<Network> net_;
     std::shared_ptr<Battery> battery_;
     std::vector<std::unique_ptr<Task>> tasks_;
 };
