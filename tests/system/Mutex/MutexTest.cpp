@@ -1,5 +1,7 @@
 #include <SentrelKit/system/Mutex/Mutex.h>
 
+#include "tests/support/Sanitizers.h"
+
 #include <cerrno>
 #include <dlfcn.h>
 #include <gtest/gtest.h>
@@ -32,17 +34,6 @@ extern "C" int pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexatt
 
 namespace sentrel {
 namespace {
-
-#if defined(__has_feature)
-#if __has_feature(thread_sanitizer)
-#define SENTREL_TEST_THREAD_SANITIZER
-#endif
-#endif
-#ifdef SENTREL_TEST_THREAD_SANITIZER
-constexpr bool underThreadSanitizer = true;
-#else
-constexpr bool underThreadSanitizer = false;
-#endif
 
 std::unique_ptr<Mutex> makeErrorCheckingMutex() {
     initialisation = Initialisation::errorChecking;

@@ -1,0 +1,43 @@
+#include <SentrelKit/platform/linux/BusConnection.h>
+
+#include <utility>
+
+namespace sentrel::platform {
+
+namespace {
+
+constexpr std::int64_t connectNanoseconds = 3'000'000'000;
+constexpr int callMilliseconds = 5000;
+
+} // namespace
+
+VariantPointer BusConnection::call(const BusObject& object, const char* method, GVariant* arguments,
+                                   const GVariantType* answer, GDBusCallFlags flags) {
+    const VariantPointer owned(g_variant_ref_sink(arguments));
+    if (!connect())
+        return nullptr;
+    return VariantPointer(g_dbus_connection_call_sync(connection_.get(), object.service, object.path, object.interface,
+                                                      method, owned.get(), answer, flags, callMilliseconds, nullptr,
+                                                      nullptr));
+}
+
+bool BusConnection::connect() {
+    if (connection_ && !g_dbus_connection_is_closed(connection_.get()))
+        return true;
+    connection_.reset();
+    char* address = g_dbus_address_get_for_bus_sync(bus_, nullptr, nullptr);
+    if (!address)
+        return false;
+    // Connecting to a bus that does not answer has no time limit of its own.
+    const std::shared_ptr<GCancellable> limit(g_cancellable_new(), ObjectRelease());
+    queue_->after(connectNanoseconds, [limit] { g_cancellable_cancel(limit.get()); });
+    connection_.reset(g_dbus_connection_new_for_address_sync(
+        address,
+        static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                          G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
+        nullptr, limit.get(), nullptr));
+    g_free(address);
+    return connection_ != nullptr;
+}
+
+} // namespace sentrel::platform
