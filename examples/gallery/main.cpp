@@ -10,6 +10,8 @@
 #include <SentrelKit/views/GaugeBar.h>
 #include <SentrelKit/views/GaugeCircleChart.h>
 #include <SentrelKit/views/HorizontalLine.h>
+#include <SentrelKit/views/LineChart.h>
+#include <SentrelKit/views/PieChart.h>
 #include <SentrelKit/views/Square.h>
 #include <SentrelKit/views/Thermometer.h>
 #include <SentrelKit/views/Triangle.h>
@@ -90,13 +92,43 @@ void addThermometers(View& sheet, Rect frame) {
                                                                           {"critical", ThermalState::critical}}};
     for (std::size_t i = 0; i < states.size(); ++i) {
         const double x = room.x + 20.0 + static_cast<double>(i % 2) * (room.width / 2.0);
-        const double y = room.y - 14.0 + static_cast<double>(i / 2) * 68.0;
-        auto thermometer = put<Thermometer>(sheet, {x, y, 116.0, 50.0});
+        const double y = room.y - 6.0 + static_cast<double>(i / 2) * 74.0;
+        auto thermometer = put<Thermometer>(sheet, {x, y, 116.0, 48.0});
         thermometer->setIndicatorColor(FUIColor::wetAsphalt());
         thermometer->setValue(states[i].second);
-        write(sheet, {x, y + 48.0, 116.0, 18.0}, states[i].first, FUIFont::normal(12), FUIColor::concrete(),
+        write(sheet, {x, y + 51.0, 116.0, 18.0}, states[i].first, FUIFont::normal(12), FUIColor::concrete(),
               TextAlignment::center);
     }
+}
+
+void addLineChart(View& sheet, Rect frame) {
+    auto chart = put<LineChart>(sheet, frame);
+    chart->setDataPoints({12, 18, 9, 26, 31, 22, 40, 35, 52, 47, 64, 58});
+    const auto title = write(sheet, {frame.x + 20, frame.y + 16, frame.width - 40, 24}, "Line chart", FUIFont::bold(13),
+                             FUIColor::white());
+    title->setAlignment(TextAlignment::left);
+    write(sheet, {frame.x + 20, frame.y + 14, frame.width - 40, 28}, "58 MB/s", FUIFont::black(20), FUIColor::white(),
+          TextAlignment::right);
+    write(sheet, {frame.x + 20, frame.y + frame.height - 38, frame.width - 40, 20}, "the last twelve minutes",
+          FUIFont::light(13), FUIColor::white());
+}
+
+void addPieChart(View& sheet, Rect frame) {
+    const Rect room = card(sheet, frame, "Pie chart");
+    const std::array<std::pair<const char*, double>, 4> parts{
+        {{"Applications", 6.2}, {"System", 3.1}, {"Compressed", 1.4}, {"Free", 5.3}}};
+    const std::vector<Color> colors{FUIColor::peterRiver(), FUIColor::amethyst(), FUIColor::sunflower(),
+                                    FUIColor::clouds()};
+    auto pie = put<PieChart>(sheet, {room.x, room.y + 8.0, 160.0, 160.0});
+    pie->setColorPoints(colors);
+    std::vector<double> amounts;
+    for (std::size_t i = 0; i < parts.size(); ++i) {
+        amounts.push_back(parts[i].second);
+        const double y = room.y + 26.0 + static_cast<double>(i) * 32.0;
+        put<Circle>(sheet, {room.x + 184.0, y + 5.0, 10.0, 10.0})->setColor(colors[i]);
+        write(sheet, {room.x + 202.0, y, 110.0, 20.0}, parts[i].first, FUIFont::normal(13), FUIColor::asbestos());
+    }
+    pie->setDataPoints(amounts);
 }
 
 void addBars(View& sheet, Rect frame) {
@@ -255,6 +287,8 @@ int main(int argc, char** argv) {
     };
     addRings(sheet, place(0, 70, 190, 2));
     addThermometers(sheet, place(2, 70, 190));
+    addLineChart(sheet, place(0, 280, 240));
+    addPieChart(sheet, place(1, 280, 240));
     addBars(sheet, place(2, 280, 240));
     addShapes(sheet, place(0, 540, 172));
     addControls(sheet, place(1, 540, 172));

@@ -1,4 +1,5 @@
 #include "DrawnCalls.h"
+#include "FontconfigLeaks.h"
 #include "Specimens.h"
 
 #include <SentrelKit/views/canvas/Picture.h>

@@ -1,6 +1,7 @@
 // Renders every specimen sheet into a folder, at both resolutions: for the pixel check, and to make the golden pictures
 // anew (look at each before it is committed).
 
+#include <tests/views/FontconfigLeaks.h>
 #include <tests/views/Specimens.h>
 
 #include <SentrelKit/views/canvas/Picture.h>
