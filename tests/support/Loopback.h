@@ -124,9 +124,12 @@ private:
 
 /// A connected TCP pair over loopback: `near` non-blocking, as the library's own sockets are, `far` blocking.
 struct Connection {
-    Connection() {
+    /// Segments are as long as the system likes, or at most as given.
+    explicit Connection(int longestSegment = 0) {
         const Listener listener;
         near = Descriptor(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        if (longestSegment > 0)
+            setsockopt(near.get(), IPPROTO_TCP, TCP_MAXSEG, &longestSegment, sizeof longestSegment);
         sockaddr_in address{};
         socklen_t size = sizeof address;
         getsockname(listener.get(), reinterpret_cast<sockaddr*>(&address), &size);
@@ -142,14 +145,19 @@ struct Connection {
     [[nodiscard]] std::size_t fillUp() const {
         const std::string bytes(65536, 'x');
         std::size_t total = 0;
-        for (;;) {
-            pollfd watched{near.get(), POLLOUT, 0};
-            const ssize_t count = ::send(near.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
-            if (count > 0)
+        // Full is what stays full: the system goes on moving bytes to the other side for a while.
+        for (int refused = 0; refused < 3;) {
+            const ssize_t count = ::send(near.get(), bytes.data(), refused > 0 ? 1 : bytes.size(), MSG_NOSIGNAL);
+            if (count > 0) {
                 total += static_cast<std::size_t>(count);
-            else if (poll(&watched, 1, 100) == 0) // the other side's window has closed too
-                return total;
+                refused = 0;
+            } else {
+                ++refused;
+                pollfd watched{near.get(), POLLOUT, 0};
+                poll(&watched, 1, 10);
+            }
         }
+        return total;
     }
 
     Descriptor near;
