@@ -12,6 +12,7 @@
 #include <poll.h>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <sys/socket.h>
 #include <unistd.h>
 #include <utility>
@@ -141,6 +142,15 @@ struct Connection {
         fcntl(near.get(), F_SETFL, fcntl(near.get(), F_GETFL) | O_NONBLOCK);
     }
 
+    /// The same over a local pair instead of TCP, whose buffers, once full, stay full: no segment is still on its way.
+    [[nodiscard]] static Connection local() {
+        int ends[2];
+        if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0)
+            throw std::runtime_error("cannot make a pair");
+        fcntl(ends[0], F_SETFL, fcntl(ends[0], F_GETFL) | O_NONBLOCK);
+        return {Descriptor(ends[0]), Descriptor(ends[1])};
+    }
+
     /// Writes to the near side until nothing more fits. Returns how many bytes that took.
     [[nodiscard]] std::size_t fillUp() const {
         const std::string bytes(65536, 'x');
@@ -162,6 +172,9 @@ struct Connection {
 
     Descriptor near;
     Descriptor far;
+
+private:
+    Connection(Descriptor nearSide, Descriptor farSide) : near(std::move(nearSide)), far(std::move(farSide)) {}
 };
 
 /// Milliseconds of real time since the object was made.

@@ -135,7 +135,7 @@ TEST(OutputStream, CarriesManyTimesItsBufferToASlowReader) {
 }
 
 TEST(OutputStream, DropsWhatAFlushCannotMakeRoomFor) {
-    const Connection connection;
+    const Connection connection = Connection::local();
     const Output output(connection.near.get());
     OutputStream_setTimeout(output, 0);
     static_cast<void>(connection.fillUp());
@@ -148,7 +148,7 @@ TEST(OutputStream, DropsWhatAFlushCannotMakeRoomFor) {
 }
 
 TEST(OutputStream, AFlushThatTimesOutKeepsTheBytes) {
-    const Connection connection;
+    const Connection connection = Connection::local();
     const Output output(connection.near.get());
     const std::size_t before = connection.fillUp();
     OutputStream_setTimeout(output, 50);

@@ -46,7 +46,7 @@ TEST(Net, TheEndOfTheDataCanBeRead) {
 }
 
 TEST(Net, WaitsUntilThereIsRoomToWrite) {
-    const Connection connection;
+    const Connection connection = Connection::local();
     EXPECT_TRUE(Net_canWrite(connection.near.get(), 0));
     const std::size_t size = connection.fillUp();
     EXPECT_FALSE(Net_canWrite(connection.near.get(), 10));
@@ -104,7 +104,7 @@ TEST(Net, ReadWaitsForASlowPeer) {
 }
 
 TEST(Net, ATimeoutIs0WithAnErrorThatSaysSo) {
-    const Connection connection;
+    const Connection connection = Connection::local();
     char byte = 0;
     for (const std::int64_t timeout : {0, 20}) {
         errno = 0;
@@ -136,7 +136,7 @@ TEST(Net, InterruptedWaitsEndInTimeAndStillSayWouldBlock) {
     struct sigaction before {};
     interrupt.sa_handler = [](int) {};
     sigaction(SIGUSR1, &interrupt, &before);
-    const Connection connection;
+    const Connection connection = Connection::local();
     static_cast<void>(connection.fillUp());
     std::atomic<bool> done{false};
     const pthread_t waiting = pthread_self();
