@@ -36,7 +36,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             if (!got && InputStream_buffered(stream) == 0)
                 break; // an empty line before a zero byte is none as well, with more behind it
             const std::string text = got ? got : "";
-            if (text.size() >= static_cast<std::size_t>(lineSize) || text.find('\n') + 1 < text.size())
+            const std::size_t lineEnd = text.find('\n');
+            if (text.size() >= static_cast<std::size_t>(lineSize) ||
+                (lineEnd != std::string::npos && lineEnd + 1 != text.size()))
                 std::abort();
             received += text;
         }
