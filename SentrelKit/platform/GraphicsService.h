@@ -1,12 +1,25 @@
 #pragma once
 
+/// The graphics processors. Any thread. An operation that fails gives no value and leaves the reason in errno.
+
 #include <SentrelKit/Export.h>
+#include <SentrelKit/platform/PropertyList.h>
+
+#include <optional>
+#include <vector>
 
 namespace sentrel::platform {
 
 class SENTREL_API GraphicsService {
 public:
     virtual ~GraphicsService() = default;
+
+    /// The properties of every PCI device, in bus order: "IOName" (text; "display" for a display controller),
+    /// "device-id" (bytes) and, where it is known, "model" (bytes of UTF-8 text).
+    [[nodiscard]] virtual std::optional<std::vector<PropertyList::Dictionary>> pciDevices() = 0;
+
+    /// The "device-id" of the device that drives the main display; absent also when there is no display.
+    [[nodiscard]] virtual std::optional<PropertyList::Bytes> activeDeviceID() = 0;
 };
 
 } // namespace sentrel::platform

@@ -1,12 +1,119 @@
 #pragma once
 
+/// The host: boot time, hardware description, processor load, memory, swap, clocks and heat. Every operation takes one
+/// reading and decides nothing; one that fails gives no value and leaves the reason in errno. Any thread.
+
 #include <SentrelKit/Export.h>
+#include <SentrelKit/platform/ThermalState.h>
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
 
 namespace sentrel::platform {
+
+/// The host's basic description. "Max" counts what the running system could use, offline processors included; the
+/// plain counts are what is online now. Isolated processors are online.
+struct host_basic_info {
+    std::int32_t max_cpus = 0;         ///< logical processors that the system has reserved room for
+    std::int32_t avail_cpus = 0;       ///< logical processors online
+    std::uint32_t memory_size = 0;     ///< bytes of memory, at most 2^32 - 1
+    std::int32_t cpu_type = 0;         ///< the platform's own number of the architecture; 0 where it has none
+    std::int32_t cpu_subtype = 0;      ///< the same of its variant
+    std::int32_t cpu_threadtype = 0;   ///< the same of its threading
+    std::int32_t physical_cpu = 0;     ///< cores with at least one processor online
+    std::int32_t physical_cpu_max = 0; ///< cores of the machine
+    std::int32_t logical_cpu = 0;      ///< logical processors online
+    std::int32_t logical_cpu_max = 0;  ///< logical processors of the machine
+    std::uint64_t max_mem = 0;         ///< bytes of memory
+};
+
+/// Ticks of all processors together since boot. They wrap at 2^32 and otherwise never decrease.
+struct HostLoadTicks {
+    std::uint32_t user = 0; ///< without nice
+    std::uint32_t system = 0;
+    std::uint32_t idle = 0;
+    std::uint32_t nice = 0;
+    friend bool operator==(const HostLoadTicks&, const HostLoadTicks&) = default;
+};
+
+/// Names a processor set to the service that gave it. Owns nothing.
+struct ProcessorSet {
+    std::uintptr_t handle = 0;
+};
+
+/// What runs on a processor set.
+struct ProcessorSetLoad {
+    std::uint32_t tasks = 0;   ///< processes
+    std::uint32_t threads = 0; ///< threads of all of them
+};
+
+/// Virtual-memory counters. The page counts are in units of 4096 bytes whatever the system's own page size; the three
+/// since boot are plain counts.
+struct VirtualMemoryCounters {
+    std::uint32_t free_count = 0;
+    std::uint32_t active_count = 0;
+    std::uint32_t inactive_count = 0;
+    std::uint32_t wire_count = 0;
+    std::uint32_t compressor_page_count = 0; ///< what the compressor occupies, not what it has taken in
+    std::uint64_t pageins = 0;
+    std::uint64_t pageouts = 0;
+    std::uint64_t faults = 0;
+    std::uint32_t internal_page_count = 0; ///< memory of programs that no file backs
+    std::uint32_t purgeable_count = 0;     ///< the part of it that its owners allow to be dropped
+    std::uint32_t external_page_count = 0; ///< memory that files back
+    friend bool operator==(const VirtualMemoryCounters&, const VirtualMemoryCounters&) = default;
+};
+
+/// Swap space, in bytes.
+struct SwapUsage {
+    std::uint64_t total = 0;
+    std::uint64_t available = 0;
+    std::uint64_t used = 0;
+    friend bool operator==(const SwapUsage&, const SwapUsage&) = default;
+};
+
+/// Averages of the number of runnable threads over the last 1, 5 and 15 minutes.
+using LoadAverages = std::array<double, 3>;
 
 class SENTREL_API HostService {
 public:
     virtual ~HostService() = default;
+
+    /// The moment of the last boot, in seconds since the epoch.
+    [[nodiscard]] virtual std::optional<std::int64_t> bootTime() = 0;
+
+    [[nodiscard]] virtual std::optional<host_basic_info> hostInfo() = 0;
+
+    /// Sampled every second: allocates nothing.
+    [[nodiscard]] virtual std::optional<HostLoadTicks> loadTicks() noexcept = 0;
+
+    /// The set that every process runs on unless told otherwise. Allocates nothing.
+    [[nodiscard]] virtual std::optional<ProcessorSet> defaultProcessorSet() noexcept = 0;
+
+    /// What runs on a set. Allocates nothing.
+    [[nodiscard]] virtual std::optional<ProcessorSetLoad> processorSetLoad(ProcessorSet set) noexcept = 0;
+
+    /// Writes the processor's brand as its maker spells it, cut to the buffer and without a terminator; gives the
+    /// number of bytes written.
+    [[nodiscard]] virtual std::optional<std::size_t> brand(std::span<char> buffer) = 0;
+
+    /// Sampled every other second: allocates nothing.
+    [[nodiscard]] virtual std::optional<VirtualMemoryCounters> virtualMemory() noexcept = 0;
+
+    [[nodiscard]] virtual std::optional<SwapUsage> swapUsage() noexcept = 0;
+
+    [[nodiscard]] virtual std::optional<LoadAverages> loadAverages() noexcept = 0;
+
+    /// Installed memory in bytes, as far as the system can use it.
+    [[nodiscard]] virtual std::optional<std::uint64_t> physicalMemory() = 0;
+
+    /// Seconds since boot that the machine was awake.
+    [[nodiscard]] virtual std::optional<double> awakeUptime() noexcept = 0;
+
+    [[nodiscard]] virtual std::optional<ThermalState> thermalState() = 0;
 };
 
 } // namespace sentrel::platform

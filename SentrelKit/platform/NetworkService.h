@@ -1,12 +1,109 @@
 #pragma once
 
+/// What the machine tells about its network: interfaces with their counters, the facts of one interface, whether the
+/// Internet can be reached, and the configuration that the host shows (local host name, DNS servers, router).
+
 #include <SentrelKit/Export.h>
+#include <SentrelKit/platform/PropertyList.h>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
 
 namespace sentrel::platform {
+
+/// A raw socket address of the system, as `Net_getAddrInfo` takes it: suitably aligned, as long as its family needs.
+/// Empty when an address message carries none.
+using SocketAddress = std::span<const std::uint8_t>;
+
+/// One interface of the system's list. Texts, bytes and addresses are views, valid only during the call.
+struct InterfaceInfo {
+    static constexpr std::uint32_t up = 0x1;            ///< flag: administratively up
+    static constexpr std::uint32_t loopback = 0x8;      ///< flag: a loopback interface
+    static constexpr std::uint8_t ethernetLinkType = 6; ///< the IANA interface type of Ethernet-like interfaces
+
+    std::string_view name;
+    std::uint32_t index = 0; ///< stays while the interface exists; one made anew has another
+    std::uint32_t flags = 0;
+    std::uint8_t linkType = 0;                     ///< IANA interface type, 1 for all that have no number of their own
+    std::span<const std::uint8_t> hardwareAddress; ///< as long as the link has it; empty if it has none
+    std::int64_t bytesIn = 0;                      ///< received since the interface exists
+    std::int64_t bytesOut = 0;                     ///< sent since the interface exists
+    std::span<const SocketAddress> addresses;      ///< one for each address message, in the system's order
+};
+
+/// The link state of an interface, as its driver reports it.
+struct MediaStatus {
+    bool valid = false; ///< the driver knows its state
+    bool active = false;
+};
+
+/// The entry of one interface in the system's registry of devices. Used by one thread at a time.
+class InterfaceEntry {
+public:
+    virtual ~InterfaceEntry() = default;
+
+    /// The entry's own properties, among them "IOPrimaryInterface" (bool) and, for a wireless interface,
+    /// "IO80211SSID" (text, empty if it cannot be read). Absent on failure.
+    virtual std::optional<PropertyList::Dictionary> properties() = 0;
+
+    /// The named property of the entry or of a related device, above or below: "USB Product Name" (text),
+    /// "IOLinkSpeed" (integer, bits per second). Holds no value if there is none.
+    virtual PropertyList search(std::string_view key) = 0;
+};
+
+/// Watches local host name, DNS servers and router. Releasing it ends the watch: a callback that already runs
+/// finishes, no new one begins. The readers may be called from any thread, with or without notices.
+class ConfigurationWatch {
+public:
+    virtual ~ConfigurationWatch() = default;
+
+    /// Asks for notices of exactly these keys, of "State:/Network/Global/IPv4", "State:/Network/Global/DNS" and
+    /// "Setup:/Network/HostNames". Called before `schedule`. False if they cannot be installed.
+    virtual bool setNotificationKeys(const std::vector<std::string>& keys) = 0;
+
+    /// From now on changes call back on the background queue; calls never overlap.
+    virtual void schedule() = 0;
+
+    /// The name of this machine. Absent when it has none.
+    virtual std::optional<std::string> localHostName() = 0;
+
+    /// The DNS servers' addresses in the order in which they are asked. Absent when the key has no value.
+    virtual std::optional<std::vector<std::string>> dnsServers() = 0;
+
+    /// The IPv4 default router's address. Absent when the key has no value.
+    virtual std::optional<std::string> router() = 0;
+};
+
+/// The system's own word on whether the Internet can be reached.
+enum class Connectivity : std::uint8_t { unknown, no, yes };
 
 class SENTREL_API NetworkService {
 public:
     virtual ~NetworkService() = default;
+
+    /// Calls back once for each interface, in the system's order, with counters that were all taken by one request.
+    /// The callback must not list the interfaces itself. False, with errno set and no call made, on failure.
+    virtual bool listInterfaces(const std::function<void(const InterfaceInfo&)>& each) = 0;
+
+    /// The link state of a named interface; of the name the first 15 bytes count. Absent, with errno set, on failure.
+    virtual std::optional<MediaStatus> mediaStatus(std::string_view name) = 0;
+
+    /// The first registry entry of a named interface: null if there is none, absent, with errno set, if the registry
+    /// cannot be asked.
+    virtual std::optional<std::unique_ptr<InterfaceEntry>> matchInterface(const std::string& name) = 0;
+
+    /// Whether the Internet can be reached, as far as the system knows without contacting anyone. May wait a few
+    /// seconds for a system service.
+    virtual Connectivity connectivity() = 0;
+
+    /// A watch that is not yet scheduled; `changed` hears of each change. Null, with errno set, on failure.
+    virtual std::unique_ptr<ConfigurationWatch> watchConfiguration(std::function<void()> changed) = 0;
 };
 
 } // namespace sentrel::platform

@@ -3,6 +3,8 @@
 #include <SentrelKit/platform/scripted/ScriptedPlatform.h>
 #include <SentrelKit/probes/SystemManager.h>
 
+#include <optional>
+
 namespace sentrel {
 
 /// A scripted machine in force for a scope, with a system manager of its own. Set the machine up through a
@@ -11,8 +13,8 @@ class ScriptedMachine {
 public:
     ScriptedMachine() { probes::_constructor(); }
     ~ScriptedMachine() {
-        delete probes::System;
-        probes::System = nullptr;
+        override_.reset();
+        probes::_constructor(); // the real machine's again
     }
     ScriptedMachine(const ScriptedMachine&) = delete;
     ScriptedMachine& operator=(const ScriptedMachine&) = delete;
@@ -22,7 +24,7 @@ public:
 
 private:
     platform::ScriptedPlatform platform_;
-    platform::Override override_{platform_};
+    std::optional<platform::Override> override_{platform_};
 };
 
 } // namespace sentrel

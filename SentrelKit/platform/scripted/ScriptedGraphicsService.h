@@ -2,8 +2,28 @@
 
 #include <SentrelKit/platform/GraphicsService.h>
 
+#include <cerrno>
+
 namespace sentrel::platform {
 
-class SENTREL_API ScriptedGraphicsService final : public GraphicsService {};
+/// Graphics processors made of values: each answer is a public field. An operation fails, with `failure` in errno,
+/// while its field holds nothing.
+class SENTREL_API ScriptedGraphicsService final : public GraphicsService {
+public:
+    std::optional<std::vector<PropertyList::Dictionary>> pciDevicesValue = std::vector<PropertyList::Dictionary>();
+    std::optional<PropertyList::Bytes> activeDeviceIDValue;
+    int failure = ENODEV; ///< what errno says after a failure
+
+    std::optional<std::vector<PropertyList::Dictionary>> pciDevices() override {
+        if (!pciDevicesValue)
+            errno = failure;
+        return pciDevicesValue;
+    }
+    std::optional<PropertyList::Bytes> activeDeviceID() override {
+        if (!activeDeviceIDValue)
+            errno = failure;
+        return activeDeviceIDValue;
+    }
+};
 
 } // namespace sentrel::platform

@@ -1,9 +1,71 @@
 #pragma once
 
 #include <SentrelKit/platform/NetworkService.h>
+#include <SentrelKit/platform/scripted/ScriptedDispatch.h>
+
+#include <map>
 
 namespace sentrel::platform {
 
-class SENTREL_API ScriptedNetworkService final : public NetworkService {};
+/// One interface of the scripted machine.
+struct SENTREL_API ScriptedInterface {
+    /// An Ethernet interface that is up and has carrier, without addresses.
+    explicit ScriptedInterface(std::string name, std::uint32_t index = 2);
+
+    /// Adds an address message with a numeric IPv4 or IPv6 address; a scope follows it after "%" as a number. An empty
+    /// text adds a message without an address, any other text one whose address converts to no text.
+    ScriptedInterface& addAddress(const std::string& numeric);
+
+    std::string name;
+    std::uint32_t index;
+    std::uint32_t flags = InterfaceInfo::up;
+    std::uint8_t linkType = InterfaceInfo::ethernetLinkType;
+    std::vector<std::uint8_t> hardwareAddress{0x02, 0x00, 0x00, 0x00, 0x00, 0x01};
+    std::int64_t bytesIn = 0;
+    std::int64_t bytesOut = 0;
+    std::vector<std::vector<std::uint8_t>> addresses;                  ///< raw socket addresses
+    std::optional<MediaStatus> media = MediaStatus{true, true};        ///< absent: the request fails
+    std::optional<PropertyList::Dictionary> properties{std::in_place}; ///< absent: reading them fails
+    PropertyList::Dictionary related; ///< what a search finds beside the own properties
+    bool registered = true;           ///< false: the registry has no entry for it
+};
+
+/// A network made of values.
+class SENTREL_API ScriptedNetworkService final : public NetworkService {
+public:
+    explicit ScriptedNetworkService(ScriptedDispatch& dispatch) : dispatch_(dispatch) {}
+
+    bool listInterfaces(const std::function<void(const InterfaceInfo&)>& each) override;
+    std::optional<MediaStatus> mediaStatus(std::string_view name) override;
+    std::optional<std::unique_ptr<InterfaceEntry>> matchInterface(const std::string& name) override;
+    Connectivity connectivity() override { return reachable; }
+    std::unique_ptr<ConfigurationWatch> watchConfiguration(std::function<void()> changed) override;
+
+    /// The interface of that name, which must exist.
+    ScriptedInterface& interface(std::string_view name);
+
+    /// Delivers one change of the configuration to every scheduled watch with keys, on the virtual background queue.
+    void change();
+
+    std::vector<ScriptedInterface> interfaces; ///< in the order in which they are listed
+    bool listsInterfaces = true;               ///< false: listing fails (errno EIO)
+    bool matchesInterfaces = true;             ///< false: the registry cannot be asked (errno EIO)
+    Connectivity reachable = Connectivity::yes;
+
+    std::optional<std::string> localHostName;
+    std::optional<std::vector<std::string>> dnsServers;
+    std::optional<std::string> router;
+    bool watches = true;                       ///< false: no watch can be made (errno EIO)
+    bool acceptsKeys = true;                   ///< false: notification keys cannot be installed
+    std::vector<std::string> notificationKeys; ///< the keys that were asked for last
+    bool scheduled = false;                    ///< whether the newest watch was scheduled
+
+private:
+    class Watch;
+    struct Listener;
+
+    ScriptedDispatch& dispatch_;
+    std::vector<std::weak_ptr<Listener>> listeners_;
+};
 
 } // namespace sentrel::platform

@@ -41,7 +41,7 @@ private:
     ScriptedHostService host_;
     ScriptedGraphicsService graphics_;
     ScriptedVolumeService volumes_;
-    ScriptedNetworkService network_;
+    ScriptedNetworkService network_{dispatch_};
     ScriptedPowerService power_;
     ScriptedProcessService processes_;
     ScriptedDesktop desktop_;

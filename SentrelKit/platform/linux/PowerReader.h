@@ -1,0 +1,22 @@
+#pragma once
+
+#include <SentrelKit/platform/linux/PowerFigures.h>
+
+#include <atomic>
+
+namespace sentrel::platform {
+
+/// Reads the machine's power figures. Remembers that there was a battery: when its device goes, the bay stays, empty,
+/// so that hosts hear of a battery that is pulled. Any thread.
+class PowerReader {
+public:
+    explicit PowerReader(const SystemRoot& root) : root_(root) {}
+
+    [[nodiscard]] PowerFigures read();
+
+private:
+    const SystemRoot root_;
+    std::atomic<bool> hasBay_{false};
+};
+
+} // namespace sentrel::platform

@@ -1,0 +1,64 @@
+#pragma once
+
+/// The host, its processor and its memory: each function asks the platform once and fills a plain record. They are
+/// synchronous. Source: the platform's HostService and GraphicsService (host statistics on macOS; /proc, /sys and the
+/// monotonic clock on Linux).
+
+#include <SentrelKit/Export.h>
+#include <SentrelKit/platform/HostService.h>
+#include <SentrelKit/platform/PropertyList.h>
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+
+namespace sentrel::probes {
+
+/// Processor load since the previous call, and what runs.
+struct CPUData {
+    double user;           ///< percent in user mode, nice included, 0 to 100
+    double system;         ///< percent in system mode
+    double idle;           ///< percent idle
+    std::uint32_t tasks;   ///< processes
+    std::uint32_t threads; ///< threads of all of them
+};
+
+/// Memory now, and paging since boot.
+struct MEMData {
+    std::uint64_t free;       ///< bytes
+    std::uint64_t active;     ///< bytes
+    std::uint64_t inactive;   ///< bytes
+    std::uint64_t wired;      ///< bytes
+    std::uint64_t compressed; ///< bytes that the compressor occupies
+    std::uint64_t pageins;    ///< count
+    std::uint64_t pageouts;   ///< count
+    std::uint64_t faults;     ///< count
+    std::uint64_t app;        ///< bytes of programs; wraps to a huge value if more is purgeable than they have: meant
+    std::uint64_t cached;     ///< bytes of files
+};
+
+using platform::host_basic_info;
+using HostInfoBlock = std::function<void(const host_basic_info*)>;
+
+/// The moment of the last boot in seconds since the epoch; 0 if it cannot be told. Any thread.
+[[nodiscard]] SENTREL_API std::int64_t _getboottime();
+
+/// Calls the block once, before it returns; not at all if the host cannot be described. Any thread.
+SENTREL_API void _getHostInfo(const HostInfoBlock& block);
+
+/// Fills the record with the load since the previous call in this process; the first call measures the load since boot.
+/// Without a tick in between, or if the ticks cannot be read, the percentages are 0. Always 1. One thread at a time.
+SENTREL_API int _getCPUData(CPUData* data);
+
+/// The processor's brand without "(R)", "(TM)", "@ " and "CPU " and with single blanks, in the field `cpuBrand` of the
+/// system manager, which each call writes anew; empty if it cannot be told. One thread at a time.
+SENTREL_API const char* _getCPUBrand();
+
+/// The "device-id" of the graphics processor that drives the main display; absent if there is none. Any thread.
+[[nodiscard]] SENTREL_API std::optional<PropertyList::Bytes> _getActiveGPUDeviceID();
+
+/// Fills the record and returns 1. If memory cannot be read: one line on the standard error stream, the record
+/// untouched, 0. Any thread.
+SENTREL_API int _getMEMData(MEMData* data);
+
+} // namespace sentrel::probes

@@ -1,0 +1,125 @@
+#pragma once
+
+/// The internal battery and the power it runs on.
+
+#include <SentrelKit/Export.h>
+#include <SentrelKit/system/Mutex/Atomic.h>
+#include <SentrelKit/system/Signal.h>
+#include <SentrelKit/system/SystemResource.h>
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace sentrel::platform {
+class BatteryService;
+}
+namespace sentrel::probes {
+struct BatteryData;
+}
+
+namespace sentrel {
+
+/// The battery's figures. They are not sampled on a timer: each change of the power sources refreshes them and then
+/// fires `onBatteryChanged`. The changes arrive on the loop of the thread that makes the model (on Linux its default
+/// GLib main context), so a host makes it on its main thread.
+///
+/// Getters answer from any thread without a lock (texts: under a short one) and may mix two samples. A figure that the
+/// machine does not tell keeps its value. Source: the platform's PowerService; on Linux /sys/class/power_supply and its
+/// uevents.
+class SENTREL_API Battery final : public SystemResource {
+public:
+    /// Reads what never changes, takes the first figures and asks for changes. Without a battery: no figures, mains
+    /// power, and never an event.
+    Battery();
+    ~Battery() override;
+    Battery(const Battery&) = delete;
+    Battery& operator=(const Battery&) = delete;
+
+    [[nodiscard]] SystemResourceType type() const noexcept override { return SystemResourceType::battery; }
+
+    /// Refreshes the live figures of the battery itself, without an event: `installed`, `isACPowered`, `isCharging`,
+    /// the capacities, `cycleCount`, `voltage`, `temperature`. While no battery is installed only `installed` changes.
+    /// Any thread.
+    void update() override;
+
+    /// Fires after every change, with the figures already refreshed. Carries no value.
+    [[nodiscard]] Signal<void>& onBatteryChanged() noexcept { return onBatteryChanged_; }
+
+    [[nodiscard]] bool hasBattery() const noexcept { return hasBattery_; }         ///< the machine can have a battery
+    [[nodiscard]] bool installed() const noexcept { return load(installed_); }     ///< one is in it
+    [[nodiscard]] bool isACPowered() const noexcept { return load(isACPowered_); } ///< an adapter is connected
+    [[nodiscard]] bool isFullyCharged() const noexcept { return load(isFullyCharged_); }
+    [[nodiscard]] bool isCharging() const noexcept { return load(isCharging_); }
+
+    /// The power of the external adapter in watts; 0 without one, or if it does not tell.
+    [[nodiscard]] std::int64_t acWatts() const noexcept { return load(acWatts_); }
+
+    [[nodiscard]] double currentCapacity() const noexcept { return load(currentCapacity_); } ///< mAh
+    [[nodiscard]] double maxCapacity() const noexcept { return load(maxCapacity_); }         ///< full charge now, mAh
+    [[nodiscard]] double designCapacity() const noexcept { return load(designCapacity_); } ///< full charge as new, mAh
+
+    [[nodiscard]] std::int64_t cycleCount() const noexcept { return load(cycleCount_); }
+    [[nodiscard]] std::int64_t designCycleCount() const noexcept { return load(designCycleCount_); }
+
+    [[nodiscard]] double temperature() const noexcept { return load(temperature_); } ///< degrees Celsius
+
+    /// "2:05 remaining", "0:59 until charged", "Calculating..." while it cannot be known, empty when there is no time
+    /// to tell. "Calculating..", with two dots, before the first change; that is meant.
+    [[nodiscard]] std::string timeRemaining() const;
+
+    [[nodiscard]] std::int64_t voltage() const noexcept { return load(voltage_); } ///< mV
+    [[nodiscard]] std::int64_t current() const noexcept { return load(current_); } ///< mA, negative while discharging
+
+    /// Charge in percent, 0 to 100; -2147483648 while there is no full charge to compare with, as in an empty bay.
+    [[nodiscard]] std::int64_t percent() const noexcept { return load(percent_); }
+
+    [[nodiscard]] std::string condition() const; ///< in the driver's words; "Normal" if it reports none
+    [[nodiscard]] bool hasACondition() const noexcept { return load(hasACondition_); } ///< the driver reported one
+
+    [[nodiscard]] std::string age() const { return age_; }                   ///< "3.5 years"; empty if not known
+    [[nodiscard]] std::string manufactured() const { return manufactured_; } ///< "14 Mar 2019"; empty if not known
+
+    /// The power that flows, in whole watts, half away from zero; negative while discharging.
+    [[nodiscard]] double watts() const noexcept;
+
+    /// Full charge now in percent of full charge as new, 0 to 100. 0 without a design capacity. Of a quotient above 255
+    /// only the low 8 bits count before the cap: 300 % reads 44. That is meant.
+    [[nodiscard]] std::uint8_t health() const noexcept;
+
+private:
+    template <class T>
+    static T load(const std::atomic<T>& field) noexcept {
+        return field.load(std::memory_order_relaxed);
+    }
+
+    void readFixedFacts(const platform::BatteryService& service);
+    void powerSourceChanged(const probes::BatteryData& data);
+
+    Signal<void> onBatteryChanged_;
+    bool hasBattery_ = false;
+    std::atomic<bool> installed_{false};
+    std::atomic<bool> isACPowered_{false};
+    std::atomic<bool> isFullyCharged_{false};
+    std::atomic<bool> isCharging_{false};
+    std::atomic<std::int64_t> acWatts_{0};
+    std::atomic<double> currentCapacity_{0};
+    std::atomic<double> maxCapacity_{0};
+    std::atomic<double> designCapacity_{0};
+    std::atomic<std::int64_t> cycleCount_{0};
+    std::atomic<std::int64_t> designCycleCount_{0};
+    std::atomic<double> temperature_{0};
+    Atomic<std::string> timeRemaining_{"Calculating.."};
+    std::atomic<std::int64_t> voltage_{0};
+    std::atomic<std::int64_t> current_{0};
+    std::atomic<std::int64_t> percent_{0};
+    Atomic<std::string> condition_;
+    std::atomic<bool> hasACondition_{false};
+    std::string age_;
+    std::string manufactured_;
+
+    const std::shared_ptr<Battery*> self_; ///< how the change notification finds this model, while it lives
+};
+
+} // namespace sentrel

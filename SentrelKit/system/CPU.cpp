@@ -1,0 +1,59 @@
+#include <SentrelKit/system/CPU.h>
+
+#include <SentrelKit/platform/HostService.h>
+#include <SentrelKit/platform/Platform.h>
+#include <SentrelKit/probes/HostProbes.h>
+#include <SentrelKit/system/Time.h>
+
+namespace sentrel {
+
+CPU::CPU() {
+    probes::_getHostInfo([this](const probes::host_basic_info* info) {
+        physicalCores_ = info->physical_cpu_max;
+        logicalCores_ = info->logical_cpu_max;
+        activePhysicalCores_ = info->physical_cpu;
+        activeLogicalCores_ = info->logical_cpu;
+    });
+    bootTime_ = probes::_getboottime();
+}
+
+void CPU::update() {
+    probes::CPUData data{};
+    if (probes::_getCPUData(&data) < 1)
+        return;
+    user_.store(data.user, std::memory_order_relaxed);
+    sys_.store(data.system, std::memory_order_relaxed);
+    idle_.store(data.idle, std::memory_order_relaxed);
+    processes_.store(data.tasks, std::memory_order_relaxed);
+    threads_.store(data.threads, std::memory_order_relaxed);
+}
+
+std::string CPU::brand() const {
+    return brand_.withValue([](std::optional<std::string>& brand) {
+        if (!brand)
+            brand = probes::_getCPUBrand();
+        return *brand;
+    });
+}
+
+std::int64_t CPU::uptime() const {
+    return Time::now() - bootTime_;
+}
+
+std::int64_t CPU::awakeTime() const {
+    return static_cast<std::int64_t>(platform::current().host().awakeUptime().value_or(0));
+}
+
+std::int64_t CPU::sleepTime() const {
+    return uptime() - awakeTime();
+}
+
+ThermalState CPU::thermalState() const {
+    return platform::current().host().thermalState().value_or(ThermalState::nominal);
+}
+
+std::array<double, 3> CPU::loadavg() const {
+    return platform::current().host().loadAverages().value_or(platform::LoadAverages{});
+}
+
+} // namespace sentrel

@@ -1,0 +1,88 @@
+#pragma once
+
+/// The processor: load, what runs, cores, brand, uptime, heat.
+
+#include <SentrelKit/Export.h>
+#include <SentrelKit/platform/ThermalState.h>
+#include <SentrelKit/system/Mutex/Atomic.h>
+#include <SentrelKit/system/SystemResource.h>
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace sentrel {
+
+/// The model of the processor. The registry owns the one instance and samples it every 1.1 seconds.
+///
+/// The first sample of a process is the load since boot, by design; each later one is the load since the sample before.
+/// The figures of a sample are 0 before the first one and keep their values between samples.
+///
+/// Getters answer from any thread without a lock (`brand` under a short one) and may mix two samples. Source: the
+/// platform's HostService; on Linux /proc and /sys.
+class SENTREL_API CPU final : public SystemResource {
+public:
+    /// Reads the number of cores and the moment of boot; each is 0 if it cannot be told.
+    CPU();
+
+    [[nodiscard]] SystemResourceType type() const noexcept override { return SystemResourceType::cpu; }
+
+    /// Takes one sample. The ticks it measures from are the process's, not the model's.
+    void update() override;
+
+    [[nodiscard]] double user() const noexcept { return load(user_); } ///< percent, nice included, 0 to 100
+    [[nodiscard]] double sys() const noexcept { return load(sys_); }   ///< percent, 0 to 100
+    [[nodiscard]] double idle() const noexcept { return load(idle_); } ///< percent, 0 to 100
+    [[nodiscard]] double usage() const noexcept { return user() + sys(); }
+
+    [[nodiscard]] std::uint32_t processes() const noexcept { return load(processes_); }
+    [[nodiscard]] std::uint32_t threads() const noexcept { return load(threads_); }
+
+    /// Cores and logical processors of the machine, and those of them that were online when the model was made.
+    [[nodiscard]] std::int64_t physicalCores() const noexcept { return physicalCores_; }
+    [[nodiscard]] std::int64_t logicalCores() const noexcept { return logicalCores_; }
+    [[nodiscard]] std::int64_t activePhysicalCores() const noexcept { return activePhysicalCores_; }
+    [[nodiscard]] std::int64_t activeLogicalCores() const noexcept { return activeLogicalCores_; }
+
+    /// "Intel Core i7 2.50GHz"; empty if it cannot be told. Asked for once, at the first call.
+    [[nodiscard]] std::string brand() const;
+
+    [[nodiscard]] std::int64_t bootTime() const noexcept { return bootTime_; } ///< seconds since the epoch
+
+    /// Seconds since boot by the wall clock; since 1970 if the moment of boot is not known.
+    [[nodiscard]] std::int64_t uptime() const;
+
+    /// Seconds since boot that the machine was awake; 0 if it cannot be told.
+    [[nodiscard]] std::int64_t awakeTime() const;
+
+    /// The rest of `uptime`: seconds that the machine slept.
+    [[nodiscard]] std::int64_t sleepTime() const;
+
+    /// The platform's word on the machine's heat; nominal where it has none.
+    [[nodiscard]] ThermalState thermalState() const;
+
+    /// Average number of runnable threads over the last 1, 5 and 15 minutes; zeros if it cannot be told.
+    [[nodiscard]] std::array<double, 3> loadavg() const;
+
+private:
+    template <class T>
+    static T load(const std::atomic<T>& field) noexcept {
+        return field.load(std::memory_order_relaxed);
+    }
+
+    std::atomic<double> user_{0};
+    std::atomic<double> sys_{0};
+    std::atomic<double> idle_{0};
+    std::atomic<std::uint32_t> processes_{0};
+    std::atomic<std::uint32_t> threads_{0};
+    std::int64_t physicalCores_ = 0;
+    std::int64_t logicalCores_ = 0;
+    std::int64_t activePhysicalCores_ = 0;
+    std::int64_t activeLogicalCores_ = 0;
+    mutable Atomic<std::optional<std::string>> brand_;
+    std::int64_t bootTime_ = 0;
+};
+
+} // namespace sentrel

@@ -1,0 +1,76 @@
+#include <SentrelKit/system/GPU.h>
+
+#include <SentrelKit/base/util/Str.h>
+#include <SentrelKit/platform/GraphicsService.h>
+#include <SentrelKit/platform/Platform.h>
+#include <SentrelKit/probes/HostProbes.h>
+
+#include <utility>
+
+namespace sentrel {
+
+namespace {
+
+template <class T>
+const T* property(const PropertyList::Dictionary& properties, std::string_view key) {
+    const auto entry = properties.find(key);
+    return entry == properties.end() ? nullptr : entry->second.as<T>();
+}
+
+bool isDisplay(const PropertyList::Dictionary& properties) {
+    const std::string* name = property<std::string>(properties, "IOName");
+    return name && Str_isEqual(name->c_str(), "display");
+}
+
+GPU::Processor describe(const PropertyList::Dictionary& properties) {
+    GPU::Processor processor;
+    if (const auto* deviceID = property<PropertyList::Bytes>(properties, "device-id"))
+        processor.deviceID = *deviceID;
+    if (const auto* model = property<PropertyList::Bytes>(properties, "model"))
+        processor.name.assign(model->begin(), model->end());
+    else
+        processor.name = "Unknown";
+    return processor;
+}
+
+} // namespace
+
+GPU::GPU() {
+    find();
+    update();
+}
+
+void GPU::find() {
+    const std::optional<std::vector<PropertyList::Dictionary>> devices = platform::current().graphics().pciDevices();
+    if (!devices)
+        return;
+    for (const PropertyList::Dictionary& properties : *devices) {
+        if (!isDisplay(properties))
+            continue;
+        Processor processor = describe(properties);
+        if (processor.name.find("Intel") != std::string::npos)
+            integrated_ = std::move(processor);
+        else
+            discrete_ = std::move(processor);
+    }
+}
+
+void GPU::update() {
+    const std::optional<PropertyList::Bytes> active = probes::_getActiveGPUDeviceID();
+    const bool isDiscrete = active && discrete_ && *active == discrete_->deviceID;
+    current_.setValue(isDiscrete ? discrete_ : integrated_);
+}
+
+std::string GPU::name() const {
+    const std::optional<Processor> processor = current();
+    return processor ? processor->name : std::string();
+}
+
+bool GPU::isUsingIntegratedGPU() const {
+    const std::optional<Processor> processor = current();
+    if (!integrated_ || !processor)
+        return integrated_.has_value() == processor.has_value();
+    return integrated_->deviceID == processor->deviceID;
+}
+
+} // namespace sentrel

@@ -1,0 +1,63 @@
+#pragma once
+
+/// The machine's graphics processors.
+
+#include <SentrelKit/Export.h>
+#include <SentrelKit/system/Mutex/Atomic.h>
+#include <SentrelKit/system/SystemResource.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace sentrel {
+
+/// The model of the graphics processors. The registry owns the one instance and, on a machine that has both an
+/// integrated and a discrete one, samples it every 1.1 seconds on request.
+///
+/// Getters answer from any thread, `current` and what depends on it under a short lock. Source: the platform's
+/// GraphicsService; on Linux the PCI devices and graphics cards of /sys, with names from the hardware database.
+class SENTREL_API GPU final : public SystemResource {
+public:
+    struct Processor {
+        std::string name;                   ///< "Unknown" if the platform has none
+        std::vector<std::uint8_t> deviceID; ///< bytes as the device registry has them
+        friend bool operator==(const Processor&, const Processor&) = default;
+    };
+
+    /// Finds the processors and takes a first sample.
+    GPU();
+
+    [[nodiscard]] SystemResourceType type() const noexcept override { return SystemResourceType::gpu; }
+
+    /// Asks which processor drives the main display.
+    void update() override;
+
+    /// The display controller whose name contains "Intel", and the one whose name does not; the last one of each kind.
+    [[nodiscard]] const std::optional<Processor>& integrated() const noexcept { return integrated_; }
+    [[nodiscard]] const std::optional<Processor>& discrete() const noexcept { return discrete_; }
+
+    /// The one that drove the main display at the last update: the discrete one if it is known to, else the integrated
+    /// one.
+    [[nodiscard]] std::optional<Processor> current() const { return current_.value(); }
+
+    /// The name of the current one; empty without one.
+    [[nodiscard]] std::string name() const;
+
+    /// True if the current one has the device id of the integrated one; also when there is neither. The discrete one is
+    /// in use whenever this is false: meant.
+    [[nodiscard]] bool isUsingIntegratedGPU() const;
+    [[nodiscard]] bool isUsingDiscreteGPU() const { return !isUsingIntegratedGPU(); }
+
+    [[nodiscard]] bool hasBoth() const noexcept { return integrated_ && discrete_; }
+
+private:
+    void find();
+
+    std::optional<Processor> integrated_;
+    std::optional<Processor> discrete_;
+    Atomic<std::optional<Processor>> current_;
+};
+
+} // namespace sentrel

@@ -1,0 +1,68 @@
+#include <SentrelKit/system/Memory.h>
+
+#include <SentrelKit/base/system/System.h>
+#include <SentrelKit/platform/HostService.h>
+#include <SentrelKit/platform/Platform.h>
+#include <SentrelKit/probes/HostProbes.h>
+
+#include <cinttypes>
+#include <cmath>
+#include <cstdio>
+
+namespace sentrel {
+
+namespace {
+
+std::uint8_t percentOf(std::uint64_t part, std::uint64_t total) noexcept {
+    if (total == 0)
+        return 0;
+    const double percent = std::round(static_cast<double>(part) / static_cast<double>(total) * 100);
+    return static_cast<std::uint8_t>(static_cast<std::int64_t>(percent));
+}
+
+} // namespace
+
+Memory::Memory() : physical_(platform::current().host().physicalMemory().value_or(0)) {}
+
+void Memory::update() {
+    probes::MEMData data{};
+    if (probes::_getMEMData(&data) < 1)
+        return;
+    free_.store(data.free + data.inactive, std::memory_order_relaxed);
+    active_.store(data.active, std::memory_order_relaxed);
+    wired_.store(data.wired, std::memory_order_relaxed);
+    compressed_.store(data.compressed, std::memory_order_relaxed);
+    pagesIn_.store(data.pageins, std::memory_order_relaxed);
+    pagesOut_.store(data.pageouts, std::memory_order_relaxed);
+    pagesFault_.store(data.faults, std::memory_order_relaxed);
+    appMemory_.store(data.app, std::memory_order_relaxed);
+    cachedFiles_.store(data.cached, std::memory_order_relaxed);
+}
+
+std::uint8_t Memory::usage() const noexcept {
+    const std::uint64_t used = wired() + active() + compressed();
+    return percentOf(used, used + free());
+}
+
+Memory::Percents Memory::percents() const noexcept {
+    const std::uint64_t wiredNow = wired();
+    const std::uint64_t activeNow = active();
+    const std::uint64_t compressedNow = compressed();
+    const std::uint64_t freeNow = free();
+    const std::uint64_t total = wiredNow + activeNow + compressedNow + freeNow;
+    return {percentOf(wiredNow, total), percentOf(activeNow, total), percentOf(compressedNow, total),
+            percentOf(freeNow, total)};
+}
+
+Memory::Swap Memory::swap() const {
+    const std::optional<platform::SwapUsage> usage = platform::current().host().swapUsage();
+    if (!usage) {
+        // The placeholder stays in the text and the pointer's value follows it, not the words it points to: meant.
+        std::printf("Cannot get swap statistics -- %%@Optional(0x%016" PRIxPTR ")\n",
+                    reinterpret_cast<std::uintptr_t>(System_getLastError()));
+        return {};
+    }
+    return {usage->total, usage->used};
+}
+
+} // namespace sentrel

@@ -1,0 +1,85 @@
+#pragma once
+
+/// Physical memory, paging and swap.
+
+#include <SentrelKit/Export.h>
+#include <SentrelKit/system/SystemResource.h>
+
+#include <atomic>
+#include <cstdint>
+
+namespace sentrel {
+
+/// The model of memory. The registry owns the one instance and samples it every 2 seconds. The figures of a sample are
+/// 0 before the first one; a sample that fails leaves them as they were.
+///
+/// Getters answer from any thread without a lock and may mix two samples. Source: the platform's HostService; on Linux
+/// /proc/meminfo and /proc/vmstat, where `free` is what the kernel calls available and wired, active, compressed and
+/// free make up all of the memory.
+class SENTREL_API Memory final : public SystemResource {
+public:
+    /// Reads the size of the memory; 0 if it cannot be told.
+    Memory();
+
+    [[nodiscard]] SystemResourceType type() const noexcept override { return SystemResourceType::mem; }
+
+    /// Takes one sample.
+    void update() override;
+
+    [[nodiscard]] std::uint64_t physical() const noexcept { return physical_; }   ///< installed, bytes
+    [[nodiscard]] std::uint64_t wired() const noexcept { return load(wired_); }   ///< cannot be moved out, bytes
+    [[nodiscard]] std::uint64_t active() const noexcept { return load(active_); } ///< in use by programs, bytes
+    [[nodiscard]] std::uint64_t compressed() const noexcept { return load(compressed_); } ///< the compressor, bytes
+    [[nodiscard]] std::uint64_t free() const noexcept { return load(free_); } ///< with inactive memory: meant; bytes
+    [[nodiscard]] std::uint64_t appMemory() const noexcept { return load(appMemory_); }     ///< of programs, bytes
+    [[nodiscard]] std::uint64_t cachedFiles() const noexcept { return load(cachedFiles_); } ///< of files, bytes
+
+    /// Counts since boot. On Linux pages are of 4096 bytes and those of every block device count.
+    [[nodiscard]] std::uint64_t pagesIn() const noexcept { return load(pagesIn_); }
+    [[nodiscard]] std::uint64_t pagesOut() const noexcept { return load(pagesOut_); }
+    [[nodiscard]] std::uint64_t pagesFault() const noexcept { return load(pagesFault_); }
+
+    /// Wired, active and compressed memory in percent of those and free, rounded half away from zero, 0 to 100; 0
+    /// before the first sample.
+    [[nodiscard]] std::uint8_t usage() const noexcept;
+
+    struct Percents {
+        std::uint8_t wired = 0;
+        std::uint8_t active = 0;
+        std::uint8_t compressed = 0;
+        std::uint8_t free = 0;
+        friend bool operator==(const Percents&, const Percents&) = default;
+    };
+
+    /// Each of the four in percent of their sum, rounded half away from zero, so that they need not add up to 100;
+    /// zeros before the first sample.
+    [[nodiscard]] Percents percents() const noexcept;
+
+    struct Swap {
+        std::uint64_t total = 0;
+        std::uint64_t used = 0;
+        friend bool operator==(const Swap&, const Swap&) = default;
+    };
+
+    /// Swap space now, in bytes, asked for at each call. If it cannot be told: one line on the standard output, and
+    /// zeros.
+    [[nodiscard]] Swap swap() const;
+
+private:
+    static std::uint64_t load(const std::atomic<std::uint64_t>& field) noexcept {
+        return field.load(std::memory_order_relaxed);
+    }
+
+    std::uint64_t physical_ = 0;
+    std::atomic<std::uint64_t> wired_{0};
+    std::atomic<std::uint64_t> active_{0};
+    std::atomic<std::uint64_t> compressed_{0};
+    std::atomic<std::uint64_t> free_{0};
+    std::atomic<std::uint64_t> appMemory_{0};
+    std::atomic<std::uint64_t> cachedFiles_{0};
+    std::atomic<std::uint64_t> pagesIn_{0};
+    std::atomic<std::uint64_t> pagesOut_{0};
+    std::atomic<std::uint64_t> pagesFault_{0};
+};
+
+} // namespace sentrel

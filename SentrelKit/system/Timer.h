@@ -1,0 +1,61 @@
+#pragma once
+
+/// Repeating timers on the main or the background queue, and closures that run once, later or elsewhere.
+
+#include <SentrelKit/Export.h>
+#include <SentrelKit/platform/Dispatch.h>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+namespace sentrel {
+
+/// A repeating timer that can be started and suspended any number of times.
+///
+/// One thread, the owner's, calls start, suspend and cancel and releases the timer; the closure runs on the timer's
+/// queue. Releasing is safe in every state, also from inside the closure; no tick begins after it.
+class SENTREL_API Timer {
+public:
+    enum class Status : std::uint8_t { initial, started, suspended, canceled };
+
+    /// A stopped timer that ticks every `interval` seconds on the background queue, or else on the main queue. The
+    /// interval is kept to the nanosecond; not-a-number, 0 and negative intervals count as one nanosecond.
+    Timer(double interval, bool background, std::function<void()> closure);
+
+    /// A stopped timer on the main queue. Note that `delay` has the opposite default.
+    Timer(double interval, std::function<void()> closure) : Timer(interval, false, std::move(closure)) {}
+
+    virtual ~Timer();
+    Timer(const Timer&) = delete;
+    Timer& operator=(const Timer&) = delete;
+
+    [[nodiscard]] Status status() const noexcept { return status_; }
+
+    /// Starts an initial or suspended timer; the first tick comes one whole interval later. Else nothing.
+    void start();
+
+    /// Suspends a started timer. Else nothing.
+    void suspend();
+
+    /// Ends a started timer for good. An initial or suspended timer stays as it is: this asymmetry is meant.
+    void cancel();
+
+    /// Runs the closure once, `seconds` from now, on the background queue or else on the main queue. Any thread.
+    static void delay(double seconds, bool background, std::function<void()> closure);
+
+    /// Runs the closure once, `seconds` from now, on the background queue. Any thread.
+    static void delay(double seconds, std::function<void()> closure) { delay(seconds, true, std::move(closure)); }
+
+    /// Runs the closure soon on the background queue. Any thread.
+    static void onBackground(std::function<void()> closure);
+
+    /// Runs the closure soon on the main queue. Any thread.
+    static void onMain(std::function<void()> closure);
+
+private:
+    Status status_ = Status::initial;
+    std::unique_ptr<RepeatingTimer> timer_;
+};
+
+} // namespace sentrel

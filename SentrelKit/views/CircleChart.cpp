@@ -1,0 +1,56 @@
+#include <SentrelKit/views/CircleChart.h>
+
+#include <SentrelKit/views/PercentText.h>
+#include <SentrelKit/views/canvas/Canvas.h>
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace sentrel {
+
+CircleChart::CircleChart(Rect frame) : View(frame) {}
+
+CircleChart::CircleChart(Coder& coder) : View(coder) {}
+
+void CircleChart::setMyLabel(std::weak_ptr<TextField> label) noexcept {
+    myLabel_ = std::move(label);
+}
+
+void CircleChart::setColor(Color color) {
+    setNeedsDisplay(std::exchange(color_, color) != color);
+}
+
+void CircleChart::setPercent(double percent) {
+    // Not equal also when either is not a number.
+    const bool roundsDifferently = std::round(percent) != std::round(percent_);
+    percent_ = percent;
+    if (!roundsDifferently)
+        return;
+    if (const std::shared_ptr<TextField> label = myLabel())
+        label->setStringValue(percentText(percent));
+    setNeedsDisplay(true);
+}
+
+void CircleChart::drawRect(Canvas& canvas, Rect rect) {
+    const double side = std::min(rect.width, rect.height);
+    const double diameter = side - 2.0 * lineWidth_;
+    const Point center{rect.width / 2.0, rect.height / 2.0};
+
+    Path track = Path::ellipse({center.x - diameter / 2.0, center.y - diameter / 2.0, diameter, diameter});
+    track.setLineWidth(lineWidth_);
+    canvas.stroke(track, color_.withAlphaComponent(0.2));
+
+    if (percent_ >= 0.5) {
+        Path arc;
+        arc.appendArc(center, diameter / 2.0, 270.0, 270.0 + percent_ / 100.0 * 360.0);
+        arc.setLineWidth(lineWidth_);
+        canvas.stroke(arc, color_);
+    }
+}
+
+std::optional<std::string> CircleChart::accessibilityValue() const {
+    return percentText(percent_);
+}
+
+} // namespace sentrel

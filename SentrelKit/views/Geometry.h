@@ -1,0 +1,74 @@
+#pragma once
+
+/// Points, sizes, rectangles and affine transforms, in points. Plain values: nothing is checked or clamped.
+
+#include <SentrelKit/Export.h>
+
+#include <algorithm>
+
+namespace sentrel {
+
+struct Point {
+    double x = 0.0;
+    double y = 0.0;
+
+    friend bool operator==(const Point&, const Point&) = default;
+};
+
+struct Size {
+    double width = 0.0;
+    double height = 0.0;
+
+    friend bool operator==(const Size&, const Size&) = default;
+};
+
+struct Rect {
+    double x = 0.0;
+    double y = 0.0;
+    double width = 0.0;
+    double height = 0.0;
+
+    /// The rectangle without a border of `margin` on each side; more than there is gives a negative size.
+    [[nodiscard]] constexpr Rect inset(double margin) const noexcept {
+        return {x + margin, y + margin, width - 2.0 * margin, height - 2.0 * margin};
+    }
+
+    /// Whether the point lies inside; the left and the lower y edge belong to the rectangle, the other two do not.
+    [[nodiscard]] constexpr bool contains(Point point) const noexcept {
+        return point.x >= x && point.x < x + width && point.y >= y && point.y < y + height;
+    }
+
+    [[nodiscard]] constexpr Point center() const noexcept { return {x + width / 2.0, y + height / 2.0}; }
+
+    friend bool operator==(const Rect&, const Rect&) = default;
+};
+
+/// Maps (x, y) to (a·x + c·y + tx, b·x + d·y + ty).
+struct Transform {
+    double a = 1.0;
+    double b = 0.0;
+    double c = 0.0;
+    double d = 1.0;
+    double tx = 0.0;
+    double ty = 0.0;
+
+    [[nodiscard]] static constexpr Transform translation(double x, double y) noexcept { return {1, 0, 0, 1, x, y}; }
+    [[nodiscard]] static constexpr Transform scale(double x, double y) noexcept { return {x, 0, 0, y, 0, 0}; }
+
+    /// A turn about the origin from the x axis towards the y axis, in radians.
+    [[nodiscard]] SENTREL_API static Transform rotation(double radians) noexcept;
+
+    /// This transform after `first`: what `first` gives is what this one maps.
+    [[nodiscard]] constexpr Transform after(const Transform& first) const noexcept {
+        return {a * first.a + c * first.b, b * first.a + d * first.b,        a * first.c + c * first.d,
+                b * first.c + d * first.d, a * first.tx + c * first.ty + tx, b * first.tx + d * first.ty + ty};
+    }
+
+    [[nodiscard]] constexpr Point apply(Point p) const noexcept {
+        return {a * p.x + c * p.y + tx, b * p.x + d * p.y + ty};
+    }
+
+    friend bool operator==(const Transform&, const Transform&) = default;
+};
+
+} // namespace sentrel

@@ -1,0 +1,12 @@
+#include <SentrelKit/views/MediaTime.h>
+
+#include <SentrelKit/platform/Clock.h>
+#include <SentrelKit/platform/Platform.h>
+
+namespace sentrel {
+
+double mediaTime() noexcept {
+    return static_cast<double>(platform::current().clock().monotonicNanoseconds()) * 1.0e-9;
+}
+
+} // namespace sentrel

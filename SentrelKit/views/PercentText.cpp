@@ -1,0 +1,17 @@
+#include <SentrelKit/views/PercentText.h>
+
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <limits>
+
+namespace sentrel {
+
+std::string percentText(double percent) {
+    // Sign, all digits of the largest number, percent sign, end.
+    std::array<char, std::numeric_limits<double>::max_exponent10 + 4> text{};
+    const int length = std::snprintf(text.data(), text.size(), "%.0f%%", std::round(percent));
+    return length > 0 ? std::string(text.data()) : std::string();
+}
+
+} // namespace sentrel

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <SentrelKit/Export.h>
+
+#include <string>
+
+namespace sentrel {
+
+/// A percentage rounded to a whole number, halves away from zero, and a percent sign: "42%".
+[[nodiscard]] SENTREL_API std::string percentText(double percent);
+
+} // namespace sentrel

@@ -1,0 +1,181 @@
+#pragma once
+
+/// A rectangle that draws itself, may hold others and may take the pointer's events. All on the main thread.
+///
+/// A view's own coordinates have their origin at the lower left corner of its bounds, y growing upward; a view that
+/// says `isFlipped` has it at the upper left, y growing downward. Its frame is in its superview's coordinates. A view
+/// without superview fills the surface that its host shows it on; a surface's coordinates are flipped.
+
+#include <SentrelKit/Export.h>
+#include <SentrelKit/views/Coder.h>
+#include <SentrelKit/views/Geometry.h>
+#include <SentrelKit/views/MediaTime.h>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace sentrel {
+
+class Canvas;
+class Layer;
+
+/// One event of the pointer.
+struct MouseEvent {
+    Point location; ///< in the surface's coordinates
+};
+
+/// What the pointer looks like over a rectangle.
+enum class Cursor : std::uint8_t { arrow, pointingHand };
+
+struct CursorRect {
+    Rect rect; ///< in the view's own coordinates
+    Cursor cursor = Cursor::arrow;
+
+    friend bool operator==(const CursorRect&, const CursorRect&) = default;
+};
+
+/// A rectangle that reports the pointer's coming and going to the view that owns it.
+struct TrackingArea {
+    enum Options : std::uint32_t {
+        mouseEnteredAndExited = 0x01,
+        activeAlways = 0x80,
+        inVisibleRect = 0x400, ///< follows the view's bounds whatever its own rectangle
+    };
+
+    Rect rect; ///< in the view's own coordinates
+    std::uint32_t options = 0;
+
+    friend bool operator==(const TrackingArea&, const TrackingArea&) = default;
+};
+
+/// When a view's layer is drawn anew.
+enum class LayerContentsRedrawPolicy : std::uint8_t {
+    never = 0,
+    onSetNeedsDisplay = 1,
+    duringViewResize = 2,
+    beforeViewResize = 3,
+    crossfade = 4,
+};
+
+class SENTREL_API View {
+public:
+    explicit View(Rect frame = {});
+    explicit View(Coder& coder);
+    virtual ~View();
+    View(const View&) = delete;
+    View& operator=(const View&) = delete;
+
+    [[nodiscard]] Rect frame() const noexcept { return frame_; }
+
+    /// Moves and sizes the view, and asks for a redraw of it and of its superview if that changes anything.
+    void setFrame(Rect frame);
+
+    /// The view's rectangle in its own coordinates: origin 0, size of the frame.
+    [[nodiscard]] Rect bounds() const noexcept { return {0.0, 0.0, frame_.width, frame_.height}; }
+
+    [[nodiscard]] virtual bool isFlipped() const { return false; }
+
+    /// Whether a redraw was asked for and not yet done.
+    [[nodiscard]] bool needsDisplay() const noexcept { return needsDisplay_; }
+
+    /// Asks for a redraw, or takes that back.
+    void setNeedsDisplay(bool needed);
+
+    /// Called each time a redraw is asked for, of this view or one inside it. For the host of a surface.
+    void setDisplayHandler(std::function<void()> handler);
+
+    // The tree. A superview owns its subviews; later ones lie above earlier ones.
+    [[nodiscard]] View* superview() const noexcept { return superview_; }
+    [[nodiscard]] const std::vector<std::shared_ptr<View>>& subviews() const noexcept { return subviews_; }
+
+    /// Puts a view on top, taking it from where it was, and asks for its redraw. It must not hold this view itself.
+    void addSubview(std::shared_ptr<View> view);
+    void removeFromSuperview();
+
+    /// The place of this view's own coordinates in the surface's.
+    [[nodiscard]] Transform toSurface() const;
+
+    /// The topmost view under a point of the superview's (the surface's) coordinates: this one or one inside it, or
+    /// null.
+    [[nodiscard]] View* hitTest(Point point);
+
+    /// The rectangles of the surface whose views, or their layers, asked for a redraw: this one or those inside it.
+    [[nodiscard]] std::vector<Rect> dirtyRects() const;
+
+    /// Draws the view and all in it with its upper left corner at the canvas's origin, as of a media time, and takes
+    /// every request for a redraw off. Anything outside the bounds is clipped.
+    void display(Canvas& canvas, double now = mediaTime());
+
+    /// Draws the view's figure into a rectangle of its own coordinates; the view without figure draws nothing. For the
+    /// whole view, the rectangle is the bounds.
+    virtual void drawRect(Canvas& canvas, Rect rect);
+
+    /// What the view shows as text, for assistive technology. Absent for a view that shows no value.
+    [[nodiscard]] virtual std::optional<std::string> accessibilityValue() const { return std::nullopt; }
+
+    // The pointer. A press or release that a view does not handle goes to its superview.
+    virtual void mouseEntered(const MouseEvent& event);
+    virtual void mouseExited(const MouseEvent& event);
+    virtual void mouseDown(const MouseEvent& event);
+    virtual void mouseUp(const MouseEvent& event);
+
+    [[nodiscard]] const std::vector<TrackingArea>& trackingAreas() const noexcept { return trackingAreas_; }
+    void addTrackingArea(TrackingArea area);
+    void removeTrackingAreas() noexcept;
+
+    /// Called when the view comes into a tree or changes its size: the place to register tracking areas anew.
+    virtual void updateTrackingAreas();
+
+    [[nodiscard]] const std::vector<CursorRect>& cursorRects() const noexcept { return cursorRects_; }
+    void addCursorRect(Rect rect, Cursor cursor);
+    void discardCursorRects() noexcept;
+
+    /// Called, after the earlier ones were discarded, when the view comes into a tree or changes its size: the place to
+    /// add cursor rectangles.
+    virtual void resetCursorRects();
+
+    /// Registers the pointer's rectangles of this view and those inside it anew. For the host of a surface.
+    void preparePointer();
+
+    // The layer, for views that keep what they show in one. It lies under what `drawRect` draws.
+    [[nodiscard]] bool wantsLayer() const noexcept { return layer_ != nullptr; }
+
+    /// Makes the layer, or lets it go.
+    void setWantsLayer(bool wants);
+    [[nodiscard]] const std::shared_ptr<Layer>& layer() const noexcept { return layer_; }
+    [[nodiscard]] LayerContentsRedrawPolicy layerContentsRedrawPolicy() const noexcept { return redrawPolicy_; }
+
+    /// Kept for the platform; a canvas is drawn whole whatever the policy.
+    void setLayerContentsRedrawPolicy(LayerContentsRedrawPolicy policy) noexcept { redrawPolicy_ = policy; }
+
+    /// Whether a layer of this view or one inside it still changes by itself at a media time: then the host draws the
+    /// next frame without being asked, and once more when it is over.
+    [[nodiscard]] bool isAnimating(double now = mediaTime()) const;
+
+protected:
+    /// The layer of a view that wants one; a plain one unless the view brings its own.
+    [[nodiscard]] virtual std::shared_ptr<Layer> makeBackingLayer();
+
+private:
+    [[nodiscard]] Transform toSuperview() const;
+    [[nodiscard]] Transform toParent(bool parentFlipped, Point origin) const;
+    void displayInto(Canvas& canvas, const Transform& place, double now);
+    void collectDirty(const Transform& place, std::vector<Rect>& rects) const;
+    void callDisplayHandlers() const;
+
+    Rect frame_;
+    View* superview_ = nullptr;
+    std::vector<std::shared_ptr<View>> subviews_;
+    std::function<void()> displayHandler_;
+    std::vector<TrackingArea> trackingAreas_;
+    std::vector<CursorRect> cursorRects_;
+    std::shared_ptr<Layer> layer_;
+    LayerContentsRedrawPolicy redrawPolicy_ = LayerContentsRedrawPolicy::duringViewResize;
+    bool needsDisplay_ = false;
+};
+
+} // namespace sentrel

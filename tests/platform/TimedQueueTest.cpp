@@ -1,0 +1,176 @@
+#include <SentrelKit/platform/TimedQueue.h>
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <string>
+#include <vector>
+
+namespace sentrel::platform {
+namespace {
+
+using Ticker = TimedQueue::Ticker;
+
+// Runs everything that is due at a moment.
+void runDue(TimedQueue& queue, std::int64_t now) {
+    while (auto job = queue.take(now)) {
+        job->run();
+        queue.finished(*job);
+    }
+}
+
+TEST(TimedQueue, RunsReadyClosuresInTheirOrder) {
+    TimedQueue queue;
+    std::string order;
+    queue.push([&] { order += "a"; });
+    queue.push([&] { order += "b"; });
+    runDue(queue, 0);
+    EXPECT_EQ(order, "ab");
+    EXPECT_TRUE(queue.empty());
+}
+
+TEST(TimedQueue, RunsWhatIsDueEarliestFirstAndEqualDeadlinesInTheirOrder) {
+    TimedQueue queue;
+    std::string order;
+    queue.pushAt(20, [&] { order += "c"; });
+    queue.pushAt(10, [&] { order += "a"; });
+    queue.pushAt(10, [&] { order += "b"; });
+    runDue(queue, 9);
+    EXPECT_EQ(order, "");
+    EXPECT_EQ(queue.nextDeadline(9), 10);
+    runDue(queue, 20);
+    EXPECT_EQ(order, "abc");
+}
+
+TEST(TimedQueue, ATickerFirstTicksOneWholeIntervalAfterItIsResumed) {
+    TimedQueue queue;
+    int ticks = 0;
+    const auto ticker = std::make_shared<Ticker>(100, [&] { ++ticks; });
+    EXPECT_EQ(queue.nextDeadline(0), std::nullopt);
+    queue.resume(ticker, 7);
+    runDue(queue, 106);
+    EXPECT_EQ(ticks, 0);
+    runDue(queue, 107);
+    EXPECT_EQ(ticks, 1);
+}
+
+TEST(TimedQueue, AResumeAfterTheOldDeadlinePassedWaitsAWholeIntervalAgain) {
+    TimedQueue queue;
+    int ticks = 0;
+    const auto ticker = std::make_shared<Ticker>(100, [&] { ++ticks; });
+    queue.resume(ticker, 0);
+    queue.suspend(ticker);
+    runDue(queue, 1000);
+    queue.resume(ticker, 1000);
+    runDue(queue, 1099);
+    EXPECT_EQ(ticks, 0);
+    runDue(queue, 1100);
+    EXPECT_EQ(ticks, 1);
+}
+
+TEST(TimedQueue, ResumingTwiceChangesNothing) {
+    TimedQueue queue;
+    int ticks = 0;
+    const auto ticker = std::make_shared<Ticker>(100, [&] { ++ticks; });
+    queue.resume(ticker, 0);
+    queue.resume(ticker, 50);
+    runDue(queue, 100);
+    EXPECT_EQ(ticks, 1);
+    queue.suspend(ticker);
+    EXPECT_TRUE(queue.empty());
+}
+
+TEST(TimedQueue, DeadlinesDoNotDriftOverTenThousandLateTicks) {
+    TimedQueue queue;
+    std::int64_t now = 0;
+    int ticks = 0;
+    const auto ticker = std::make_shared<Ticker>(1'100'000'000, [&] { ++ticks; });
+    queue.resume(ticker, 0);
+    for (int i = 1; i <= 10'000; ++i) {
+        const std::int64_t deadline = std::int64_t{i} * 1'100'000'000;
+        ASSERT_EQ(queue.nextDeadline(now), deadline);
+        now = deadline + (i * 7919) % 1'000'000'000; // each tick comes late by something else
+        runDue(queue, now);
+    }
+    EXPECT_EQ(ticks, 10'000);
+}
+
+TEST(TimedQueue, TicksThatWereMissedMergeIntoOne) {
+    TimedQueue queue;
+    int ticks = 0;
+    const auto ticker = std::make_shared<Ticker>(100, [&] { ++ticks; });
+    queue.resume(ticker, 0);
+    runDue(queue, 550);
+    EXPECT_EQ(ticks, 1);
+    EXPECT_EQ(queue.nextDeadline(550), 600);
+}
+
+TEST(TimedQueue, ATickDoesNotOverlapItselfAndComesOnceRightAfterALongOne) {
+    TimedQueue queue;
+    int ticks = 0;
+    const auto ticker = std::make_shared<Ticker>(100, [&] { ++ticks; });
+    queue.resume(ticker, 0);
+    auto running = queue.take(100);
+    ASSERT_TRUE(running);
+    EXPECT_FALSE(queue.take(350)) << "it still runs";
+    running->run();
+    queue.finished(*running);
+    runDue(queue, 360);
+    EXPECT_EQ(ticks, 2) << "the two that were missed came as one";
+    EXPECT_EQ(queue.nextDeadline(360), 400);
+}
+
+TEST(TimedQueue, TicksOfTwoTickersMayRunAtTheSameTime) {
+    TimedQueue queue;
+    const auto a = std::make_shared<Ticker>(100, [] {});
+    const auto b = std::make_shared<Ticker>(100, [] {});
+    queue.resume(a, 0);
+    queue.resume(b, 0);
+    EXPECT_TRUE(queue.take(100));
+    EXPECT_TRUE(queue.take(100));
+}
+
+TEST(TimedQueue, ATickerSuspendedDuringItsTickDoesNotTickAgain) {
+    TimedQueue queue;
+    std::shared_ptr<Ticker> ticker;
+    int ticks = 0;
+    ticker = std::make_shared<Ticker>(100, [&] {
+        ++ticks;
+        queue.suspend(ticker);
+    });
+    queue.resume(ticker, 0);
+    runDue(queue, 10'000);
+    EXPECT_EQ(ticks, 1);
+    EXPECT_TRUE(queue.empty());
+    ticker.reset();
+}
+
+TEST(TimedQueue, ATickerSuspendedAndResumedDuringItsTickWaitsAWholeInterval) {
+    TimedQueue queue;
+    const auto ticker = std::make_shared<Ticker>(100, [] {});
+    queue.resume(ticker, 0);
+    auto running = queue.take(100);
+    ASSERT_TRUE(running);
+    queue.suspend(ticker);
+    queue.resume(ticker, 150);
+    EXPECT_FALSE(queue.take(1000)) << "it still runs";
+    queue.finished(*running);
+    EXPECT_EQ(queue.nextDeadline(1000), 250);
+}
+
+TEST(TimedQueue, AnIntervalBelowOneCountsAsOne) {
+    TimedQueue queue;
+    const auto ticker = std::make_shared<Ticker>(-5, [] {});
+    queue.resume(ticker, 0);
+    EXPECT_EQ(queue.nextDeadline(0), 1);
+}
+
+TEST(TimedQueue, AnIntervalPastTheEndOfTimeNeverTicks) {
+    TimedQueue queue;
+    const auto ticker = std::make_shared<Ticker>(std::numeric_limits<std::int64_t>::max(), [] {});
+    queue.resume(ticker, 1000);
+    EXPECT_FALSE(queue.take(std::numeric_limits<std::int64_t>::max() - 1));
+}
+
+} // namespace
+} // namespace sentrel::platform

@@ -1,0 +1,160 @@
+#include <SentrelKit/system/Timer.h>
+
+#include "tests/support/ScriptedMachine.h"
+
+#include <gtest/gtest.h>
+
+namespace sentrel {
+namespace {
+
+TEST(Timer, NeverTicksBeforeItIsStartedAndFirstTicksOneIntervalLater) {
+    ScriptedMachine machine;
+    int ticks = 0;
+    Timer timer(1.0, [&] { ++ticks; });
+    machine->advance(10);
+    EXPECT_EQ(ticks, 0);
+    EXPECT_EQ(timer.status(), Timer::Status::initial);
+    timer.start();
+    machine->advance(0.999);
+    EXPECT_EQ(ticks, 0);
+    machine->advance(0.001);
+    EXPECT_EQ(ticks, 1);
+    EXPECT_EQ(timer.status(), Timer::Status::started);
+}
+
+TEST(Timer, StartingTwiceStartsOnce) {
+    ScriptedMachine machine;
+    int ticks = 0;
+    Timer timer(1.0, [&] { ++ticks; });
+    timer.start();
+    machine->advance(0.5);
+    timer.start();
+    machine->advance(0.5);
+    EXPECT_EQ(ticks, 1);
+    timer.suspend();
+    machine->advance(5);
+    EXPECT_EQ(ticks, 1);
+}
+
+TEST(Timer, FirstTicksOneWholeIntervalAfterEveryResumeAlsoWhenTheOldDeadlinePassed) {
+    ScriptedMachine machine;
+    int ticks = 0;
+    Timer timer(1.0, [&] { ++ticks; });
+    timer.start();
+    machine->advance(0.9);
+    timer.suspend();
+    EXPECT_EQ(timer.status(), Timer::Status::suspended);
+    machine->advance(7.35);
+    timer.start();
+    machine->advance(0.99);
+    EXPECT_EQ(ticks, 0);
+    machine->advance(0.01);
+    EXPECT_EQ(ticks, 1);
+}
+
+TEST(Timer, DoesNotDriftOverTenThousandTicks) {
+    ScriptedMachine machine;
+    int ticks = 0;
+    Timer timer(1.1, true, [&] { ++ticks; });
+    timer.start();
+    const std::int64_t start = machine->clock().monotonicNanoseconds();
+    machine->advance(11000);
+    EXPECT_EQ(ticks, 10'000);
+    EXPECT_EQ(machine->clock().monotonicNanoseconds() - start, 11'000'000'000'000);
+}
+
+TEST(Timer, CancelsOnlyAStartedTimer) {
+    ScriptedMachine machine;
+    int ticks = 0;
+    Timer timer(1.0, [&] { ++ticks; });
+    timer.cancel();
+    EXPECT_EQ(timer.status(), Timer::Status::initial);
+    timer.start();
+    timer.suspend();
+    timer.cancel(); // deliberate: a suspended timer stays suspended
+    EXPECT_EQ(timer.status(), Timer::Status::suspended);
+    timer.start();
+    machine->advance(1);
+    EXPECT_EQ(ticks, 1);
+    timer.cancel();
+    EXPECT_EQ(timer.status(), Timer::Status::canceled);
+    timer.start();
+    timer.suspend();
+    machine->advance(10);
+    EXPECT_EQ(timer.status(), Timer::Status::canceled);
+    EXPECT_EQ(ticks, 1);
+}
+
+TEST(Timer, CanBeReleasedInEveryState) {
+    ScriptedMachine machine;
+    int ticks = 0;
+    {
+        Timer timer(1.0, [&] { ++ticks; });
+    }
+    {
+        Timer timer(1.0, [&] { ++ticks; });
+        timer.start();
+    }
+    {
+        Timer timer(1.0, [&] { ++ticks; });
+        timer.start();
+        timer.suspend();
+    }
+    machine->advance(10);
+    EXPECT_EQ(ticks, 0);
+}
+
+TEST(Timer, CanBeReleasedFromInsideItsOwnTick) {
+    ScriptedMachine machine;
+    int ticks = 0;
+    std::unique_ptr<Timer> timer;
+    timer = std::make_unique<Timer>(1.0, [&] {
+        ++ticks;
+        timer.reset();
+    });
+    timer->start();
+    machine->advance(10);
+    EXPECT_EQ(ticks, 1);
+}
+
+TEST(Timer, TicksOnTheMainQueueUnlessAskedOtherwise) {
+    ScriptedMachine machine;
+    const DispatchQueue* plain = nullptr;
+    const DispatchQueue* background = nullptr;
+    Timer a(1, [&] { plain = machine->dispatch().currentQueue(); });
+    Timer b(1, true, [&] { background = machine->dispatch().currentQueue(); });
+    a.start();
+    b.start();
+    machine->advance(1);
+    EXPECT_EQ(plain, machine->dispatch().mainQueue().get());
+    EXPECT_EQ(background, machine->dispatch().backgroundQueue().get());
+}
+
+TEST(Timer, DelaysOnTheBackgroundQueueUnlessAskedOtherwise) {
+    ScriptedMachine machine;
+    const DispatchQueue* byDefault = nullptr;
+    const DispatchQueue* onMain = nullptr;
+    Timer::delay(0.5, [&] { byDefault = machine->dispatch().currentQueue(); });
+    Timer::delay(0.5, false, [&] { onMain = machine->dispatch().currentQueue(); });
+    machine->advance(0.49);
+    EXPECT_EQ(byDefault, nullptr);
+    EXPECT_EQ(onMain, nullptr);
+    machine->advance(0.01);
+    EXPECT_EQ(byDefault, machine->dispatch().backgroundQueue().get());
+    EXPECT_EQ(onMain, machine->dispatch().mainQueue().get());
+}
+
+TEST(Timer, RunsClosuresOnTheNamedQueue) {
+    ScriptedMachine machine;
+    const DispatchQueue* background = nullptr;
+    const DispatchQueue* main = nullptr;
+    Timer::onBackground([&] { background = machine->dispatch().currentQueue(); });
+    Timer::onMain([&] { main = machine->dispatch().currentQueue(); });
+    EXPECT_EQ(background, nullptr) << "never before the call returns";
+    machine->dispatch().runPending();
+    EXPECT_EQ(background, machine->dispatch().backgroundQueue().get());
+    EXPECT_EQ(main, machine->dispatch().mainQueue().get());
+}
+
+} // namespace
+} // namespace sentrel

@@ -1,0 +1,264 @@
+#include <SentrelKit/views/FUIColor.h>
+#include <SentrelKit/views/FUIFont.h>
+#include <SentrelKit/views/TextField.h>
+#include <SentrelKit/views/View.h>
+#include <SentrelKit/views/canvas/RecordingCanvas.h>
+
+#include <gtest/gtest.h>
+
+namespace sentrel {
+
+namespace {
+
+// A view that fills a small square at its own origin.
+class Mark : public View {
+public:
+    explicit Mark(Rect frame, bool flipped = false) : View(frame), flipped_(flipped) {}
+    [[nodiscard]] bool isFlipped() const override { return flipped_; }
+    void drawRect(Canvas& canvas, Rect rect) override {
+        drawn = rect;
+        canvas.fill(Path::rect({0, 0, 1, 1}), Color{});
+    }
+    Rect drawn;
+
+private:
+    bool flipped_;
+};
+
+// Where the marks of a tree land on the surface, in the order in which they are drawn.
+std::vector<Point> marksOf(View& view) {
+    RecordingCanvas canvas;
+    view.display(canvas, 0.0);
+    std::vector<Transform> transforms{Transform{}};
+    std::vector<Point> places;
+    for (const auto& call : canvas.calls()) {
+        if (std::holds_alternative<RecordingCanvas::Save>(call))
+            transforms.push_back(transforms.back());
+        else if (std::holds_alternative<RecordingCanvas::Restore>(call))
+            transforms.pop_back();
+        else if (const auto* concat = std::get_if<RecordingCanvas::Concat>(&call))
+            transforms.back() = transforms.back().after(concat->transform);
+        else if (std::holds_alternative<RecordingCanvas::Fill>(call))
+            places.push_back(transforms.back().apply({0, 0}));
+    }
+    EXPECT_EQ(transforms.size(), 1U);
+    return places;
+}
+
+TEST(View, HasItsBoundsAtItsOwnOrigin) {
+    const View view({10, 20, 30, 40});
+    EXPECT_EQ(view.bounds(), (Rect{0, 0, 30, 40}));
+    EXPECT_FALSE(view.isFlipped());
+    EXPECT_FALSE(view.needsDisplay());
+    EXPECT_EQ(view.accessibilityValue(), std::nullopt);
+}
+
+TEST(View, TakesAZeroFrameFromAnArchiveWithoutOne) {
+    for (const PropertyList& archive :
+         {PropertyList(), PropertyList(PropertyList::Dictionary{}),
+          PropertyList(PropertyList::Dictionary{{"frame", 3}}),
+          PropertyList(PropertyList::Dictionary{{"frame", PropertyList::List{1, 2, 3}}}),
+          PropertyList(PropertyList::Dictionary{{"frame", PropertyList::List{"a", "b", "c", "d"}}})}) {
+        Coder coder(archive);
+        EXPECT_EQ(View(coder).frame(), Rect{});
+    }
+}
+
+TEST(View, PutsItsOriginAtTheLowerLeftUnlessFlipped) {
+    Mark upright({5, 6, 30, 40});
+    EXPECT_EQ(marksOf(upright), (std::vector<Point>{{0, 40}}));
+    EXPECT_EQ(upright.drawn, (Rect{0, 0, 30, 40}));
+    Mark flipped({5, 6, 30, 40}, true);
+    EXPECT_EQ(marksOf(flipped), (std::vector<Point>{{0, 0}}));
+}
+
+TEST(View, PlacesSubviewsInItsOwnCoordinates) {
+    for (const bool rootFlipped : {false, true}) {
+        for (const bool childFlipped : {false, true}) {
+            Mark root({0, 0, 100, 200}, rootFlipped);
+            root.addSubview(std::make_shared<Mark>(Rect{10, 20, 30, 40}, childFlipped));
+            const double top = rootFlipped ? 20 : 200 - 20 - 40;
+            const auto marks = marksOf(root);
+            ASSERT_EQ(marks.size(), 2U);
+            EXPECT_EQ(marks[1], (Point{10, childFlipped ? top : top + 40}));
+        }
+    }
+}
+
+TEST(View, ClipsWhatItAndItsSubviewsDrawToItsBounds) {
+    Mark root({0, 0, 100, 200});
+    root.addSubview(std::make_shared<Mark>(Rect{90, 0, 30, 40}));
+    RecordingCanvas canvas;
+    root.display(canvas, 0.0);
+    const auto clips = canvas.all<RecordingCanvas::Clip>();
+    ASSERT_EQ(clips.size(), 2U);
+    EXPECT_EQ(clips[0].path, Path::rect({0, 0, 100, 200}));
+    EXPECT_EQ(clips[1].path, Path::rect({0, 0, 30, 40}));
+}
+
+TEST(View, TakesEveryRedrawRequestOffWhenDisplayed) {
+    View root({0, 0, 100, 100});
+    const auto child = std::make_shared<View>(Rect{0, 0, 10, 10});
+    root.addSubview(child);
+    root.setNeedsDisplay(true);
+    RecordingCanvas canvas;
+    root.display(canvas, 0.0);
+    EXPECT_FALSE(root.needsDisplay());
+    EXPECT_FALSE(child->needsDisplay());
+}
+
+TEST(View, AsksForARedrawOfWhatIsAddedMovedOrRemoved) {
+    View root({0, 0, 100, 100});
+    const auto child = std::make_shared<View>(Rect{0, 0, 10, 10});
+    root.addSubview(child);
+    EXPECT_TRUE(child->needsDisplay());
+    EXPECT_FALSE(root.needsDisplay());
+    child->setNeedsDisplay(false);
+
+    child->setFrame({5, 5, 10, 10});
+    EXPECT_TRUE(child->needsDisplay());
+    EXPECT_TRUE(root.needsDisplay());
+
+    root.setNeedsDisplay(false);
+    child->removeFromSuperview();
+    EXPECT_TRUE(root.needsDisplay());
+    EXPECT_EQ(child->superview(), nullptr);
+    EXPECT_TRUE(root.subviews().empty());
+}
+
+TEST(View, MovesASubviewFromOneSuperviewToAnother) {
+    View one({0, 0, 100, 100});
+    View other({0, 0, 100, 100});
+    const auto child = std::make_shared<View>(Rect{0, 0, 10, 10});
+    one.addSubview(child);
+    other.addSubview(child);
+    EXPECT_TRUE(one.subviews().empty());
+    EXPECT_EQ(child->superview(), &other);
+}
+
+TEST(View, RaisesASubviewThatIsAddedAgain) {
+    View root({0, 0, 100, 100});
+    const auto one = std::make_shared<View>(Rect{0, 0, 10, 10});
+    const auto other = std::make_shared<View>(Rect{0, 0, 10, 10});
+    root.addSubview(one);
+    root.addSubview(other);
+    EXPECT_EQ(root.hitTest({5, 95}), other.get());
+    root.addSubview(one);
+    EXPECT_EQ(root.hitTest({5, 95}), one.get());
+    EXPECT_EQ(root.subviews().size(), 2U);
+}
+
+TEST(View, OutlivesItsSuperview) {
+    auto child = std::make_shared<View>(Rect{0, 0, 10, 10});
+    {
+        View root({0, 0, 100, 100});
+        root.addSubview(child);
+    }
+    EXPECT_EQ(child->superview(), nullptr);
+    child->setNeedsDisplay(true);
+}
+
+TEST(ViewDeathTest, RefusesToHoldItself) {
+    auto outer = std::make_shared<View>(Rect{0, 0, 10, 10});
+    auto inner = std::make_shared<View>(Rect{0, 0, 10, 10});
+    outer->addSubview(inner);
+    EXPECT_DEATH(inner->addSubview(outer), "ancestor != view.get\\(\\)");
+    EXPECT_DEATH(inner->addSubview(inner), "ancestor != view.get\\(\\)");
+    EXPECT_DEATH(inner->addSubview(nullptr), "view");
+}
+
+TEST(View, TellsTheHostOfEveryRedrawRequestInTheTree) {
+    View root({0, 0, 100, 100});
+    const auto child = std::make_shared<View>(Rect{0, 0, 10, 10});
+    root.addSubview(child);
+    int calls = 0;
+    root.setDisplayHandler([&] { ++calls; });
+    child->setNeedsDisplay(true);
+    EXPECT_EQ(calls, 1);
+    child->setNeedsDisplay(false);
+    EXPECT_EQ(calls, 1);
+    root.setNeedsDisplay(true);
+    EXPECT_EQ(calls, 2);
+}
+
+TEST(View, CollectsTheRectanglesToRedrawInTheSurface) {
+    View root({0, 0, 100, 200});
+    const auto child = std::make_shared<Mark>(Rect{10, 20, 30, 40}, true);
+    const auto grandchild = std::make_shared<View>(Rect{1, 2, 3, 4});
+    root.addSubview(child);
+    child->addSubview(grandchild);
+    child->setNeedsDisplay(false);
+    EXPECT_EQ(root.dirtyRects(), (std::vector<Rect>{{11, 142, 3, 4}}));
+    child->setNeedsDisplay(true);
+    EXPECT_EQ(root.dirtyRects(), (std::vector<Rect>{{10, 140, 30, 40}})); // what lies inside is drawn with it
+}
+
+TEST(View, FindsTheTopmostViewUnderAPointOfTheSurface) {
+    View root({50, 50, 100, 200});
+    const auto child = std::make_shared<View>(Rect{10, 20, 30, 40});
+    const auto above = std::make_shared<Mark>(Rect{20, 20, 30, 40}, true);
+    const auto inside = std::make_shared<View>(Rect{0, 0, 5, 5});
+    root.addSubview(child);
+    root.addSubview(above);
+    above->addSubview(inside);
+    EXPECT_EQ(root.hitTest({1, 1}), &root);
+    EXPECT_EQ(root.hitTest({15, 150}), child.get());
+    EXPECT_EQ(root.hitTest({22, 142}), inside.get());
+    EXPECT_EQ(root.hitTest({40, 160}), above.get());
+    EXPECT_EQ(root.hitTest({100, 100}), nullptr);
+    EXPECT_EQ(root.hitTest({-1, 100}), nullptr);
+}
+
+TEST(TextField, DrawsItsTextInItsFontColourAndAlignment) {
+    TextField label({0, 0, 100, 20});
+    label.setStringValue("42%");
+    label.setFont(FUIFont::bold(16));
+    label.setTextColor(FUIColor::asbestos());
+    label.setAlignment(TextAlignment::right);
+    RecordingCanvas canvas;
+    label.drawRect(canvas, label.bounds());
+    const auto texts = canvas.all<RecordingCanvas::Text>();
+    ASSERT_EQ(texts.size(), 1U);
+    EXPECT_EQ(texts[0].text, "42%");
+    EXPECT_EQ(texts[0].font, *FUIFont::bold(16));
+    EXPECT_EQ(texts[0].color, FUIColor::asbestos());
+    EXPECT_EQ(texts[0].box, (Rect{0, 0, 100, 20}));
+    EXPECT_EQ(texts[0].alignment, TextAlignment::right);
+    EXPECT_EQ(label.accessibilityValue(), "42%");
+}
+
+TEST(TextField, FallsBackToTheDesktopsFontAndBlack) {
+    TextField label({0, 0, 100, 20});
+    label.setFont(Font::withName("No such face", 12));
+    RecordingCanvas canvas;
+    label.drawRect(canvas, label.bounds());
+    const auto texts = canvas.all<RecordingCanvas::Text>();
+    ASSERT_EQ(texts.size(), 1U);
+    EXPECT_EQ(texts[0].font, Font::systemFont(13));
+    EXPECT_EQ(texts[0].color, FUIColor::black());
+}
+
+TEST(TextField, AsksForARedrawWhenItChanges) {
+    TextField label({0, 0, 100, 20});
+    const std::function<void()> changes[] = {
+        [&] { label.setStringValue("42%"); }, [&] { label.setFont(FUIFont::bold(16)); },
+        [&] { label.setTextColor(FUIColor::asbestos()); }, [&] { label.setAlignment(TextAlignment::right); }};
+    for (const auto& change : changes) {
+        change();
+        EXPECT_TRUE(label.needsDisplay());
+        label.setNeedsDisplay(false);
+        change();
+        EXPECT_FALSE(label.needsDisplay());
+    }
+}
+
+TEST(TextField, TakesItsTextFromAnArchive) {
+    Coder coder(PropertyList::Dictionary{{"frame", PropertyList::List{1, 2, 3, 4}}, {"stringValue", "Disk"}});
+    const TextField label(coder);
+    EXPECT_EQ(label.frame(), (Rect{1, 2, 3, 4}));
+    EXPECT_EQ(label.stringValue(), "Disk");
+}
+
+} // namespace
+
+} // namespace sentrel
