@@ -4,6 +4,7 @@
 
 #include <SentrelKit/Export.h>
 
+#include <mutex>
 #include <optional>
 #include <string>
 
@@ -25,8 +26,10 @@ public:
     /// The name of the platform's default notification sound.
     [[nodiscard]] virtual std::string defaultSoundName() const = 0;
 
-    /// From now on notifications show even while the host program is in front. Called once, before the first delivery.
-    virtual void presentWhileFrontmost() = 0;
+    /// From now on notifications show even while the host program is in front. Only the first call does anything.
+    void presentWhileFrontmost() {
+        std::call_once(presents_, [this] { installPresentation(); });
+    }
 
     /// Hands a notification to the desktop and returns at once; a desktop without a notification service drops it.
     virtual void deliver(const UserNotification& notification) = 0;
@@ -34,6 +37,13 @@ public:
     /// Opens an address (an absolute URL) in the program that the user chose for it, without a shell. False if no
     /// opener could be started. May block while it starts; call it off the main thread.
     virtual bool openAddress(const std::string& address) = 0;
+
+protected:
+    /// Makes notifications show even while the host program is in front. Called once, before the first delivery.
+    virtual void installPresentation() = 0;
+
+private:
+    std::once_flag presents_;
 };
 
 } // namespace sentrel::platform

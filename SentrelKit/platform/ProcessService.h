@@ -1,12 +1,87 @@
 #pragma once
 
+/// Processes and running applications, one question at a time. Any thread may ask. A process that has ended, that is a
+/// zombie, or that belongs to another user (unless the caller is privileged) is a failure like any other: no value, and
+/// nothing is printed.
+
 #include <SentrelKit/Export.h>
 
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
 namespace sentrel::platform {
+
+/// What the kernel accounts to one process, all its threads together, ended threads included.
+/// macOS: PROC_PIDTASKALLINFO (the task part, and the start from the BSD part); Linux: the process clock,
+/// /proc/<id>/stat.
+struct TaskInfo {
+    std::uint64_t userNanoseconds = 0;
+    std::uint64_t systemNanoseconds = 0;
+    std::uint64_t residentBytes = 0;
+    std::int32_t threads = 0;
+    std::uint64_t startTime = 0; ///< as in RunningApplication
+};
+
+/// A running application, or an auxiliary process of one. A plain value that never changes: where the name of a process
+/// changes, as when it runs another program, a new value with the same identity takes its place in the set.
+struct RunningApplication {
+    std::int32_t processIdentifier = 0;
+    std::uint64_t startTime = 0; ///< when the process started, in the platform's own unit; tells a reused id; 0 unknown
+    std::optional<std::string> localizedName{};
+    std::optional<std::string> bundleIdentifier{}; ///< macOS: of the bundle; Linux: the desktop entry's id
+    std::optional<std::string> icon{};             ///< an icon's name, or the absolute path of an image
+
+    /// The id of the application that this process works for; its own id for an application. Absent where the platform
+    /// has no word on it (macOS): then the parent process decides.
+    std::optional<std::int32_t> owner{};
+
+    /// Identity: the same process, whatever it is called by now.
+    friend bool operator==(const RunningApplication& a, const RunningApplication& b) noexcept {
+        return a.processIdentifier == b.processIdentifier && a.startTime == b.startTime;
+    }
+};
+
+/// The set of running applications, each owner before the processes that work for it.
+using RunningApplications = std::vector<std::shared_ptr<const RunningApplication>>;
+
+/// Hears the whole new set after a change.
+using RunningApplicationsObserver = std::function<void(const RunningApplications& applications)>;
+
+/// Keeps an observer registered. After its release returned the observer is not running and will not be called; so it
+/// must not be released from inside its own observer.
+class SENTREL_API RunningApplicationsObservation {
+public:
+    virtual ~RunningApplicationsObservation() = default;
+};
 
 class SENTREL_API ProcessService {
 public:
     virtual ~ProcessService() = default;
+
+    /// The process's figures; absent if the system does not give all of them. Ids are not judged: 0 and 1 are asked for
+    /// like any other.
+    [[nodiscard]] virtual std::optional<TaskInfo> taskInfo(std::int32_t processIdentifier) noexcept = 0;
+
+    /// The id of the process's parent. macOS: PROC_PIDTBSDINFO; Linux: /proc/<id>/stat.
+    [[nodiscard]] virtual std::optional<std::int32_t> parent(std::int32_t processIdentifier) noexcept = 0;
+
+    /// The running applications at this moment. macOS: NSWorkspace runningApplications.
+    [[nodiscard]] virtual RunningApplications runningApplications() = 0;
+
+    /// Registers an observer of the set. Observers are called one at a time, on the thread that noticed the change,
+    /// with ever newer sets; a new observer may hear a set that it already knows. An observer may ask `taskInfo` and
+    /// `parent`, nothing else of this service. macOS: key-value observation of runningApplications.
+    [[nodiscard]] virtual std::unique_ptr<RunningApplicationsObservation>
+    observeRunningApplications(RunningApplicationsObserver observer) = 0;
+
+    /// Looks whether the set changed and tells the observers before it returns. Platforms that tell of changes by
+    /// themselves (macOS) do nothing here. On Linux nobody tells: this call is when the set is looked at, and without
+    /// it no observer is called, no thread runs and nothing wakes.
+    virtual void refreshRunningApplications() = 0;
 };
 
 } // namespace sentrel::platform

@@ -1,31 +1,213 @@
 #include <SentrelKit/platform/linux/LinuxNetworkService.h>
 
+#include <SentrelKit/platform/linux/LinuxConfigurationWatch.h>
+#include <SentrelKit/platform/linux/LinuxDispatch.h>
+#include <SentrelKit/platform/linux/LinuxInterfaceEntry.h>
+#include <SentrelKit/platform/linux/NetlinkAttributes.h>
+
 #include <cerrno>
+#include <linux/if_link.h>
+#include <linux/rtnetlink.h>
 
 namespace sentrel::platform {
 
-bool LinuxNetworkService::listInterfaces(const std::function<void(const InterfaceInfo&)>& /*each*/) {
-    errno = ENOSYS;
-    return false;
+namespace {
+
+// The connectivity service of the desktop, where one runs (NMConnectivityState of its D-Bus interface).
+constexpr BusObject connectivityService{"org.freedesktop.NetworkManager", "/org/freedesktop/NetworkManager",
+                                        "org.freedesktop.DBus.Properties"};
+constexpr std::uint32_t connectivityUnknown = 0;
+constexpr std::uint32_t connectivityFull = 4;
+
+Connectivity meaningOf(std::uint32_t state) noexcept {
+    switch (state) {
+    case connectivityUnknown:
+        return Connectivity::unknown;
+    case connectivityFull:
+        return Connectivity::yes;
+    default:
+        return Connectivity::no;
+    }
 }
 
-std::optional<MediaStatus> LinuxNetworkService::mediaStatus(std::string_view /*name*/) {
-    errno = ENOSYS;
-    return std::nullopt;
+Connectivity askConnectivityService(BusConnection& bus) {
+    const VariantPointer answer =
+        bus.call(connectivityService, "Get", g_variant_new("(ss)", connectivityService.service, "Connectivity"),
+                 G_VARIANT_TYPE("(v)"), G_DBUS_CALL_FLAGS_NO_AUTO_START);
+    if (!answer)
+        return Connectivity::unknown;
+    GVariant* inner = nullptr;
+    g_variant_get(answer.get(), "(v)", &inner);
+    const VariantPointer state(inner);
+    return g_variant_is_of_type(inner, G_VARIANT_TYPE_UINT32) ? meaningOf(g_variant_get_uint32(inner))
+                                                              : Connectivity::unknown;
 }
 
-std::optional<std::unique_ptr<InterfaceEntry>> LinuxNetworkService::matchInterface(const std::string& /*name*/) {
-    errno = ENOSYS;
-    return std::nullopt;
+} // namespace
+
+LinuxNetworkService::LinuxNetworkService(const SystemRoot& root, LinuxDispatch& dispatch)
+    : root_(root), dispatch_(dispatch), notices_(NETLINK_ROUTE, {RTNLGRP_LINK, RTNLGRP_IPV4_IFADDR, RTNLGRP_IPV6_IFADDR,
+                                                                 RTNLGRP_IPV4_ROUTE, RTNLGRP_IPV6_ROUTE}),
+      route_(NETLINK_ROUTE), countersRequest_(RTM_GETSTATS, NLM_F_DUMP), bus_(G_BUS_TYPE_SYSTEM, dispatch) {
+    countersRequest_.extra<if_stats_msg>().filter_mask = IFLA_STATS_FILTER_BIT(IFLA_STATS_LINK_64);
+}
+
+void LinuxNetworkService::takeNotices() {
+    const bool whole = notices_.takeNotices([this](const nlmsghdr& message) SENTREL_NO_THREAD_SAFETY_ANALYSIS {
+        switch (message.nlmsg_type) {
+        case RTM_NEWROUTE:
+        case RTM_DELROUTE:
+            routesStale_ = routesStale_ || concernsDefaultRoute(message);
+            break;
+        default:
+            // The kernel drops the routes of a link or of an address that goes without a word on each.
+            linksStale_ = true;
+            routesStale_ = true;
+        }
+    });
+    if (!whole) {
+        linksStale_ = true;
+        routesStale_ = true;
+    }
+}
+
+bool LinuxNetworkService::refreshLinks() {
+    takeNotices();
+    if (!linksStale_)
+        return true;
+    std::shared_ptr<const LinkTable> links = LinkTable::read(route_);
+    if (!links)
+        return false;
+    links_ = std::move(links);
+    linksStale_ = false;
+    return true;
+}
+
+bool LinuxNetworkService::refreshRoutes() {
+    takeNotices();
+    if (!routesStale_)
+        return true;
+    // A kernel without IPv6 answers with an error, which says as much as an answer without a route.
+    const bool answered4 = readDefaultRoute(route_, AF_INET, route4_);
+    const bool answered6 = readDefaultRoute(route_, AF_INET6, route6_);
+    routesStale_ = !answered4 && !answered6;
+    return !routesStale_;
+}
+
+bool LinuxNetworkService::readCounters() {
+    return route_.ask(
+        countersRequest_, [this]() SENTREL_NO_THREAD_SAFETY_ANALYSIS { counters_.clear(); },
+        [this](const nlmsghdr& message) SENTREL_NO_THREAD_SAFETY_ANALYSIS {
+            const auto* header = headerOf<if_stats_msg>(payloadOf(message));
+            if (!header)
+                return;
+            const NetlinkAttributes<IFLA_STATS_LINK_64> attributes(payloadOf(message), sizeof(if_stats_msg));
+            const NetlinkBytes bytes = attributes.bytes(IFLA_STATS_LINK_64);
+            // Newer kernels add fields behind those that stand here.
+            rtnl_link_stats64 stats{};
+            if (bytes.size() < offsetof(rtnl_link_stats64, rx_errors))
+                return;
+            std::memcpy(&stats, bytes.data(), std::min(bytes.size(), sizeof stats));
+            counters_.push_back({header->ifindex, static_cast<std::int64_t>(stats.rx_bytes),
+                                 static_cast<std::int64_t>(stats.tx_bytes)});
+        });
+}
+
+std::shared_ptr<const LinkTable> LinuxNetworkService::beginListing() {
+    const LockScope scope(lock_);
+    if (!refreshLinks() || !readCounters())
+        return nullptr;
+    handingOver_ = true;
+    return links_;
+}
+
+bool LinuxNetworkService::listInterfaces(const std::function<void(const InterfaceInfo&)>& each) {
+    const LockScope listing(listing_);
+    const std::shared_ptr<const LinkTable> links = beginListing();
+    if (!links)
+        return false;
+    for (const Counters& counters : counters_) {
+        // One that came after the links were listed has given notice and is found the next time.
+        const Link* link = links->find(counters.index);
+        if (!link)
+            continue;
+        InterfaceInfo info;
+        info.name = link->name.data();
+        info.index = link->index;
+        info.flags = link->flags;
+        info.linkType = link->linkType;
+        info.hardwareAddress = std::span(link->hardware).first(link->hardwareLength);
+        info.bytesIn = counters.bytesIn;
+        info.bytesOut = counters.bytesOut;
+        info.addresses = links->addresses(*link);
+        each(info);
+    }
+    const LockScope scope(lock_);
+    handingOver_ = false;
+    return true;
+}
+
+// While a listing is handed over, what is asked about its interfaces is answered from the same moment.
+std::shared_ptr<const LinkTable> LinuxNetworkService::currentLinks() {
+    const LockScope scope(lock_);
+    return handingOver_ || refreshLinks() ? links_ : nullptr;
+}
+
+std::optional<MediaStatus> LinuxNetworkService::mediaStatus(std::string_view name) {
+    const std::shared_ptr<const LinkTable> links = currentLinks();
+    if (!links)
+        return std::nullopt;
+    const Link* link = links->find(name.substr(0, IFNAMSIZ - 1));
+    if (!link) {
+        errno = ENODEV;
+        return std::nullopt;
+    }
+    return MediaStatus{link->carrierKnown, link->carrier};
+}
+
+std::optional<std::unique_ptr<InterfaceEntry>> LinuxNetworkService::matchInterface(const std::string& name) {
+    const std::shared_ptr<const LinkTable> links = currentLinks();
+    if (!links)
+        return std::nullopt;
+    const Link* link = links->find(name);
+    if (!link)
+        return std::unique_ptr<InterfaceEntry>();
+    return std::make_unique<LinuxInterfaceEntry>(*this, root_, name, link->index);
+}
+
+bool LinuxNetworkService::isPrimary(std::uint32_t index) {
+    const LockScope scope(lock_);
+    if (!refreshRoutes())
+        return false;
+    const std::optional<DefaultRoute>& route = route4_ ? route4_ : route6_;
+    return route && route->interface == index;
+}
+
+std::optional<std::string> LinuxNetworkService::networkName(std::uint32_t index) {
+    const LockScope scope(lock_);
+    return wireless_.networkName(index);
+}
+
+std::int64_t LinuxNetworkService::bitRate(std::uint32_t index) {
+    const LockScope scope(lock_);
+    return wireless_.bitRate(index);
 }
 
 Connectivity LinuxNetworkService::connectivity() {
-    return Connectivity::unknown;
+    {
+        const LockScope scope(lock_);
+        if (!refreshRoutes())
+            return Connectivity::unknown;
+        if (!route4_ && !route6_)
+            return Connectivity::no;
+    }
+    const LockScope scope(busLock_);
+    const Connectivity word = askConnectivityService(bus_);
+    return word == Connectivity::unknown ? Connectivity::yes : word;
 }
 
-std::unique_ptr<ConfigurationWatch> LinuxNetworkService::watchConfiguration(std::function<void()> /*changed*/) {
-    errno = ENOSYS;
-    return nullptr;
+std::unique_ptr<ConfigurationWatch> LinuxNetworkService::watchConfiguration(std::function<void()> changed) {
+    return LinuxConfigurationWatch::make(root_, dispatch_, std::move(changed));
 }
 
 } // namespace sentrel::platform

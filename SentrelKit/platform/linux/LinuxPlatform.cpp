@@ -14,17 +14,18 @@
 namespace sentrel::platform {
 
 struct LinuxPlatform::Services {
-    explicit Services(const SystemRoot& root) : host(root), graphics(root), power(root) {}
+    explicit Services(const SystemRoot& systemRoot) : root(systemRoot) {}
 
+    SystemRoot root;
     LinuxClock clock;
     LinuxDispatch dispatch;
-    LinuxHostService host;
-    LinuxGraphicsService graphics;
-    LinuxVolumeService volumes;
-    LinuxNetworkService network;
-    LinuxPowerService power;
-    LinuxProcessService processes;
-    LinuxDesktop desktop;
+    LinuxHostService host{root};
+    LinuxGraphicsService graphics{root};
+    LinuxVolumeService volumes{root, dispatch};
+    LinuxNetworkService network{root, dispatch};
+    LinuxPowerService power{root};
+    LinuxProcessService processes{root};
+    LinuxDesktop desktop{dispatch};
     LinuxPreferenceStore preferences;
 };
 

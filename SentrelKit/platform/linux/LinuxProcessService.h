@@ -1,9 +1,48 @@
 #pragma once
 
+/// Processes and running applications of a Linux machine. The rule that tells applications stands in ApplicationRule.h;
+/// what is read when, in ProcessTable.h.
+///
+/// The set is looked at by `runningApplications` and `refreshRunningApplications`, never by itself. A name is, for an
+/// application scope, what the scope's desktop entry says in the user's language; otherwise, and for all that works for
+/// an application, the program's own name.
+
+#include <SentrelKit/base/system/ThreadSafety.h>
 #include <SentrelKit/platform/ProcessService.h>
+#include <SentrelKit/platform/RunningApplicationsObservers.h>
+#include <SentrelKit/platform/linux/ProcessTable.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
 
 namespace sentrel::platform {
 
-class LinuxProcessService final : public ProcessService {};
+class LinuxProcessService final : public ProcessService {
+public:
+    /// On the real root with the kernel's clocks; elsewhere with those of captured files.
+    explicit LinuxProcessService(const SystemRoot& root);
+    LinuxProcessService(const SystemRoot& root, std::unique_ptr<ProcessClocks> clocks);
+    ~LinuxProcessService() override;
+
+    std::optional<TaskInfo> taskInfo(std::int32_t processIdentifier) noexcept override;
+    std::optional<std::int32_t> parent(std::int32_t processIdentifier) noexcept override;
+    RunningApplications runningApplications() override;
+    std::unique_ptr<RunningApplicationsObservation>
+    observeRunningApplications(RunningApplicationsObserver observer) override;
+    void refreshRunningApplications() override;
+
+private:
+    [[nodiscard]] RunningApplicationsObservers::SharedSet look() SENTREL_EXCLUDES(lock_);
+    void takeStock() SENTREL_REQUIRES(lock_);
+    [[nodiscard]] std::shared_ptr<const RunningApplication> describe(const ProcessEntry& entry) SENTREL_REQUIRES(lock_);
+    [[nodiscard]] std::string programName(const ProcessFacts& facts) SENTREL_REQUIRES(lock_);
+
+    const SystemRoot root_;
+    Lock lock_;
+    ProcessTable table_ SENTREL_GUARDED_BY(lock_);
+    RunningApplicationsObservers::SharedSet set_ SENTREL_GUARDED_BY(lock_);
+    RunningApplicationsObservers observers_;
+};
 
 } // namespace sentrel::platform

@@ -11,7 +11,6 @@ namespace sentrel::platform {
 class SENTREL_API ScriptedDesktop final : public Desktop {
 public:
     [[nodiscard]] std::string defaultSoundName() const override { return "default"; }
-    void presentWhileFrontmost() override { presentsWhileFrontmost = true; }
     void deliver(const UserNotification& notification) override {
         delivered.push_back(notification);
         presentedWhileFrontmost.push_back(presentsWhileFrontmost);
@@ -26,6 +25,9 @@ public:
     std::vector<std::string> opened;
     bool presentsWhileFrontmost = false;
     bool opens = true; ///< what openAddress answers
+
+protected:
+    void installPresentation() override { presentsWhileFrontmost = true; }
 };
 
 } // namespace sentrel::platform

@@ -1,9 +1,45 @@
 #pragma once
 
+#include <SentrelKit/base/system/ThreadSafety.h>
 #include <SentrelKit/platform/ProcessService.h>
+#include <SentrelKit/platform/RunningApplicationsObservers.h>
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
 
 namespace sentrel::platform {
 
-class SENTREL_API ScriptedProcessService final : public ProcessService {};
+/// Processes made of values. A process that was not set up, or was taken away, fails every question. Any thread.
+class SENTREL_API ScriptedProcessService final : public ProcessService {
+public:
+    std::optional<TaskInfo> taskInfo(std::int32_t processIdentifier) noexcept override;
+    std::optional<std::int32_t> parent(std::int32_t processIdentifier) noexcept override;
+    RunningApplications runningApplications() override;
+    std::unique_ptr<RunningApplicationsObservation>
+    observeRunningApplications(RunningApplicationsObserver observer) override;
+
+    /// Tells the observers of the set as it stands; they hear nothing before.
+    void refreshRunningApplications() override;
+
+    /// What the service answers about an id; without a value the question fails.
+    void setTaskInfo(std::int32_t processIdentifier, std::optional<TaskInfo> info);
+    void setParent(std::int32_t processIdentifier, std::optional<std::int32_t> parent);
+
+    /// Adds an application to the set's end, or puts it in the place of the one with the same identity.
+    void launch(RunningApplication application);
+
+    /// Takes the applications of an id out of the set. Their figures stay until they are taken away too.
+    void terminate(std::int32_t processIdentifier);
+
+private:
+    mutable Lock lock_;
+    std::map<std::int32_t, TaskInfo> figures_ SENTREL_GUARDED_BY(lock_);
+    std::map<std::int32_t, std::int32_t> parents_ SENTREL_GUARDED_BY(lock_);
+    RunningApplicationsObservers::SharedSet set_ SENTREL_GUARDED_BY(lock_) = std::make_shared<RunningApplications>();
+    RunningApplicationsObservers observers_;
+};
 
 } // namespace sentrel::platform

@@ -1,0 +1,60 @@
+#pragma once
+
+/// Which processes are applications under Linux, and which work for one. The kernel does not know applications; this is
+/// the rule that makes a busy program stand under its own name with its helpers folded into it, and nothing ever folded
+/// into a shell, a terminal, a service manager or a session.
+///
+/// Out of the question are kernel threads, zombies, the process 1, and processes that cannot be measured.
+///
+/// Launchers are no applications and nothing works for them:
+///  - service and session managers, log-in programs, and wrappers that only wait for the one program they start, by the
+///    name of their program (`isManager`);
+///  - terminal multiplexers, by name;
+///  - shells, by name, while they lead a session on a terminal or have a child to wait for. A shell that computes by
+///    itself is a program like any other.
+///
+/// An application is
+///  (1) the leading process of a desktop application scope or service (`app-*.scope`, `app-*.service`): its oldest
+///      process that is not a launcher;
+///  (2) elsewhere (also where there is no systemd), each process that works for no application.
+///
+/// A process works for an application if
+///  - it shares the application's scope, wherever in it its parent stands; or
+///  - its parent is the application, or works for it, and it runs the same program as the application or one from the
+///    same installation folder. Folders that many programs share, such as /usr/bin, are nobody's installation folder.
+/// But never if it has a terminal that the leading process (the parent, in the second case) has not: what is run in a
+/// terminal stands for itself, also when the terminal is a part of an editor or the scope is a terminal emulator's.
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace sentrel::platform {
+
+/// What the rule asks of one process.
+struct ProcessFacts {
+    std::int32_t id = 0;
+    std::int32_t parent = 0;
+    std::int32_t session = 0;    ///< id of the session's leader
+    std::int32_t terminal = 0;   ///< device number of the controlling terminal, 0 without one
+    std::uint64_t startTime = 0; ///< clock ticks since boot
+    bool isCandidate = false;    ///< a measurable, living process of a user or a service
+    std::string command;         ///< as the process calls itself, at most 15 bytes
+    std::string program;         ///< path of the program, empty if unknown
+    std::string scope;           ///< name of the application scope, empty without one
+
+    friend bool operator==(const ProcessFacts&, const ProcessFacts&) = default;
+};
+
+/// The last part of a path.
+[[nodiscard]] std::string_view lastPathComponent(std::string_view path) noexcept;
+
+/// The folder that belongs to the program alone, without a `bin` or the like at its end; empty if there is none.
+[[nodiscard]] std::string_view installationFolder(std::string_view program) noexcept;
+
+/// Applies the rule. The facts lie in rising order of id. Gives for each process its own id if it is an application,
+/// the application's id if it works for one, and 0 for the others.
+[[nodiscard]] std::vector<std::int32_t> applicationOwners(const std::vector<const ProcessFacts*>& processes);
+
+} // namespace sentrel::platform

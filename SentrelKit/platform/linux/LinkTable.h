@@ -1,0 +1,62 @@
+#pragma once
+
+/// The interfaces as the kernel listed them: names, flags, carrier, hardware addresses and addresses, without counters.
+
+#include <SentrelKit/platform/NetworkService.h>
+#include <SentrelKit/platform/linux/NetlinkSocket.h>
+
+#include <array>
+#include <memory>
+#include <net/if.h>
+#include <netinet/in.h>
+
+namespace sentrel::platform {
+
+/// One interface of the table.
+struct Link {
+    std::uint32_t index = 0;
+    std::uint32_t flags = 0;
+    std::uint8_t linkType = 0;
+    std::uint8_t hardwareLength = 0;
+    bool carrierKnown = false;
+    bool carrier = false;
+    std::array<char, IFNAMSIZ> name{};
+    std::array<std::uint8_t, 32> hardware{}; ///< MAX_ADDR_LEN of the kernel
+    std::uint32_t firstAddress = 0;
+    std::uint32_t addressCount = 0;
+};
+
+/// An immutable listing, shared by those who read it.
+class LinkTable {
+public:
+    /// Asks the kernel. Null, with errno set, on failure.
+    [[nodiscard]] static std::shared_ptr<const LinkTable> read(NetlinkSocket& socket);
+
+    [[nodiscard]] const Link* find(std::uint32_t index) const noexcept;
+    [[nodiscard]] const Link* find(std::string_view name) const noexcept;
+    [[nodiscard]] std::span<const SocketAddress> addresses(const Link& link) const noexcept;
+
+    /// Empties the table, then takes the messages of a link and of an address listing, and last `finish`.
+    void clearLinks() { links_.clear(); }
+    void addLink(const nlmsghdr& message);
+    void clearAddresses() { addresses_.clear(); }
+    void addAddress(const nlmsghdr& message);
+    void finish();
+
+private:
+    struct Address {
+        std::uint32_t index = 0;
+        std::uint32_t length = 0;
+        union {
+            sockaddr_in v4;
+            sockaddr_in6 v6{};
+        };
+    };
+
+    std::vector<Link> links_; // by index, which is the kernel's order too
+    std::vector<std::uint32_t> byName_;
+    std::vector<Address> addresses_; // by index, within one in the kernel's order
+    std::vector<SocketAddress> views_;
+};
+
+} // namespace sentrel::platform

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <SentrelKit/platform/NetworkService.h>
+#include <SentrelKit/platform/linux/LinuxDispatch.h>
+#include <SentrelKit/platform/linux/SystemRoot.h>
+
+namespace sentrel::platform {
+
+/// Watches the kernel's notices of routes, the resolver's file and the kernel's host name. It waits on descriptors
+/// only; a notice calls back if the value behind it has changed.
+class LinuxConfigurationWatch final : public ConfigurationWatch {
+public:
+    [[nodiscard]] static std::unique_ptr<LinuxConfigurationWatch> make(const SystemRoot& root, LinuxDispatch& dispatch,
+                                                                       std::function<void()> changed);
+    ~LinuxConfigurationWatch() override;
+
+    bool setNotificationKeys(const std::vector<std::string>& keys) override;
+    void schedule() override;
+    std::optional<std::string> localHostName() override;
+    std::optional<std::vector<std::string>> dnsServers() override;
+    std::optional<std::string> router() override;
+
+private:
+    struct State;
+
+    LinuxConfigurationWatch(LinuxDispatch& dispatch, std::shared_ptr<State> state);
+
+    LinuxDispatch& dispatch_;
+    std::shared_ptr<State> state_; // shared with a callback that runs while the watch is released
+    std::vector<std::unique_ptr<DescriptorWatch>> watches_;
+};
+
+} // namespace sentrel::platform

@@ -1,0 +1,281 @@
+#include <SentrelKit/platform/linux/ProcessTable.h>
+
+#include <algorithm>
+#include <unistd.h>
+#include <utility>
+
+namespace sentrel::platform {
+
+namespace {
+
+constexpr std::int64_t second = 1'000'000'000;
+constexpr std::int64_t longestStanding = 10 * second;
+constexpr std::int64_t youth = second / 2;
+
+std::int64_t nanoseconds(const timespec& time) noexcept {
+    return time.tv_sec * second + time.tv_nsec;
+}
+
+std::uint64_t tickNanoseconds() noexcept {
+    static const auto length = static_cast<std::uint64_t>(second / ::sysconf(_SC_CLK_TCK));
+    return length;
+}
+
+} // namespace
+
+std::optional<std::uint64_t> KernelProcessClocks::processNanoseconds(std::int32_t id) noexcept {
+    // What clock_getcpuclockid(3) gives, without the system call with which it looks whether the process is there:
+    // CPUCLOCK_SCHED of the kernel's linux/posix-timers.h, for a whole process.
+    constexpr clockid_t scheduled = 2;
+    const clockid_t clock = static_cast<clockid_t>(~static_cast<unsigned>(id) << 3) | scheduled;
+    timespec time{};
+    if (id < 1 || ::clock_gettime(clock, &time) != 0)
+        return std::nullopt;
+    return static_cast<std::uint64_t>(nanoseconds(time));
+}
+
+std::int64_t KernelProcessClocks::now() noexcept {
+    timespec time{};
+    ::clock_gettime(CLOCK_MONOTONIC_COARSE, &time);
+    return nanoseconds(time);
+}
+
+CapturedProcessClocks::CapturedProcessClocks(const SystemRoot& root) : files_(root) {}
+
+std::optional<std::uint64_t> CapturedProcessClocks::processNanoseconds(std::int32_t id) noexcept {
+    const std::optional<ProcessStat> stat = files_.stat(id);
+    if (!stat)
+        return std::nullopt;
+    return (stat->userTicks + stat->systemTicks) * tickNanoseconds();
+}
+
+std::int64_t CapturedProcessClocks::now() noexcept {
+    return KernelProcessClocks().now();
+}
+
+ProcessTable::ProcessTable(const SystemRoot& root, std::unique_ptr<ProcessClocks> clocks)
+    : files_(root), clocks_(std::move(clocks)), pageSize_(static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE))) {}
+
+bool ProcessTable::look() {
+    // Read before the listing: what starts in between moves them once more.
+    const std::optional<Figures> figures = readFigures();
+    bool changed = false;
+    if (!figures || !figures_ || *figures != *figures_)
+        changed = list(figures);
+    return readAgain() || changed;
+}
+
+std::optional<ProcessTable::Figures> ProcessTable::readFigures() noexcept {
+    const std::optional<std::uint64_t> linkCount = files_.linkCount();
+    const std::optional<std::int32_t> lastId = files_.lastId();
+    if (!linkCount || !lastId)
+        return std::nullopt;
+    return Figures{*lastId, *linkCount};
+}
+
+bool ProcessTable::list(const std::optional<Figures>& figures) {
+    if (!files_.list(ids_))
+        return false;
+    if (figures && figures_) {
+        for (ProcessEntry& entry : entries_) {
+            if (wasGivenOutSince(entry.facts.id, *figures))
+                entry.isDoubted = true;
+        }
+    }
+    const bool changed = !isAsListed() && takeListing();
+    if (changed)
+        doubtOrphans();
+    isListed_ = true;
+    // A count below what was listed is no count of processes: such a file system is listed each time.
+    figures_ = figures && figures->linkCount > ids_.size() ? figures : std::nullopt;
+    return changed;
+}
+
+bool ProcessTable::isAsListed() const noexcept {
+    return std::equal(entries_.begin(), entries_.end(), ids_.begin(), ids_.end(),
+                      [](const ProcessEntry& entry, std::int32_t id) { return entry.facts.id == id; });
+}
+
+// True if a process of more than passing interest came or went.
+bool ProcessTable::takeListing() {
+    const std::int64_t now = clocks_->now();
+    bool changed = false;
+    previous_.swap(entries_);
+    entries_.clear();
+    entries_.reserve(ids_.size());
+    auto known = previous_.begin();
+    const auto leaveOut = [&](bool isGone) {
+        if (isGone)
+            changed = changed || known->facts.isCandidate;
+        return isGone;
+    };
+    for (const std::int32_t id : ids_) {
+        while (known != previous_.end() && leaveOut(known->facts.id < id))
+            ++known;
+        if (known != previous_.end() && known->facts.id == id) {
+            entries_.push_back(std::move(*known++));
+            continue;
+        }
+        ProcessEntry& entry = entries_.emplace_back(readEntry(id));
+        entry.isYoung = isListed_;
+        entry.factsReadAt = now;
+        changed = changed || entry.facts.isCandidate;
+    }
+    while (known != previous_.end() && leaveOut(true))
+        ++known;
+    previous_.clear();
+    return changed;
+}
+
+// What lost its parent has a new one.
+void ProcessTable::doubtOrphans() noexcept {
+    for (ProcessEntry& entry : entries_) {
+        if (entry.facts.isCandidate && entry.facts.parent != 0 && !find(entry.facts.parent))
+            entry.isDoubted = true;
+    }
+}
+
+// The kernel gives ids out in rising order and begins anew after the highest: those given out since lie between the
+// last one of then and the last one of now.
+bool ProcessTable::wasGivenOutSince(std::int32_t id, const Figures& now) const noexcept {
+    const std::int32_t then = figures_->lastId;
+    return then <= now.lastId ? id > then && id <= now.lastId : id > then || id <= now.lastId;
+}
+
+bool ProcessTable::isDueForReading(const ProcessEntry& entry, std::int64_t now) const noexcept {
+    const std::int64_t age = now - entry.factsReadAt;
+    return entry.isDoubted || (entry.isYoung && age >= youth) || (entry.owner == 0 && age >= longestStanding);
+}
+
+bool ProcessTable::readAgain() {
+    bool changed = false;
+    const std::int64_t now = clocks_->now();
+    for (ProcessEntry& entry : entries_) {
+        if (!isDueForReading(entry, now))
+            continue;
+        ProcessEntry fresh = readEntry(entry.facts.id);
+        entry.isYoung = false;
+        entry.isDoubted = false;
+        entry.factsReadAt = now;
+        if (fresh.facts == entry.facts)
+            continue;
+        changed = changed || fresh.facts.isCandidate || entry.facts.isCandidate;
+        const bool isReused = fresh.facts.startTime != entry.facts.startTime;
+        entry.facts = std::move(fresh.facts);
+        entry.application.reset();
+        if (isReused) {
+            entry.isYoung = true;
+            entry.clock = 0;
+        }
+    }
+    return changed;
+}
+
+// An id that tells nothing (it has ended meanwhile, or is hidden) keeps a place without facts, so that not every
+// listing asks for it again.
+ProcessEntry ProcessTable::readEntry(std::int32_t id) {
+    ProcessEntry entry;
+    entry.facts.id = id;
+    const std::optional<ProcessStat> stat = files_.stat(id);
+    if (!stat)
+        return entry;
+    entry.facts.parent = stat->parent;
+    entry.facts.session = stat->session;
+    entry.facts.terminal = stat->terminal;
+    entry.facts.startTime = stat->startTicks;
+    entry.facts.command = stat->command;
+    entry.facts.isCandidate = id > 1 && !stat->isKernelThread() && !stat->isZombie() && mayMeasure(id);
+    if (entry.facts.isCandidate) {
+        entry.facts.program = files_.program(id);
+        entry.facts.scope = files_.scope(id);
+    }
+    return entry;
+}
+
+// The kernel shows a process's figures to everyone; here they are for its own user and for a privileged caller.
+bool ProcessTable::mayMeasure(std::int32_t id) noexcept {
+    const uid_t caller = ::geteuid();
+    return caller == 0 || files_.user(id) == caller;
+}
+
+ProcessEntry* ProcessTable::find(std::int32_t id) noexcept {
+    const auto entry =
+        std::lower_bound(entries_.begin(), entries_.end(), id, [](const ProcessEntry& candidate, std::int32_t wanted) {
+            return candidate.facts.id < wanted;
+        });
+    return entry != entries_.end() && entry->facts.id == id ? &*entry : nullptr;
+}
+
+// What was to be there and cannot be measured, or is another process by now, is found out at the next look.
+void ProcessTable::doubt(ProcessEntry& entry) noexcept {
+    entry.isDoubted = true;
+    entry.clock = 0;
+    figures_.reset();
+}
+
+std::optional<TaskInfo> ProcessTable::taskInfo(std::int32_t id) noexcept {
+    ProcessEntry* const entry = find(id);
+    const std::optional<std::uint64_t> clock = clocks_->processNanoseconds(id);
+    const bool isFollowed = entry && entry->facts.isCandidate;
+    if (!clock) {
+        if (isFollowed)
+            doubt(*entry);
+        return std::nullopt;
+    }
+    if (!isFollowed || entry->clock != *clock || *clock == 0)
+        return readFigures(id, *clock, entry);
+
+    const std::int64_t now = clocks_->now();
+    if (now - entry->figuresReadAt >= longestStanding) {
+        const std::optional<std::uint64_t> pages = files_.residentPages(id);
+        if (!pages || (*pages == 0) != (entry->figures.residentBytes == 0))
+            return readFigures(id, *clock, entry);
+        entry->figures.residentBytes = *pages * pageSize_;
+        entry->figuresReadAt = now;
+    }
+    return entry->figures;
+}
+
+std::optional<TaskInfo> ProcessTable::readFigures(std::int32_t id, std::uint64_t nanoseconds,
+                                                  ProcessEntry* entry) noexcept {
+    const std::optional<ProcessStat> stat = files_.stat(id);
+    const bool isFollowed = entry && entry->facts.isCandidate;
+    if (!stat || stat->isZombie()) {
+        if (isFollowed)
+            doubt(*entry);
+        return std::nullopt;
+    }
+    const bool isKnown = isFollowed && entry->facts.startTime == stat->startTicks;
+    if (!isKnown && !mayMeasure(id))
+        return std::nullopt;
+
+    TaskInfo figures;
+    // The kernel splits only the coarse ticks; the finer total is what counts.
+    figures.systemNanoseconds = std::min(stat->systemTicks * tickNanoseconds(), nanoseconds);
+    figures.userNanoseconds = nanoseconds - figures.systemNanoseconds;
+    figures.residentBytes =
+        (stat->lostItsFirstThread() ? files_.residentPagesOfOtherThreads(id).value_or(0) : stat->residentPages) *
+        pageSize_;
+    figures.threads = stat->threads;
+    figures.startTime = stat->startTicks;
+
+    if (isKnown) {
+        entry->figures = figures;
+        entry->clock = nanoseconds;
+        entry->figuresReadAt = clocks_->now();
+        if (stat->command != entry->facts.command || stat->parent != entry->facts.parent)
+            entry->isDoubted = true;
+    } else if (isFollowed) {
+        doubt(*entry);
+    }
+    return figures;
+}
+
+std::optional<std::int32_t> ProcessTable::parent(std::int32_t id) noexcept {
+    const std::optional<ProcessStat> stat = files_.stat(id);
+    if (!stat || stat->isZombie() || !mayMeasure(id))
+        return std::nullopt;
+    return stat->parent;
+}
+
+} // namespace sentrel::platform

@@ -1,0 +1,85 @@
+#include <SentrelKit/platform/scripted/ScriptedProcessService.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace sentrel::platform {
+
+namespace {
+
+template <class Value>
+std::optional<Value> lookUp(const std::map<std::int32_t, Value>& values, std::int32_t key) noexcept {
+    const auto entry = values.find(key);
+    return entry == values.end() ? std::nullopt : std::optional<Value>(entry->second);
+}
+
+template <class Value>
+void assign(std::map<std::int32_t, Value>& values, std::int32_t key, const std::optional<Value>& value) {
+    if (value)
+        values[key] = *value;
+    else
+        values.erase(key);
+}
+
+} // namespace
+
+std::optional<TaskInfo> ScriptedProcessService::taskInfo(std::int32_t processIdentifier) noexcept {
+    const LockScope scope(lock_);
+    return lookUp(figures_, processIdentifier);
+}
+
+std::optional<std::int32_t> ScriptedProcessService::parent(std::int32_t processIdentifier) noexcept {
+    const LockScope scope(lock_);
+    return lookUp(parents_, processIdentifier);
+}
+
+RunningApplications ScriptedProcessService::runningApplications() {
+    const LockScope scope(lock_);
+    return *set_;
+}
+
+std::unique_ptr<RunningApplicationsObservation>
+ScriptedProcessService::observeRunningApplications(RunningApplicationsObserver observer) {
+    return observers_.add(std::move(observer));
+}
+
+void ScriptedProcessService::refreshRunningApplications() {
+    observers_.tell([this] {
+        const LockScope scope(lock_);
+        return set_;
+    });
+}
+
+void ScriptedProcessService::setTaskInfo(std::int32_t processIdentifier, std::optional<TaskInfo> info) {
+    const LockScope scope(lock_);
+    assign(figures_, processIdentifier, info);
+}
+
+void ScriptedProcessService::setParent(std::int32_t processIdentifier, std::optional<std::int32_t> parent) {
+    const LockScope scope(lock_);
+    assign(parents_, processIdentifier, parent);
+}
+
+void ScriptedProcessService::launch(RunningApplication application) {
+    const LockScope scope(lock_);
+    RunningApplications set = *set_;
+    auto launched = std::make_shared<const RunningApplication>(std::move(application));
+    const auto same =
+        std::find_if(set.begin(), set.end(), [&](const auto& candidate) { return *candidate == *launched; });
+    if (same == set.end())
+        set.push_back(std::move(launched));
+    else
+        *same = std::move(launched);
+    set_ = std::make_shared<const RunningApplications>(std::move(set));
+}
+
+void ScriptedProcessService::terminate(std::int32_t processIdentifier) {
+    const LockScope scope(lock_);
+    RunningApplications set = *set_;
+    set.erase(std::remove_if(set.begin(), set.end(),
+                             [&](const auto& candidate) { return candidate->processIdentifier == processIdentifier; }),
+              set.end());
+    set_ = std::make_shared<const RunningApplications>(std::move(set));
+}
+
+} // namespace sentrel::platform

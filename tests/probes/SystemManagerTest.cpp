@@ -1,0 +1,145 @@
+#include <SentrelKit/probes/SystemManager.h>
+
+#include "tests/support/ScriptedMachine.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace sentrel::probes {
+namespace {
+
+// What a registered block was told, call by call.
+struct Call {
+    std::optional<std::string> host;
+    std::optional<std::string> router;
+    std::optional<std::vector<std::string>> dns;
+    const DispatchQueue* queue;
+};
+
+NetworkConfigurationBlock recordInto(std::vector<Call>& calls, ScriptedMachine& machine) {
+    return [&calls, &machine](const auto& host, const auto& router, const auto& dns) {
+        calls.push_back({host, router, dns, machine->dispatch().currentQueue()});
+    };
+}
+
+TEST(SystemManager, StandsBeforeAnythingElseWithADashAsBrand) {
+    ASSERT_NE(System, nullptr);
+    EXPECT_STREQ(System->cpuBrand, "-");
+    EXPECT_STREQ(System->publicAddress, "");
+    EXPECT_NE(System->daSession, nullptr);
+    EXPECT_EQ(System->backgroundQueue, dispatch::backgroundQueue());
+}
+
+TEST(SystemManager, AsksForExactlyTheThreeKeysInTheirOrderAndThenSchedules) {
+    ScriptedMachine machine;
+    EXPECT_EQ(machine->network().notificationKeys,
+              (std::vector<std::string>{"State:/Network/Global/IPv4", "State:/Network/Global/DNS",
+                                        "Setup:/Network/HostNames"}));
+    EXPECT_TRUE(machine->network().scheduled);
+}
+
+TEST(SystemManager, DeliversOnceAtRegistrationOnTheCallersThreadAlsoWithoutANetwork) {
+    ScriptedMachine machine;
+    std::vector<Call> calls;
+    _networkConfigureNotification(recordInto(calls, machine));
+    ASSERT_EQ(calls.size(), 1U);
+    EXPECT_EQ(calls[0].host, std::nullopt);
+    EXPECT_EQ(calls[0].router, std::nullopt);
+    EXPECT_EQ(calls[0].dns, std::nullopt);
+    EXPECT_EQ(calls[0].queue, nullptr);
+}
+
+TEST(SystemManager, DeliversChangesOnTheBackgroundQueue) {
+    ScriptedMachine machine;
+    std::vector<Call> calls;
+    _networkConfigureNotification(recordInto(calls, machine));
+    machine->network().localHostName = "otter";
+    machine->network().router = "192.0.2.1";
+    machine->network().dnsServers = std::vector<std::string>{"192.0.2.53", "2001:db8::53"};
+    machine->network().change();
+    machine->dispatch().runPending();
+    ASSERT_EQ(calls.size(), 2U);
+    EXPECT_EQ(calls[1].host, "otter");
+    EXPECT_EQ(calls[1].router, "192.0.2.1");
+    EXPECT_EQ(calls[1].dns, (std::vector<std::string>{"192.0.2.53", "2001:db8::53"}));
+    EXPECT_EQ(calls[1].queue, machine->dispatch().backgroundQueue().get());
+}
+
+TEST(SystemManager, KeepsTheLastDnsServersAndRouterThroughADisconnectionButNotTheHostName) {
+    ScriptedMachine machine;
+    machine->network().localHostName = "otter";
+    machine->network().router = "192.0.2.1";
+    machine->network().dnsServers = std::vector<std::string>{"192.0.2.53"};
+    std::vector<Call> calls;
+    _networkConfigureNotification(recordInto(calls, machine));
+    machine->network().localHostName = "badger";
+    machine->network().router.reset();
+    machine->network().dnsServers.reset();
+    machine->network().change();
+    machine->dispatch().runPending();
+    ASSERT_EQ(calls.size(), 2U);
+    EXPECT_EQ(calls[1].host, "badger");
+    EXPECT_EQ(calls[1].router, "192.0.2.1"); // deliberate: the last known one
+    EXPECT_EQ(calls[1].dns, (std::vector<std::string>{"192.0.2.53"}));
+    machine->network().localHostName.reset();
+    machine->network().change();
+    machine->dispatch().runPending();
+    EXPECT_EQ(calls.at(2).host, std::nullopt);
+    EXPECT_EQ(System->configuration().routerAddr, "192.0.2.1");
+}
+
+TEST(SystemManager, CallsOnlyTheBlockThatWasRegisteredLast) {
+    ScriptedMachine machine;
+    std::vector<Call> first;
+    std::vector<Call> second;
+    _networkConfigureNotification(recordInto(first, machine));
+    _networkConfigureNotification(recordInto(second, machine));
+    machine->network().change();
+    machine->dispatch().runPending();
+    EXPECT_EQ(first.size(), 1U);
+    EXPECT_EQ(second.size(), 2U);
+}
+
+TEST(SystemManager, ABlockMayRegisterAnotherFromInsideItsCall) {
+    ScriptedMachine machine;
+    std::vector<Call> calls;
+    _networkConfigureNotification([&](const auto&...) { _networkConfigureNotification(recordInto(calls, machine)); });
+    EXPECT_EQ(calls.size(), 1U);
+}
+
+TEST(SystemManager, ReportsRefusedKeysAndGoesOn) {
+    platform::ScriptedPlatform machine;
+    machine.network().acceptsKeys = false;
+    const platform::Override override(machine);
+    testing::internal::CaptureStderr();
+    _constructor();
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Error installing System Configuration Notification\n");
+    EXPECT_TRUE(machine.network().scheduled);
+    int calls = 0;
+    _networkConfigureNotification([&](const auto&...) { ++calls; });
+    EXPECT_EQ(calls, 1);
+    delete System;
+    System = nullptr;
+}
+
+TEST(SystemManager, StopsTheProcessWithoutAConfigurationSession) {
+    platform::ScriptedPlatform machine;
+    machine.network().watches = false;
+    const platform::Override override(machine);
+    EXPECT_DEATH(_constructor(),
+                 "self->scSession.*-\\[SystemManager setUpSystemConfiguration\\], file SentrelKit, line");
+}
+
+TEST(SystemManager, TheLoadHookReplacesAnObjectThatStoodBefore) {
+    ScriptedMachine machine;
+    SystemManager* const before = System;
+    std::strcpy(before->cpuBrand, "something");
+    _constructor();
+    EXPECT_STREQ(System->cpuBrand, "-");
+}
+
+} // namespace
+} // namespace sentrel::probes
