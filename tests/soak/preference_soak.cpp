@@ -108,12 +108,11 @@ bool everythingIsThere(const UserDefaults& defaults, const std::vector<Writer>& 
     return true;
 }
 
-int soak(const char* program, int count, int keys, unsigned seed) {
+bool soak(const char* program, std::vector<Writer>& writers, int keys, unsigned seed) {
     const ConfigurationFolder folder;
     const std::string path = folder->path(std::string(suiteName) + ".plist");
     const UserDefaults defaults(suiteName);
     std::mt19937 random(seed);
-    std::vector<Writer> writers(static_cast<std::size_t>(count));
     for (std::size_t i = 0; i < writers.size(); ++i) {
         writers[i].index = static_cast<int>(i);
         start(writers[i], program, keys);
@@ -128,19 +127,19 @@ int soak(const char* program, int count, int keys, unsigned seed) {
                 takeAcknowledgements(writer);
         ++reads;
         if (!fileIsWhole(path) || !everythingIsThere(defaults, writers))
-            return EXIT_FAILURE;
+            return false;
         Writer& victim = writers[std::uniform_int_distribution<std::size_t>(0, writers.size() - 1)(random)];
         if (victim.process > 0 && victim.acknowledged < keys) {
             kill(victim.process, SIGKILL);
             ++kills;
             if (!reap(victim))
-                return EXIT_FAILURE;
+                return false;
             if (victim.acknowledged < keys)
                 start(victim, program, keys);
         }
         for (Writer& writer : writers) {
             if (writer.process > 0 && writer.acknowledged == keys && !reap(writer))
-                return EXIT_FAILURE;
+                return false;
         }
         running = 0;
         for (const Writer& writer : writers)
@@ -150,12 +149,12 @@ int soak(const char* program, int count, int keys, unsigned seed) {
         if (writer.acknowledged == keys)
             continue;
         std::printf("writer %d stopped after %d keys\n", writer.index, writer.acknowledged);
-        return EXIT_FAILURE;
+        return false;
     }
     const std::chrono::duration<double> took = std::chrono::steady_clock::now() - began;
-    std::printf("%d writers kept %d keys each in %.1f s, through %d kills; %d checks while they ran (seed %u)\n", count,
-                keys, took.count(), kills, reads, seed);
-    return everythingIsThere(UserDefaults(suiteName), writers) ? EXIT_SUCCESS : EXIT_FAILURE;
+    std::printf("%zu writers kept %d keys each in %.1f s, through %d kills; %d checks while they ran (seed %u)\n",
+                writers.size(), keys, took.count(), kills, reads, seed);
+    return everythingIsThere(UserDefaults(suiteName), writers);
 }
 
 } // namespace
@@ -164,6 +163,12 @@ int main(int argc, char** argv) {
     const auto argument = [&](int index, int fallback) { return argc > index ? std::atoi(argv[index]) : fallback; };
     if (argc == 5 && std::strcmp(argv[1], "--write") == 0)
         return write(argument(2, 0), argument(3, 0), argument(4, 0));
-    return soak("/proc/self/exe", argument(1, 8), argument(2, 1000),
-                static_cast<unsigned>(argument(3, static_cast<int>(std::random_device{}() & 0x7FFFFFFF))));
+    std::vector<Writer> writers(static_cast<std::size_t>(argument(1, 8)));
+    const auto seed = static_cast<unsigned>(argument(3, static_cast<int>(std::random_device{}() & 0x7FFFFFFF)));
+    const bool good = soak("/proc/self/exe", writers, argument(2, 1000), seed);
+    for (const Writer& writer : writers)
+        if (writer.process > 0)
+            kill(writer.process, SIGKILL);
+    std::puts(good ? "good" : "FAILED");
+    return good ? EXIT_SUCCESS : EXIT_FAILURE;
 }

@@ -11,7 +11,6 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <glib.h>
-#include <sys/file.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -62,17 +61,24 @@ std::optional<std::string> replaceTarget(const std::string& path) {
     return std::nullopt;
 }
 
-/// The lock between processes, held for a scope. The system gives it back when its holder dies.
+/// The lock between processes, held for a scope. The system gives it back when its holder dies. It is two locks: who
+/// has the turn waits for the writer before it, so that a writer that comes back at once cannot overtake those that
+/// wait.
 class ProcessLock {
 public:
     explicit ProcessLock(const std::string& path) noexcept
         : fd_(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR)) {
-        held_ = fd_ && wait();
+        if (!fd_ || !wait(turn))
+            return;
+        held_ = wait(writing);
+        const int error = errno;
+        set(turn, F_UNLCK);
+        errno = error;
     }
     ~ProcessLock() {
         // Explicitly, because a process forked meanwhile holds the descriptor too.
         if (held_)
-            ::flock(fd_.get(), LOCK_UN);
+            set(writing, F_UNLCK);
     }
     ProcessLock(const ProcessLock&) = delete;
     ProcessLock& operator=(const ProcessLock&) = delete;
@@ -81,11 +87,24 @@ public:
     [[nodiscard]] bool held() const noexcept { return held_; }
 
 private:
-    bool wait() noexcept {
+    // The bytes of the lock file that stand for the two.
+    static constexpr off_t turn = 0;
+    static constexpr off_t writing = 1;
+
+    bool set(off_t byte, short type) noexcept {
+        struct flock request {};
+        request.l_type = type;
+        request.l_whence = SEEK_SET;
+        request.l_start = byte;
+        request.l_len = 1;
+        return ::fcntl(fd_.get(), F_OFD_SETLK, &request) == 0;
+    }
+
+    bool wait(off_t byte) noexcept {
         const auto deadline = std::chrono::steady_clock::now() + lockPatience;
         auto pause = std::chrono::microseconds(100);
-        while (::flock(fd_.get(), LOCK_EX | LOCK_NB) != 0) {
-            if (errno != EWOULDBLOCK && errno != EINTR)
+        while (!set(byte, F_WRLCK)) {
+            if (errno != EAGAIN && errno != EACCES && errno != EINTR)
                 return false;
             if (std::chrono::steady_clock::now() >= deadline) {
                 errno = ETIMEDOUT;

@@ -12,6 +12,14 @@
 
 namespace sentrel::platform {
 
+/// One version of a file. Its descriptor stays open, so that no later version can have the same file number.
+struct PreferenceFileVersion {
+    UniqueFd fd;
+    struct stat status {};
+    std::shared_ptr<const PropertyList::Dictionary> content; ///< null for a file that holds no values by key
+    int error = 0;                                           ///< why, as errno
+};
+
 /// One property-list file of values by key that several processes read and change. Any thread.
 class PreferenceFile {
 public:
@@ -27,13 +35,7 @@ public:
     [[nodiscard]] bool change(const std::function<bool(PropertyList::Dictionary&)>& edit);
 
 private:
-    /// One version of the file. Its descriptor stays open, so that no later version can have the same file number.
-    struct Version {
-        UniqueFd fd;
-        struct stat status {};
-        Content content; ///< null for a file that cannot be read as values by key
-        int error = 0;   ///< why, as errno
-    };
+    using Version = PreferenceFileVersion;
 
     [[nodiscard]] const Version& newestVersion() SENTREL_REQUIRES(lock_);
     [[nodiscard]] bool replace(const PropertyList::Dictionary& content, const std::string& target);

@@ -15,7 +15,6 @@
 #include <iterator>
 #include <sched.h>
 #include <string>
-#include <sys/file.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -314,12 +313,13 @@ TEST_F(LinuxPreferenceStoreTest, AnUnchangedValueWritesNoNewFile) {
 TEST_F(LinuxPreferenceStoreTest, AWriterWaitsForTheLockOfAnother) {
     EXPECT_TRUE(suite->setInteger("key", 1));
     const int lock = open(folder->path(".test.suite.plist.lock").c_str(), O_RDWR | O_CLOEXEC);
-    ASSERT_EQ(flock(lock, LOCK_EX), 0);
+    struct flock whole {};
+    whole.l_type = F_WRLCK;
+    ASSERT_EQ(fcntl(lock, F_OFD_SETLK, &whole), 0);
     std::thread writer([&] { EXPECT_TRUE(suite->setInteger("key", 2)); });
     EXPECT_EQ(other->object("key"), PropertyList(1)) << "readers need no lock";
-    flock(lock, LOCK_UN);
-    writer.join();
     close(lock);
+    writer.join();
     EXPECT_EQ(other->object("key"), PropertyList(2));
 }
 
