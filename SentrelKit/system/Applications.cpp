@@ -320,6 +320,10 @@ std::vector<std::shared_ptr<const Applications::Process>> Applications::top(TopL
     });
 }
 
+std::int64_t Applications::unresolvedNamedProcesses() const {
+    return mutex_.synchronise([this]() SENTREL_REQUIRES(mutex_) { return unresolvedNamedProcesses_; });
+}
+
 std::shared_ptr<void> Applications::observeCount(std::function<void(std::int64_t)> observer) {
     auto registered = std::make_shared<CountObserver>(std::move(observer));
     countObservers_.withValue([&](std::vector<std::weak_ptr<const CountObserver>>& observers) {

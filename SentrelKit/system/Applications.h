@@ -57,6 +57,10 @@ public:
     /// The number of tracked processes, those that work for an application included.
     [[nodiscard]] std::int64_t count() const noexcept { return count_.load(std::memory_order_relaxed); }
 
+    /// The number of tracked browser-engine processes whose application is not known yet. One stops counting as soon as
+    /// its owner is found by name, and counts again if that owner ends before it.
+    [[nodiscard]] std::int64_t unresolvedNamedProcesses() const;
+
     /// Keeps a closure registered that hears each new count, on the thread that noticed the change. After the release
     /// of the token no new call begins. The closure must not call `update`.
     [[nodiscard]] std::shared_ptr<void> observeCount(std::function<void(std::int64_t)> observer);

@@ -18,7 +18,7 @@ EnvironmentGuard::~EnvironmentGuard() {
 }
 
 PrivateBus::PrivateBus()
-    : daemon_({"dbus-daemon", "--session", "--nofork", "--nopidfile", "--print-address=1"}),
+    : daemon_({"sh", "-c", "exec dbus-daemon --session --nofork --nopidfile --print-address=1 2>/dev/null"}),
       address_(daemon_.readLine()) {
     if (!address_)
         return;

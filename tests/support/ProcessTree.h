@@ -18,10 +18,10 @@ struct TreeProcess {
     std::int32_t session = 0;
     std::int32_t terminal = 0;
     std::uint64_t start = 0;
-    std::string command;
-    std::string program; ///< empty: not to be seen
+    std::string command{};
+    std::string program{}; ///< empty: not to be seen
     std::string group = "/";
-    std::string arguments; ///< blanks between them
+    std::string arguments{}; ///< blanks between them
     bool isKernelThread = false;
     char state = 'S';
     std::int32_t threads = 1;
