@@ -5,12 +5,12 @@
 #include "../../support/Await.h"
 #include "../../support/LoopDisk.h"
 #include "../../support/MountNamespace.h"
+#include "../../support/PrivateBus.h"
 
 #include <SentrelKit/platform/Dispatch.h>
 #include <SentrelKit/platform/Platform.h>
 #include <atomic>
 #include <chrono>
-#include <cstdlib>
 #include <fcntl.h>
 #include <functional>
 #include <gio/gio.h>
@@ -64,21 +64,9 @@ bool comesTrue(const std::function<bool()>& condition) {
     return false;
 }
 
-// The system bus's address for a scope.
-class SystemBusAddress {
-public:
-    explicit SystemBusAddress(const std::string& address) {
-        if (const char* before = std::getenv(name))
-            before_ = before;
-        ::setenv(name, address.c_str(), 1);
-    }
-    ~SystemBusAddress() { before_ ? ::setenv(name, before_->c_str(), 1) : ::unsetenv(name); }
-    SystemBusAddress(const SystemBusAddress&) = delete;
-    SystemBusAddress& operator=(const SystemBusAddress&) = delete;
-
-private:
-    static constexpr const char* name = "DBUS_SYSTEM_BUS_ADDRESS";
-    std::optional<std::string> before_;
+// No message bus for a scope.
+class NoBus {
+    EnvironmentGuard address_{"DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus"};
 };
 
 // The answer to one whole-disk unmount, awaited.
@@ -118,7 +106,7 @@ protected:
 };
 
 TEST_F(LiveRemoval, UnmountsByTheSystemCallsWhereThereIsNoService) {
-    const SystemBusAddress nowhere("unix:path=/nonexistent/bus");
+    const NoBus noBus;
     const LoopDisk image("CALLS", 16);
     image.mount();
     const auto session = volumes().openSession();
@@ -129,7 +117,7 @@ TEST_F(LiveRemoval, UnmountsByTheSystemCallsWhereThereIsNoService) {
 }
 
 TEST_F(LiveRemoval, IsRefusedWhereAFileIsOpenAndDoesItAllTheSameByForce) {
-    const SystemBusAddress nowhere("unix:path=/nonexistent/bus");
+    const NoBus noBus;
     const LoopDisk image("BUSY", 16);
     image.mount();
     const int file = ::open((image.path() + "/open").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
@@ -148,7 +136,7 @@ TEST_F(LiveRemoval, IsRefusedWhereAFileIsOpenAndDoesItAllTheSameByForce) {
 }
 
 TEST_F(LiveRemoval, UnmountsWithoutAQueueAndCallsNobodyBack) {
-    const SystemBusAddress nowhere("unix:path=/nonexistent/bus");
+    const NoBus noBus;
     const LoopDisk image("QUIET", 16);
     image.mount();
     const auto called = std::make_shared<std::atomic<bool>>(false);
@@ -161,7 +149,7 @@ TEST_F(LiveRemoval, UnmountsWithoutAQueueAndCallsNobodyBack) {
 }
 
 TEST_F(LiveRemoval, EjectsAnImageByLettingItsFileGo) {
-    const SystemBusAddress nowhere("unix:path=/nonexistent/bus");
+    const NoBus noBus;
     const LoopDisk image("EJECT", 16);
     image.mount();
     EXPECT_EQ(probes::_ejectDisk(image.device().c_str()), 1);
@@ -175,9 +163,7 @@ public:
     enum class Answer { success, busy, leave };
 
     explicit StorageService(std::string node, std::vector<Answer> answers = {})
-        : node_(std::move(node)), answers_(std::move(answers)), bus_(g_test_dbus_new(G_TEST_DBUS_NONE)) {
-        g_test_dbus_up(bus_);
-        address_.emplace(g_test_dbus_get_bus_address(bus_));
+        : node_(std::move(node)), answers_(std::move(answers)) {
         thread_ = std::thread([this] { serve(); });
         if (!ready_.await())
             throw std::runtime_error("no storage service");
@@ -185,9 +171,6 @@ public:
     ~StorageService() {
         g_main_context_invoke(context_, quit, this);
         thread_.join();
-        address_.reset();
-        g_test_dbus_stop(bus_);
-        g_object_unref(bus_);
     }
     StorageService(const StorageService&) = delete;
     StorageService& operator=(const StorageService&) = delete;
@@ -223,7 +206,7 @@ private:
         g_main_context_push_thread_default(context_);
         loop_ = g_main_loop_new(context_, FALSE);
         connection_ = g_dbus_connection_new_for_address_sync(
-            g_test_dbus_get_bus_address(bus_),
+            bus_.address().c_str(),
             static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
                                               G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
             nullptr, nullptr, nullptr);
@@ -304,8 +287,7 @@ private:
     std::mutex mutex_;
     std::vector<Answer> answers_;
     std::vector<std::string> calls_;
-    GTestDBus* bus_;
-    std::optional<SystemBusAddress> address_;
+    PrivateBus bus_;
     GMainContext* context_ = nullptr;
     GMainLoop* loop_ = nullptr;
     GDBusConnection* connection_ = nullptr;
