@@ -31,13 +31,13 @@ struct TaskInfo {
 struct RunningApplication {
     std::int32_t processIdentifier = 0;
     std::uint64_t startTime = 0; ///< when the process started, in the platform's own unit; tells a reused id; 0 unknown
-    std::optional<std::string> localizedName;
-    std::optional<std::string> bundleIdentifier; ///< macOS: of the bundle; Linux: the desktop entry's id
-    std::optional<std::string> icon;             ///< an icon's name, or the absolute path of an image
+    std::optional<std::string> localizedName{};
+    std::optional<std::string> bundleIdentifier{}; ///< macOS: of the bundle; Linux: the desktop entry's id
+    std::optional<std::string> icon{};             ///< an icon's name, or the absolute path of an image
 
     /// The id of the application that this process works for; its own id for an application. Absent where the platform
     /// has no word on it (macOS): then the parent process decides.
-    std::optional<std::int32_t> owner;
+    std::optional<std::int32_t> owner{};
 
     /// Identity: the same process, whatever it is called by now.
     friend bool operator==(const RunningApplication& a, const RunningApplication& b) noexcept {

@@ -19,11 +19,13 @@ System& System::shared() {
 // The intervals are staggered on purpose, so that samples seldom fall together.
 System::System()
     : cpu_(std::make_shared<CPU>()), gpu_(std::make_shared<GPU>()), disk_(std::make_shared<Disk>()),
-      mem_(std::make_shared<Memory>()), net_(std::make_shared<Network>()), battery_(std::make_shared<Battery>()) {
+      mem_(std::make_shared<Memory>()), net_(std::make_shared<Network>()), battery_(std::make_shared<Battery>()),
+      apps_(std::make_shared<Applications>()) {
     add(1.1, cpu_, Group::system, false);
     add(2.0, mem_, Group::system, false);
     add(1.1, net_, Group::network, false);
     add(1.1, disk_, Group::system, true);
+    add(1.3, apps_, Group::system, true);
     if (gpu_->hasBoth())
         add(1.1, gpu_, Group::system, true);
 }

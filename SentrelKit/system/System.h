@@ -4,6 +4,7 @@
 /// periodically, a task on the background queue.
 
 #include <SentrelKit/Export.h>
+#include <SentrelKit/system/Applications.h>
 #include <SentrelKit/system/Battery.h>
 #include <SentrelKit/system/CPU.h>
 #include <SentrelKit/system/Disk/Disk.h>
@@ -44,6 +45,7 @@ public:
     [[nodiscard]] Memory& mem() const noexcept { return *mem_; }
     [[nodiscard]] Network& net() const noexcept { return *net_; }
     [[nodiscard]] Battery& battery() const noexcept { return *battery_; }
+    [[nodiscard]] Applications& apps() const noexcept { return *apps_; }
 
     /// Starts or resumes the tasks of a group that are not delayed: cpu (every 1.1 s) and mem (2.0 s) in `system`, net
     /// (1.1 s) in `network`. Their first samples come one interval later.
@@ -82,6 +84,7 @@ private:
     std::shared_ptr<Memory> mem_;
     std::shared_ptr<Network> net_;
     std::shared_ptr<Battery> battery_;
+    std::shared_ptr<Applications> apps_;
     std::vector<std::unique_ptr<Task>> tasks_;
 };
 

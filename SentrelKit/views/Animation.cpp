@@ -21,7 +21,7 @@ AnimationValue mix(const AnimationValue& from, const AnimationValue& to, double 
         if (const auto* end = std::get_if<Rotation>(&to)) {
             const double first = start->z < 0.0 ? -start->angle : start->angle;
             const double last = end->z < 0.0 ? -end->angle : end->angle;
-            const double angle = first + (last - first) * share;
+            const double angle = first * (1.0 - share) + last * share;
             return end->z < 0.0 ? Rotation{-angle, -1.0} : Rotation{angle, 1.0};
         }
     return own;

@@ -62,12 +62,63 @@ void printGraphics(const GPU& gpu) {
         line("discrete", gpu.discrete()->name);
 }
 
+void printDisk(const Disk& disk) {
+    std::puts("Volumes");
+    for (const auto& volume : sortedVolumes(disk)) {
+        line(volume->name().c_str(),
+             spaceText(*volume) + " at " + volume->path() + " (" + volume->fstype() + " on " + volume->device() + ")");
+        line("", ratesText(*volume));
+        if (volume->smart())
+            line("", std::string(volume->smart()->healthy ? "healthy" : "failing") + ", " +
+                         celcius(volume->smart()->temperature));
+    }
+}
+
+void printNetwork(const Network& network) {
+    std::puts("Network");
+    line("connection", connectionName(network));
+    line("public address", network.publicAddress().value_or("not looked up"));
+    line("host name", network.localhostName().value_or("none"));
+    line("router", network.router().value_or("none"));
+    line("DNS", network.dns().value_or("none"));
+    for (const auto& [device, interface] : network.interfaces()) {
+        line(device.c_str(), interface->name() + ", " + interface->ipaddr());
+        line("", ratesText(*interface));
+        line("", "peaks: " + peaksText(*interface));
+    }
+}
+
+void printBattery(const Battery& battery) {
+    std::puts("Battery");
+    line("charge", batteryText(battery));
+    if (!battery.hasBattery())
+        return;
+    line("remaining", battery.timeRemaining());
+    line("health", format("%u %% (%s)", unsigned{battery.health()}, battery.condition().c_str()));
+    line("cycles", format("%" PRId64 " of %" PRId64, battery.cycleCount(), battery.designCycleCount()));
+    line("power", format("%.0f W (adapter %" PRId64 " W)", battery.watts(), battery.acWatts()));
+}
+
+void printApplications(const Applications& apps) {
+    std::puts("Applications");
+    line("followed", std::to_string(apps.count()));
+    for (const auto& process : apps.cpu())
+        line("by processor", format("%5.1f %%  %s (%d)", process->cpu(), process->name().c_str(), process->pid()));
+    for (const auto& process : apps.mem())
+        line("by memory",
+             format("%s  %s (%d)", byteStr(process->mem()).c_str(), process->name().c_str(), process->pid()));
+}
+
 } // namespace
 
 void printReport(const System& system) {
     printProcessor(system.cpu());
     printMemory(system.mem());
     printGraphics(system.gpu());
+    printDisk(system.disk());
+    printNetwork(system.net());
+    printBattery(system.battery());
+    printApplications(system.apps());
 }
 
 } // namespace dashboard

@@ -29,6 +29,8 @@ int main(int count, char** arguments) {
 
     sentrel::System& system = sentrel::System::shared();
     system.start();
+    system.start(system.disk());
+    system.start(system.apps());
     system.start(system.gpu());
 
     std::fprintf(stderr, "Sampling for %.4g s\n", options->seconds);

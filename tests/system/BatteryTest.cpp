@@ -5,10 +5,12 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cmath>
 #include <limits>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace sentrel {
@@ -155,6 +157,31 @@ TEST_F(BatteryModel, SurvivesChangesThatComeAfterItWentAway) {
     std::make_unique<Battery>().reset();
     EXPECT_EQ(power().changeSources(), 1u);
     power().change();
+}
+
+TEST_F(BatteryModel, IsReadFromOtherThreadsWhileItChanges) {
+    Battery battery;
+    std::atomic<bool> done{false};
+    std::thread reader([&] {
+        const Battery& model = battery;
+        while (!done) {
+            const std::string text = model.timeRemaining() + model.condition() + model.age() + model.manufactured();
+            EXPECT_FALSE(text.empty());
+            EXPECT_GE(model.health(), 97);
+            EXPECT_EQ(model.watts(), -18);
+            EXPECT_TRUE(model.hasBattery() && model.installed() && model.isACPowered() && !model.hasACondition());
+            EXPECT_GE(model.currentCapacity() + model.maxCapacity() + model.designCapacity(), 1);
+            EXPECT_GE(model.cycleCount() + model.designCycleCount() + model.acWatts() + model.percent(), 1);
+            EXPECT_GE(model.temperature(), 30);
+            EXPECT_FALSE(model.isCharging() && model.isFullyCharged());
+        }
+    });
+    for (int i = 0; i < 200; ++i) {
+        power().sources = {source(i)};
+        power().change();
+    }
+    done = true;
+    reader.join();
 }
 
 TEST_F(BatteryUpdate, RefreshesTheLiveFiguresWithoutAnEvent) {

@@ -4,6 +4,7 @@
 #include <SentrelKit/platform/Dispatch.h>
 #include <SentrelKit/platform/linux/AtaSmart.h>
 #include <SentrelKit/platform/linux/DiskRemoval.h>
+#include <SentrelKit/platform/linux/LinuxMounts.h>
 #include <SentrelKit/platform/linux/NvmeSmart.h>
 #include <SentrelKit/platform/linux/OwnThread.h>
 
@@ -139,7 +140,7 @@ public:
     }
 
     std::optional<DiskDescription> description() override {
-        return DiskDescription{session_->machine.devices.label(name_), session_->machine.devices.model(name_)};
+        return DiskDescription{label(), session_->machine.devices.model(name_)};
     }
 
     std::shared_ptr<Disk> wholeDisk() override { return whole_ ? whole_ : shared_from_this(); }
@@ -171,6 +172,15 @@ public:
     }
 
 private:
+    std::optional<std::string> label() const {
+        const BlockDevices& devices = session_->machine.devices;
+        if (const std::optional<MountEntry> mount = mountOfDevice(devices, name_)) {
+            if (std::optional<std::string> told = labelOfMount(devices.root(), *mount))
+                return told->empty() ? std::nullopt : told;
+        }
+        return devices.label(name_);
+    }
+
     const std::shared_ptr<SessionState> session_;
     const std::string name_;
     const std::string wholeName_;

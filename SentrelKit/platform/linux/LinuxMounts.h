@@ -23,4 +23,11 @@ inline constexpr const char* mountTablePath = "/proc/self/mountinfo";
 /// node of the device itself.
 [[nodiscard]] std::string mountSource(const BlockDevices& devices, const MountEntry& mount);
 
+/// The first visible mount of a block device; absent if it is not mounted.
+[[nodiscard]] std::optional<MountEntry> mountOfDevice(const BlockDevices& devices, const std::string& kernelName);
+
+/// The label that a mounted file system tells itself, empty if it has none; absent if it cannot tell, or if it is one
+/// that may not answer. Labels that change while mounted are seen here first, and often nowhere else.
+[[nodiscard]] std::optional<std::string> labelOfMount(const SystemRoot& root, const MountEntry& mount);
+
 } // namespace sentrel::platform

@@ -6,6 +6,7 @@
 #include <SentrelKit/platform/linux/VolumeRules.h>
 
 #include <array>
+#include <atomic>
 #include <libudev.h>
 #include <map>
 #include <set>
@@ -18,6 +19,9 @@
 namespace sentrel::platform {
 
 namespace {
+
+constexpr std::int64_t labelInterval = 2'000'000'000; // nanoseconds
+constexpr std::int64_t checkDelay = 50'000'000;       // nanoseconds
 
 struct UdevReleaser {
     void operator()(udev* context) const noexcept { udev_unref(context); }
@@ -86,17 +90,21 @@ private:
 };
 
 struct MountedVolume {
-    std::string on;
-    std::string device; // the kernel's name, empty without one
-    std::string name;   // as the user knows it: the label, else the device
+    MountEntry mount;
+    bool isShown = false;
+    std::string device;      // the kernel's name, empty without one
+    std::string name;        // as the user knows it: the label, else the device
+    bool tellsLabel = false; // whether the file system itself can be asked for its label
 };
 
 using MountedVolumes = std::map<std::int64_t, MountedVolume>; // by mount
 
-class Watcher {
+class Watcher : public std::enable_shared_from_this<Watcher> {
 public:
-    Watcher(const BlockDevices& devices, std::function<void(const VolumeNotification&)> observer)
-        : devices_(devices), observer_(std::move(observer)), table_(devices.root().open(mountTablePath)) {}
+    Watcher(const BlockDevices& devices, std::shared_ptr<DispatchQueue> queue,
+            std::function<void(const VolumeNotification&)> observer)
+        : devices_(devices), queue_(std::move(queue)), observer_(std::move(observer)),
+          table_(devices.root().open(mountTablePath)) {}
 
     [[nodiscard]] int tableDescriptor() const { return table_.get(); }
     [[nodiscard]] int nodeDescriptor() const { return nodes_.descriptor(); }
@@ -108,22 +116,21 @@ public:
         followNodes();
     }
 
+    // The watch is armed again only after this returns, and arming swallows what happened since the table was read: so
+    // the table is read once more a little later.
     void mountsChanged() {
         const LockScope scope(lock_);
-        MountedVolumes current = read(volumes_);
-        const MountedVolumes before = std::exchange(volumes_, std::move(current));
-        followNodes();
-        for (const auto& [id, volume] : before) {
-            const auto now = volumes_.find(id);
-            if (now == volumes_.end() || now->second.on != volume.on)
-                tell({VolumeNotification::Kind::didUnmount, {}, {}, volume.on});
-        }
-        for (const auto& [id, volume] : volumes_) {
-            const auto earlier = before.find(id);
-            if (earlier == before.end() || earlier->second.on != volume.on)
-                tell({VolumeNotification::Kind::didMount, {}, {}, volume.on});
-        }
+        compareMounts();
+        if (std::exchange(isCheckComing_, true))
+            return;
+        queue_->after(checkDelay, [weak = weak_from_this()] {
+            if (const std::shared_ptr<Watcher> self = weak.lock())
+                self->checkMounts();
+        });
     }
+
+    /// No call of the observer begins from now on.
+    void end() { ended_ = true; }
 
     void nodesWritten() {
         const LockScope scope(lock_);
@@ -137,38 +144,94 @@ public:
         compareNames();
     }
 
+    void lookAtLabels() {
+        const LockScope scope(lock_);
+        for (auto& [id, volume] : volumes_) {
+            if (!volume.tellsLabel)
+                continue;
+            if (const std::optional<std::string> label = labelOfMount(devices_.root(), volume.mount))
+                rename(volume, label->empty() ? deviceName(volume.mount) : *label);
+        }
+    }
+
 private:
+    void checkMounts() {
+        const LockScope scope(lock_);
+        isCheckComing_ = false;
+        compareMounts();
+    }
+
+    void compareMounts() SENTREL_REQUIRES(lock_) {
+        MountedVolumes current = read(volumes_);
+        const MountedVolumes before = std::exchange(volumes_, std::move(current));
+        followNodes();
+        tellDifference(before, volumes_, VolumeNotification::Kind::didUnmount);
+        tellDifference(volumes_, before, VolumeNotification::Kind::didMount);
+    }
+
     // The volumes now. Those that are known keep their names; the labels of the others are read.
     MountedVolumes read(const MountedVolumes& known) const {
         MountedVolumes volumes;
-        const std::optional<std::vector<MountEntry>> mounts = readMountTable(devices_.root());
+        std::optional<std::vector<MountEntry>> mounts = readMountTable(devices_.root());
         if (!mounts)
             return volumes;
         const std::vector<VolumeTraits> traits = volumeTraits(*mounts);
         for (std::size_t i = 0; i < mounts->size(); ++i) {
-            const MountEntry& mount = (*mounts)[i];
-            MountedVolume volume{mount.on, {}, {}};
-            if (const auto same = known.find(mount.id); same != known.end() && !same->second.name.empty()) {
-                volume.device = same->second.device;
-                volume.name = same->second.name;
-            } else if (!traits[i].dontBrowse) {
-                volume.device = deviceOfMount(devices_, mount).value_or(std::string());
-                volume.name = nameOf(mount, volume.device);
+            MountEntry& mount = (*mounts)[i];
+            const bool isShown = !traits[i].dontBrowse;
+            const auto same = known.find(mount.id);
+            MountedVolume volume;
+            if (same != known.end() && same->second.mount == mount && same->second.isShown == isShown) {
+                volume = same->second;
+            } else {
+                volume.mount = std::move(mount);
+                volume.isShown = isShown;
+                if (isShown)
+                    describe(volume);
             }
-            volumes.insert_or_assign(mount.id, std::move(volume));
+            const std::int64_t id = volume.mount.id;
+            volumes.insert_or_assign(id, std::move(volume));
         }
         return volumes;
     }
 
-    // As the listing names volumes.
-    std::string nameOf(const MountEntry& mount, const std::string& device) const {
-        std::optional<std::string> label;
-        if (!device.empty())
-            label = devices_.label(device);
-        if (label)
-            return *label;
+    // As the listing does.
+    void describe(MountedVolume& volume) const {
+        volume.device = deviceOfMount(devices_, volume.mount).value_or(std::string());
+        volume.name = deviceName(volume.mount);
+        if (volume.device.empty())
+            return;
+        std::optional<std::string> label = labelOfMount(devices_.root(), volume.mount);
+        volume.tellsLabel = label.has_value();
+        if (!label)
+            label = devices_.label(volume.device);
+        if (label && !label->empty())
+            volume.name = *label;
+    }
+
+    std::string deviceName(const MountEntry& mount) const {
         const std::string source = mountSource(devices_, mount);
         return source.substr(source.rfind('/') + 1);
+    }
+
+    void tellDifference(const MountedVolumes& all, const MountedVolumes& without, VolumeNotification::Kind kind) const {
+        for (const auto& [id, volume] : all) {
+            const auto other = without.find(id);
+            if (other == without.end() || other->second.mount.on != volume.mount.on)
+                tell({kind, {}, {}, volume.mount.on});
+        }
+    }
+
+    void rename(MountedVolume& volume, const std::string& name) const {
+        if (volume.name == name)
+            return;
+        const std::string oldName = std::exchange(volume.name, name);
+        tell({VolumeNotification::Kind::didRename, oldName, name, volume.mount.on});
+    }
+
+    void tell(const VolumeNotification& notification) const {
+        if (!ended_)
+            observer_(notification);
     }
 
     void followNodes() SENTREL_REQUIRES(lock_) {
@@ -184,20 +247,19 @@ private:
         const MountedVolumes now = read({});
         for (auto& [id, volume] : volumes_) {
             const auto current = now.find(id);
-            if (current == now.end() || current->second.name == volume.name)
-                continue;
-            const std::string oldName = std::exchange(volume.name, current->second.name);
-            tell({VolumeNotification::Kind::didRename, oldName, volume.name, current->second.on});
+            if (current != now.end() && current->second.mount == volume.mount)
+                rename(volume, current->second.name);
         }
     }
 
-    void tell(const VolumeNotification& notification) const { observer_(notification); }
-
     const BlockDevices& devices_;
+    const std::shared_ptr<DispatchQueue> queue_;
     const std::function<void(const VolumeNotification&)> observer_;
     const UniqueFd table_;
     Lock lock_; // also keeps the observer's calls one at a time
     MountedVolumes volumes_ SENTREL_GUARDED_BY(lock_);
+    bool isCheckComing_ SENTREL_GUARDED_BY(lock_) = false;
+    std::atomic<bool> ended_{false};
     NodeEvents nodes_;
     UdevEvents udev_;
 };
@@ -209,9 +271,17 @@ public:
         follow(dispatch, watcher_->udevDescriptor(), EPOLLIN, &Watcher::udevChanged);
         // The mount table tells of a change as an urgent, erroneous state (proc(5)).
         isComplete_ = follow(dispatch, watcher_->tableDescriptor(), EPOLLPRI | EPOLLERR, &Watcher::mountsChanged);
-        if (isComplete_)
-            watcher_->start();
+        if (!isComplete_)
+            return;
+        watcher_->start();
+        labels_ =
+            dispatch.backgroundQueue()->makeTimer(labelInterval, [watcher = watcher_] { watcher->lookAtLabels(); });
+        labels_->resume();
     }
+
+    ~Observation() override { watcher_->end(); }
+    Observation(const Observation&) = delete;
+    Observation& operator=(const Observation&) = delete;
 
     [[nodiscard]] bool isComplete() const noexcept { return isComplete_; }
 
@@ -229,6 +299,7 @@ private:
 
     std::shared_ptr<Watcher> watcher_; // a callback that still runs keeps it
     std::vector<std::unique_ptr<DescriptorWatch>> watches_;
+    std::unique_ptr<RepeatingTimer> labels_;
     bool isComplete_ = false;
 };
 
@@ -236,7 +307,8 @@ private:
 
 std::unique_ptr<VolumeObservation> watchVolumes(const BlockDevices& devices, LinuxDispatch& dispatch,
                                                 std::function<void(const VolumeNotification&)> observer) {
-    auto observation = std::make_unique<Observation>(std::make_shared<Watcher>(devices, std::move(observer)), dispatch);
+    auto observation = std::make_unique<Observation>(
+        std::make_shared<Watcher>(devices, dispatch.backgroundQueue(), std::move(observer)), dispatch);
     if (!observation->isComplete())
         return nullptr;
     return observation;

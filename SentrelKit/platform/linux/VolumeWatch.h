@@ -1,7 +1,9 @@
 #pragma once
 
-/// Notices of mounts, unmounts and new labels: the kernel's change notice of the mount table, udev's "change" events of
-/// block devices, and the closing of device nodes that were open for writing (how a label changes where no udev runs).
+/// Notices of mounts, unmounts and new labels. The kernel tells of a changed mount table. Of a label written to a
+/// device tell udev, once its database holds it, and the closing of the device's node, which also works where no udev
+/// runs. Of a label given to a mounted file system tells nobody: those that can be asked cheaply are looked at every
+/// two seconds.
 
 #include <SentrelKit/platform/VolumeService.h>
 #include <SentrelKit/platform/linux/BlockDevices.h>

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <gtest/gtest.h>
 #include <string>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
@@ -113,17 +114,15 @@ TEST(LinuxHost, FailsOnFilesThatItMayNotRead) {
     const TemporaryFolder folder;
     folder.write("proc/stat", "cpu  1 2 3 4\nbtime 5\n");
     ASSERT_EQ(::chmod(folder.path("proc/stat").c_str(), 0), 0);
-    // Root may read anything: become nobody for this thread's reads.
+    // Root may read anything: become nobody meanwhile.
     const bool wasRoot = ::geteuid() == 0;
     ASSERT_EQ(::chmod(folder.path().c_str(), 0755), 0);
-    if (wasRoot)
-        ASSERT_EQ(::seteuid(65534), 0);
+    ASSERT_TRUE(!wasRoot || ::seteuid(65534) == 0);
     LinuxHostService host{SystemRoot(folder.path())};
     errno = 0;
     const bool read = host.loadTicks().has_value();
     const int reason = errno;
-    if (wasRoot)
-        ASSERT_EQ(::seteuid(0), 0);
+    ASSERT_TRUE(!wasRoot || ::seteuid(0) == 0);
     EXPECT_FALSE(read);
     EXPECT_EQ(reason, EACCES);
 }
@@ -204,6 +203,27 @@ TEST(LinuxHost, ReadsMemoryWhereTheCountersFileIsMissing) {
     ASSERT_TRUE(counters);
     EXPECT_EQ(counters->free_count, 1000u);
     EXPECT_EQ(counters->pageins, 0u);
+}
+
+// Where no file can be opened any more, what was sampled before is sampled on: the descriptors were kept.
+TEST(LinuxHost, OpensNoFileOnceItHasSampled) {
+    LinuxHostService host;
+    const auto sample = [&] {
+        const auto set = host.defaultProcessorSet();
+        return host.loadTicks() && set && host.processorSetLoad(*set) && host.virtualMemory() && host.swapUsage() &&
+               host.loadAverages();
+    };
+    if (!sample())
+        GTEST_SKIP() << "this machine does not have all of the files";
+    rlimit before{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+    const rlimit none{0, before.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+    const bool canOpen = static_cast<bool>(SystemRoot().open("/proc/stat"));
+    const bool sampled = sample();
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
+    EXPECT_FALSE(canOpen);
+    EXPECT_TRUE(sampled);
 }
 
 } // namespace

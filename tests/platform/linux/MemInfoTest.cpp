@@ -41,8 +41,9 @@ std::uint64_t sum(const VirtualMemoryCounters& counters) {
 }
 
 double usage(const VirtualMemoryCounters& counters) {
-    return 100.0 * (std::uint64_t{counters.wire_count} + counters.active_count + counters.compressor_page_count) /
-           static_cast<double>(sum(counters));
+    const std::uint64_t used =
+        std::uint64_t{counters.wire_count} + counters.active_count + counters.compressor_page_count;
+    return 100.0 * static_cast<double>(used) / static_cast<double>(sum(counters));
 }
 
 TEST(MemInfo, ReadsTheLinesThatMatter) {

@@ -1,0 +1,162 @@
+#pragma once
+
+/// Running applications, and which of them use the processor and the memory most.
+
+#include <SentrelKit/Export.h>
+#include <SentrelKit/platform/ProcessService.h>
+#include <SentrelKit/system/Mutex/Atomic.h>
+#include <SentrelKit/system/Mutex/Mutex.h>
+#include <SentrelKit/system/SystemResource.h>
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace sentrel {
+
+/// The model of the running applications. The registry owns the one instance and samples it every 1.3 seconds once it
+/// is asked to (`System::start(apps)`).
+///
+/// Processes that work for an application, such as a browser's page renderers, are followed too; at each sample their
+/// figures are folded into the application's and they show 0 themselves. Who works for whom says the platform where it
+/// knows; elsewhere the parent process does, and for a browser engine's processes without one, the name. Only what is
+/// tracked is folded into: never a shell, a terminal or a session on Linux.
+///
+/// The set of applications is read when the model is made and then follows the platform's notice of changes. On Linux
+/// there is no such notice: each `update` first looks whether the set changed, so an idle program is never woken.
+///
+/// `update` and the notices may come on any thread; all other members may be called from any thread. The figures of a
+/// process change under the reader's eyes at the next sample, each by itself. Sources: the running applications of the
+/// workspace and proc_pidinfo on macOS; on Linux /proc, the process clocks, the desktop entries and the application
+/// scopes of the service manager.
+class SENTREL_API Applications final : public SystemResource {
+public:
+    class Process;
+
+    Applications();
+    ~Applications() override;
+    Applications(const Applications&) = delete;
+    Applications& operator=(const Applications&) = delete;
+
+    [[nodiscard]] SystemResourceType type() const noexcept override { return SystemResourceType::app; }
+
+    /// Takes one sample: the share and the memory of every tracked process since the sample before.
+    void update() override;
+
+    /// The (at most) three that used the processor most, the greatest share first; equal ones in no particular order.
+    [[nodiscard]] std::vector<std::shared_ptr<const Process>> cpu() const;
+
+    /// The (at most) three that hold the most memory, the largest first; equal ones in no particular order.
+    [[nodiscard]] std::vector<std::shared_ptr<const Process>> mem() const;
+
+    /// The number of tracked processes, those that work for an application included.
+    [[nodiscard]] std::int64_t count() const noexcept { return count_.load(std::memory_order_relaxed); }
+
+    /// The number of tracked browser-engine processes whose application is not known yet. One stops counting as soon as
+    /// its owner is found by name, and counts again if that owner ends before it.
+    [[nodiscard]] std::int64_t unresolvedNamedProcesses() const;
+
+    /// Keeps a closure registered that hears each new count, on the thread that noticed the change. After the release
+    /// of the token no new call begins. The closure must not call `update`.
+    [[nodiscard]] std::shared_ptr<void> observeCount(std::function<void(std::int64_t)> observer);
+
+    /// The entry point of the observation of running applications: brings the tracked processes in line with the set.
+    /// A notice with a context that is not this object's own is not for it and does nothing.
+    void observeValue(std::string_view keyPath, const platform::ProcessService* object,
+                      const platform::RunningApplications& change, const void* context);
+
+private:
+    using CountObserver = std::function<void(std::int64_t)>;
+    using SharedProcess = std::shared_ptr<Process>;
+
+    void sync(const platform::RunningApplications& apps);
+    void removeTerminated(const platform::RunningApplications& apps) SENTREL_REQUIRES(mutex_);
+    void takeIn(const std::shared_ptr<const platform::RunningApplication>& app) SENTREL_REQUIRES(mutex_);
+    void replace(SharedProcess& process, const std::shared_ptr<const platform::RunningApplication>& app)
+        SENTREL_REQUIRES(mutex_);
+    void associate(Process& process) SENTREL_REQUIRES(mutex_);
+    void associateOwner(Process& process, std::int32_t owner) SENTREL_REQUIRES(mutex_);
+    void associateNamedParent(Process& process, std::string_view name) SENTREL_REQUIRES(mutex_);
+    void associateParent(Process& process) SENTREL_REQUIRES(mutex_);
+    void resolveNames() SENTREL_REQUIRES(mutex_);
+    void sample(Process& process) const SENTREL_REQUIRES(mutex_);
+    void fold() SENTREL_REQUIRES(mutex_);
+
+    enum class TopList : std::uint8_t { cpu, mem };
+    [[nodiscard]] std::vector<std::shared_ptr<const Process>> top(TopList list) const;
+    void publishCount(std::int64_t count);
+
+    std::atomic<std::int64_t> count_{0};
+    std::int64_t KVOContext_ = 0; // only its address matters: it is this object's observation's
+    std::int64_t activeLogicalCores_ = 0;
+    mutable Mutex mutex_;
+    std::vector<SharedProcess> prevProcesses_ SENTREL_GUARDED_BY(mutex_);
+    std::int64_t unresolvedNamedProcesses_ SENTREL_GUARDED_BY(mutex_) = 0;
+    mutable std::vector<const SharedProcess*> sorted_ SENTREL_GUARDED_BY(mutex_); // kept for its memory
+    Atomic<std::vector<std::weak_ptr<const CountObserver>>> countObservers_;
+    std::unique_ptr<platform::RunningApplicationsObservation> observation_;
+};
+
+/// One tracked process: an application, or a process that works for one. Any thread.
+class SENTREL_API Applications::Process {
+public:
+    /// What the platform knows of it. A process that goes on under another name, as by running another program, goes on
+    /// as another object.
+    [[nodiscard]] const platform::RunningApplication& app() const noexcept { return *app_; }
+
+    /// The localized name, else the bundle identifier, else an empty text.
+    [[nodiscard]] std::string name() const;
+
+    /// An icon's name (Linux) or the absolute path of an image; absent without an icon.
+    [[nodiscard]] const std::optional<std::string>& icon() const noexcept { return app_->icon; }
+
+    /// Resident bytes at the last sample, with those folded into it; 0 after folding into a parent.
+    [[nodiscard]] std::uint64_t mem() const noexcept { return mem_.load(std::memory_order_relaxed); }
+
+    /// Processor share over the last sample interval in percent of the cores that the process can use at most (the
+    /// smaller of its threads and the machine's active logical cores), with the shares folded into it, which may take
+    /// it above 100; 0 after folding into a parent.
+    [[nodiscard]] double cpu() const noexcept { return cpu_.load(std::memory_order_relaxed); }
+
+    [[nodiscard]] std::int32_t pid() const noexcept { return app_->processIdentifier; }
+    [[nodiscard]] std::int32_t ppid() const noexcept { return ppid_; } ///< -1 if it could not be told
+
+    /// The tracked process that this one's figures are folded into, if any.
+    [[nodiscard]] std::shared_ptr<const Process> parent() const { return parent_.value(); }
+
+    /// True for a browser engine's process whose owner is found by name.
+    [[nodiscard]] bool isUnResolvedName() const noexcept { return isUnResolvedName_; }
+
+    explicit Process(std::shared_ptr<const platform::RunningApplication> app);
+
+private:
+    friend class Applications;
+
+    // What a sample needs, under the model's lock.
+    struct Sampling {
+        double prevcputime = 0;    // milliseconds
+        std::int64_t prevtime = 0; // milliseconds since the epoch; 0 before the baseline
+        double cpu = 0;            // its own share, before folding
+        std::uint64_t mem = 0;     // its own bytes, before folding
+        double foldedCpu = 0;      // while folding
+        std::uint64_t foldedMem = 0;
+        Process* parent = nullptr; // as parent_ holds it
+    };
+
+    void setParent(const std::shared_ptr<Process>& parent);
+
+    const std::shared_ptr<const platform::RunningApplication> app_;
+    const std::int32_t ppid_;
+    bool isUnResolvedName_ = false; // settled before the object is seen by others
+    std::atomic<std::uint64_t> mem_{0};
+    std::atomic<double> cpu_{0};
+    Atomic<std::shared_ptr<Process>> parent_;
+    Sampling sampling_;
+};
+
+} // namespace sentrel
