@@ -9,6 +9,7 @@
 #include <SentrelKit/probes/NetworkProbes.h>
 #include <SentrelKit/system/Network.h>
 
+#include <algorithm>
 #include <array>
 #include <benchmark/benchmark.h>
 #include <cstdio>
@@ -117,12 +118,11 @@ void statisticsListing(benchmark::State& state) {
             more = mnl_cb_run(
                 buffer.data(), static_cast<std::size_t>(size), 0, 0,
                 [](const nlmsghdr* message, void* data) {
-                    const nlattr* attribute = nullptr;
-                    mnl_attr_for_each(attribute, message, sizeof(if_stats_msg)) {
-                        rtnl_link_stats64 stats{};
-                        std::memcpy(&stats, mnl_attr_get_payload(attribute), sizeof stats);
-                        *static_cast<std::uint64_t*>(data) += stats.rx_bytes + stats.tx_bytes;
-                    }
+                    const auto* attribute =
+                        static_cast<const nlattr*>(mnl_nlmsg_get_payload_offset(message, sizeof(if_stats_msg)));
+                    rtnl_link_stats64 stats{};
+                    std::memcpy(&stats, mnl_attr_get_payload(attribute), sizeof stats);
+                    *static_cast<std::uint64_t*>(data) += stats.rx_bytes + stats.tx_bytes;
                     return MNL_CB_OK;
                 },
                 &sum);
