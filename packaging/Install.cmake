@@ -15,6 +15,8 @@ configure_file(packaging/SentrelKitConfig.cmake.in ${PROJECT_BINARY_DIR}/Sentrel
 install(FILES ${PROJECT_BINARY_DIR}/SentrelKitConfig.cmake ${PROJECT_BINARY_DIR}/SentrelKitConfigVersion.cmake
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/SentrelKit)
 
+# The prefix is found from where the file lies, so that an installed tree can be moved.
+file(RELATIVE_PATH SENTREL_PC_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 foreach(part core views)
     configure_file(packaging/sentrelkit-${part}.pc.in ${PROJECT_BINARY_DIR}/sentrelkit-${part}.pc @ONLY)
     install(FILES ${PROJECT_BINARY_DIR}/sentrelkit-${part}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

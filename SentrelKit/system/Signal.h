@@ -11,6 +11,9 @@
 /// releasing an owner, `SignalListener::cancel`, `fireCount`. A callback without queue and without delay runs on the
 /// firing thread; one with a delay and no queue runs on the main queue.
 ///
+/// A channel does not keep an owner alive while its callback runs on the firing thread. Where an owner may be released
+/// on another thread, or by the callback itself, the callback captures it weakly.
+///
 /// From inside a callback everything is allowed, the release of the channel included:
 /// - a subscription made during a fire gets the next fire (one fired by a later callback of the same fire counts as
 ///   next);
@@ -119,22 +122,27 @@ private:
     [[nodiscard]] bool isCancelled() const noexcept { return cancelled_.load(std::memory_order_relaxed); }
     [[nodiscard]] bool isAlive() const noexcept { return !isCancelled() && !owner_.expired(); }
     [[nodiscard]] bool belongsTo(const void* identity) const noexcept { return identity_ == identity; }
-    [[nodiscard]] bool accepts(const Value& data) const { return !filter_ || Payload::call(filter_, data); }
 
-    /// Delivers one value while the owner is held; returns whether the subscription is alive afterwards.
-    bool dispatchData(const Value& data, const std::shared_ptr<void>& owner) {
-        if (isCancelled())
+    /// Whether the filter lets the value pass. A dead subscription's filter is not asked.
+    [[nodiscard]] bool accepts(const Value& data) const {
+        return !filter_ || (isAlive() && Payload::call(filter_, data));
+    }
+
+    /// Delivers one value; returns whether the subscription is alive afterwards.
+    bool dispatchData(const Value& data) {
+        if (!isAlive())
             return false;
+        const std::shared_ptr<void> heldForQueue = dispatchQueue_ && !delay_ ? listener() : nullptr;
         if (once_)
             cancel();
         if (delay_)
             enqueue(data);
-        else if (dispatchQueue_)
-            dispatchQueue_->async(
-                [self = this->shared_from_this(), owner, data] { Payload::call(self->callback_, data); });
-        else
+        else if (!dispatchQueue_)
             Payload::call(callback_, data);
-        return !isCancelled();
+        else if (heldForQueue)
+            dispatchQueue_->async(
+                [self = this->shared_from_this(), heldForQueue, data] { Payload::call(self->callback_, data); });
+        return isAlive();
     }
 
     void enqueue(const Value& data) {
@@ -321,10 +329,8 @@ private:
             const std::size_t count = signalListeners_.size();
             for (std::size_t i = 0; i < count; ++i) {
                 Listener& subscription = *signalListeners_[i];
-                const std::shared_ptr<void> owner = subscription.listener();
-                if (!owner || !subscription.accepts(data))
-                    continue;
-                subscription.dispatchData(data, owner);
+                if (subscription.accepts(data))
+                    subscription.dispatchData(data);
                 if (fire.channelGone)
                     return;
             }

@@ -10,10 +10,10 @@ TextField::TextField(Rect frame) : View(frame) {}
 
 TextField::TextField(Coder& coder) : View(coder), stringValue_(coder.decodeString("stringValue")) {}
 
-void TextField::setStringValue(std::string text) {
+void TextField::setStringValue(std::string_view text) {
     if (text == stringValue_)
         return;
-    stringValue_ = std::move(text);
+    stringValue_ = text;
     setNeedsDisplay(true);
 }
 

@@ -7,6 +7,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace sentrel {
 
@@ -17,7 +18,7 @@ public:
 
     // Each setter asks for a redraw if the value changes.
     [[nodiscard]] const std::string& stringValue() const noexcept { return stringValue_; }
-    void setStringValue(std::string text); ///< UTF-8
+    void setStringValue(std::string_view text); ///< UTF-8
 
     /// The text's colour; absent is the default, black.
     [[nodiscard]] std::optional<Color> textColor() const noexcept { return textColor_; }

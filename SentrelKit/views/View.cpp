@@ -1,6 +1,7 @@
 #include <SentrelKit/views/View.h>
 
 #include <SentrelKit/base/system/Assert.h>
+#include <SentrelKit/views/Layer.h>
 #include <SentrelKit/views/canvas/Canvas.h>
 
 #include <algorithm>
@@ -26,12 +27,14 @@ View::View(Coder& coder) : View(coder.decodeRect("frame")) {}
 View::~View() {
     for (const std::shared_ptr<View>& view : subviews_)
         view->superview_ = nullptr;
+    setWantsLayer(false);
 }
 
 void View::setFrame(Rect frame) {
     if (frame == frame_)
         return;
     frame_ = frame;
+    preparePointer();
     setNeedsDisplay(true);
     if (superview_)
         superview_->setNeedsDisplay(true);
@@ -39,8 +42,11 @@ void View::setFrame(Rect frame) {
 
 void View::setNeedsDisplay(bool needed) {
     needsDisplay_ = needed;
-    if (!needed)
-        return;
+    if (needed)
+        callDisplayHandlers();
+}
+
+void View::callDisplayHandlers() const {
     for (const View* view = this; view; view = view->superview_)
         if (view->displayHandler_)
             view->displayHandler_();
@@ -58,6 +64,7 @@ void View::addSubview(std::shared_ptr<View> view) {
     view->superview_ = this;
     View& added = *view;
     subviews_.push_back(std::move(view));
+    added.preparePointer();
     added.setNeedsDisplay(true);
 }
 
@@ -80,6 +87,10 @@ Transform View::toSuperview() const {
     return superview_ ? toParent(superview_->isFlipped(), {frame_.x, frame_.y}) : toParent(true, {});
 }
 
+Transform View::toSurface() const {
+    return superview_ ? superview_->toSurface().after(toSuperview()) : toSuperview();
+}
+
 View* View::hitTest(Point point) {
     // A place in a superview is a translation, maybe upside down: its own opposite in y.
     const Transform place = toSuperview();
@@ -99,7 +110,7 @@ std::vector<Rect> View::dirtyRects() const {
 }
 
 void View::collectDirty(const Transform& place, std::vector<Rect>& rects) const {
-    if (needsDisplay_) {
+    if (needsDisplay_ || (layer_ && layer_->needsDisplay())) {
         rects.push_back(mapped(place, bounds()));
         return;
     }
@@ -115,6 +126,10 @@ void View::displayInto(Canvas& canvas, const Transform& place, double now) {
     const CanvasState state(canvas);
     canvas.concat(place);
     canvas.clip(Path::rect(bounds()));
+    if (layer_) {
+        layer_->setFrame(bounds());
+        layer_->display(canvas, now);
+    }
     drawRect(canvas, bounds());
     for (const std::shared_ptr<View>& view : subviews_)
         view->displayInto(canvas, view->toSuperview(), now);
@@ -122,5 +137,70 @@ void View::displayInto(Canvas& canvas, const Transform& place, double now) {
 }
 
 void View::drawRect(Canvas& /*canvas*/, Rect /*rect*/) {}
+
+void View::mouseEntered(const MouseEvent& /*event*/) {}
+
+void View::mouseExited(const MouseEvent& /*event*/) {}
+
+void View::mouseDown(const MouseEvent& event) {
+    if (superview_)
+        superview_->mouseDown(event);
+}
+
+void View::mouseUp(const MouseEvent& event) {
+    if (superview_)
+        superview_->mouseUp(event);
+}
+
+void View::addTrackingArea(TrackingArea area) {
+    trackingAreas_.push_back(area);
+}
+
+void View::removeTrackingAreas() noexcept {
+    trackingAreas_.clear();
+}
+
+void View::updateTrackingAreas() {}
+
+void View::addCursorRect(Rect rect, Cursor cursor) {
+    cursorRects_.push_back({rect, cursor});
+}
+
+void View::discardCursorRects() noexcept {
+    cursorRects_.clear();
+}
+
+void View::resetCursorRects() {}
+
+void View::preparePointer() {
+    updateTrackingAreas();
+    discardCursorRects();
+    resetCursorRects();
+    for (const std::shared_ptr<View>& view : subviews_)
+        view->preparePointer();
+}
+
+void View::setWantsLayer(bool wants) {
+    if (wants == wantsLayer())
+        return;
+    if (!wants) {
+        layer_->setDisplayHandler(nullptr);
+        layer_.reset();
+        return;
+    }
+    layer_ = makeBackingLayer();
+    SENTREL_ASSERT(layer_);
+    layer_->setFrame(bounds());
+    layer_->setDisplayHandler([this] { callDisplayHandlers(); });
+}
+
+std::shared_ptr<Layer> View::makeBackingLayer() {
+    return std::make_shared<Layer>();
+}
+
+bool View::isAnimating(double now) const {
+    return (layer_ && layer_->isAnimating(now)) ||
+           std::ranges::any_of(subviews_, [now](const auto& view) { return view->isAnimating(now); });
+}
 
 } // namespace sentrel

@@ -21,6 +21,45 @@
 namespace sentrel {
 
 class Canvas;
+class Layer;
+
+/// One event of the pointer.
+struct MouseEvent {
+    Point location; ///< in the surface's coordinates
+};
+
+/// What the pointer looks like over a rectangle.
+enum class Cursor : std::uint8_t { arrow, pointingHand };
+
+struct CursorRect {
+    Rect rect; ///< in the view's own coordinates
+    Cursor cursor = Cursor::arrow;
+
+    friend bool operator==(const CursorRect&, const CursorRect&) = default;
+};
+
+/// A rectangle that reports the pointer's coming and going to the view that owns it.
+struct TrackingArea {
+    enum Options : std::uint32_t {
+        mouseEnteredAndExited = 0x01,
+        activeAlways = 0x80,
+        inVisibleRect = 0x400, ///< follows the view's bounds whatever its own rectangle
+    };
+
+    Rect rect; ///< in the view's own coordinates
+    std::uint32_t options = 0;
+
+    friend bool operator==(const TrackingArea&, const TrackingArea&) = default;
+};
+
+/// When a view's layer is drawn anew.
+enum class LayerContentsRedrawPolicy : std::uint8_t {
+    never = 0,
+    onSetNeedsDisplay = 1,
+    duringViewResize = 2,
+    beforeViewResize = 3,
+    crossfade = 4,
+};
 
 class SENTREL_API View {
 public:
@@ -57,11 +96,14 @@ public:
     void addSubview(std::shared_ptr<View> view);
     void removeFromSuperview();
 
+    /// The place of this view's own coordinates in the surface's.
+    [[nodiscard]] Transform toSurface() const;
+
     /// The topmost view under a point of the superview's (the surface's) coordinates: this one or one inside it, or
     /// null.
     [[nodiscard]] View* hitTest(Point point);
 
-    /// The rectangles of the surface whose views asked for a redraw, this one or those inside it.
+    /// The rectangles of the surface whose views, or their layers, asked for a redraw: this one or those inside it.
     [[nodiscard]] std::vector<Rect> dirtyRects() const;
 
     /// Draws the view and all in it with its upper left corner at the canvas's origin, as of a media time, and takes
@@ -75,16 +117,64 @@ public:
     /// What the view shows as text, for assistive technology. Absent for a view that shows no value.
     [[nodiscard]] virtual std::optional<std::string> accessibilityValue() const { return std::nullopt; }
 
+    // The pointer. A press or release that a view does not handle goes to its superview.
+    virtual void mouseEntered(const MouseEvent& event);
+    virtual void mouseExited(const MouseEvent& event);
+    virtual void mouseDown(const MouseEvent& event);
+    virtual void mouseUp(const MouseEvent& event);
+
+    [[nodiscard]] const std::vector<TrackingArea>& trackingAreas() const noexcept { return trackingAreas_; }
+    void addTrackingArea(TrackingArea area);
+    void removeTrackingAreas() noexcept;
+
+    /// Called when the view comes into a tree or changes its size: the place to register tracking areas anew.
+    virtual void updateTrackingAreas();
+
+    [[nodiscard]] const std::vector<CursorRect>& cursorRects() const noexcept { return cursorRects_; }
+    void addCursorRect(Rect rect, Cursor cursor);
+    void discardCursorRects() noexcept;
+
+    /// Called, after the earlier ones were discarded, when the view comes into a tree or changes its size: the place to
+    /// add cursor rectangles.
+    virtual void resetCursorRects();
+
+    /// Registers the pointer's rectangles of this view and those inside it anew. For the host of a surface.
+    void preparePointer();
+
+    // The layer, for views that keep what they show in one. It lies under what `drawRect` draws.
+    [[nodiscard]] bool wantsLayer() const noexcept { return layer_ != nullptr; }
+
+    /// Makes the layer, or lets it go.
+    void setWantsLayer(bool wants);
+    [[nodiscard]] const std::shared_ptr<Layer>& layer() const noexcept { return layer_; }
+    [[nodiscard]] LayerContentsRedrawPolicy layerContentsRedrawPolicy() const noexcept { return redrawPolicy_; }
+
+    /// Kept for the platform; a canvas is drawn whole whatever the policy.
+    void setLayerContentsRedrawPolicy(LayerContentsRedrawPolicy policy) noexcept { redrawPolicy_ = policy; }
+
+    /// Whether a layer of this view or one inside it still changes by itself at a media time: then the host draws the
+    /// next frame without being asked, and once more when it is over.
+    [[nodiscard]] bool isAnimating(double now = mediaTime()) const;
+
+protected:
+    /// The layer of a view that wants one; a plain one unless the view brings its own.
+    [[nodiscard]] virtual std::shared_ptr<Layer> makeBackingLayer();
+
 private:
     [[nodiscard]] Transform toSuperview() const;
     [[nodiscard]] Transform toParent(bool parentFlipped, Point origin) const;
     void displayInto(Canvas& canvas, const Transform& place, double now);
     void collectDirty(const Transform& place, std::vector<Rect>& rects) const;
+    void callDisplayHandlers() const;
 
     Rect frame_;
     View* superview_ = nullptr;
     std::vector<std::shared_ptr<View>> subviews_;
     std::function<void()> displayHandler_;
+    std::vector<TrackingArea> trackingAreas_;
+    std::vector<CursorRect> cursorRects_;
+    std::shared_ptr<Layer> layer_;
+    LayerContentsRedrawPolicy redrawPolicy_ = LayerContentsRedrawPolicy::duringViewResize;
     bool needsDisplay_ = false;
 };
 

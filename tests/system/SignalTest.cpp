@@ -465,17 +465,19 @@ TEST_F(SignalTest, ACallbackMayDetachItselfWithEverythingItHolds) {
     EXPECT_THAT(received, IsEmpty());
 }
 
-TEST_F(SignalTest, AnOwnerReleasedByItsOwnCallbackLivesUntilTheCallbackReturns) {
-    auto widget = std::make_shared<std::string>("alive");
-    const std::weak_ptr<std::string> watch = widget;
+TEST_F(SignalTest, AnOwnerReleasedByItsOwnCallbackDiesAtOnceAndTheCallbackRunsOn) {
+    const std::weak_ptr<int> watch = owner;
+    const auto captured = std::make_shared<std::string>("captured");
     std::string seen;
-    signal.listen(widget, [&, plain = widget.get()](int) {
-        widget.reset();
-        seen = *plain;
+    signal.listen(owner, [&, captured](int) {
+        owner.reset();
+        EXPECT_TRUE(watch.expired());
+        seen = *captured;
     });
     signal.fire(1);
-    EXPECT_EQ(seen, "alive");
-    EXPECT_TRUE(watch.expired());
+    EXPECT_EQ(seen, "captured");
+    signal.fire(2);
+    EXPECT_EQ(captured.use_count(), 1);
 }
 
 TEST_F(SignalTest, AnOwnerReleasedByAnEarlierCallbackGetsNothing) {
@@ -570,7 +572,10 @@ TEST(Signal, OwnersMayDieOnOtherThreadsWhileItFires) {
     std::vector<std::shared_ptr<std::atomic<int>>> owners;
     for (int i = 0; i < 400; ++i) {
         owners.push_back(std::make_shared<std::atomic<int>>(0));
-        signal.listen(owners.back(), [plain = owners.back().get()](int value) { plain->fetch_add(value); });
+        signal.listen(owners.back(), [weak = std::weak_ptr(owners.back())](int value) {
+            if (const auto alive = weak.lock())
+                alive->fetch_add(value);
+        });
     }
     std::vector<std::thread> threads;
     for (std::size_t first = 0; first < 4; ++first) {

@@ -1,7 +1,6 @@
-#include <SentrelKit/views/CircleChart.h>
-#include <SentrelKit/views/canvas/RecordingCanvas.h>
+#include "DrawnCalls.h"
 
-#include <gtest/gtest.h>
+#include <SentrelKit/views/CircleChart.h>
 
 #include <limits>
 
@@ -11,13 +10,9 @@ namespace {
 
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
-std::vector<RecordingCanvas::Stroke> strokesOf(View& view, Rect rect) {
-    RecordingCanvas canvas;
-    view.drawRect(canvas, rect);
-    return canvas.all<RecordingCanvas::Stroke>();
-}
+class CircleCharts : public LineDefaults {};
 
-TEST(CircleChart, StartsWithItsDefaults) {
+TEST_F(CircleCharts, StartsWithItsDefaults) {
     const CircleChart chart({1, 2, 30, 40});
     EXPECT_EQ(chart.frame(), (Rect{1, 2, 30, 40}));
     EXPECT_EQ(chart.myLabel(), nullptr);
@@ -28,7 +23,7 @@ TEST(CircleChart, StartsWithItsDefaults) {
     EXPECT_FALSE(chart.needsDisplay());
 }
 
-TEST(CircleChart, TakesItsFrameFromAnArchiveAndItsDefaultsFromItself) {
+TEST_F(CircleCharts, TakesItsFrameFromAnArchiveAndItsDefaultsFromItself) {
     Coder coder(PropertyList::Dictionary{{"frame", PropertyList::List{1, 2.5, 30, 40}}, {"percent", 70.0}});
     const CircleChart chart(coder);
     EXPECT_EQ(chart.frame(), (Rect{1, 2.5, 30, 40}));
@@ -36,9 +31,9 @@ TEST(CircleChart, TakesItsFrameFromAnArchiveAndItsDefaultsFromItself) {
     EXPECT_EQ(chart.color(), FUIColor::emerald());
 }
 
-TEST(CircleChart, ShowsOnlyTheFaintTrackWhenNew) {
+TEST_F(CircleCharts, ShowsOnlyTheFaintTrackWhenNew) {
     CircleChart chart({0, 0, 96, 96});
-    const auto strokes = strokesOf(chart, chart.bounds());
+    const auto strokes = strokesOf(chart);
     ASSERT_EQ(strokes.size(), 1U);
     Path track = Path::ellipse({4, 4, 88, 88});
     track.setLineWidth(4.0);
@@ -46,11 +41,11 @@ TEST(CircleChart, ShowsOnlyTheFaintTrackWhenNew) {
     EXPECT_EQ(std::get<Color>(strokes[0].paint), FUIColor::emerald(0.2));
 }
 
-TEST(CircleChart, SweepsItsArcFromTheTopByItsShareOfTheTurn) {
+TEST_F(CircleCharts, SweepsItsArcFromTheTopByItsShareOfTheTurn) {
     CircleChart chart({0, 0, 200, 100});
     chart.setLineWidth(6.0);
     chart.setPercent(25.0);
-    const auto strokes = strokesOf(chart, chart.bounds());
+    const auto strokes = strokesOf(chart);
     ASSERT_EQ(strokes.size(), 2U);
     Path track = Path::ellipse({56, 6, 88, 88});
     track.setLineWidth(6.0);
@@ -62,37 +57,36 @@ TEST(CircleChart, SweepsItsArcFromTheTopByItsShareOfTheTurn) {
     EXPECT_EQ(std::get<Color>(strokes[1].paint), FUIColor::emerald());
 }
 
-TEST(CircleChart, DrawsNoArcBelowHalfAPercentOrForWhatIsNoNumber) {
+TEST_F(CircleCharts, DrawsNoArcBelowHalfAPercentOrForWhatIsNoNumber) {
     for (const double percent : {-50.0, 0.0, 0.4, 0.49999, nan, -std::numeric_limits<double>::infinity()}) {
         CircleChart chart({0, 0, 96, 96});
         chart.setPercent(percent);
-        EXPECT_EQ(strokesOf(chart, chart.bounds()).size(), 1U) << percent;
+        EXPECT_EQ(strokesOf(chart).size(), 1U) << percent;
     }
     for (const double percent : {0.5, 0.6, 99.6, 100.0}) {
         CircleChart chart({0, 0, 96, 96});
         chart.setPercent(percent);
-        EXPECT_EQ(strokesOf(chart, chart.bounds()).size(), 2U) << percent;
+        EXPECT_EQ(strokesOf(chart).size(), 2U) << percent;
     }
 }
 
-TEST(CircleChart, OverlapsItsArcPastAHundredPercent) {
+TEST_F(CircleCharts, OverlapsItsArcPastAHundredPercent) {
     CircleChart chart({0, 0, 96, 96});
     chart.setPercent(150.0);
-    const auto strokes = strokesOf(chart, chart.bounds());
+    const auto strokes = strokesOf(chart);
     ASSERT_EQ(strokes.size(), 2U);
     EXPECT_EQ(strokes[1].path.elements()[0].endAngle, 810.0);
 }
 
-TEST(CircleChart, LeavesTheCapOfItsArcToTheProcessDefault) {
+TEST_F(CircleCharts, LeavesTheCapOfItsArcToTheProcessDefault) {
     CircleChart chart({0, 0, 96, 96});
     chart.setPercent(50.0);
-    EXPECT_EQ(strokesOf(chart, chart.bounds())[1].path.lineCapStyle(), LineCap::butt);
+    EXPECT_EQ(strokesOf(chart)[1].path.lineCapStyle(), LineCap::butt);
     Path::setDefaultLineCapStyle(LineCap::round);
-    EXPECT_EQ(strokesOf(chart, chart.bounds())[1].path.lineCapStyle(), LineCap::round);
-    Path::setDefaultLineCapStyle(LineCap::butt);
+    EXPECT_EQ(strokesOf(chart)[1].path.lineCapStyle(), LineCap::round);
 }
 
-TEST(CircleChart, TouchesLabelAndDisplayOnlyWhenTheRoundedValueChanges) {
+TEST_F(CircleCharts, TouchesLabelAndDisplayOnlyWhenTheRoundedValueChanges) {
     CircleChart chart({0, 0, 96, 96});
     const auto label = std::make_shared<TextField>();
     chart.setMyLabel(label);
@@ -119,14 +113,14 @@ TEST(CircleChart, TouchesLabelAndDisplayOnlyWhenTheRoundedValueChanges) {
     EXPECT_TRUE(chart.needsDisplay());
 }
 
-TEST(CircleChart, KeepsAPendingRedrawWhenTheRoundedValueStays) {
+TEST_F(CircleCharts, KeepsAPendingRedrawWhenTheRoundedValueStays) {
     CircleChart chart({0, 0, 96, 96});
     chart.setNeedsDisplay(true);
     chart.setPercent(0.2);
     EXPECT_TRUE(chart.needsDisplay());
 }
 
-TEST(CircleChart, TakesEveryChangeFromOrToNoNumberForAChange) {
+TEST_F(CircleCharts, TakesEveryChangeFromOrToNoNumberForAChange) {
     CircleChart chart({0, 0, 96, 96});
     const auto label = std::make_shared<TextField>();
     chart.setMyLabel(label);
@@ -139,7 +133,7 @@ TEST(CircleChart, TakesEveryChangeFromOrToNoNumberForAChange) {
     EXPECT_EQ(label->stringValue(), "0%");
 }
 
-TEST(CircleChart, DoesNotKeepItsLabelAlive) {
+TEST_F(CircleCharts, DoesNotKeepItsLabelAlive) {
     CircleChart chart({0, 0, 96, 96});
     auto label = std::make_shared<TextField>();
     chart.setMyLabel(label);
@@ -150,7 +144,7 @@ TEST(CircleChart, DoesNotKeepItsLabelAlive) {
     EXPECT_TRUE(chart.needsDisplay());
 }
 
-TEST(CircleChart, TellsANewLabelNothingBeforeTheNextChange) {
+TEST_F(CircleCharts, TellsANewLabelNothingBeforeTheNextChange) {
     CircleChart chart({0, 0, 96, 96});
     chart.setPercent(42.0);
     const auto label = std::make_shared<TextField>();
@@ -161,7 +155,7 @@ TEST(CircleChart, TellsANewLabelNothingBeforeTheNextChange) {
     EXPECT_EQ(label->stringValue(), "43%");
 }
 
-TEST(CircleChart, ClearsAPendingRedrawWhenItsColourIsSetToTheSame) {
+TEST_F(CircleCharts, ClearsAPendingRedrawWhenItsColourIsSetToTheSame) {
     CircleChart chart({0, 0, 96, 96});
     chart.setColor(FUIColor::carrot());
     EXPECT_TRUE(chart.needsDisplay());
@@ -169,24 +163,24 @@ TEST(CircleChart, ClearsAPendingRedrawWhenItsColourIsSetToTheSame) {
     EXPECT_FALSE(chart.needsDisplay());
 }
 
-TEST(CircleChart, OnlyStoresItsLineWidth) {
+TEST_F(CircleCharts, OnlyStoresItsLineWidth) {
     CircleChart chart({0, 0, 96, 96});
     chart.setLineWidth(9.0);
     EXPECT_EQ(chart.lineWidth(), 9.0);
     EXPECT_FALSE(chart.needsDisplay());
 }
 
-TEST(CircleChart, OffersItsLabelTextAsItsAccessibilityValue) {
+TEST_F(CircleCharts, OffersItsLabelTextAsItsAccessibilityValue) {
     CircleChart chart({0, 0, 96, 96});
     chart.setPercent(41.5);
     EXPECT_EQ(chart.accessibilityValue(), "42%");
 }
 
-TEST(CircleChart, DrawsNothingWhenItsRingIsThickerThanItsSide) {
+TEST_F(CircleCharts, DrawsNothingWhenItsRingIsThickerThanItsSide) {
     CircleChart chart({0, 0, 10, 10});
     chart.setLineWidth(6.0);
     chart.setPercent(50.0);
-    const auto strokes = strokesOf(chart, chart.bounds());
+    const auto strokes = strokesOf(chart);
     ASSERT_EQ(strokes.size(), 2U);
     EXPECT_TRUE(strokes[0].path.empty());
     EXPECT_EQ(strokes[1].path.elements()[0].radius, -1.0); // a canvas draws no arc of such a radius

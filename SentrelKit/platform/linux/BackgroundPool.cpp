@@ -62,7 +62,7 @@ BackgroundPool::BackgroundPool() : changed_(std::make_unique<std::condition_vari
     watchLane_ = makeLane(false);
 }
 
-BackgroundPool::~BackgroundPool() {
+void BackgroundPool::stop() {
     std::vector<std::thread> workers;
     {
         const LockScope scope(lock_);

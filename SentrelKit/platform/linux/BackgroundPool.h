@@ -44,8 +44,11 @@ public:
     };
 
     BackgroundPool();
-    /// Ends all workers; closures that have not begun are dropped. Not from a worker.
-    ~BackgroundPool() override;
+    ~BackgroundPool() override = default;
+
+    /// Ends all workers and waits for what they run; closures that have not begun never do. Not from a worker. Queues
+    /// may outlive this.
+    void stop() SENTREL_EXCLUDES(lock_);
 
     [[nodiscard]] std::shared_ptr<Lane> makeLane(bool serial) SENTREL_EXCLUDES(lock_);
     void close(Lane& lane) SENTREL_EXCLUDES(lock_);

@@ -22,10 +22,10 @@ std::optional<Numbers> readList(const SystemRoot& root, const std::string& path)
     const std::optional<std::string> text = root.read(path);
     if (!text)
         return std::nullopt;
-    std::optional<Numbers> numbers = parseProcessorList(*text);
+    Numbers numbers = parseProcessorList(*text).value_or(Numbers());
     // An empty file stands for no answer: some processor is online, for it runs this.
-    if (numbers && numbers->empty())
-        numbers.reset();
+    if (numbers.empty())
+        return std::nullopt;
     return numbers;
 }
 

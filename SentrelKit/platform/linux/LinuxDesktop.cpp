@@ -89,13 +89,13 @@ std::string programName() {
 
 } // namespace
 
-/// The connection to the service, used by the queue alone. It stays open: a server takes the notifications of a program
-/// that left the bus away.
+/// The connection to the service. It stays open: a server takes the notifications of a program that left the bus away.
 class LinuxDesktop::Notifier {
 public:
-    explicit Notifier(Dispatch& dispatch) : bus_(G_BUS_TYPE_SESSION, dispatch.backgroundQueue()) {}
+    explicit Notifier(Dispatch& dispatch) : bus_(G_BUS_TYPE_SESSION, dispatch) {}
 
     void notify(const UserNotification& notification, bool presentsWhileFrontmost) {
+        const LockScope scope(busy_);
         const VariantPointer names = bus_.call(notificationService, "GetCapabilities", g_variant_new("()"),
                                                G_VARIANT_TYPE("(as)"), G_DBUS_CALL_FLAGS_NONE);
         if (!names)
@@ -113,14 +113,23 @@ public:
                                     nullptr, G_DBUS_CALL_FLAGS_NONE));
     }
 
+    /// Drops what is under way and what is to come; nothing is under way any more once this returns.
+    void end() {
+        bus_.end();
+        const LockScope scope(busy_);
+    }
+
 private:
+    Lock busy_;
     BusConnection bus_;
 };
 
 LinuxDesktop::LinuxDesktop(Dispatch& dispatch)
     : queue_(dispatch.serialQueue("notifications")), notifier_(std::make_shared<Notifier>(dispatch)) {}
 
-LinuxDesktop::~LinuxDesktop() = default;
+LinuxDesktop::~LinuxDesktop() {
+    notifier_->end();
+}
 
 std::string LinuxDesktop::defaultSoundName() const {
     return "message-new-instant";

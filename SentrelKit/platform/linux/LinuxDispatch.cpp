@@ -52,7 +52,9 @@ LinuxDispatch::LinuxDispatch()
     : pool_(std::make_shared<BackgroundPool>()), main_(std::make_shared<MainQueue>()),
       background_(std::make_shared<PoolQueue>(pool_, false)) {}
 
-LinuxDispatch::~LinuxDispatch() = default;
+LinuxDispatch::~LinuxDispatch() {
+    pool_->stop();
+}
 
 std::shared_ptr<DispatchQueue> LinuxDispatch::mainQueue() {
     return main_;

@@ -48,8 +48,7 @@ Connectivity askConnectivityService(BusConnection& bus) {
 LinuxNetworkService::LinuxNetworkService(const SystemRoot& root, LinuxDispatch& dispatch)
     : root_(root), dispatch_(dispatch), notices_(NETLINK_ROUTE, {RTNLGRP_LINK, RTNLGRP_IPV4_IFADDR, RTNLGRP_IPV6_IFADDR,
                                                                  RTNLGRP_IPV4_ROUTE, RTNLGRP_IPV6_ROUTE}),
-      route_(NETLINK_ROUTE), countersRequest_(RTM_GETSTATS, NLM_F_DUMP),
-      bus_(G_BUS_TYPE_SYSTEM, dispatch.backgroundQueue()) {
+      route_(NETLINK_ROUTE), countersRequest_(RTM_GETSTATS, NLM_F_DUMP), bus_(G_BUS_TYPE_SYSTEM, dispatch) {
     countersRequest_.extra<if_stats_msg>().filter_mask = IFLA_STATS_FILTER_BIT(IFLA_STATS_LINK_64);
 }
 

@@ -21,7 +21,7 @@ struct LinuxPlatform::Services {
     LinuxDispatch dispatch;
     LinuxHostService host{root};
     LinuxGraphicsService graphics{root};
-    LinuxVolumeService volumes;
+    LinuxVolumeService volumes{root, dispatch};
     LinuxNetworkService network{root, dispatch};
     LinuxPowerService power{root};
     LinuxProcessService processes{root};

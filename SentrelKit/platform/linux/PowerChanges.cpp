@@ -3,6 +3,7 @@
 #include <SentrelKit/base/system/ThreadSafety.h>
 
 #include <atomic>
+#include <cerrno>
 #include <glib-unix.h>
 #include <libudev.h>
 #include <new>
@@ -88,13 +89,15 @@ public:
     }
 
 private:
-    // Takes all notices that wait; true if there was any, or if some were lost.
+    // Takes all notices that wait; true if there was any, or if the kernel had to drop some.
     bool takeNotices() SENTREL_REQUIRES(lock_) {
+        if (!monitor_)
+            return false;
         bool any = false;
-        if (monitor_)
-            while (const std::unique_ptr<udev_device, ReleaseUdev> device{udev_monitor_receive_device(monitor_.get())})
-                any = true;
-        return any;
+        errno = 0;
+        while (const std::unique_ptr<udev_device, ReleaseUdev> device{udev_monitor_receive_device(monitor_.get())})
+            any = true;
+        return any || errno == ENOBUFS;
     }
 
     bool look() SENTREL_REQUIRES(lock_) {

@@ -31,6 +31,8 @@ constexpr int maximumLinks = 16;
 constexpr std::string_view blanks = " \t\r\f\v";
 
 bool isAddress(std::string_view text) {
+    if (text.find('\0') != std::string_view::npos)
+        return false;
     const std::string address(text.substr(0, text.find('%')));
     std::array<unsigned char, sizeof(in6_addr)> bytes{};
     return inet_pton(AF_INET, address.c_str(), bytes.data()) == 1 ||

@@ -1,9 +1,85 @@
 #pragma once
 
+/// Disks and volumes made of values. Set the mounts and the disks, then let the probes look at them; each operation can
+/// be made to fail, and `calls` tells which operations were used, in their order.
+
 #include <SentrelKit/platform/VolumeService.h>
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
 
 namespace sentrel::platform {
 
-class SENTREL_API ScriptedVolumeService final : public VolumeService {};
+/// A drive that can be asked for its health. Every step that is named in `failing` fails.
+struct ScriptedDrive {
+    bool exceeded = false; ///< the drive's own verdict
+    SmartData data{};      ///< what it answers to "read data"
+    bool dataIsSound = true;
+};
+
+/// A disk, by its device name.
+struct ScriptedDisk {
+    std::optional<DiskDescription> description;
+    std::string whole;                          ///< device name of its whole disk; empty for itself
+    bool hasMedia = true;                       ///< of the whole disk: whether it has an entry in the device tree
+    std::optional<DiskStatistics> statistics;   ///< of the whole disk
+    std::optional<std::uint32_t> smartAncestor; ///< how many parents above the media carry "SMART Capable"; 0: itself
+    ScriptedDrive drive;                        ///< behind that entry
+    std::vector<bool> unmountAnswers; ///< of the whole disk, one an unmount: accepted or refused; then accepted
+};
+
+class SENTREL_API ScriptedVolumeService final : public VolumeService {
+public:
+    ScriptedVolumeService();
+    ~ScriptedVolumeService() override;
+
+    [[nodiscard]] std::int32_t countMountedFileSystems() override;
+    [[nodiscard]] std::int32_t listMountedFileSystems(std::span<MountedFileSystem> entries) override;
+    [[nodiscard]] AcceptedTypes acceptedTypes() const noexcept override;
+    [[nodiscard]] std::optional<FileSystemSpace> space(const char* path) override;
+    [[nodiscard]] std::unique_ptr<DiskSession> openSession() override;
+    [[nodiscard]] std::unique_ptr<VolumeObservation>
+    observe(std::function<void(const VolumeNotification&)> observer) override;
+    [[nodiscard]] std::optional<std::string> iconForPath(const std::string& path) override;
+
+    /// Tells the observers, on the caller's thread.
+    void notify(const VolumeNotification& notification) const;
+
+    /// Adds a mount of a local disk with that much space, in blocks of 4096 bytes.
+    MountedFileSystem& mount(const std::string& device, const std::string& path, std::uint64_t blocks = 1000,
+                             std::uint64_t freeBlocks = 400, const std::string& type = "apfs");
+
+    /// Removes the mount at that path.
+    void unmount(const std::string& path);
+
+    /// Whether the next uses of an operation, named as in `calls` without its arguments, fail.
+    std::map<std::string, bool> failing;
+
+    std::vector<MountedFileSystem> mounts;
+    std::optional<std::int32_t> count;          ///< what counting answers; absent: the mounts as they are
+    std::map<std::string, ScriptedDisk> disks;  ///< by device name
+    std::map<std::string, std::string> icons;   ///< by mount point
+    std::vector<std::string> acceptedTypeNames; ///< the ten names, unless changed
+    bool acceptsAnyRoot = false;
+    std::vector<std::string> calls; ///< what disks and drives were asked to do, such as "enableOperations 1"
+
+private:
+    class Session;
+    class Handle;
+    class Media;
+    class PlugIn;
+    class Interface;
+    class Observation;
+
+    bool fails(const std::string& operation, const std::string& arguments = {});
+
+    std::vector<std::function<void(const VolumeNotification&)>*> observers_;
+    mutable std::vector<std::string_view> typeViews_;
+};
 
 } // namespace sentrel::platform

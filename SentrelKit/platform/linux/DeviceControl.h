@@ -1,0 +1,21 @@
+#pragma once
+
+#include <SentrelKit/platform/linux/UniqueFd.h>
+
+#include <string>
+
+namespace sentrel::platform {
+
+/// Opening device nodes and sending them driver commands. The one place where a test puts a drive of its own.
+class DeviceControl {
+public:
+    virtual ~DeviceControl() = default;
+
+    /// Opens a device node for commands only: waits for no medium. Empty, with errno set, on failure.
+    [[nodiscard]] virtual UniqueFd open(const std::string& node) noexcept;
+
+    /// ioctl(2).
+    virtual int control(int fd, unsigned long request, void* argument) noexcept;
+};
+
+} // namespace sentrel::platform

@@ -1,0 +1,241 @@
+#include <SentrelKit/platform/linux/LinuxDiskSession.h>
+
+#include <SentrelKit/base/system/ThreadSafety.h>
+#include <SentrelKit/platform/Dispatch.h>
+#include <SentrelKit/platform/linux/AtaSmart.h>
+#include <SentrelKit/platform/linux/DiskRemoval.h>
+#include <SentrelKit/platform/linux/LinuxMounts.h>
+#include <SentrelKit/platform/linux/NvmeSmart.h>
+#include <SentrelKit/platform/linux/OwnThread.h>
+
+#include <array>
+#include <cerrno>
+#include <map>
+#include <optional>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+namespace sentrel::platform {
+
+namespace {
+
+// The counters of one whole disk, from kept descriptors. A stacked device or an NVMe namespace whose own counters
+// stand at zero is summed up over what carries it, as older kernels count only there.
+class DiskCounters {
+public:
+    DiskCounters(const BlockDevices& devices, const std::string& kernelName)
+        : own_(devices.root(), BlockDevices::folder(kernelName, "stat")) {
+        for (const std::string& component : devices.components(kernelName))
+            below_.emplace_back(devices.root(), BlockDevices::folder(component, "stat"));
+        for (const std::string& path : devices.nvmePaths(kernelName))
+            below_.emplace_back(devices.root(), BlockDevices::folder(kernelName, "device/" + path + "/stat"));
+    }
+
+    std::optional<DiskStatistics> read() {
+        const std::optional<DiskStatistics> own = readFile(own_);
+        const bool counted = own && (own->bytesRead.value_or(0) != 0 || own->bytesWritten.value_or(0) != 0);
+        if (counted || below_.empty())
+            return own;
+        DiskStatistics sum;
+        for (KeptFile& file : below_) {
+            const std::optional<DiskStatistics> part = readFile(file);
+            if (!part)
+                return own;
+            add(sum.bytesRead, part->bytesRead);
+            add(sum.bytesWritten, part->bytesWritten);
+        }
+        return sum;
+    }
+
+private:
+    static std::optional<DiskStatistics> readFile(KeptFile& file) {
+        std::array<char, 512> buffer;
+        std::optional<std::string_view> text = file.read(buffer);
+        if (!text)
+            text = file.read(buffer); // another device took the name: its file is opened now
+        if (!text)
+            return std::nullopt;
+        return parseBlockStatistics(*text);
+    }
+
+    static void add(std::optional<std::int64_t>& sum, const std::optional<std::int64_t>& part) {
+        if (part)
+            sum = sum.value_or(0) + *part;
+    }
+
+    KeptFile own_;
+    std::vector<KeptFile> below_;
+};
+
+class BlockEntry final : public MediaEntry {
+public:
+    BlockEntry(DiskMachine& machine, std::string kernelName)
+        : machine_(machine), name_(std::move(kernelName)), counters_(machine.devices, name_) {}
+
+    std::optional<DiskStatistics> statistics() override {
+        const LockScope scope(lock_);
+        return counters_.read();
+    }
+
+    bool isSmartCapable() override {
+        if (isNvme())
+            return isNvmeSmartCapable(machine_.control, BlockDevices::node(name_));
+        return machine_.devices.isScsiDisk(name_) && isAtaSmartCapable(machine_.control, BlockDevices::node(name_));
+    }
+
+    // Down the stack, as long as there is one way to go.
+    std::shared_ptr<MediaEntry> parent() override {
+        const std::vector<std::string> below = machine_.devices.components(name_);
+        if (below.size() != 1)
+            return nullptr;
+        const std::string disk = machine_.devices.wholeDisk(below.front());
+        return disk == name_ ? nullptr : std::make_shared<BlockEntry>(machine_, disk);
+    }
+
+    std::unique_ptr<SmartPlugIn> createSmartPlugIn() override {
+        const std::string node = BlockDevices::node(name_);
+        return isNvme() ? openNvmeSmart(machine_.control, node) : openAtaSmart(machine_.control, node);
+    }
+
+private:
+    [[nodiscard]] bool isNvme() const { return name_.starts_with("nvme"); }
+
+    DiskMachine& machine_;
+    const std::string name_;
+    Lock lock_;
+    DiskCounters counters_ SENTREL_GUARDED_BY(lock_);
+};
+
+// What a session and its disks share; work that still runs keeps it.
+struct SessionState {
+    explicit SessionState(DiskMachine& diskMachine) : machine(diskMachine) {}
+
+    DiskMachine& machine;
+    OwnThreadQueue removals; // unmounts and ejects, one after the other
+
+    void complete(std::function<void()> completion) {
+        std::shared_ptr<DispatchQueue> target;
+        {
+            const LockScope scope(lock);
+            target = queue;
+        }
+        if (target)
+            target->async(std::move(completion));
+    }
+
+    Lock lock;
+    std::shared_ptr<DispatchQueue> queue SENTREL_GUARDED_BY(lock);
+};
+
+class BlockDisk final : public Disk {
+public:
+    BlockDisk(std::shared_ptr<SessionState> session, std::string kernelName)
+        : session_(std::move(session)), name_(std::move(kernelName)),
+          wholeName_(session_->machine.devices.wholeDisk(name_)) {
+        if (wholeName_ == name_)
+            media_ = std::make_shared<BlockEntry>(session_->machine, name_);
+        else
+            whole_ = std::make_shared<BlockDisk>(session_, wholeName_);
+    }
+
+    std::optional<DiskDescription> description() override {
+        return DiskDescription{label(), session_->machine.devices.model(name_)};
+    }
+
+    std::shared_ptr<Disk> wholeDisk() override { return whole_ ? whole_ : shared_from_this(); }
+
+    std::shared_ptr<MediaEntry> media() override {
+        return media_ ? media_ : std::make_shared<BlockEntry>(session_->machine, name_);
+    }
+
+    void unmount(UnmountOptions options, UnmountCompletion completion) override {
+        auto work = [self = shared_from_this(), session = session_, scope = options.whole ? wholeName_ : name_,
+                     force = options.force, completion]() {
+            std::optional<Dissenter> dissenter = unmountAll(session->machine.devices, scope, force);
+            if (completion)
+                session->complete([self, completion, dissenter = std::move(dissenter)] {
+                    completion(self, dissenter ? &*dissenter : nullptr);
+                });
+        };
+        if (session_->removals.async(std::move(work)) || !completion)
+            return;
+        session_->complete([self = shared_from_this(), completion, reason = errno] {
+            const Dissenter dissenter{std::generic_category().message(reason)};
+            completion(self, &dissenter);
+        });
+    }
+
+    void eject() override {
+        session_->removals.async(
+            [session = session_, name = wholeName_] { ejectDisk(session->machine.control, name); });
+    }
+
+private:
+    std::optional<std::string> label() const {
+        const BlockDevices& devices = session_->machine.devices;
+        if (const std::optional<MountEntry> mount = mountOfDevice(devices, name_)) {
+            if (std::optional<std::string> told = labelOfMount(devices.root(), *mount))
+                return told->empty() ? std::nullopt : told;
+        }
+        return devices.label(name_);
+    }
+
+    const std::shared_ptr<SessionState> session_;
+    const std::string name_;
+    const std::string wholeName_;
+    std::shared_ptr<Disk> whole_;       // null if this is the whole disk
+    std::shared_ptr<MediaEntry> media_; // kept for whole disks, whose counters are read at each sample
+};
+
+class LinuxDiskSession final : public DiskSession {
+public:
+    explicit LinuxDiskSession(DiskMachine& machine) : state_(std::make_shared<SessionState>(machine)) {}
+
+    std::shared_ptr<Disk> disk(std::string_view deviceName) override {
+        const std::uint64_t generation = state_->machine.generation.load(std::memory_order_relaxed);
+        const LockScope scope(lock_);
+        const auto known = disks_.find(deviceName);
+        if (known != disks_.end() && known->second.generation == generation)
+            return known->second.disk;
+        std::optional<std::string> kernelName = state_->machine.devices.kernelName(deviceName);
+        if (known != disks_.end() && known->second.kernelName == kernelName) {
+            known->second.generation = generation;
+            return known->second.disk;
+        }
+        forgetUnused(generation);
+        std::shared_ptr<Disk> disk = kernelName ? std::make_shared<BlockDisk>(state_, *kernelName) : nullptr;
+        if (!disk)
+            errno = ENODEV;
+        disks_.insert_or_assign(std::string(deviceName), Known{std::move(kernelName), disk, generation});
+        return disk;
+    }
+
+    void setQueue(std::shared_ptr<DispatchQueue> queue) override {
+        const LockScope scope(state_->lock);
+        state_->queue = std::move(queue);
+    }
+
+private:
+    struct Known {
+        std::optional<std::string> kernelName;
+        std::shared_ptr<Disk> disk;   // null without such a device
+        std::uint64_t generation = 0; // at which this was last seen to hold
+    };
+
+    void forgetUnused(std::uint64_t generation) SENTREL_REQUIRES(lock_) {
+        std::erase_if(disks_, [generation](const auto& known) { return known.second.generation + 1 < generation; });
+    }
+
+    const std::shared_ptr<SessionState> state_;
+    Lock lock_;
+    std::map<std::string, Known, std::less<>> disks_ SENTREL_GUARDED_BY(lock_);
+};
+
+} // namespace
+
+std::unique_ptr<DiskSession> makeDiskSession(DiskMachine& machine) {
+    return std::make_unique<LinuxDiskSession>(machine);
+}
+
+} // namespace sentrel::platform

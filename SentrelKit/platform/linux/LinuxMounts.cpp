@@ -1,0 +1,74 @@
+#include <SentrelKit/platform/linux/LinuxMounts.h>
+
+#include <SentrelKit/platform/linux/VolumeRules.h>
+
+#include <array>
+#include <cstring>
+#include <fcntl.h>
+#include <limits>
+#include <linux/fs.h>
+#include <string_view>
+#include <sys/ioctl.h>
+
+namespace sentrel::platform {
+
+namespace {
+
+std::string_view lastPart(std::string_view path) {
+    return path.substr(path.rfind('/') + 1);
+}
+
+} // namespace
+
+std::optional<std::vector<MountEntry>> readMountTable(const SystemRoot& root) {
+    const std::optional<std::string> table = root.read(mountTablePath, std::numeric_limits<std::size_t>::max());
+    if (!table)
+        return std::nullopt;
+    return parseMountTable(*table);
+}
+
+std::optional<std::string> deviceOfMount(const BlockDevices& devices, const MountEntry& mount) {
+    if (mount.deviceMajor != 0)
+        return devices.nameOfNumber(mount.deviceMajor, mount.deviceMinor);
+    // File systems that span devices (btrfs) have a number of their own and name one of their devices.
+    if (!mount.from.starts_with("/dev/"))
+        return std::nullopt;
+    return devices.kernelName(lastPart(mount.from));
+}
+
+std::string mountSource(const BlockDevices& devices, const MountEntry& mount) {
+    if (mount.from == "/dev/root") {
+        if (const std::optional<std::string> name = deviceOfMount(devices, mount))
+            return BlockDevices::node(*name);
+    }
+    return mount.from;
+}
+
+std::optional<MountEntry> mountOfDevice(const BlockDevices& devices, const std::string& kernelName) {
+    const std::optional<std::vector<MountEntry>> mounts = readMountTable(devices.root());
+    if (!mounts)
+        return std::nullopt;
+    const std::optional<std::string> number = devices.attribute(kernelName, "dev");
+    const std::vector<bool> visible = visibleMounts(*mounts);
+    for (std::size_t i = 0; i < mounts->size(); ++i) {
+        const MountEntry& mount = (*mounts)[i];
+        const bool isOnDevice = mount.deviceMajor != 0 ? number == std::to_string(mount.deviceMajor) + ':' +
+                                                                       std::to_string(mount.deviceMinor)
+                                                       : deviceOfMount(devices, mount) == kernelName;
+        if (visible[i] && isOnDevice)
+            return mount;
+    }
+    return std::nullopt;
+}
+
+std::optional<std::string> labelOfMount(const SystemRoot& root, const MountEntry& mount) {
+    if (!root.isReal() || mayNotAnswer(mount.type))
+        return std::nullopt;
+    const UniqueFd folder(::open(mount.on.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK));
+    std::array<char, FSLABEL_MAX> label{};
+    if (!folder || ::ioctl(folder.get(), FS_IOC_GETFSLABEL, label.data()) != 0)
+        return std::nullopt;
+    return std::string(label.data(), ::strnlen(label.data(), label.size()));
+}
+
+} // namespace sentrel::platform

@@ -1,0 +1,33 @@
+#pragma once
+
+/// The mounts of this process's own namespace and the devices behind them.
+
+#include <SentrelKit/platform/linux/BlockDevices.h>
+#include <SentrelKit/platform/linux/MountTable.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace sentrel::platform {
+
+inline constexpr const char* mountTablePath = "/proc/self/mountinfo";
+
+/// The mount table now; absent, with errno set, if it cannot be read.
+[[nodiscard]] std::optional<std::vector<MountEntry>> readMountTable(const SystemRoot& root);
+
+/// The kernel's name of the block device behind a mount; absent for file systems without one.
+[[nodiscard]] std::optional<std::string> deviceOfMount(const BlockDevices& devices, const MountEntry& mount);
+
+/// What is mounted, as a volume is known by it. Boot loaders mount "/dev/root", which is no device: then it is the
+/// node of the device itself.
+[[nodiscard]] std::string mountSource(const BlockDevices& devices, const MountEntry& mount);
+
+/// The first visible mount of a block device; absent if it is not mounted.
+[[nodiscard]] std::optional<MountEntry> mountOfDevice(const BlockDevices& devices, const std::string& kernelName);
+
+/// The label that a mounted file system tells itself, empty if it has none; absent if it cannot tell, or if it is one
+/// that may not answer. Labels that change while mounted are seen here first, and often nowhere else.
+[[nodiscard]] std::optional<std::string> labelOfMount(const SystemRoot& root, const MountEntry& mount);
+
+} // namespace sentrel::platform

@@ -1,0 +1,41 @@
+#pragma once
+
+/// The kernel's mount table as values: the parser of /proc/<pid>/mountinfo (its format: proc(5)) and which of its
+/// entries can still be reached by their paths.
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace sentrel::platform {
+
+/// One line of mountinfo, its texts with the octal escapes undone.
+struct MountEntry {
+    std::int64_t id = 0;
+    std::int64_t parent = 0;
+    std::uint32_t deviceMajor = 0; ///< 0 for file systems without a block device of their own
+    std::uint32_t deviceMinor = 0;
+    std::string root; ///< the folder of the file system that is seen at the mount point; "/" for all of it
+    std::string on;   ///< mount point
+    std::string type;
+    std::string from;         ///< mount source; may be empty
+    std::string superOptions; ///< options of the file system, comma-separated
+
+    friend bool operator==(const MountEntry&, const MountEntry&) = default;
+};
+
+/// One line without its line end; absent if it is no mountinfo line.
+[[nodiscard]] std::optional<MountEntry> parseMountLine(std::string_view line);
+
+/// All lines in their order; lines that do not parse are left out, a missing last line end is not missed.
+[[nodiscard]] std::vector<MountEntry> parseMountTable(std::string_view table);
+
+/// For each entry, whether its mount point leads to it: not so when a later mount covers it or a folder above it.
+[[nodiscard]] std::vector<bool> visibleMounts(const std::vector<MountEntry>& entries);
+
+/// The visible entry that a path lies in, judged by its text alone; null if none.
+[[nodiscard]] const MountEntry* mountOfPath(const std::vector<MountEntry>& entries, std::string_view path);
+
+} // namespace sentrel::platform

@@ -1,0 +1,25 @@
+#include <SentrelKit/platform/linux/VolumeIcon.h>
+
+#include <SentrelKit/platform/linux/LinuxMounts.h>
+#include <SentrelKit/platform/linux/VolumeRules.h>
+
+namespace sentrel::platform {
+
+std::optional<std::string> volumeIcon(const BlockDevices& devices, const MountEntry& mount) {
+    const std::optional<std::string> device = deviceOfMount(devices, mount);
+    if (!device) {
+        if (mount.type != "fuseblk" && mayNotAnswer(mount.type))
+            return "folder-remote";
+        return std::nullopt;
+    }
+    const std::string disk = devices.bottomDisk(*device);
+    if (disk.starts_with("sr"))
+        return "drive-optical";
+    if (disk.starts_with("mmcblk"))
+        return "media-flash";
+    if (devices.attribute(disk, "removable") == "1")
+        return "drive-removable-media";
+    return "drive-harddisk";
+}
+
+} // namespace sentrel::platform

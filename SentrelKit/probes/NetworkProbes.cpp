@@ -1,0 +1,210 @@
+#include <SentrelKit/probes/NetworkProbes.h>
+
+#include <SentrelKit/base/io/OutputStream.h>
+#include <SentrelKit/base/net/Socket.h>
+#include <SentrelKit/base/system/Net.h>
+#include <SentrelKit/base/system/System.h>
+#include <SentrelKit/base/system/ThreadSafety.h>
+#include <SentrelKit/base/system/Time.h>
+#include <SentrelKit/base/util/Str.h>
+#include <SentrelKit/platform/NetworkService.h>
+#include <SentrelKit/platform/Platform.h>
+#include <SentrelKit/probes/EchoReply.h>
+#include <SentrelKit/probes/SystemManager.h>
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <cstdlib>
+#include <cstring>
+
+namespace sentrel::probes {
+
+namespace {
+
+constexpr std::int32_t maximumPort = 65535;
+constexpr std::size_t macBytes = 6;
+
+bool isAcceptable(const EchoHost& host) {
+    return host.port >= 1 && host.port <= maximumPort &&
+           std::all_of(host.name.begin(), host.name.end(), [](unsigned char character) {
+               return std::isalnum(character) || std::strchr(".-_", character);
+           });
+}
+
+// The whole text as a port, or 0.
+std::int32_t portOf(const char* text) {
+    char* end = nullptr;
+    const long port = std::strtol(text, &end, 10);
+    return end != text && *end == '\0' && port >= 1 && port <= maximumPort ? static_cast<std::int32_t>(port) : 0;
+}
+
+EchoHost environmentHost() {
+    EchoHost host;
+    if (const char* name = std::getenv("SENTREL_ECHO_HOST"))
+        host.name = name;
+    if (const char* port = std::getenv("SENTREL_ECHO_PORT"))
+        host.port = portOf(port);
+    if (isAcceptable(host))
+        return host;
+    System_error("Error: the echo host '%s' of the environment is not usable\n", host.name.c_str());
+    return {};
+}
+
+struct Configuration {
+    Lock lock;
+    EchoHost host SENTREL_GUARDED_BY(lock) = environmentHost();
+};
+
+// Never destroyed: a background check may ask while the process ends.
+Configuration& configuration() {
+    static Configuration& shared = *new Configuration;
+    return shared;
+}
+
+/// A name of at most 255 bytes, cut between characters.
+class NameBuffer {
+public:
+    void take(const PropertyList* property) {
+        const std::string* text = property ? property->as<std::string>() : nullptr;
+        if (!text)
+            return;
+        std::size_t length = std::min(text->size(), buffer_.size() - 1);
+        while (length < text->size() && length > 0 && (static_cast<unsigned char>((*text)[length]) & 0xC0) == 0x80)
+            --length;
+        Str_copy(buffer_.data(), text->c_str(), static_cast<std::int32_t>(length));
+    }
+    [[nodiscard]] const char* textOr(const char* fallback) const {
+        return buffer_.front() == '\0' ? fallback : buffer_.data();
+    }
+
+private:
+    std::array<char, 256> buffer_{};
+};
+
+bool isCandidate(const platform::InterfaceInfo& interface) {
+    using platform::InterfaceInfo;
+    return (interface.flags & InterfaceInfo::up) != 0 && (interface.flags & InterfaceInfo::loopback) == 0 &&
+           interface.linkType == InterfaceInfo::ethernetLinkType;
+}
+
+bool isActive(platform::NetworkService& network, std::string_view name) {
+    const std::optional<platform::MediaStatus> media = network.mediaStatus(name);
+    return media && media->valid && media->active;
+}
+
+// The first address that converts; empty if none does, or the one that does converts to nothing.
+void convertFirstAddress(const platform::InterfaceInfo& interface, char* text, std::uint32_t size) {
+    for (const platform::SocketAddress& address : interface.addresses) {
+        text[0] = '\0';
+        if (!address.empty() && Net_getAddrInfo(reinterpret_cast<const sockaddr*>(address.data()),
+                                                static_cast<std::uint32_t>(address.size()), text, size) == 0)
+            return;
+    }
+    text[0] = '\0';
+}
+
+/// One listing of the interfaces: its time stamp and where it goes.
+struct Listing {
+    platform::NetworkService& network;
+    const NetworkDataBlock& block;
+    std::optional<std::int64_t> time;
+
+    void take(const platform::InterfaceInfo& interface) {
+        if (!time)
+            time = Time_milli();
+        if (!isCandidate(interface) || !isActive(network, interface.name))
+            return;
+        std::array<char, 66> name{};
+        interface.name.copy(name.data(), name.size() - 1);
+        std::array<char, 18> mac{};
+        std::array<char, 65> address{};
+        const bool hasMac = interface.hardwareAddress.size() >= macBytes;
+        NetworkData data;
+        data.bytesIn = interface.bytesIn;
+        data.bytesOut = interface.bytesOut;
+        data.mac = Net_mac2str(mac.data(), hasMac ? interface.hardwareAddress.data() : nullptr);
+        data.index = interface.index;
+        convertFirstAddress(interface, address.data(), address.size());
+        data.address = address.data();
+        if (address.front() != '\0')
+            block(*time, name.data(), &data);
+    }
+};
+
+} // namespace
+
+bool setEchoHost(const EchoHost& host) {
+    if (!isAcceptable(host))
+        return false;
+    Configuration& shared = configuration();
+    const LockScope scope(shared.lock);
+    shared.host = host;
+    return true;
+}
+
+std::optional<EchoHost> echoHost() {
+    Configuration& shared = configuration();
+    const LockScope scope(shared.lock);
+    return shared.host.name.empty() ? std::nullopt : std::optional(shared.host);
+}
+
+int _isConnectedToInternet() {
+    if (const std::optional<EchoHost> host = echoHost())
+        return Net_resolve(host->name.c_str()) ? 1 : 0;
+    return platform::current().network().connectivity() == platform::Connectivity::yes ? 1 : 0;
+}
+
+const char* _getPublicAddress() {
+    char* address = System->publicAddress;
+    address[0] = '\0';
+    const std::optional<EchoHost> host = echoHost();
+    Socket* socket = host ? Socket_new(host->name.c_str(), host->port) : nullptr;
+    if (!socket)
+        return nullptr;
+    OutputStream* request = Socket_getOutputStream(socket);
+    OutputStream_print(request, "GET / HTTP/1.1\r\nHost: %s\r\nConnection: Close\r\n\r\n", host->name.c_str());
+    if (OutputStream_flush(request) > 0)
+        readEchoReply(Socket_getInputStream(socket), address, sizeof System->publicAddress);
+    Socket_free(&socket);
+    return address;
+}
+
+void _getNetworkData(const NetworkDataBlock& block) {
+    platform::NetworkService& network = platform::current().network();
+    Listing listing{network, block, std::nullopt};
+    if (!network.listInterfaces([&listing](const platform::InterfaceInfo& interface) { listing.take(interface); }))
+        System_error("Error: _getNetworkData -- %s\n", System_getLastError());
+}
+
+void _getNetworkExtra(const char* name, const NetworkExtraBlock& block) {
+    const auto match = platform::current().network().matchInterface(name);
+    if (!match) {
+        System_error("Error: _getNetworkExtra for '%s' -- %s\n", name, System_getLastError());
+        return;
+    }
+    const std::unique_ptr<platform::InterfaceEntry>& entry = *match;
+    const std::optional<PropertyList> properties = entry ? entry->properties() : std::nullopt;
+    if (!properties)
+        return;
+    NetworkExtra extra;
+    NameBuffer text;
+    const PropertyList* primary = properties->find("IOPrimaryInterface");
+    const bool* isPrimary = primary ? primary->as<bool>() : nullptr;
+    extra.isPrimary = isPrimary && *isPrimary ? 1 : 0;
+    if (const PropertyList* network = properties->find("IO80211SSID")) {
+        extra.isWireless = 1;
+        text.take(network);
+        extra.name = text.textOr("Wifi");
+    } else {
+        const PropertyList product = entry->search("USB Product Name");
+        text.take(&product);
+        extra.name = text.textOr("Ethernet");
+    }
+    const PropertyList speed = entry->search("IOLinkSpeed");
+    if (const std::int64_t* bitsPerSecond = speed.as<std::int64_t>())
+        extra.linkSpeed = *bitsPerSecond;
+    block(&extra);
+}
+
+} // namespace sentrel::probes

@@ -1,0 +1,162 @@
+#pragma once
+
+/// The mounted volumes: their space, the activity of their disks, and their drives' health.
+
+#include <SentrelKit/Export.h>
+#include <SentrelKit/platform/VolumeService.h>
+#include <SentrelKit/probes/DiskProbes.h>
+#include <SentrelKit/system/Mutex/Atomic.h>
+#include <SentrelKit/system/SystemResource.h>
+
+#include <atomic>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace sentrel {
+
+/// Keeps one `Volume` a mounted volume, from the first listing in its constructor on; mounts and unmounts bring a new
+/// listing on the background queue, whether or not the model is sampled. Samples refresh space and rates. Nothing is
+/// announced: views read when they redraw. Source: the platform's VolumeService; on Linux the mount table, sysfs and
+/// the drives themselves.
+class SENTREL_API Disk final : public SystemResource {
+public:
+    class Volume;
+    using Volumes = std::map<std::string, std::shared_ptr<Volume>>;
+
+    /// Lists the volumes and asks their drives for their health, so it can take seconds while a drive is in trouble;
+    /// then asks for notices.
+    Disk();
+    ~Disk() override;
+    Disk(const Disk&) = delete;
+    Disk& operator=(const Disk&) = delete;
+
+    [[nodiscard]] SystemResourceType type() const noexcept override { return SystemResourceType::disk; }
+
+    /// Refreshes each volume's space, counters and rates; a volume whose space cannot be had stays as it is. Waits for
+    /// no file system that does not answer.
+    void update() override;
+
+    /// The volumes by device name. Any thread.
+    [[nodiscard]] Volumes volumes() const { return prevVolumes_.value(); }
+
+    /// The root volume, from when it was first seen; null before. Any thread.
+    [[nodiscard]] std::shared_ptr<Volume> HD() const { return HD_.value(); }
+
+    /// The root volume's used space, measured anew, in percent: truncated, then kept in 8 bits without a range check,
+    /// which is meant. 0 without a root volume or if it cannot be measured. Any thread.
+    [[nodiscard]] std::uint8_t usage() const;
+
+    /// Schedules a new listing on the background queue. Any thread.
+    void handleMountNotifications(const platform::VolumeNotification& notification);
+
+    /// Gives every volume that has the old name the new name and path; a notice that lacks one of the three changes
+    /// nothing. Any thread.
+    void handleRenameNotification(const platform::VolumeNotification& notification);
+
+private:
+    class Loader;
+
+    void load();
+    void take(const probes::DiskData& data, std::int64_t timestamp, Volumes& next);
+
+    Atomic<std::shared_ptr<Volume>> HD_;
+    Atomic<Volumes> prevVolumes_; ///< the set now; the set before while a new one is built
+    std::shared_ptr<Loader> loader_;
+    std::unique_ptr<platform::VolumeObservation> observation_;
+};
+
+/// One mounted volume. A reader that holds one sees later updates; after its unmount it keeps its last figures. Getters
+/// answer from any thread and may mix two samples.
+class SENTREL_API Disk::Volume {
+public:
+    Volume() = default;
+    Volume(const Volume&) = delete;
+    Volume& operator=(const Volume&) = delete;
+
+    /// A fresh answer of the drive.
+    struct SmartStatus {
+        bool status = false; ///< healthy
+        double temp = 0.0;   ///< degrees Celsius; 0 if the drive does not tell
+    };
+
+    [[nodiscard]] std::string name() const { return label_.value()->name; } ///< as shown to the user
+    [[nodiscard]] std::string path() const { return label_.value()->path; } ///< mount point
+
+    // These keep their first values for as long as the volume stays mounted; that is meant.
+    [[nodiscard]] const std::string& device() const noexcept { return device_; } ///< device name: the key in `volumes`
+    [[nodiscard]] const std::string& fstype() const noexcept { return fstype_; }
+    [[nodiscard]] const std::string& model() const noexcept { return model_; } ///< of the device, or "unknown"
+    [[nodiscard]] std::int64_t total() const noexcept { return total_; }       ///< bytes
+    [[nodiscard]] bool isRootFS() const noexcept { return isRootFS_; }
+    /// The name of the icon for the mount point, on Linux in the freedesktop icon naming specification.
+    [[nodiscard]] const std::optional<std::string>& icon() const noexcept { return icon_; }
+    /// The drive's health when the volume was first seen; absent if it could not be asked.
+    [[nodiscard]] const std::optional<probes::SMARTData>& smart() const noexcept { return smart_; }
+
+    [[nodiscard]] std::int64_t free() const noexcept { return load(free_); }     ///< bytes
+    [[nodiscard]] std::int64_t used() const noexcept { return load(used_); }     ///< bytes
+    [[nodiscard]] std::int64_t wbytes() const noexcept { return load(wbytes_); } ///< written since boot
+    [[nodiscard]] std::int64_t rbytes() const noexcept { return load(rbytes_); } ///< read since boot
+    /// Written bytes per second over the last gap between samples, not smoothed; 0.0 at first. A counter that went
+    /// back gives a negative rate, which is meant.
+    [[nodiscard]] double wbytesps() const noexcept { return load(wbytesps_); }
+    [[nodiscard]] double rbytesps() const noexcept { return load(rbytesps_); } ///< the same for reading
+    /// When the counters were taken: milliseconds since the epoch.
+    [[nodiscard]] std::int64_t timestamp() const noexcept { return load(timestamp_); }
+
+    /// Used space in percent: truncated, then kept in 8 bits without a range check, which is meant. 0 if `total` is 0.
+    [[nodiscard]] std::uint8_t usagePercent() const noexcept;
+
+    /// Starts unmounting and ejecting the volume's whole disk; true if it was started. The volume goes with the unmount
+    /// notice that follows. Ejecting the root volume stops the process: "Cannot unmount/eject the root filesystem".
+    bool eject() const;
+
+    /// Asks the drive anew, for as long as it takes; the stored `smart` stays. Absent without a stored record or if the
+    /// drive cannot be asked now.
+    [[nodiscard]] std::optional<SmartStatus> smartStatus() const;
+
+private:
+    friend class Disk;
+
+    struct Label {
+        std::string name;
+        std::string path;
+    };
+
+    template <class Value>
+    static Value load(const std::atomic<Value>& field) noexcept {
+        return field.load(std::memory_order_relaxed);
+    }
+    template <class Value>
+    static void store(std::atomic<Value>& field, Value value) noexcept {
+        field.store(value, std::memory_order_relaxed);
+    }
+
+    void setRates(const probes::DiskData& data, std::int64_t gap) noexcept;
+    void setActivity(const probes::DiskData& data, std::int64_t now) noexcept;
+    void setLabel(std::string name, std::string path);
+
+    // Replaced whole, so that a sample can hold on to the path without copying it.
+    Atomic<std::shared_ptr<const Label>> label_{std::make_shared<const Label>()};
+    // Set before the volume is published, never changed.
+    std::string device_;
+    std::string fstype_;
+    std::string model_;
+    std::int64_t total_ = 0;
+    std::optional<std::string> icon_;
+    bool isRootFS_ = false;
+    std::optional<probes::SMARTData> smart_;
+
+    std::atomic<std::int64_t> free_{0};
+    std::atomic<std::int64_t> used_{0};
+    std::atomic<std::int64_t> wbytes_{0};
+    std::atomic<std::int64_t> rbytes_{0};
+    std::atomic<double> wbytesps_{0.0};
+    std::atomic<double> rbytesps_{0.0};
+    std::atomic<std::int64_t> timestamp_{0};
+};
+
+} // namespace sentrel

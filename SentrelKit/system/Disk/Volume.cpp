@@ -1,0 +1,56 @@
+#include <SentrelKit/base/system/Assert.h>
+#include <SentrelKit/system/Disk/Disk.h>
+#include <SentrelKit/system/Disk/UsagePercent.h>
+
+#include <utility>
+
+namespace sentrel {
+
+namespace {
+
+// The exact difference as a double, also where it does not fit 64 bits after a wrap.
+double rate(std::int64_t now, std::int64_t before, std::int64_t gap) {
+    const auto difference =
+        static_cast<std::int64_t>(static_cast<std::uint64_t>(now) - static_cast<std::uint64_t>(before));
+    return static_cast<double>(difference) * 1000.0 / static_cast<double>(gap);
+}
+
+} // namespace
+
+std::uint8_t Disk::Volume::usagePercent() const noexcept {
+    return percentOf(used(), total());
+}
+
+bool Disk::Volume::eject() const {
+    if (isRootFS_)
+        fatalError("Cannot unmount/eject the root filesystem");
+    return probes::_ejectDisk(device_.c_str()) != 0;
+}
+
+std::optional<Disk::Volume::SmartStatus> Disk::Volume::smartStatus() const {
+    if (!smart_)
+        return std::nullopt;
+    probes::SMARTData data = *smart_;
+    if (probes::_getSMARTData(device_.c_str(), &data) == 0)
+        return std::nullopt;
+    return SmartStatus{data.healthy != 0, data.temperature};
+}
+
+void Disk::Volume::setRates(const probes::DiskData& data, std::int64_t gap) noexcept {
+    store(wbytesps_, rate(data.bytesWritten, wbytes(), gap));
+    store(rbytesps_, rate(data.bytesRead, rbytes(), gap));
+}
+
+void Disk::Volume::setActivity(const probes::DiskData& data, std::int64_t now) noexcept {
+    store(wbytes_, data.bytesWritten);
+    store(rbytes_, data.bytesRead);
+    store(free_, data.free);
+    store(used_, data.used);
+    store(timestamp_, now);
+}
+
+void Disk::Volume::setLabel(std::string name, std::string path) {
+    label_.setValue(std::make_shared<const Label>(Label{std::move(name), std::move(path)}));
+}
+
+} // namespace sentrel

@@ -1,0 +1,143 @@
+#pragma once
+
+/// The machine's network interfaces with their rates and peaks, whether the Internet can be reached, and the
+/// configuration that goes with it.
+
+#include <SentrelKit/Export.h>
+#include <SentrelKit/system/Mutex/Atomic.h>
+#include <SentrelKit/system/SystemResource.h>
+
+#include <atomic>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace sentrel::probes {
+struct NetworkData;
+}
+
+namespace sentrel {
+
+/// The network model. The registry samples it; readers poll its properties from any thread, and may see some of one
+/// sample and some of the next. Its only effect beyond its figures is one user notification, "Connected to Internet",
+/// each time the Internet comes back.
+class SENTREL_API Network final : public SystemResource {
+public:
+    enum class ConnectionType : std::uint8_t {
+        none,    ///< no active interface
+        local,   ///< interfaces are active, the Internet cannot be reached
+        internet ///< the Internet can be reached
+    };
+
+    /// One interface. The object stays the same while the interface is there; one that comes back, or is made anew
+    /// under its old name, is a new object. A new object has rates and peaks 0, texts empty and flags false.
+    class SENTREL_API Interface {
+    public:
+        [[nodiscard]] double ibytesps() const noexcept { return load(ibytesps_); } ///< bytes received per second
+        [[nodiscard]] double obytesps() const noexcept { return load(obytesps_); } ///< bytes sent per second
+        [[nodiscard]] double peakibytesps() const noexcept {
+            return load(peakibytesps_);
+        } ///< the highest ibytesps so far
+        [[nodiscard]] double peakobytesps() const noexcept {
+            return load(peakobytesps_);
+        }                                                                            ///< the highest obytesps so far
+        [[nodiscard]] std::int64_t ibytes() const noexcept { return load(ibytes_); } ///< bytes received, the counter
+        [[nodiscard]] std::int64_t obytes() const noexcept { return load(obytes_); } ///< bytes sent, the counter
+        [[nodiscard]] std::string ipaddr() const { return ipaddr_.value(); }         ///< the first address, numeric
+
+        // What follows is as it was when the interface was first seen.
+
+        [[nodiscard]] const std::string& mac() const noexcept { return mac_; }       ///< hardware address, or empty
+        [[nodiscard]] std::int64_t linkSpeed() const noexcept { return linkSpeed_; } ///< bits per second, 0 if unknown
+        [[nodiscard]] bool isPrimary() const noexcept { return isPrimary_; } ///< the default route leads over it
+        [[nodiscard]] bool isWifi() const noexcept { return isWifi_; }       ///< it is wireless
+
+        /// The wireless network's name or "Wifi", the USB adapter's product name, or "Ethernet".
+        [[nodiscard]] const std::string& name() const noexcept { return name_; }
+
+    private:
+        friend class Network;
+
+        template <class Number>
+        static Number load(const std::atomic<Number>& figure) noexcept {
+            return figure.load(std::memory_order_relaxed);
+        }
+
+        void measure(std::int64_t time, const probes::NetworkData& data) noexcept;
+        void take(std::int64_t time, const probes::NetworkData& data);
+        void add(const Interface& other) noexcept;
+
+        std::atomic<double> ibytesps_{0};
+        std::atomic<double> obytesps_{0};
+        std::atomic<double> peakibytesps_{0};
+        std::atomic<double> peakobytesps_{0};
+        std::atomic<std::int64_t> ibytes_{0};
+        std::atomic<std::int64_t> obytes_{0};
+        std::string mac_; // never changed once other threads see the object, like the four facts below
+        Atomic<std::string> ipaddr_;
+        std::int64_t timestamp_ = 0; // milliseconds; of the sampling thread alone, like the two below
+        std::int64_t linkSpeed_ = 0;
+        bool isPrimary_ = false;
+        bool isWifi_ = false;
+        std::string name_;
+        std::uint32_t index_ = 0;
+        std::uint64_t sample_ = 0; // the number of the last sample that saw it
+    };
+
+    /// From the interface's system name, such as "eth0".
+    using Interfaces = std::map<std::string, std::shared_ptr<Interface>, std::less<>>;
+
+    /// Registers with the configuration watch, which reports at once.
+    Network();
+    ~Network() override;
+    Network(const Network&) = delete;
+    Network& operator=(const Network&) = delete;
+
+    [[nodiscard]] SystemResourceType type() const noexcept override { return SystemResourceType::net; }
+
+    /// Takes one sample. The first sample with an interface, and from it on every 32nd, submits a check on the
+    /// background queue of whether the Internet can be reached; where it can, that looks the public address up.
+    void update() override;
+
+    /// `internet` before the first check, so that nothing is announced at start-up.
+    [[nodiscard]] ConnectionType connection() const noexcept;
+
+    /// The public address (empty if the echo host told none), or "No Internet"; absent while nothing is known.
+    [[nodiscard]] std::optional<std::string> publicAddress() const;
+
+    /// The machine's name, the default router, and the DNS servers joined with ", ". The last two outlive a
+    /// disconnection.
+    [[nodiscard]] std::optional<std::string> localhostName() const;
+    [[nodiscard]] std::optional<std::string> router() const;
+    [[nodiscard]] std::optional<std::string> dns() const;
+
+    /// The interfaces of the last sample, in no promised order.
+    [[nodiscard]] Interfaces interfaces() const { return prevInterfaces_.value(); }
+
+    /// A new object with the sums of rates, peaks and counters over all current interfaces.
+    [[nodiscard]] std::shared_ptr<Interface> aggregated() const;
+
+    /// Forgets the public address and, where the Internet can be reached, looks it up. Waits for the echo host: not for
+    /// the main thread.
+    std::optional<std::string> refreshPublicAddress();
+
+private:
+    struct Reachability;
+    struct Configuration;
+
+    void sample(std::int64_t time, const char* name, const probes::NetworkData& data);
+    [[nodiscard]] static std::shared_ptr<Interface> discover(const char* name, const probes::NetworkData& data);
+    [[nodiscard]] std::shared_ptr<Interface> known(const char* name, std::uint32_t index) const;
+
+    Atomic<Interfaces> prevInterfaces_;
+    std::int64_t nextNetworkCheck_ = 0; // samples left; of the sampling thread alone, like the four below
+    std::uint64_t samples_ = 0;
+    std::size_t seen_ = 0;                         // by the current sample
+    Interfaces added_;                             // by the current sample
+    std::shared_ptr<Reachability> reachability_;   // shared with a check that is under way
+    std::shared_ptr<Configuration> configuration_; // shared with the configuration watch
+};
+
+} // namespace sentrel

@@ -1,0 +1,71 @@
+#include <SentrelKit/system/System.h>
+
+#include <SentrelKit/system/Task.h>
+
+#include <utility>
+
+namespace sentrel {
+
+Task::Task(double interval, std::shared_ptr<SystemResource> resource, System::Group group, bool delayed)
+    : Timer(interval, true, [resource] { resource->update(); }), interval_(interval), delayed_(delayed),
+      resource_(std::move(resource)), group_(group) {}
+
+System& System::shared() {
+    // Never destroyed: samples may run until the process is gone.
+    static System& registry = *new System;
+    return registry;
+}
+
+// The intervals are staggered on purpose, so that samples seldom fall together.
+System::System()
+    : cpu_(std::make_shared<CPU>()), gpu_(std::make_shared<GPU>()), disk_(std::make_shared<Disk>()),
+      mem_(std::make_shared<Memory>()), net_(std::make_shared<Network>()), battery_(std::make_shared<Battery>()),
+      apps_(std::make_shared<Applications>()) {
+    add(1.1, cpu_, Group::system, false);
+    add(2.0, mem_, Group::system, false);
+    add(1.1, net_, Group::network, false);
+    add(1.1, disk_, Group::system, true);
+    add(1.3, apps_, Group::system, true);
+    if (gpu_->hasBoth())
+        add(1.1, gpu_, Group::system, true);
+}
+
+System::~System() = default;
+
+void System::start(Group group) {
+    for (const auto& task : tasks_)
+        if ((group == Group::all || task->group() == group) && !task->delayed())
+            task->start();
+}
+
+void System::stop() {
+    for (const auto& task : tasks_)
+        task->suspend();
+}
+
+void System::start(const SystemResource& resource) {
+    forEachOfKind(resource, [](Task& task) { task.start(); });
+}
+
+void System::stop(const SystemResource& resource) {
+    forEachOfKind(resource, [](Task& task) { task.suspend(); });
+}
+
+std::vector<System::TaskInfo> System::tasks() const {
+    std::vector<TaskInfo> infos;
+    for (const auto& task : tasks_)
+        infos.push_back({task->resource().type(), task->interval(), task->group(), task->delayed(), task->status()});
+    return infos;
+}
+
+void System::add(double interval, std::shared_ptr<SystemResource> resource, Group group, bool delayed) {
+    tasks_.push_back(std::make_unique<Task>(interval, std::move(resource), group, delayed));
+}
+
+void System::forEachOfKind(const SystemResource& resource, const std::function<void(Task&)>& action) {
+    for (const auto& task : tasks_)
+        if (task->resource().type() == resource.type())
+            action(*task);
+}
+
+} // namespace sentrel

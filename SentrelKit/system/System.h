@@ -1,0 +1,91 @@
+#pragma once
+
+/// The one registry of everything the library measures: a model for each resource and, for those that are sampled
+/// periodically, a task on the background queue.
+
+#include <SentrelKit/Export.h>
+#include <SentrelKit/system/Applications.h>
+#include <SentrelKit/system/Battery.h>
+#include <SentrelKit/system/CPU.h>
+#include <SentrelKit/system/Disk/Disk.h>
+#include <SentrelKit/system/GPU.h>
+#include <SentrelKit/system/Memory.h>
+#include <SentrelKit/system/Network.h>
+#include <SentrelKit/system/SystemResource.h>
+#include <SentrelKit/system/Timer.h>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace sentrel {
+
+class Task;
+
+/// A host takes `shared()`, reads the models and starts or stops sampling. A new registry samples nothing. `start` and
+/// `stop` belong to one thread, normally the main one; the models are read from any thread.
+class SENTREL_API System {
+public:
+    /// Which tasks a start by group means. No task is itself in `all`.
+    enum class Group : std::uint8_t { all, system, network };
+
+    /// The process's registry, made on first use, on any thread; it lives as long as the process.
+    static System& shared();
+
+    /// A registry of its own on the platform in force, for tests and demos on a scripted machine. Hosts use `shared()`.
+    System();
+    ~System();
+    System(const System&) = delete;
+    System& operator=(const System&) = delete;
+
+    [[nodiscard]] CPU& cpu() const noexcept { return *cpu_; }
+    [[nodiscard]] GPU& gpu() const noexcept { return *gpu_; }
+    [[nodiscard]] Disk& disk() const noexcept { return *disk_; }
+    [[nodiscard]] Memory& mem() const noexcept { return *mem_; }
+    [[nodiscard]] Network& net() const noexcept { return *net_; }
+    [[nodiscard]] Battery& battery() const noexcept { return *battery_; }
+    [[nodiscard]] Applications& apps() const noexcept { return *apps_; }
+
+    /// Starts or resumes the tasks of a group that are not delayed: cpu (every 1.1 s) and mem (2.0 s) in `system`, net
+    /// (1.1 s) in `network`. Their first samples come one interval later.
+    void start(Group group = Group::all);
+
+    /// Suspends every started task, of any group, delayed or not.
+    void stop();
+
+    /// Starts or resumes the task of the resource's kind, delayed or not: the only way to start disk (1.1 s), apps
+    /// (1.3 s) and, on machines with two graphics processors, gpu (1.1 s). Battery and sensors have no task.
+    void start(const SystemResource& resource);
+
+    /// Suspends the task of the resource's kind.
+    void stop(const SystemResource& resource);
+
+    /// What one task samples and how, for inspection.
+    struct TaskInfo {
+        SystemResourceType resource;
+        double interval; ///< seconds
+        Group group;
+        bool delayed; ///< starts only by its resource
+        Timer::Status status;
+        friend bool operator==(const TaskInfo&, const TaskInfo&) = default;
+    };
+
+    /// The tasks as they stand now, in the order in which they were made. On the thread that starts and stops them.
+    [[nodiscard]] std::vector<TaskInfo> tasks() const;
+
+private:
+    void add(double interval, std::shared_ptr<SystemResource> resource, Group group, bool delayed);
+    void forEachOfKind(const SystemResource& resource, const std::function<void(Task&)>& action);
+
+    std::shared_ptr<CPU> cpu_;
+    std::shared_ptr<GPU> gpu_;
+    std::shared_ptr<Disk> disk_;
+    std::shared_ptr<Memory> mem_;
+    std::shared_ptr<Network> net_;
+    std::shared_ptr<Battery> battery_;
+    std::shared_ptr<Applications> apps_;
+    std::vector<std::unique_ptr<Task>> tasks_;
+};
+
+} // namespace sentrel

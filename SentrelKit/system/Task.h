@@ -1,0 +1,29 @@
+#pragma once
+
+#include <SentrelKit/system/System.h>
+#include <SentrelKit/system/Timer.h>
+
+#include <memory>
+
+namespace sentrel {
+
+/// A timer on the background queue that samples one resource of the registry.
+class Task final : public Timer {
+public:
+    Task(double interval, std::shared_ptr<SystemResource> resource, System::Group group, bool delayed);
+
+    [[nodiscard]] double interval() const noexcept { return interval_; }
+    [[nodiscard]] const SystemResource& resource() const noexcept { return *resource_; }
+    [[nodiscard]] System::Group group() const noexcept { return group_; }
+
+    /// A delayed task starts only by its resource, never by its group.
+    [[nodiscard]] bool delayed() const noexcept { return delayed_; }
+
+private:
+    double interval_; // seconds
+    bool delayed_;
+    std::shared_ptr<SystemResource> resource_;
+    System::Group group_;
+};
+
+} // namespace sentrel

@@ -1,0 +1,28 @@
+#include <SentrelKit/views/Bar.h>
+
+#include <SentrelKit/views/PercentText.h>
+
+#include <utility>
+
+namespace sentrel {
+
+Bar::Bar(Rect frame) : Shape(frame) {}
+
+Bar::Bar(Coder& coder) : Shape(coder) {}
+
+void Bar::setPercent(double percent) {
+    setNeedsDisplay(std::exchange(percent_, percent) != percent);
+}
+
+void Bar::drawRect(Canvas& canvas, Rect rect) {
+    const double y = rect.height / 2.0 - lineWidth() / 2.0; // meant so: off the middle by half its width
+    leaveLineDefaults(rounded_);
+    canvas.stroke(Path::line({0.0, y}, {rect.width, y}), color().withAlphaComponent(0.2));
+    canvas.stroke(Path::line({0.0, y}, {rect.width * percent_ / 100.0, y}), color());
+}
+
+std::optional<std::string> Bar::accessibilityValue() const {
+    return percentText(percent_);
+}
+
+} // namespace sentrel

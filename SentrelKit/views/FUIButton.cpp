@@ -1,0 +1,85 @@
+#include <SentrelKit/views/FUIButton.h>
+
+#include <SentrelKit/views/Layer.h>
+
+#include <utility>
+
+namespace sentrel {
+
+FUIButton::FUIButton(Rect frame) : Control(frame), button_(std::make_shared<Layer>()) {
+    prepareLayer();
+}
+
+FUIButton::FUIButton(Coder& coder) : Control(coder), button_(std::make_shared<Layer>()) {
+    prepareLayer();
+}
+
+void FUIButton::prepareLayer() {
+    setWantsLayer(true);
+    setLayerContentsRedrawPolicy(LayerContentsRedrawPolicy::onSetNeedsDisplay);
+}
+
+std::shared_ptr<Layer> FUIButton::makeBackingLayer() {
+    button_->setCornerRadius(borderRadius_);
+    button_->setBackgroundColor(backgroundColor_);
+    return button_;
+}
+
+void FUIButton::setTitle(std::weak_ptr<TextField> title) noexcept {
+    title_ = std::move(title);
+}
+
+void FUIButton::setBorderRadius(double radius) {
+    button_->setCornerRadius(radius);
+    borderRadius_ = radius;
+}
+
+void FUIButton::setBackgroundColor(Color color) {
+    button_->setBackgroundColor(color);
+    backgroundColor_ = color;
+}
+
+void FUIButton::aimateBackgroundColor(Color color) {
+    BasicAnimation fade;
+    fade.keyPath = "backgroundColor";
+    if (const std::optional<Color> current = button_->backgroundColor())
+        fade.fromValue = *current;
+    fade.toValue = color;
+    fade.duration = 0.25;
+    button_->addAnimation(std::move(fade), "backgroundColor");
+    button_->setBackgroundColor(color);
+}
+
+void FUIButton::mouseEntered(const MouseEvent& /*event*/) {
+    mouseInside_ = true;
+    aimateBackgroundColor(backgroundColor_.blendedColor(0.15, FUIColor::white()));
+}
+
+void FUIButton::mouseExited(const MouseEvent& /*event*/) {
+    mouseInside_ = false;
+    aimateBackgroundColor(backgroundColor_);
+}
+
+void FUIButton::mouseDown(const MouseEvent& /*event*/) {
+    aimateBackgroundColor(backgroundColor_.blendedColor(0.15, FUIColor::black()));
+}
+
+void FUIButton::mouseUp(const MouseEvent& /*event*/) {
+    if (!mouseInside_)
+        return;
+    aimateBackgroundColor(backgroundColor_); // meant so: the resting colour, although the pointer is inside
+    sendAction();
+}
+
+void FUIButton::updateTrackingAreas() {
+    Control::updateTrackingAreas();
+    removeTrackingAreas();
+    addTrackingArea(
+        {bounds(), TrackingArea::mouseEnteredAndExited | TrackingArea::activeAlways | TrackingArea::inVisibleRect});
+}
+
+void FUIButton::resetCursorRects() {
+    addCursorRect(bounds(), Cursor::pointingHand);
+}
+
+} // namespace sentrel

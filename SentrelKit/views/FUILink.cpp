@@ -1,0 +1,58 @@
+#include <SentrelKit/views/FUILink.h>
+
+#include <SentrelKit/platform/Desktop.h>
+#include <SentrelKit/platform/Platform.h>
+#include <SentrelKit/system/Timer.h>
+#include <SentrelKit/views/AddressSyntax.h>
+
+#include <utility>
+
+namespace sentrel {
+
+FUILink::FUILink(Rect frame) : TextField(frame) {}
+
+FUILink::FUILink(Coder& coder) : TextField(coder) {}
+
+void FUILink::setUrl(std::optional<std::string> url) {
+    url_ = std::move(url);
+}
+
+void FUILink::showColor(std::optional<Color> color) {
+    setTextColor(color);
+    setNeedsDisplay(true);
+}
+
+void FUILink::mouseEntered(const MouseEvent& /*event*/) {
+    savedTextColor_ = textColor();
+    showColor(hoverColor_);
+}
+
+void FUILink::mouseExited(const MouseEvent& /*event*/) {
+    showColor(savedTextColor_);
+}
+
+void FUILink::mouseDown(const MouseEvent& /*event*/) {
+    showColor(activeColor_);
+}
+
+void FUILink::mouseUp(const MouseEvent& /*event*/) {
+    if (url_)
+        Timer::onBackground([address = *url_] {
+            if (isAddress(address))
+                platform::current().desktop().openAddress(address);
+        });
+    showColor(hoverColor_);
+}
+
+void FUILink::updateTrackingAreas() {
+    TextField::updateTrackingAreas();
+    removeTrackingAreas();
+    addTrackingArea(
+        {bounds(), TrackingArea::mouseEnteredAndExited | TrackingArea::activeAlways | TrackingArea::inVisibleRect});
+}
+
+void FUILink::resetCursorRects() {
+    addCursorRect(bounds(), Cursor::pointingHand);
+}
+
+} // namespace sentrel

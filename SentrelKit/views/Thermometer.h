@@ -1,0 +1,51 @@
+#pragma once
+
+/// The machine's thermal state as a needle over a half ring that runs from blue on the left to red on the right. A new
+/// state turns the needle in 0.4 s; the host draws while `isAnimating`. Scale and needle keep the size that the view
+/// has when it is made. Main thread.
+
+#include <SentrelKit/platform/ThermalState.h>
+#include <SentrelKit/views/FUIColor.h>
+#include <SentrelKit/views/View.h>
+
+#include <memory>
+#include <optional>
+
+namespace sentrel {
+
+class GradientLayer;
+class ShapeLayer;
+
+class SENTREL_API Thermometer : public View {
+public:
+    explicit Thermometer(Rect frame = {});
+    explicit Thermometer(Coder& coder);
+    ~Thermometer() override;
+
+    /// The needle's colour. It shows at once.
+    [[nodiscard]] Color indicatorColor() const noexcept { return indicatorColor_; }
+    void setIndicatorColor(Color color);
+
+    /// The state shown; absent before the first reading. A change turns the needle from the old state's angle to the
+    /// new one's: absent turns from the hot end, and to the nominal angle.
+    [[nodiscard]] std::optional<ThermalState> value() const noexcept { return value_; }
+    void setValue(std::optional<ThermalState> value);
+
+    /// Turns the view's layer on and puts the scale, and over it the needle, into it.
+    void prepareLayer();
+
+    /// "nominal", "fair", "serious" or "critical"; absent without a reading.
+    [[nodiscard]] std::optional<std::string> accessibilityValue() const override;
+
+private:
+    const std::shared_ptr<GradientLayer>& backgroundLayer();
+    const std::shared_ptr<ShapeLayer>& indicatorLayer();
+    void rotateIndicator(double from, double to);
+
+    Color indicatorColor_ = FUIColor::white();
+    std::optional<ThermalState> value_;
+    std::shared_ptr<GradientLayer> backgroundLayer_;
+    std::shared_ptr<ShapeLayer> indicatorLayer_;
+};
+
+} // namespace sentrel

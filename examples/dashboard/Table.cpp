@@ -1,0 +1,30 @@
+#include "Table.h"
+
+#include "Labels.h"
+
+namespace dashboard {
+
+using namespace sentrel;
+
+Table::Table(Rect frame) : View(frame) {
+    for (double y = 0; y + rowHeight <= frame.height; y += rowHeight) {
+        const Rect row = {0, y, frame.width, rowHeight};
+        rows_.push_back({addLabel(*this, row, LabelStyle::name),
+                         addLabel(*this, row, LabelStyle::value, {}, TextAlignment::right)});
+    }
+}
+
+void Table::show(const Rows& rows) {
+    for (std::size_t i = 0; i < rows_.size(); ++i) {
+        rows_[i].name->setStringValue(i < rows.size() ? rows[i].first : std::string());
+        rows_[i].value->setStringValue(i < rows.size() ? rows[i].second : std::string());
+    }
+}
+
+TablePanel::TablePanel(Rect frame, const std::string& title)
+    : View(frame), table_(std::make_shared<Table>(Rect{0, titleHeight, frame.width, frame.height - titleHeight})) {
+    addLabel(*this, {0, 0, frame.width, titleHeight}, LabelStyle::title, title);
+    addSubview(table_);
+}
+
+} // namespace dashboard

@@ -1,0 +1,29 @@
+#include "PrivateBus.h"
+
+#include <cstdlib>
+
+namespace sentrel {
+
+EnvironmentGuard::EnvironmentGuard(std::string name, const std::string& value) : name_(std::move(name)) {
+    if (const char* before = std::getenv(name_.c_str()))
+        before_ = before;
+    ::setenv(name_.c_str(), value.c_str(), 1);
+}
+
+EnvironmentGuard::~EnvironmentGuard() {
+    if (before_)
+        ::setenv(name_.c_str(), before_->c_str(), 1);
+    else
+        ::unsetenv(name_.c_str());
+}
+
+PrivateBus::PrivateBus()
+    : daemon_({"sh", "-c", "exec dbus-daemon --session --nofork --nopidfile --print-address=1 2>/dev/null"}),
+      address_(daemon_.readLine()) {
+    if (!address_)
+        return;
+    session_ = std::make_unique<EnvironmentGuard>("DBUS_SESSION_BUS_ADDRESS", *address_);
+    system_ = std::make_unique<EnvironmentGuard>("DBUS_SYSTEM_BUS_ADDRESS", *address_);
+}
+
+} // namespace sentrel

@@ -1,0 +1,161 @@
+#include <SentrelKit/system/CPU.h>
+
+#include "tests/support/ScriptedMachine.h"
+
+#include <gtest/gtest.h>
+
+namespace sentrel {
+namespace {
+
+// Lets the probes know ticks to measure from, whatever an earlier test left.
+void sample(ScriptedMachine& machine, CPU& cpu, const platform::HostLoadTicks& ticks) {
+    machine->host().loadTicksValue = ticks;
+    cpu.update();
+}
+
+TEST(CPU, IsOfItsKindAndZeroBeforeTheFirstSample) {
+    ScriptedMachine machine;
+    const CPU cpu;
+    EXPECT_EQ(cpu.type(), SystemResourceType::cpu);
+    EXPECT_EQ(cpu.user(), 0);
+    EXPECT_EQ(cpu.sys(), 0);
+    EXPECT_EQ(cpu.idle(), 0);
+    EXPECT_EQ(cpu.usage(), 0);
+    EXPECT_EQ(cpu.processes(), 0u);
+    EXPECT_EQ(cpu.threads(), 0u);
+}
+
+TEST(CPU, KnowsItsCoresAndTheMomentOfBootFromTheStart) {
+    ScriptedMachine machine;
+    machine->host().bootTimeValue = 1795246600;
+    machine->host().hostInfoValue->physical_cpu_max = 8;
+    machine->host().hostInfoValue->logical_cpu_max = 16;
+    machine->host().hostInfoValue->physical_cpu = 6;
+    machine->host().hostInfoValue->logical_cpu = 12;
+    const CPU cpu;
+    EXPECT_EQ(cpu.physicalCores(), 8);
+    EXPECT_EQ(cpu.logicalCores(), 16);
+    EXPECT_EQ(cpu.activePhysicalCores(), 6);
+    EXPECT_EQ(cpu.activeLogicalCores(), 12);
+    EXPECT_EQ(cpu.bootTime(), 1795246600);
+}
+
+TEST(CPU, KeepsTheSignOfACountOfCores) {
+    ScriptedMachine machine;
+    machine->host().hostInfoValue->physical_cpu = -1;
+    EXPECT_EQ(CPU().activePhysicalCores(), -1);
+}
+
+TEST(CPU, HasNoCoresWhereTheHostCannotBeDescribed) {
+    ScriptedMachine machine;
+    machine->host().hostInfoValue.reset();
+    machine->host().bootTimeValue.reset();
+    const CPU cpu;
+    EXPECT_EQ(cpu.physicalCores(), 0);
+    EXPECT_EQ(cpu.logicalCores(), 0);
+    EXPECT_EQ(cpu.activePhysicalCores(), 0);
+    EXPECT_EQ(cpu.activeLogicalCores(), 0);
+    EXPECT_EQ(cpu.bootTime(), 0);
+}
+
+TEST(CPU, TakesASample) {
+    ScriptedMachine machine;
+    CPU cpu;
+    sample(machine, cpu, {0, 0, 0, 0});
+    machine->host().processorSetLoadValue = platform::ProcessorSetLoad{321, 1234};
+    sample(machine, cpu, {100, 100, 1300, 100}); // of 1600: 12.5 % user and nice, 6.25 % system
+    EXPECT_DOUBLE_EQ(cpu.user(), 12.5);
+    EXPECT_DOUBLE_EQ(cpu.sys(), 6.25);
+    EXPECT_DOUBLE_EQ(cpu.idle(), 81.25);
+    EXPECT_DOUBLE_EQ(cpu.usage(), 18.75);
+    EXPECT_EQ(cpu.processes(), 321u);
+    EXPECT_EQ(cpu.threads(), 1234u);
+}
+
+TEST(CPU, GoesOnSamplingAfterTheTicksCouldNotBeRead) {
+    ScriptedMachine machine;
+    CPU cpu;
+    sample(machine, cpu, {0, 0, 0, 0});
+    sample(machine, cpu, {50, 0, 50, 0});
+    machine->host().loadTicksValue.reset();
+    cpu.update();
+    EXPECT_EQ(cpu.usage(), 0);
+    EXPECT_EQ(cpu.idle(), 0);
+    sample(machine, cpu, {60, 0, 80, 0});
+    EXPECT_DOUBLE_EQ(cpu.usage(), 25);
+}
+
+TEST(CPU, AsksForItsBrandOnce) {
+    ScriptedMachine machine;
+    machine->host().brandValue = "Intel(R) Core(TM) i7 CPU @ 2.50GHz";
+    const CPU cpu;
+    EXPECT_EQ(machine->host().brandAsked, 0);
+    EXPECT_EQ(cpu.brand(), "Intel Core i7 2.50GHz");
+    machine->host().brandValue = "Other";
+    EXPECT_EQ(cpu.brand(), "Intel Core i7 2.50GHz");
+    EXPECT_EQ(machine->host().brandAsked, 1);
+}
+
+TEST(CPU, AsksOnceAlsoForABrandThatThereIsNot) {
+    ScriptedMachine machine;
+    machine->host().brandValue.reset();
+    const CPU cpu;
+    EXPECT_EQ(cpu.brand(), "");
+    EXPECT_EQ(cpu.brand(), "");
+    EXPECT_EQ(machine->host().brandAsked, 1);
+}
+
+TEST(CPU, SplitsTheTimeSinceBootIntoAwakeAndAsleep) {
+    ScriptedMachine machine;
+    const std::int64_t now = CPU().uptime();
+    machine->host().bootTimeValue = now - 10'000;
+    machine->host().awakeUptimeValue = 7'499.999;
+    const CPU cpu;
+    EXPECT_EQ(cpu.uptime(), 10'000);
+    EXPECT_EQ(cpu.awakeTime(), 7'499);
+    EXPECT_EQ(cpu.sleepTime(), 2'501);
+    machine->advance(60);
+    EXPECT_EQ(cpu.uptime(), 10'060);
+}
+
+TEST(CPU, CountsItsUptimeFrom1970WhereTheMomentOfBootIsNotKnown) {
+    ScriptedMachine machine;
+    machine->host().bootTimeValue.reset();
+    WallClockReading reading;
+    ASSERT_TRUE(machine->clock().read(reading));
+    EXPECT_EQ(CPU().uptime(), reading.seconds);
+}
+
+TEST(CPU, IsSoundWhenTheClockWasSetBack) {
+    ScriptedMachine machine;
+    machine->host().bootTimeValue = CPU().uptime() + 500;
+    machine->host().awakeUptimeValue.reset();
+    const CPU cpu;
+    EXPECT_EQ(cpu.awakeTime(), 0);
+    EXPECT_EQ(cpu.uptime(), -500);
+    EXPECT_EQ(cpu.sleepTime(), -500);
+}
+
+TEST(CPU, PassesTheThermalStateOn) {
+    ScriptedMachine machine;
+    const CPU cpu;
+    for (const ThermalState state :
+         {ThermalState::nominal, ThermalState::fair, ThermalState::serious, ThermalState::critical}) {
+        machine->host().thermalStateValue = state;
+        EXPECT_EQ(cpu.thermalState(), state);
+    }
+    machine->host().thermalStateValue.reset();
+    EXPECT_EQ(cpu.thermalState(), ThermalState::nominal);
+}
+
+TEST(CPU, GivesTheLoadAveragesInTheirOrderAndZerosOnFailure) {
+    ScriptedMachine machine;
+    const CPU cpu;
+    machine->host().loadAveragesValue = platform::LoadAverages{1.5, 0.75, 0.25};
+    EXPECT_EQ(cpu.loadavg(), (std::array<double, 3>{1.5, 0.75, 0.25}));
+    machine->host().loadAveragesValue.reset();
+    EXPECT_EQ(cpu.loadavg(), (std::array<double, 3>{}));
+}
+
+} // namespace
+} // namespace sentrel

@@ -1,0 +1,300 @@
+// The model on the real machine: loop-mounted file systems in a mount namespace of the program's own.
+
+#include <SentrelKit/system/Disk/Disk.h>
+
+#include "../../support/LoopDisk.h"
+#include "../../support/MountNamespace.h"
+
+#include <SentrelKit/platform/Dispatch.h>
+#include <SentrelKit/platform/Platform.h>
+#include <SentrelKit/probes/SystemManager.h>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cstdint>
+#include <fcntl.h>
+#include <fstream>
+#include <functional>
+#include <gtest/gtest.h>
+#include <linux/fuse.h>
+#include <sstream>
+#include <string>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace sentrel {
+namespace {
+
+using namespace std::chrono_literals;
+using SteadyClock = std::chrono::steady_clock;
+using VolumePointer = std::shared_ptr<Disk::Volume>;
+
+class OwnNamespace final : public testing::Environment {
+    void SetUp() override { enterOwnMountNamespace(); }
+};
+const testing::Environment* const ownNamespace = testing::AddGlobalTestEnvironment(new OwnNamespace);
+
+// Waits for something the model learns from the kernel's notice; true if it came within the bound.
+bool comesWithin(std::chrono::milliseconds bound, const std::function<bool()>& condition) {
+    const SteadyClock::time_point end = SteadyClock::now() + bound;
+    while (!condition()) {
+        if (SteadyClock::now() > end)
+            return false;
+        std::this_thread::sleep_for(2ms);
+    }
+    return true;
+}
+
+VolumePointer find(const Disk& disk, const std::string& device) {
+    const Disk::Volumes volumes = disk.volumes();
+    const auto volume = volumes.find(device);
+    return volume == volumes.end() ? nullptr : volume->second;
+}
+
+VolumePointer findByPath(const Disk& disk, const std::string& path) {
+    for (const auto& [device, volume] : disk.volumes()) {
+        if (volume->path() == path)
+            return volume;
+    }
+    return nullptr;
+}
+
+// A device's counters as /proc/diskstats has them: sectors read and written, in bytes.
+std::array<std::int64_t, 2> diskstats(const std::string& device) {
+    std::ifstream file("/proc/diskstats");
+    for (std::string line; std::getline(file, line);) {
+        std::istringstream fields(line);
+        std::string deviceMajor, deviceMinor, name;
+        std::array<std::int64_t, 7> numbers{};
+        fields >> deviceMajor >> deviceMinor >> name;
+        for (std::int64_t& number : numbers)
+            fields >> number;
+        if (name == device)
+            return {numbers[2] * 512, numbers[6] * 512};
+    }
+    return {-1, -1};
+}
+
+// What `dd bs=1M conv=fsync` does.
+void writeAndSync(const std::string& path, int megabytes) {
+    const std::vector<char> block(1 << 20, 'x');
+    const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    ASSERT_GE(file, 0);
+    for (int i = 0; i < megabytes; ++i)
+        ASSERT_EQ(::write(file, block.data(), block.size()), static_cast<ssize_t>(block.size()));
+    ASSERT_EQ(::fsync(file), 0);
+    ::close(file);
+}
+
+class LiveDisk : public testing::Test {
+protected:
+    void SetUp() override {
+        if (!inOwnMountNamespace())
+            GTEST_SKIP() << "no right to a mount namespace";
+        if (::access("/dev/loop-control", W_OK) != 0)
+            GTEST_SKIP() << "no loop devices";
+        if (!probes::System->daSession)
+            probes::System->daSession = platform::current().volumes().openSession();
+        dispatch::backgroundQueue()->async([] {}); // notices are served from the first use of a queue on
+    }
+};
+
+TEST_F(LiveDisk, HasTheRootVolumeWithTheFiguresOfStatvfs) {
+    const Disk disk;
+    ASSERT_TRUE(disk.HD());
+    struct statvfs status {};
+    ASSERT_EQ(::statvfs("/", &status), 0);
+    const auto unit = static_cast<std::int64_t>(status.f_frsize);
+    EXPECT_EQ(disk.HD()->path(), "/");
+    EXPECT_EQ(disk.HD()->total(), static_cast<std::int64_t>(status.f_blocks) * unit);
+    EXPECT_NEAR(static_cast<double>(disk.HD()->free()), static_cast<double>(status.f_bfree) * static_cast<double>(unit),
+                64e6); // others write meanwhile
+    EXPECT_TRUE(disk.HD()->isRootFS());
+}
+
+TEST_F(LiveDisk, ShowsALoopMountedImageWithinASecondByItsLabel) {
+    const LoopDisk image("LIVE VOL", 16);
+    const Disk disk;
+    EXPECT_FALSE(find(disk, image.device()));
+
+    image.mount();
+    ASSERT_TRUE(comesWithin(1s, [&] { return find(disk, image.device()) != nullptr; }));
+    const VolumePointer volume = find(disk, image.device());
+    EXPECT_EQ(volume->name(), "LIVE VOL");
+    EXPECT_EQ(volume->path(), image.path());
+    EXPECT_EQ(volume->fstype(), "ext4");
+    EXPECT_EQ(volume->model(), "unknown");
+    EXPECT_FALSE(volume->isRootFS());
+
+    image.unmount();
+    EXPECT_TRUE(comesWithin(1s, [&] { return find(disk, image.device()) == nullptr; }));
+}
+
+TEST_F(LiveDisk, AgreesWithStatvfsAndDiskstats) {
+    const LoopDisk image("AGREE", 32);
+    image.mount();
+    Disk disk;
+    writeAndSync(image.path() + "/file", 4);
+    ::sync();
+    disk.update();
+    const VolumePointer volume = find(disk, image.device());
+    ASSERT_TRUE(volume);
+    struct statvfs status {};
+    ASSERT_EQ(::statvfs(image.path().c_str(), &status), 0);
+    const auto unit = static_cast<std::int64_t>(status.f_frsize);
+    EXPECT_EQ(volume->total(), static_cast<std::int64_t>(status.f_blocks) * unit);
+    EXPECT_EQ(volume->free(), static_cast<std::int64_t>(status.f_bfree) * unit);
+    EXPECT_EQ(volume->used(), static_cast<std::int64_t>(status.f_blocks - status.f_bfree) * unit);
+    const auto [read, written] = diskstats(image.device());
+    EXPECT_EQ(volume->rbytes(), read);
+    EXPECT_EQ(volume->wbytes(), written);
+    EXPECT_GE(written, 4 << 20);
+}
+
+TEST_F(LiveDisk, ShowsTheRateAtWhichAFileIsWritten) {
+    const LoopDisk image("RATE", 128);
+    image.mount();
+    Disk disk;
+    ::sync();
+    disk.update();
+    const VolumePointer volume = find(disk, image.device());
+    const std::int64_t begin = volume->timestamp();
+    constexpr int megabytes = 64;
+    writeAndSync(image.path() + "/file", megabytes);
+    disk.update();
+    const double seconds = static_cast<double>(volume->timestamp() - begin) / 1000.0;
+    const double expected = megabytes * 1048576.0 / seconds;
+    EXPECT_NEAR(volume->wbytesps(), expected, expected * 0.05);
+}
+
+TEST_F(LiveDisk, FollowsANewLabel) {
+    const LoopDisk image("BEFORE", 16);
+    image.mount();
+    const Disk disk;
+    const VolumePointer volume = find(disk, image.device());
+    ASSERT_TRUE(volume);
+    EXPECT_EQ(volume->name(), "BEFORE");
+    image.setLabel("AFTER");
+    EXPECT_TRUE(comesWithin(10s, [&] { return volume->name() == "AFTER"; }));
+    EXPECT_EQ(find(disk, image.device()), volume);
+    EXPECT_EQ(volume->path(), image.path());
+}
+
+TEST_F(LiveDisk, KeepsAVolumesObjectWhileASecondOneComesAndGoes) {
+    const LoopDisk first("FIRST", 16);
+    const LoopDisk second("SECOND", 16);
+    first.mount();
+    const Disk disk;
+    const VolumePointer volume = find(disk, first.device());
+    ASSERT_TRUE(volume);
+    second.mount();
+    ASSERT_TRUE(comesWithin(1s, [&] { return find(disk, second.device()) != nullptr; }));
+    EXPECT_EQ(find(disk, first.device()), volume);
+    second.unmount();
+    ASSERT_TRUE(comesWithin(1s, [&] { return find(disk, second.device()) == nullptr; }));
+    EXPECT_EQ(find(disk, first.device()), volume);
+}
+
+TEST_F(LiveDisk, KeepsNoVolumeFromBeingUnmounted) {
+    const LoopDisk image("FREE", 16);
+    image.mount();
+    Disk disk;
+    for (int i = 0; i < 3; ++i)
+        disk.update();
+    EXPECT_EQ(::umount2(image.path().c_str(), 0), 0); // EBUSY if a descriptor were kept on it
+}
+
+TEST_F(LiveDisk, MissesNotTheLastStateAfterAThousandMounts) {
+    const LoopDisk image("LAST", 16);
+    const TemporaryFolder folder;
+    const Disk disk;
+    folder.makeFolder("busy");
+    const std::string busy = folder.path("busy");
+    for (int i = 0; i < 1000; ++i) {
+        ASSERT_EQ(::mount("none", busy.c_str(), "tmpfs", 0, nullptr), 0);
+        ASSERT_EQ(::umount2(busy.c_str(), 0), 0);
+    }
+    image.mount();
+    EXPECT_TRUE(comesWithin(5s, [&] { return find(disk, image.device()) != nullptr; }));
+}
+
+TEST_F(LiveDisk, ReadsAMountPointWithBlanksLineFeedsAndBackslashes) {
+    const LoopDisk image("ODD", 16);
+    const TemporaryFolder folder;
+    const std::string odd = folder.path("a b\nc\td\\e #");
+    ASSERT_EQ(::mkdir(odd.c_str(), 0700), 0);
+    ASSERT_EQ(::mount(image.node().c_str(), odd.c_str(), "ext4", 0, nullptr), 0);
+    Disk disk;
+    disk.update();
+    const VolumePointer volume = find(disk, image.device());
+    ::umount2(odd.c_str(), MNT_DETACH);
+    ASSERT_TRUE(volume);
+    EXPECT_EQ(volume->path(), odd);
+    EXPECT_GT(volume->total(), 0);
+}
+
+// A user-space file system whose program does not even begin to answer.
+class DeadFileSystem {
+public:
+    DeadFileSystem() {
+        folder_.makeFolder("dead");
+        device_ = ::open("/dev/fuse", O_RDWR | O_CLOEXEC);
+        const std::string options = "fd=" + std::to_string(device_) + ",rootmode=40000,user_id=0,group_id=0";
+        mounted_ = device_ >= 0 &&
+                   ::mount("host:/dead", path().c_str(), "fuse.sshfs", MS_NOSUID | MS_NODEV, options.c_str()) == 0;
+    }
+    ~DeadFileSystem() {
+        ::close(device_); // who waits is told that nobody will answer
+        ::umount2(path().c_str(), MNT_DETACH);
+    }
+    DeadFileSystem(const DeadFileSystem&) = delete;
+    DeadFileSystem& operator=(const DeadFileSystem&) = delete;
+
+    [[nodiscard]] bool isMounted() const { return mounted_; }
+    [[nodiscard]] std::string path() const { return folder_.path("dead"); }
+
+private:
+    TemporaryFolder folder_;
+    int device_ = -1;
+    bool mounted_ = false;
+};
+
+TEST_F(LiveDisk, SamplesOnBesideAFileSystemThatNeverAnswers) {
+    if (::access("/dev/fuse", R_OK | W_OK) != 0)
+        GTEST_SKIP() << "no user-space file systems";
+    const LoopDisk image("ALIVE", 32);
+    image.mount();
+    const DeadFileSystem dead;
+    ASSERT_TRUE(dead.isMounted());
+
+    testing::internal::CaptureStderr();
+    const SteadyClock::time_point begin = SteadyClock::now();
+    Disk disk;
+    EXPECT_LT(SteadyClock::now() - begin, 2s);
+    ASSERT_TRUE(findByPath(disk, dead.path()));
+    const VolumePointer alive = find(disk, image.device());
+    ASSERT_TRUE(alive);
+
+    SteadyClock::duration slowest{};
+    for (int i = 0; i < 20; ++i) {
+        const SteadyClock::time_point start = SteadyClock::now();
+        disk.update();
+        slowest = std::max(slowest, SteadyClock::now() - start);
+    }
+    EXPECT_LT(slowest, 5ms);
+    EXPECT_EQ(findByPath(disk, dead.path())->total(), 0);
+
+    const std::int64_t before = alive->wbytes();
+    writeAndSync(image.path() + "/file", 2);
+    disk.update();
+    EXPECT_GE(alive->wbytes(), before + (2 << 20));
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("Error: statfs failed for '" + dead.path()),
+              std::string::npos);
+}
+
+} // namespace
+} // namespace sentrel

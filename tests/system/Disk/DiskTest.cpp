@@ -1,0 +1,532 @@
+#include <SentrelKit/system/Disk/Disk.h>
+
+#include "../../support/ScriptedMachine.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <limits>
+#include <string>
+#include <vector>
+
+namespace sentrel {
+namespace {
+
+using platform::DiskStatistics;
+using platform::VolumeNotification;
+using testing::ElementsAre;
+using VolumePointer = std::shared_ptr<Disk::Volume>;
+
+class DiskModel : public testing::Test {
+protected:
+    DiskModel() { probes::System->daSession = volumes().openSession(); }
+
+    platform::ScriptedVolumeService& volumes() { return machine_->volumes(); }
+    void advance(double seconds) { machine_->advance(seconds); }
+
+    void count(const std::string& device, std::int64_t read, std::int64_t written) {
+        volumes().disks[device].statistics = DiskStatistics{read, written};
+    }
+
+    // Mounts and lets the model see it.
+    void mountLater(const std::string& device, const std::string& path) {
+        volumes().mount(device, path);
+        volumes().notify({VolumeNotification::Kind::didMount, {}, {}, path});
+        advance(0);
+    }
+
+    static std::vector<std::string> devicesOf(const Disk& disk) {
+        std::vector<std::string> devices;
+        for (const auto& [device, volume] : disk.volumes())
+            devices.push_back(device);
+        return devices;
+    }
+
+private:
+    ScriptedMachine machine_;
+};
+
+TEST_F(DiskModel, IsOfTheDiskKind) {
+    EXPECT_EQ(Disk().type(), SystemResourceType::disk);
+}
+
+TEST_F(DiskModel, ListsTheVolumesWhenItIsMade) {
+    volumes().mount("disk1", "/", 1000, 400);
+    volumes().icons["/"] = "drive-harddisk";
+    volumes().disks["disk1"].description = platform::DiskDescription{"Startup", "SSD 1 TB"};
+    volumes().disks["disk1"].smartAncestor = 0;
+    count("disk1", 10, 20);
+
+    const Disk disk;
+
+    ASSERT_THAT(devicesOf(disk), ElementsAre("disk1"));
+    const VolumePointer volume = disk.volumes().at("disk1");
+    EXPECT_EQ(volume->name(), "Startup");
+    EXPECT_EQ(volume->device(), "disk1");
+    EXPECT_EQ(volume->path(), "/");
+    EXPECT_EQ(volume->fstype(), "apfs");
+    EXPECT_EQ(volume->model(), "SSD 1 TB");
+    EXPECT_EQ(volume->free(), 400 * 4096);
+    EXPECT_EQ(volume->used(), 600 * 4096);
+    EXPECT_EQ(volume->total(), 1000 * 4096);
+    EXPECT_EQ(volume->rbytes(), 10);
+    EXPECT_EQ(volume->wbytes(), 20);
+    EXPECT_EQ(volume->rbytesps(), 0.0);
+    EXPECT_EQ(volume->wbytesps(), 0.0);
+    EXPECT_EQ(volume->timestamp(), 1'500'000'000'000);
+    EXPECT_EQ(volume->icon(), "drive-harddisk");
+    EXPECT_TRUE(volume->isRootFS());
+    ASSERT_TRUE(volume->smart());
+    EXPECT_EQ(volume->smart()->capable, 1);
+    EXPECT_EQ(disk.HD(), volume);
+}
+
+TEST_F(DiskModel, HasNoIconAndNoHealthWhereTheyCannotBeHad) {
+    volumes().mount("disk1", "/");
+    const Disk disk;
+    EXPECT_FALSE(disk.volumes().at("disk1")->icon());
+    EXPECT_FALSE(disk.volumes().at("disk1")->smart());
+}
+
+TEST(Volume, StartsEmpty) {
+    const Disk::Volume volume;
+    EXPECT_EQ(volume.name(), "");
+    EXPECT_EQ(volume.device(), "");
+    EXPECT_EQ(volume.path(), "");
+    EXPECT_EQ(volume.fstype(), "");
+    EXPECT_EQ(volume.model(), "");
+    EXPECT_EQ(volume.free(), 0);
+    EXPECT_EQ(volume.used(), 0);
+    EXPECT_EQ(volume.total(), 0);
+    EXPECT_EQ(volume.wbytes(), 0);
+    EXPECT_EQ(volume.rbytes(), 0);
+    EXPECT_EQ(volume.wbytesps(), 0.0);
+    EXPECT_EQ(volume.rbytesps(), 0.0);
+    EXPECT_EQ(volume.timestamp(), 0);
+    EXPECT_FALSE(volume.icon());
+    EXPECT_FALSE(volume.isRootFS());
+    EXPECT_FALSE(volume.smart());
+    EXPECT_FALSE(volume.smartStatus());
+    EXPECT_EQ(volume.usagePercent(), 0);
+}
+
+TEST_F(DiskModel, DerivesRatesFromTheCountersOfTheLastGap) {
+    volumes().mount("disk1", "/");
+    count("disk1", 1000, 2000);
+    Disk disk;
+    count("disk1", 1000 + 550, 2000 + 2200);
+    advance(1.1);
+    disk.update();
+    const VolumePointer volume = disk.volumes().at("disk1");
+    EXPECT_DOUBLE_EQ(volume->rbytesps(), 500.0);
+    EXPECT_DOUBLE_EQ(volume->wbytesps(), 2000.0);
+    EXPECT_EQ(volume->rbytes(), 1550);
+    EXPECT_EQ(volume->wbytes(), 4200);
+    EXPECT_EQ(volume->timestamp(), 1'500'000'001'100);
+
+    advance(1.1); // nothing moved: no smoothing
+    disk.update();
+    EXPECT_EQ(volume->rbytesps(), 0.0);
+    EXPECT_EQ(volume->wbytesps(), 0.0);
+}
+
+TEST_F(DiskModel, ShowsAFreshVolumeWithoutRatesUntilTheNextSample) {
+    volumes().mount("disk1", "/");
+    Disk disk;
+    count("disk2", 5'000'000, 6'000'000);
+    mountLater("disk2", "/b");
+    const VolumePointer volume = disk.volumes().at("disk2");
+    EXPECT_EQ(volume->rbytesps(), 0.0);
+    EXPECT_EQ(volume->wbytesps(), 0.0);
+    count("disk2", 5'001'000, 6'000'000);
+    advance(1);
+    disk.update();
+    EXPECT_DOUBLE_EQ(volume->rbytesps(), 1000.0);
+}
+
+TEST_F(DiskModel, KeepsItsRatesInTwoSamplesOfOneMillisecond) {
+    volumes().mount("disk1", "/");
+    count("disk1", 0, 0);
+    Disk disk;
+    count("disk1", 700, 0);
+    advance(1);
+    disk.update();
+    count("disk1", 9000, 0);
+    advance(0.0004);
+    disk.update();
+    const VolumePointer volume = disk.volumes().at("disk1");
+    EXPECT_DOUBLE_EQ(volume->rbytesps(), 700.0);
+    EXPECT_EQ(volume->rbytes(), 9000); // the counters move on all the same
+}
+
+TEST_F(DiskModel, KeepsItsRatesWhenTheClockStepsBack) {
+    volumes().mount("disk1", "/");
+    count("disk1", 0, 0);
+    Disk disk;
+    count("disk1", 700, 0);
+    advance(1);
+    disk.update();
+    advance(-1);
+    auto& clock = static_cast<platform::ScriptedClock&>(platform::current().clock());
+    clock.setWallMicroseconds(1'400'000'000'000'000);
+    disk.update();
+    EXPECT_DOUBLE_EQ(disk.volumes().at("disk1")->rbytesps(), 700.0);
+    EXPECT_EQ(disk.volumes().at("disk1")->timestamp(), 1'400'000'000'000);
+}
+
+// Meant: nothing clamps it.
+TEST_F(DiskModel, GivesANegativeRateForACounterThatWentBack) {
+    volumes().mount("disk1", "/");
+    count("disk1", 5000, 5000);
+    Disk disk;
+    count("disk1", 4000, 5000);
+    advance(1);
+    disk.update();
+    EXPECT_DOUBLE_EQ(disk.volumes().at("disk1")->rbytesps(), -1000.0);
+}
+
+TEST_F(DiskModel, SurvivesCountersAtTheEndsOfTheirRange) {
+    constexpr std::int64_t least = std::numeric_limits<std::int64_t>::min();
+    constexpr std::int64_t most = std::numeric_limits<std::int64_t>::max();
+    volumes().mount("disk1", "/");
+    count("disk1", least, most);
+    Disk disk;
+    count("disk1", most, least);
+    advance(1);
+    disk.update();
+    EXPECT_DOUBLE_EQ(disk.volumes().at("disk1")->rbytesps(), -1.0); // the difference keeps its low 64 bits
+    EXPECT_DOUBLE_EQ(disk.volumes().at("disk1")->wbytesps(), 1.0);
+}
+
+TEST_F(DiskModel, LeavesAVolumeAsItWasWhenItsSpaceCannotBeHad) {
+    volumes().mount("disk1", "/");
+    count("disk1", 1, 1);
+    Disk disk;
+    count("disk1", 500, 500);
+    advance(1);
+    volumes().failing["space"] = true;
+    testing::internal::CaptureStderr();
+    disk.update();
+    testing::internal::GetCapturedStderr();
+    const VolumePointer volume = disk.volumes().at("disk1");
+    EXPECT_EQ(volume->rbytes(), 1);
+    EXPECT_EQ(volume->timestamp(), 1'500'000'000'000);
+    EXPECT_EQ(volume->rbytesps(), 0.0);
+
+    volumes().failing.clear(); // the next rate spans both gaps
+    advance(1);
+    disk.update();
+    EXPECT_DOUBLE_EQ(volume->rbytesps(), 249.5);
+}
+
+TEST_F(DiskModel, FollowsSpaceButKeepsTheFirstTotal) {
+    volumes().mount("disk1", "/", 1000, 400);
+    Disk disk;
+    volumes().mounts[0].space = {4096, 2000, 100};
+    disk.update();
+    const VolumePointer volume = disk.volumes().at("disk1");
+    EXPECT_EQ(volume->free(), 100 * 4096);
+    EXPECT_EQ(volume->used(), 1900 * 4096);
+    EXPECT_EQ(volume->total(), 1000 * 4096);
+}
+
+TEST_F(DiskModel, KeepsAVolumesObjectAndRatesWhenASecondOneIsMounted) {
+    volumes().mount("disk1", "/");
+    count("disk1", 0, 0);
+    Disk disk;
+    count("disk1", 300, 0);
+    advance(1);
+    disk.update();
+    const VolumePointer before = disk.volumes().at("disk1");
+    mountLater("disk2", "/b");
+    EXPECT_THAT(devicesOf(disk), ElementsAre("disk1", "disk2"));
+    EXPECT_EQ(disk.volumes().at("disk1"), before);
+    EXPECT_DOUBLE_EQ(before->rbytesps(), 300.0);
+}
+
+TEST_F(DiskModel, TakesAnotherSampleOfAKnownVolumeWhenItListsAnew) {
+    volumes().mount("disk1", "/");
+    count("disk1", 0, 0);
+    Disk disk;
+    count("disk1", 300, 0);
+    advance(2);
+    mountLater("disk2", "/b");
+    EXPECT_DOUBLE_EQ(disk.volumes().at("disk1")->rbytesps(), 150.0);
+    EXPECT_EQ(disk.volumes().at("disk1")->timestamp(), 1'500'000'002'000);
+}
+
+TEST_F(DiskModel, KeepsTheFirstFactsOfAKnownVolume) {
+    volumes().mount("disk1", "/", 1000, 400);
+    volumes().icons["/"] = "first";
+    volumes().disks["disk1"].description = platform::DiskDescription{"Old", "First model"};
+    volumes().disks["disk1"].smartAncestor = 0;
+    Disk disk;
+
+    volumes().mounts[0].type = "hfs";
+    volumes().mounts[0].isRoot = false;
+    volumes().mounts[0].on = "/moved";
+    volumes().mounts[0].space = {4096, 2000, 400};
+    volumes().icons["/moved"] = "second";
+    volumes().disks["disk1"].description = platform::DiskDescription{"New", "Second model"};
+    volumes().disks["disk1"].smartAncestor = std::nullopt;
+    disk.handleMountNotifications({});
+    advance(0);
+
+    const VolumePointer volume = disk.volumes().at("disk1");
+    EXPECT_EQ(volume->model(), "First model");
+    EXPECT_EQ(volume->fstype(), "apfs");
+    EXPECT_EQ(volume->total(), 1000 * 4096);
+    EXPECT_EQ(volume->icon(), "first");
+    EXPECT_TRUE(volume->isRootFS());
+    EXPECT_TRUE(volume->smart());
+    EXPECT_EQ(volume->name(), "New");
+    EXPECT_EQ(volume->path(), "/moved");
+}
+
+TEST_F(DiskModel, AsksADriveForItsHealthOnlyWhenItsVolumeIsNew) {
+    volumes().mount("disk1", "/");
+    volumes().disks["disk1"].smartAncestor = 0;
+    Disk disk;
+    volumes().calls.clear();
+    disk.update();
+    disk.handleMountNotifications({});
+    advance(0);
+    EXPECT_THAT(volumes().calls, testing::Not(testing::Contains("createSmartPlugIn")));
+}
+
+TEST_F(DiskModel, DropsAVolumeThatIsNoLongerMountedAndLeavesItsLastFigures) {
+    volumes().mount("disk1", "/");
+    volumes().mount("disk2", "/b", 500, 200);
+    Disk disk;
+    const VolumePointer gone = disk.volumes().at("disk2");
+    volumes().unmount("/b");
+    volumes().notify({VolumeNotification::Kind::didUnmount, {}, {}, "/b"});
+    advance(0);
+    EXPECT_THAT(devicesOf(disk), ElementsAre("disk1"));
+    EXPECT_EQ(gone->free(), 200 * 4096);
+}
+
+TEST_F(DiskModel, MakesANewObjectForAVolumeThatCameBack) {
+    volumes().mount("disk2", "/b");
+    Disk disk;
+    const VolumePointer before = disk.volumes().at("disk2");
+    volumes().unmount("/b");
+    disk.handleMountNotifications({});
+    advance(0);
+    mountLater("disk2", "/b");
+    EXPECT_NE(disk.volumes().at("disk2"), before);
+}
+
+TEST_F(DiskModel, ReturnsFromAMountNoticeBeforeItListsOnTheBackgroundQueue) {
+    volumes().mount("disk1", "/");
+    Disk disk;
+    volumes().mount("disk2", "/b");
+    disk.handleMountNotifications({});
+    EXPECT_THAT(devicesOf(disk), ElementsAre("disk1"));
+    advance(0);
+    EXPECT_THAT(devicesOf(disk), ElementsAre("disk1", "disk2"));
+}
+
+TEST_F(DiskModel, MergesNoticesThatCameBeforeTheListingBeganAndMissesNoneAfter) {
+    volumes().mount("disk1", "/");
+    Disk disk;
+    volumes().calls.clear();
+    for (int i = 0; i < 1000; ++i)
+        volumes().notify({VolumeNotification::Kind::didMount, {}, {}, "/x"});
+    advance(0);
+    EXPECT_EQ(std::count(volumes().calls.begin(), volumes().calls.end(), "listMountedFileSystems"), 1);
+    volumes().notify({VolumeNotification::Kind::didMount, {}, {}, "/x"});
+    advance(0);
+    EXPECT_EQ(std::count(volumes().calls.begin(), volumes().calls.end(), "listMountedFileSystems"), 2);
+}
+
+TEST_F(DiskModel, KeepsTheLaterOfTwoMountsOfOneDevice) {
+    volumes().mount("disk2", "/a");
+    volumes().mount("disk2", "/b");
+    const Disk disk;
+    EXPECT_EQ(disk.volumes().at("disk2")->path(), "/b");
+}
+
+TEST_F(DiskModel, RenamesAVolumeButKeepsItsKey) {
+    volumes().mount("disk2", "/Volumes/Old");
+    volumes().mount("disk3", "/Volumes/Other");
+    volumes().disks["disk2"].description = platform::DiskDescription{"Old", {}};
+    Disk disk;
+    const VolumePointer volume = disk.volumes().at("disk2");
+    volumes().notify({VolumeNotification::Kind::didRename, "Old", "New", "/Volumes/New"});
+    EXPECT_THAT(devicesOf(disk), ElementsAre("disk2", "disk3"));
+    EXPECT_EQ(disk.volumes().at("disk2"), volume);
+    EXPECT_EQ(volume->name(), "New");
+    EXPECT_EQ(volume->path(), "/Volumes/New");
+    EXPECT_EQ(volume->device(), "disk2");
+    EXPECT_EQ(disk.volumes().at("disk3")->name(), "disk3");
+}
+
+TEST_F(DiskModel, RenamesEveryVolumeOfThatName) {
+    volumes().mount("disk2", "/a");
+    volumes().mount("disk3", "/b");
+    volumes().disks["disk2"].description = platform::DiskDescription{"Same", {}};
+    volumes().disks["disk3"].description = platform::DiskDescription{"Same", {}};
+    Disk disk;
+    disk.handleRenameNotification({VolumeNotification::Kind::didRename, "Same", "New", "/c"});
+    EXPECT_EQ(disk.volumes().at("disk2")->name(), "New");
+    EXPECT_EQ(disk.volumes().at("disk3")->name(), "New");
+    EXPECT_EQ(disk.volumes().at("disk3")->path(), "/c");
+}
+
+TEST_F(DiskModel, IgnoresARenameThatLacksOneOfItsThreeTexts) {
+    volumes().mount("disk2", "/a");
+    volumes().disks["disk2"].description = platform::DiskDescription{"Old", {}};
+    Disk disk;
+    constexpr auto kind = VolumeNotification::Kind::didRename;
+    const std::vector<VolumeNotification> incomplete = {
+        {kind, std::nullopt, "New", "/b"}, {kind, "Old", std::nullopt, "/b"}, {kind, "Old", "New", std::nullopt}};
+    for (const VolumeNotification& notification : incomplete) {
+        disk.handleRenameNotification(notification);
+        EXPECT_EQ(disk.volumes().at("disk2")->name(), "Old");
+        EXPECT_EQ(disk.volumes().at("disk2")->path(), "/a");
+    }
+}
+
+TEST_F(DiskModel, HearsNothingOnceItIsGone) {
+    volumes().mount("disk1", "/");
+    {
+        Disk disk;
+        disk.handleMountNotifications({});
+    }
+    volumes().calls.clear();
+    advance(0); // the listing that was still scheduled
+    volumes().notify({VolumeNotification::Kind::didMount, {}, {}, "/x"});
+    advance(0);
+    EXPECT_TRUE(volumes().calls.empty());
+}
+
+TEST_F(DiskModel, WorksWithoutNotices) {
+    volumes().mount("disk1", "/");
+    volumes().failing["observe"] = true;
+    Disk disk;
+    disk.update();
+    EXPECT_THAT(devicesOf(disk), ElementsAre("disk1"));
+}
+
+TEST_F(DiskModel, MeasuresTheRootVolumesUsageOnEachRead) {
+    volumes().mount("disk1", "/", 1000, 400);
+    const Disk disk;
+    EXPECT_EQ(disk.usage(), 60);
+    volumes().mounts[0].space.freeBlocks = 105;
+    EXPECT_EQ(disk.usage(), 89); // 89.5, truncated
+    EXPECT_EQ(disk.HD()->used(), 895 * 4096);
+}
+
+TEST_F(DiskModel, HasNoUsageWithoutARootVolumeOrWithoutItsSpace) {
+    volumes().mount("disk2", "/b");
+    EXPECT_EQ(Disk().usage(), 0);
+    EXPECT_EQ(Disk().HD(), nullptr);
+    volumes().mount("disk1", "/");
+    const Disk disk;
+    volumes().failing["space"] = true;
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(disk.usage(), 0);
+    testing::internal::GetCapturedStderr();
+}
+
+TEST_F(DiskModel, KeepsTheRootVolumeOnceItWasSeen) {
+    volumes().mount("disk1", "/");
+    Disk disk;
+    const VolumePointer root = disk.HD();
+    volumes().unmount("/");
+    disk.handleMountNotifications({});
+    advance(0);
+    EXPECT_TRUE(disk.volumes().empty());
+    EXPECT_EQ(disk.HD(), root);
+}
+
+TEST_F(DiskModel, GivesAVolumesUsageInPercent) {
+    struct Case {
+        std::uint64_t blocks;
+        std::uint64_t freeBlocks;
+        int percent;
+    };
+    const std::vector<Case> cases = {{1000, 400, 60}, {3, 1, 66}, {1000, 1, 99}, {1000, 0, 100},
+                                     {1000, 1000, 0}, {0, 0, 0},  {10, 11, 246}, // -10 percent in 8 bits; meant
+                                     {100, 0, 100}};
+    for (const Case& each : cases) {
+        SCOPED_TRACE(std::to_string(each.blocks) + " " + std::to_string(each.freeBlocks));
+        volumes().mounts.clear();
+        volumes().mount("disk1", "/", each.blocks, each.freeBlocks);
+        const Disk disk;
+        EXPECT_EQ(disk.volumes().at("disk1")->usagePercent(), each.percent);
+    }
+}
+
+// Meant: of 300 percent the low 8 bits.
+TEST_F(DiskModel, KeepsEightBitsOfAUsageBeyondTheirRange) {
+    volumes().mount("disk1", "/", 100, 0);
+    Disk disk;
+    volumes().mounts[0].space = {4096, 300, 0};
+    disk.update();
+    EXPECT_EQ(disk.volumes().at("disk1")->usagePercent(), 300 - 256);
+    EXPECT_EQ(disk.usage(), 300 - 256);
+}
+
+TEST_F(DiskModel, HasNoUsageOfARootWithoutATotal) {
+    volumes().mount("disk1", "/", 0, 0);
+    const Disk disk;
+    EXPECT_EQ(disk.usage(), 0);
+}
+
+TEST_F(DiskModel, EjectsAVolumeAndLeavesItToTheUnmountNotice) {
+    volumes().mount("disk2", "/b");
+    Disk disk;
+    volumes().calls.clear();
+    EXPECT_TRUE(disk.volumes().at("disk2")->eject());
+    advance(0);
+    EXPECT_THAT(volumes().calls, testing::Contains("eject disk2"));
+    EXPECT_THAT(devicesOf(disk), ElementsAre("disk2"));
+}
+
+TEST_F(DiskModel, SaysWhenAnEjectCouldNotBeStarted) {
+    volumes().mount("disk2", "/b");
+    const Disk disk;
+    volumes().disks.clear();
+    EXPECT_FALSE(disk.volumes().at("disk2")->eject());
+}
+
+using DiskModelDeathTest = DiskModel;
+TEST_F(DiskModelDeathTest, StopsWhenTheRootVolumeIsEjected) {
+    volumes().mount("disk1", "/");
+    const Disk disk;
+    EXPECT_DEATH(static_cast<void>(disk.HD()->eject()), "Cannot unmount/eject the root filesystem");
+}
+
+TEST_F(DiskModel, AsksTheDriveAnewForItsStatusAndKeepsTheStoredRecord) {
+    volumes().mount("disk1", "/");
+    volumes().disks["disk1"].smartAncestor = 0;
+    volumes().disks["disk1"].drive.data[2] = 194;
+    volumes().disks["disk1"].drive.data[7] = 30;
+    const Disk disk;
+    const VolumePointer volume = disk.volumes().at("disk1");
+
+    volumes().disks["disk1"].drive.data[7] = 55;
+    volumes().disks["disk1"].drive.exceeded = true;
+    const auto status = volume->smartStatus();
+    ASSERT_TRUE(status);
+    EXPECT_FALSE(status->status);
+    EXPECT_EQ(status->temp, 55.0);
+    EXPECT_EQ(volume->smart()->healthy, 1);
+    EXPECT_EQ(volume->smart()->temperature, 30.0);
+}
+
+TEST_F(DiskModel, HasNoStatusWithoutAStoredRecordNorFromADriveThatIsGone) {
+    volumes().mount("disk1", "/");
+    volumes().mount("disk2", "/b");
+    volumes().disks["disk1"].smartAncestor = 0;
+    const Disk disk;
+    volumes().calls.clear();
+    EXPECT_FALSE(disk.volumes().at("disk2")->smartStatus());
+    EXPECT_TRUE(volumes().calls.empty()); // without asking
+    volumes().disks.erase("disk1");
+    EXPECT_FALSE(disk.volumes().at("disk1")->smartStatus());
+}
+
+} // namespace
+} // namespace sentrel

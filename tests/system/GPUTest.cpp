@@ -1,0 +1,149 @@
+#include <SentrelKit/system/GPU.h>
+
+#include "tests/support/ScriptedMachine.h"
+
+#include <gtest/gtest.h>
+#include <string>
+
+namespace sentrel {
+namespace {
+
+using Bytes = PropertyList::Bytes;
+
+const Bytes intelID{0x66, 0x01, 0, 0};
+const Bytes radeonID{0x41, 0x67, 0, 0};
+
+PropertyList::Dictionary device(const std::string& ioName, const Bytes& deviceID, const std::string& model) {
+    PropertyList::Dictionary properties;
+    properties["IOName"] = ioName;
+    properties["device-id"] = deviceID;
+    properties["model"] = Bytes(model.begin(), model.end());
+    return properties;
+}
+
+const PropertyList::Dictionary intel = device("display", intelID, "Intel HD Graphics 4000");
+const PropertyList::Dictionary radeon = device("display", radeonID, "Radeon R9");
+
+TEST(GPU, TellsIntegratedAndDiscreteApart) {
+    ScriptedMachine machine;
+    machine->graphics().pciDevicesValue = {device("pci8086,1e44", {1, 2, 3, 4}, "Intel bridge"), intel, radeon};
+    const GPU gpu;
+    EXPECT_EQ(gpu.type(), SystemResourceType::gpu);
+    EXPECT_EQ(gpu.integrated(), (GPU::Processor{"Intel HD Graphics 4000", intelID}));
+    EXPECT_EQ(gpu.discrete(), (GPU::Processor{"Radeon R9", radeonID}));
+    EXPECT_TRUE(gpu.hasBoth());
+}
+
+TEST(GPU, FollowsTheDisplayAtEachUpdate) {
+    ScriptedMachine machine;
+    machine->graphics().pciDevicesValue = {intel, radeon};
+    machine->graphics().activeDeviceIDValue = radeonID;
+    GPU gpu;
+    EXPECT_EQ(gpu.name(), "Radeon R9");
+    EXPECT_FALSE(gpu.isUsingIntegratedGPU());
+    EXPECT_TRUE(gpu.isUsingDiscreteGPU());
+    machine->graphics().activeDeviceIDValue = intelID;
+    EXPECT_EQ(gpu.name(), "Radeon R9"); // until it is updated
+    gpu.update();
+    EXPECT_EQ(gpu.name(), "Intel HD Graphics 4000");
+    EXPECT_TRUE(gpu.isUsingIntegratedGPU());
+    EXPECT_FALSE(gpu.isUsingDiscreteGPU());
+}
+
+TEST(GPU, FallsBackToTheIntegratedOneWhenTheDisplayIsNotKnown) {
+    ScriptedMachine machine;
+    machine->graphics().pciDevicesValue = {intel, radeon};
+    for (const std::optional<Bytes>& active :
+         {std::optional<Bytes>(), std::optional<Bytes>(Bytes{}), std::optional<Bytes>(Bytes{0x41, 0x67}),
+          std::optional<Bytes>(Bytes{9, 9, 9, 9})}) {
+        machine->graphics().activeDeviceIDValue = active;
+        EXPECT_EQ(GPU().current(), (GPU::Processor{"Intel HD Graphics 4000", intelID}));
+    }
+}
+
+TEST(GPU, WithOnlyADiscreteOneIsCurrentOnlyWhileItIsActive) {
+    ScriptedMachine machine;
+    machine->graphics().pciDevicesValue = {radeon};
+    GPU gpu;
+    EXPECT_FALSE(gpu.integrated());
+    EXPECT_FALSE(gpu.hasBoth());
+    EXPECT_FALSE(gpu.current());
+    EXPECT_EQ(gpu.name(), "");
+    EXPECT_TRUE(gpu.isUsingIntegratedGPU()); // both absent compare as equal: meant
+    EXPECT_FALSE(gpu.isUsingDiscreteGPU());
+    machine->graphics().activeDeviceIDValue = radeonID;
+    gpu.update();
+    EXPECT_EQ(gpu.current(), (GPU::Processor{"Radeon R9", radeonID}));
+    EXPECT_FALSE(gpu.isUsingIntegratedGPU());
+    EXPECT_TRUE(gpu.isUsingDiscreteGPU());
+}
+
+TEST(GPU, WithOnlyAnIntegratedOneHasNoOtherChoice) {
+    ScriptedMachine machine;
+    machine->graphics().pciDevicesValue = {intel};
+    for (const std::optional<Bytes>& active : {std::optional<Bytes>(), std::optional<Bytes>(radeonID)}) {
+        machine->graphics().activeDeviceIDValue = active;
+        const GPU gpu;
+        EXPECT_EQ(gpu.name(), "Intel HD Graphics 4000");
+        EXPECT_TRUE(gpu.isUsingIntegratedGPU());
+        EXPECT_FALSE(gpu.hasBoth());
+    }
+}
+
+TEST(GPU, NamesAControllerWithoutAModelUnknownAndTakesItForDiscrete) {
+    ScriptedMachine machine;
+    PropertyList::Dictionary nameless = intel;
+    nameless.erase("model");
+    PropertyList::Dictionary mistyped = radeon;
+    mistyped["model"] = "text, not bytes";
+    machine->graphics().pciDevicesValue = {nameless};
+    EXPECT_EQ(GPU().discrete(), (GPU::Processor{"Unknown", intelID}));
+    EXPECT_FALSE(GPU().integrated());
+    machine->graphics().pciDevicesValue = {mistyped};
+    EXPECT_EQ(GPU().discrete(), (GPU::Processor{"Unknown", radeonID}));
+}
+
+TEST(GPU, TakesDisplayInAnyCaseAndNothingElse) {
+    ScriptedMachine machine;
+    for (const char* name : {"Display", "DISPLAY", "display"}) {
+        machine->graphics().pciDevicesValue = {device(name, intelID, "Intel")};
+        EXPECT_TRUE(GPU().integrated()) << name;
+    }
+    PropertyList::Dictionary unnamed = intel;
+    unnamed.erase("IOName");
+    PropertyList::Dictionary mistyped = intel;
+    mistyped["IOName"] = Bytes{'d', 'i', 's', 'p', 'l', 'a', 'y'};
+    machine->graphics().pciDevicesValue = {device("displays", intelID, "Intel"), device("", intelID, "Intel"), unnamed,
+                                           mistyped};
+    EXPECT_FALSE(GPU().integrated());
+}
+
+TEST(GPU, KeepsTheLastOfEachKind) {
+    ScriptedMachine machine;
+    machine->graphics().pciDevicesValue = {intel, radeon, device("display", {5}, "Intel Iris"),
+                                           device("display", {6}, "Radeon Pro")};
+    EXPECT_EQ(GPU().integrated()->name, "Intel Iris");
+    EXPECT_EQ(GPU().discrete()->name, "Radeon Pro");
+}
+
+TEST(GPU, TakesAMissingDeviceIdForAnEmptyOne) {
+    ScriptedMachine machine;
+    PropertyList::Dictionary nameless = radeon;
+    nameless.erase("device-id");
+    machine->graphics().pciDevicesValue = {nameless};
+    EXPECT_EQ(GPU().discrete(), (GPU::Processor{"Radeon R9", {}}));
+}
+
+TEST(GPU, HasNothingWhereTheDevicesCannotBeListed) {
+    ScriptedMachine machine;
+    machine->graphics().pciDevicesValue.reset();
+    machine->graphics().activeDeviceIDValue = radeonID;
+    const GPU gpu;
+    EXPECT_FALSE(gpu.integrated());
+    EXPECT_FALSE(gpu.discrete());
+    EXPECT_FALSE(gpu.current());
+    EXPECT_EQ(gpu.name(), "");
+}
+
+} // namespace
+} // namespace sentrel

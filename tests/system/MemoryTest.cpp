@@ -1,0 +1,127 @@
+#include <SentrelKit/system/Memory.h>
+
+#include "tests/support/ScriptedMachine.h"
+
+#include <cstdio>
+#include <gtest/gtest.h>
+#include <string>
+
+namespace sentrel {
+namespace {
+
+constexpr std::uint64_t page = 4096;
+
+void sample(ScriptedMachine& machine, Memory& memory, std::uint32_t wired, std::uint32_t active,
+            std::uint32_t compressed, std::uint32_t free, std::uint32_t inactive) {
+    platform::VirtualMemoryCounters counters;
+    counters.wire_count = wired;
+    counters.active_count = active;
+    counters.compressor_page_count = compressed;
+    counters.free_count = free;
+    counters.inactive_count = inactive;
+    machine->host().virtualMemoryValue = counters;
+    memory.update();
+}
+
+TEST(Memory, KnowsItsSizeFromTheStartAndIsElseZero) {
+    ScriptedMachine machine;
+    machine->host().physicalMemoryValue = 16ull << 30;
+    const Memory memory;
+    EXPECT_EQ(memory.type(), SystemResourceType::mem);
+    EXPECT_EQ(memory.physical(), 16ull << 30);
+    EXPECT_EQ(memory.wired() + memory.active() + memory.compressed() + memory.free(), 0u);
+    EXPECT_EQ(memory.appMemory() + memory.cachedFiles(), 0u);
+    EXPECT_EQ(memory.pagesIn() + memory.pagesOut() + memory.pagesFault(), 0u);
+    machine->host().physicalMemoryValue.reset();
+    EXPECT_EQ(Memory().physical(), 0u);
+}
+
+TEST(Memory, TakesASampleWithInactiveMemoryAsFree) {
+    ScriptedMachine machine;
+    machine->host().virtualMemoryValue = platform::VirtualMemoryCounters{1, 2, 3, 4, 5, 6, 7, 8, 100, 30, 50};
+    Memory memory;
+    memory.update();
+    EXPECT_EQ(memory.free(), 4 * page); // 1 free, 3 inactive: meant
+    EXPECT_EQ(memory.active(), 2 * page);
+    EXPECT_EQ(memory.wired(), 4 * page);
+    EXPECT_EQ(memory.compressed(), 5 * page);
+    EXPECT_EQ(memory.pagesIn(), 6u);
+    EXPECT_EQ(memory.pagesOut(), 7u);
+    EXPECT_EQ(memory.pagesFault(), 8u);
+    EXPECT_EQ(memory.appMemory(), 70 * page);
+    EXPECT_EQ(memory.cachedFiles(), 80 * page);
+}
+
+TEST(Memory, TellsItsUsageInPercent) {
+    ScriptedMachine machine;
+    Memory memory;
+    sample(machine, memory, 2, 3, 1, 3, 1);
+    EXPECT_EQ(memory.usage(), 60);
+    EXPECT_EQ(memory.percents(), (Memory::Percents{20, 30, 10, 40}));
+}
+
+TEST(Memory, RoundsHalvesAwayFromZeroSoThatThePercentsNeedNotAddUp) {
+    ScriptedMachine machine;
+    Memory memory;
+    sample(machine, memory, 25, 25, 25, 125, 0); // 12.5 % three times, 62.5 %
+    EXPECT_EQ(memory.percents(), (Memory::Percents{13, 13, 13, 63}));
+    EXPECT_EQ(memory.usage(), 38); // 37.5 %
+    sample(machine, memory, 1, 1, 1, 0, 0);
+    EXPECT_EQ(memory.percents(), (Memory::Percents{33, 33, 33, 0}));
+    EXPECT_EQ(memory.usage(), 100);
+}
+
+TEST(Memory, IsZeroPercentBeforeTheFirstSample) {
+    ScriptedMachine machine;
+    const Memory memory;
+    EXPECT_EQ(memory.usage(), 0);
+    EXPECT_EQ(memory.percents(), Memory::Percents{});
+}
+
+TEST(Memory, HoldsTheLargestMachine) {
+    ScriptedMachine machine;
+    Memory memory;
+    const std::uint32_t most = 0xffff'ffffu;
+    sample(machine, memory, most, most, most, most, most);
+    EXPECT_EQ(memory.free(), std::uint64_t{most} * 2 * page);
+    EXPECT_EQ(memory.usage(), 60);
+}
+
+TEST(Memory, KeepsItsFiguresWhenASampleFails) {
+    ScriptedMachine machine;
+    Memory memory;
+    sample(machine, memory, 2, 3, 1, 4, 0);
+    machine->host().virtualMemoryValue.reset();
+    testing::internal::CaptureStderr();
+    memory.update();
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("Error: host_statistics64 -- "), std::string::npos);
+    EXPECT_EQ(memory.wired(), 2 * page);
+    EXPECT_EQ(memory.usage(), 60);
+    sample(machine, memory, 0, 0, 0, 4, 0);
+    EXPECT_EQ(memory.usage(), 0);
+}
+
+TEST(Memory, TellsSwapOnDemand) {
+    ScriptedMachine machine;
+    machine->host().swapUsageValue = platform::SwapUsage{8ull << 30, 6ull << 30, 2ull << 30};
+    const Memory memory;
+    EXPECT_EQ(memory.swap(), (Memory::Swap{8ull << 30, 2ull << 30}));
+}
+
+// Meant: the placeholder stays, and behind it stands where the error text is, not the text.
+TEST(Memory, SaysThatSwapCannotBeToldInItsOwnWay) {
+    ScriptedMachine machine;
+    machine->host().swapUsageValue.reset();
+    const Memory memory;
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(memory.swap(), Memory::Swap{});
+    std::fflush(stdout);
+    const std::string line = testing::internal::GetCapturedStdout();
+    const std::string start = "Cannot get swap statistics -- %@Optional(0x";
+    ASSERT_EQ(line.compare(0, start.size(), start), 0) << line;
+    EXPECT_EQ(line.substr(start.size() + 16), ")\n") << line;
+    EXPECT_EQ(line.find_first_not_of("0123456789abcdef", start.size()), start.size() + 16) << line;
+}
+
+} // namespace
+} // namespace sentrel
