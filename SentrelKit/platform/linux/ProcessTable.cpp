@@ -249,13 +249,16 @@ std::optional<TaskInfo> ProcessTable::readFigures(std::int32_t id, std::uint64_t
     if (!isKnown && !mayMeasure(id))
         return std::nullopt;
 
+    const std::optional<std::uint64_t> pages =
+        stat->lostItsFirstThread() ? files_.residentPagesOfOtherThreads(id) : files_.residentPages(id);
+    if (!pages)
+        return std::nullopt;
+
     TaskInfo figures;
     // The kernel splits only the coarse ticks; the finer total is what counts.
     figures.systemNanoseconds = std::min(stat->systemTicks * tickNanoseconds(), nanoseconds);
     figures.userNanoseconds = nanoseconds - figures.systemNanoseconds;
-    figures.residentBytes =
-        (stat->lostItsFirstThread() ? files_.residentPagesOfOtherThreads(id).value_or(0) : stat->residentPages) *
-        pageSize_;
+    figures.residentBytes = *pages * pageSize_;
     figures.threads = stat->threads;
     figures.startTime = stat->startTicks;
 
