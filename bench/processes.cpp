@@ -32,21 +32,18 @@ namespace {
 
 using namespace sentrel;
 
-constexpr int busyCount = 8;
+constexpr std::size_t busyCount = 8;
 
-// Many processes that wait, of which the first few run for a moment when told to.
+// Many processes that wait, of which the first few run for a moment when told to. It only grows.
 class Crowd {
 public:
-    explicit Crowd(int count) {
-        if (::pipe(tell_.data()) != 0 || ::pipe(answer_.data()) != 0)
-            std::abort();
-        for (int i = 0; i < count; ++i) {
-            const pid_t id = ::fork();
-            if (id == 0)
-                live(i < busyCount);
-            ids_.push_back(id);
-        }
+    static const Crowd& of(std::int64_t count) {
+        static Crowd crowd;
+        while (crowd.ids_.size() < static_cast<std::size_t>(count))
+            crowd.add();
+        return crowd;
     }
+
     ~Crowd() {
         for (const pid_t id : ids_)
             ::kill(id, SIGKILL);
@@ -63,9 +60,9 @@ public:
     // Lets the busy ones run. Each takes one byte, so all of them do.
     void run() const {
         const std::array<char, busyCount> bytes{};
-        if (::write(tell_[1], bytes.data(), bytes.size()) != busyCount)
+        if (::write(tell_[1], bytes.data(), bytes.size()) != static_cast<ssize_t>(busyCount))
             std::abort();
-        for (int i = 0; i < busyCount; ++i) {
+        for (std::size_t i = 0; i < busyCount; ++i) {
             char byte = 0;
             if (::read(answer_[0], &byte, 1) != 1)
                 std::abort();
@@ -81,6 +78,20 @@ public:
     }
 
 private:
+    Crowd() {
+        if (::pipe(tell_.data()) != 0 || ::pipe(answer_.data()) != 0)
+            std::abort();
+    }
+
+    void add() {
+        const pid_t id = ::fork();
+        if (id < 0)
+            std::abort();
+        if (id == 0)
+            live(ids_.size() < busyCount);
+        ids_.push_back(id);
+    }
+
     [[noreturn]] void live(bool isBusy) const {
         ::prctl(PR_SET_PDEATHSIG, SIGKILL);
         for (char byte = 0; isBusy && ::read(tell_[0], &byte, 1) == 1;) {
@@ -143,7 +154,7 @@ void readRaw(int folder, pid_t id, const char* name, std::vector<char>& buffer) 
 }
 
 void listing_raw(benchmark::State& state) {
-    const Crowd crowd(static_cast<int>(state.range(0)));
+    Crowd::of(state.range(0));
     const int folder = ::open("/proc", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     std::vector<char> buffer(32768);
     measure(
@@ -152,7 +163,7 @@ void listing_raw(benchmark::State& state) {
 }
 
 void listing_SentrelKit(benchmark::State& state) {
-    const Crowd crowd(static_cast<int>(state.range(0)));
+    Crowd::of(state.range(0));
     platform::LinuxProcessService service{platform::SystemRoot()};
     service.refreshRunningApplications();
     measure(
@@ -160,7 +171,7 @@ void listing_SentrelKit(benchmark::State& state) {
 }
 
 void listing_SentrelKit_nothing_started(benchmark::State& state) {
-    const Crowd crowd(static_cast<int>(state.range(0)));
+    Crowd::of(state.range(0));
     platform::LinuxProcessService service{platform::SystemRoot()};
     service.refreshRunningApplications();
     measure(
@@ -169,7 +180,7 @@ void listing_SentrelKit_nothing_started(benchmark::State& state) {
 
 // The floor of a sample: the listing, a process clock each, and the whole record of those that ran.
 void sample_raw(benchmark::State& state) {
-    const Crowd crowd(static_cast<int>(state.range(0)));
+    const Crowd& crowd = Crowd::of(state.range(0));
     const int folder = ::open("/proc", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     std::vector<char> buffer(32768);
     std::vector<clockid_t> clocks;
@@ -186,18 +197,25 @@ void sample_raw(benchmark::State& state) {
                 timespec time{};
                 benchmark::DoNotOptimize(::clock_gettime(clock, &time));
             }
-            for (int i = 0; i < busyCount; ++i) {
-                readRaw(folder, crowd.ids()[static_cast<std::size_t>(i)], "stat", buffer);
-                readRaw(folder, crowd.ids()[static_cast<std::size_t>(i)], "statm", buffer);
+            for (std::size_t i = 0; i < busyCount; ++i) {
+                readRaw(folder, crowd.ids()[i], "stat", buffer);
+                readRaw(folder, crowd.ids()[i], "statm", buffer);
             }
         });
     ::close(folder);
 }
 
-void sample_SentrelKit(benchmark::State& state) {
-    const Crowd crowd(static_cast<int>(state.range(0)));
-    Applications applications;
+// Lets the second reading of new processes pass.
+void settle(Applications& applications) {
     applications.update();
+    ::usleep(600'000);
+    applications.update();
+}
+
+void sample_SentrelKit(benchmark::State& state) {
+    const Crowd& crowd = Crowd::of(state.range(0));
+    Applications applications;
+    settle(applications);
     measure(
         state, [&] { crowd.run(); }, [&] { applications.update(); });
     if (applications.count() < state.range(0))
@@ -206,9 +224,9 @@ void sample_SentrelKit(benchmark::State& state) {
 
 // The same, after a process came and went: with a listing.
 void sample_SentrelKit_with_listing(benchmark::State& state) {
-    const Crowd crowd(static_cast<int>(state.range(0)));
+    const Crowd& crowd = Crowd::of(state.range(0));
     Applications applications;
-    applications.update();
+    settle(applications);
     measure(
         state,
         [&] {
@@ -234,7 +252,7 @@ private:
 };
 
 void sample_SentrelKit_all_memory_due(benchmark::State& state) {
-    const Crowd crowd(static_cast<int>(state.range(0)));
+    const Crowd& crowd = Crowd::of(state.range(0));
     platform::LinuxProcessService service{platform::SystemRoot(), std::make_unique<HastyClocks>()};
     service.refreshRunningApplications();
     for (const pid_t id : crowd.ids())
@@ -248,7 +266,7 @@ void sample_SentrelKit_all_memory_due(benchmark::State& state) {
 }
 
 void sample_libproc2(benchmark::State& state) {
-    const Crowd crowd(static_cast<int>(state.range(0)));
+    const Crowd& crowd = Crowd::of(state.range(0));
     std::array<pids_item, 5> items{PIDS_ID_PID, PIDS_TICS_ALL, PIDS_RSS, PIDS_NLWP, PIDS_TICS_BEGAN};
     pids_info* info = nullptr;
     if (procps_pids_new(&info, items.data(), static_cast<int>(items.size())) < 0) {
@@ -266,7 +284,7 @@ void sample_libproc2(benchmark::State& state) {
 }
 
 void sample_libgtop(benchmark::State& state) {
-    const Crowd crowd(static_cast<int>(state.range(0)));
+    const Crowd& crowd = Crowd::of(state.range(0));
     glibtop_init();
     measure(
         state, [&] { crowd.run(); },
@@ -285,18 +303,22 @@ void sample_libgtop(benchmark::State& state) {
         });
 }
 
-void crowds(benchmark::internal::Benchmark* benchmark) {
-    benchmark->Arg(100)->Arg(1000)->Arg(4000)->UseManualTime()->Unit(benchmark::kMicrosecond);
-}
-
-BENCHMARK(listing_raw)->Apply(crowds);
-BENCHMARK(listing_SentrelKit)->Apply(crowds);
-BENCHMARK(listing_SentrelKit_nothing_started)->Apply(crowds);
-BENCHMARK(sample_raw)->Apply(crowds);
-BENCHMARK(sample_SentrelKit)->Apply(crowds);
-BENCHMARK(sample_SentrelKit_with_listing)->Apply(crowds);
-BENCHMARK(sample_SentrelKit_all_memory_due)->Apply(crowds);
-BENCHMARK(sample_libproc2)->Apply(crowds);
-BENCHMARK(sample_libgtop)->Apply(crowds);
+const bool areRegistered = [] {
+    for (const int count : {100, 1000, 4000}) {
+        const auto add = [count](const char* name, void (*function)(benchmark::State&)) {
+            benchmark::RegisterBenchmark(name, function)->Arg(count)->UseManualTime()->Unit(benchmark::kMicrosecond);
+        };
+        add("listing/raw", listing_raw);
+        add("listing/SentrelKit", listing_SentrelKit);
+        add("listing/SentrelKit, nothing started", listing_SentrelKit_nothing_started);
+        add("sample/raw", sample_raw);
+        add("sample/SentrelKit", sample_SentrelKit);
+        add("sample/SentrelKit, with listing", sample_SentrelKit_with_listing);
+        add("sample/SentrelKit, all memory due", sample_SentrelKit_all_memory_due);
+        add("sample/libproc2", sample_libproc2);
+        add("sample/libgtop", sample_libgtop);
+    }
+    return true;
+}();
 
 } // namespace
