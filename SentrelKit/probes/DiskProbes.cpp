@@ -54,9 +54,9 @@ void setSpace(DiskData& data, const platform::FileSystemSpace& space) {
 }
 
 bool isAccepted(const platform::MountedFileSystem& mount, const platform::AcceptedTypes& types) {
-    if (mount.isRoot && types.anyRoot)
-        return true;
-    return std::find(types.names.begin(), types.names.end(), mount.type) != types.names.end() && !mount.dontBrowse;
+    const bool isAcceptedType = (mount.isRoot && types.anyRoot) ||
+                                std::find(types.names.begin(), types.names.end(), mount.type) != types.names.end();
+    return isAcceptedType && !mount.dontBrowse;
 }
 
 void describe(platform::DiskSession& session, const char* bsdName, char* name, char* model) {

@@ -8,7 +8,7 @@ namespace sentrel {
 
 namespace {
 
-// The exact difference as a double, also where it does not fit 64 bits after a wrap.
+// Bytes per second over a gap in milliseconds. A difference beyond 64 bits keeps its low ones.
 double rate(std::int64_t now, std::int64_t before, std::int64_t gap) {
     const auto difference =
         static_cast<std::int64_t>(static_cast<std::uint64_t>(now) - static_cast<std::uint64_t>(before));

@@ -1,0 +1,199 @@
+// One sample of the mounted volumes: beside the raw system calls on descriptors that this program keeps open (the
+// library must not: a kept descriptor would keep a volume from being unmounted), and beside two peers. The volumes are
+// small loop-mounted images in a mount namespace of this program's own; it needs root.
+// links: libgtop-2.0 libstatgrab
+
+#include <SentrelKit/platform/Platform.h>
+#include <SentrelKit/platform/VolumeService.h>
+#include <SentrelKit/probes/SystemManager.h>
+#include <SentrelKit/system/Disk/Disk.h>
+
+#include <array>
+#include <benchmark/benchmark.h>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <glibtop.h>
+#include <glibtop/fsusage.h>
+#include <linux/loop.h>
+#include <memory>
+#include <new>
+#include <sched.h>
+#include <statgrab.h>
+#include <string>
+#include <sys/ioctl.h>
+#include <sys/mount.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::size_t allocations = 0;
+
+// Before any thread starts.
+const bool isApart = ::unshare(CLONE_NEWNS) == 0 && ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
+
+// So many mounted images. The loop devices are new ones and go with them.
+class Images {
+public:
+    explicit Images(int count) : control_(::open("/dev/loop-control", O_RDWR | O_CLOEXEC)) {
+        std::string name = (fs::temp_directory_path() / "sentrel-bench-XXXXXX").string();
+        folder_ = mkdtemp(name.data());
+        const fs::path first = folder_ / "image";
+        const std::string make =
+            "truncate -s 1M " + first.string() + " && mkfs.ext4 -q -F -O ^has_journal " + first.string();
+        isWhole_ = isApart && control_ >= 0 && std::system(make.c_str()) == 0;
+        for (int i = 0; i < count && isWhole_; ++i)
+            isWhole_ = add(first, 1000 + i);
+    }
+    ~Images() {
+        for (const std::string& path : paths)
+            ::umount2(path.c_str(), MNT_DETACH);
+        for (const int number : numbers_) {
+            const std::string node = "/dev/loop" + std::to_string(number);
+            const int device = ::open(node.c_str(), O_RDONLY | O_CLOEXEC);
+            ::ioctl(device, LOOP_CLR_FD);
+            ::close(device);
+            ::ioctl(control_, LOOP_CTL_REMOVE, number);
+        }
+        ::close(control_);
+        fs::remove_all(folder_);
+    }
+    Images(const Images&) = delete;
+    Images& operator=(const Images&) = delete;
+
+    [[nodiscard]] bool isWhole() const { return isWhole_; }
+
+    std::vector<std::string> paths;
+    std::vector<std::string> devices;
+
+private:
+    bool add(const fs::path& first, int number) {
+        if (::ioctl(control_, LOOP_CTL_ADD, number) < 0)
+            return false;
+        numbers_.push_back(number);
+        const fs::path image = folder_ / ("image" + std::to_string(number));
+        const fs::path point = folder_ / ("mnt" + std::to_string(number));
+        fs::copy_file(first, image);
+        fs::create_directory(point);
+        const std::string device = "loop" + std::to_string(number);
+        const int node = ::open(("/dev/" + device).c_str(), O_RDWR | O_CLOEXEC);
+        const int backing = ::open(image.c_str(), O_RDWR | O_CLOEXEC);
+        const bool isAttached = ::ioctl(node, LOOP_SET_FD, backing) == 0;
+        ::close(backing);
+        ::close(node);
+        if (!isAttached || ::mount(("/dev/" + device).c_str(), point.c_str(), "ext4", 0, nullptr) != 0)
+            return false;
+        devices.push_back(device);
+        paths.push_back(point.string());
+        return true;
+    }
+
+    fs::path folder_;
+    int control_;
+    std::vector<int> numbers_;
+    bool isWhole_ = false;
+};
+
+void update(benchmark::State& state) {
+    const Images images(static_cast<int>(state.range(0)) - 1); // the root volume is one, too
+    if (!images.isWhole()) {
+        state.SkipWithError("no loop-mounted images");
+        return;
+    }
+    if (!sentrel::probes::System->daSession)
+        sentrel::probes::System->daSession = sentrel::platform::current().volumes().openSession();
+    sentrel::Disk disk;
+    if (disk.volumes().size() != static_cast<std::size_t>(state.range(0))) {
+        state.SkipWithError("not every image is a volume");
+        return;
+    }
+    disk.update();
+    const std::size_t before = allocations;
+    for (auto _ : state)
+        disk.update();
+    state.counters["new"] =
+        benchmark::Counter(static_cast<double>(allocations - before), benchmark::Counter::kAvgIterations);
+}
+
+// fstatvfs and pread on kept descriptors: what the figures cost at least.
+void floorOfUpdate(benchmark::State& state) {
+    Images images(static_cast<int>(state.range(0)) - 1);
+    if (!images.isWhole()) {
+        state.SkipWithError("no loop-mounted images");
+        return;
+    }
+    images.paths.emplace_back("/");
+    images.devices.push_back(images.devices.empty() ? "loop0" : images.devices.front());
+    std::vector<int> folders;
+    std::vector<int> counters;
+    for (std::size_t i = 0; i < images.paths.size(); ++i) {
+        folders.push_back(::open(images.paths[i].c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        counters.push_back(::open(("/sys/class/block/" + images.devices[i] + "/stat").c_str(), O_RDONLY | O_CLOEXEC));
+    }
+    std::array<char, 512> text{};
+    for (auto _ : state) {
+        for (std::size_t i = 0; i < folders.size(); ++i) {
+            struct statvfs space {};
+            if (::fstatvfs(folders[i], &space) != 0 || ::pread(counters[i], text.data(), text.size(), 0) <= 0)
+                state.SkipWithError("no figures");
+            benchmark::DoNotOptimize(space);
+            benchmark::DoNotOptimize(text);
+        }
+    }
+    for (const int folder : folders)
+        ::close(folder);
+    for (const int counter : counters)
+        ::close(counter);
+}
+
+// The space and counters of each volume by its path.
+void libgtop(benchmark::State& state) {
+    Images images(static_cast<int>(state.range(0)) - 1);
+    images.paths.emplace_back("/");
+    glibtop_init();
+    for (auto _ : state) {
+        for (const std::string& path : images.paths) {
+            glibtop_fsusage usage;
+            glibtop_get_fsusage(&usage, path.c_str());
+            benchmark::DoNotOptimize(usage);
+        }
+    }
+}
+
+// Space of all file systems and counters of all disks.
+void libstatgrab(benchmark::State& state) {
+    const Images images(static_cast<int>(state.range(0)) - 1);
+    sg_init(1);
+    for (auto _ : state) {
+        std::size_t count = 0;
+        benchmark::DoNotOptimize(sg_get_fs_stats(&count));
+        benchmark::DoNotOptimize(sg_get_disk_io_stats(&count));
+    }
+    sg_shutdown();
+}
+
+BENCHMARK(floorOfUpdate)->Arg(1)->Arg(10)->Arg(200)->Unit(benchmark::kMicrosecond);
+BENCHMARK(update)->Arg(1)->Arg(10)->Arg(200)->Unit(benchmark::kMicrosecond);
+BENCHMARK(libgtop)->Arg(1)->Arg(10)->Arg(200)->Unit(benchmark::kMicrosecond);
+BENCHMARK(libstatgrab)->Arg(1)->Arg(10)->Arg(200)->Unit(benchmark::kMicrosecond);
+
+} // namespace
+
+void* operator new(std::size_t size) {
+    ++allocations;
+    if (void* block = std::malloc(size))
+        return block;
+    throw std::bad_alloc();
+}
+void operator delete(void* block) noexcept {
+    std::free(block);
+}
+void operator delete(void* block, std::size_t) noexcept {
+    std::free(block);
+}

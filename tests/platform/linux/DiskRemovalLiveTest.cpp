@@ -1,0 +1,350 @@
+// Unmounting and ejecting for real: by the system calls, and by a storage service on a system bus of the test's own.
+
+#include <SentrelKit/probes/DiskProbes.h>
+
+#include "../../support/Await.h"
+#include "../../support/LoopDisk.h"
+#include "../../support/MountNamespace.h"
+#include "../../support/PrivateBus.h"
+
+#include <SentrelKit/platform/Dispatch.h>
+#include <SentrelKit/platform/Platform.h>
+#include <atomic>
+#include <chrono>
+#include <fcntl.h>
+#include <functional>
+#include <gio/gio.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <linux/loop.h>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+namespace sentrel::platform {
+namespace {
+
+using testing::ElementsAre;
+
+class OwnNamespace final : public testing::Environment {
+    void SetUp() override { enterOwnMountNamespace(); }
+};
+const testing::Environment* const ownNamespace = testing::AddGlobalTestEnvironment(new OwnNamespace);
+
+bool isMounted(const LoopDisk& image) {
+    struct stat point {};
+    struct stat above {};
+    return ::stat(image.path().c_str(), &point) == 0 && ::stat((image.path() + "/..").c_str(), &above) == 0 &&
+           point.st_dev != above.st_dev;
+}
+
+bool isAttached(const LoopDisk& image) {
+    const int device = ::open(image.node().c_str(), O_RDONLY | O_CLOEXEC);
+    loop_info64 info{};
+    const bool attached = ::ioctl(device, LOOP_GET_STATUS64, &info) == 0;
+    ::close(device);
+    return attached;
+}
+
+// Waits for what the kernel tells nobody.
+bool comesTrue(const std::function<bool()>& condition) {
+    for (int i = 0; i < 1000; ++i) {
+        if (condition())
+            return true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return false;
+}
+
+// No message bus for a scope.
+class NoBus {
+    EnvironmentGuard address_{"DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus"};
+};
+
+// The answer to one whole-disk unmount, awaited.
+struct Unmounted {
+    bool isRefused = false;
+    std::string reason;
+};
+
+std::optional<Unmounted> unmountWhole(DiskSession& session, const std::string& device, bool force = false) {
+    const std::shared_ptr<Disk> disk = session.disk(device);
+    if (!disk)
+        return std::nullopt;
+    Event done;
+    Unmounted answer;
+    session.setQueue(dispatch::backgroundQueue());
+    disk->wholeDisk()->unmount({.whole = true, .force = force},
+                               [&](const std::shared_ptr<Disk>&, const Dissenter* dissenter) {
+                                   answer.isRefused = dissenter != nullptr;
+                                   answer.reason = dissenter ? dissenter->reason : "";
+                                   done.happened();
+                               });
+    if (!done.await())
+        return std::nullopt;
+    return answer;
+}
+
+class LiveRemoval : public testing::Test {
+protected:
+    void SetUp() override {
+        if (!inOwnMountNamespace())
+            GTEST_SKIP() << "no right to a mount namespace";
+        if (::access("/dev/loop-control", W_OK) != 0)
+            GTEST_SKIP() << "no loop devices";
+    }
+
+    static VolumeService& volumes() { return current().volumes(); }
+};
+
+TEST_F(LiveRemoval, UnmountsByTheSystemCallsWhereThereIsNoService) {
+    const NoBus noBus;
+    const LoopDisk image("CALLS", 16);
+    image.mount();
+    const auto session = volumes().openSession();
+    const auto answer = unmountWhole(*session, image.device());
+    ASSERT_TRUE(answer);
+    EXPECT_FALSE(answer->isRefused) << answer->reason;
+    EXPECT_FALSE(isMounted(image));
+}
+
+TEST_F(LiveRemoval, IsRefusedWhereAFileIsOpenAndDoesItAllTheSameByForce) {
+    const NoBus noBus;
+    const LoopDisk image("BUSY", 16);
+    image.mount();
+    const int file = ::open((image.path() + "/open").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    ASSERT_GE(file, 0);
+    const auto session = volumes().openSession();
+    auto answer = unmountWhole(*session, image.device());
+    ASSERT_TRUE(answer);
+    EXPECT_TRUE(answer->isRefused);
+    EXPECT_EQ(answer->reason, "Device or resource busy");
+    EXPECT_TRUE(isMounted(image));
+    answer = unmountWhole(*session, image.device(), true);
+    ASSERT_TRUE(answer);
+    EXPECT_FALSE(answer->isRefused);
+    EXPECT_FALSE(isMounted(image));
+    ::close(file);
+}
+
+TEST_F(LiveRemoval, UnmountsWithoutAQueueAndCallsNobodyBack) {
+    const NoBus noBus;
+    const LoopDisk image("QUIET", 16);
+    image.mount();
+    const auto called = std::make_shared<std::atomic<bool>>(false);
+    {
+        const auto session = volumes().openSession();
+        session->disk(image.device())->unmount({.whole = true}, [called](const auto&, const auto*) { *called = true; });
+        EXPECT_TRUE(comesTrue([&] { return !isMounted(image); }));
+    }
+    EXPECT_FALSE(*called);
+}
+
+TEST_F(LiveRemoval, EjectsAnImageByLettingItsFileGo) {
+    const NoBus noBus;
+    const LoopDisk image("EJECT", 16);
+    image.mount();
+    EXPECT_EQ(probes::_ejectDisk(image.device().c_str()), 1);
+    EXPECT_TRUE(comesTrue([&] { return !isMounted(image) && !isAttached(image); }));
+}
+
+// A storage service with one block device on one drive, on a bus daemon of the test's own.
+class StorageService {
+public:
+    // What to answer to each call of "Unmount" in turn; then success.
+    enum class Answer { success, busy, leave };
+
+    explicit StorageService(std::string node, std::vector<Answer> answers = {})
+        : node_(std::move(node)), answers_(std::move(answers)) {
+        thread_ = std::thread([this] { serve(); });
+        if (!ready_.await())
+            throw std::runtime_error("no storage service");
+    }
+    ~StorageService() {
+        g_main_context_invoke(context_, quit, this);
+        thread_.join();
+    }
+    StorageService(const StorageService&) = delete;
+    StorageService& operator=(const StorageService&) = delete;
+
+    [[nodiscard]] std::vector<std::string> calls() {
+        const std::lock_guard lock(mutex_);
+        return calls_;
+    }
+    [[nodiscard]] bool awaitCalls(int count) { return called_.await(count); }
+
+private:
+    static constexpr const char* introspection =
+        "<node>"
+        "<interface name='org.freedesktop.UDisks2.Manager'><method name='ResolveDevice'>"
+        "<arg type='a{sv}' direction='in'/><arg type='a{sv}' direction='in'/><arg type='ao' direction='out'/>"
+        "</method></interface>"
+        "<interface name='org.freedesktop.UDisks2.Filesystem'><method name='Unmount'>"
+        "<arg type='a{sv}' direction='in'/></method></interface>"
+        "<interface name='org.freedesktop.UDisks2.Block'><property name='Drive' type='o' access='read'/></interface>"
+        "<interface name='org.freedesktop.UDisks2.Drive'><method name='Eject'>"
+        "<arg type='a{sv}' direction='in'/></method></interface>"
+        "</node>";
+    static constexpr const char* blockPath = "/org/freedesktop/UDisks2/block_devices/disk";
+    static constexpr const char* drivePath = "/org/freedesktop/UDisks2/drives/drive";
+
+    static gboolean quit(gpointer self) {
+        g_main_loop_quit(static_cast<StorageService*>(self)->loop_);
+        return G_SOURCE_REMOVE;
+    }
+
+    void serve() {
+        context_ = g_main_context_new();
+        g_main_context_push_thread_default(context_);
+        loop_ = g_main_loop_new(context_, FALSE);
+        connection_ = g_dbus_connection_new_for_address_sync(
+            bus_.address().c_str(),
+            static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                              G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
+            nullptr, nullptr, nullptr);
+        GDBusNodeInfo* node = g_dbus_node_info_new_for_xml(introspection, nullptr);
+        const GDBusInterfaceVTable table{call, property, nullptr, {}};
+        for (GDBusInterfaceInfo** interface = node->interfaces; *interface; ++interface) {
+            const std::string name = (*interface)->name;
+            const char* path = name.ends_with("Manager") ? "/org/freedesktop/UDisks2/Manager"
+                               : name.ends_with("Drive") ? drivePath
+                                                         : blockPath;
+            g_dbus_connection_register_object(connection_, path, *interface, &table, this, nullptr, nullptr);
+        }
+        g_bus_own_name_on_connection(connection_, "org.freedesktop.UDisks2", G_BUS_NAME_OWNER_FLAGS_NONE, acquired,
+                                     nullptr, this, nullptr);
+        g_main_loop_run(loop_);
+        if (connection_) {
+            g_dbus_connection_close_sync(connection_, nullptr, nullptr);
+            g_object_unref(connection_);
+        }
+        g_dbus_node_info_unref(node);
+        g_main_loop_unref(loop_);
+        g_main_context_pop_thread_default(context_);
+        g_main_context_unref(context_);
+    }
+
+    static void acquired(GDBusConnection*, const gchar*, gpointer self) {
+        static_cast<StorageService*>(self)->ready_.happened();
+    }
+
+    static GVariant* property(GDBusConnection*, const gchar*, const gchar*, const gchar*, const gchar*, GError**,
+                              gpointer) {
+        return g_variant_new_object_path(drivePath);
+    }
+
+    static void call(GDBusConnection*, const gchar*, const gchar*, const gchar*, const gchar* method,
+                     GVariant* arguments, GDBusMethodInvocation* invocation, gpointer self) {
+        static_cast<StorageService*>(self)->answer(method, arguments, invocation);
+    }
+
+    void answer(const std::string& method, GVariant* arguments, GDBusMethodInvocation* invocation) {
+        GVariant* first = g_variant_get_child_value(arguments, 0);
+        if (method == "ResolveDevice") {
+            const gchar* path = nullptr;
+            const bool isKnown = g_variant_lookup(first, "path", "&s", &path) && node_ == path;
+            GVariantBuilder objects;
+            g_variant_builder_init(&objects, G_VARIANT_TYPE("ao"));
+            if (isKnown)
+                g_variant_builder_add(&objects, "o", blockPath);
+            g_dbus_method_invocation_return_value(invocation, g_variant_new("(ao)", &objects));
+            g_variant_unref(first);
+            return;
+        }
+        gboolean force = FALSE;
+        g_variant_lookup(first, "force", "b", &force);
+        g_variant_unref(first);
+        Answer next = Answer::success;
+        {
+            const std::lock_guard lock(mutex_);
+            calls_.push_back(method + (force ? " force" : ""));
+            if (method == "Unmount" && !answers_.empty()) {
+                next = answers_.front();
+                answers_.erase(answers_.begin());
+            }
+        }
+        if (next == Answer::success) {
+            g_dbus_method_invocation_return_value(invocation, nullptr);
+        } else if (next == Answer::busy) {
+            g_dbus_method_invocation_return_dbus_error(invocation, "org.freedesktop.UDisks2.Error.DeviceBusy",
+                                                       "target is busy");
+        } else { // gone without an answer
+            g_dbus_connection_close_sync(connection_, nullptr, nullptr);
+            g_object_unref(invocation);
+        }
+        called_.happened();
+    }
+
+    const std::string node_;
+    std::mutex mutex_;
+    std::vector<Answer> answers_;
+    std::vector<std::string> calls_;
+    PrivateBus bus_;
+    GMainContext* context_ = nullptr;
+    GMainLoop* loop_ = nullptr;
+    GDBusConnection* connection_ = nullptr;
+    Event ready_;
+    Event called_;
+    std::thread thread_;
+};
+
+TEST_F(LiveRemoval, LeavesUnmountAndEjectToTheService) {
+    const LoopDisk image("SERVED", 16);
+    image.mount();
+    StorageService service(image.node());
+    EXPECT_EQ(probes::_ejectDisk(image.device().c_str()), 1);
+    ASSERT_TRUE(service.awaitCalls(2));
+    EXPECT_THAT(service.calls(), ElementsAre("Unmount", "Eject"));
+    EXPECT_TRUE(isMounted(image)); // this service only says that it did it
+}
+
+TEST_F(LiveRemoval, RepeatsARefusedUnmountByForceThroughTheService) {
+    const LoopDisk image("REFUSED", 16);
+    image.mount();
+    StorageService service(image.node(), {StorageService::Answer::busy});
+    EXPECT_EQ(probes::_ejectDisk(image.device().c_str()), 1);
+    ASSERT_TRUE(service.awaitCalls(3));
+    EXPECT_THAT(service.calls(), ElementsAre("Unmount", "Unmount force", "Eject"));
+}
+
+TEST_F(LiveRemoval, TellsTheServicesReason) {
+    const LoopDisk image("REASON", 16);
+    image.mount();
+    StorageService service(image.node(), {StorageService::Answer::busy});
+    const auto session = volumes().openSession();
+    const auto answer = unmountWhole(*session, image.device());
+    ASSERT_TRUE(answer);
+    EXPECT_TRUE(answer->isRefused);
+    EXPECT_THAT(answer->reason, testing::HasSubstr("target is busy"));
+}
+
+TEST_F(LiveRemoval, GoesOnByTheSystemCallsWhenTheServiceGoesInTheMiddle) {
+    const LoopDisk image("GONE", 16);
+    image.mount();
+    StorageService service(image.node(), {StorageService::Answer::leave});
+    EXPECT_EQ(probes::_ejectDisk(image.device().c_str()), 1);
+    EXPECT_TRUE(comesTrue([&] { return !isMounted(image) && !isAttached(image); })); // by the forced retry
+    EXPECT_THAT(service.calls(), ElementsAre("Unmount"));
+}
+
+TEST_F(LiveRemoval, UsesTheSystemCallsForADeviceThatTheServiceDoesNotKnow) {
+    const LoopDisk image("UNKNOWN", 16);
+    image.mount();
+    const StorageService service("/dev/other");
+    const auto session = volumes().openSession();
+    const auto answer = unmountWhole(*session, image.device());
+    ASSERT_TRUE(answer);
+    EXPECT_FALSE(answer->isRefused);
+    EXPECT_FALSE(isMounted(image));
+}
+
+} // namespace
+} // namespace sentrel::platform
