@@ -12,6 +12,26 @@
 #include <thread>
 #include <vector>
 
+namespace {
+
+std::atomic<std::size_t> allocations{0};
+
+} // namespace
+
+/// Counts what the program takes from the heap.
+void* operator new(std::size_t size) {
+    ++allocations;
+    if (void* memory = std::malloc(size))
+        return memory;
+    throw std::bad_alloc();
+}
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+
 namespace sentrel {
 namespace {
 
@@ -556,6 +576,20 @@ TEST_F(SignalTest, WhatADroppedCallbackHeldMaySubscribeFromItsDestructor) {
     signal.fire(1);
     signal.fire(2);
     EXPECT_THAT(received, testing::Contains(2));
+}
+
+TEST_F(SignalTest, AFireWithoutDeadOwnersAllocatesNothing) {
+    int sum = 0;
+    for (int i = 0; i < 100; ++i)
+        signal.listen(owner, [&sum](int value) { sum += value; })->filter([](int value) { return value > 0; });
+    const std::size_t before = allocations;
+    for (int i = 0; i < 10; ++i)
+        signal.fire(i);
+    const std::size_t after = allocations;
+    EXPECT_EQ(after, before);
+    EXPECT_EQ(sum, 4500);
+    signal.listen(owner, [](int) {});
+    EXPECT_GT(allocations, after) << "the count works";
 }
 
 TEST_F(SignalTest, AHandleMayOutliveItsChannel) {
