@@ -163,16 +163,16 @@ BENCHMARK(memoryLibproc2);
 
 } // namespace
 
-// What a sample allocates shows in its column "new".
-void* operator new(std::size_t size) {
+// What a sample allocates shows in its column "new". Not inlined, or the compiler takes the pair for a mismatched one.
+[[gnu::noinline]] void* operator new(std::size_t size) {
     ++allocations;
     if (void* block = std::malloc(size > 0 ? size : 1))
         return block;
     throw std::bad_alloc();
 }
-void operator delete(void* block) noexcept {
+[[gnu::noinline]] void operator delete(void* block) noexcept {
     std::free(block);
 }
-void operator delete(void* block, std::size_t) noexcept {
+[[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept {
     std::free(block);
 }

@@ -1,12 +1,54 @@
 #pragma once
 
-#include <SentrelKit/Export.h>
+/// Where preferences are kept: named suites of values by key, shared by every process of the user that opens a suite of
+/// the same name.
+
+#include <SentrelKit/platform/PropertyList.h>
+
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
 
 namespace sentrel::platform {
+
+/// One suite. Every member may be called from any thread. A change is visible to every process at its next read; each
+/// change returns whether it was kept, and one that was not leaves the suite as it was.
+class SENTREL_API PreferenceSuite {
+public:
+    virtual ~PreferenceSuite() = default;
+
+    /// The value of a key; absent when there is none, or when the suite cannot be read.
+    [[nodiscard]] virtual std::optional<PropertyList> object(std::string_view key) const = 0;
+
+    /// The value of a key as an address, if it is one. Addresses are kept in a form of the platform's choice, which
+    /// `object` returns: the path of a file address as text, any other address as bytes.
+    [[nodiscard]] virtual std::optional<PropertyList::Address> address(std::string_view key) const = 0;
+
+    [[nodiscard]] virtual bool setDouble(std::string_view key, double value) = 0;
+    [[nodiscard]] virtual bool setInteger(std::string_view key, std::int64_t value) = 0;
+    [[nodiscard]] virtual bool setBoolean(std::string_view key, bool value) = 0;
+    [[nodiscard]] virtual bool setAddress(std::string_view key, const PropertyList::Address& value) = 0;
+
+    /// Keeps text, bytes, a date, a list or a dictionary. Fails for what a property list cannot hold: nothing, a text
+    /// that is not UTF-8, an address inside a list or dictionary.
+    [[nodiscard]] virtual bool setObject(std::string_view key, const PropertyList& value) = 0;
+
+    /// Removes keys. Removing a key that is not there is no failure.
+    [[nodiscard]] virtual bool remove(std::span<const std::string> keys) = 0;
+
+    /// All keys, in no particular order; none when the suite cannot be read.
+    [[nodiscard]] virtual std::vector<std::string> keys() const = 0;
+};
 
 class SENTREL_API PreferenceStore {
 public:
     virtual ~PreferenceStore() = default;
+
+    /// The suite of a name, the same object for the same name. Null when no suite can have that name. Any thread.
+    [[nodiscard]] virtual std::shared_ptr<PreferenceSuite> suite(const std::string& name) = 0;
 };
 
 } // namespace sentrel::platform

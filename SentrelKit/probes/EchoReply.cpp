@@ -2,19 +2,20 @@
 
 #include <SentrelKit/base/io/InputStream.h>
 #include <SentrelKit/base/util/Str.h>
-#include <SentrelKit/platform/Clock.h>
-#include <SentrelKit/platform/Platform.h>
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstring>
 
 namespace sentrel::probes {
 
 namespace {
 
+// The waits are those of real sockets, so their limit is of real time, under a scripted clock too.
 std::int64_t monotonicMilliseconds() {
-    return platform::current().clock().monotonicNanoseconds() / 1'000'000;
+    using namespace std::chrono;
+    return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
 }
 
 /// As InputStream_readLine, but a sender that trickles cannot hold a line up for longer than the reply may take.

@@ -17,6 +17,9 @@
 #include <cctype>
 #include <cstdlib>
 #include <cstring>
+#include <span>
+#include <string_view>
+#include <vector>
 
 namespace sentrel::probes {
 
@@ -93,42 +96,79 @@ bool isActive(platform::NetworkService& network, std::string_view name) {
     return media && media->valid && media->active;
 }
 
-// The first address that converts; empty if none does, or the one that does converts to nothing.
-void convertFirstAddress(const platform::InterfaceInfo& interface, char* text, std::uint32_t size) {
-    for (const platform::SocketAddress& address : interface.addresses) {
-        text[0] = '\0';
-        if (!address.empty() && Net_getAddrInfo(reinterpret_cast<const sockaddr*>(address.data()),
-                                                static_cast<std::uint32_t>(address.size()), text, size) == 0)
+/// The texts of one interface, kept from one listing to the next: converting them takes longer than all the rest, for a
+/// link-local address even system calls.
+class InterfaceTexts {
+public:
+    /// Makes the texts those of this interface.
+    void take(const platform::InterfaceInfo& interface) {
+        const platform::SocketAddress first =
+            interface.addresses.empty() ? platform::SocketAddress() : interface.addresses[0];
+        if (valid_ && index_ == interface.index && interface.name == name() &&
+            same(interface.hardwareAddress, hardware_) && same(first, first_))
             return;
+        index_ = interface.index;
+        name_[interface.name.copy(name_.data(), name_.size() - 1)] = '\0';
+        hardware_.assign(interface.hardwareAddress.begin(), interface.hardwareAddress.end());
+        first_.assign(first.begin(), first.end());
+        Net_mac2str(mac_.data(), hardware_.size() >= macBytes ? hardware_.data() : nullptr);
+        // Only what the first address gives can be known to hold while it stays.
+        valid_ = convert(first);
+        for (std::size_t next = 1; !valid_ && next < interface.addresses.size(); ++next) {
+            if (convert(interface.addresses[next]))
+                break;
+        }
     }
-    text[0] = '\0';
-}
+
+    [[nodiscard]] const char* name() const noexcept { return name_.data(); }
+    [[nodiscard]] const char* mac() const noexcept { return mac_.data(); }
+    [[nodiscard]] const char* address() const noexcept { return address_.data(); }
+
+private:
+    static bool same(std::span<const std::uint8_t> a, const std::vector<std::uint8_t>& b) noexcept {
+        return std::equal(a.begin(), a.end(), b.begin(), b.end());
+    }
+
+    bool convert(const platform::SocketAddress& address) {
+        address_[0] = '\0';
+        const bool converts =
+            !address.empty() && Net_getAddrInfo(reinterpret_cast<const sockaddr*>(address.data()),
+                                                static_cast<std::uint32_t>(address.size()), address_.data(),
+                                                static_cast<std::uint32_t>(address_.size())) == 0;
+        if (!converts)
+            address_[0] = '\0';
+        return converts;
+    }
+
+    bool valid_ = false;
+    std::uint32_t index_ = 0;
+    std::vector<std::uint8_t> hardware_;
+    std::vector<std::uint8_t> first_;
+    std::array<char, 66> name_{};
+    std::array<char, 18> mac_{};
+    std::array<char, 65> address_{};
+};
 
 /// One listing of the interfaces: its time stamp and where it goes.
 struct Listing {
     platform::NetworkService& network;
     const NetworkDataBlock& block;
-    std::optional<std::int64_t> time;
+    std::vector<InterfaceTexts>& texts; ///< in the order of the candidates
+    std::size_t count = 0;
+    std::optional<std::int64_t> time = std::nullopt;
 
     void take(const platform::InterfaceInfo& interface) {
         if (!time)
             time = Time_milli();
         if (!isCandidate(interface) || !isActive(network, interface.name))
             return;
-        std::array<char, 66> name{};
-        interface.name.copy(name.data(), name.size() - 1);
-        std::array<char, 18> mac{};
-        std::array<char, 65> address{};
-        const bool hasMac = interface.hardwareAddress.size() >= macBytes;
-        NetworkData data;
-        data.bytesIn = interface.bytesIn;
-        data.bytesOut = interface.bytesOut;
-        data.mac = Net_mac2str(mac.data(), hasMac ? interface.hardwareAddress.data() : nullptr);
-        data.index = interface.index;
-        convertFirstAddress(interface, address.data(), address.size());
-        data.address = address.data();
-        if (address.front() != '\0')
-            block(*time, name.data(), &data);
+        if (count == texts.size())
+            texts.emplace_back();
+        InterfaceTexts& own = texts[count++];
+        own.take(interface);
+        const NetworkData data{interface.bytesIn, interface.bytesOut, own.address(), own.mac(), interface.index};
+        if (*data.address != '\0')
+            block(*time, own.name(), &data);
     }
 };
 
@@ -172,7 +212,8 @@ const char* _getPublicAddress() {
 
 void _getNetworkData(const NetworkDataBlock& block) {
     platform::NetworkService& network = platform::current().network();
-    Listing listing{network, block, std::nullopt};
+    thread_local std::vector<InterfaceTexts> texts;
+    Listing listing{network, block, texts};
     if (!network.listInterfaces([&listing](const platform::InterfaceInfo& interface) { listing.take(interface); }))
         System_error("Error: _getNetworkData -- %s\n", System_getLastError());
 }

@@ -17,7 +17,7 @@ struct ApplicationAttributes {
 };
 
 /// Fills the record for a process id. 1 on success; 0 on failure, the record untouched. Linux: the process clock and
-/// /proc/<id>/stat; macOS: proc_pidinfo.
+/// /proc/<id>/stat and statm; macOS: proc_pidinfo.
 SENTREL_API int _getApplicationAttributes(std::int32_t processIdentifier, ApplicationAttributes* attributes) noexcept;
 
 /// As above, for the process that had this id and this start time when it was listed (platform::RunningApplication): 0

@@ -1,5 +1,7 @@
 #include <SentrelKit/system/Formatting.h>
 
+#include <SentrelKit/settings/SharedDefaults.h>
+
 #include <array>
 #include <bit>
 #include <cmath>
@@ -170,6 +172,11 @@ std::string celcius(double celsius) {
 
 std::string fahrenheit(double celsius) {
     return wholeDegrees(celsius * 1.8 + 32);
+}
+
+std::string degrees(double celsius) {
+    const auto unit = sharedDefaults().numberForKey("temperature");
+    return unit && unit->integerValue() != 0 ? fahrenheit(celsius) : celcius(celsius);
 }
 
 std::string toStr(double value) {

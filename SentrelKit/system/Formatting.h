@@ -53,6 +53,10 @@ template <std::integral Integer>
 /// Degrees Celsius as whole degrees Fahrenheit, half away from zero, with the degree sign.
 [[nodiscard]] SENTREL_API std::string fahrenheit(double celsius);
 
+/// Degrees Celsius as `celcius` or `fahrenheit`, by the shared preference "temperature": a number other than 0 chooses
+/// Fahrenheit.
+[[nodiscard]] SENTREL_API std::string degrees(double celsius);
+
 /// A number with two decimals.
 [[nodiscard]] SENTREL_API std::string toStr(double value);
 

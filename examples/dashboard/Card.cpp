@@ -46,7 +46,7 @@ Rows networkRows(const Network& network) {
 }
 
 Rows batteryRows(const Battery& battery) {
-    if (!battery.hasBattery())
+    if (!showsBattery(battery))
         return {{"State", batteryText(battery)}};
     return {{"State", batteryText(battery)},
             {"Remaining", battery.timeRemaining()},

@@ -91,7 +91,7 @@ void printNetwork(const Network& network) {
 void printBattery(const Battery& battery) {
     std::puts("Battery");
     line("charge", batteryText(battery));
-    if (!battery.hasBattery())
+    if (!showsBattery(battery))
         return;
     line("remaining", battery.timeRemaining());
     line("health", format("%u %% (%s)", unsigned{battery.health()}, battery.condition().c_str()));

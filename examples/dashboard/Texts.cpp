@@ -77,8 +77,12 @@ std::string peaksText(const Network::Interface& interface) {
     return "in " + bpsStr(interface.peakibytesps()) + ", out " + bpsStr(interface.peakobytesps());
 }
 
+bool showsBattery(const Battery& battery) {
+    return battery.hasBattery() && battery.installed();
+}
+
 std::string batteryText(const Battery& battery) {
-    if (!battery.hasBattery())
+    if (!showsBattery(battery))
         return "no battery";
     const char* const state = battery.isFullyCharged() ? "charged" : battery.isCharging() ? "charging" : "discharging";
     return std::to_string(battery.percent()) + " %, " + state;

@@ -23,6 +23,9 @@ std::string connectionName(const sentrel::Network& network);
 std::string ratesText(const sentrel::Network::Interface& interface);
 std::string peaksText(const sentrel::Network::Interface& interface);
 
+/// Whether there is a battery in the machine.
+bool showsBattery(const sentrel::Battery& battery);
+
 /// "no battery", or the charge and what happens to it.
 std::string batteryText(const sentrel::Battery& battery);
 

@@ -133,6 +133,13 @@ TEST(SystemManager, StopsTheProcessWithoutAConfigurationSession) {
                  "self->scSession.*-\\[SystemManager setUpSystemConfiguration\\], file SentrelKit, line");
 }
 
+TEST(SystemManager, StopsTheProcessWithoutADiskSession) {
+    platform::ScriptedPlatform machine;
+    machine.volumes().failing["openSession"] = true;
+    const platform::Override override(machine);
+    EXPECT_DEATH(_constructor(), "\\(daSession\\), function -\\[SystemManager init\\], file SentrelKit, line");
+}
+
 TEST(SystemManager, TheLoadHookReplacesAnObjectThatStoodBefore) {
     ScriptedMachine machine;
     SystemManager* const before = System;

@@ -12,6 +12,7 @@
 #include <poll.h>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <sys/socket.h>
 #include <unistd.h>
 #include <utility>
@@ -124,9 +125,12 @@ private:
 
 /// A connected TCP pair over loopback: `near` non-blocking, as the library's own sockets are, `far` blocking.
 struct Connection {
-    Connection() {
+    /// Segments are as long as the system likes, or at most as given.
+    explicit Connection(int longestSegment = 0) {
         const Listener listener;
         near = Descriptor(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        if (longestSegment > 0)
+            setsockopt(near.get(), IPPROTO_TCP, TCP_MAXSEG, &longestSegment, sizeof longestSegment);
         sockaddr_in address{};
         socklen_t size = sizeof address;
         getsockname(listener.get(), reinterpret_cast<sockaddr*>(&address), &size);
@@ -138,22 +142,39 @@ struct Connection {
         fcntl(near.get(), F_SETFL, fcntl(near.get(), F_GETFL) | O_NONBLOCK);
     }
 
+    /// The same over a local pair instead of TCP, whose buffers, once full, stay full: no segment is still on its way.
+    [[nodiscard]] static Connection local() {
+        int ends[2];
+        if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0)
+            throw std::runtime_error("cannot make a pair");
+        fcntl(ends[0], F_SETFL, fcntl(ends[0], F_GETFL) | O_NONBLOCK);
+        return {Descriptor(ends[0]), Descriptor(ends[1])};
+    }
+
     /// Writes to the near side until nothing more fits. Returns how many bytes that took.
     [[nodiscard]] std::size_t fillUp() const {
         const std::string bytes(65536, 'x');
         std::size_t total = 0;
-        for (;;) {
-            pollfd watched{near.get(), POLLOUT, 0};
-            const ssize_t count = ::send(near.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
-            if (count > 0)
+        // Full is what stays full: the system goes on moving bytes to the other side for a while.
+        for (int refused = 0; refused < 3;) {
+            const ssize_t count = ::send(near.get(), bytes.data(), refused > 0 ? 1 : bytes.size(), MSG_NOSIGNAL);
+            if (count > 0) {
                 total += static_cast<std::size_t>(count);
-            else if (poll(&watched, 1, 100) == 0) // the other side's window has closed too
-                return total;
+                refused = 0;
+            } else {
+                ++refused;
+                pollfd watched{near.get(), POLLOUT, 0};
+                poll(&watched, 1, 10);
+            }
         }
+        return total;
     }
 
     Descriptor near;
     Descriptor far;
+
+private:
+    Connection(Descriptor nearSide, Descriptor farSide) : near(std::move(nearSide)), far(std::move(farSide)) {}
 };
 
 /// Milliseconds of real time since the object was made.

@@ -3,6 +3,7 @@
 #include "tests/support/ScriptedMachine.h"
 
 #include <gtest/gtest.h>
+#include <thread>
 
 namespace sentrel {
 namespace {
@@ -155,6 +156,22 @@ TEST(CPU, GivesTheLoadAveragesInTheirOrderAndZerosOnFailure) {
     EXPECT_EQ(cpu.loadavg(), (std::array<double, 3>{1.5, 0.75, 0.25}));
     machine->host().loadAveragesValue.reset();
     EXPECT_EQ(cpu.loadavg(), (std::array<double, 3>{}));
+}
+
+TEST(CPU, IsReadFromOneThreadWhileAnotherSamples) {
+    ScriptedMachine machine;
+    machine->host().brandValue = "Brand";
+    CPU cpu;
+    std::thread sampler([&] {
+        for (int i = 0; i < 1000; ++i)
+            cpu.update();
+    });
+    for (int i = 0; i < 1000; ++i) {
+        EXPECT_LE(cpu.usage() + cpu.idle(), 200);
+        EXPECT_EQ(cpu.processes(), cpu.threads());
+        EXPECT_EQ(cpu.brand(), "Brand");
+    }
+    sampler.join();
 }
 
 } // namespace

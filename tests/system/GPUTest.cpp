@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 #include <string>
+#include <thread>
 
 namespace sentrel {
 namespace {
@@ -143,6 +144,22 @@ TEST(GPU, HasNothingWhereTheDevicesCannotBeListed) {
     EXPECT_FALSE(gpu.discrete());
     EXPECT_FALSE(gpu.current());
     EXPECT_EQ(gpu.name(), "");
+}
+
+TEST(GPU, IsReadFromOneThreadWhileAnotherSamples) {
+    ScriptedMachine machine;
+    machine->graphics().pciDevicesValue = {intel, radeon};
+    machine->graphics().activeDeviceIDValue = radeonID;
+    GPU gpu;
+    std::thread sampler([&] {
+        for (int i = 0; i < 1000; ++i)
+            gpu.update();
+    });
+    for (int i = 0; i < 1000; ++i) {
+        EXPECT_EQ(gpu.name(), "Radeon R9");
+        EXPECT_TRUE(gpu.isUsingDiscreteGPU());
+    }
+    sampler.join();
 }
 
 } // namespace

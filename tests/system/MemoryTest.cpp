@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <gtest/gtest.h>
 #include <string>
+#include <thread>
 
 namespace sentrel {
 namespace {
@@ -121,6 +122,21 @@ TEST(Memory, SaysThatSwapCannotBeToldInItsOwnWay) {
     ASSERT_EQ(line.compare(0, start.size(), start), 0) << line;
     EXPECT_EQ(line.substr(start.size() + 16), ")\n") << line;
     EXPECT_EQ(line.find_first_not_of("0123456789abcdef", start.size()), start.size() + 16) << line;
+}
+
+TEST(Memory, IsReadFromOneThreadWhileAnotherSamples) {
+    ScriptedMachine machine;
+    Memory memory;
+    sample(machine, memory, 2, 3, 1, 4, 0);
+    std::thread sampler([&] {
+        for (int i = 0; i < 1000; ++i)
+            memory.update();
+    });
+    for (int i = 0; i < 1000; ++i) {
+        EXPECT_EQ(memory.usage(), 60);
+        EXPECT_EQ(memory.pagesFault(), 0u);
+    }
+    sampler.join();
 }
 
 } // namespace

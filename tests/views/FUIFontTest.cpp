@@ -4,6 +4,11 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <utility>
+
 namespace sentrel {
 
 namespace {
@@ -32,6 +37,29 @@ TEST(FUIFont, PutsNothingInThePlaceOfAMissingFace) {
     EXPECT_EQ(Font::withName("Lato-Nonexistent", 12), std::nullopt);
     EXPECT_EQ(Font::withName("lato-regular", 12), std::nullopt); // another spelling is another name
     EXPECT_EQ(Font::withName("", 12), std::nullopt);
+}
+
+// A face of another name, made of an installed one: the names of a font file stand in it as ASCII and as UTF-16.
+std::string renamedFace(std::string font) {
+    for (const auto& [from, to] : {std::pair{std::string("Lato"), std::string("Teto")},
+                                   {std::string("\0L\0a\0t\0o", 8), std::string("\0T\0e\0t\0o", 8)}})
+        for (std::size_t at = font.find(from); at != std::string::npos; at = font.find(from, at + from.size()))
+            font.replace(at, from.size(), to);
+    return font;
+}
+
+TEST(FUIFont, FindsTheFacesOfARegisteredFile) {
+    std::ifstream installed("/usr/share/fonts/truetype/lato/Lato-Regular.ttf", std::ios::binary);
+    if (!installed)
+        GTEST_SKIP() << "the installed font is elsewhere on this machine";
+    const std::string font{std::istreambuf_iterator<char>(installed), {}};
+    const TemporaryFolder folder;
+    folder.write("renamed.ttf", renamedFace(font));
+    EXPECT_EQ(Font::withName("Teto-Regular", 12), std::nullopt);
+    ASSERT_TRUE(FUIFont::registerFontFile(folder.path("renamed.ttf")));
+    ASSERT_TRUE(Font::withName("Teto-Regular", 12));
+    EXPECT_TRUE(FUIFont::normal(12));
+    EXPECT_EQ(textSize("Sentrel", *Font::withName("Teto-Regular", 12)), textSize("Sentrel", *FUIFont::normal(12)));
 }
 
 TEST(FUIFont, RefusesAFileThatIsNoFont) {

@@ -13,9 +13,7 @@ namespace {
 class FlatControls : public LineDefaults {
 protected:
     void advance(double seconds) { machine.advance(seconds); }
-    [[nodiscard]] const std::vector<std::string>& opened() {
-        return machine.desktop().opened;
-    }
+    [[nodiscard]] const std::vector<std::string>& opened() { return machine.desktop().opened; }
 
     platform::ScriptedPlatform machine;
     platform::Override scope{machine};

@@ -132,9 +132,14 @@ const Named table[] = {{"wifi", Glyph::wifi, 0xE062},
 
 // The only character of a text of three bytes, or 0.
 unsigned onlyCodePoint(std::string_view text) {
-    if (text.size() != 3 || (text[0] & 0xF0) != 0xE0 || (text[1] & 0xC0) != 0x80 || (text[2] & 0xC0) != 0x80)
+    if (text.size() != 3)
         return 0;
-    return (text[0] & 0x0FU) << 12 | (text[1] & 0x3FU) << 6 | (text[2] & 0x3FU);
+    unsigned bytes[3];
+    for (std::size_t i = 0; i < 3; ++i)
+        bytes[i] = static_cast<unsigned char>(text[i]);
+    if ((bytes[0] & 0xF0U) != 0xE0U || (bytes[1] & 0xC0U) != 0x80U || (bytes[2] & 0xC0U) != 0x80U)
+        return 0;
+    return (bytes[0] & 0x0FU) << 12 | (bytes[1] & 0x3FU) << 6 | (bytes[2] & 0x3FU);
 }
 
 TEST(Glyph, IsOneCharacterAtItsPlaceOfTheIconFont) {

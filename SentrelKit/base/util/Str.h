@@ -87,7 +87,8 @@ SENTREL_API char* Str_curtail(char* s, const char* t) noexcept;
 [[nodiscard]] SENTREL_API bool Str_lim(const char* s, std::int32_t limit) noexcept;
 
 /// Whether the POSIX extended regular expression matches anywhere in the text; an empty text never matches. A pattern
-/// that does not compile ends the process with an "AssertException" report.
+/// that does not compile ends the process with an "AssertException" report; one of counted or nested repetitions may
+/// take the platform's compiler time and memory without bound. Patterns from outside must be checked before.
 [[nodiscard]] SENTREL_API bool Str_match(const char* pattern, const char* s) noexcept;
 
 /// The 32-bit ELF hash of the text.

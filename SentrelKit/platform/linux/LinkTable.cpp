@@ -112,13 +112,17 @@ void LinkTable::finish() {
               [this](std::uint32_t a, std::uint32_t b) { return nameOf(links_[a]) < nameOf(links_[b]); });
 }
 
-const Link* LinkTable::find(std::uint32_t index) const noexcept {
+const Link* LinkTable::find(std::uint32_t index, std::size_t guess) const noexcept {
+    if (guess < links_.size() && links_[guess].index == index)
+        return &links_[guess];
     const auto link = std::lower_bound(links_.begin(), links_.end(), index,
                                        [](const Link& a, std::uint32_t wanted) { return a.index < wanted; });
     return link != links_.end() && link->index == index ? &*link : nullptr;
 }
 
-const Link* LinkTable::find(std::string_view name) const noexcept {
+const Link* LinkTable::find(std::string_view name, std::size_t guess) const noexcept {
+    if (guess < links_.size() && nameOf(links_[guess]) == name)
+        return &links_[guess];
     const auto place =
         std::lower_bound(byName_.begin(), byName_.end(), name,
                          [this](std::uint32_t a, std::string_view wanted) { return nameOf(links_[a]) < wanted; });

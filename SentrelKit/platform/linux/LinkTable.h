@@ -32,8 +32,13 @@ public:
     /// Asks the kernel. Null, with errno set, on failure.
     [[nodiscard]] static std::shared_ptr<const LinkTable> read(NetlinkSocket& socket);
 
-    [[nodiscard]] const Link* find(std::uint32_t index) const noexcept;
-    [[nodiscard]] const Link* find(std::string_view name) const noexcept;
+    /// Null if there is none. `guess` is the position at which it probably stands.
+    [[nodiscard]] const Link* find(std::uint32_t index, std::size_t guess = 0) const noexcept;
+    [[nodiscard]] const Link* find(std::string_view name, std::size_t guess = 0) const noexcept;
+
+    [[nodiscard]] std::size_t position(const Link& link) const noexcept {
+        return static_cast<std::size_t>(&link - links_.data());
+    }
     [[nodiscard]] std::span<const SocketAddress> addresses(const Link& link) const noexcept;
 
     /// Empties the table, then takes the messages of a link and of an address listing, and last `finish`.

@@ -6,6 +6,8 @@
 #include <SentrelKit/platform/linux/NetlinkAttributes.h>
 
 #include <cerrno>
+#include <cstddef>
+#include <cstring>
 #include <linux/if_link.h>
 #include <linux/rtnetlink.h>
 
@@ -103,13 +105,12 @@ bool LinuxNetworkService::readCounters() {
                 return;
             const NetlinkAttributes<IFLA_STATS_LINK_64> attributes(payloadOf(message), sizeof(if_stats_msg));
             const NetlinkBytes bytes = attributes.bytes(IFLA_STATS_LINK_64);
-            // Newer kernels add fields behind those that stand here.
-            rtnl_link_stats64 stats{};
             if (bytes.size() < offsetof(rtnl_link_stats64, rx_errors))
                 return;
-            std::memcpy(&stats, bytes.data(), std::min(bytes.size(), sizeof stats));
-            counters_.push_back({header->ifindex, static_cast<std::int64_t>(stats.rx_bytes),
-                                 static_cast<std::int64_t>(stats.tx_bytes)});
+            Counters counters{header->ifindex, 0, 0};
+            std::memcpy(&counters.bytesIn, bytes.data() + offsetof(rtnl_link_stats64, rx_bytes), sizeof(std::int64_t));
+            std::memcpy(&counters.bytesOut, bytes.data() + offsetof(rtnl_link_stats64, tx_bytes), sizeof(std::int64_t));
+            counters_.push_back(counters);
         });
 }
 
@@ -126,11 +127,14 @@ bool LinuxNetworkService::listInterfaces(const std::function<void(const Interfac
     const std::shared_ptr<const LinkTable> links = beginListing();
     if (!links)
         return false;
+    std::size_t position = 0;
     for (const Counters& counters : counters_) {
         // One that came after the links were listed has given notice and is found the next time.
-        const Link* link = links->find(counters.index);
+        const Link* link = links->find(counters.index, position);
         if (!link)
             continue;
+        position = links->position(*link);
+        handedOver_.store(position++, std::memory_order_relaxed);
         InterfaceInfo info;
         info.name = link->name.data();
         info.index = link->index;
@@ -148,16 +152,15 @@ bool LinuxNetworkService::listInterfaces(const std::function<void(const Interfac
 }
 
 // While a listing is handed over, what is asked about its interfaces is answered from the same moment.
-std::shared_ptr<const LinkTable> LinuxNetworkService::currentLinks() {
-    const LockScope scope(lock_);
-    return handingOver_ || refreshLinks() ? links_ : nullptr;
+bool LinuxNetworkService::currentLinks() {
+    return handingOver_ || refreshLinks();
 }
 
 std::optional<MediaStatus> LinuxNetworkService::mediaStatus(std::string_view name) {
-    const std::shared_ptr<const LinkTable> links = currentLinks();
-    if (!links)
+    const LockScope scope(lock_);
+    if (!currentLinks())
         return std::nullopt;
-    const Link* link = links->find(name.substr(0, IFNAMSIZ - 1));
+    const Link* link = links_->find(name.substr(0, IFNAMSIZ - 1), handedOver_.load(std::memory_order_relaxed));
     if (!link) {
         errno = ENODEV;
         return std::nullopt;
@@ -166,10 +169,10 @@ std::optional<MediaStatus> LinuxNetworkService::mediaStatus(std::string_view nam
 }
 
 std::optional<std::unique_ptr<InterfaceEntry>> LinuxNetworkService::matchInterface(const std::string& name) {
-    const std::shared_ptr<const LinkTable> links = currentLinks();
-    if (!links)
+    const LockScope scope(lock_);
+    if (!currentLinks())
         return std::nullopt;
-    const Link* link = links->find(name);
+    const Link* link = links_->find(name, handedOver_.load(std::memory_order_relaxed));
     if (!link)
         return std::unique_ptr<InterfaceEntry>();
     return std::make_unique<LinuxInterfaceEntry>(*this, root_, name, link->index);

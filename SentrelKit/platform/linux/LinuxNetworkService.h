@@ -13,6 +13,8 @@
 #include <SentrelKit/platform/linux/SystemRoot.h>
 #include <SentrelKit/platform/linux/WirelessQuery.h>
 
+#include <atomic>
+
 namespace sentrel::platform {
 
 class LinuxDispatch;
@@ -41,7 +43,7 @@ private:
     bool refreshRoutes() SENTREL_REQUIRES(lock_);
     bool readCounters() SENTREL_REQUIRES(lock_, listing_);
     std::shared_ptr<const LinkTable> beginListing() SENTREL_REQUIRES(listing_);
-    std::shared_ptr<const LinkTable> currentLinks();
+    bool currentLinks() SENTREL_REQUIRES(lock_);
 
     [[nodiscard]] bool isPrimary(std::uint32_t index);
     [[nodiscard]] std::optional<std::string> networkName(std::uint32_t index);
@@ -55,6 +57,7 @@ private:
 
     Lock lock_;
     bool handingOver_ SENTREL_GUARDED_BY(lock_) = false;
+    std::atomic<std::size_t> handedOver_{0}; // the position of the interface that was handed over last
     bool linksStale_ SENTREL_GUARDED_BY(lock_) = true;
     bool routesStale_ SENTREL_GUARDED_BY(lock_) = true;
     NetlinkSocket notices_ SENTREL_GUARDED_BY(lock_);

@@ -65,18 +65,17 @@ bool NetlinkSocket::ask(NetlinkRequest& request, const std::function<void()>& be
             return false;
         request.header().nlmsg_seq = ++sequence_;
         begin();
-        Outcome outcome = Outcome::failed;
+        Outcome outcome = Outcome::broken;
         if (mnl_socket_sendto(socket_.get(), &request.header(), request.header().nlmsg_len) >= 0)
             outcome = receiveAnswer(each);
-        if (outcome == Outcome::complete)
-            return true;
-        if (outcome == Outcome::failed) {
-            // The rest of a broken answer must not stand in the way of the next one.
+        if (outcome == Outcome::broken) {
+            // What is left of a broken answer must not stand in the way of the next one.
             const int reason = errno;
             socket_.reset();
             errno = reason;
-            return false;
         }
+        if (outcome != Outcome::interrupted)
+            return outcome == Outcome::complete;
     }
     errno = EINTR;
     return false;
@@ -89,14 +88,14 @@ NetlinkSocket::Outcome NetlinkSocket::receiveAnswer(const Each& each) {
         if (size < 0 && errno == EINTR)
             continue;
         if (size < 0)
-            return Outcome::failed;
+            return Outcome::broken;
         switch (readNetlinkAnswer(buffer_.data(), static_cast<std::size_t>(size), sequence_, interrupted, each)) {
         case NetlinkProgress::more:
             break;
         case NetlinkProgress::complete:
             return interrupted ? Outcome::interrupted : Outcome::complete;
         case NetlinkProgress::failed:
-            return Outcome::failed;
+            return Outcome::refused;
         }
     }
 }

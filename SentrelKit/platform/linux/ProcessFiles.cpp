@@ -133,17 +133,14 @@ std::optional<ProcessStat> parseProcessStat(std::string_view text) noexcept {
         return std::nullopt;
     stat.state = state.front();
 
-    std::int64_t resident = 0;
     const bool complete =
         takeNumber(text, stat.parent) && skipWords(text, 1) /* pgrp */ && takeNumber(text, stat.session) &&
         takeNumber(text, stat.terminal) && skipWords(text, 1) /* tpgid */ && takeNumber(text, stat.flags) &&
         skipWords(text, 4) /* faults */ && takeNumber(text, stat.userTicks) && takeNumber(text, stat.systemTicks) &&
         skipWords(text, 4) /* times of collected children, priority, nice */ && takeNumber(text, stat.threads) &&
-        skipWords(text, 1) /* itrealvalue */ && takeNumber(text, stat.startTicks) && skipWords(text, 1) /* vsize */ &&
-        takeNumber(text, resident);
+        skipWords(text, 1) /* itrealvalue */ && takeNumber(text, stat.startTicks);
     if (!complete)
         return std::nullopt;
-    stat.residentPages = resident > 0 ? static_cast<std::uint64_t>(resident) : 0;
     return stat;
 }
 

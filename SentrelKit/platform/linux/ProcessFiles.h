@@ -25,7 +25,6 @@ struct ProcessStat {
     std::uint64_t systemTicks = 0;
     std::int32_t threads = 0;
     std::uint64_t startTicks = 0; ///< since boot
-    std::uint64_t residentPages = 0;
 
     /// PF_KTHREAD of the kernel's linux/sched.h: a thread of the kernel itself.
     [[nodiscard]] bool isKernelThread() const noexcept { return (flags & 0x00200000U) != 0; }
@@ -72,7 +71,7 @@ public:
     /// The process's figures. The command text is valid until the next reading.
     [[nodiscard]] std::optional<ProcessStat> stat(std::int32_t id) noexcept;
 
-    /// Resident pages alone.
+    /// Resident pages: exactly, which /proc/<id>/stat does not tell.
     [[nodiscard]] std::optional<std::uint64_t> residentPages(std::int32_t id) noexcept;
 
     /// Resident pages of a process that lost its first thread, as one of its other threads shows them.

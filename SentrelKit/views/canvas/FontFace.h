@@ -11,7 +11,7 @@ namespace sentrel {
 
 struct FontFace {
     struct Free {
-        void operator()(_PangoFontDescription* description) const noexcept;
+        void operator()(_PangoFontDescription* owned) const noexcept;
     };
 
     std::string name;

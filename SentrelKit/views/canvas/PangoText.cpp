@@ -135,8 +135,8 @@ void blankUnknownGlyphs(PangoLayout* layout) {
 
 } // namespace
 
-void FontFace::Free::operator()(_PangoFontDescription* description) const noexcept {
-    pango_font_description_free(description);
+void FontFace::Free::operator()(_PangoFontDescription* owned) const noexcept {
+    pango_font_description_free(owned);
 }
 
 Font::Font(std::shared_ptr<const FontFace> face, double size) noexcept : face_(std::move(face)), size_(size) {}

@@ -9,6 +9,7 @@
 #include <string>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -224,6 +225,24 @@ TEST(LinuxHost, OpensNoFileOnceItHasSampled) {
     ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
     EXPECT_FALSE(canOpen);
     EXPECT_TRUE(sampled);
+}
+
+TEST(LinuxHost, AnswersSeveralThreads) {
+    LinuxHostService host{SystemRoot(fixtures + "machine")};
+    const auto ask = [&] {
+        for (int i = 0; i < 50; ++i) {
+            EXPECT_EQ(host.loadTicks(), (HostLoadTicks{38884, 9496, 450259, 10}));
+            EXPECT_TRUE(host.defaultProcessorSet());
+            EXPECT_EQ(host.swapUsage(), SwapUsage{});
+            EXPECT_TRUE(host.virtualMemory());
+            EXPECT_TRUE(host.loadAverages());
+            EXPECT_EQ(host.thermalState(), ThermalState::nominal);
+            EXPECT_EQ(brandOf(host), "AMD EPYC");
+        }
+    };
+    std::thread other(ask);
+    ask();
+    other.join();
 }
 
 } // namespace

@@ -25,19 +25,18 @@ TEST(ProcessStat, GivesTheFieldsThatMatter) {
     EXPECT_EQ(stat->systemTicks, 31U);
     EXPECT_EQ(stat->threads, 14);
     EXPECT_EQ(stat->startTicks, 987654U);
-    EXPECT_EQ(stat->residentPages, 5120U);
     EXPECT_FALSE(stat->isKernelThread());
     EXPECT_FALSE(stat->isZombie());
 }
 
 TEST(ProcessStat, TakesACommandWithBlanksAndParenthesesWhole) {
-    const std::string text = "7 (a) S 1 (b)) R 3 7 7 0 -1 64 0 0 0 0 1 2 0 0 20 0 1 0 5 0 6";
+    const std::string text = "7 (a) S 1 (b)) R 3 7 7 0 -1 64 0 0 0 0 1 2 0 0 20 0 1 0 5";
     const std::optional<ProcessStat> stat = parseProcessStat(text);
     ASSERT_TRUE(stat);
     EXPECT_EQ(stat->command, "a) S 1 (b)");
     EXPECT_EQ(stat->state, 'R');
     EXPECT_EQ(stat->parent, 3);
-    EXPECT_EQ(stat->residentPages, 6U) << "the last field, without a line end";
+    EXPECT_EQ(stat->startTicks, 5U) << "the last field asked for, without a line end";
 }
 
 TEST(ProcessStat, KnowsKernelThreadsAndZombies) {
@@ -51,21 +50,17 @@ TEST(ProcessStat, KnowsKernelThreadsAndZombies) {
     EXPECT_TRUE(headless->lostItsFirstThread());
 }
 
-TEST(ProcessStat, TakesANegativeResidentSizeForNone) {
-    EXPECT_EQ(parseProcessStat("9 (a) S 1 9 9 0 -1 0 0 0 0 0 0 0 0 0 20 0 1 0 3 0 -4")->residentPages, 0U);
-}
-
 TEST(ProcessStat, RefusesWhatIsNotOfItsForm) {
     for (const char* text :
          {"", "\n", "1", "1 editor S 1 1", "1 )a( S 1", "1 (a)", "1 (a) ", "1 (a) SS 1 9 9 0 -1",
-          "1 (a) S x 9 9 0 -1 0 0 0 0 0 0 0 0 0 20 0 1 0 3 0 4", "1 (a) S 1 9 9 0 -1 0 0 0 0 0 0 0 0 0 20 0 1 0 3 0",
-          "1 (a) S 1 9 9 0 -1 0 0 0 0 0 99999999999999999999 0 0 0 20 0 1 0 3 0 4"})
+          "1 (a) S x 9 9 0 -1 0 0 0 0 0 0 0 0 0 20 0 1 0 3", "1 (a) S 1 9 9 0 -1 0 0 0 0 0 0 0 0 0 20 0 1 0",
+          "1 (a) S 1 9 9 0 -1 0 0 0 0 0 99999999999999999999 0 0 0 20 0 1 0 3"})
         EXPECT_FALSE(parseProcessStat(text)) << text;
 }
 
 TEST(ProcessStat, SurvivesEveryTruncation) {
     const std::string_view whole = line;
-    for (std::size_t length = 0; length < whole.find("5120"); ++length)
+    for (std::size_t length = 0; length < whole.find("987654"); ++length)
         EXPECT_FALSE(parseProcessStat(whole.substr(0, length))) << length;
 }
 

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <string>
+#include <utility>
+
+namespace sentrel {
+
+/// The namespace in which a host declares its typed keys as static members of a derived class or beside it.
+class DefaultsKeys {};
+
+/// A preference's key with the type of its value.
+///
+///     const DefaultsKey<std::int64_t> launches("launches");
+///     const DefaultsKey<std::optional<std::string>> nickname("nickname");
+template <class T>
+class DefaultsKey : public DefaultsKeys {
+public:
+    explicit DefaultsKey(std::string key) : key_(std::move(key)) {}
+
+    [[nodiscard]] const std::string& key() const noexcept { return key_; }
+
+private:
+    std::string key_;
+};
+
+} // namespace sentrel

@@ -1,0 +1,209 @@
+// links: libgtop-2.0 libmnl
+
+/// One sample of the interfaces, beside the raw netlink floor (the statistics listing alone), beside the kernel's table
+/// read by hand, and beside libgtop. Each with so many interfaces of veth pairs in a network namespace of its own;
+/// needs root and "ip".
+
+#include <SentrelKit/platform/Platform.h>
+#include <SentrelKit/platform/linux/LinuxPlatform.h>
+#include <SentrelKit/probes/NetworkProbes.h>
+#include <SentrelKit/system/Network.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <benchmark/benchmark.h>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <glibtop.h>
+#include <glibtop/netlist.h>
+#include <glibtop/netload.h>
+#include <libmnl/libmnl.h>
+#include <linux/if_link.h>
+#include <linux/rtnetlink.h>
+#include <map>
+#include <memory>
+#include <new>
+#include <sched.h>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+std::atomic<std::uint64_t> allocations{0};
+
+/// Puts the thread into a namespace with so many active interfaces; made once for each count.
+bool enterNamespace(std::int64_t interfaces) {
+    static std::map<std::int64_t, int> spaces;
+    if (const auto known = spaces.find(interfaces); known != spaces.end())
+        return ::setns(known->second, CLONE_NEWNET) == 0;
+    if (::unshare(CLONE_NEWNET) != 0)
+        return false;
+    std::FILE* batch = ::popen("ip -batch -", "we");
+    for (std::int64_t pair = 0; batch && pair < interfaces / 2; ++pair)
+        std::fprintf(batch,
+                     "link add a%1$d type veth peer name b%1$d\nlink set a%1$d addrgenmode none\n"
+                     "link set b%1$d addrgenmode none\naddr add 10.1.%2$d.%3$d/32 dev a%1$d\n"
+                     "addr add 10.2.%2$d.%3$d/32 dev b%1$d\nlink set a%1$d up\nlink set b%1$d up\n",
+                     static_cast<int>(pair), static_cast<int>(pair / 250), static_cast<int>(pair % 250));
+    if (!batch || ::pclose(batch) != 0)
+        return false;
+    spaces[interfaces] = ::open("/proc/thread-self/ns/net", O_RDONLY | O_CLOEXEC);
+    return true;
+}
+
+/// A machine whose sockets stand in that namespace, in force for the benchmark.
+struct Machine {
+    sentrel::platform::LinuxPlatform& platform = *new sentrel::platform::LinuxPlatform;
+    sentrel::platform::Override override{platform};
+};
+
+std::size_t countInterfaces() {
+    std::size_t count = 0;
+    sentrel::probes::_getNetworkData(
+        [&count](std::int64_t, const char*, const sentrel::probes::NetworkData*) { ++count; });
+    return count;
+}
+
+/// Waits until the carrier of every interface was told.
+bool settle(benchmark::State& state) {
+    for (int attempt = 0; attempt < 5000; ++attempt) {
+        if (countInterfaces() == static_cast<std::size_t>(state.range(0)))
+            return true;
+        ::usleep(1000);
+    }
+    state.SkipWithError("the interfaces do not come up");
+    return false;
+}
+
+void modelSample(benchmark::State& state) {
+    if (!enterNamespace(state.range(0)))
+        return state.SkipWithError("needs root and ip");
+    const Machine machine;
+    if (!settle(state))
+        return;
+    sentrel::Network network;
+    network.update();
+    const std::uint64_t before = allocations;
+    for (auto _ : state)
+        network.update();
+    state.counters["new"] =
+        benchmark::Counter(static_cast<double>(allocations - before), benchmark::Counter::kAvgIterations);
+}
+
+void probeListing(benchmark::State& state) {
+    if (!enterNamespace(state.range(0)))
+        return state.SkipWithError("needs root and ip");
+    const Machine machine;
+    if (!settle(state))
+        return;
+    for (auto _ : state)
+        benchmark::DoNotOptimize(countInterfaces());
+}
+
+/// The floor: the listing is asked for and every counter read, nothing else.
+void statisticsListing(benchmark::State& state) {
+    if (!enterNamespace(state.range(0)))
+        return state.SkipWithError("needs root and ip");
+    mnl_socket* socket = mnl_socket_open(NETLINK_ROUTE);
+    mnl_socket_bind(socket, 0, MNL_SOCKET_AUTOPID);
+    std::vector<char> buffer(32768);
+    std::array<char, 256> request{};
+    nlmsghdr* header = mnl_nlmsg_put_header(request.data());
+    header->nlmsg_type = RTM_GETSTATS;
+    header->nlmsg_flags = NLM_F_REQUEST | NLM_F_DUMP;
+    static_cast<if_stats_msg*>(mnl_nlmsg_put_extra_header(header, sizeof(if_stats_msg)))->filter_mask =
+        IFLA_STATS_FILTER_BIT(IFLA_STATS_LINK_64);
+    for (auto _ : state) {
+        mnl_socket_sendto(socket, header, header->nlmsg_len);
+        std::uint64_t sum = 0;
+        int more = MNL_CB_OK;
+        while (more > MNL_CB_STOP) {
+            const ssize_t size = mnl_socket_recvfrom(socket, buffer.data(), buffer.size());
+            more = mnl_cb_run(
+                buffer.data(), static_cast<std::size_t>(size), 0, 0,
+                [](const nlmsghdr* message, void* data) {
+                    const auto* attribute =
+                        static_cast<const nlattr*>(mnl_nlmsg_get_payload_offset(message, sizeof(if_stats_msg)));
+                    rtnl_link_stats64 stats{};
+                    std::memcpy(&stats, mnl_attr_get_payload(attribute), sizeof stats);
+                    *static_cast<std::uint64_t*>(data) += stats.rx_bytes + stats.tx_bytes;
+                    return MNL_CB_OK;
+                },
+                &sum);
+        }
+        benchmark::DoNotOptimize(sum);
+    }
+    mnl_socket_close(socket);
+}
+
+/// The kernel's text table, kept open and read from its start; counters only.
+void procNetDev(benchmark::State& state) {
+    if (!enterNamespace(state.range(0)))
+        return state.SkipWithError("needs root and ip");
+    const int table = ::open("/proc/thread-self/net/dev", O_RDONLY | O_CLOEXEC);
+    std::vector<char> buffer(1 << 20);
+    for (auto _ : state) {
+        std::size_t length = 0;
+        for (ssize_t count = 1; count > 0; length += static_cast<std::size_t>(count))
+            count = std::max<ssize_t>(
+                ::pread(table, buffer.data() + length, buffer.size() - 1 - length, static_cast<off_t>(length)), 0);
+        buffer[length] = '\0';
+        unsigned long long sum = 0;
+        for (const char* line = buffer.data(); line && *line;) {
+            unsigned long long in = 0;
+            unsigned long long out = 0;
+            if (const char* colon = std::strchr(line, ':');
+                colon && std::sscanf(colon + 1, "%llu %*u %*u %*u %*u %*u %*u %*u %llu", &in, &out) == 2)
+                sum += in + out;
+            line = std::strchr(line, '\n');
+            line = line ? line + 1 : nullptr;
+        }
+        benchmark::DoNotOptimize(sum);
+    }
+    ::close(table);
+}
+
+/// libgtop: its list of names, then the load of each interface.
+void libgtop(benchmark::State& state) {
+    if (!enterNamespace(state.range(0)))
+        return state.SkipWithError("needs root and ip");
+    for (auto _ : state) {
+        glibtop_netlist list;
+        char** names = glibtop_get_netlist(&list);
+        guint64 sum = 0;
+        for (guint i = 0; i < list.number; ++i) {
+            glibtop_netload load;
+            glibtop_get_netload(&load, names[i]);
+            sum += load.bytes_in + load.bytes_out;
+        }
+        g_strfreev(names);
+        benchmark::DoNotOptimize(sum);
+    }
+}
+
+} // namespace
+
+BENCHMARK(statisticsListing)->Arg(2)->Arg(50)->Arg(1000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(modelSample)->Arg(2)->Arg(50)->Arg(1000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(probeListing)->Arg(2)->Arg(50)->Arg(1000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(procNetDev)->Arg(2)->Arg(50)->Arg(1000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(libgtop)->Arg(2)->Arg(50)->Unit(benchmark::kMicrosecond);
+BENCHMARK(libgtop)->Arg(1000)->Iterations(1)->Unit(benchmark::kMicrosecond); // the square of the interfaces: a minute
+
+// What a sample allocates once it is warm shows in its column "new".
+void* operator new(std::size_t size) {
+    ++allocations;
+    if (void* block = std::malloc(size > 0 ? size : 1))
+        return block;
+    throw std::bad_alloc();
+}
+void operator delete(void* block) noexcept {
+    std::free(block);
+}
+void operator delete(void* block, std::size_t) noexcept {
+    std::free(block);
+}

@@ -1,0 +1,324 @@
+// links: libproc2 libgtop-2.0
+//
+// Processes: one listing and one sample with many processes that wait and a few that ran, beside the raw system calls
+// for the same facts and beside two libraries. The times are of one pass over all processes, in processor time of the
+// calling thread: no pass waits for anything, and so a machine that is busy with other things spoils them least.
+
+#include <SentrelKit/platform/Platform.h>
+#include <SentrelKit/platform/linux/LinuxProcessService.h>
+#include <SentrelKit/system/Applications.h>
+
+#include <benchmark/benchmark.h>
+#include <glibtop.h>
+#include <glibtop/proclist.h>
+#include <glibtop/procmem.h>
+#include <glibtop/proctime.h>
+#include <libproc2/pids.h>
+
+#include <array>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+using namespace sentrel;
+
+constexpr std::size_t busyCount = 8;
+
+// Many processes that wait, of which the first few run for a moment when told to. It only grows.
+class Crowd {
+public:
+    static const Crowd& of(std::int64_t count) {
+        static Crowd crowd;
+        while (crowd.ids_.size() < static_cast<std::size_t>(count))
+            crowd.add();
+        return crowd;
+    }
+
+    ~Crowd() {
+        for (const pid_t id : ids_)
+            ::kill(id, SIGKILL);
+        for (const pid_t id : ids_)
+            ::waitpid(id, nullptr, 0);
+        for (const int end : {tell_[0], tell_[1], answer_[0], answer_[1]})
+            ::close(end);
+    }
+    Crowd(const Crowd&) = delete;
+    Crowd& operator=(const Crowd&) = delete;
+
+    [[nodiscard]] const std::vector<pid_t>& ids() const noexcept { return ids_; }
+
+    // Lets the busy ones run. Each takes one byte, so all of them do.
+    void run() const {
+        const std::array<char, busyCount> bytes{};
+        if (::write(tell_[1], bytes.data(), bytes.size()) != static_cast<ssize_t>(busyCount))
+            std::abort();
+        for (std::size_t i = 0; i < busyCount; ++i) {
+            char byte = 0;
+            if (::read(answer_[0], &byte, 1) != 1)
+                std::abort();
+        }
+    }
+
+    // Lets one more process come and go, so that the system's last id moves.
+    static void passBy() {
+        const pid_t id = ::vfork();
+        if (id == 0)
+            ::_exit(0);
+        ::waitpid(id, nullptr, 0);
+    }
+
+private:
+    Crowd() {
+        if (::pipe(tell_.data()) != 0 || ::pipe(answer_.data()) != 0)
+            std::abort();
+    }
+
+    void add() {
+        const pid_t id = ::fork();
+        if (id < 0)
+            std::abort();
+        if (id == 0)
+            live(ids_.size() < busyCount);
+        ids_.push_back(id);
+    }
+
+    [[noreturn]] void live(bool isBusy) const {
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+        for (char byte = 0; isBusy && ::read(tell_[0], &byte, 1) == 1;) {
+            for (int turn = 0; turn < 20000; ++turn)
+                benchmark::DoNotOptimize(turn);
+            ::usleep(200); // so that each takes only one of the bytes of a round
+            if (::write(answer_[1], &byte, 1) != 1)
+                break;
+        }
+        for (;;)
+            ::pause();
+    }
+
+    std::array<int, 2> tell_{};
+    std::array<int, 2> answer_{};
+    std::vector<pid_t> ids_;
+};
+
+double threadSeconds() {
+    timespec time{};
+    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
+
+// Runs one pass after another: what comes before each is not counted.
+template <class Before, class Pass>
+void measure(benchmark::State& state, Before&& before, Pass&& pass) {
+    for (auto _ : state) {
+        before();
+        const double start = threadSeconds();
+        pass();
+        state.SetIterationTime(threadSeconds() - start);
+    }
+}
+
+// The raw listing: ids by getdents64 from a kept descriptor.
+int listRaw(int folder, std::vector<char>& buffer) {
+    int count = 0;
+    ::lseek(folder, 0, SEEK_SET);
+    for (;;) {
+        const ssize_t filled = ::getdents64(folder, buffer.data(), buffer.size());
+        if (filled <= 0)
+            return count;
+        for (ssize_t at = 0; at < filled;) {
+            std::uint16_t length = 0;
+            std::memcpy(&length, buffer.data() + at + 16, sizeof length);
+            if (std::atoi(buffer.data() + at + 19) > 0)
+                ++count;
+            at += length;
+        }
+    }
+}
+
+void readRaw(int folder, pid_t id, const char* name, std::vector<char>& buffer) {
+    char path[32];
+    std::snprintf(path, sizeof path, "%d/%s", id, name);
+    const int file = ::openat(folder, path, O_RDONLY | O_CLOEXEC);
+    benchmark::DoNotOptimize(::read(file, buffer.data(), buffer.size()));
+    ::close(file);
+}
+
+void listing_raw(benchmark::State& state) {
+    Crowd::of(state.range(0));
+    const int folder = ::open("/proc", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    std::vector<char> buffer(32768);
+    measure(
+        state, [] {}, [&] { benchmark::DoNotOptimize(listRaw(folder, buffer)); });
+    ::close(folder);
+}
+
+void listing_SentrelKit(benchmark::State& state) {
+    Crowd::of(state.range(0));
+    platform::LinuxProcessService service{platform::SystemRoot()};
+    service.refreshRunningApplications();
+    measure(
+        state, [] { Crowd::passBy(); }, [&] { service.refreshRunningApplications(); });
+}
+
+void listing_SentrelKit_nothing_started(benchmark::State& state) {
+    Crowd::of(state.range(0));
+    platform::LinuxProcessService service{platform::SystemRoot()};
+    service.refreshRunningApplications();
+    measure(
+        state, [] {}, [&] { service.refreshRunningApplications(); });
+}
+
+// The floor of a sample: the listing, a process clock each, and the whole record of those that ran.
+void sample_raw(benchmark::State& state) {
+    const Crowd& crowd = Crowd::of(state.range(0));
+    const int folder = ::open("/proc", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    std::vector<char> buffer(32768);
+    std::vector<clockid_t> clocks;
+    for (const pid_t id : crowd.ids()) {
+        clockid_t clock = 0;
+        ::clock_getcpuclockid(id, &clock);
+        clocks.push_back(clock);
+    }
+    measure(
+        state, [&] { crowd.run(); },
+        [&] {
+            benchmark::DoNotOptimize(listRaw(folder, buffer));
+            for (const clockid_t clock : clocks) {
+                timespec time{};
+                benchmark::DoNotOptimize(::clock_gettime(clock, &time));
+            }
+            for (std::size_t i = 0; i < busyCount; ++i) {
+                readRaw(folder, crowd.ids()[i], "stat", buffer);
+                readRaw(folder, crowd.ids()[i], "statm", buffer);
+            }
+        });
+    ::close(folder);
+}
+
+// Lets the second reading of new processes pass.
+void settle(Applications& applications) {
+    applications.update();
+    ::usleep(600'000);
+    applications.update();
+}
+
+void sample_SentrelKit(benchmark::State& state) {
+    const Crowd& crowd = Crowd::of(state.range(0));
+    Applications applications;
+    settle(applications);
+    measure(
+        state, [&] { crowd.run(); }, [&] { applications.update(); });
+    if (applications.count() < state.range(0))
+        state.SkipWithError("not all processes are tracked");
+}
+
+// The same, after a process came and went: with a listing.
+void sample_SentrelKit_with_listing(benchmark::State& state) {
+    const Crowd& crowd = Crowd::of(state.range(0));
+    Applications applications;
+    settle(applications);
+    measure(
+        state,
+        [&] {
+            crowd.run();
+            Crowd::passBy();
+        },
+        [&] { applications.update(); });
+}
+
+// What falls due only every ten seconds: the memory of all processes that have not run. At one sample each 1.3 s, 0.13
+// of this belongs to each sample.
+class HastyClocks final : public platform::ProcessClocks {
+public:
+    std::optional<std::uint64_t> processNanoseconds(std::int32_t id) noexcept override {
+        return kernel_.processNanoseconds(id);
+    }
+    std::int64_t now() noexcept override { return kernel_.now() + ahead; }
+
+    static inline std::int64_t ahead = 0;
+
+private:
+    platform::KernelProcessClocks kernel_;
+};
+
+void sample_SentrelKit_all_memory_due(benchmark::State& state) {
+    const Crowd& crowd = Crowd::of(state.range(0));
+    platform::LinuxProcessService service{platform::SystemRoot(), std::make_unique<HastyClocks>()};
+    service.refreshRunningApplications();
+    for (const pid_t id : crowd.ids())
+        benchmark::DoNotOptimize(service.taskInfo(id));
+    measure(
+        state, [] { HastyClocks::ahead += 11'000'000'000; },
+        [&] {
+            for (const pid_t id : crowd.ids())
+                benchmark::DoNotOptimize(service.taskInfo(id));
+        });
+}
+
+void sample_libproc2(benchmark::State& state) {
+    const Crowd& crowd = Crowd::of(state.range(0));
+    std::array<pids_item, 5> items{PIDS_ID_PID, PIDS_TICS_ALL, PIDS_RSS, PIDS_NLWP, PIDS_TICS_BEGAN};
+    pids_info* info = nullptr;
+    if (procps_pids_new(&info, items.data(), static_cast<int>(items.size())) < 0) {
+        state.SkipWithError("procps_pids_new");
+        return;
+    }
+    measure(
+        state, [&] { crowd.run(); },
+        [&] {
+            const pids_fetch* fetched = procps_pids_reap(info, PIDS_FETCH_TASKS_ONLY);
+            if (!fetched || fetched->counts->total < state.range(0))
+                state.SkipWithError("procps_pids_reap");
+        });
+    procps_pids_unref(&info);
+}
+
+void sample_libgtop(benchmark::State& state) {
+    const Crowd& crowd = Crowd::of(state.range(0));
+    glibtop_init();
+    measure(
+        state, [&] { crowd.run(); },
+        [&] {
+            glibtop_proclist list{};
+            pid_t* ids = glibtop_get_proclist(&list, GLIBTOP_KERN_PROC_ALL, 0);
+            for (guint64 i = 0; i < list.number; ++i) {
+                glibtop_proc_time time{};
+                glibtop_get_proc_time(&time, ids[i]);
+                glibtop_proc_mem memory{};
+                glibtop_get_proc_mem(&memory, ids[i]);
+                benchmark::DoNotOptimize(time);
+                benchmark::DoNotOptimize(memory);
+            }
+            g_free(ids);
+        });
+}
+
+const bool areRegistered = [] {
+    for (const int count : {100, 1000, 4000}) {
+        const auto add = [count](const char* name, void (*function)(benchmark::State&)) {
+            benchmark::RegisterBenchmark(name, function)->Arg(count)->UseManualTime()->Unit(benchmark::kMicrosecond);
+        };
+        add("listing/raw", listing_raw);
+        add("listing/SentrelKit", listing_SentrelKit);
+        add("listing/SentrelKit, nothing started", listing_SentrelKit_nothing_started);
+        add("sample/raw", sample_raw);
+        add("sample/SentrelKit", sample_SentrelKit);
+        add("sample/SentrelKit, with listing", sample_SentrelKit_with_listing);
+        add("sample/SentrelKit, all memory due", sample_SentrelKit_all_memory_due);
+        add("sample/libproc2", sample_libproc2);
+        add("sample/libgtop", sample_libgtop);
+    }
+    return true;
+}();
+
+} // namespace

@@ -1,0 +1,401 @@
+#include <SentrelKit/system/Network.h>
+
+#include "tests/support/EchoHostGuard.h"
+#include "tests/support/EchoServer.h"
+#include "tests/support/ScriptedMachine.h"
+
+#include <atomic>
+#include <gtest/gtest.h>
+#include <new>
+#include <thread>
+
+namespace sentrel {
+namespace {
+
+using platform::Connectivity;
+using platform::ScriptedInterface;
+using ConnectionType = Network::ConnectionType;
+
+constexpr double interval = 1.1; // seconds between samples, as the registry takes them
+
+/// A machine with one active interface, "en0", and its network model.
+class NetworkTest : public testing::Test {
+protected:
+    NetworkTest() { machine_->network().interfaces = {ScriptedInterface("en0", 2).addAddress("192.0.2.4")}; }
+
+    Network& model() {
+        if (!model_)
+            model_ = std::make_unique<Network>();
+        return *model_;
+    }
+    /// One sample, an interval after the one before, and what it submitted.
+    void sample() {
+        machine_->advance(interval);
+        model().update();
+        machine_->dispatch().runPending();
+    }
+    void samples(int count) {
+        for (int i = 0; i < count; ++i)
+            sample();
+    }
+    ScriptedInterface& lan() { return machine_->network().interface("en0"); }
+    std::shared_ptr<Network::Interface> en0() { return model().interfaces().at("en0"); }
+    const std::vector<platform::UserNotification>& delivered() { return machine_->desktop().delivered; }
+
+    ScriptedMachine machine_;
+    std::unique_ptr<Network> model_;
+};
+
+TEST_F(NetworkTest, BeginsAsIfConnectedAndWithoutInterfaces) {
+    EXPECT_EQ(model().type(), SystemResourceType::net);
+    EXPECT_EQ(model().connection(), ConnectionType::internet);
+    EXPECT_EQ(model().publicAddress(), std::nullopt);
+    EXPECT_EQ(model().localhostName(), std::nullopt);
+    EXPECT_EQ(model().router(), std::nullopt);
+    EXPECT_EQ(model().dns(), std::nullopt);
+    EXPECT_TRUE(model().interfaces().empty());
+}
+
+TEST_F(NetworkTest, ShowsNoRatesAtTheFirstSampleOfAnInterface) {
+    lan().bytesIn = 1'000'000;
+    lan().bytesOut = 2'000'000;
+    lan().hardwareAddress = {0x02, 0x1b, 0x63, 0x84, 0x45, 0xe6};
+    lan().properties = PropertyList::Dictionary{{"IOPrimaryInterface", true}, {"IO80211SSID", "Garden"}};
+    lan().related = {{"IOLinkSpeed", std::int64_t{54'000'000}}};
+    sample();
+    ASSERT_EQ(model().interfaces().size(), 1U);
+    EXPECT_EQ(en0()->ibytesps(), 0.0);
+    EXPECT_EQ(en0()->obytesps(), 0.0);
+    EXPECT_EQ(en0()->peakibytesps(), 0.0);
+    EXPECT_EQ(en0()->ibytes(), 1'000'000);
+    EXPECT_EQ(en0()->obytes(), 2'000'000);
+    EXPECT_EQ(en0()->mac(), "02:1b:63:84:45:e6");
+    EXPECT_EQ(en0()->ipaddr(), "192.0.2.4");
+    EXPECT_EQ(en0()->name(), "Garden");
+    EXPECT_EQ(en0()->linkSpeed(), 54'000'000);
+    EXPECT_TRUE(en0()->isPrimary());
+    EXPECT_TRUE(en0()->isWifi());
+}
+
+TEST_F(NetworkTest, DerivesRatesPerSecondAndKeepsTheirPeaks) {
+    sample();
+    lan().bytesIn += 110'000;
+    lan().bytesOut += 11'000;
+    sample();
+    EXPECT_DOUBLE_EQ(en0()->ibytesps(), 100'000.0);
+    EXPECT_DOUBLE_EQ(en0()->peakibytesps(), 100'000.0);
+    EXPECT_DOUBLE_EQ(en0()->obytesps(), 10'000.0);
+    lan().bytesIn += 55'000;
+    sample();
+    EXPECT_DOUBLE_EQ(en0()->ibytesps(), 50'000.0);
+    EXPECT_DOUBLE_EQ(en0()->peakibytesps(), 100'000.0);
+    EXPECT_DOUBLE_EQ(en0()->obytesps(), 0.0);
+    EXPECT_DOUBLE_EQ(en0()->peakobytesps(), 10'000.0);
+}
+
+TEST_F(NetworkTest, LeavesRatesAndPeaksAsTheyWereWithoutTimeBetweenTwoSamples) {
+    sample();
+    lan().bytesIn += 110'000;
+    sample();
+    lan().bytesIn += 110'000;
+    model().update();
+    EXPECT_DOUBLE_EQ(en0()->ibytesps(), 100'000.0);
+    EXPECT_DOUBLE_EQ(en0()->peakibytesps(), 100'000.0);
+    EXPECT_EQ(en0()->ibytes(), 220'000);
+    machine_->clock().setWallMicroseconds(1'000'000);
+    lan().bytesIn += 110'000;
+    model().update();
+    EXPECT_DOUBLE_EQ(en0()->ibytesps(), 100'000.0) << "a clock set back";
+}
+
+TEST_F(NetworkTest, ShowsNoRateWhereACounterWasRestarted) {
+    lan().bytesIn = 5'000'000;
+    sample();
+    lan().bytesIn += 110'000;
+    lan().bytesOut += 110'000;
+    sample();
+    lan().bytesIn = 500;
+    lan().bytesOut += 110'000;
+    sample();
+    EXPECT_DOUBLE_EQ(en0()->ibytesps(), 0.0);
+    EXPECT_DOUBLE_EQ(en0()->peakibytesps(), 100'000.0);
+    EXPECT_DOUBLE_EQ(en0()->obytesps(), 100'000.0);
+    lan().bytesIn += 55'000;
+    sample();
+    EXPECT_DOUBLE_EQ(en0()->ibytesps(), 50'000.0);
+}
+
+TEST_F(NetworkTest, KeepsTheObjectOfAnInterfaceThatStays) {
+    sample();
+    const auto before = en0();
+    lan().addresses.clear();
+    lan().addAddress("198.51.100.1");
+    lan().hardwareAddress.back() = 9;
+    lan().properties = PropertyList::Dictionary{{"IO80211SSID", "Garden"}};
+    sample();
+    EXPECT_EQ(en0(), before);
+    EXPECT_EQ(en0()->ipaddr(), "198.51.100.1");
+    EXPECT_EQ(en0()->mac(), "02:00:00:00:00:01") << "only read when it is first seen";
+    EXPECT_FALSE(en0()->isWifi()) << "only read when it is first seen";
+}
+
+TEST_F(NetworkTest, DropsAnInterfaceThatGoesAndMakesANewObjectOfOneThatComesBack) {
+    sample();
+    lan().bytesIn += 110'000;
+    sample();
+    const auto before = en0();
+    lan().media = platform::MediaStatus{true, false};
+    sample();
+    EXPECT_TRUE(model().interfaces().empty());
+    lan().media = platform::MediaStatus{true, true};
+    sample();
+    EXPECT_NE(en0(), before);
+    EXPECT_EQ(en0()->ibytesps(), 0.0);
+    EXPECT_EQ(en0()->peakibytesps(), 0.0);
+}
+
+TEST_F(NetworkTest, MakesANewObjectOfAnInterfaceThatWasMadeAnewBetweenTwoSamples) {
+    sample();
+    lan().bytesIn += 110'000;
+    sample();
+    const auto before = en0();
+    lan().index = 9;
+    lan().bytesIn = 7;
+    sample();
+    EXPECT_NE(en0(), before);
+    EXPECT_EQ(en0()->ibytesps(), 0.0);
+    EXPECT_EQ(en0()->peakibytesps(), 0.0);
+    EXPECT_EQ(en0()->ibytes(), 7);
+}
+
+TEST_F(NetworkTest, KeepsOneInterfaceWhileAnotherComesAndGoes) {
+    sample();
+    const auto before = en0();
+    machine_->network().interfaces.push_back(ScriptedInterface("en1", 3).addAddress("192.0.2.5"));
+    sample();
+    EXPECT_EQ(model().interfaces().size(), 2U);
+    EXPECT_EQ(en0(), before);
+    machine_->network().interfaces.pop_back();
+    sample();
+    EXPECT_EQ(model().interfaces().size(), 1U);
+    EXPECT_EQ(en0(), before);
+    lan().name = "wan0";
+    sample();
+    EXPECT_EQ(model().interfaces().count("en0"), 0U);
+    ASSERT_EQ(model().interfaces().count("wan0"), 1U);
+    EXPECT_NE(model().interfaces().at("wan0"), before) << "another name is another interface";
+}
+
+TEST_F(NetworkTest, SumsAllInterfaces) {
+    EXPECT_EQ(model().aggregated()->ibytes(), 0);
+    machine_->network().interfaces.push_back(ScriptedInterface("en1", 3).addAddress("192.0.2.5"));
+    ScriptedInterface& second = machine_->network().interface("en1");
+    sample();
+    lan().bytesIn += 110'000;
+    lan().bytesOut += 22'000;
+    second.bytesIn += 11'000;
+    sample();
+    const auto sum = model().aggregated();
+    EXPECT_DOUBLE_EQ(sum->ibytesps(), 110'000.0);
+    EXPECT_DOUBLE_EQ(sum->obytesps(), 20'000.0);
+    EXPECT_DOUBLE_EQ(sum->peakibytesps(), 110'000.0);
+    EXPECT_DOUBLE_EQ(sum->peakobytesps(), 20'000.0);
+    EXPECT_EQ(sum->ibytes(), 121'000);
+    EXPECT_EQ(sum->obytes(), 22'000);
+    EXPECT_EQ(sum->name(), "");
+    EXPECT_EQ(sum->ipaddr(), "");
+    EXPECT_EQ(sum->mac(), "");
+    EXPECT_EQ(sum->linkSpeed(), 0);
+    EXPECT_FALSE(sum->isPrimary());
+}
+
+TEST_F(NetworkTest, ChecksTheInternetAtTheFirstSampleWithAnInterfaceAndThenAtEvery32nd) {
+    machine_->network().reachable = Connectivity::no;
+    machine_->advance(interval);
+    model().update();
+    EXPECT_EQ(model().connection(), ConnectionType::internet) << "submitted, not yet run";
+    machine_->dispatch().runPending();
+    EXPECT_EQ(model().connection(), ConnectionType::local);
+    machine_->network().reachable = Connectivity::yes;
+    samples(31);
+    EXPECT_EQ(model().connection(), ConnectionType::local);
+    sample();
+    EXPECT_EQ(model().connection(), ConnectionType::internet);
+}
+
+TEST_F(NetworkTest, ChecksOnTheBackgroundQueue) {
+    machine_->advance(interval);
+    const DispatchQueue* queue = nullptr;
+    machine_->dispatch().backgroundQueue()->async([&] { queue = machine_->dispatch().currentQueue(); });
+    model().update();
+    machine_->dispatch().runPending();
+    EXPECT_EQ(queue, dispatch::backgroundQueue().get());
+}
+
+TEST_F(NetworkTest, AnnouncesNothingAtStartUp) {
+    samples(100);
+    EXPECT_EQ(model().connection(), ConnectionType::internet);
+    EXPECT_TRUE(delivered().empty());
+}
+
+TEST_F(NetworkTest, AnnouncesOnceThatTheInternetIsBack) {
+    machine_->network().reachable = Connectivity::no;
+    sample();
+    EXPECT_EQ(model().publicAddress(), "No Internet");
+    EXPECT_EQ(model().connection(), ConnectionType::local);
+    machine_->network().reachable = Connectivity::yes;
+    samples(32);
+    ASSERT_EQ(delivered().size(), 1U);
+    EXPECT_EQ(delivered()[0].title, "Network");
+    EXPECT_EQ(delivered()[0].text, "Connected to Internet");
+    EXPECT_EQ(delivered()[0].sound, machine_->desktop().defaultSoundName());
+    EXPECT_EQ(delivered()[0].actionButtonTitle, std::nullopt);
+    EXPECT_FALSE(delivered()[0].hasReplyButton);
+    EXPECT_EQ(model().publicAddress(), std::nullopt) << "there is no echo host";
+    samples(100);
+    EXPECT_EQ(delivered().size(), 1U);
+    machine_->network().reachable = Connectivity::no;
+    samples(32);
+    machine_->network().reachable = Connectivity::yes;
+    samples(32);
+    EXPECT_EQ(delivered().size(), 2U) << "once for each return";
+}
+
+TEST_F(NetworkTest, ForgetsEverythingWhileThereIsNoInterfaceAndChecksAtOnceAfterIt) {
+    machine_->network().reachable = Connectivity::no;
+    sample();
+    const std::vector<ScriptedInterface> interfaces = std::move(machine_->network().interfaces);
+    machine_->network().interfaces.clear();
+    sample();
+    EXPECT_EQ(model().connection(), ConnectionType::none);
+    EXPECT_EQ(model().publicAddress(), std::nullopt);
+    EXPECT_TRUE(model().interfaces().empty());
+    machine_->network().interfaces = interfaces;
+    machine_->network().reachable = Connectivity::yes;
+    sample();
+    EXPECT_EQ(model().connection(), ConnectionType::internet);
+    EXPECT_EQ(delivered().size(), 1U);
+}
+
+TEST_F(NetworkTest, KeepsNoInterfaceWhereTheListCannotBeHad) {
+    sample();
+    machine_->network().listsInterfaces = false;
+    testing::internal::CaptureStderr();
+    sample();
+    testing::internal::GetCapturedStderr();
+    EXPECT_TRUE(model().interfaces().empty());
+    EXPECT_EQ(model().connection(), ConnectionType::none);
+}
+
+TEST_F(NetworkTest, LooksThePublicAddressUpOnceAndAgainAfterTheInternetWasAway) {
+    EchoServer server(EchoServer::reply("HTTP/1.1 200 OK\r\n\r\nIP: 203.0.113.7\r\n"));
+    const EchoHostGuard guard({"127.0.0.1", server.port()});
+    samples(100);
+    EXPECT_EQ(model().publicAddress(), "203.0.113.7");
+    EXPECT_EQ(server.requests().size(), 1U) << "a known address is not asked for again";
+    ASSERT_TRUE(probes::setEchoHost({"no..such..name", server.port()}));
+    samples(32);
+    EXPECT_EQ(model().publicAddress(), "No Internet");
+    EXPECT_EQ(model().connection(), ConnectionType::local);
+    ASSERT_TRUE(probes::setEchoHost({"127.0.0.1", server.port()}));
+    samples(32);
+    EXPECT_EQ(model().publicAddress(), "203.0.113.7");
+    EXPECT_EQ(server.requests().size(), 2U);
+    EXPECT_EQ(delivered().size(), 1U);
+}
+
+TEST_F(NetworkTest, KeepsAnEmptyPublicAddressWhereTheEchoHostTellsNone) {
+    EchoServer server(EchoServer::reply("nothing\r\n"));
+    const EchoHostGuard guard({"127.0.0.1", server.port()});
+    samples(100);
+    EXPECT_EQ(model().publicAddress(), ""); // and does not ask again: meant
+    EXPECT_EQ(server.requests().size(), 1U);
+}
+
+TEST_F(NetworkTest, RefreshesThePublicAddressWhenTold) {
+    EchoServer server(EchoServer::reply("IP: 203.0.113.7\r\n"));
+    const EchoHostGuard guard({"127.0.0.1", server.port()});
+    EXPECT_EQ(model().refreshPublicAddress(), "203.0.113.7");
+    EXPECT_EQ(model().publicAddress(), "203.0.113.7");
+    machine_->network().interfaces.clear();
+    sample();
+    EXPECT_EQ(model().refreshPublicAddress(), std::nullopt) << "there is no Internet to ask";
+    EXPECT_EQ(server.requests().size(), 1U);
+}
+
+TEST_F(NetworkTest, ForgetsThePublicAddressWhereARefreshFindsNoServer) {
+    {
+        EchoServer server(EchoServer::reply("IP: 203.0.113.7\r\n"));
+        const EchoHostGuard guard({"127.0.0.1", server.port()});
+        EXPECT_EQ(model().refreshPublicAddress(), "203.0.113.7");
+    }
+    EXPECT_EQ(model().refreshPublicAddress(), std::nullopt);
+}
+
+TEST_F(NetworkTest, MirrorsTheConfigurationFromTheStart) {
+    machine_->network().localHostName = "workbench";
+    machine_->network().router = "192.0.2.1";
+    machine_->network().dnsServers = {"192.0.2.53", "2001:db8::53"};
+    EXPECT_EQ(model().localhostName(), "workbench");
+    EXPECT_EQ(model().router(), "192.0.2.1");
+    EXPECT_EQ(model().dns(), "192.0.2.53, 2001:db8::53");
+}
+
+TEST_F(NetworkTest, FollowsTheConfiguration) {
+    machine_->network().router = "192.0.2.1";
+    machine_->network().dnsServers = {"192.0.2.53"};
+    EXPECT_EQ(model().dns(), "192.0.2.53");
+    machine_->network().localHostName = "renamed";
+    machine_->network().router.reset();
+    machine_->network().dnsServers.reset();
+    machine_->network().change();
+    machine_->dispatch().runPending();
+    EXPECT_EQ(model().localhostName(), "renamed");
+    EXPECT_EQ(model().router(), "192.0.2.1") << "outlives a disconnection";
+    EXPECT_EQ(model().dns(), "192.0.2.53") << "outlives a disconnection";
+}
+
+TEST_F(NetworkTest, MayGoWhileACheckIsStillToRun) {
+    machine_->advance(interval);
+    model().update();
+    model_.reset();
+    machine_->network().reachable = Connectivity::no;
+    machine_->dispatch().runPending();
+    machine_->network().change();
+    machine_->dispatch().runPending();
+}
+
+TEST_F(NetworkTest, IsReadFromOtherThreadsWhileItSamplesAndChecks) {
+    EchoServer server(EchoServer::reply("IP: 203.0.113.7\r\n"));
+    const EchoHostGuard guard({"127.0.0.1", server.port()});
+    sample();
+    std::atomic<bool> done{false};
+    std::thread reader([&] {
+        while (!done) {
+            static_cast<void>(model().aggregated());
+            for (const auto& [name, interface] : model().interfaces())
+                static_cast<void>(interface->ipaddr().size() + interface->name().size() + name.size());
+            static_cast<void>(model().connection());
+            static_cast<void>(model().publicAddress());
+            static_cast<void>(model().dns());
+        }
+    });
+    std::thread refresher([&] {
+        while (!done)
+            static_cast<void>(model().refreshPublicAddress());
+    });
+    for (int round = 0; round < 200; ++round) {
+        lan().bytesIn += 100;
+        lan().index = round % 20 == 0 ? lan().index + 1 : lan().index;
+        machine_->network().localHostName = std::to_string(round);
+        machine_->network().change();
+        sample();
+    }
+    done = true;
+    reader.join();
+    refresher.join();
+    EXPECT_EQ(model().publicAddress(), "203.0.113.7");
+}
+
+} // namespace
+} // namespace sentrel

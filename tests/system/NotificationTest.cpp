@@ -1,0 +1,49 @@
+#include <SentrelKit/system/Notification.h>
+
+#include "tests/support/ScriptedMachine.h"
+
+#include <gtest/gtest.h>
+
+namespace sentrel {
+namespace {
+
+TEST(Notification, OfATitleAloneHasTheDefaultSoundAndNothingElse) {
+    ScriptedMachine machine;
+    Notification::notify("Network");
+    ASSERT_EQ(machine->desktop().delivered.size(), 1U);
+    const platform::UserNotification& delivered = machine->desktop().delivered[0];
+    EXPECT_EQ(delivered.title, "Network");
+    EXPECT_EQ(delivered.text, std::nullopt);
+    EXPECT_EQ(delivered.sound, machine->desktop().defaultSoundName());
+    EXPECT_EQ(delivered.actionButtonTitle, std::nullopt);
+    EXPECT_FALSE(delivered.hasReplyButton);
+}
+
+TEST(Notification, WithAnAbsentSoundIsSilent) {
+    ScriptedMachine machine;
+    Notification::notify("Network", "Connected", std::nullopt);
+    ASSERT_EQ(machine->desktop().delivered.size(), 1U);
+    EXPECT_EQ(machine->desktop().delivered[0].sound, std::nullopt);
+}
+
+TEST(Notification, HandsOverAllThatItIsGiven) {
+    ScriptedMachine machine;
+    Notification::notify("Network", "Connected", "chime", "Open", true);
+    ASSERT_EQ(machine->desktop().delivered.size(), 1U);
+    const platform::UserNotification& delivered = machine->desktop().delivered[0];
+    EXPECT_EQ(delivered.text, "Connected");
+    EXPECT_EQ(delivered.sound, "chime");
+    EXPECT_EQ(delivered.actionButtonTitle, "Open");
+    EXPECT_TRUE(delivered.hasReplyButton);
+}
+
+TEST(Notification, ShowsWhileTheHostIsInFrontFromTheFirstOneOn) {
+    ScriptedMachine machine;
+    EXPECT_FALSE(machine->desktop().presentsWhileFrontmost);
+    Notification::notify("First");
+    Notification::notify("Second");
+    EXPECT_EQ(machine->desktop().presentedWhileFrontmost, (std::vector<bool>{true, true}));
+}
+
+} // namespace
+} // namespace sentrel
