@@ -11,7 +11,8 @@
 #include <SentrelKit/views/GaugeBar.h>
 #include <SentrelKit/views/GaugeCircleChart.h>
 #include <SentrelKit/views/HorizontalLine.h>
-#include <SentrelKit/views/Layer.h>
+#include <SentrelKit/views/LineChart.h>
+#include <SentrelKit/views/PieChart.h>
 #include <SentrelKit/views/Square.h>
 #include <SentrelKit/views/Thermometer.h>
 #include <SentrelKit/views/Triangle.h>
@@ -33,7 +34,7 @@ constexpr int side = 96;
 class Surface {
 public:
     Surface()
-        : surface_(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, side, side)), context_(cairo_create(surface_)) {}
+        : surface_(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, side, 2 * side)), context_(cairo_create(surface_)) {}
     ~Surface() {
         cairo_destroy(context_);
         cairo_surface_destroy(surface_);
@@ -241,6 +242,70 @@ void gaugeBarCairo(benchmark::State& state) {
     measureCairo(state, [](cairo_t* cr) { drawBar(cr, 95, 241, 196, 15); });
 }
 
+void lineChartView(benchmark::State& state) {
+    LineChart chart({0, 0, side, 2 * side});
+    measureView(state, chart);
+}
+void lineChartCairo(benchmark::State& state) {
+    measureCairo(state, [](cairo_t* cr) {
+        constexpr int height = 2 * side;
+        constexpr int plot = height - 110;
+        cairo_save(cr);
+        cairo_rectangle(cr, 0, 0, side, height);
+        cairo_clip(cr);
+        roundedRect(cr, 0, 0, side, height, 8);
+        cairo_clip_preserve(cr);
+        setSource(cr, 26, 188, 156);
+        cairo_fill(cr);
+        const double dash[] = {5, 2};
+        cairo_set_dash(cr, dash, 2, 0);
+        cairo_set_line_width(cr, 1);
+        for (const double y : {60.0, 60.0 + plot / 2.0, height - 50.0}) {
+            cairo_move_to(cr, 20, y);
+            cairo_line_to(cr, side - 20, y);
+        }
+        setSource(cr, 22, 160, 133, 0.6);
+        cairo_stroke(cr);
+        cairo_set_dash(cr, nullptr, 0, 0);
+        cairo_set_line_width(cr, 4);
+        cairo_set_line_cap(cr, CAIRO_LINE_CAP_ROUND);
+        cairo_set_line_join(cr, CAIRO_LINE_JOIN_ROUND);
+        double x = 22;
+        for (const int sample : {4, 2, 6, 4, 5, 8, 1, 20, 3}) {
+            cairo_line_to(cr, x, plot + 60 - sample / 20.0 * plot);
+            x += (side - 44) / 8.0;
+        }
+        setSource(cr, 255, 255, 255);
+        cairo_stroke(cr);
+        cairo_restore(cr);
+    });
+}
+
+void pieChartView(benchmark::State& state) {
+    PieChart chart({0, 0, side, side});
+    chart.setColorPoints(std::vector<Color>{FUIColor::peterRiver(), FUIColor::sunflower(), FUIColor::alizarin()});
+    chart.setDataPoints({1, 1, 2});
+    measureView(state, chart);
+}
+void pieChartCairo(benchmark::State& state) {
+    measureCairo(state, [](cairo_t* cr) {
+        cairo_save(cr);
+        cairo_rectangle(cr, 0, 0, side, side);
+        cairo_clip(cr);
+        const auto sector = [cr](double from, double to, double r, double g, double b) {
+            cairo_move_to(cr, side / 2.0, side / 2.0);
+            cairo_arc(cr, side / 2.0, side / 2.0, side / 2.0, (from - 0.25) * 2 * M_PI, (to - 0.25) * 2 * M_PI);
+            cairo_close_path(cr);
+            setSource(cr, r, g, b);
+            cairo_fill(cr);
+        };
+        sector(0, 0.25, 52, 152, 219);
+        sector(0.25, 0.5, 241, 196, 15);
+        sector(0.5, 1, 231, 76, 60);
+        cairo_restore(cr);
+    });
+}
+
 void thermometerView(benchmark::State& state) {
     Thermometer thermometer({0, 0, side, side});
     thermometer.setValue(ThermalState::fair);
@@ -345,6 +410,10 @@ BENCHMARK(barView);
 BENCHMARK(barCairo);
 BENCHMARK(gaugeBarView);
 BENCHMARK(gaugeBarCairo);
+BENCHMARK(lineChartView);
+BENCHMARK(lineChartCairo);
+BENCHMARK(pieChartView);
+BENCHMARK(pieChartCairo);
 BENCHMARK(thermometerView);
 BENCHMARK(thermometerCairo);
 BENCHMARK(fuiIndicatorView);

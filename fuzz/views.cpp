@@ -9,6 +9,8 @@
 #include <SentrelKit/views/GaugeBar.h>
 #include <SentrelKit/views/GaugeCircleChart.h>
 #include <SentrelKit/views/HorizontalLine.h>
+#include <SentrelKit/views/LineChart.h>
+#include <SentrelKit/views/PieChart.h>
 #include <SentrelKit/views/PointerRouter.h>
 #include <SentrelKit/views/Square.h>
 #include <SentrelKit/views/Thermometer.h>
@@ -24,6 +26,7 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -99,7 +102,7 @@ std::shared_ptr<Kind> label(Bytes& bytes) {
 }
 
 std::shared_ptr<View> component(Bytes& bytes) {
-    switch (bytes.take<std::uint8_t>() % 13) {
+    switch (bytes.take<std::uint8_t>() % 15) {
     case 0: {
         auto chart = std::make_shared<CircleChart>(bytes.rect());
         chart->setLineWidth(bytes.number());
@@ -151,7 +154,24 @@ std::shared_ptr<View> component(Bytes& bytes) {
         button->setBackgroundColor(bytes.color());
         return button;
     }
-    case 11:
+    case 11: {
+        auto chart = std::make_shared<LineChart>(bytes.rect());
+        std::vector<std::int64_t> samples(bytes.take<std::uint8_t>());
+        for (std::int64_t& sample : samples)
+            sample = bytes.flag() ? bytes.take<std::int64_t>() : bytes.take<std::int8_t>();
+        chart->setDataPoints(samples);
+        return chart;
+    }
+    case 12: {
+        auto chart = std::make_shared<PieChart>(bytes.rect());
+        std::vector<double> amounts(bytes.take<std::uint8_t>() % 16);
+        for (double& amount : amounts)
+            amount = bytes.number();
+        chart->setColorPoints(std::vector<Color>(amounts.size(), FUIColor::carrot()));
+        chart->setDataPoints(amounts);
+        return chart;
+    }
+    case 13:
         return label<FUILink>(bytes);
     default:
         return label<TextField>(bytes);

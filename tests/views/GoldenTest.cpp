@@ -2,8 +2,6 @@
 #include "FontconfigLeaks.h"
 #include "Specimens.h"
 
-#include <SentrelKit/views/canvas/Picture.h>
-
 #include <tests/support/TemporaryFolder.h>
 
 #include <cairo.h>
@@ -47,7 +45,7 @@ TEST_F(Golden, EveryComponentLooksAsItDid) {
         for (const int scale : {1, 2}) {
             const std::string name = specimen.name + "@" + std::to_string(scale) + "x.png";
             SCOPED_TRACE(name);
-            ASSERT_TRUE(renderPNG(*specimen.sheet, folder.path(name), scale, specimen.time));
+            ASSERT_TRUE(render(specimen, folder.path(name), scale));
             const Image golden = imageOf(std::string(SENTREL_FIXTURES) + "/golden/" + name);
             const Image fresh = imageOf(folder.path(name));
             ASSERT_EQ(cairo_surface_status(golden.get()), CAIRO_STATUS_SUCCESS);

@@ -14,9 +14,12 @@
 #include <SentrelKit/views/GaugeCircleChart.h>
 #include <SentrelKit/views/Glyph.h>
 #include <SentrelKit/views/HorizontalLine.h>
+#include <SentrelKit/views/LineChart.h>
+#include <SentrelKit/views/PieChart.h>
 #include <SentrelKit/views/Square.h>
 #include <SentrelKit/views/Thermometer.h>
 #include <SentrelKit/views/Triangle.h>
+#include <SentrelKit/views/canvas/Picture.h>
 
 #include <cmath>
 #include <limits>
@@ -70,6 +73,13 @@ struct Specimen {
     double time = 0.0; ///< media time to draw it at
 };
 
+/// Draws a sheet as a program would that has drawn nothing before: without the line defaults that other sheets leave.
+inline bool render(Specimen& specimen, const std::string& path, int scale) {
+    Path::setDefaultLineCapStyle(LineCap::butt);
+    Path::setDefaultLineWidth(1.0);
+    return renderPNG(*specimen.sheet, path, scale, specimen.time);
+}
+
 /// Every sheet, made on a clock of its own.
 class Specimens {
 public:
@@ -79,6 +89,8 @@ public:
         addShapes();
         addBar();
         addGaugeBar();
+        addLineChart();
+        addPieChart();
         addThermometer();
         addFlatControls();
         addTextField();
@@ -172,6 +184,27 @@ private:
     void addGaugeBar() {
         auto sheet = bars<GaugeBar>({42.0, 90.9, 91.0, 98.9, 99.0, 150.0, std::numeric_limits<double>::quiet_NaN()});
         keep("gauge-bar", std::move(sheet));
+    }
+
+    void addLineChart() {
+        auto sheet = std::make_unique<Sheet>(3, 2, Size{240, 190});
+        sheet->add<LineChart>();
+        for (const auto& samples :
+             std::vector<std::vector<std::int64_t>>{{5, 5, 5, 5}, {0, 0, 0}, {7}, {10, -3, 4, 0, 8}, {1, 100}})
+            sheet->add<LineChart>().setDataPoints(samples);
+        keep("line-chart", std::move(sheet));
+    }
+
+    void addPieChart() {
+        auto sheet = std::make_unique<Sheet>(5, 1, Size{96, 96});
+        const std::vector<Color> colors{FUIColor::peterRiver(), FUIColor::sunflower(), FUIColor::alizarin()};
+        for (const auto& amounts :
+             std::vector<std::vector<double>>{{1, 1, 2}, {0, 0, 0}, {1, 1}, {3, -1, 2}, {60, 30, 10}}) {
+            PieChart& pie = sheet->add<PieChart>();
+            pie.setColorPoints(colors);
+            pie.setDataPoints(amounts);
+        }
+        keep("pie-chart", std::move(sheet));
     }
 
     void addThermometer() {

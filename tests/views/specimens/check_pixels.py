@@ -18,6 +18,7 @@ SUNFLOWER = (241, 196, 15)
 ALIZARIN = (231, 76, 60)
 PETER_RIVER = (52, 152, 219)
 TURQUOISE = (26, 188, 156)
+GREEN_SEA = (22, 160, 133)
 CARROT = (230, 126, 34)
 NEPHRITIS = (39, 174, 96)
 AMETHYST = (155, 89, 182)
@@ -331,6 +332,99 @@ def check_thermometer(folder, scale):
                        f"needle {i} at {part} of its length @{scale}x", 60)
 
 
+def check_line_chart(folder, scale):
+    picture = Picture(f"{folder}/line-chart@{scale}x.png", scale)
+    width, height = 224.0, 174.0
+    plot = height - 60 - 50
+    series = [[4, 2, 6, 4, 5, 8, 1, 20, 3], [5, 5, 5, 5], None, None, [10, -3, 4, 0, 8], [1, 100]]
+    guide = mixed(TURQUOISE, GREEN_SEA, 0.6)
+    for i, samples in enumerate(series):
+        left, top = i % 3 * 240 + 8, i // 3 * 190 + 8
+        what = f"line chart {i} @{scale}x"
+        same_color(picture.at(left + width / 2, top + 20), TURQUOISE, f"{what} card")
+        # Corner radius 8: two points down, the edge is at 8 - sqrt(64 - 36).
+        start, _ = span(picture, (left - 4, top + 2), (left + 30, top + 2), WHITE, TURQUOISE)
+        near(start - 4, 8 - math.sqrt(28), 0.5, f"{what} corner")
+        places = [(22 + k * (width - 44) / (len(samples) - 1), plot + 60 - s / max(samples) * plot)
+                  for k, s in enumerate(samples)] if samples else []
+
+        def series_near(x, y):
+            return any(abs(px - x) < 30 and abs(py - y) < 14 for px, py in places) or any(
+                x0 - 3 <= x <= x1 + 3 and abs(y0 + (y1 - y0) * (x - x0) / (x1 - x0) - y) < 14
+                for (x0, y0), (x1, y1) in zip(places, places[1:]))
+
+        for y in (60.0, 60.0 + plot / 2, height - 50.0):
+            # The first dash of five points starts at the margin; the second seven points on.
+            for x in (22.5, 29.5, 36.5):
+                if not series_near(x, y):
+                    found = [share(picture.smooth(left + x, top + y + d / 8), TURQUOISE, guide) for d in range(-12, 13)]
+                    near(sum(found) / 8, 1.0, 0.3, f"{what} guide at {y} thickness at {x}")
+            if not series_near(26.0, y):
+                found = share(picture.smooth(left + 26.0, top + y), TURQUOISE, guide)
+                check(found < 0.3, f"{what} guide at {y}: no gap between its dashes: {found}")
+        for (x0, y0), (x1, y1) in zip(places, places[1:]):
+            # Half way between two samples, across the line: 4 points thick.
+            x, y = (x0 + x1) / 2, (y0 + y1) / 2
+            length = math.hypot(x1 - x0, y1 - y0)
+            nx, ny = -(y1 - y0) / length, (x1 - x0) / length
+            if y + 8 > height:
+                continue
+            same_color(picture.smooth(left + x, top + y), WHITE, f"{what} line colour", 12 if scale == 1 else 1)
+            start = (left + x - nx * 5, top + y - ny * 5)
+            low, high = span(picture, start, (left + x + nx * 5, top + y + ny * 5), TURQUOISE, WHITE)
+            near(low - 5, -2, 0.5, f"{what} line edge")
+            near(high - 5, 2, 0.5, f"{what} line edge")
+        if places and len(places) == 4:
+            low, high = span(picture, (left + 10, top + 60), (left + width - 10, top + 60), TURQUOISE, WHITE)
+            near(low + 10, 22 - 2, 0.5, f"{what} line start")  # a round cap of half the width
+            near(high + 10, width - 22 + 2, 0.5, f"{what} line end")
+        if not samples:
+            middle = [picture.smooth(left + x, top + 60 + plot / 4) for x in range(22, 200)]
+            check(all(share(c, TURQUOISE, WHITE) < 0.2 for c in middle), f"{what}: a line without a scale")
+
+
+def check_pie_chart(folder, scale):
+    picture = Picture(f"{folder}/pie-chart@{scale}x.png", scale)
+    colors = [PETER_RIVER, SUNFLOWER, ALIZARIN]
+    amounts = [[1, 1, 2], None, None, [3, -1, 2], [60, 30, 10]]
+    for i, values in enumerate(amounts):
+        center = (i * 96 + 48, 48)
+        what = f"pie {i} @{scale}x"
+        radius, steps = 30.0, 1440
+        ring = []
+        for k in range(steps):
+            angle = math.radians(k * 360 / steps)
+            ring.append(picture.smooth(center[0] + radius * math.sin(angle), center[1] - radius * math.cos(angle)))
+        if not values:
+            check(all(share(c, WHITE, PETER_RIVER) < 0.01 for c in ring), f"{what}: drawn")
+            continue
+        # What lies on top at each angle: sectors are laid down in turn, backwards for a negative amount.
+        start, wanted = 0.0, [None] * steps
+        for value, color in zip(values, colors):
+            end = start + value / sum(values) * 360
+            for k in range(steps):
+                degrees = k * 360 / steps
+                if min(start, end) < degrees < max(start, end) or min(start, end) < degrees + 360 < max(start, end):
+                    wanted[k] = color
+            start = end
+        for k in range(steps):
+            around = {wanted[(k + d) % steps] for d in range(-16, 17)}  # 4 degrees from any boundary
+            if len(around) == 1:
+                same_color(ring[k], wanted[k], f"{what} at {k * 360 / steps} degrees", 1)
+        boundaries = [k for k in range(steps) if wanted[k] is None or
+                      wanted[k - 1] is not None and wanted[k - 1] != wanted[k]]
+        for k in boundaries:
+            before, after = wanted[k - 4], wanted[(k + 4) % steps]
+            if before == after:
+                continue  # one sector lies over the boundary of others
+            mixes = [share(ring[(k + d) % steps], before, after) for d in range(-20, 21)]
+            crossing = next(d for d, part in zip(range(-20, 21), mixes) if part > 0.5)
+            near(crossing * 360 / steps, 0.0, 1.0, f"{what} boundary at {k * 360 / steps} degrees")
+        away = 46 * math.sin(math.radians(45))  # half way between right and down: 135 degrees from the top
+        _, edge = span(picture, center, (center[0] + away, center[1] + away), WHITE, wanted[steps * 135 // 360])
+        near(edge, 40.0, 0.5, f"{what} radius")
+
+
 def ease_in(time):
     """The cubic curve with control points (0.42, 0) and (1, 1), by bisection."""
     low, high = 0.0, 1.0
@@ -369,6 +463,8 @@ def main():
             check_rings(folder, scale)
             check_bars(folder, scale)
             check_shapes(folder, scale)
+            check_line_chart(folder, scale)
+            check_pie_chart(folder, scale)
             check_thermometer(folder, scale)
             check_flat_controls(folder, scale)
     for failure in failures:

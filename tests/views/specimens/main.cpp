@@ -4,8 +4,6 @@
 #include <tests/views/FontconfigLeaks.h>
 #include <tests/views/Specimens.h>
 
-#include <SentrelKit/views/canvas/Picture.h>
-
 #include <cstdio>
 
 int main(int argc, char** argv) {
@@ -17,7 +15,7 @@ int main(int argc, char** argv) {
     for (sentrel::Specimen& specimen : specimens.all()) {
         for (const int scale : {1, 2}) {
             const std::string path = std::string(argv[1]) + "/" + specimen.name + "@" + std::to_string(scale) + "x.png";
-            if (!sentrel::renderPNG(*specimen.sheet, path, scale, specimen.time)) {
+            if (!sentrel::render(specimen, path, scale)) {
                 std::fprintf(stderr, "cannot write %s\n", path.c_str());
                 return 1;
             }
