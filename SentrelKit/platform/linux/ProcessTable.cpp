@@ -11,6 +11,7 @@ namespace {
 constexpr std::int64_t second = 1'000'000'000;
 constexpr std::int64_t longestStanding = 10 * second;
 constexpr std::int64_t youth = second / 2;
+constexpr std::int32_t fewIds = 64; // asking for each still costs less than a listing
 
 std::int64_t nanoseconds(const timespec& time) noexcept {
     return time.tv_sec * second + time.tv_nsec;
@@ -60,8 +61,10 @@ bool ProcessTable::look() {
     // Read before the listing: what starts in between moves them once more.
     const std::optional<Figures> figures = readFigures();
     bool changed = false;
-    if (!figures || !figures_ || *figures != *figures_)
-        changed = list(figures);
+    if (!figures || !figures_ || *figures != *figures_) {
+        const std::optional<bool> few = figures && figures_ ? takeFewNewIds(*figures) : std::nullopt;
+        changed = few ? *few : list(figures);
+    }
     return readAgain() || changed;
 }
 
@@ -71,6 +74,36 @@ std::optional<ProcessTable::Figures> ProcessTable::readFigures() noexcept {
     if (!linkCount || !lastId)
         return std::nullopt;
     return Figures{*lastId, *linkCount};
+}
+
+// True if one of the few new ids is a process of more than passing interest; absent if only a listing can tell what
+// happened.
+std::optional<bool> ProcessTable::takeFewNewIds(const Figures& figures) {
+    if (figures.lastId < figures_->lastId || figures.lastId - figures_->lastId > fewIds)
+        return std::nullopt;
+    listed_.clear();
+    for (std::int32_t id = figures_->lastId + 1; id <= figures.lastId; ++id) {
+        // Threads are given ids too, but only a process has a process clock.
+        if (!clocks_->processNanoseconds(id))
+            continue;
+        if (find(id))
+            return std::nullopt;
+        listed_.push_back(id);
+    }
+    if (figures.linkCount != figures_->linkCount + listed_.size())
+        return std::nullopt;
+
+    bool changed = false;
+    for (const std::int32_t id : listed_) {
+        const auto place = std::lower_bound(ids_.begin(), ids_.end(), id);
+        ProcessEntry& entry = *entries_.insert(entries_.begin() + (place - ids_.begin()), readEntry(id));
+        ids_.insert(place, id);
+        entry.isYoung = true;
+        entry.factsReadAt = clocks_->now();
+        changed = changed || entry.facts.isCandidate;
+    }
+    figures_ = figures;
+    return changed;
 }
 
 bool ProcessTable::list(const std::optional<Figures>& figures) {

@@ -96,6 +96,7 @@ private:
 
     [[nodiscard]] std::optional<Figures> readFigures() noexcept;
     [[nodiscard]] bool list(const std::optional<Figures>& figures);
+    [[nodiscard]] std::optional<bool> takeFewNewIds(const Figures& figures);
     [[nodiscard]] bool takeListing();
     void doubtOrphans() noexcept;
     [[nodiscard]] bool readAgain();
