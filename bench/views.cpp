@@ -51,6 +51,7 @@ private:
 
 void measureView(benchmark::State& state, View& view) {
     const Surface surface;
+    Path::setDefaultLineCapStyle(LineCap::butt); // as if no line or bar had been drawn before
     for (auto _ : state) {
         CairoCanvas canvas(surface.context());
         view.display(canvas, 1.0e9);

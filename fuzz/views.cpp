@@ -17,6 +17,8 @@
 #include <SentrelKit/views/Triangle.h>
 #include <SentrelKit/views/canvas/CairoCanvas.h>
 
+#include <tests/views/FontconfigLeaks.h>
+
 #include <cairo.h>
 
 #include <algorithm>

@@ -143,6 +143,7 @@ Path Path::roundedRect(Rect rect, double xRadius, double yRadius) {
 
 Path Path::line(Point from, Point to) {
     Path path;
+    path.elements_.reserve(2);
     path.moveTo(from);
     path.lineTo(to);
     return path;

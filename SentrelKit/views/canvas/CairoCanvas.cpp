@@ -52,7 +52,8 @@ bool isUsable(const cairo_matrix_t& matrix) noexcept {
 }
 
 double longestStep(const cairo_matrix_t& matrix) noexcept {
-    return std::max(std::hypot(matrix.xx, matrix.yx), std::hypot(matrix.xy, matrix.yy));
+    return std::sqrt(
+        std::max(matrix.xx * matrix.xx + matrix.yx * matrix.yx, matrix.xy * matrix.xy + matrix.yy * matrix.yy));
 }
 
 // A dash pattern that cairo takes and that is not finer than the device can show.
@@ -76,8 +77,7 @@ CairoCanvas::CairoCanvas(cairo_t* context) : context_(cairo_reference(context)) 
     cairo_save(context_);
     cairo_matrix_t matrix;
     cairo_get_matrix(context_, &matrix);
-    drawable_ = isUsable(matrix);
-    scale_ = longestStep(matrix);
+    state_ = {longestStep(matrix), isUsable(matrix)};
 }
 
 CairoCanvas::~CairoCanvas() {
@@ -89,41 +89,36 @@ CairoCanvas::~CairoCanvas() {
 }
 
 void CairoCanvas::save() {
-    saved_.push_back(drawable_);
+    saved_.push_back(state_);
     cairo_save(context_);
 }
 
 void CairoCanvas::restore() {
     if (saved_.empty())
         return;
-    drawable_ = saved_.back();
+    state_ = saved_.back();
     saved_.pop_back();
     cairo_restore(context_);
-    cairo_matrix_t matrix;
-    cairo_get_matrix(context_, &matrix);
-    scale_ = longestStep(matrix);
 }
 
 void CairoCanvas::concat(const Transform& transform) {
-    if (!drawable_)
+    if (!state_.drawable)
         return;
     cairo_matrix_t mapped;
     cairo_get_matrix(context_, &mapped);
     const cairo_matrix_t first{transform.a, transform.b, transform.c, transform.d, transform.tx, transform.ty};
     cairo_matrix_multiply(&mapped, &first, &mapped);
-    drawable_ = isUsable(mapped);
-    if (!drawable_)
-        return;
-    cairo_set_matrix(context_, &mapped);
-    scale_ = longestStep(mapped);
+    state_ = {longestStep(mapped), isUsable(mapped)};
+    if (state_.drawable)
+        cairo_set_matrix(context_, &mapped);
 }
 
 // Lays the path down in cairo. False, with nothing laid down, for one that must not be drawn.
 bool CairoCanvas::trace(const Path& path) {
     cairo_new_path(context_);
-    if (!drawable_ || !std::ranges::all_of(path.elements(), [](const PathElement& e) { return isFinite(e); }))
+    if (!state_.drawable || !std::ranges::all_of(path.elements(), [](const PathElement& e) { return isFinite(e); }))
         return false;
-    const double limit = farthest / scale_;
+    const double limit = farthest / state_.scale;
     const auto held = [limit](double coordinate) { return std::clamp(coordinate, -limit, limit); };
     for (const PathElement& element : path.elements()) {
         const auto& [p, q, r] = element.points;
@@ -166,7 +161,7 @@ bool CairoCanvas::setPaint(const Paint& paint) {
     if (gradient.colors.empty() || !isFinite(gradient.start) || !isFinite(gradient.end) ||
         !std::ranges::all_of(gradient.colors, [](const Color& color) { return isFinite(color); }))
         return false;
-    const double limit = farthest / scale_;
+    const double limit = farthest / state_.scale;
     const auto held = [limit](double coordinate) { return std::clamp(coordinate, -limit, limit); };
     const std::unique_ptr<cairo_pattern_t, DestroyPattern> pattern(cairo_pattern_create_linear(
         held(gradient.start.x), held(gradient.start.y), held(gradient.end.x), held(gradient.end.y)));
@@ -184,12 +179,12 @@ bool CairoCanvas::setStrokeStyle(const Path& path) {
     if (!std::isfinite(path.lineWidth()) || !std::isfinite(path.miterLimit()))
         return false;
     const double width = std::max(path.lineWidth(), 0.0);
-    cairo_set_line_width(context_, width > 0.0 ? std::min(width, widest / scale_) : 1.0 / scale_);
+    cairo_set_line_width(context_, width > 0.0 ? std::min(width, widest / state_.scale) : 1.0 / state_.scale);
     cairo_set_line_cap(context_, static_cast<cairo_line_cap_t>(path.lineCapStyle()));
     cairo_set_line_join(context_, static_cast<cairo_line_join_t>(path.lineJoinStyle()));
     cairo_set_miter_limit(context_, std::clamp(path.miterLimit(), 1.0, sharpestMiter));
     const std::vector<double>& dash = path.lineDash();
-    if (isUsable(dash, path.lineDashPhase(), scale_))
+    if (isUsable(dash, path.lineDashPhase(), state_.scale))
         cairo_set_dash(context_, dash.data(), static_cast<int>(dash.size()), path.lineDashPhase());
     else
         cairo_set_dash(context_, nullptr, 0, 0.0);
@@ -197,8 +192,8 @@ bool CairoCanvas::setStrokeStyle(const Path& path) {
 }
 
 void CairoCanvas::clip(const Path& path) {
-    drawable_ = trace(path);
-    if (drawable_)
+    state_.drawable = trace(path);
+    if (state_.drawable)
         cairo_clip(context_);
 }
 
@@ -215,8 +210,8 @@ void CairoCanvas::stroke(const Path& path, const Paint& paint) {
 void CairoCanvas::drawText(const std::string& text, const Font& font, const Color& color, Rect box,
                            TextAlignment alignment) {
     const bool usable = isFinite(Point{box.x, box.y}) && isFinite(Point{box.width, box.height}) && isFinite(color) &&
-                        font.size() > 0.0 && font.size() * scale_ <= largestText;
-    if (!drawable_ || !usable || text.empty())
+                        font.size() > 0.0 && font.size() * state_.scale <= largestText;
+    if (!state_.drawable || !usable || text.empty())
         return;
     save();
     concat(Transform::translation(box.center().x, box.center().y));
@@ -224,7 +219,7 @@ void CairoCanvas::drawText(const std::string& text, const Font& font, const Colo
     cairo_get_matrix(context_, &matrix);
     if (matrix.xx * matrix.yy - matrix.xy * matrix.yx < 0.0)
         concat(Transform::scale(1.0, -1.0));
-    if (drawable_) {
+    if (state_.drawable) {
         PangoLayout* layout = layoutLine(context_, text, font.face(), font.size());
         PangoRectangle logical{};
         pango_layout_get_extents(layout, nullptr, &logical);

@@ -33,10 +33,14 @@ private:
     bool setPaint(const Paint& paint);
     bool setStrokeStyle(const Path& path);
 
+    struct State {
+        double scale = 1.0;   ///< the longest step that one unit makes on the device
+        bool drawable = true; ///< false under a transform or a clip that cairo cannot take
+    };
+
     _cairo* context_;
-    std::vector<bool> saved_; ///< whether drawing was possible at each save
-    bool drawable_ = true;    ///< false under a transform that cairo cannot take
-    double scale_ = 1.0;      ///< the longest step that one unit makes on the device
+    State state_;
+    std::vector<State> saved_;
 };
 
 } // namespace sentrel
