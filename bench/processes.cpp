@@ -178,8 +178,20 @@ void listing_raw(benchmark::State& state) {
     ::close(folder);
 }
 
-// One that began before the last look ended: the number of processes tells, and only a listing tells which.
+// More ids were given out than are asked for one by one: all are listed.
 void listing_SentrelKit(benchmark::State& state) {
+    Crowd::of(state.range(0));
+    platform::LinuxProcessService service{platform::SystemRoot()};
+    service.refreshRunningApplications();
+    const auto passMany = [] {
+        for (int i = 0; i < 70; ++i)
+            Crowd::passBy();
+    };
+    measure(state, passMany, [&] { service.refreshRunningApplications(); });
+}
+
+// One that was known ended and another started: listed, the new one read, the rule applied, a new set made.
+void listing_SentrelKit_new_set(benchmark::State& state) {
     Crowd::of(state.range(0));
     platform::LinuxProcessService service{platform::SystemRoot()};
     service.refreshRunningApplications();
@@ -334,6 +346,7 @@ const bool areRegistered = [] {
         };
         add("listing/raw", listing_raw);
         add("listing/SentrelKit", listing_SentrelKit);
+        add("listing/SentrelKit, new set", listing_SentrelKit_new_set);
         add("listing/SentrelKit, nothing started", listing_SentrelKit_nothing_started);
         add("sample/raw", sample_raw);
         add("sample/SentrelKit", sample_SentrelKit);
