@@ -77,6 +77,21 @@ public:
         ::waitpid(id, nullptr, 0);
     }
 
+    // One more process that waits, and its end.
+    static pid_t start() {
+        const pid_t id = ::fork();
+        if (id == 0) {
+            ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+            ::pause();
+            ::_exit(0);
+        }
+        return id;
+    }
+    static void end(pid_t id) {
+        ::kill(id, SIGKILL);
+        ::waitpid(id, nullptr, 0);
+    }
+
 private:
     Crowd() {
         if (::pipe(tell_.data()) != 0 || ::pipe(answer_.data()) != 0)
@@ -128,18 +143,18 @@ void measure(benchmark::State& state, Before&& before, Pass&& pass) {
 }
 
 // The raw listing: ids by getdents64 from a kept descriptor.
-int listRaw(int folder, std::vector<char>& buffer) {
-    int count = 0;
+void listRaw(int folder, std::vector<char>& buffer, std::vector<pid_t>& ids) {
+    ids.clear();
     ::lseek(folder, 0, SEEK_SET);
     for (;;) {
         const ssize_t filled = ::getdents64(folder, buffer.data(), buffer.size());
         if (filled <= 0)
-            return count;
+            return;
         for (ssize_t at = 0; at < filled;) {
             std::uint16_t length = 0;
             std::memcpy(&length, buffer.data() + at + 16, sizeof length);
-            if (std::atoi(buffer.data() + at + 19) > 0)
-                ++count;
+            if (const int id = std::atoi(buffer.data() + at + 19); id > 0)
+                ids.push_back(id);
             at += length;
         }
     }
@@ -157,17 +172,39 @@ void listing_raw(benchmark::State& state) {
     Crowd::of(state.range(0));
     const int folder = ::open("/proc", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     std::vector<char> buffer(32768);
+    std::vector<pid_t> ids;
     measure(
-        state, [] {}, [&] { benchmark::DoNotOptimize(listRaw(folder, buffer)); });
+        state, [] {}, [&] { listRaw(folder, buffer, ids); });
     ::close(folder);
 }
 
+// More ids were given out than are asked for one by one: all are listed.
 void listing_SentrelKit(benchmark::State& state) {
     Crowd::of(state.range(0));
     platform::LinuxProcessService service{platform::SystemRoot()};
     service.refreshRunningApplications();
+    const auto passMany = [] {
+        for (int i = 0; i < 70; ++i)
+            Crowd::passBy();
+    };
+    measure(state, passMany, [&] { service.refreshRunningApplications(); });
+}
+
+// One that was known ended and another started: listed, the new one read, the rule applied, a new set made.
+void listing_SentrelKit_new_set(benchmark::State& state) {
+    Crowd::of(state.range(0));
+    platform::LinuxProcessService service{platform::SystemRoot()};
+    service.refreshRunningApplications();
+    pid_t passing = Crowd::start();
+    service.refreshRunningApplications();
     measure(
-        state, [] { Crowd::passBy(); }, [&] { service.refreshRunningApplications(); });
+        state,
+        [&] {
+            Crowd::end(passing);
+            passing = Crowd::start();
+        },
+        [&] { service.refreshRunningApplications(); });
+    Crowd::end(passing);
 }
 
 void listing_SentrelKit_nothing_started(benchmark::State& state) {
@@ -178,30 +215,29 @@ void listing_SentrelKit_nothing_started(benchmark::State& state) {
         state, [] {}, [&] { service.refreshRunningApplications(); });
 }
 
-// The floor of a sample: the listing, a process clock each, and the whole record of those that ran.
+// The floor of a sample: the listing, a process clock each, and the whole record of those whose clock moved.
 void sample_raw(benchmark::State& state) {
     const Crowd& crowd = Crowd::of(state.range(0));
     const int folder = ::open("/proc", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     std::vector<char> buffer(32768);
-    std::vector<clockid_t> clocks;
-    for (const pid_t id : crowd.ids()) {
-        clockid_t clock = 0;
-        ::clock_getcpuclockid(id, &clock);
-        clocks.push_back(clock);
-    }
+    std::vector<pid_t> ids;
+    std::vector<timespec> clocks(1U << 22); // PID_MAX_LIMIT
+    const auto pass = [&] {
+        listRaw(folder, buffer, ids);
+        for (const pid_t id : ids) {
+            timespec time{};
+            ::clock_gettime(static_cast<clockid_t>(~static_cast<unsigned>(id) << 3) | 2, &time);
+            timespec& before = clocks[static_cast<std::size_t>(id)];
+            if (time.tv_nsec == before.tv_nsec && time.tv_sec == before.tv_sec)
+                continue;
+            before = time;
+            readRaw(folder, id, "stat", buffer);
+            readRaw(folder, id, "statm", buffer);
+        }
+    };
+    pass();
     measure(
-        state, [&] { crowd.run(); },
-        [&] {
-            benchmark::DoNotOptimize(listRaw(folder, buffer));
-            for (const clockid_t clock : clocks) {
-                timespec time{};
-                benchmark::DoNotOptimize(::clock_gettime(clock, &time));
-            }
-            for (std::size_t i = 0; i < busyCount; ++i) {
-                readRaw(folder, crowd.ids()[i], "stat", buffer);
-                readRaw(folder, crowd.ids()[i], "statm", buffer);
-            }
-        });
+        state, [&] { crowd.run(); }, pass);
     ::close(folder);
 }
 
@@ -222,8 +258,8 @@ void sample_SentrelKit(benchmark::State& state) {
         state.SkipWithError("not all processes are tracked");
 }
 
-// The same, after a process came and went: with a listing.
-void sample_SentrelKit_with_listing(benchmark::State& state) {
+// The same, after a process came and went: one new id is asked for.
+void sample_SentrelKit_one_came_and_went(benchmark::State& state) {
     const Crowd& crowd = Crowd::of(state.range(0));
     Applications applications;
     settle(applications);
@@ -310,10 +346,11 @@ const bool areRegistered = [] {
         };
         add("listing/raw", listing_raw);
         add("listing/SentrelKit", listing_SentrelKit);
+        add("listing/SentrelKit, new set", listing_SentrelKit_new_set);
         add("listing/SentrelKit, nothing started", listing_SentrelKit_nothing_started);
         add("sample/raw", sample_raw);
         add("sample/SentrelKit", sample_SentrelKit);
-        add("sample/SentrelKit, with listing", sample_SentrelKit_with_listing);
+        add("sample/SentrelKit, one came and went", sample_SentrelKit_one_came_and_went);
         add("sample/SentrelKit, all memory due", sample_SentrelKit_all_memory_due);
         add("sample/libproc2", sample_libproc2);
         add("sample/libgtop", sample_libgtop);
