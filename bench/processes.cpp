@@ -1,7 +1,8 @@
 // links: libproc2 libgtop-2.0
 //
 // Processes: one listing and one sample with many processes that wait and a few that ran, beside the raw system calls
-// for the same facts and beside two libraries. Times are of one pass over all processes.
+// for the same facts and beside two libraries. The times are of one pass over all processes, in processor time of the
+// calling thread: no pass waits for anything, and so a machine that is busy with other things spoils them least.
 
 #include <SentrelKit/platform/Platform.h>
 #include <SentrelKit/platform/linux/LinuxProcessService.h>
@@ -11,12 +12,10 @@
 #include <glibtop.h>
 #include <glibtop/proclist.h>
 #include <glibtop/procmem.h>
-#include <glibtop/procstate.h>
 #include <glibtop/proctime.h>
 #include <libproc2/pids.h>
 
 #include <array>
-#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -33,21 +32,18 @@ namespace {
 
 using namespace sentrel;
 
-constexpr int busyCount = 8;
+constexpr std::size_t busyCount = 8;
 
-// Many processes that wait, of which the first few run for a moment when told to.
+// Many processes that wait, of which the first few run for a moment when told to. It only grows.
 class Crowd {
 public:
-    explicit Crowd(int count) {
-        if (::pipe(tell_.data()) != 0 || ::pipe(answer_.data()) != 0)
-            std::abort();
-        for (int i = 0; i < count; ++i) {
-            const pid_t id = ::fork();
-            if (id == 0)
-                live(i < busyCount);
-            ids_.push_back(id);
-        }
+    static const Crowd& of(std::int64_t count) {
+        static Crowd crowd;
+        while (crowd.ids_.size() < static_cast<std::size_t>(count))
+            crowd.add();
+        return crowd;
     }
+
     ~Crowd() {
         for (const pid_t id : ids_)
             ::kill(id, SIGKILL);
@@ -64,9 +60,9 @@ public:
     // Lets the busy ones run. Each takes one byte, so all of them do.
     void run() const {
         const std::array<char, busyCount> bytes{};
-        if (::write(tell_[1], bytes.data(), bytes.size()) != busyCount)
+        if (::write(tell_[1], bytes.data(), bytes.size()) != static_cast<ssize_t>(busyCount))
             std::abort();
-        for (int i = 0; i < busyCount; ++i) {
+        for (std::size_t i = 0; i < busyCount; ++i) {
             char byte = 0;
             if (::read(answer_[0], &byte, 1) != 1)
                 std::abort();
@@ -81,12 +77,41 @@ public:
         ::waitpid(id, nullptr, 0);
     }
 
+    // One more process that waits, and its end.
+    static pid_t start() {
+        const pid_t id = ::fork();
+        if (id == 0) {
+            ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+            ::pause();
+            ::_exit(0);
+        }
+        return id;
+    }
+    static void end(pid_t id) {
+        ::kill(id, SIGKILL);
+        ::waitpid(id, nullptr, 0);
+    }
+
 private:
+    Crowd() {
+        if (::pipe(tell_.data()) != 0 || ::pipe(answer_.data()) != 0)
+            std::abort();
+    }
+
+    void add() {
+        const pid_t id = ::fork();
+        if (id < 0)
+            std::abort();
+        if (id == 0)
+            live(ids_.size() < busyCount);
+        ids_.push_back(id);
+    }
+
     [[noreturn]] void live(bool isBusy) const {
         ::prctl(PR_SET_PDEATHSIG, SIGKILL);
         for (char byte = 0; isBusy && ::read(tell_[0], &byte, 1) == 1;) {
-            for (volatile int turn = 0; turn < 20000; turn = turn + 1) {
-            }
+            for (int turn = 0; turn < 20000; ++turn)
+                benchmark::DoNotOptimize(turn);
             ::usleep(200); // so that each takes only one of the bytes of a round
             if (::write(answer_[1], &byte, 1) != 1)
                 break;
@@ -100,31 +125,36 @@ private:
     std::vector<pid_t> ids_;
 };
 
+double threadSeconds() {
+    timespec time{};
+    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
+
 // Runs one pass after another: what comes before each is not counted.
 template <class Before, class Pass>
 void measure(benchmark::State& state, Before&& before, Pass&& pass) {
-    using Clock = std::chrono::steady_clock;
     for (auto _ : state) {
         before();
-        const Clock::time_point start = Clock::now();
+        const double start = threadSeconds();
         pass();
-        state.SetIterationTime(std::chrono::duration<double>(Clock::now() - start).count());
+        state.SetIterationTime(threadSeconds() - start);
     }
 }
 
 // The raw listing: ids by getdents64 from a kept descriptor.
-int listRaw(int folder, std::vector<char>& buffer) {
-    int count = 0;
+void listRaw(int folder, std::vector<char>& buffer, std::vector<pid_t>& ids) {
+    ids.clear();
     ::lseek(folder, 0, SEEK_SET);
     for (;;) {
         const ssize_t filled = ::getdents64(folder, buffer.data(), buffer.size());
         if (filled <= 0)
-            return count;
+            return;
         for (ssize_t at = 0; at < filled;) {
             std::uint16_t length = 0;
             std::memcpy(&length, buffer.data() + at + 16, sizeof length);
-            if (std::atoi(buffer.data() + at + 19) > 0)
-                ++count;
+            if (const int id = std::atoi(buffer.data() + at + 19); id > 0)
+                ids.push_back(id);
             at += length;
         }
     }
@@ -139,72 +169,100 @@ void readRaw(int folder, pid_t id, const char* name, std::vector<char>& buffer) 
 }
 
 void listing_raw(benchmark::State& state) {
-    const Crowd crowd(static_cast<int>(state.range(0)));
+    Crowd::of(state.range(0));
     const int folder = ::open("/proc", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     std::vector<char> buffer(32768);
+    std::vector<pid_t> ids;
     measure(
-        state, [] {}, [&] { benchmark::DoNotOptimize(listRaw(folder, buffer)); });
+        state, [] {}, [&] { listRaw(folder, buffer, ids); });
     ::close(folder);
 }
 
+// More ids were given out than are asked for one by one: all are listed.
 void listing_SentrelKit(benchmark::State& state) {
-    const Crowd crowd(static_cast<int>(state.range(0)));
+    Crowd::of(state.range(0));
     platform::LinuxProcessService service{platform::SystemRoot()};
     service.refreshRunningApplications();
+    const auto passMany = [] {
+        for (int i = 0; i < 70; ++i)
+            Crowd::passBy();
+    };
+    measure(state, passMany, [&] { service.refreshRunningApplications(); });
+}
+
+// One that was known ended and another started: listed, the new one read, the rule applied, a new set made.
+void listing_SentrelKit_new_set(benchmark::State& state) {
+    Crowd::of(state.range(0));
+    platform::LinuxProcessService service{platform::SystemRoot()};
+    service.refreshRunningApplications();
+    pid_t passing = Crowd::start();
+    service.refreshRunningApplications();
     measure(
-        state, [] { Crowd::passBy(); }, [&] { service.refreshRunningApplications(); });
+        state,
+        [&] {
+            Crowd::end(passing);
+            passing = Crowd::start();
+        },
+        [&] { service.refreshRunningApplications(); });
+    Crowd::end(passing);
 }
 
 void listing_SentrelKit_nothing_started(benchmark::State& state) {
-    const Crowd crowd(static_cast<int>(state.range(0)));
+    Crowd::of(state.range(0));
     platform::LinuxProcessService service{platform::SystemRoot()};
     service.refreshRunningApplications();
     measure(
         state, [] {}, [&] { service.refreshRunningApplications(); });
 }
 
-// The floor of a sample: the listing, a process clock each, and the whole record of those that ran.
+// The floor of a sample: the listing, a process clock each, and the whole record of those whose clock moved.
 void sample_raw(benchmark::State& state) {
-    const Crowd crowd(static_cast<int>(state.range(0)));
+    const Crowd& crowd = Crowd::of(state.range(0));
     const int folder = ::open("/proc", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     std::vector<char> buffer(32768);
-    std::vector<clockid_t> clocks;
-    for (const pid_t id : crowd.ids()) {
-        clockid_t clock = 0;
-        ::clock_getcpuclockid(id, &clock);
-        clocks.push_back(clock);
-    }
+    std::vector<pid_t> ids;
+    std::vector<timespec> clocks(1U << 22); // PID_MAX_LIMIT
+    const auto pass = [&] {
+        listRaw(folder, buffer, ids);
+        for (const pid_t id : ids) {
+            timespec time{};
+            ::clock_gettime(static_cast<clockid_t>(~static_cast<unsigned>(id) << 3) | 2, &time);
+            timespec& before = clocks[static_cast<std::size_t>(id)];
+            if (time.tv_nsec == before.tv_nsec && time.tv_sec == before.tv_sec)
+                continue;
+            before = time;
+            readRaw(folder, id, "stat", buffer);
+            readRaw(folder, id, "statm", buffer);
+        }
+    };
+    pass();
     measure(
-        state, [&] { crowd.run(); },
-        [&] {
-            benchmark::DoNotOptimize(listRaw(folder, buffer));
-            for (const clockid_t clock : clocks) {
-                timespec time{};
-                benchmark::DoNotOptimize(::clock_gettime(clock, &time));
-            }
-            for (int i = 0; i < busyCount; ++i) {
-                readRaw(folder, crowd.ids()[static_cast<std::size_t>(i)], "stat", buffer);
-                readRaw(folder, crowd.ids()[static_cast<std::size_t>(i)], "statm", buffer);
-            }
-        });
+        state, [&] { crowd.run(); }, pass);
     ::close(folder);
 }
 
-void sample_SentrelKit(benchmark::State& state) {
-    const Crowd crowd(static_cast<int>(state.range(0)));
-    Applications applications;
+// Lets the second reading of new processes pass.
+void settle(Applications& applications) {
     applications.update();
+    ::usleep(600'000);
+    applications.update();
+}
+
+void sample_SentrelKit(benchmark::State& state) {
+    const Crowd& crowd = Crowd::of(state.range(0));
+    Applications applications;
+    settle(applications);
     measure(
         state, [&] { crowd.run(); }, [&] { applications.update(); });
     if (applications.count() < state.range(0))
         state.SkipWithError("not all processes are tracked");
 }
 
-// The same, after a process came and went: with a listing.
-void sample_SentrelKit_with_listing(benchmark::State& state) {
-    const Crowd crowd(static_cast<int>(state.range(0)));
+// The same, after a process came and went: one new id is asked for.
+void sample_SentrelKit_one_came_and_went(benchmark::State& state) {
+    const Crowd& crowd = Crowd::of(state.range(0));
     Applications applications;
-    applications.update();
+    settle(applications);
     measure(
         state,
         [&] {
@@ -230,7 +288,7 @@ private:
 };
 
 void sample_SentrelKit_all_memory_due(benchmark::State& state) {
-    const Crowd crowd(static_cast<int>(state.range(0)));
+    const Crowd& crowd = Crowd::of(state.range(0));
     platform::LinuxProcessService service{platform::SystemRoot(), std::make_unique<HastyClocks>()};
     service.refreshRunningApplications();
     for (const pid_t id : crowd.ids())
@@ -244,7 +302,7 @@ void sample_SentrelKit_all_memory_due(benchmark::State& state) {
 }
 
 void sample_libproc2(benchmark::State& state) {
-    const Crowd crowd(static_cast<int>(state.range(0)));
+    const Crowd& crowd = Crowd::of(state.range(0));
     std::array<pids_item, 5> items{PIDS_ID_PID, PIDS_TICS_ALL, PIDS_RSS, PIDS_NLWP, PIDS_TICS_BEGAN};
     pids_info* info = nullptr;
     if (procps_pids_new(&info, items.data(), static_cast<int>(items.size())) < 0) {
@@ -262,7 +320,7 @@ void sample_libproc2(benchmark::State& state) {
 }
 
 void sample_libgtop(benchmark::State& state) {
-    const Crowd crowd(static_cast<int>(state.range(0)));
+    const Crowd& crowd = Crowd::of(state.range(0));
     glibtop_init();
     measure(
         state, [&] { crowd.run(); },
@@ -281,18 +339,23 @@ void sample_libgtop(benchmark::State& state) {
         });
 }
 
-void crowds(benchmark::internal::Benchmark* benchmark) {
-    benchmark->Arg(100)->Arg(1000)->Arg(4000)->UseManualTime()->Unit(benchmark::kMicrosecond);
-}
-
-BENCHMARK(listing_raw)->Apply(crowds);
-BENCHMARK(listing_SentrelKit)->Apply(crowds);
-BENCHMARK(listing_SentrelKit_nothing_started)->Apply(crowds);
-BENCHMARK(sample_raw)->Apply(crowds);
-BENCHMARK(sample_SentrelKit)->Apply(crowds);
-BENCHMARK(sample_SentrelKit_with_listing)->Apply(crowds);
-BENCHMARK(sample_SentrelKit_all_memory_due)->Apply(crowds);
-BENCHMARK(sample_libproc2)->Apply(crowds);
-BENCHMARK(sample_libgtop)->Apply(crowds);
+const bool areRegistered = [] {
+    for (const int count : {100, 1000, 4000}) {
+        const auto add = [count](const char* name, void (*function)(benchmark::State&)) {
+            benchmark::RegisterBenchmark(name, function)->Arg(count)->UseManualTime()->Unit(benchmark::kMicrosecond);
+        };
+        add("listing/raw", listing_raw);
+        add("listing/SentrelKit", listing_SentrelKit);
+        add("listing/SentrelKit, new set", listing_SentrelKit_new_set);
+        add("listing/SentrelKit, nothing started", listing_SentrelKit_nothing_started);
+        add("sample/raw", sample_raw);
+        add("sample/SentrelKit", sample_SentrelKit);
+        add("sample/SentrelKit, one came and went", sample_SentrelKit_one_came_and_went);
+        add("sample/SentrelKit, all memory due", sample_SentrelKit_all_memory_due);
+        add("sample/libproc2", sample_libproc2);
+        add("sample/libgtop", sample_libgtop);
+    }
+    return true;
+}();
 
 } // namespace

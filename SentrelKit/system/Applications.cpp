@@ -79,7 +79,10 @@ bool identityBefore(const SharedApplication& a, const SharedApplication& b) noex
 } // namespace
 
 Applications::Process::Process(SharedApplication app)
-    : app_(std::move(app)), ppid_(probes::_getParentPid(app_->processIdentifier)) {}
+    : app_(std::move(app)), ppid_(probes::_getParentPid(app_->processIdentifier)) {
+    sampling_.pid = app_->processIdentifier;
+    sampling_.startTime = app_->startTime;
+}
 
 std::string Applications::Process::name() const {
     return displayName(*app_);
@@ -248,7 +251,7 @@ void Applications::update() {
 void Applications::sample(Process& process) const {
     Process::Sampling& sampling = process.sampling_;
     probes::ApplicationAttributes attributes;
-    if (probes::_getApplicationAttributes(process.pid(), process.app().startTime, &attributes) <= 0) {
+    if (probes::_getApplicationAttributes(sampling.pid, sampling.startTime, &attributes) <= 0) {
         // It stays as it is: one that was folded away shows 0 and has nothing to add.
         if (sampling.parent) {
             sampling.cpu = 0;

@@ -139,6 +139,8 @@ private:
 
     // What a sample needs, under the model's lock.
     struct Sampling {
+        std::int32_t pid = 0;
+        std::uint64_t startTime = 0;
         double prevcputime = 0;    // milliseconds
         std::int64_t prevtime = 0; // milliseconds since the epoch; 0 before the baseline
         double cpu = 0;            // its own share, before folding
@@ -150,13 +152,15 @@ private:
 
     void setParent(const std::shared_ptr<Process>& parent);
 
+    // What each sample touches stands together.
+    std::atomic<std::uint64_t> mem_{0};
+    std::atomic<double> cpu_{0};
+    Sampling sampling_;
+
     const std::shared_ptr<const platform::RunningApplication> app_;
     const std::int32_t ppid_;
     bool isUnResolvedName_ = false; // settled before the object is seen by others
-    std::atomic<std::uint64_t> mem_{0};
-    std::atomic<double> cpu_{0};
     Atomic<std::shared_ptr<Process>> parent_;
-    Sampling sampling_;
 };
 
 } // namespace sentrel

@@ -38,7 +38,9 @@ int listenOn(std::uint16_t port) {
 
 std::string textOf(const sockaddr_in6& address) {
     std::array<char, 65> text{};
-    sentrel::Net_getAddrInfo(reinterpret_cast<const sockaddr*>(&address), sizeof address, text.data(), text.size());
+    if (sentrel::Net_getAddrInfo(reinterpret_cast<const sockaddr*>(&address), sizeof address, text.data(),
+                                 text.size()) != 0)
+        return {};
     const std::string whole = text.data();
     const std::string mapped = "::ffff:"; // an IPv4 caller
     return whole.rfind(mapped, 0) == 0 ? whole.substr(mapped.size()) : whole;

@@ -18,6 +18,7 @@
 #include <random>
 #include <sstream>
 #include <string>
+#include <sys/mman.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -103,10 +104,12 @@ TEST(MemoryOfThisMachine, ShowsWhatAProgramTakes) {
         MEMData before{};
         MEMData after{};
         ASSERT_EQ(_getMEMData(&before), 1);
-        std::vector<char> taken(size);
-        for (std::size_t at = 0; at < size; at += 4096)
-            taken[at] = 1;
-        ASSERT_EQ(_getMEMData(&after), 1);
+        // From the system itself: an allocator may hand out again what it was given back.
+        void* taken = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_POPULATE, -1, 0);
+        ASSERT_NE(taken, MAP_FAILED);
+        const int result = _getMEMData(&after);
+        ::munmap(taken, size);
+        ASSERT_EQ(result, 1);
         active = static_cast<double>(after.active) - static_cast<double>(before.active);
         app = static_cast<double>(after.app) - static_cast<double>(before.app);
         EXPECT_GE(after.faults, before.faults);
@@ -170,25 +173,41 @@ TEST(MemoryOfThisMachine, CountsAZramDeviceAsCompressed) {
     EXPECT_NEAR(static_cast<double>(after.compressed) - static_cast<double>(before.compressed), size, size * 0.1);
 }
 
-TEST(HostOfThisMachine, CountsItsProcessesAndThreads) {
+struct Census {
     int processes = 0;
     int threads = 0;
+};
+
+Census walkProcesses() {
+    Census census;
     for (const fs::directory_entry& entry : fs::directory_iterator("/proc")) {
         const std::string name = entry.path().filename();
         if (name.find_first_not_of("0123456789") != std::string::npos)
             continue;
-        ++processes;
+        ++census.processes;
         std::error_code gone;
         for (fs::directory_iterator task(entry.path() / "task", gone), end; !gone && task != end; task.increment(gone))
-            ++threads;
+            ++census.threads;
     }
+    return census;
+}
+
+TEST(HostOfThisMachine, CountsItsProcessesAndThreads) {
     if (fs::read_symlink("/proc/self/ns/pid") != "pid:[4026531836]") // PROC_PID_INIT_INO (linux/proc_ns.h)
         GTEST_SKIP() << "in a process-id namespace of its own /proc lists fewer than the machine has";
+    // Others come and go during a walk: one of many has to agree.
+    constexpr int most = 2;
     CPUData data{};
-    _getCPUData(&data);
-    // Others come and go meanwhile.
-    EXPECT_NEAR(data.tasks, processes, 8);
-    EXPECT_NEAR(data.threads, threads, 16);
+    Census census;
+    for (int round = 0; round < 200; ++round) {
+        _getCPUData(&data);
+        census = walkProcesses();
+        if (std::abs(static_cast<int>(data.tasks) - census.processes) <= most &&
+            std::abs(static_cast<int>(data.threads) - census.threads) <= most)
+            break;
+    }
+    EXPECT_NEAR(data.tasks, census.processes, most);
+    EXPECT_NEAR(data.threads, census.threads, most);
 }
 
 TEST(HostOfThisMachine, HasItsTimesFromTheTwoMonotonicClocks) {

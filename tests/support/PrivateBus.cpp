@@ -1,7 +1,5 @@
 #include "PrivateBus.h"
 
-#include <cstdlib>
-
 // GLib hands messages between its bus thread and the caller under locks of its own, which the thread sanitizer does not
 // see: what its libraries themselves read and write is left out. Our own code stays under watch.
 extern "C" const char* __tsan_default_suppressions();
@@ -11,26 +9,13 @@ extern "C" const char* __tsan_default_suppressions() {
 
 namespace sentrel {
 
-EnvironmentGuard::EnvironmentGuard(std::string name, const std::string& value) : name_(std::move(name)) {
-    if (const char* before = std::getenv(name_.c_str()))
-        before_ = before;
-    ::setenv(name_.c_str(), value.c_str(), 1);
-}
-
-EnvironmentGuard::~EnvironmentGuard() {
-    if (before_)
-        ::setenv(name_.c_str(), before_->c_str(), 1);
-    else
-        ::unsetenv(name_.c_str());
-}
-
 PrivateBus::PrivateBus()
     : daemon_({"sh", "-c", "exec dbus-daemon --session --nofork --nopidfile --print-address=1 2>/dev/null"}),
       address_(daemon_.readLine()) {
     if (!address_)
         return;
-    session_ = std::make_unique<EnvironmentGuard>("DBUS_SESSION_BUS_ADDRESS", *address_);
-    system_ = std::make_unique<EnvironmentGuard>("DBUS_SYSTEM_BUS_ADDRESS", *address_);
+    session_ = std::make_unique<EnvironmentValue>("DBUS_SESSION_BUS_ADDRESS", *address_);
+    system_ = std::make_unique<EnvironmentValue>("DBUS_SYSTEM_BUS_ADDRESS", *address_);
 }
 
 } // namespace sentrel

@@ -198,7 +198,9 @@ TEST_F(NetworkLive, TakesAnAddressFromAServerInAnotherNamespace) {
         server =
             std::make_unique<EchoServer>(EchoServer::reply("HTTP/1.1 200 OK\r\n\r\nIP: 192.0.2.1\r\n"), "192.0.2.2");
     }
+    EXPECT_TRUE(samplesUntil([this] { return model_->connection() == Network::ConnectionType::local; }));
     const EchoHostGuard guard({"192.0.2.2", server->port()});
+    EXPECT_TRUE(samplesUntil([this] { return model_->connection() == Network::ConnectionType::internet; }));
     EXPECT_EQ(model_->refreshPublicAddress(), "192.0.2.1");
     space_->ip("link set lan0 down");
     EXPECT_EQ(model_->refreshPublicAddress(), std::nullopt) << "no way to the server";

@@ -1,5 +1,7 @@
 #include <SentrelKit/system/Signal.h>
 
+#include "tests/support/Sanitizers.h"
+
 #include <SentrelKit/platform/scripted/ScriptedPlatform.h>
 
 #include <atomic>
@@ -11,6 +13,32 @@
 #include <string>
 #include <thread>
 #include <vector>
+
+namespace {
+
+std::atomic<std::size_t> allocations{0};
+
+} // namespace
+
+// The thread sanitizer brings its own of these and cannot do without.
+#if !defined(__has_feature)
+#define __has_feature(feature) 0
+#endif
+#if !__has_feature(thread_sanitizer)
+/// Counts what the program takes from the heap.
+void* operator new(std::size_t size) {
+    ++allocations;
+    if (void* memory = std::malloc(size))
+        return memory;
+    throw std::bad_alloc();
+}
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+#endif
 
 namespace sentrel {
 namespace {
@@ -556,6 +584,22 @@ TEST_F(SignalTest, WhatADroppedCallbackHeldMaySubscribeFromItsDestructor) {
     signal.fire(1);
     signal.fire(2);
     EXPECT_THAT(received, testing::Contains(2));
+}
+
+TEST_F(SignalTest, AFireWithoutDeadOwnersAllocatesNothing) {
+    if (underThreadSanitizer)
+        GTEST_SKIP() << "allocations cannot be counted under the thread sanitizer";
+    int sum = 0;
+    for (int i = 0; i < 100; ++i)
+        signal.listen(owner, [&sum](int value) { sum += value; })->filter([](int value) { return value > 0; });
+    const std::size_t before = allocations;
+    for (int i = 0; i < 10; ++i)
+        signal.fire(i);
+    const std::size_t after = allocations;
+    EXPECT_EQ(after, before);
+    EXPECT_EQ(sum, 4500);
+    signal.listen(owner, [](int) {});
+    EXPECT_GT(allocations, after) << "the count works";
 }
 
 TEST_F(SignalTest, AHandleMayOutliveItsChannel) {

@@ -36,6 +36,10 @@ std::string_view trimmed(std::string_view text) {
     return text.substr(begin, text.find_last_not_of(blanks) - begin + 1);
 }
 
+bool isBlank(char c) {
+    return c == ' ' || c == '\t' || c == '\n';
+}
+
 int hexDigit(char c) {
     if (c >= '0' && c <= '9')
         return c - '0';
@@ -75,19 +79,17 @@ DiskStatistics parseBlockStatistics(std::string_view text) noexcept {
     constexpr std::size_t sectorsRead = 2;
     constexpr std::size_t sectorsWritten = 6;
     DiskStatistics statistics;
-    std::size_t field = 0;
-    while (field <= sectorsWritten) {
-        const std::size_t begin = text.find_first_not_of(" \t\n");
-        if (begin == std::string_view::npos)
-            break;
-        const std::size_t end = std::min(text.find_first_of(" \t\n", begin), text.size());
-        const std::string_view number = text.substr(begin, end - begin);
+    const char* at = text.data();
+    const char* const end = at + text.size();
+    for (std::size_t field = 0; field <= sectorsWritten; ++field) {
+        at = std::find_if_not(at, end, isBlank);
+        const char* const begin = at;
+        at = std::find_if(at, end, isBlank);
+        const std::string_view number(begin, static_cast<std::size_t>(at - begin));
         if (field == sectorsRead)
             statistics.bytesRead = bytesOfSectors(number);
         else if (field == sectorsWritten)
             statistics.bytesWritten = bytesOfSectors(number);
-        text.remove_prefix(end);
-        ++field;
     }
     return statistics;
 }

@@ -67,7 +67,9 @@ std::vector<std::string> desktopEntryFolders() {
 std::optional<DesktopEntry> findDesktopEntry(const SystemRoot& root, std::string_view identifier) {
     if (identifier.empty() || identifier.find('/') != std::string_view::npos)
         return std::nullopt;
-    const std::string file = "/" + std::string(identifier) + ".desktop";
+    std::string file("/");
+    file += identifier;
+    file += ".desktop";
     for (const std::string& folder : desktopEntryFolders()) {
         if (const std::optional<std::string> text = root.read(folder + file, largestEntry))
             return parseDesktopEntry(*text);

@@ -255,7 +255,7 @@ private:
                 return std::nullopt;
             entries.insert_or_assign(*key, std::move((*items)[i]));
         }
-        return PropertyList(std::move(entries));
+        return std::make_optional<PropertyList>(std::move(entries));
     }
 
     static Value date(plist_t node) {

@@ -15,7 +15,8 @@ namespace sentrel::platform {
 namespace {
 
 constexpr std::string_view hostNameFile = "/proc/sys/kernel/hostname";
-constexpr std::string_view noHostName = "(none)"; // the kernel's name before one is set
+constexpr std::int64_t hostNameDelay = 200'000'000; // nanoseconds
+constexpr std::string_view noHostName = "(none)";   // the kernel's name before one is set
 
 std::optional<std::string> readHostName(const SystemRoot& root) {
     std::optional<std::string> name = root.readLine(hostNameFile);
@@ -31,9 +32,9 @@ std::optional<std::string> readRouter(NetlinkSocket& socket) {
 
 } // namespace
 
-struct LinuxConfigurationWatch::State {
-    State(const SystemRoot& systemRoot, std::function<void()> callback)
-        : root(systemRoot), changed(std::move(callback)), resolver(systemRoot) {}
+struct LinuxConfigurationWatch::State : std::enable_shared_from_this<LinuxConfigurationWatch::State> {
+    State(const SystemRoot& systemRoot, LinuxDispatch& queues, std::function<void()> callback)
+        : root(systemRoot), dispatch(queues), changed(std::move(callback)), resolver(systemRoot) {}
 
     /// Reads a value again and calls back if it is another.
     template <class Value, class Read>
@@ -68,12 +69,23 @@ struct LinuxConfigurationWatch::State {
             compare(lastServers, [this] { return readNameServers(root); });
     }
 
+    // The kernel gives notice of a name only once to whoever asks, and arming the watch again after this call asks too:
+    // a change in between is found by looking once more a moment later.
     void hostNameMayHaveChanged() {
+        compareHostName();
+        dispatch.backgroundQueue()->after(hostNameDelay, [weak = weak_from_this()] {
+            if (const std::shared_ptr<State> state = weak.lock())
+                state->compareHostName();
+        });
+    }
+
+    void compareHostName() {
         const LockScope scope(callLock);
         compare(lastHostName, [this] { return readHostName(root); });
     }
 
     const SystemRoot root;
+    LinuxDispatch& dispatch;
     const std::function<void()> changed;
 
     Lock routeLock;
@@ -91,7 +103,7 @@ struct LinuxConfigurationWatch::State {
 
 std::unique_ptr<LinuxConfigurationWatch> LinuxConfigurationWatch::make(const SystemRoot& root, LinuxDispatch& dispatch,
                                                                        std::function<void()> changed) {
-    auto state = std::make_shared<State>(root, std::move(changed));
+    auto state = std::make_shared<State>(root, dispatch, std::move(changed));
     return std::unique_ptr<LinuxConfigurationWatch>(new LinuxConfigurationWatch(dispatch, std::move(state)));
 }
 
@@ -122,9 +134,6 @@ bool LinuxConfigurationWatch::setNotificationKeys(const std::vector<std::string>
 void LinuxConfigurationWatch::schedule() {
     State& state = *state_;
     const LockScope scope(state.callLock);
-    state.lastRouter = state.currentRouter();
-    state.lastServers = readNameServers(state.root);
-    state.lastHostName = readHostName(state.root);
     const auto watch = [this](int descriptor, std::uint32_t events, void (State::*notice)()) {
         if (descriptor >= 0)
             watches_.push_back(dispatch_.watch(descriptor, events, [shared = state_, notice] { (*shared.*notice)(); }));
@@ -132,6 +141,10 @@ void LinuxConfigurationWatch::schedule() {
     watch(state.routeNotices.descriptor(), EPOLLIN, &State::routesMayHaveChanged);
     watch(state.resolver.descriptor(), EPOLLIN, &State::resolverMayHaveChanged);
     watch(state.hostName.get(), EPOLLPRI, &State::hostNameMayHaveChanged);
+    // Read once the watches stand, so that no change falls in between; calls wait until these values are known.
+    state.lastRouter = state.currentRouter();
+    state.lastServers = readNameServers(state.root);
+    state.lastHostName = readHostName(state.root);
 }
 
 std::optional<std::string> LinuxConfigurationWatch::localHostName() {

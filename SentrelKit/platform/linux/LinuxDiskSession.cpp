@@ -7,12 +7,13 @@
 #include <SentrelKit/platform/linux/LinuxMounts.h>
 #include <SentrelKit/platform/linux/NvmeSmart.h>
 #include <SentrelKit/platform/linux/OwnThread.h>
+#include <SentrelKit/platform/linux/TextMap.h>
 
 #include <array>
 #include <cerrno>
-#include <map>
 #include <optional>
 #include <system_error>
+#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -20,8 +21,36 @@ namespace sentrel::platform {
 
 namespace {
 
-// The counters of one whole disk, from kept descriptors. A stacked device or an NVMe namespace whose own counters
-// stand at zero is summed up over what carries it, as older kernels count only there.
+// A "stat" file, kept open. The kernel gives it whole to one read.
+class CounterFile {
+public:
+    CounterFile(const SystemRoot& root, std::string absolute) : root_(root), path_(std::move(absolute)) {}
+
+    std::optional<DiskStatistics> read() {
+        std::optional<DiskStatistics> statistics = readOpen();
+        if (!statistics) {
+            file_ = root_.open(path_); // at first, and when another device took the name
+            statistics = readOpen();
+        }
+        return statistics;
+    }
+
+private:
+    std::optional<DiskStatistics> readOpen() {
+        std::array<char, 512> text;
+        const ssize_t count = file_ ? ::pread(file_.get(), text.data(), text.size(), 0) : -1;
+        if (count <= 0)
+            return std::nullopt;
+        return parseBlockStatistics({text.data(), static_cast<std::size_t>(count)});
+    }
+
+    const SystemRoot& root_;
+    std::string path_;
+    UniqueFd file_;
+};
+
+// The counters of one whole disk. A stacked device or an NVMe namespace whose own counters stand at zero is summed up
+// over what carries it, as older kernels count only there.
 class DiskCounters {
 public:
     DiskCounters(const BlockDevices& devices, const std::string& kernelName)
@@ -33,13 +62,13 @@ public:
     }
 
     std::optional<DiskStatistics> read() {
-        const std::optional<DiskStatistics> own = readFile(own_);
+        const std::optional<DiskStatistics> own = own_.read();
         const bool counted = own && (own->bytesRead.value_or(0) != 0 || own->bytesWritten.value_or(0) != 0);
         if (counted || below_.empty())
             return own;
         DiskStatistics sum;
-        for (KeptFile& file : below_) {
-            const std::optional<DiskStatistics> part = readFile(file);
+        for (CounterFile& file : below_) {
+            const std::optional<DiskStatistics> part = file.read();
             if (!part)
                 return own;
             add(sum.bytesRead, part->bytesRead);
@@ -49,23 +78,13 @@ public:
     }
 
 private:
-    static std::optional<DiskStatistics> readFile(KeptFile& file) {
-        std::array<char, 512> buffer;
-        std::optional<std::string_view> text = file.read(buffer);
-        if (!text)
-            text = file.read(buffer); // another device took the name: its file is opened now
-        if (!text)
-            return std::nullopt;
-        return parseBlockStatistics(*text);
-    }
-
     static void add(std::optional<std::int64_t>& sum, const std::optional<std::int64_t>& part) {
         if (part)
             sum = sum.value_or(0) + *part;
     }
 
-    KeptFile own_;
-    std::vector<KeptFile> below_;
+    CounterFile own_;
+    std::vector<CounterFile> below_;
 };
 
 class BlockEntry final : public MediaEntry {
@@ -229,7 +248,7 @@ private:
 
     const std::shared_ptr<SessionState> state_;
     Lock lock_;
-    std::map<std::string, Known, std::less<>> disks_ SENTREL_GUARDED_BY(lock_);
+    TextMap<Known> disks_ SENTREL_GUARDED_BY(lock_);
 };
 
 } // namespace

@@ -23,6 +23,12 @@ constexpr timeval answerTimeout{2, 0};
 // One visit takes so many notices at most, so that a flood cannot hold a sample up.
 constexpr int maximumNotices = 4096;
 
+// Whether a whole message stands at that place. The library's own test takes a length beyond 2^31 for a small one.
+bool isWhole(const nlmsghdr* message, int left) noexcept {
+    return left >= static_cast<int>(sizeof(nlmsghdr)) && message->nlmsg_len <= static_cast<std::uint32_t>(left) &&
+           mnl_nlmsg_ok(message, left);
+}
+
 } // namespace
 
 NetlinkRequest::NetlinkRequest(std::uint16_t type, std::uint16_t flags) noexcept {
@@ -65,18 +71,17 @@ bool NetlinkSocket::ask(NetlinkRequest& request, const std::function<void()>& be
             return false;
         request.header().nlmsg_seq = ++sequence_;
         begin();
-        Outcome outcome = Outcome::failed;
+        Outcome outcome = Outcome::broken;
         if (mnl_socket_sendto(socket_.get(), &request.header(), request.header().nlmsg_len) >= 0)
             outcome = receiveAnswer(each);
-        if (outcome == Outcome::complete)
-            return true;
-        if (outcome == Outcome::failed) {
-            // The rest of a broken answer must not stand in the way of the next one.
+        if (outcome == Outcome::broken) {
+            // What is left of a broken answer must not stand in the way of the next one.
             const int reason = errno;
             socket_.reset();
             errno = reason;
-            return false;
         }
+        if (outcome != Outcome::interrupted)
+            return outcome == Outcome::complete;
     }
     errno = EINTR;
     return false;
@@ -89,14 +94,14 @@ NetlinkSocket::Outcome NetlinkSocket::receiveAnswer(const Each& each) {
         if (size < 0 && errno == EINTR)
             continue;
         if (size < 0)
-            return Outcome::failed;
+            return Outcome::broken;
         switch (readNetlinkAnswer(buffer_.data(), static_cast<std::size_t>(size), sequence_, interrupted, each)) {
         case NetlinkProgress::more:
             break;
         case NetlinkProgress::complete:
             return interrupted ? Outcome::interrupted : Outcome::complete;
         case NetlinkProgress::failed:
-            return Outcome::failed;
+            return Outcome::refused;
         }
     }
 }
@@ -104,7 +109,7 @@ NetlinkSocket::Outcome NetlinkSocket::receiveAnswer(const Each& each) {
 NetlinkProgress readNetlinkAnswer(const char* bytes, std::size_t size, std::uint32_t sequence, bool& interrupted,
                                   const NetlinkSocket::Each& each) {
     const auto* message = reinterpret_cast<const nlmsghdr*>(bytes);
-    for (auto left = static_cast<int>(size); mnl_nlmsg_ok(message, left); message = mnl_nlmsg_next(message, &left)) {
+    for (auto left = static_cast<int>(size); isWhole(message, left); message = mnl_nlmsg_next(message, &left)) {
         if (message->nlmsg_seq != sequence)
             continue;
         if ((message->nlmsg_flags & NLM_F_DUMP_INTR) != 0)
@@ -148,7 +153,7 @@ bool NetlinkSocket::takeNotices(const Each& each) {
             return whole && (errno == EAGAIN || errno == EWOULDBLOCK);
         }
         const auto* message = reinterpret_cast<const nlmsghdr*>(buffer_.data());
-        for (auto left = static_cast<int>(size); mnl_nlmsg_ok(message, left); message = mnl_nlmsg_next(message, &left))
+        for (auto left = static_cast<int>(size); isWhole(message, left); message = mnl_nlmsg_next(message, &left))
             each(*message);
     }
     return false;

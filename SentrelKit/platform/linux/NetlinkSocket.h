@@ -52,7 +52,7 @@ public:
     [[nodiscard]] int descriptor() const noexcept { return socket_ ? mnl_socket_get_fd(socket_.get()) : -1; }
 
 private:
-    enum class Outcome { complete, interrupted, failed };
+    enum class Outcome { complete, interrupted, refused, broken };
     struct Close {
         void operator()(mnl_socket* socket) const noexcept { mnl_socket_close(socket); }
     };

@@ -11,6 +11,7 @@ namespace {
 constexpr std::int64_t second = 1'000'000'000;
 constexpr std::int64_t longestStanding = 10 * second;
 constexpr std::int64_t youth = second / 2;
+constexpr std::int32_t fewIds = 64; // asking for each still costs less than a listing
 
 std::int64_t nanoseconds(const timespec& time) noexcept {
     return time.tv_sec * second + time.tv_nsec;
@@ -60,8 +61,10 @@ bool ProcessTable::look() {
     // Read before the listing: what starts in between moves them once more.
     const std::optional<Figures> figures = readFigures();
     bool changed = false;
-    if (!figures || !figures_ || *figures != *figures_)
-        changed = list(figures);
+    if (!figures || !figures_ || *figures != *figures_) {
+        const std::optional<bool> few = figures && figures_ ? takeFewNewIds(*figures) : std::nullopt;
+        changed = few ? *few : list(figures);
+    }
     return readAgain() || changed;
 }
 
@@ -73,8 +76,38 @@ std::optional<ProcessTable::Figures> ProcessTable::readFigures() noexcept {
     return Figures{*lastId, *linkCount};
 }
 
+// True if one of the few new ids is a process of more than passing interest; absent if only a listing can tell what
+// happened.
+std::optional<bool> ProcessTable::takeFewNewIds(const Figures& figures) {
+    if (figures.lastId < figures_->lastId || figures.lastId - figures_->lastId > fewIds)
+        return std::nullopt;
+    listed_.clear();
+    for (std::int32_t id = figures_->lastId + 1; id <= figures.lastId; ++id) {
+        // Threads are given ids too, but only a process has a process clock.
+        if (!clocks_->processNanoseconds(id))
+            continue;
+        if (find(id))
+            return std::nullopt;
+        listed_.push_back(id);
+    }
+    if (figures.linkCount != figures_->linkCount + listed_.size())
+        return std::nullopt;
+
+    bool changed = false;
+    for (const std::int32_t id : listed_) {
+        const auto place = std::lower_bound(ids_.begin(), ids_.end(), id);
+        ProcessEntry& entry = *entries_.insert(entries_.begin() + (place - ids_.begin()), readEntry(id));
+        ids_.insert(place, id);
+        entry.isYoung = true;
+        entry.factsReadAt = clocks_->now();
+        changed = changed || entry.facts.isCandidate;
+    }
+    figures_ = figures;
+    return changed;
+}
+
 bool ProcessTable::list(const std::optional<Figures>& figures) {
-    if (!files_.list(ids_))
+    if (!files_.list(listed_))
         return false;
     if (figures && figures_) {
         for (ProcessEntry& entry : entries_) {
@@ -82,7 +115,7 @@ bool ProcessTable::list(const std::optional<Figures>& figures) {
                 entry.isDoubted = true;
         }
     }
-    const bool changed = !isAsListed() && takeListing();
+    const bool changed = listed_ != ids_ && takeListing();
     if (changed)
         doubtOrphans();
     isListed_ = true;
@@ -91,25 +124,20 @@ bool ProcessTable::list(const std::optional<Figures>& figures) {
     return changed;
 }
 
-bool ProcessTable::isAsListed() const noexcept {
-    return std::equal(entries_.begin(), entries_.end(), ids_.begin(), ids_.end(),
-                      [](const ProcessEntry& entry, std::int32_t id) { return entry.facts.id == id; });
-}
-
 // True if a process of more than passing interest came or went.
 bool ProcessTable::takeListing() {
     const std::int64_t now = clocks_->now();
     bool changed = false;
     previous_.swap(entries_);
     entries_.clear();
-    entries_.reserve(ids_.size());
+    entries_.reserve(listed_.size());
     auto known = previous_.begin();
     const auto leaveOut = [&](bool isGone) {
         if (isGone)
             changed = changed || known->facts.isCandidate;
         return isGone;
     };
-    for (const std::int32_t id : ids_) {
+    for (const std::int32_t id : listed_) {
         while (known != previous_.end() && leaveOut(known->facts.id < id))
             ++known;
         if (known != previous_.end() && known->facts.id == id) {
@@ -124,6 +152,7 @@ bool ProcessTable::takeListing() {
     while (known != previous_.end() && leaveOut(true))
         ++known;
     previous_.clear();
+    ids_.swap(listed_);
     return changed;
 }
 
@@ -163,10 +192,9 @@ bool ProcessTable::readAgain() {
         const bool isReused = fresh.facts.startTime != entry.facts.startTime;
         entry.facts = std::move(fresh.facts);
         entry.application.reset();
-        if (isReused) {
-            entry.isYoung = true;
+        entry.isYoung = isReused;
+        if (isReused || !entry.facts.isCandidate)
             entry.clock = 0;
-        }
     }
     return changed;
 }
@@ -199,11 +227,8 @@ bool ProcessTable::mayMeasure(std::int32_t id) noexcept {
 }
 
 ProcessEntry* ProcessTable::find(std::int32_t id) noexcept {
-    const auto entry =
-        std::lower_bound(entries_.begin(), entries_.end(), id, [](const ProcessEntry& candidate, std::int32_t wanted) {
-            return candidate.facts.id < wanted;
-        });
-    return entry != entries_.end() && entry->facts.id == id ? &*entry : nullptr;
+    const auto found = std::lower_bound(ids_.begin(), ids_.end(), id);
+    return found != ids_.end() && *found == id ? &entries_[static_cast<std::size_t>(found - ids_.begin())] : nullptr;
 }
 
 // What was to be there and cannot be measured, or is another process by now, is found out at the next look.
@@ -216,13 +241,12 @@ void ProcessTable::doubt(ProcessEntry& entry) noexcept {
 std::optional<TaskInfo> ProcessTable::taskInfo(std::int32_t id) noexcept {
     ProcessEntry* const entry = find(id);
     const std::optional<std::uint64_t> clock = clocks_->processNanoseconds(id);
-    const bool isFollowed = entry && entry->facts.isCandidate;
     if (!clock) {
-        if (isFollowed)
+        if (entry && entry->facts.isCandidate)
             doubt(*entry);
         return std::nullopt;
     }
-    if (!isFollowed || entry->clock != *clock || *clock == 0)
+    if (!entry || entry->clock != *clock || *clock == 0)
         return readFigures(id, *clock, entry);
 
     const std::int64_t now = clocks_->now();

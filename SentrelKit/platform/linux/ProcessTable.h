@@ -58,6 +58,11 @@ private:
 
 /// One process as the last reading showed it.
 struct ProcessEntry {
+    // What each sample asks for, in a cache line of its own.
+    alignas(64) TaskInfo figures; ///< valid while the process clock stands at `clock`
+    std::uint64_t clock = 0;      ///< 0: the figures are of no worth; always 0 for what is not to be measured
+    std::int64_t figuresReadAt = 0;
+
     ProcessFacts facts;
     std::int32_t owner = 0;                                ///< what the rule said: as in applicationOwners
     std::shared_ptr<const RunningApplication> application; ///< as published; none after the facts changed
@@ -65,10 +70,6 @@ struct ProcessEntry {
     std::int64_t factsReadAt = 0;
     bool isYoung = false;   ///< wants its second reading
     bool isDoubted = false; ///< was found changed, wants another reading
-
-    TaskInfo figures; ///< valid while the process clock stands at `clock`; of no worth while that is 0
-    std::uint64_t clock = 0;
-    std::int64_t figuresReadAt = 0;
 };
 
 class ProcessTable {
@@ -95,7 +96,7 @@ private:
 
     [[nodiscard]] std::optional<Figures> readFigures() noexcept;
     [[nodiscard]] bool list(const std::optional<Figures>& figures);
-    [[nodiscard]] bool isAsListed() const noexcept;
+    [[nodiscard]] std::optional<bool> takeFewNewIds(const Figures& figures);
     [[nodiscard]] bool takeListing();
     void doubtOrphans() noexcept;
     [[nodiscard]] bool readAgain();
@@ -111,8 +112,9 @@ private:
     ProcessFiles files_;
     std::unique_ptr<ProcessClocks> clocks_;
     std::vector<ProcessEntry> entries_;
-    std::vector<ProcessEntry> previous_; // kept for its memory
-    std::vector<std::int32_t> ids_;
+    std::vector<std::int32_t> ids_;      // of the entries, close together for the search
+    std::vector<ProcessEntry> previous_; // kept for its memory, as the next
+    std::vector<std::int32_t> listed_;
     std::optional<Figures> figures_; // as they stood at the last listing; empty: list at the next look
     bool isListed_ = false;
     std::uint64_t pageSize_;

@@ -101,7 +101,7 @@ private:
         }
         if (close != '\0')
             ++at_;
-        return PropertyList(std::move(entries));
+        return std::make_optional<PropertyList>(std::move(entries));
     }
 
     Value list(int depth) {
@@ -114,7 +114,7 @@ private:
             if (!skip(',') && peek() != ')')
                 return std::nullopt;
         }
-        return PropertyList(std::move(list));
+        return std::make_optional<PropertyList>(std::move(list));
     }
 
     Value bytes() {

@@ -160,7 +160,7 @@ std::optional<PropertyList> listFromNode(plist_t node) {
     std::free(iterator);
     if (list.size() < count)
         return std::nullopt;
-    return PropertyList(std::move(list));
+    return std::make_optional<PropertyList>(std::move(list));
 }
 
 std::optional<PropertyList> dictionaryFromNode(plist_t node) {
@@ -183,7 +183,7 @@ std::optional<PropertyList> dictionaryFromNode(plist_t node) {
     std::free(iterator);
     if (!complete)
         return std::nullopt;
-    return PropertyList(std::move(entries));
+    return std::make_optional<PropertyList>(std::move(entries));
 }
 
 } // namespace

@@ -110,7 +110,7 @@ std::optional<FileSystemSpace> SpaceQuestion::answer() {
 }
 
 void VolumeSpace::setMounts(const std::vector<Mount>& mounts) {
-    std::map<std::string, std::shared_ptr<SpaceQuestion>, std::less<>> next;
+    TextMap<std::shared_ptr<SpaceQuestion>> next;
     const LockScope scope(lock_);
     for (const Mount& mount : mounts) {
         std::shared_ptr<SpaceQuestion> question;

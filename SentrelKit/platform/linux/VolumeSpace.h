@@ -7,8 +7,8 @@
 
 #include <SentrelKit/base/system/ThreadSafety.h>
 #include <SentrelKit/platform/VolumeService.h>
+#include <SentrelKit/platform/linux/TextMap.h>
 
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -60,7 +60,7 @@ public:
 private:
     Lock lock_;
     // Null for mounts that are asked directly.
-    std::map<std::string, std::shared_ptr<SpaceQuestion>, std::less<>> mounts_ SENTREL_GUARDED_BY(lock_);
+    TextMap<std::shared_ptr<SpaceQuestion>> mounts_ SENTREL_GUARDED_BY(lock_);
 };
 
 } // namespace sentrel::platform

@@ -3,6 +3,7 @@
 #include <SentrelKit/probes/DiskProbes.h>
 
 #include "../../support/Await.h"
+#include "../../support/EnvironmentValue.h"
 #include "../../support/LoopDisk.h"
 #include "../../support/MountNamespace.h"
 #include "../../support/PrivateBus.h"
@@ -66,7 +67,7 @@ bool comesTrue(const std::function<bool()>& condition) {
 
 // No message bus for a scope.
 class NoBus {
-    EnvironmentGuard address_{"DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus"};
+    EnvironmentValue address_{"DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus"};
 };
 
 // The answer to one whole-disk unmount, awaited.

@@ -2,6 +2,7 @@
 
 #include <SentrelKit/platform/linux/LinuxDispatch.h>
 
+#include "tests/support/EnvironmentValue.h"
 #include "tests/support/PrivateBus.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -154,7 +155,7 @@ TEST_F(LinuxDesktopTest, ReturnsAtOnceWhileAServiceKeepsSilent) {
 }
 
 TEST(LinuxDesktop, ReturnsAtOnceWithoutABus) {
-    const EnvironmentGuard nowhere("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/bus");
+    const EnvironmentValue nowhere("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/bus");
     LinuxDispatch dispatch;
     LinuxDesktop desktop(dispatch);
     desktop.deliver(titled("Nobody hears this"));
@@ -169,7 +170,7 @@ TEST(LinuxDesktop, GivesUpConnectingToABusThatDoesNotAnswer) {
     const int frozen = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     ASSERT_EQ(::bind(frozen, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
     ASSERT_EQ(::listen(frozen, 4), 0);
-    const EnvironmentGuard session("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + path);
+    const EnvironmentValue session("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + path);
     LinuxDispatch dispatch;
     LinuxDesktop desktop(dispatch);
     desktop.deliver(titled("First"));

@@ -4,6 +4,7 @@
 #include <SentrelKit/platform/linux/LinuxDispatch.h>
 
 #include "tests/support/NetworkNamespace.h"
+#include "tests/support/PrivateBus.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <array>
@@ -277,6 +278,26 @@ TEST_F(LinuxNetworkServiceTest, SaysThatNothingCanBeReachedWithoutADefaultRoute)
     EXPECT_EQ(network_.connectivity(), Connectivity::yes);
     other_->ip("link set peer0 down");
     EXPECT_TRUE(eventually([&] { return network_.connectivity() == Connectivity::no; })) << "there is no carrier";
+}
+
+TEST_F(LinuxNetworkServiceTest, TakesTheWordOfTheConnectivityServiceWhereOneRuns) {
+    const PrivateBus bus;
+    if (!bus.runs() || std::system("/usr/bin/python3 -c 'import dbus, gi' 2>/dev/null") != 0)
+        GTEST_SKIP() << "needs dbus-daemon and Python with dbus and gi";
+    space_->connect("lan0", "192.0.2.1", *other_, "peer0", "192.0.2.2");
+    space_->ip("route add default via 192.0.2.2");
+    struct Case {
+        const char* word;
+        Connectivity meaning;
+    };
+    for (const Case& each :
+         {Case{"4", Connectivity::yes}, Case{"3", Connectivity::no}, Case{"2", Connectivity::no},
+          Case{"1", Connectivity::no}, Case{"0", Connectivity::yes}, Case{"text", Connectivity::yes}}) {
+        ChildProgram service({"/usr/bin/python3", SENTREL_FIXTURES "/connectivity/service.py", each.word});
+        ASSERT_EQ(service.readLine(), "ready");
+        EXPECT_EQ(network_.connectivity(), each.meaning) << each.word;
+    }
+    EXPECT_EQ(network_.connectivity(), Connectivity::yes) << "the service is gone";
 }
 
 TEST_F(LinuxNetworkServiceTest, KnowsTheSpeedOfAWiredLink) {

@@ -270,22 +270,20 @@ TEST_F(LinuxPreferenceStoreTest, OverwritesWhatAKilledWriterLeftBehind) {
 }
 
 TEST_F(LinuxPreferenceStoreTest, MakesTheConfigurationFolderWhenItIsMissing) {
-    setenv("XDG_CONFIG_HOME", folder->path("not/yet").c_str(), 1);
+    const EnvironmentValue configuration("XDG_CONFIG_HOME", folder->path("not/yet"));
     LinuxPreferenceStore fresh;
     EXPECT_TRUE(fresh.suite("test.suite")->setInteger("key", 1));
     EXPECT_TRUE(std::filesystem::exists(folder->path("not/yet/test.suite.plist")));
 }
 
 TEST_F(LinuxPreferenceStoreTest, UsesTheDefaultFolderOfTheUsersHome) {
-    const std::string home = std::getenv("HOME");
-    setenv("HOME", folder->path().c_str(), 1);
+    const EnvironmentValue home("HOME", folder->path());
     for (const char* notAFolder : {"", "relative"}) {
-        setenv("XDG_CONFIG_HOME", notAFolder, 1);
+        const EnvironmentValue configuration("XDG_CONFIG_HOME", notAFolder);
         LinuxPreferenceStore fresh;
         EXPECT_TRUE(fresh.suite("test.suite")->setObject("key", notAFolder));
         EXPECT_EQ(fresh.suite("test.suite")->object("key"), PropertyList(notAFolder));
     }
-    setenv("HOME", home.c_str(), 1);
     EXPECT_TRUE(std::filesystem::exists(folder->path(".config/test.suite.plist")));
 }
 

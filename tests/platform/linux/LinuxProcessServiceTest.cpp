@@ -198,8 +198,40 @@ TEST_F(LinuxProcessServiceTest, ListsNothingWhileTheTwoFiguresOfTheKernelStand) 
     tree.remove(130);
     put(helper);
     EXPECT_EQ(ids(service->runningApplications()), (std::vector<std::int32_t>{100, 130}));
-    tree.setLastId(1001);
+    tree.setLastId(2000);
     EXPECT_EQ(ids(service->runningApplications()), (std::vector<std::int32_t>{100, 120}));
+}
+
+TEST_F(LinuxProcessServiceTest, AsksForAFewNewIdsInsteadOfListing) {
+    if (!folderCounts())
+        GTEST_SKIP() << "the folder of temporary files keeps no link counts";
+    put(player);
+    put(other);
+    const auto service = makeService();
+    ASSERT_EQ(service->runningApplications().size(), 2U);
+    tree.remove(130); // a listing would miss it
+    TreeProcess started = other;
+    started.id = 1002;
+    put(started);
+    TreeProcess thread = other;
+    thread.id = 1003;
+    tree.put(thread); // to be read, but neither listed nor with a process clock
+    tree.setLastId(1005);
+    EXPECT_EQ(ids(service->runningApplications()), (std::vector<std::int32_t>{100, 130, 1002}));
+    EXPECT_TRUE(service->taskInfo(1002));
+}
+
+TEST_F(LinuxProcessServiceTest, ListsWhenTheFewNewIdsDoNotAccountForTheNumberOfProcesses) {
+    put(player);
+    put(other);
+    const auto service = makeService();
+    ASSERT_EQ(service->runningApplications().size(), 2U);
+    tree.remove(130);
+    TreeProcess started = other;
+    started.id = 1002;
+    put(started);
+    tree.setLastId(1002);
+    EXPECT_EQ(ids(service->runningApplications()), (std::vector<std::int32_t>{100, 1002}));
 }
 
 TEST_F(LinuxProcessServiceTest, NoticesAnEndByTheNumberOfProcesses) {

@@ -80,6 +80,16 @@ TEST(NetlinkSocket, ReadsNothingBeyondACutMessage) {
     }
 }
 
+TEST(NetlinkSocket, ReadsNothingOfAMessageThatClaimsMoreThanThereIs) {
+    for (const std::uint32_t length : {0U, 15U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU}) {
+        std::string bytes = link();
+        std::memcpy(bytes.data(), &length, sizeof length);
+        const Answer answer = read(bytes + link());
+        EXPECT_EQ(answer.messages, 0) << length;
+        EXPECT_EQ(answer.progress, NetlinkProgress::more) << length;
+    }
+}
+
 TEST(NetlinkSocket, AsksTheKernelAgainAfterARefusedRequest) {
     NetlinkSocket socket(NETLINK_ROUTE);
     NetlinkRequest refused(RTM_GETLINK, NLM_F_ACK);

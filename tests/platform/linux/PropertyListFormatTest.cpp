@@ -1,12 +1,9 @@
 #include <SentrelKit/platform/linux/PropertyListFormat.h>
 
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/CommaLocale.h"
 
 #include <array>
-#include <clocale>
 #include <cmath>
-#include <cstdio>
-#include <cstdlib>
 #include <gtest/gtest.h>
 #include <limits>
 #include <string>
@@ -101,19 +98,10 @@ TEST(PropertyListFormat, ReadsXml) {
 
 TEST(PropertyListFormat, ReadsDecimalFractionsInEveryLocale) {
     // libplist itself reads them by the process's locale.
-    const TemporaryFolder folder;
-    folder.write("comma", "LC_NUMERIC\ndecimal_point \",\"\nthousands_sep \"\"\ngrouping -1\nEND LC_NUMERIC\n");
-    folder.makeFolder("locales");
-    const std::string compile =
-        "localedef -c -i " + folder.path("comma") + " " + folder.path("locales/comma") + " >/dev/null 2>&1";
-    static_cast<void>(std::system(compile.c_str()));
-    setenv("LOCPATH", folder.path("locales").c_str(), 1);
-    const bool available = std::setlocale(LC_NUMERIC, "comma") != nullptr;
-    const auto value = decode(xml("<real>1.5</real>"));
-    std::setlocale(LC_NUMERIC, "C");
-    unsetenv("LOCPATH");
-    if (!available)
+    const CommaLocale locale;
+    if (!locale.isInForce())
         GTEST_SKIP() << "localedef cannot make a locale with a decimal comma here";
+    const auto value = decode(xml("<real>1.5</real>"));
     EXPECT_EQ(value, PropertyList(1.5));
 }
 

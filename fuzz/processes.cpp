@@ -1,0 +1,34 @@
+// What the process table reads: the kernel's files of a process, whose command and control group any program chooses,
+// and desktop entries, which any package installs.
+
+#include <SentrelKit/platform/linux/ApplicationRule.h>
+#include <SentrelKit/platform/linux/DesktopEntries.h>
+#include <SentrelKit/platform/linux/ProcessFiles.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+
+using namespace sentrel::platform;
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const std::string_view text(reinterpret_cast<const char*>(data), size);
+    const auto isPartOfText = [&](std::string_view part) {
+        return part.empty() || (part.data() >= text.data() && part.data() + part.size() <= text.data() + text.size());
+    };
+
+    if (const auto stat = parseProcessStat(text); stat && !isPartOfText(stat->command))
+        std::abort();
+    (void)parseResidentPages(text);
+    (void)parseLastId(text);
+    const std::string_view scope = applicationScope(text);
+    if (!isPartOfText(scope) || applicationIdentifier(scope).size() > scope.size())
+        std::abort();
+    (void)applicationIdentifier(text);
+    if (installationFolder(text).size() > text.size())
+        std::abort();
+    (void)parseDesktopEntry(text);
+    return 0;
+}
