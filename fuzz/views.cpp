@@ -25,6 +25,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -208,8 +209,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         root.display(canvas, now);
     }
     // What was drawn must not keep the next figure from being drawn.
-    if (cairo_status(context) != CAIRO_STATUS_SUCCESS || cairo_surface_status(surface) != CAIRO_STATUS_SUCCESS)
+    if (cairo_status(context) != CAIRO_STATUS_SUCCESS || cairo_surface_status(surface) != CAIRO_STATUS_SUCCESS) {
+        std::fprintf(stderr, "cairo: %s\n", cairo_status_to_string(cairo_status(context)));
         std::abort();
+    }
     cairo_destroy(context);
     cairo_surface_destroy(surface);
     return 0;

@@ -43,7 +43,7 @@ private:
     double size_;
 };
 
-/// The size of one line of text, in points. Main thread.
+/// The size of one line of text, in points; none for a font size below 0.1 or above 4096 points. Main thread.
 [[nodiscard]] SENTREL_API Size textSize(const std::string& text, const Font& font);
 
 } // namespace sentrel

@@ -18,7 +18,6 @@ namespace {
 constexpr double farthest = 2.0e6;
 constexpr double widest = 5.0e4;
 constexpr double sharpestMiter = 100.0;
-constexpr double largestText = 4096.0;
 
 bool isFinite(Point point) noexcept {
     return std::isfinite(point.x) && std::isfinite(point.y);
@@ -210,7 +209,7 @@ void CairoCanvas::stroke(const Path& path, const Paint& paint) {
 void CairoCanvas::drawText(const std::string& text, const Font& font, const Color& color, Rect box,
                            TextAlignment alignment) {
     const bool usable = isFinite(Point{box.x, box.y}) && isFinite(Point{box.width, box.height}) && isFinite(color) &&
-                        font.size() > 0.0 && font.size() * state_.scale <= largestText;
+                        isTextSize(font.size()) && isTextSize(font.size() * state_.scale);
     if (!state_.drawable || !usable || text.empty())
         return;
     save();
@@ -219,16 +218,19 @@ void CairoCanvas::drawText(const std::string& text, const Font& font, const Colo
     cairo_get_matrix(context_, &matrix);
     if (matrix.xx * matrix.yy - matrix.xy * matrix.yx < 0.0)
         concat(Transform::scale(1.0, -1.0));
+    // Laid out at its size on the device: Pango fails for small sizes under large transforms.
+    const double scale = state_.scale;
+    concat(Transform::scale(1.0 / scale, 1.0 / scale));
     if (state_.drawable) {
-        PangoLayout* layout = layoutLine(context_, text, font.face(), font.size());
+        PangoLayout* layout = layoutLine(context_, text, font.face(), font.size() * scale);
         PangoRectangle logical{};
         pango_layout_get_extents(layout, nullptr, &logical);
         const double width = static_cast<double>(logical.width) / PANGO_SCALE;
         const double height = static_cast<double>(logical.height) / PANGO_SCALE;
-        const double free = box.width - width;
+        const double boxWidth = box.width * scale;
         const double part = alignment == TextAlignment::left ? 0.0 : alignment == TextAlignment::center ? 0.5 : 1.0;
         cairo_new_path(context_);
-        cairo_move_to(context_, free * part - box.width / 2.0, -height / 2.0);
+        cairo_move_to(context_, (boxWidth - width) * part - boxWidth / 2.0, -height / 2.0);
         cairo_set_source_rgba(context_, color.red, color.green, color.blue, color.alpha);
         pango_cairo_show_layout(context_, layout);
         cairo_new_path(context_);

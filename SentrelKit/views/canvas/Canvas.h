@@ -54,7 +54,7 @@ public:
     virtual void stroke(const Path& path, const Paint& paint) = 0;
 
     /// Draws one line of text in the middle of the height of `box`, aligned within its width. Characters that no font
-    /// has leave no ink.
+    /// has leave no ink, and so does all text smaller than a tenth of a point or pixel or larger than 4096.
     virtual void drawText(const std::string& text, const Font& font, const Color& color, Rect box,
                           TextAlignment alignment) = 0;
 };

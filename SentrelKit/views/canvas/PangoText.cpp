@@ -9,7 +9,6 @@
 #include <pango/pangofc-fontmap.h>
 
 #include <array>
-#include <cmath>
 #include <map>
 #include <memory>
 #include <utility>
@@ -194,7 +193,7 @@ PangoLayout* layoutLine(cairo_t* context, const std::string& text, const FontFac
 }
 
 Size textSize(const std::string& text, const Font& font) {
-    if (!std::isfinite(font.size()) || font.size() <= 0.0)
+    if (!isTextSize(font.size()))
         return {};
     PangoRectangle logical{};
     pango_layout_get_extents(layoutLine(nullptr, text, font.face(), font.size()), nullptr, &logical);

@@ -204,7 +204,7 @@ TEST_F(CairoCanvases, SweepsAnArcAsItIsGiven) {
     EXPECT_NEAR(ring(270, 360), turn / 4, 1.0);
     EXPECT_EQ(alphaAt(30, 10), 255); // from the top clockwise, y growing downward
     EXPECT_NEAR(ring(270, 180), turn / 4, 1.0);
-    EXPECT_EQ(alphaAt(10, 10), 255);                                      // backwards
+    EXPECT_EQ(alphaAt(10, 10), 255);         // backwards
     EXPECT_NEAR(ring(270, -270), turn, 3.0); // more than a turn backwards
     EXPECT_NEAR(ring(0, 360), turn, 3.0);
     EXPECT_NEAR(ring(0, 540), turn, 3.0);
@@ -308,6 +308,35 @@ TEST_F(CairoCanvases, LeavesNoInkForCharactersThatNoFontHas) {
     CairoCanvas canvas(context);
     canvas.drawText(std::string(Glyph::cloud), *FUIFont::normal(20), ink, {0, 0, 40, 40}, TextAlignment::center);
     EXPECT_EQ(inked(), 0.0);
+}
+
+// The font renderer fails for sizes that it rounds to nothing, and that stops cairo for good.
+TEST_F(CairoCanvases, DrawsNoTextOfSizesThatCannotBeShown) {
+    for (const double scale : {1.0, 1.0e-6, 1.0e6}) {
+        for (const double size : {-1.0, 0.0, 1.0e-300, 1.0e-9, 0.0001, 1.0e5, 1.0e9, 1.0e300}) {
+            {
+                CairoCanvas canvas(context);
+                canvas.concat(Transform::scale(scale, scale));
+                canvas.drawText("x", *FUIFont::normal(size), ink, {0, 0, 40, 40}, TextAlignment::left);
+            }
+            EXPECT_EQ(inked(), 0.0) << size << " at " << scale;
+            CairoCanvas canvas(context);
+            expectAlive(canvas);
+        }
+    }
+}
+
+// Found by fuzzing: a box with a number stood for an unknown character, at a size that the font renderer refused.
+TEST_F(CairoCanvases, DrawsUnknownCharactersUnderLargeTransforms) {
+    for (const double scale : {1.0, 10.0, 100.0, 562.0, 10000.0}) {
+        CairoCanvas canvas(context);
+        canvas.save();
+        canvas.concat(Transform::scale(scale, scale));
+        canvas.drawText("a\x01\xFF\xEF\xBF\xBF\xF3\xA0\x80\x81", *FUIFont::normal(1000.0 / scale), ink, {0, 0, 40, 40},
+                        TextAlignment::left);
+        canvas.restore();
+        expectAlive(canvas);
+    }
 }
 
 TEST_F(CairoCanvases, TakesAnyBytesForText) {
