@@ -17,7 +17,7 @@
 #include <SentrelKit/views/Triangle.h>
 #include <SentrelKit/views/canvas/CairoCanvas.h>
 
-#include <tests/views/FontconfigLeaks.h>
+#include <tests/views/TextRendererSuppressions.h>
 
 #include <cairo.h>
 

@@ -1,6 +1,6 @@
 #include "DrawnCalls.h"
-#include "FontconfigLeaks.h"
 #include "Specimens.h"
+#include "TextRendererSuppressions.h"
 
 #include <tests/support/TemporaryFolder.h>
 

@@ -4,9 +4,11 @@
 #include <SentrelKit/views/canvas/FontFace.h>
 
 #include <fontconfig/fontconfig.h>
+#include <hb-ot.h>
 #include <pango/pangocairo.h>
 #include <pango/pangofc-fontmap.h>
 
+#include <array>
 #include <cmath>
 #include <map>
 #include <memory>
@@ -59,12 +61,18 @@ const char* postScriptName(FcPattern* pattern) noexcept {
     return reinterpret_cast<const char*>(name);
 }
 
-// Whether the text renderer, asked for this description, takes this very face.
+// Whether the text renderer, asked for this description, takes this very face. The face itself is asked: what the
+// renderer matched it with was made on a thread of its own.
 bool rendersAs(const PangoFontDescription* description, const std::string& name) {
     const std::unique_ptr<PangoFont, Unref> font(
         pango_context_load_font(pango_layout_get_context(threadLayout()), description));
-    return font && PANGO_IS_FC_FONT(font.get()) &&
-           name == postScriptName(pango_fc_font_get_pattern(PANGO_FC_FONT(font.get())));
+    if (!font)
+        return false;
+    std::array<char, 128> text{}; // PostScript names have 63 characters at most
+    auto size = static_cast<unsigned>(text.size());
+    hb_ot_name_get_utf8(hb_font_get_face(pango_font_get_hb_font(font.get())), HB_OT_NAME_ID_POSTSCRIPT_NAME,
+                        HB_LANGUAGE_INVALID, &size, text.data());
+    return name == text.data();
 }
 
 std::shared_ptr<const FontFace> findFace(const std::string& name) {
