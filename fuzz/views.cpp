@@ -1,6 +1,7 @@
 // Any property values (doubles of any bits, sizes, colours, texts) into every component, drawn on a small image: no
 // crash, no cairo error, and a bound on the time of one drawing that the fuzzer's own timeout keeps.
 
+#include <SentrelKit/views/AddressSyntax.h>
 #include <SentrelKit/views/Circle.h>
 #include <SentrelKit/views/FUIButton.h>
 #include <SentrelKit/views/FUIFont.h>
@@ -191,6 +192,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     router.moved(bytes.point());
     const double scale = bytes.number();
     const double now = bytes.number();
+    const std::string text = bytes.text();
+    static_cast<void>(isAddress(text));
+    static_cast<void>(Color::initWithHexString(text));
 
     cairo_surface_t* surface = cairo_image_surface_create(CAIRO_FORMAT_ARGB32, 64, 64);
     cairo_t* context = cairo_create(surface);

@@ -1,5 +1,6 @@
 #include <SentrelKit/views/FUIColor.h>
 #include <SentrelKit/views/FUIFont.h>
+#include <SentrelKit/views/Layer.h>
 #include <SentrelKit/views/TextField.h>
 #include <SentrelKit/views/View.h>
 #include <SentrelKit/views/canvas/RecordingCanvas.h>
@@ -207,6 +208,63 @@ TEST(View, FindsTheTopmostViewUnderAPointOfTheSurface) {
     EXPECT_EQ(root.hitTest({40, 160}), above.get());
     EXPECT_EQ(root.hitTest({100, 100}), nullptr);
     EXPECT_EQ(root.hitTest({-1, 100}), nullptr);
+}
+
+TEST(View, DrawsItsLayerOverItsWholeBoundsAndUnderItsOwnFigure) {
+    Mark view({0, 0, 30, 40});
+    EXPECT_FALSE(view.wantsLayer());
+    view.setWantsLayer(true);
+    view.layer()->setBackgroundColor(FUIColor::clouds());
+    view.setFrame({0, 0, 50, 60});
+    RecordingCanvas canvas;
+    view.display(canvas, 0.0);
+    const auto fills = canvas.all<RecordingCanvas::Fill>();
+    ASSERT_EQ(fills.size(), 2U);
+    EXPECT_EQ(fills[0].path, Path::rect({0, 0, 50, 60}));
+    EXPECT_EQ(fills[1].path, Path::rect({0, 0, 1, 1}));
+    view.setWantsLayer(false);
+    EXPECT_EQ(view.layer(), nullptr);
+}
+
+TEST(View, IsDirtyAndTellsTheHostWhileALayerInItChanges) {
+    View root({0, 0, 100, 100});
+    const auto child = std::make_shared<View>(Rect{10, 10, 20, 20});
+    child->setWantsLayer(true);
+    root.addSubview(child);
+    RecordingCanvas canvas;
+    root.display(canvas, 0.0);
+    int calls = 0;
+    root.setDisplayHandler([&] { ++calls; });
+
+    BasicAnimation fade;
+    fade.keyPath = "backgroundColor";
+    fade.fromValue = FUIColor::white();
+    fade.toValue = FUIColor::black();
+    fade.beginTime = 10.0;
+    fade.duration = 1.0;
+    child->layer()->addAnimation(fade, "fade");
+    EXPECT_EQ(calls, 1);
+    EXPECT_FALSE(child->needsDisplay()); // a layer asks for itself
+    EXPECT_TRUE(root.isAnimating(10.5));
+    root.display(canvas, 10.5);
+    EXPECT_EQ(root.dirtyRects(), (std::vector<Rect>{{10, 70, 20, 20}}));
+    EXPECT_FALSE(root.isAnimating(11.0));
+    root.display(canvas, 11.0); // once more when it is over
+    EXPECT_TRUE(root.dirtyRects().empty());
+}
+
+TEST(View, OutlivesItsLayerAndTheOtherWayRound) {
+    std::shared_ptr<Layer> layer;
+    {
+        View view({0, 0, 30, 40});
+        view.setWantsLayer(true);
+        layer = view.layer();
+        view.setWantsLayer(false);
+        layer->setNeedsDisplay();
+        view.setWantsLayer(true);
+        layer = view.layer();
+    }
+    layer->setNeedsDisplay();
 }
 
 TEST(TextField, DrawsItsTextInItsFontColourAndAlignment) {
