@@ -121,10 +121,7 @@ std::shared_ptr<BackgroundPool::Watch> BackgroundPool::watch(int descriptor, std
     const LockScope scope(lock_);
     openPoller();
     watch->id = ++lastWatch_;
-    epoll_event event{};
-    event.events = events | EPOLLONESHOT;
-    event.data.u64 = watch->id;
-    if (epoll_ctl(poller_.get(), EPOLL_CTL_ADD, descriptor, &event) != 0)
+    if (!arm(*watch, EPOLL_CTL_ADD))
         return nullptr;
     watches_.emplace(watch->id, watch);
     return watch;
@@ -282,22 +279,34 @@ void BackgroundPool::deliver(std::uint64_t id) {
     const auto entry = watches_.find(id);
     if (entry == watches_.end())
         return;
-    watchLane_->queue.push([this, watch = entry->second] {
-        bool ended = false;
-        {
-            const LockScope scope(lock_);
-            ended = watch->ended;
-        }
-        if (!ended)
-            watch->ready();
-        const LockScope scope(lock_);
-        if (watch->ended)
+    Watch& watch = *entry->second;
+    if (std::exchange(watch.running, true))
+        watch.again = true;
+    else
+        watchLane_->queue.push([this, served = entry->second] { serve(*served); });
+}
+
+// Calls back for one event, and once more for those that came meanwhile.
+void BackgroundPool::serve(Watch& watch) {
+    LockScope scope(lock_);
+    do {
+        watch.again = false;
+        if (watch.ended)
             return;
-        epoll_event event{};
-        event.events = watch->events | EPOLLONESHOT;
-        event.data.u64 = watch->id;
-        epoll_ctl(poller_.get(), EPOLL_CTL_MOD, watch->descriptor, &event);
-    });
+        // Armed before the callback looks: some descriptors tell of a change only while somebody waits.
+        arm(watch, EPOLL_CTL_MOD);
+        lock_.unlock();
+        watch.ready();
+        lock_.lock();
+    } while (watch.again);
+    watch.running = false;
+}
+
+bool BackgroundPool::arm(const Watch& watch, int operation) {
+    epoll_event event{};
+    event.events = watch.events | EPOLLONESHOT;
+    event.data.u64 = watch.id;
+    return epoll_ctl(poller_.get(), operation, watch.descriptor, &event) == 0;
 }
 
 } // namespace sentrel::platform

@@ -41,6 +41,8 @@ public:
         std::uint64_t id = 0;
         std::function<void()> ready;
         bool ended = false;
+        bool running = false; ///< its callback runs or stands in the queue...
+        bool again = false;   ///< ...and there was another event meanwhile
     };
 
     BackgroundPool();
@@ -83,6 +85,8 @@ private:
     [[nodiscard]] std::optional<std::int64_t> nextDeadline(std::int64_t now) const SENTREL_REQUIRES(lock_);
     void lead() SENTREL_REQUIRES(lock_);
     void deliver(std::uint64_t id) SENTREL_REQUIRES(lock_);
+    void serve(Watch& watch) SENTREL_EXCLUDES(lock_);
+    bool arm(const Watch& watch, int operation) SENTREL_REQUIRES(lock_);
 
     Lock lock_;
     std::unique_ptr<std::condition_variable_any> changed_ SENTREL_GUARDED_BY(lock_);

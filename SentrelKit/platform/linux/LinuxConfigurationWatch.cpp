@@ -15,8 +15,7 @@ namespace sentrel::platform {
 namespace {
 
 constexpr std::string_view hostNameFile = "/proc/sys/kernel/hostname";
-constexpr std::int64_t hostNameDelay = 200'000'000; // nanoseconds
-constexpr std::string_view noHostName = "(none)";   // the kernel's name before one is set
+constexpr std::string_view noHostName = "(none)"; // the kernel's name before one is set
 
 std::optional<std::string> readHostName(const SystemRoot& root) {
     std::optional<std::string> name = root.readLine(hostNameFile);
@@ -32,9 +31,9 @@ std::optional<std::string> readRouter(NetlinkSocket& socket) {
 
 } // namespace
 
-struct LinuxConfigurationWatch::State : std::enable_shared_from_this<LinuxConfigurationWatch::State> {
-    State(const SystemRoot& systemRoot, LinuxDispatch& queues, std::function<void()> callback)
-        : root(systemRoot), dispatch(queues), changed(std::move(callback)), resolver(systemRoot) {}
+struct LinuxConfigurationWatch::State {
+    State(const SystemRoot& systemRoot, std::function<void()> callback)
+        : root(systemRoot), changed(std::move(callback)), resolver(systemRoot) {}
 
     /// Reads a value again and calls back if it is another.
     template <class Value, class Read>
@@ -69,23 +68,12 @@ struct LinuxConfigurationWatch::State : std::enable_shared_from_this<LinuxConfig
             compare(lastServers, [this] { return readNameServers(root); });
     }
 
-    // The kernel gives notice of a name only once to whoever asks, and arming the watch again after this call asks too:
-    // a change in between is found by looking once more a moment later.
     void hostNameMayHaveChanged() {
-        compareHostName();
-        dispatch.backgroundQueue()->after(hostNameDelay, [weak = weak_from_this()] {
-            if (const std::shared_ptr<State> state = weak.lock())
-                state->compareHostName();
-        });
-    }
-
-    void compareHostName() {
         const LockScope scope(callLock);
         compare(lastHostName, [this] { return readHostName(root); });
     }
 
     const SystemRoot root;
-    LinuxDispatch& dispatch;
     const std::function<void()> changed;
 
     Lock routeLock;
@@ -103,7 +91,7 @@ struct LinuxConfigurationWatch::State : std::enable_shared_from_this<LinuxConfig
 
 std::unique_ptr<LinuxConfigurationWatch> LinuxConfigurationWatch::make(const SystemRoot& root, LinuxDispatch& dispatch,
                                                                        std::function<void()> changed) {
-    auto state = std::make_shared<State>(root, dispatch, std::move(changed));
+    auto state = std::make_shared<State>(root, std::move(changed));
     return std::unique_ptr<LinuxConfigurationWatch>(new LinuxConfigurationWatch(dispatch, std::move(state)));
 }
 

@@ -30,8 +30,10 @@ public:
     void runMain(double seconds) override;
 
     /// Calls back on the background queue whenever the descriptor has one of the epoll events (EPOLLIN, EPOLLPRI...);
-    /// calls of one watch never overlap. Starts no thread by itself: the watch is served from the first use of a queue
-    /// on. The descriptor is not owned and must stay open as long as the watch. Null, with errno set, on failure.
+    /// calls of one watch never overlap. Events that come during a call make one more; so does what the call was for,
+    /// where the descriptor still shows it as the call begins: a call may find nothing to do. Starts no thread by
+    /// itself: the watch is served from the first use of a queue on. The descriptor is not owned and must stay open as
+    /// long as the watch. Null, with errno set, on failure.
     [[nodiscard]] std::unique_ptr<DescriptorWatch> watch(int descriptor, std::uint32_t events,
                                                          std::function<void()> ready);
 

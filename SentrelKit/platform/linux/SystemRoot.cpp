@@ -47,7 +47,9 @@ std::string SystemRoot::path(std::string_view absolute) const {
     return path;
 }
 
-UniqueFd SystemRoot::open(std::string_view absolute) const { return openForReading(path(absolute)); }
+UniqueFd SystemRoot::open(std::string_view absolute) const {
+    return openForReading(path(absolute));
+}
 
 std::optional<std::string> SystemRoot::read(std::string_view absolute, std::size_t limit) const {
     const UniqueFd file = open(absolute);
@@ -57,8 +59,8 @@ std::optional<std::string> SystemRoot::read(std::string_view absolute, std::size
     while (content.size() < limit) {
         const std::size_t filled = content.size();
         content.resize(std::min(limit, filled + 4096));
-        const ssize_t count = ::pread(file.get(), content.data() + filled, content.size() - filled,
-                                      static_cast<off_t>(filled));
+        const ssize_t count =
+            ::pread(file.get(), content.data() + filled, content.size() - filled, static_cast<off_t>(filled));
         if (count < 0 && errno == EINTR) {
             content.resize(filled);
             continue;

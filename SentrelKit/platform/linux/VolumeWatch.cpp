@@ -21,7 +21,6 @@ namespace sentrel::platform {
 namespace {
 
 constexpr std::int64_t labelInterval = 2'000'000'000; // nanoseconds
-constexpr std::int64_t checkDelay = 50'000'000;       // nanoseconds
 
 struct UdevReleaser {
     void operator()(udev* context) const noexcept { udev_unref(context); }
@@ -99,12 +98,10 @@ struct MountedVolume {
 
 using MountedVolumes = std::map<std::int64_t, MountedVolume>; // by mount
 
-class Watcher : public std::enable_shared_from_this<Watcher> {
+class Watcher {
 public:
-    Watcher(const BlockDevices& devices, std::shared_ptr<DispatchQueue> queue,
-            std::function<void(const VolumeNotification&)> observer)
-        : devices_(devices), queue_(std::move(queue)), observer_(std::move(observer)),
-          table_(devices.root().open(mountTablePath)) {}
+    Watcher(const BlockDevices& devices, std::function<void(const VolumeNotification&)> observer)
+        : devices_(devices), observer_(std::move(observer)), table_(devices.root().open(mountTablePath)) {}
 
     [[nodiscard]] int tableDescriptor() const { return table_.get(); }
     [[nodiscard]] int nodeDescriptor() const { return nodes_.descriptor(); }
@@ -116,17 +113,13 @@ public:
         followNodes();
     }
 
-    // The watch is armed again only after this returns, and arming swallows what happened since the table was read: so
-    // the table is read once more a little later.
     void mountsChanged() {
         const LockScope scope(lock_);
-        compareMounts();
-        if (std::exchange(isCheckComing_, true))
-            return;
-        queue_->after(checkDelay, [weak = weak_from_this()] {
-            if (const std::shared_ptr<Watcher> self = weak.lock())
-                self->checkMounts();
-        });
+        MountedVolumes current = read(volumes_);
+        const MountedVolumes before = std::exchange(volumes_, std::move(current));
+        followNodes();
+        tellDifference(before, volumes_, VolumeNotification::Kind::didUnmount);
+        tellDifference(volumes_, before, VolumeNotification::Kind::didMount);
     }
 
     /// No call of the observer begins from now on.
@@ -155,20 +148,6 @@ public:
     }
 
 private:
-    void checkMounts() {
-        const LockScope scope(lock_);
-        isCheckComing_ = false;
-        compareMounts();
-    }
-
-    void compareMounts() SENTREL_REQUIRES(lock_) {
-        MountedVolumes current = read(volumes_);
-        const MountedVolumes before = std::exchange(volumes_, std::move(current));
-        followNodes();
-        tellDifference(before, volumes_, VolumeNotification::Kind::didUnmount);
-        tellDifference(volumes_, before, VolumeNotification::Kind::didMount);
-    }
-
     // The volumes now. Those that are known keep their names; the labels of the others are read.
     MountedVolumes read(const MountedVolumes& known) const {
         MountedVolumes volumes;
@@ -253,12 +232,10 @@ private:
     }
 
     const BlockDevices& devices_;
-    const std::shared_ptr<DispatchQueue> queue_;
     const std::function<void(const VolumeNotification&)> observer_;
     const UniqueFd table_;
     Lock lock_; // also keeps the observer's calls one at a time
     MountedVolumes volumes_ SENTREL_GUARDED_BY(lock_);
-    bool isCheckComing_ SENTREL_GUARDED_BY(lock_) = false;
     std::atomic<bool> ended_{false};
     NodeEvents nodes_;
     UdevEvents udev_;
@@ -307,8 +284,7 @@ private:
 
 std::unique_ptr<VolumeObservation> watchVolumes(const BlockDevices& devices, LinuxDispatch& dispatch,
                                                 std::function<void(const VolumeNotification&)> observer) {
-    auto observation = std::make_unique<Observation>(
-        std::make_shared<Watcher>(devices, dispatch.backgroundQueue(), std::move(observer)), dispatch);
+    auto observation = std::make_unique<Observation>(std::make_shared<Watcher>(devices, std::move(observer)), dispatch);
     if (!observation->isComplete())
         return nullptr;
     return observation;

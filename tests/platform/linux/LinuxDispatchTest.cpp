@@ -213,8 +213,8 @@ TEST(LinuxDispatch, ServesAWatchFromTheFirstUseOfAQueueOn) {
     LinuxDispatch dispatch;
     auto watch = dispatch.watch(descriptor, EPOLLIN, [&] {
         eventfd_t value = 0;
-        eventfd_read(descriptor, &value);
-        noticed.happened();
+        if (eventfd_read(descriptor, &value) == 0)
+            noticed.happened();
     });
     ASSERT_TRUE(watch);
     eventfd_write(descriptor, 1);
@@ -229,6 +229,31 @@ TEST(LinuxDispatch, ServesAWatchFromTheFirstUseOfAQueueOn) {
     dispatch.backgroundQueue()->async([&] { later.happened(); });
     ASSERT_TRUE(later.await());
     EXPECT_EQ(noticed.count(), 2);
+    close(descriptor);
+}
+
+TEST(LinuxDispatch, AnEventDuringACallMakesOneMoreCallAndNoneOverlaps) {
+    const int descriptor = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    std::atomic<int> inside{0};
+    std::atomic<bool> overlapped{false};
+    Event noticed;
+    LinuxDispatch dispatch;
+    const auto watch = dispatch.watch(descriptor, EPOLLIN, [&] {
+        if (inside.fetch_add(1) != 0)
+            overlapped = true;
+        eventfd_t value = 0;
+        if (eventfd_read(descriptor, &value) == 0) {
+            if (noticed.count() == 0)
+                eventfd_write(descriptor, 1); // the second event, while the first one's call runs
+            noticed.happened();
+        }
+        inside.fetch_sub(1);
+    });
+    ASSERT_TRUE(watch);
+    dispatch.backgroundQueue()->async([] {});
+    eventfd_write(descriptor, 1);
+    EXPECT_TRUE(noticed.await(2));
+    EXPECT_FALSE(overlapped);
     close(descriptor);
 }
 
