@@ -48,6 +48,7 @@
 #include <SentrelKit/views/MediaTime.h>
 #include <SentrelKit/views/Path.h>
 #include <SentrelKit/views/PieChart.h>
+#include <SentrelKit/views/PointerRouter.h>
 #include <SentrelKit/views/Shape.h>
 #include <SentrelKit/views/Square.h>
 #include <SentrelKit/views/TextField.h>

@@ -1,17 +1,21 @@
 #pragma once
 
+#if !defined(__has_feature)
+#define __has_feature(feature) 0
+#endif
+
 namespace sentrel {
 
-#if defined(__SANITIZE_THREAD__)
-inline constexpr bool underThreadSanitizer = true;
-#elif defined(__has_feature)
-#if __has_feature(thread_sanitizer)
+#if defined(__SANITIZE_THREAD__) || __has_feature(thread_sanitizer)
 inline constexpr bool underThreadSanitizer = true;
 #else
 inline constexpr bool underThreadSanitizer = false;
 #endif
+
+#if defined(__SANITIZE_ADDRESS__) || __has_feature(address_sanitizer)
+inline constexpr bool underAddressSanitizer = true;
 #else
-inline constexpr bool underThreadSanitizer = false;
+inline constexpr bool underAddressSanitizer = false;
 #endif
 
 } // namespace sentrel

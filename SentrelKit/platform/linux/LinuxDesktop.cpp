@@ -141,8 +141,8 @@ void LinuxDesktop::deliver(const UserNotification& notification) {
     });
 }
 
-bool LinuxDesktop::openAddress(const std::string& /*address*/) {
-    return false;
+bool LinuxDesktop::openAddress(const std::string& address) {
+    return platform::openAddress(address);
 }
 
 } // namespace sentrel::platform
