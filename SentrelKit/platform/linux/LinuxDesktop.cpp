@@ -1,6 +1,7 @@
 #include <SentrelKit/platform/linux/LinuxDesktop.h>
 
 #include <SentrelKit/platform/linux/BusConnection.h>
+#include <SentrelKit/platform/linux/OpenAddress.h>
 
 #include <cstring>
 #include <glib.h>
