@@ -2,6 +2,7 @@
 
 #include "tests/support/Actor.h"
 #include "tests/support/Eventually.h"
+#include "tests/support/Sanitizers.h"
 
 #include <gtest/gtest.h>
 
@@ -11,6 +12,9 @@
 
 namespace sentrel::probes {
 namespace {
+
+// The thread sanitizer adds a thread of its own to each process that it watches.
+constexpr int sanitizerThreads = underThreadSanitizer ? 1 : 0;
 
 std::uint64_t residentBytes(const std::string& statm) {
     std::ifstream file(statm);
@@ -63,7 +67,7 @@ TEST(ProcessProbesLive, GiveTheKernelsResidentFigureAndTheThreads) {
     const Actor actor({.threads = 5});
     ApplicationAttributes attributes;
     EXPECT_TRUE(eventually([&] { // its threads may still be on their way to their wait
-        return _getApplicationAttributes(actor.id(), &attributes) == 1 && attributes.threads == 5 &&
+        return _getApplicationAttributes(actor.id(), &attributes) == 1 && attributes.threads == 5 + sanitizerThreads &&
                attributes.residentSize == residentBytes("/proc/" + std::to_string(actor.id()) + "/statm");
     })) << attributes.residentSize;
     EXPECT_GT(attributes.residentSize, 0U);
@@ -74,7 +78,7 @@ TEST(ProcessProbesLive, MeasureAProcessWhoseFirstThreadEnded) {
     const Actor actor({.threads = 3, .losesFirstThread = true});
     ApplicationAttributes attributes;
     EXPECT_TRUE(eventually([&] {
-        return _getApplicationAttributes(actor.id(), &attributes) == 1 && attributes.threads == 3 &&
+        return _getApplicationAttributes(actor.id(), &attributes) == 1 && attributes.threads == 3 + sanitizerThreads &&
                residentBytes("/proc/" + std::to_string(actor.id()) + "/statm") == 0;
     })) << "the kernel shows nothing for the first thread";
     ASSERT_EQ(_getApplicationAttributes(actor.id(), &attributes), 1);

@@ -116,7 +116,8 @@ void MainQueue::wake() {
     const LockScope scope(lock_);
     if (!source_) {
         GSource* source = g_source_new(&mainSourceFunctions, sizeof(MainSource));
-        new (&reinterpret_cast<MainSource*>(source)->queue) std::atomic<MainQueue*>(this);
+        auto* const slot = new (&reinterpret_cast<MainSource*>(source)->queue) std::atomic<MainQueue*>(nullptr);
+        slot->store(this, std::memory_order_release);
         g_source_set_name(source, "SentrelKit main queue");
         // A closure may run a nested loop, which then serves this queue too.
         g_source_set_can_recurse(source, TRUE);

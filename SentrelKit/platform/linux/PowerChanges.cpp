@@ -152,7 +152,8 @@ PowerChanges::PowerChanges(std::shared_ptr<PowerReader> reader, const PowerChang
                            void (*changed)(void* context), void* context)
     : source_(g_source_new(&sourceFunctions, sizeof(WatcherSource))) {
     auto* watcher = new Watcher(std::move(reader), times, changed, context);
-    new (&reinterpret_cast<WatcherSource*>(source_)->watcher) std::atomic<Watcher*>(watcher);
+    auto* const slot = new (&reinterpret_cast<WatcherSource*>(source_)->watcher) std::atomic<Watcher*>(nullptr);
+    slot->store(watcher, std::memory_order_release);
     g_source_set_name(source_, "SentrelKit power sources");
     watcher->attach(source_);
 }

@@ -282,6 +282,15 @@ TEST(LinuxDispatch, RunsMainClosuresOnTheThreadThatRunsTheLoop) {
     EXPECT_EQ(afterAt, 2);
 }
 
+TEST(LinuxDispatch, TheMainQueueMayBeFirstUsedOnAnotherThread) {
+    int ran = 0;
+    LinuxDispatch dispatch;
+    std::thread([&] { dispatch.mainQueue()->async([&] { ++ran; }); }).join();
+    while (ran == 0)
+        g_main_context_iteration(nullptr, TRUE);
+    EXPECT_EQ(ran, 1);
+}
+
 TEST(LinuxDispatch, ServesTheMainQueueInsideAHostsOwnGLibLoop) {
     int ticks = 0;
     LinuxDispatch dispatch;
