@@ -66,17 +66,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     static Printer print;
     FuzzedDataProvider input(data, size);
     const auto kind = input.PickValueInArray({'c', 'd', 'i', 'l', 'u', 'o', 'x', 'p', 's', 'e', 'f', 'g'});
-    std::string specification = "%";
+    std::string start = "%";
     for (int i = input.ConsumeIntegralInRange(0, 6); i > 0; --i)
-        specification += input.PickValueInArray({'-', '+', ' ', '0'});
-    const std::string flags = specification;
+        start += input.PickValueInArray({'-', '+', ' ', '0'});
+    const std::string flags = start;
     if (input.ConsumeBool())
-        specification += std::to_string(input.ConsumeIntegralInRange(1, 2000));
+        start += std::to_string(input.ConsumeIntegralInRange(1, 2000));
     const bool dot = input.ConsumeBool();
     const int precision = input.ConsumeIntegralInRange(0, 99);
     const bool digits = input.ConsumeBool();
     if (dot)
-        specification += digits ? "." + std::to_string(precision) : ".";
+        start += digits ? "." + std::to_string(precision) : ".";
     const auto hasFlag = [&](char flag) { return flags.find(flag) != std::string::npos; };
     const bool numberAgrees = !dot || (digits && precision > 0);
     const bool unsignedAgrees = numberAgrees && !hasFlag('+') && !hasFlag(' ');
@@ -84,34 +84,33 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     switch (kind) {
     case 'c': {
         const int c = input.ConsumeIntegralInRange(1, 255);
-        check(textAgrees && !dot, print(specification + "c", c), platform(specification + "c", c));
+        check(textAgrees && !dot, print(start + "c", c), platform(start + "c", c));
         break;
     }
     case 'd':
     case 'i': {
         const int value = input.ConsumeIntegral<int>();
-        check(numberAgrees, print(specification + kind, value), platform(specification + kind, value));
+        check(numberAgrees, print(start + kind, value), platform(start + kind, value));
         break;
     }
     case 'l': {
         const auto value = input.ConsumeIntegral<std::int64_t>();
-        check(numberAgrees, print(specification + "ld", value), platform(specification + "ld", value));
+        check(numberAgrees, print(start + "ld", value), platform(start + "ld", value));
         break;
     }
     case 'u':
     case 'o':
     case 'x': {
         const auto value = input.ConsumeIntegral<std::uint64_t>();
-        check(unsignedAgrees, print(specification + kind, value), platform(specification + "l" + kind, value));
+        check(unsignedAgrees, print(start + kind, value), platform(start + "l" + kind, value));
         break;
     }
     case 'p':
-        print(specification + "p", reinterpret_cast<void*>(input.ConsumeIntegral<std::uintptr_t>()));
+        print(start + "p", reinterpret_cast<void*>(input.ConsumeIntegral<std::uintptr_t>()));
         break;
     case 's': {
         const std::string text = input.ConsumeRandomLengthString(3000);
-        check(textAgrees && (!dot || digits), print(specification + "s", text.c_str()),
-              platform(specification + "s", text.c_str()));
+        check(textAgrees && (!dot || digits), print(start + "s", text.c_str()), platform(start + "s", text.c_str()));
         break;
     }
     default: {
@@ -119,7 +118,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const std::string whole = platform("%.99f", value);
         const bool agreed = (kind == 'e' || (kind == 'f' && value != 0 && (!dot || precision > 0))) && numberAgrees &&
                             !hasFlag('0') && value - value == 0 && whole.size() < 410;
-        check(agreed, print(specification + kind, value), platform(specification + kind, value));
+        check(agreed, print(start + kind, value), platform(start + kind, value));
     }
     }
     const std::string rest = input.ConsumeRemainingBytesAsString();

@@ -18,15 +18,21 @@ std::int64_t nanosecondsFromSeconds(double seconds) noexcept {
 
 namespace dispatch {
 
-std::shared_ptr<DispatchQueue> mainQueue() { return platform::current().dispatch().mainQueue(); }
+std::shared_ptr<DispatchQueue> mainQueue() {
+    return platform::current().dispatch().mainQueue();
+}
 
-std::shared_ptr<DispatchQueue> backgroundQueue() { return platform::current().dispatch().backgroundQueue(); }
+std::shared_ptr<DispatchQueue> backgroundQueue() {
+    return platform::current().dispatch().backgroundQueue();
+}
 
 std::shared_ptr<DispatchQueue> serialQueue(const std::string& name) {
     return platform::current().dispatch().serialQueue(name);
 }
 
-void runMain(double seconds) { platform::current().dispatch().runMain(seconds); }
+void runMain(double seconds) {
+    platform::current().dispatch().runMain(seconds);
+}
 
 } // namespace dispatch
 

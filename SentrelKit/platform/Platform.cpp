@@ -28,6 +28,8 @@ Override::Override(Platform& platform) noexcept : previous_(replacement.load(std
     install(&platform);
 }
 
-Override::~Override() { install(previous_); }
+Override::~Override() {
+    install(previous_);
+}
 
 } // namespace sentrel::platform

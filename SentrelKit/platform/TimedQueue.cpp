@@ -18,7 +18,9 @@ std::int64_t addWithoutOverflow(std::int64_t a, std::int64_t b) noexcept {
 TimedQueue::Ticker::Ticker(std::int64_t interval, Work tick)
     : interval_(std::max<std::int64_t>(interval, 1)), tick_(std::make_shared<const Work>(std::move(tick))) {}
 
-void TimedQueue::push(Work work) { ready_.push_back(std::move(work)); }
+void TimedQueue::push(Work work) {
+    ready_.push_back(std::move(work));
+}
 
 void TimedQueue::pushAt(std::int64_t deadline, Work work) {
     schedule_.emplace(deadline, Entry{std::move(work), nullptr});

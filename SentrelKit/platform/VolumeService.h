@@ -190,8 +190,8 @@ public:
     [[nodiscard]] virtual std::unique_ptr<VolumeObservation>
     observe(std::function<void(const VolumeNotification&)> observer) = 0;
 
-    /// The icon for the volume mounted at a path, by name; absent if there is none that fits. On Linux a name of the
-    /// freedesktop icon naming specification.
+    /// The icon for the volume mounted at a path, by name; absent if there is none that fits. On Linux one of
+    /// freedesktop's icon names.
     [[nodiscard]] virtual std::optional<std::string> iconForPath(const std::string& path) = 0;
 };
 

@@ -24,8 +24,7 @@ int threads() {
 // True if a closure given to the library's background queue runs.
 bool backgroundQueueWorks(void* library) {
     using BackgroundQueue = std::shared_ptr<sentrel::DispatchQueue> (*)();
-    const auto queue =
-        reinterpret_cast<BackgroundQueue>(dlsym(library, "_ZN7sentrel8dispatch15backgroundQueueEv"));
+    const auto queue = reinterpret_cast<BackgroundQueue>(dlsym(library, "_ZN7sentrel8dispatch15backgroundQueueEv"));
     if (!queue)
         return false;
     sem_t done;

@@ -28,7 +28,9 @@ void TemporaryFolder::write(std::string_view name, std::string_view content) con
         throw std::runtime_error("cannot write " + file.string());
 }
 
-void TemporaryFolder::makeFolder(std::string_view name) const { fs::create_directories(path(name)); }
+void TemporaryFolder::makeFolder(std::string_view name) const {
+    fs::create_directories(path(name));
+}
 
 void TemporaryFolder::link(std::string_view name, const std::string& target) const {
     const fs::path file = path(name);
@@ -36,6 +38,8 @@ void TemporaryFolder::link(std::string_view name, const std::string& target) con
     fs::create_symlink(target, file);
 }
 
-void TemporaryFolder::remove(std::string_view name) const { fs::remove_all(path(name)); }
+void TemporaryFolder::remove(std::string_view name) const {
+    fs::remove_all(path(name));
+}
 
 } // namespace sentrel

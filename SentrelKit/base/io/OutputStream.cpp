@@ -89,7 +89,7 @@ struct Arguments {
 
 constexpr int unspecified = INT_MIN;
 
-struct Specification {
+struct Layout {
     std::array<unsigned char, 64> flags{}; // how often each was given; all four characters are below 64
     int width = unspecified;
     int precision = unspecified;
@@ -108,23 +108,22 @@ struct Specification {
 };
 
 // Characters padded with blanks to the width.
-void puts(OutputStream* S, const char* text, std::size_t length, Specification specification) noexcept {
-    specification.settleWidth();
-    const int padding =
-        length < static_cast<std::size_t>(specification.width) ? specification.width - static_cast<int>(length) : 0;
-    if (!specification.has('-'))
+void puts(OutputStream* S, const char* text, std::size_t length, Layout layout) noexcept {
+    layout.settleWidth();
+    const int padding = length < static_cast<std::size_t>(layout.width) ? layout.width - static_cast<int>(length) : 0;
+    if (!layout.has('-'))
         pad(S, ' ', padding);
     put(S, text, length);
-    if (specification.has('-'))
+    if (layout.has('-'))
         pad(S, ' ', padding);
 }
 
 // A number laid out from its digits.
-void putd(OutputStream* S, const char* digits, int length, Specification specification) noexcept {
-    specification.settleWidth();
-    const bool zeroPadded = specification.has('0') && specification.precision < 0;
-    const int precision = specification.precision < 0 ? 1 : specification.precision;
-    char sign = specification.has('+') ? '+' : specification.has(' ') ? ' ' : '\0';
+void putd(OutputStream* S, const char* digits, int length, Layout layout) noexcept {
+    layout.settleWidth();
+    const bool zeroPadded = layout.has('0') && layout.precision < 0;
+    const int precision = layout.precision < 0 ? 1 : layout.precision;
+    char sign = layout.has('+') ? '+' : layout.has(' ') ? ' ' : '\0';
     if (length > 0 && (*digits == '-' || *digits == '+')) {
         sign = *digits++;
         --length;
@@ -133,21 +132,20 @@ void putd(OutputStream* S, const char* digits, int length, Specification specifi
     const int zeros = precision - length; // may be negative
     // A zero with precision 0 takes no room from the width although its digit is printed: meant.
     const int field = precision == 0 && length == 1 && *digits == '0' ? 0 : std::max(length, precision);
-    const int padding = specification.width - field - (sign != '\0' ? 1 : 0);
-    if (!specification.has('-') && !zeroPadded)
+    const int padding = layout.width - field - (sign != '\0' ? 1 : 0);
+    if (!layout.has('-') && !zeroPadded)
         pad(S, ' ', padding);
     put(S, &sign, signLength);
-    if (!specification.has('-') && zeroPadded)
+    if (!layout.has('-') && zeroPadded)
         pad(S, '0', padding);
     pad(S, '0', zeros);
     put(S, digits, static_cast<std::size_t>(length));
-    if (specification.has('-'))
+    if (layout.has('-'))
         pad(S, ' ', padding);
 }
 
 // The digits of a number in a base up to 16, with the sign in front of a negative one.
-void putNumber(OutputStream* S, std::uint64_t value, unsigned base, bool negative,
-               const Specification& specification) noexcept {
+void putNumber(OutputStream* S, std::uint64_t value, unsigned base, bool negative, const Layout& layout) noexcept {
     std::array<char, 24> digits; // 22 octal digits and a sign fit
     char* const end = digits.data() + digits.size();
     char* start = end;
@@ -156,56 +154,55 @@ void putNumber(OutputStream* S, std::uint64_t value, unsigned base, bool negativ
     while ((value /= base) != 0);
     if (negative)
         *--start = '-';
-    putd(S, start, static_cast<int>(end - start), specification);
+    putd(S, start, static_cast<int>(end - start), layout);
 }
 
-void putSigned(OutputStream* S, std::int64_t value, const Specification& specification) noexcept {
+void putSigned(OutputStream* S, std::int64_t value, const Layout& layout) noexcept {
     const auto bits = static_cast<std::uint64_t>(value);
-    putNumber(S, value < 0 ? 0 - bits : bits, 10, value < 0, specification);
+    putNumber(S, value < 0 ? 0 - bits : bits, 10, value < 0, layout);
 }
 
-void cvt_c(OutputStream* S, char, Arguments* arguments, const Specification& specification) noexcept {
+void cvt_c(OutputStream* S, char, Arguments* arguments, const Layout& layout) noexcept {
     const char c = static_cast<char>(va_arg(arguments->list, int));
-    puts(S, &c, 1, specification);
+    puts(S, &c, 1, layout);
 }
 
-void cvt_d(OutputStream* S, char, Arguments* arguments, const Specification& specification) noexcept {
-    putSigned(S, va_arg(arguments->list, int), specification);
+void cvt_d(OutputStream* S, char, Arguments* arguments, const Layout& layout) noexcept {
+    putSigned(S, va_arg(arguments->list, int), layout);
 }
 
-void cvt_l(OutputStream* S, char, Arguments* arguments, const Specification& specification) noexcept {
-    putSigned(S, va_arg(arguments->list, std::int64_t), specification);
+void cvt_l(OutputStream* S, char, Arguments* arguments, const Layout& layout) noexcept {
+    putSigned(S, va_arg(arguments->list, std::int64_t), layout);
 }
 
-void cvt_o(OutputStream* S, char, Arguments* arguments, const Specification& specification) noexcept {
-    putNumber(S, va_arg(arguments->list, std::uint64_t), 8, false, specification);
+void cvt_o(OutputStream* S, char, Arguments* arguments, const Layout& layout) noexcept {
+    putNumber(S, va_arg(arguments->list, std::uint64_t), 8, false, layout);
 }
 
-void cvt_u(OutputStream* S, char, Arguments* arguments, const Specification& specification) noexcept {
-    putNumber(S, va_arg(arguments->list, std::uint64_t), 10, false, specification);
+void cvt_u(OutputStream* S, char, Arguments* arguments, const Layout& layout) noexcept {
+    putNumber(S, va_arg(arguments->list, std::uint64_t), 10, false, layout);
 }
 
-void cvt_x(OutputStream* S, char, Arguments* arguments, const Specification& specification) noexcept {
-    putNumber(S, va_arg(arguments->list, std::uint64_t), 16, false, specification);
+void cvt_x(OutputStream* S, char, Arguments* arguments, const Layout& layout) noexcept {
+    putNumber(S, va_arg(arguments->list, std::uint64_t), 16, false, layout);
 }
 
-void cvt_p(OutputStream* S, char, Arguments* arguments, const Specification& specification) noexcept {
-    Specification withoutPrecision = specification;
+void cvt_p(OutputStream* S, char, Arguments* arguments, const Layout& layout) noexcept {
+    Layout withoutPrecision = layout;
     withoutPrecision.precision = unspecified;
     putNumber(S, reinterpret_cast<std::uintptr_t>(va_arg(arguments->list, void*)), 16, false, withoutPrecision);
 }
 
-void cvt_s(OutputStream* S, char, Arguments* arguments, const Specification& specification) noexcept {
+void cvt_s(OutputStream* S, char, Arguments* arguments, const Layout& layout) noexcept {
     const char* str = va_arg(arguments->list, const char*);
     SENTREL_ASSERT(str);
-    const std::size_t length = specification.precision < 0
-                                   ? std::strlen(str)
-                                   : strnlen(str, static_cast<std::size_t>(specification.precision));
-    puts(S, str, length, specification);
+    const std::size_t length =
+        layout.precision < 0 ? std::strlen(str) : strnlen(str, static_cast<std::size_t>(layout.precision));
+    puts(S, str, length, layout);
 }
 
-void cvt_f(OutputStream* S, char conversion, Arguments* arguments, const Specification& specification) noexcept {
-    int precision = specification.precision < 0 ? 6 : specification.precision;
+void cvt_f(OutputStream* S, char conversion, Arguments* arguments, const Layout& layout) noexcept {
+    int precision = layout.precision < 0 ? 6 : layout.precision;
     if (conversion == 'g' && precision == 0)
         precision = 1;
     SENTREL_ASSERT(precision <= 99);
@@ -216,12 +213,12 @@ void cvt_f(OutputStream* S, char conversion, Arguments* arguments, const Specifi
     // The longest finite value with 99 places fits as long as it has no sign; a longer text is cut.
     std::array<char, 410> text;
     const int length = std::snprintf(text.data(), text.size(), format, va_arg(arguments->list, double));
-    Specification settled = specification;
+    Layout settled = layout;
     settled.precision = precision;
     putd(S, text.data(), std::clamp(length, 0, static_cast<int>(text.size()) - 1), settled);
 }
 
-using Conversion = void (*)(OutputStream*, char, Arguments*, const Specification&) noexcept;
+using Conversion = void (*)(OutputStream*, char, Arguments*, const Layout&) noexcept;
 
 constexpr std::array<Conversion, 256> cvt = [] {
     std::array<Conversion, 256> table{};
@@ -268,16 +265,16 @@ int readNumber(const char*& format, Arguments& arguments) noexcept {
 
 // One conversion, from behind its "%". Returns the position behind it.
 const char* convert(OutputStream* S, const char* format, Arguments& arguments) noexcept {
-    Specification specification;
-    for (auto& flags = specification.flags; isFlag(*format); ++format) {
+    Layout layout;
+    for (auto& flags = layout.flags; isFlag(*format); ++format) {
         const auto c = static_cast<unsigned char>(*format);
         ++flags[c];
         SENTREL_ASSERT(flags[c] < 255);
     }
-    specification.width = readNumber(format, arguments);
+    layout.width = readNumber(format, arguments);
     if (*format == '.') {
         ++format;
-        specification.precision = readNumber(format, arguments);
+        layout.precision = readNumber(format, arguments);
     }
     auto c = static_cast<unsigned char>(*format);
     if (c == 'l') {
@@ -286,7 +283,7 @@ const char* convert(OutputStream* S, const char* format, Arguments& arguments) n
             c = 'l';
     }
     SENTREL_ASSERT(cvt[c]);
-    cvt[c](S, static_cast<char>(c), &arguments, specification);
+    cvt[c](S, static_cast<char>(c), &arguments, layout);
     return format + 1;
 }
 

@@ -29,7 +29,7 @@ std::string environment(const char* name, const std::string& fallback) {
     return value && *value ? std::string(value) : fallback;
 }
 
-// Only absolute folders count, as the base directory specification has it.
+// Only absolute folders count, as freedesktop defines base directories.
 void append(std::vector<std::string>& folders, std::string_view folder) {
     if (!folder.empty() && folder.front() == '/')
         folders.push_back(std::string(folder) + "/applications");

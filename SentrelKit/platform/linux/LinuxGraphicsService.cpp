@@ -35,7 +35,7 @@ std::optional<std::uint16_t> readPciNumber(const SystemRoot& root, const std::st
     return static_cast<std::uint16_t>(*value);
 }
 
-// Base class 03 of the class code (PCI Code and ID Assignment Specification): VGA, XGA, 3D and other controllers.
+// Base class 03 of the class code (PCI code and ID assignment): VGA, XGA, 3D and other controllers.
 bool isDisplay(const SystemRoot& root, const std::string& device) {
     const std::optional<std::uint32_t> code = readHexadecimal(root, device + "/class");
     return code && *code >> 16 == 0x03;

@@ -12,7 +12,7 @@ namespace {
 
 /// The user's configuration folder; empty when the user has no home.
 std::string configurationFolder() {
-    // A relative path there is to be ignored, says the base directory specification.
+    // A relative path there is to be ignored, say the rules of base directories.
     if (const char* folder = std::getenv("XDG_CONFIG_HOME"); folder && folder[0] == '/')
         return folder;
     const char* home = std::getenv("HOME");

@@ -15,7 +15,7 @@ namespace sentrel::platform {
 
 namespace {
 
-// NVM Express Base Specification: Get Log Page, log identifier 02h, for the whole controller.
+// NVM Express base standard: Get Log Page, log identifier 02h, for the whole controller.
 constexpr std::uint8_t opcodeGetLogPage = 0x02;
 constexpr std::uint32_t healthLogPage = 0x02;
 constexpr std::uint32_t allNamespaces = 0xFFFFFFFF;

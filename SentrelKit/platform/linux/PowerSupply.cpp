@@ -16,7 +16,7 @@ namespace {
 
 using Names = std::initializer_list<const char*>;
 
-// 0xFFFF minutes is how a smart battery says that it does not know (Smart Battery Data Specification).
+// 0xFFFF minutes is how a smart battery says that it does not know (Smart Battery Data standard).
 constexpr std::int64_t unknownMinutes = 65535;
 
 constexpr std::string_view folder = "/sys/class/power_supply";

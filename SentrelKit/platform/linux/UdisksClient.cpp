@@ -78,13 +78,13 @@ public:
 
     // The service's object for a device node; absent if there is no service or it knows no such device.
     [[nodiscard]] std::optional<std::string> objectOf(const std::string& node) const {
-        GVariantBuilder specification;
-        g_variant_builder_init(&specification, G_VARIANT_TYPE_VARDICT);
-        g_variant_builder_add(&specification, "{sv}", "path", g_variant_new_string(node.c_str()));
+        GVariantBuilder wanted;
+        g_variant_builder_init(&wanted, G_VARIANT_TYPE_VARDICT);
+        g_variant_builder_add(&wanted, "{sv}", "path", g_variant_new_string(node.c_str()));
         GVariantBuilder options;
         g_variant_builder_init(&options, G_VARIANT_TYPE_VARDICT);
         const Reply reply = call(managerPath, managerInterface, "ResolveDevice",
-                                 g_variant_new("(a{sv}a{sv})", &specification, &options), quickTimeout);
+                                 g_variant_new("(a{sv}a{sv})", &wanted, &options), quickTimeout);
         if (!reply.value || !g_variant_is_of_type(reply.value.get(), G_VARIANT_TYPE("(ao)")))
             return std::nullopt;
         const Owned<GVariant> paths(g_variant_get_child_value(reply.value.get(), 0));

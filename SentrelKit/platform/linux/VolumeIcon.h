@@ -8,7 +8,7 @@
 
 namespace sentrel::platform {
 
-/// The name, in the freedesktop icon naming specification, of what a mount lies on: an optical drive, a flash card, a
+/// The name (of those that freedesktop gives icons) of what a mount lies on: an optical drive, a flash card, a
 /// removable drive, a hard disk, or another machine's folder. Absent for a mount that lies on none of them.
 [[nodiscard]] std::optional<std::string> volumeIcon(const BlockDevices& devices, const MountEntry& mount);
 

@@ -91,7 +91,7 @@ public:
     [[nodiscard]] const std::string& model() const noexcept { return model_; } ///< of the device, or "unknown"
     [[nodiscard]] std::int64_t total() const noexcept { return total_; }       ///< bytes
     [[nodiscard]] bool isRootFS() const noexcept { return isRootFS_; }
-    /// The name of the icon for the mount point, on Linux in the freedesktop icon naming specification.
+    /// The name of the icon for the mount point, on Linux one of freedesktop's icon names.
     [[nodiscard]] const std::optional<std::string>& icon() const noexcept { return icon_; }
     /// The drive's health when the volume was first seen; absent if it could not be asked.
     [[nodiscard]] const std::optional<probes::SMARTData>& smart() const noexcept { return smart_; }
