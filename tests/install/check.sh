@@ -7,7 +7,7 @@ trap 'rm -rf "$place"' EXIT
 
 cmake --install "$1" --prefix "$place/prefix" >/dev/null
 
-cmake -S "$here/host" -B "$place/build" -DCMAKE_CXX_COMPILER="$2" -DCMAKE_PREFIX_PATH="$place/prefix" >/dev/null
+cmake -G Ninja -S "$here/host" -B "$place/build" -DCMAKE_CXX_COMPILER="$2" -DCMAKE_PREFIX_PATH="$place/prefix" >/dev/null
 cmake --build "$place/build"
 "$place/build/host"
 "$place/build/headless"
