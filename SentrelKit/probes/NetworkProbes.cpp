@@ -215,13 +215,13 @@ void _getNetworkData(const NetworkDataBlock& block) {
     thread_local std::vector<InterfaceTexts> texts;
     Listing listing{network, block, texts};
     if (!network.listInterfaces([&listing](const platform::InterfaceInfo& interface) { listing.take(interface); }))
-        System_error("Error: _getNetworkData -- %s\n", System_getLastError());
+        System_error("Error: _getNetworkData -- %s", System_getLastError());
 }
 
 void _getNetworkExtra(const char* name, const NetworkExtraBlock& block) {
     const auto match = platform::current().network().matchInterface(name);
     if (!match) {
-        System_error("Error: _getNetworkExtra for '%s' -- %s\n", name, System_getLastError());
+        System_error("Error: _getNetworkExtra for '%s' -- %s", name, System_getLastError());
         return;
     }
     const std::unique_ptr<platform::InterfaceEntry>& entry = *match;

@@ -107,6 +107,7 @@ Network::~Network() = default;
 void Network::update() {
     ++samples_;
     seen_ = 0;
+    position_ = 0;
     probes::_getNetworkData(
         [this](std::int64_t time, const char* name, const probes::NetworkData* data) { sample(time, name, *data); });
     if (seen_ == 0) {
@@ -126,10 +127,18 @@ void Network::update() {
             current.insert_or_assign(name, std::move(interface));
     });
     added_.clear();
+    order_.resize(position_);
 }
 
 void Network::sample(std::int64_t time, const char* name, const probes::NetworkData& data) {
-    std::shared_ptr<Interface> interface = known(name, data.index);
+    // The listing keeps its order while nothing changes: then each interface stands where it stood the last time.
+    if (position_ == order_.size() || order_[position_].second->index_ != data.index ||
+        order_[position_].first != name) {
+        order_.resize(position_);
+        order_.emplace_back(name, known(name, data.index));
+    }
+    std::shared_ptr<Interface>& interface = order_[position_].second;
+    ++position_;
     if (interface) {
         interface->measure(time, data);
     } else {
@@ -171,7 +180,10 @@ void Network::Interface::measure(std::int64_t time, const probes::NetworkData& d
 }
 
 void Network::Interface::take(std::int64_t time, const probes::NetworkData& data) {
-    ipaddr_.withValue([&data](std::string& text) { text = data.address; });
+    if (address_ != data.address) {
+        address_ = data.address;
+        ipaddr_.setValue(address_);
+    }
     ibytes_.store(data.bytesIn, std::memory_order_relaxed);
     obytes_.store(data.bytesOut, std::memory_order_relaxed);
     timestamp_ = time;

@@ -13,6 +13,8 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace sentrel::probes {
 struct NetworkData;
@@ -77,7 +79,8 @@ public:
         std::atomic<std::int64_t> obytes_{0};
         std::string mac_; // never changed once other threads see the object, like the four facts below
         Atomic<std::string> ipaddr_;
-        std::int64_t timestamp_ = 0; // milliseconds; of the sampling thread alone, like the two below
+        std::int64_t timestamp_ = 0; // milliseconds; of the sampling thread alone, like address_, index_ and sample_
+        std::string address_;        // as ipaddr_
         std::int64_t linkSpeed_ = 0;
         bool isPrimary_ = false;
         bool isWifi_ = false;
@@ -132,12 +135,14 @@ private:
     [[nodiscard]] std::shared_ptr<Interface> known(const char* name, std::uint32_t index) const;
 
     Atomic<Interfaces> prevInterfaces_;
-    std::int64_t nextNetworkCheck_ = 0; // samples left; of the sampling thread alone, like the four below
+    std::int64_t nextNetworkCheck_ = 0; // samples left; of the sampling thread alone, like the six below
     std::uint64_t samples_ = 0;
-    std::size_t seen_ = 0;                         // by the current sample
-    Interfaces added_;                             // by the current sample
-    std::shared_ptr<Reachability> reachability_;   // shared with a check that is under way
-    std::shared_ptr<Configuration> configuration_; // shared with the configuration watch
+    std::size_t seen_ = 0;                                                  // by the current sample
+    std::size_t position_ = 0;                                              // in the current sample's listing
+    std::vector<std::pair<std::string, std::shared_ptr<Interface>>> order_; // the interfaces as they were listed last
+    Interfaces added_;                                                      // by the current sample
+    std::shared_ptr<Reachability> reachability_;                            // shared with a check that is under way
+    std::shared_ptr<Configuration> configuration_;                          // shared with the configuration watch
 };
 
 } // namespace sentrel

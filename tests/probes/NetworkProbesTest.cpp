@@ -137,7 +137,7 @@ TEST(NetworkData, SaysThatTheListCannotBeHadAndReportsNothing) {
     machine->network().listsInterfaces = false;
     testing::internal::CaptureStderr();
     EXPECT_THAT(names(), IsEmpty());
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Error: _getNetworkData -- Input/output error\n");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Error: _getNetworkData -- Input/output error");
 }
 
 struct Extra {
@@ -225,7 +225,7 @@ TEST(NetworkExtra, SaysThatTheRegistryCannotBeAsked) {
     machine->network().matchesInterfaces = false;
     testing::internal::CaptureStderr();
     EXPECT_EQ(extraOf("en0").calls, 0);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Error: _getNetworkExtra for 'en0' -- Input/output error\n");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Error: _getNetworkExtra for 'en0' -- Input/output error");
 }
 
 TEST(EchoHost, IsNoneUntilOneIsNamed) {
