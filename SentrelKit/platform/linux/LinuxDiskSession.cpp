@@ -9,11 +9,9 @@
 #include <SentrelKit/platform/linux/OwnThread.h>
 #include <SentrelKit/platform/linux/TextMap.h>
 
-#include <array>
 #include <cerrno>
 #include <optional>
 #include <system_error>
-#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -21,81 +19,12 @@ namespace sentrel::platform {
 
 namespace {
 
-// A "stat" file, kept open. The kernel gives it whole to one read.
-class CounterFile {
-public:
-    CounterFile(const SystemRoot& root, std::string absolute) : root_(root), path_(std::move(absolute)) {}
-
-    std::optional<DiskStatistics> read() {
-        std::optional<DiskStatistics> statistics = readOpen();
-        if (!statistics) {
-            file_ = root_.open(path_); // at first, and when another device took the name
-            statistics = readOpen();
-        }
-        return statistics;
-    }
-
-private:
-    std::optional<DiskStatistics> readOpen() {
-        std::array<char, 512> text;
-        const ssize_t count = file_ ? ::pread(file_.get(), text.data(), text.size(), 0) : -1;
-        if (count <= 0)
-            return std::nullopt;
-        return parseBlockStatistics({text.data(), static_cast<std::size_t>(count)});
-    }
-
-    const SystemRoot& root_;
-    std::string path_;
-    UniqueFd file_;
-};
-
-// The counters of one whole disk. A stacked device or an NVMe namespace whose own counters stand at zero is summed up
-// over what carries it, as older kernels count only there.
-class DiskCounters {
-public:
-    DiskCounters(const BlockDevices& devices, const std::string& kernelName)
-        : own_(devices.root(), BlockDevices::folder(kernelName, "stat")) {
-        for (const std::string& component : devices.components(kernelName))
-            below_.emplace_back(devices.root(), BlockDevices::folder(component, "stat"));
-        for (const std::string& path : devices.nvmePaths(kernelName))
-            below_.emplace_back(devices.root(), BlockDevices::folder(kernelName, "device/" + path + "/stat"));
-    }
-
-    std::optional<DiskStatistics> read() {
-        const std::optional<DiskStatistics> own = own_.read();
-        const bool counted = own && (own->bytesRead.value_or(0) != 0 || own->bytesWritten.value_or(0) != 0);
-        if (counted || below_.empty())
-            return own;
-        DiskStatistics sum;
-        for (CounterFile& file : below_) {
-            const std::optional<DiskStatistics> part = file.read();
-            if (!part)
-                return own;
-            add(sum.bytesRead, part->bytesRead);
-            add(sum.bytesWritten, part->bytesWritten);
-        }
-        return sum;
-    }
-
-private:
-    static void add(std::optional<std::int64_t>& sum, const std::optional<std::int64_t>& part) {
-        if (part)
-            sum = sum.value_or(0) + *part;
-    }
-
-    CounterFile own_;
-    std::vector<CounterFile> below_;
-};
-
 class BlockEntry final : public MediaEntry {
 public:
     BlockEntry(DiskMachine& machine, std::string kernelName)
-        : machine_(machine), name_(std::move(kernelName)), counters_(machine.devices, name_) {}
+        : machine_(machine), name_(std::move(kernelName)), counters_(machine.counters, machine.devices, name_) {}
 
-    std::optional<DiskStatistics> statistics() override {
-        const LockScope scope(lock_);
-        return counters_.read();
-    }
+    std::optional<DiskStatistics> statistics() override { return counters_.statistics(); }
 
     bool isSmartCapable() override {
         if (isNvme())
@@ -122,8 +51,7 @@ private:
 
     DiskMachine& machine_;
     const std::string name_;
-    Lock lock_;
-    DiskCounters counters_ SENTREL_GUARDED_BY(lock_);
+    DiskCounters counters_;
 };
 
 // What a session and its disks share; work that still runs keeps it.

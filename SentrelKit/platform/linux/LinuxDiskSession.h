@@ -1,11 +1,12 @@
 #pragma once
 
-/// Disk sessions: device names to block devices, their kept counter files, their SMART conversations, unmounting and
+/// Disk sessions: device names to block devices, their SMART conversations, unmounting and
 /// ejecting.
 
 #include <SentrelKit/platform/VolumeService.h>
 #include <SentrelKit/platform/linux/BlockDevices.h>
 #include <SentrelKit/platform/linux/DeviceControl.h>
+#include <SentrelKit/platform/linux/DiskCounters.h>
 
 #include <atomic>
 #include <cstdint>
@@ -20,6 +21,7 @@ struct DiskMachine {
 
     const BlockDevices devices;
     DeviceControl& control;
+    CounterGroup counters;
     /// Counts the listings of mounts. A session asks again for names that it did not know, and lets go of disks that
     /// nobody asked for, when it moves on.
     std::atomic<std::uint64_t> generation{0};
