@@ -9,10 +9,9 @@ namespace {
 bool entered = false;
 }
 
-bool enterOwnMountNamespace() {
+void OwnMountNamespace::SetUp() {
     if (!entered)
         entered = ::unshare(CLONE_NEWNS) == 0 && ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
-    return entered;
 }
 
 bool inOwnMountNamespace() {

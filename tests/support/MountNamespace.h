@@ -1,10 +1,14 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 namespace sentrel {
 
-/// Moves the whole program into a mount namespace of its own, where what it mounts is seen by nobody else and ends with
-/// it. Call it before the first thread starts (as a gtest environment). False without the right to.
-bool enterOwnMountNamespace();
+/// Moves the whole test program, before its first test, into a mount namespace of its own, where what it mounts is seen
+/// by nobody else and ends with it. Any number of them do what one does.
+class OwnMountNamespace final : public testing::Environment {
+    void SetUp() override;
+};
 
 /// True once the program is in a mount namespace of its own.
 [[nodiscard]] bool inOwnMountNamespace();

@@ -2,6 +2,7 @@
 
 #include <SentrelKit/platform/linux/VolumeRules.h>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <fcntl.h>
@@ -9,13 +10,34 @@
 #include <linux/fs.h>
 #include <string_view>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <utility>
 
 namespace sentrel::platform {
 
 namespace {
 
+constexpr std::string_view unknownRoot = "/dev/root"; // what boot loaders mount, which is no device
+
 std::string_view lastPart(std::string_view path) {
     return path.substr(path.rfind('/') + 1);
+}
+
+// The root of a process whose root folder is no mount point, as after chroot(2): the table tells only what is mounted
+// below.
+std::optional<MountEntry> unlistedRoot() {
+    struct stat status {};
+    if (::stat("/", &status) != 0)
+        return std::nullopt;
+    MountEntry entry;
+    entry.deviceMajor = major(status.st_dev);
+    entry.deviceMinor = minor(status.st_dev);
+    entry.root = "/";
+    entry.on = "/";
+    entry.type = "rootfs";
+    entry.from = unknownRoot;
+    return entry;
 }
 
 } // namespace
@@ -24,7 +46,13 @@ std::optional<std::vector<MountEntry>> readMountTable(const SystemRoot& root) {
     const std::optional<std::string> table = root.read(mountTablePath, std::numeric_limits<std::size_t>::max());
     if (!table)
         return std::nullopt;
-    return parseMountTable(*table);
+    std::vector<MountEntry> entries = parseMountTable(*table);
+    const auto isOnRoot = [](const MountEntry& entry) { return entry.on == "/"; };
+    if (root.isReal() && std::none_of(entries.begin(), entries.end(), isOnRoot)) {
+        if (std::optional<MountEntry> entry = unlistedRoot())
+            entries.insert(entries.begin(), std::move(*entry));
+    }
+    return entries;
 }
 
 std::optional<std::string> deviceOfMount(const BlockDevices& devices, const MountEntry& mount) {
@@ -37,7 +65,7 @@ std::optional<std::string> deviceOfMount(const BlockDevices& devices, const Moun
 }
 
 std::string mountSource(const BlockDevices& devices, const MountEntry& mount) {
-    if (mount.from == "/dev/root") {
+    if (mount.from == unknownRoot) {
         if (const std::optional<std::string> name = deviceOfMount(devices, mount))
             return BlockDevices::node(*name);
     }

@@ -35,10 +35,7 @@ namespace {
 
 using testing::ElementsAre;
 
-class OwnNamespace final : public testing::Environment {
-    void SetUp() override { enterOwnMountNamespace(); }
-};
-const testing::Environment* const ownNamespace = testing::AddGlobalTestEnvironment(new OwnNamespace);
+const testing::Environment* const ownNamespace = testing::AddGlobalTestEnvironment(new OwnMountNamespace);
 
 bool isMounted(const LoopDisk& image) {
     struct stat point {};

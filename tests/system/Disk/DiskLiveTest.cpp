@@ -32,10 +32,7 @@ using namespace std::chrono_literals;
 using SteadyClock = std::chrono::steady_clock;
 using VolumePointer = std::shared_ptr<Disk::Volume>;
 
-class OwnNamespace final : public testing::Environment {
-    void SetUp() override { enterOwnMountNamespace(); }
-};
-const testing::Environment* const ownNamespace = testing::AddGlobalTestEnvironment(new OwnNamespace);
+const testing::Environment* const ownNamespace = testing::AddGlobalTestEnvironment(new OwnMountNamespace);
 
 // Waits for something that the model learns on another thread; false if it takes longer than a test may take.
 bool comesTrue(const std::function<bool()>& condition) {
