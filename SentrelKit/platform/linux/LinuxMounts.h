@@ -13,8 +13,8 @@ namespace sentrel::platform {
 
 inline constexpr const char* mountTablePath = "/proc/self/mountinfo";
 
-/// The mount table now, with an entry of type "rootfs" for a root folder that is no mount point; absent, with errno set,
-/// if it cannot be read.
+/// The mount table now, with an entry of type "rootfs" for a root folder that is no mount point; absent, with errno
+/// set, if it cannot be read.
 [[nodiscard]] std::optional<std::vector<MountEntry>> readMountTable(const SystemRoot& root);
 
 /// The kernel's name of the block device behind a mount; absent for file systems without one.
