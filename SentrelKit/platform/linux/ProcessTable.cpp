@@ -17,6 +17,12 @@ std::int64_t nanoseconds(const timespec& time) noexcept {
     return time.tv_sec * second + time.tv_nsec;
 }
 
+// How long the memory of a process stands the first time. Most processes are first read together.
+std::int64_t firstStanding(std::int32_t id) noexcept {
+    constexpr std::int32_t groups = 64;
+    return longestStanding / groups * (id % groups);
+}
+
 std::uint64_t tickNanoseconds() noexcept {
     static const auto length = static_cast<std::uint64_t>(second / ::sysconf(_SC_CLK_TCK));
     return length;
@@ -173,7 +179,8 @@ bool ProcessTable::wasGivenOutSince(std::int32_t id, const Figures& now) const n
 
 bool ProcessTable::isDueForReading(const ProcessEntry& entry, std::int64_t now) const noexcept {
     const std::int64_t age = now - entry.factsReadAt;
-    return entry.isDoubted || (entry.isYoung && age >= youth) || (entry.owner == 0 && age >= longestStanding);
+    const bool mayBecomeAnother = entry.owner == 0 && !entry.isKernelThread;
+    return entry.isDoubted || (entry.isYoung && age >= youth) || (mayBecomeAnother && age >= longestStanding);
 }
 
 bool ProcessTable::readAgain() {
@@ -192,6 +199,7 @@ bool ProcessTable::readAgain() {
         const bool isReused = fresh.facts.startTime != entry.facts.startTime;
         entry.facts = std::move(fresh.facts);
         entry.application.reset();
+        entry.isKernelThread = fresh.isKernelThread;
         entry.isYoung = isReused;
         if (isReused || !entry.facts.isCandidate)
             entry.clock = 0;
@@ -212,7 +220,8 @@ ProcessEntry ProcessTable::readEntry(std::int32_t id) {
     entry.facts.terminal = stat->terminal;
     entry.facts.startTime = stat->startTicks;
     entry.facts.command = stat->command;
-    entry.facts.isCandidate = id > 1 && !stat->isKernelThread() && !stat->isZombie() && mayMeasure(id);
+    entry.isKernelThread = stat->isKernelThread();
+    entry.facts.isCandidate = id > 1 && !entry.isKernelThread && !stat->isZombie() && mayMeasure(id);
     if (entry.facts.isCandidate) {
         entry.facts.program = files_.program(id);
         entry.facts.scope = files_.scope(id);
@@ -250,12 +259,12 @@ std::optional<TaskInfo> ProcessTable::taskInfo(std::int32_t id) noexcept {
         return readFigures(id, *clock, entry);
 
     const std::int64_t now = clocks_->now();
-    if (now - entry->figuresReadAt >= longestStanding) {
+    if (now >= entry->memoryDueAt) {
         const std::optional<std::uint64_t> pages = files_.residentPages(id);
         if (!pages || (*pages == 0) != (entry->figures.residentBytes == 0))
             return readFigures(id, *clock, entry);
         entry->figures.residentBytes = *pages * pageSize_;
-        entry->figuresReadAt = now;
+        entry->memoryDueAt = now + longestStanding;
     }
     return entry->figures;
 }
@@ -289,7 +298,7 @@ std::optional<TaskInfo> ProcessTable::readFigures(std::int32_t id, std::uint64_t
     if (isKnown) {
         entry->figures = figures;
         entry->clock = nanoseconds;
-        entry->figuresReadAt = clocks_->now();
+        entry->memoryDueAt = clocks_->now() + firstStanding(id);
         if (stat->command != entry->facts.command || stat->parent != entry->facts.parent)
             entry->isDoubted = true;
     } else if (isFollowed) {

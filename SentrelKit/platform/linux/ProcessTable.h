@@ -9,10 +9,12 @@
 ///    figures (a restricted /proc) is listed at every look.
 ///  - A new process is read once, and a second time at the first look half a second later: between its two steps of
 ///    starting, fork and exec, it looks like its parent, and a desktop moves it into its scope only afterwards.
-///  - A process that is no application and works for none is read again after 10 s: it may have become another program.
+///  - A process that is no application and works for none is read again after 10 s: it may have become another program,
+///    unless it is a thread of the kernel.
 ///  - A known id is read again if it was given out anew since the last look.
 ///  - Figures: the process clock is asked each time. If it has not moved the process has not run, and its other figures
-///    stand; its memory, which others may take away, for at most 10 s.
+///    stand; its memory, which others may take away, for at most 10 s, and at first for less: for how long differs from
+///    process to process, so that no sample reads the memory of all.
 
 #include <SentrelKit/platform/ProcessService.h>
 #include <SentrelKit/platform/linux/ApplicationRule.h>
@@ -61,13 +63,14 @@ struct ProcessEntry {
     // What each sample asks for, in a cache line of its own.
     alignas(64) TaskInfo figures; ///< valid while the process clock stands at `clock`
     std::uint64_t clock = 0;      ///< 0: the figures are of no worth; always 0 for what is not to be measured
-    std::int64_t figuresReadAt = 0;
+    std::int64_t memoryDueAt = 0; ///< when the memory among the figures no longer stands
 
     ProcessFacts facts;
     std::int32_t owner = 0;                                ///< what the rule said: as in applicationOwners
     std::shared_ptr<const RunningApplication> application; ///< as published; none after the facts changed
 
     std::int64_t factsReadAt = 0;
+    bool isKernelThread = false;
     bool isYoung = false;   ///< wants its second reading
     bool isDoubted = false; ///< was found changed, wants another reading
 };

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <map>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -96,7 +98,7 @@ TEST_F(LinuxProcessServiceTest, GivesTheFiguresOfAProcess) {
     }
 }
 
-TEST_F(LinuxProcessServiceTest, LetsTheOtherFiguresOfAProcessThatHasNotRunStandForTenSeconds) {
+TEST_F(LinuxProcessServiceTest, LetsTheOtherFiguresOfAProcessThatHasNotRunStandForTenSecondsAtMost) {
     put(player, 5000);
     const auto service = makeService();
     ASSERT_EQ(service->runningApplications().size(), 1U);
@@ -105,10 +107,54 @@ TEST_F(LinuxProcessServiceTest, LetsTheOtherFiguresOfAProcessThatHasNotRunStandF
     TreeProcess changed = player;
     changed.residentPages = 2000;
     tree.put(changed);
-    times.now += 9 * second;
     EXPECT_EQ(service->taskInfo(100)->residentBytes, 1000 * page);
-    times.now += second;
+    times.now += 10 * second;
     EXPECT_EQ(service->taskInfo(100)->residentBytes, 2000 * page);
+    changed.residentPages = 3000;
+    tree.put(changed);
+    times.now += 9 * second;
+    EXPECT_EQ(service->taskInfo(100)->residentBytes, 2000 * page);
+    times.now += second;
+    EXPECT_EQ(service->taskInfo(100)->residentBytes, 3000 * page);
+}
+
+TEST_F(LinuxProcessServiceTest, ReadsTheMemoryOfAFewIdleProcessesAtEachSample) {
+    std::vector<std::int32_t> crowd;
+    for (std::int32_t id = 1000; id < 1320; ++id) {
+        TreeProcess process = player;
+        process.id = id;
+        put(process);
+        crowd.push_back(id);
+    }
+    const auto service = makeService();
+    ASSERT_EQ(ids(service->runningApplications()), crowd);
+    for (const std::int32_t id : crowd)
+        ASSERT_TRUE(service->taskInfo(id));
+
+    for (std::uint64_t pages = 1001; pages < 1030; ++pages) {
+        for (const std::int32_t id : crowd)
+            tree.folder().write("proc/" + std::to_string(id) + "/statm",
+                                "2000 " + std::to_string(pages) + " 0 0 0 0 0");
+        times.now += second;
+        const std::ptrdiff_t read = std::count_if(crowd.begin(), crowd.end(), [&](std::int32_t id) {
+            return service->taskInfo(id)->residentBytes == pages * page;
+        });
+        EXPECT_GE(read, 25);
+        EXPECT_LE(read, 40);
+    }
+}
+
+TEST_F(LinuxProcessServiceTest, ReadsAThreadOfTheKernelOnce) {
+    TreeProcess thread{.id = 30, .start = 2, .command = "kworker", .isKernelThread = true};
+    put(thread);
+    put(player);
+    const auto service = makeService();
+    ASSERT_EQ(ids(service->runningApplications()), (std::vector<std::int32_t>{100}));
+    thread.isKernelThread = false;
+    thread.program = "/usr/bin/editor";
+    put(thread);
+    times.now += 20 * second;
+    EXPECT_EQ(ids(service->runningApplications()), (std::vector<std::int32_t>{100}));
 }
 
 TEST_F(LinuxProcessServiceTest, ReadsAllFiguresOfAProcessThatRan) {
