@@ -135,6 +135,17 @@ void update(benchmark::State& state) {
         benchmark::Counter(static_cast<double>(allocations - before), benchmark::Counter::kAvgIterations);
 }
 
+// What a mount or unmount brings about.
+void listing(benchmark::State& state) {
+    imagesFor(state);
+    for (auto _ : state) {
+        std::int64_t count = 0;
+        sentrel::probes::_getDiskData([&](std::int64_t, const sentrel::probes::DiskData*) { ++count; });
+        if (count != state.range(0))
+            state.SkipWithError("not every image is a volume");
+    }
+}
+
 std::string rootCounters() {
     struct stat root {};
     ::stat("/", &root);
@@ -222,6 +233,7 @@ const bool isRegistered = [] {
         benchmark::RegisterBenchmark("floorOfUpdate", floorOfUpdate)->Arg(count)->Unit(benchmark::kMicrosecond);
         benchmark::RegisterBenchmark("floorByPath", floorByPath)->Arg(count)->Unit(benchmark::kMicrosecond);
         benchmark::RegisterBenchmark("update", update)->Arg(count)->Unit(benchmark::kMicrosecond);
+        benchmark::RegisterBenchmark("listing", listing)->Arg(count)->Unit(benchmark::kMicrosecond);
         benchmark::RegisterBenchmark("libgtop", libgtop)->Arg(count)->Unit(benchmark::kMicrosecond);
         benchmark::RegisterBenchmark("libstatgrab", libstatgrab)->Arg(count)->Unit(benchmark::kMicrosecond);
     }

@@ -110,8 +110,6 @@ TEST(ApplicationsLive, FoldTheHelpersThatAProcessForks) {
 TEST(ApplicationsLive, ShowTheKernelsResidentFigure) {
     const Actor actor({.spins = true}, "resident");
     Applications applications;
-    applications.update();
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
     EXPECT_TRUE(eventually([&] {
         applications.update();
         std::ifstream file("/proc/" + std::to_string(actor.id()) + "/statm");

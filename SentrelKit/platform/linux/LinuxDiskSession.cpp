@@ -58,6 +58,18 @@ private:
 struct SessionState {
     explicit SessionState(DiskMachine& diskMachine) : machine(diskMachine) {}
 
+    // The mounts as they stood at the last listing: all volumes of one listing are described by one table.
+    std::shared_ptr<const std::vector<MountEntry>> mounts() {
+        const std::uint64_t generation = machine.generation.load(std::memory_order_relaxed);
+        const LockScope scope(lock);
+        if (!knownMounts || mountsGeneration != generation) {
+            knownMounts = std::make_shared<const std::vector<MountEntry>>(
+                readMountTable(machine.devices.root()).value_or(std::vector<MountEntry>()));
+            mountsGeneration = generation;
+        }
+        return knownMounts;
+    }
+
     DiskMachine& machine;
     OwnThreadQueue removals; // unmounts and ejects, one after the other
 
@@ -73,6 +85,8 @@ struct SessionState {
 
     Lock lock;
     std::shared_ptr<DispatchQueue> queue SENTREL_GUARDED_BY(lock);
+    std::shared_ptr<const std::vector<MountEntry>> knownMounts SENTREL_GUARDED_BY(lock);
+    std::uint64_t mountsGeneration SENTREL_GUARDED_BY(lock) = 0;
 };
 
 class BlockDisk final : public Disk {
@@ -121,7 +135,8 @@ public:
 private:
     std::optional<std::string> label() const {
         const BlockDevices& devices = session_->machine.devices;
-        if (const std::optional<MountEntry> mount = mountOfDevice(devices, name_)) {
+        const std::shared_ptr<const std::vector<MountEntry>> mounts = session_->mounts();
+        if (const MountEntry* mount = mountOfDevice(devices, *mounts, name_)) {
             if (std::optional<std::string> told = labelOfMount(devices.root(), *mount))
                 return told->empty() ? std::nullopt : told;
         }

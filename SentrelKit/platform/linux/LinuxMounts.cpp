@@ -72,21 +72,19 @@ std::string mountSource(const BlockDevices& devices, const MountEntry& mount) {
     return mount.from;
 }
 
-std::optional<MountEntry> mountOfDevice(const BlockDevices& devices, const std::string& kernelName) {
-    const std::optional<std::vector<MountEntry>> mounts = readMountTable(devices.root());
-    if (!mounts)
-        return std::nullopt;
+const MountEntry* mountOfDevice(const BlockDevices& devices, const std::vector<MountEntry>& mounts,
+                                const std::string& kernelName) {
     const std::optional<std::string> number = devices.attribute(kernelName, "dev");
-    const std::vector<bool> visible = visibleMounts(*mounts);
-    for (std::size_t i = 0; i < mounts->size(); ++i) {
-        const MountEntry& mount = (*mounts)[i];
+    const std::vector<bool> visible = visibleMounts(mounts);
+    for (std::size_t i = 0; i < mounts.size(); ++i) {
+        const MountEntry& mount = mounts[i];
         const bool isOnDevice = mount.deviceMajor != 0 ? number == std::to_string(mount.deviceMajor) + ':' +
                                                                        std::to_string(mount.deviceMinor)
                                                        : deviceOfMount(devices, mount) == kernelName;
         if (visible[i] && isOnDevice)
-            return mount;
+            return &mount;
     }
-    return std::nullopt;
+    return nullptr;
 }
 
 std::optional<std::string> labelOfMount(const SystemRoot& root, const MountEntry& mount) {

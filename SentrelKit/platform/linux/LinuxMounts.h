@@ -24,8 +24,9 @@ inline constexpr const char* mountTablePath = "/proc/self/mountinfo";
 /// node of the device itself.
 [[nodiscard]] std::string mountSource(const BlockDevices& devices, const MountEntry& mount);
 
-/// The first visible mount of a block device; absent if it is not mounted.
-[[nodiscard]] std::optional<MountEntry> mountOfDevice(const BlockDevices& devices, const std::string& kernelName);
+/// The first visible one of the mounts that is of a block device; null if it is not mounted.
+[[nodiscard]] const MountEntry* mountOfDevice(const BlockDevices& devices, const std::vector<MountEntry>& mounts,
+                                              const std::string& kernelName);
 
 /// The label that a mounted file system tells itself, empty if it has none; absent if it cannot tell, or if it is one
 /// that may not answer. Labels that change while mounted are seen here first, and often nowhere else.
