@@ -73,11 +73,28 @@ void setSource(cairo_t* cr, double r, double g, double b, double a = 1.0) {
     cairo_set_source_rgba(cr, r / 255.0, g / 255.0, b / 255.0, a);
 }
 
-// The origin at the lower left, as in a view that is not flipped.
-void upright(cairo_t* cr) {
-    cairo_translate(cr, 0, side);
-    cairo_scale(cr, 1, -1);
-}
+// Where a view has its origin: at the upper left if it is flipped.
+enum class Origin { upperLeft, lowerLeft };
+
+// What every view does around its drawing, for a scope.
+class Frame {
+public:
+    Frame(cairo_t* cr, Origin origin) : cr_(cr) {
+        cairo_save(cr_);
+        if (origin == Origin::lowerLeft) {
+            cairo_translate(cr_, 0, side);
+            cairo_scale(cr_, 1, -1);
+        }
+        cairo_rectangle(cr_, 0, 0, side, side);
+        cairo_clip(cr_);
+    }
+    ~Frame() { cairo_restore(cr_); }
+    Frame(const Frame&) = delete;
+    Frame& operator=(const Frame&) = delete;
+
+private:
+    cairo_t* cr_;
+};
 
 void roundedRect(cairo_t* cr, double x, double y, double w, double h, double r) {
     cairo_new_sub_path(cr);
@@ -88,26 +105,25 @@ void roundedRect(cairo_t* cr, double x, double y, double w, double h, double r) 
     cairo_close_path(cr);
 }
 
+void drawRing(cairo_t* cr, double percent, double r, double g, double b) {
+    const Frame frame(cr, Origin::upperLeft);
+    cairo_set_line_width(cr, 4);
+    cairo_arc(cr, 48, 48, 44, 0, 2 * M_PI);
+    cairo_close_path(cr);
+    setSource(cr, r, g, b, 0.2);
+    cairo_stroke(cr);
+    cairo_arc(cr, 48, 48, 44, -M_PI / 2, -M_PI / 2 + percent / 100 * 2 * M_PI);
+    setSource(cr, r, g, b);
+    cairo_stroke(cr);
+}
+
 void circleChartView(benchmark::State& state) {
     CircleChart chart({0, 0, side, side});
     chart.setPercent(42);
     measureView(state, chart);
 }
 void circleChartCairo(benchmark::State& state) {
-    measureCairo(state, [](cairo_t* cr) {
-        cairo_save(cr);
-        cairo_rectangle(cr, 0, 0, side, side);
-        cairo_clip(cr);
-        cairo_set_line_width(cr, 4);
-        cairo_arc(cr, 48, 48, 44, 0, 2 * M_PI);
-        cairo_close_path(cr);
-        setSource(cr, 46, 204, 113, 0.2);
-        cairo_stroke(cr);
-        cairo_arc(cr, 48, 48, 44, -M_PI / 2, -M_PI / 2 + 0.42 * 2 * M_PI);
-        setSource(cr, 46, 204, 113);
-        cairo_stroke(cr);
-        cairo_restore(cr);
-    });
+    measureCairo(state, [](cairo_t* cr) { drawRing(cr, 42, 46, 204, 113); });
 }
 
 void gaugeCircleChartView(benchmark::State& state) {
@@ -116,20 +132,7 @@ void gaugeCircleChartView(benchmark::State& state) {
     measureView(state, chart);
 }
 void gaugeCircleChartCairo(benchmark::State& state) {
-    measureCairo(state, [](cairo_t* cr) {
-        cairo_save(cr);
-        cairo_rectangle(cr, 0, 0, side, side);
-        cairo_clip(cr);
-        cairo_set_line_width(cr, 4);
-        cairo_arc(cr, 48, 48, 44, 0, 2 * M_PI);
-        cairo_close_path(cr);
-        setSource(cr, 241, 196, 15, 0.2);
-        cairo_stroke(cr);
-        cairo_arc(cr, 48, 48, 44, -M_PI / 2, -M_PI / 2 + 0.85 * 2 * M_PI);
-        setSource(cr, 241, 196, 15);
-        cairo_stroke(cr);
-        cairo_restore(cr);
-    });
+    measureCairo(state, [](cairo_t* cr) { drawRing(cr, 85, 241, 196, 15); });
 }
 
 void triangleView(benchmark::State& state) {
@@ -138,17 +141,13 @@ void triangleView(benchmark::State& state) {
 }
 void triangleCairo(benchmark::State& state) {
     measureCairo(state, [](cairo_t* cr) {
-        cairo_save(cr);
-        upright(cr);
-        cairo_rectangle(cr, 0, 0, side, side);
-        cairo_clip(cr);
+        const Frame frame(cr, Origin::lowerLeft);
         cairo_move_to(cr, 0, 0);
         cairo_line_to(cr, side / 2.0, side);
         cairo_line_to(cr, side, 0);
         cairo_close_path(cr);
         setSource(cr, 52, 152, 219);
         cairo_fill(cr);
-        cairo_restore(cr);
     });
 }
 
@@ -158,14 +157,10 @@ void circleView(benchmark::State& state) {
 }
 void circleCairo(benchmark::State& state) {
     measureCairo(state, [](cairo_t* cr) {
-        cairo_save(cr);
-        upright(cr);
-        cairo_rectangle(cr, 0, 0, side, side);
-        cairo_clip(cr);
+        const Frame frame(cr, Origin::lowerLeft);
         cairo_arc(cr, side / 2.0, side / 2.0, side / 2.0, 0, 2 * M_PI);
         setSource(cr, 52, 152, 219);
         cairo_fill(cr);
-        cairo_restore(cr);
     });
 }
 
@@ -176,14 +171,10 @@ void squareView(benchmark::State& state) {
 }
 void squareCairo(benchmark::State& state) {
     measureCairo(state, [](cairo_t* cr) {
-        cairo_save(cr);
-        upright(cr);
-        cairo_rectangle(cr, 0, 0, side, side);
-        cairo_clip(cr);
+        const Frame frame(cr, Origin::lowerLeft);
         roundedRect(cr, 0, 0, side, side, 8);
         setSource(cr, 52, 152, 219);
         cairo_fill(cr);
-        cairo_restore(cr);
     });
 }
 
@@ -194,25 +185,18 @@ void horizontalLineView(benchmark::State& state) {
 }
 void horizontalLineCairo(benchmark::State& state) {
     measureCairo(state, [](cairo_t* cr) {
-        cairo_save(cr);
-        upright(cr);
-        cairo_rectangle(cr, 0, 0, side, side);
-        cairo_clip(cr);
+        const Frame frame(cr, Origin::lowerLeft);
         cairo_set_line_width(cr, 2);
         cairo_set_line_cap(cr, CAIRO_LINE_CAP_ROUND);
         cairo_move_to(cr, 0, 47);
         cairo_line_to(cr, side, 47);
         setSource(cr, 52, 152, 219);
         cairo_stroke(cr);
-        cairo_restore(cr);
     });
 }
 
 void drawBar(cairo_t* cr, double percent, double r, double g, double b) {
-    cairo_save(cr);
-    upright(cr);
-    cairo_rectangle(cr, 0, 0, side, side);
-    cairo_clip(cr);
+    const Frame frame(cr, Origin::lowerLeft);
     cairo_set_line_width(cr, 2);
     cairo_set_line_cap(cr, CAIRO_LINE_CAP_ROUND);
     cairo_move_to(cr, 0, 47);
@@ -223,7 +207,6 @@ void drawBar(cairo_t* cr, double percent, double r, double g, double b) {
     cairo_line_to(cr, side * percent / 100, 47);
     setSource(cr, r, g, b);
     cairo_stroke(cr);
-    cairo_restore(cr);
 }
 
 void barView(benchmark::State& state) {
@@ -290,9 +273,7 @@ void pieChartView(benchmark::State& state) {
 }
 void pieChartCairo(benchmark::State& state) {
     measureCairo(state, [](cairo_t* cr) {
-        cairo_save(cr);
-        cairo_rectangle(cr, 0, 0, side, side);
-        cairo_clip(cr);
+        const Frame frame(cr, Origin::upperLeft);
         const auto sector = [cr](double from, double to, double r, double g, double b) {
             cairo_move_to(cr, side / 2.0, side / 2.0);
             cairo_arc(cr, side / 2.0, side / 2.0, side / 2.0, (from - 0.25) * 2 * M_PI, (to - 0.25) * 2 * M_PI);
@@ -303,7 +284,6 @@ void pieChartCairo(benchmark::State& state) {
         sector(0, 0.25, 52, 152, 219);
         sector(0.25, 0.5, 241, 196, 15);
         sector(0.5, 1, 231, 76, 60);
-        cairo_restore(cr);
     });
 }
 
@@ -314,10 +294,7 @@ void thermometerView(benchmark::State& state) {
 }
 void thermometerCairo(benchmark::State& state) {
     measureCairo(state, [](cairo_t* cr) {
-        cairo_save(cr);
-        upright(cr);
-        cairo_rectangle(cr, 0, 0, side, side);
-        cairo_clip(cr);
+        const Frame frame(cr, Origin::lowerLeft);
         cairo_pattern_t* scale = cairo_pattern_create_linear(0, 0, side, 0);
         cairo_pattern_add_color_stop_rgba(scale, 0, 52 / 255.0, 152 / 255.0, 219 / 255.0, 1);
         cairo_pattern_add_color_stop_rgba(scale, 1, 231 / 255.0, 76 / 255.0, 60 / 255.0, 1);
@@ -335,7 +312,6 @@ void thermometerCairo(benchmark::State& state) {
         cairo_close_path(cr);
         setSource(cr, 255, 255, 255);
         cairo_fill(cr);
-        cairo_restore(cr);
     });
 }
 
@@ -353,14 +329,10 @@ void fuiButtonView(benchmark::State& state) {
 }
 void fuiButtonCairo(benchmark::State& state) {
     measureCairo(state, [](cairo_t* cr) {
-        cairo_save(cr);
-        upright(cr);
-        cairo_rectangle(cr, 0, 0, side, side);
-        cairo_clip(cr);
+        const Frame frame(cr, Origin::lowerLeft);
         roundedRect(cr, 0, 0, side, side, 4);
         setSource(cr, 26, 188, 156);
         cairo_fill(cr);
-        cairo_restore(cr);
     });
 }
 
@@ -375,9 +347,7 @@ void textFieldCairo(benchmark::State& state) {
     PangoFontDescription* font = pango_font_description_from_string("Lato Bold");
     pango_font_description_set_absolute_size(font, 22 * PANGO_SCALE);
     measureCairo(state, [font](cairo_t* cr) {
-        cairo_save(cr);
-        cairo_rectangle(cr, 0, 0, side, side);
-        cairo_clip(cr);
+        const Frame frame(cr, Origin::upperLeft);
         PangoLayout* layout = pango_cairo_create_layout(cr);
         pango_layout_set_font_description(layout, font);
         pango_layout_set_text(layout, "42%", -1);
@@ -388,7 +358,6 @@ void textFieldCairo(benchmark::State& state) {
         setSource(cr, 0, 0, 0);
         pango_cairo_show_layout(cr, layout);
         g_object_unref(layout);
-        cairo_restore(cr);
     });
     pango_font_description_free(font);
 }

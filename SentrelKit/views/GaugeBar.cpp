@@ -1,34 +1,17 @@
 #include <SentrelKit/views/GaugeBar.h>
 
-#include <SentrelKit/views/GaugeBands.h>
-
 #include <utility>
 
 namespace sentrel {
 
-GaugeBar::GaugeBar(Rect frame) : Bar(frame) {}
+namespace {
+constexpr double firstSuccess = 91.0;
+constexpr double firstWarning = 99.0;
+} // namespace
 
-GaugeBar::GaugeBar(Coder& coder) : Bar(coder) {}
+GaugeBar::GaugeBar(Rect frame) : Gauge(firstSuccess, firstWarning, frame) {}
 
-void GaugeBar::setSuccessColor(Color color) {
-    setNeedsDisplay(std::exchange(successColor_, color) != color);
-}
-
-void GaugeBar::setWarningColor(Color color) {
-    setNeedsDisplay(std::exchange(warningColor_, color) != color);
-}
-
-void GaugeBar::setDangerColor(Color color) {
-    setNeedsDisplay(std::exchange(dangerColor_, color) != color);
-}
-
-void GaugeBar::setSuccess(double percent) {
-    setNeedsDisplay(std::exchange(success_, percent) != percent);
-}
-
-void GaugeBar::setWarning(double percent) {
-    setNeedsDisplay(std::exchange(warning_, percent) != percent);
-}
+GaugeBar::GaugeBar(Coder& coder) : Gauge(firstSuccess, firstWarning, coder) {}
 
 void GaugeBar::setConfirm(std::function<bool()> confirm) {
     confirm_ = std::move(confirm);
@@ -36,7 +19,7 @@ void GaugeBar::setConfirm(std::function<bool()> confirm) {
 
 void GaugeBar::setPercent(double percent) {
     if (colorize_)
-        setColor(bandColor(percent, success_, warning_, successColor_, warningColor_, dangerColor_));
+        setColor(bandColor(percent));
     Bar::setPercent(percent);
 }
 

@@ -4,28 +4,17 @@
 /// when `percent` is first set. Main thread.
 
 #include <SentrelKit/views/Bar.h>
+#include <SentrelKit/views/Gauge.h>
 
 #include <functional>
 
 namespace sentrel {
 
-class SENTREL_API GaugeBar : public Bar {
+/// In danger from 99 percent on, with a warning from 91.
+class SENTREL_API GaugeBar : public Gauge<Bar> {
 public:
     explicit GaugeBar(Rect frame = {});
     explicit GaugeBar(Coder& coder);
-
-    // The bands' colours and thresholds. Setting one requests a redraw if it changes, and takes a pending request back
-    // if it does not; the bar's colour is chosen anew only when `percent` is next set.
-    [[nodiscard]] Color successColor() const noexcept { return successColor_; } ///< below `success`
-    void setSuccessColor(Color color);
-    [[nodiscard]] Color warningColor() const noexcept { return warningColor_; } ///< from `success` to below `warning`
-    void setWarningColor(Color color);
-    [[nodiscard]] Color dangerColor() const noexcept { return dangerColor_; } ///< from `warning` on
-    void setDangerColor(Color color);
-    [[nodiscard]] double success() const noexcept { return success_; } ///< percent
-    void setSuccess(double percent);
-    [[nodiscard]] double warning() const noexcept { return warning_; } ///< percent
-    void setWarning(double percent);
 
     /// A hook for the host to keep and call; the bar never calls it.
     [[nodiscard]] const std::function<bool()>& confirm() const noexcept { return confirm_; }
@@ -40,11 +29,6 @@ public:
     void setPercent(double percent) override;
 
 private:
-    Color successColor_ = FUIColor::emerald();
-    Color warningColor_ = FUIColor::sunflower();
-    Color dangerColor_ = FUIColor::alizarin();
-    double success_ = 91.0;
-    double warning_ = 99.0;
     std::function<bool()> confirm_;
     bool colorize_ = true;
 };

@@ -1,37 +1,18 @@
 #include <SentrelKit/views/GaugeCircleChart.h>
 
-#include <SentrelKit/views/GaugeBands.h>
-
-#include <utility>
-
 namespace sentrel {
 
-GaugeCircleChart::GaugeCircleChart(Rect frame) : CircleChart(frame) {}
+namespace {
+constexpr double firstSuccess = 81.0;
+constexpr double firstWarning = 91.0;
+} // namespace
 
-GaugeCircleChart::GaugeCircleChart(Coder& coder) : CircleChart(coder) {}
+GaugeCircleChart::GaugeCircleChart(Rect frame) : Gauge(firstSuccess, firstWarning, frame) {}
 
-void GaugeCircleChart::setSuccessColor(Color color) {
-    setNeedsDisplay(std::exchange(successColor_, color) != color);
-}
-
-void GaugeCircleChart::setWarningColor(Color color) {
-    setNeedsDisplay(std::exchange(warningColor_, color) != color);
-}
-
-void GaugeCircleChart::setDangerColor(Color color) {
-    setNeedsDisplay(std::exchange(dangerColor_, color) != color);
-}
-
-void GaugeCircleChart::setSuccess(double percent) {
-    setNeedsDisplay(std::exchange(success_, percent) != percent);
-}
-
-void GaugeCircleChart::setWarning(double percent) {
-    setNeedsDisplay(std::exchange(warning_, percent) != percent);
-}
+GaugeCircleChart::GaugeCircleChart(Coder& coder) : Gauge(firstSuccess, firstWarning, coder) {}
 
 void GaugeCircleChart::setPercent(double percent) {
-    setColor(bandColor(percent, success_, warning_, successColor_, warningColor_, dangerColor_));
+    setColor(bandColor(percent));
     CircleChart::setPercent(percent);
 }
 

@@ -86,7 +86,8 @@ TEST_F(GaugeBars, HasNoWarningBandWhenTheThresholdsStandTheOtherWayRound) {
 }
 
 template <class Value>
-void expectRequestsByDifference(void (GaugeBar::*set)(Value), Value (GaugeBar::*get)() const noexcept, Value other) {
+void expectRequestsByDifference(void (Gauge<Bar>::*set)(Value), Value (Gauge<Bar>::*get)() const noexcept,
+                                Value other) {
     GaugeBar bar({0, 0, 200, 20});
     (bar.*set)(other);
     EXPECT_EQ((bar.*get)(), other);

@@ -70,8 +70,8 @@ TEST(GaugeCircleChart, HasNoWarningBandWhenTheThresholdsStandTheOtherWayRound) {
 }
 
 template <class Value>
-void expectRequestsByDifference(void (GaugeCircleChart::*set)(Value), Value (GaugeCircleChart::*get)() const noexcept,
-                                Value other) {
+void expectRequestsByDifference(void (Gauge<CircleChart>::*set)(Value),
+                                Value (Gauge<CircleChart>::*get)() const noexcept, Value other) {
     GaugeCircleChart chart({0, 0, 96, 96});
     (chart.*set)(other);
     EXPECT_EQ((chart.*get)(), other);

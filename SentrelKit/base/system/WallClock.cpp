@@ -9,14 +9,7 @@ namespace {
 
 class SystemWallClock final : public WallClock {
 public:
-    bool read(WallClockReading& reading) noexcept override {
-        timeval now{};
-        if (gettimeofday(&now, nullptr) != 0)
-            return false;
-        reading.seconds = now.tv_sec;
-        reading.microseconds = static_cast<std::int32_t>(now.tv_usec);
-        return true;
-    }
+    bool read(WallClockReading& reading) noexcept override { return readSystem(reading); }
 };
 
 std::atomic<WallClock*> replacement{nullptr};
@@ -27,6 +20,15 @@ WallClock& WallClock::current() noexcept {
     static SystemWallClock system;
     WallClock* clock = replacement.load(std::memory_order_acquire);
     return clock ? *clock : system;
+}
+
+bool WallClock::readSystem(WallClockReading& reading) noexcept {
+    timeval now{};
+    if (gettimeofday(&now, nullptr) != 0)
+        return false;
+    reading.seconds = now.tv_sec;
+    reading.microseconds = static_cast<std::int32_t>(now.tv_usec);
+    return true;
 }
 
 void WallClock::setCurrent(WallClock* clock) noexcept {

@@ -26,6 +26,9 @@ public:
     /// The clock in force: the system's own until another is set. Any thread.
     [[nodiscard]] static WallClock& current() noexcept;
 
+    /// Reads the system's own clock, as `read` does.
+    [[nodiscard]] static bool readSystem(WallClockReading& reading) noexcept;
+
     /// Puts a clock in force, or the system's own again for null. The clock is not owned and must outlive its use.
     static void setCurrent(WallClock* clock) noexcept;
 };

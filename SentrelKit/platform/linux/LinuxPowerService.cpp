@@ -1,5 +1,7 @@
 #include <SentrelKit/platform/linux/LinuxPowerService.h>
 
+#include <SentrelKit/platform/BatteryProperties.h>
+
 #include <utility>
 
 namespace sentrel::platform {
@@ -19,19 +21,6 @@ private:
     std::vector<PropertyList::Dictionary> sources_;
 };
 
-class LinuxBatteryService final : public BatteryService {
-public:
-    explicit LinuxBatteryService(PropertyList::Dictionary properties) : properties_(std::move(properties)) {}
-
-    std::optional<PropertyList> property(std::string_view key) const override {
-        const auto entry = properties_.find(key);
-        return entry == properties_.end() ? std::nullopt : std::optional(entry->second);
-    }
-
-private:
-    PropertyList::Dictionary properties_;
-};
-
 } // namespace
 
 LinuxPowerService::LinuxPowerService(const SystemRoot& root, const PowerChangeTimes& times)
@@ -47,7 +36,7 @@ std::optional<PropertyList::Dictionary> LinuxPowerService::externalAdapterDetail
 
 std::unique_ptr<BatteryService> LinuxPowerService::batteryService() {
     std::optional<PropertyList::Dictionary> properties = reader_->read().battery;
-    return properties ? std::make_unique<LinuxBatteryService>(std::move(*properties)) : nullptr;
+    return properties ? std::make_unique<BatteryProperties>(std::move(*properties)) : nullptr;
 }
 
 bool LinuxPowerService::addChangeSource(void (*changed)(void* context), void* context) {

@@ -1,5 +1,7 @@
 #include <SentrelKit/platform/scripted/ScriptedPowerService.h>
 
+#include <SentrelKit/platform/BatteryProperties.h>
+
 #include <cerrno>
 
 namespace sentrel::platform {
@@ -20,19 +22,6 @@ private:
     bool listed_;
 };
 
-class Battery final : public BatteryService {
-public:
-    explicit Battery(PropertyList::Dictionary properties) : properties_(std::move(properties)) {}
-
-    std::optional<PropertyList> property(std::string_view key) const override {
-        const auto entry = properties_.find(key);
-        return entry == properties_.end() ? std::nullopt : std::optional(entry->second);
-    }
-
-private:
-    PropertyList::Dictionary properties_;
-};
-
 } // namespace
 
 std::unique_ptr<PowerSourcesInfo> ScriptedPowerService::powerSources() {
@@ -40,7 +29,7 @@ std::unique_ptr<PowerSourcesInfo> ScriptedPowerService::powerSources() {
 }
 
 std::unique_ptr<BatteryService> ScriptedPowerService::batteryService() {
-    return battery ? std::make_unique<Battery>(*battery) : nullptr;
+    return battery ? std::make_unique<BatteryProperties>(*battery) : nullptr;
 }
 
 bool ScriptedPowerService::addChangeSource(void (*changed)(void* context), void* context) {
