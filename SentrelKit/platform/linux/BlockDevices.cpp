@@ -214,7 +214,7 @@ std::vector<std::string> BlockDevices::nvmePaths(const std::string& kernelName) 
             continue;
         for (const std::string& path : entries(folder(kernelName, "device/" + controller))) {
             if (path.starts_with(prefix) && path.ends_with(suffix))
-                paths.push_back(controller + '/' + path);
+                paths.emplace_back(controller).append("/").append(path);
         }
     }
     return paths;

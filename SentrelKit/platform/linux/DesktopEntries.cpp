@@ -60,7 +60,7 @@ std::vector<std::string> desktopEntryFolders() {
     }
     append(folders, data.empty() ? "" : data + "/flatpak/exports/share");
     append(folders, "/var/lib/flatpak/exports/share");
-    folders.push_back("/var/lib/snapd/desktop/applications");
+    folders.emplace_back("/var/lib/snapd/desktop/applications");
     return folders;
 }
 

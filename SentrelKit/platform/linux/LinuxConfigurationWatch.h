@@ -13,6 +13,8 @@ public:
     [[nodiscard]] static std::unique_ptr<LinuxConfigurationWatch> make(const SystemRoot& root, LinuxDispatch& dispatch,
                                                                        std::function<void()> changed);
     ~LinuxConfigurationWatch() override;
+    LinuxConfigurationWatch(const LinuxConfigurationWatch&) = delete;
+    LinuxConfigurationWatch& operator=(const LinuxConfigurationWatch&) = delete;
 
     bool setNotificationKeys(const std::vector<std::string>& keys) override;
     void schedule() override;

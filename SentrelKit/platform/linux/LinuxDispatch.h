@@ -23,6 +23,8 @@ class LinuxDispatch final : public Dispatch {
 public:
     LinuxDispatch();
     ~LinuxDispatch() override;
+    LinuxDispatch(const LinuxDispatch&) = delete;
+    LinuxDispatch& operator=(const LinuxDispatch&) = delete;
 
     std::shared_ptr<DispatchQueue> mainQueue() override;
     std::shared_ptr<DispatchQueue> backgroundQueue() override;

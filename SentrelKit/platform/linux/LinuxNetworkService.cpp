@@ -10,6 +10,7 @@
 #include <cstring>
 #include <linux/if_link.h>
 #include <linux/rtnetlink.h>
+#include <utility>
 
 namespace sentrel::platform {
 
@@ -47,9 +48,10 @@ Connectivity askConnectivityService(BusConnection& bus) {
 
 } // namespace
 
-LinuxNetworkService::LinuxNetworkService(const SystemRoot& root, LinuxDispatch& dispatch)
-    : root_(root), dispatch_(dispatch), notices_(NETLINK_ROUTE, {RTNLGRP_LINK, RTNLGRP_IPV4_IFADDR, RTNLGRP_IPV6_IFADDR,
-                                                                 RTNLGRP_IPV4_ROUTE, RTNLGRP_IPV6_ROUTE}),
+LinuxNetworkService::LinuxNetworkService(SystemRoot root, LinuxDispatch& dispatch)
+    : root_(std::move(root)), dispatch_(dispatch),
+      notices_(NETLINK_ROUTE,
+               {RTNLGRP_LINK, RTNLGRP_IPV4_IFADDR, RTNLGRP_IPV6_IFADDR, RTNLGRP_IPV4_ROUTE, RTNLGRP_IPV6_ROUTE}),
       route_(NETLINK_ROUTE), countersRequest_(RTM_GETSTATS, NLM_F_DUMP), bus_(G_BUS_TYPE_SYSTEM, dispatch) {
     countersRequest_.extra<if_stats_msg>().filter_mask = IFLA_STATS_FILTER_BIT(IFLA_STATS_LINK_64);
 }

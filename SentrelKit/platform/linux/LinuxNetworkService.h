@@ -21,7 +21,7 @@ class LinuxDispatch;
 
 class LinuxNetworkService final : public NetworkService {
 public:
-    LinuxNetworkService(const SystemRoot& root, LinuxDispatch& dispatch);
+    LinuxNetworkService(SystemRoot root, LinuxDispatch& dispatch);
 
     bool listInterfaces(const std::function<void(const InterfaceInfo&)>& each) override;
     std::optional<MediaStatus> mediaStatus(std::string_view name) override;

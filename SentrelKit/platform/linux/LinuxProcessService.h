@@ -24,6 +24,8 @@ public:
     explicit LinuxProcessService(const SystemRoot& root);
     LinuxProcessService(const SystemRoot& root, std::unique_ptr<ProcessClocks> clocks);
     ~LinuxProcessService() override;
+    LinuxProcessService(const LinuxProcessService&) = delete;
+    LinuxProcessService& operator=(const LinuxProcessService&) = delete;
 
     std::optional<TaskInfo> taskInfo(std::int32_t processIdentifier) noexcept override;
     std::optional<std::int32_t> parent(std::int32_t processIdentifier) noexcept override;

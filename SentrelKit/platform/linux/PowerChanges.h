@@ -5,7 +5,7 @@
 #include <chrono>
 #include <memory>
 
-typedef struct _GSource GSource;
+using GSource = struct _GSource;
 
 namespace sentrel::platform {
 
@@ -26,6 +26,8 @@ public:
     PowerChanges(std::shared_ptr<PowerReader> reader, const PowerChangeTimes& times, void (*changed)(void* context),
                  void* context);
     ~PowerChanges();
+    PowerChanges(const PowerChanges&) = delete;
+    PowerChanges& operator=(const PowerChanges&) = delete;
     PowerChanges(PowerChanges&& other) noexcept;
     PowerChanges& operator=(PowerChanges&&) = delete;
 

@@ -3,6 +3,7 @@
 #include <SentrelKit/platform/linux/PowerFigures.h>
 
 #include <atomic>
+#include <utility>
 
 namespace sentrel::platform {
 
@@ -10,7 +11,7 @@ namespace sentrel::platform {
 /// so that hosts hear of a battery that is pulled. Any thread.
 class PowerReader {
 public:
-    explicit PowerReader(const SystemRoot& root) : root_(root) {}
+    explicit PowerReader(SystemRoot root) : root_(std::move(root)) {}
 
     [[nodiscard]] PowerFigures read();
 

@@ -85,7 +85,7 @@ std::optional<std::string> SystemRoot::readLine(std::string_view absolute) const
     return content;
 }
 
-KeptFile::KeptFile(const SystemRoot& root, std::string absolute) : path_(root.path(absolute)) {}
+KeptFile::KeptFile(const SystemRoot& root, std::string_view absolute) : path_(root.path(absolute)) {}
 
 std::optional<std::string_view> KeptFile::read(std::span<char> buffer) noexcept {
     if (!fd_)

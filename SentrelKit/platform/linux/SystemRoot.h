@@ -41,7 +41,7 @@ private:
 /// A file that is opened once and read again from its start at each sample. One thread at a time.
 class KeptFile {
 public:
-    KeptFile(const SystemRoot& root, std::string absolute);
+    KeptFile(const SystemRoot& root, std::string_view absolute);
 
     /// Reads the file's first bytes into the buffer and returns them; absent, with errno set, if it cannot be read. A
     /// descriptor that fails is closed, and the next call opens the file anew.
