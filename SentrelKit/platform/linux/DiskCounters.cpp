@@ -2,6 +2,7 @@
 
 #include <array>
 #include <ctime>
+#include <string_view>
 #include <unistd.h>
 
 namespace sentrel::platform {
@@ -42,57 +43,62 @@ std::int64_t CounterGroup::coarseClock() noexcept {
     return std::int64_t{now.tv_sec} * 1'000 * millisecond + now.tv_nsec;
 }
 
-DiskCounters::DiskCounters(CounterGroup& group, const BlockDevices& devices, const std::string& kernelName)
-    : group_(group), own_(devices.root(), BlockDevices::folder(kernelName, "stat")) {
-    for (const std::string& component : devices.components(kernelName))
-        below_.emplace_back(devices.root(), BlockDevices::folder(component, "stat"));
-    for (const std::string& path : devices.nvmePaths(kernelName))
-        below_.emplace_back(devices.root(), BlockDevices::folder(kernelName, "device/" + path + "/stat"));
-    const LockScope scope(group_.lock_);
-    group_.members_.push_back(this);
-}
-
-DiskCounters::~DiskCounters() {
-    const LockScope scope(group_.lock_);
-    std::erase(group_.members_, this);
-}
-
-std::optional<DiskStatistics> DiskCounters::statistics() {
-    const LockScope scope(group_.lock_);
-    const std::int64_t now = group_.clock_();
-    if (wasGiven_ || now - readAt_ > longestWait)
-        readTogether(now);
-    wasGiven_ = true;
-    return reading_;
-}
-
-void DiskCounters::readTogether(std::int64_t now) {
-    wasGiven_ = true;
-    for (DiskCounters* member : group_.members_) {
-        if (!member->wasGiven_)
+void CounterGroup::readTogether(std::int64_t now) {
+    for (Member& member : members_) {
+        if (!member.wasGiven)
             continue;
-        member->reading_ = member->read();
-        member->readAt_ = now;
-        member->wasGiven_ = false;
+        member.reading = member.read();
+        member.readAt = now;
+        member.wasGiven = false;
     }
 }
 
 // A stacked device or an NVMe namespace whose own counters stand at zero is summed up over what carries it, as older
 // kernels count only there.
-std::optional<DiskStatistics> DiskCounters::read() {
-    const std::optional<DiskStatistics> own = own_.read();
-    const bool counted = own && (own->bytesRead.value_or(0) != 0 || own->bytesWritten.value_or(0) != 0);
-    if (counted || below_.empty())
-        return own;
+std::optional<DiskStatistics> CounterGroup::Member::read() {
+    const std::optional<DiskStatistics> whole = own.read();
+    const bool counted = whole && (whole->bytesRead.value_or(0) != 0 || whole->bytesWritten.value_or(0) != 0);
+    if (counted || below.empty())
+        return whole;
     DiskStatistics sum;
-    for (CounterFile& file : below_) {
+    for (CounterFile& file : below) {
         const std::optional<DiskStatistics> part = file.read();
         if (!part)
-            return own;
+            return whole;
         add(sum.bytesRead, part->bytesRead);
         add(sum.bytesWritten, part->bytesWritten);
     }
     return sum;
+}
+
+DiskCounters::DiskCounters(CounterGroup& group, const BlockDevices& devices, const std::string& kernelName)
+    : group_(group) {
+    const auto file = [&devices](const std::string& device, std::string_view name) {
+        return CounterFile(devices.root(), BlockDevices::folder(device, name));
+    };
+    CounterGroup::Member member{.own = file(kernelName, "stat")};
+    for (const std::string& component : devices.components(kernelName))
+        member.below.push_back(file(component, "stat"));
+    for (const std::string& path : devices.nvmePaths(kernelName))
+        member.below.push_back(file(kernelName, "device/" + path + "/stat"));
+    const LockScope scope(group_.lock_);
+    member_ = group_.members_.insert(group_.members_.end(), std::move(member));
+}
+
+DiskCounters::~DiskCounters() {
+    const LockScope scope(group_.lock_);
+    group_.members_.erase(member_);
+}
+
+std::optional<DiskStatistics> DiskCounters::statistics() {
+    const LockScope scope(group_.lock_);
+    const std::int64_t now = group_.clock_();
+    if (member_->wasGiven || now - member_->readAt > longestWait) {
+        member_->wasGiven = true;
+        group_.readTogether(now);
+    }
+    member_->wasGiven = true;
+    return member_->reading;
 }
 
 } // namespace sentrel::platform

@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <limits>
+#include <list>
 #include <optional>
 #include <string>
 #include <utility>
@@ -30,8 +31,6 @@ private:
     UniqueFd file_;
 };
 
-class DiskCounters;
-
 /// Disks whose counters are read together. A sample asks for one disk after the other, and looks a path up before each:
 /// counters that are read in between find the processor's caches cold. So the first disk that needs a new reading
 /// brings along those that were asked for since their last one.
@@ -45,11 +44,22 @@ public:
 private:
     friend class DiskCounters;
 
+    struct Member {
+        CounterFile own;
+        std::vector<CounterFile> below{}; // of what carries the disk
+        std::optional<DiskStatistics> reading{};
+        std::int64_t readAt = std::numeric_limits<std::int64_t>::min() / 2;
+        bool wasGiven = false;
+
+        [[nodiscard]] std::optional<DiskStatistics> read();
+    };
+
     static std::int64_t coarseClock() noexcept;
+    void readTogether(std::int64_t now) SENTREL_REQUIRES(lock_);
 
     const Clock clock_;
     Lock lock_;
-    std::vector<DiskCounters*> members_ SENTREL_GUARDED_BY(lock_);
+    std::list<Member> members_ SENTREL_GUARDED_BY(lock_);
 };
 
 /// The counters of one disk, in its group for as long as it lives. Any thread.
@@ -66,15 +76,8 @@ public:
     [[nodiscard]] std::optional<DiskStatistics> statistics();
 
 private:
-    [[nodiscard]] std::optional<DiskStatistics> read() SENTREL_REQUIRES(group_.lock_);
-    void readTogether(std::int64_t now) SENTREL_REQUIRES(group_.lock_);
-
     CounterGroup& group_;
-    CounterFile own_ SENTREL_GUARDED_BY(group_.lock_);
-    std::vector<CounterFile> below_ SENTREL_GUARDED_BY(group_.lock_);
-    std::optional<DiskStatistics> reading_ SENTREL_GUARDED_BY(group_.lock_);
-    std::int64_t readAt_ SENTREL_GUARDED_BY(group_.lock_) = std::numeric_limits<std::int64_t>::min() / 2;
-    bool wasGiven_ SENTREL_GUARDED_BY(group_.lock_) = false;
+    std::list<CounterGroup::Member>::iterator member_;
 };
 
 } // namespace sentrel::platform

@@ -9,7 +9,6 @@
 #include <cstdlib>
 #include <glib.h>
 #include <limits>
-#include <locale.h>
 #include <string>
 #include <string_view>
 
