@@ -102,7 +102,7 @@ void _getBatteryData(const PowerSourcesBlock& block) {
     block(&data);
 }
 
-void _batteryNotification(PowerSourcesBlock block) {
+void _batteryNotification(const PowerSourcesBlock& block) {
     {
         const LockScope scope(blockLock);
         System->swiftPowerSources = block;

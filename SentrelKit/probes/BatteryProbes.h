@@ -35,7 +35,7 @@ SENTREL_API void _getBatteryData(const PowerSourcesBlock& block);
 /// sources, on the calling thread's loop (on macOS its run loop; on Linux its default GLib main context) for as long as
 /// the process lives. Each call adds one more source of changes, and all deliver to the newest block. If there can be
 /// none, one line on the standard error stream says so.
-SENTREL_API void _batteryNotification(PowerSourcesBlock block);
+SENTREL_API void _batteryNotification(const PowerSourcesBlock& block);
 
 /// What every change of the power sources calls: delivers to the block. Without a block the process stops.
 SENTREL_API void _powerSourceChangedAdapter(void* context);

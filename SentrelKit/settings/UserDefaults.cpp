@@ -8,7 +8,7 @@ namespace sentrel {
 UserDefaults::UserDefaults(const std::string& suiteName) : suite_(platform::current().preferences().suite(suiteName)) {}
 
 UserDefaults::Proxy UserDefaults::operator[](std::string key) const {
-    return Proxy(*this, std::move(key));
+    return {*this, std::move(key)};
 }
 
 std::optional<PropertyList> UserDefaults::object(std::string_view key) const {

@@ -46,7 +46,7 @@ std::string validText(const std::string& text) {
 }
 
 std::string bodyOf(const UserNotification& notification, bool markup) {
-    const std::string text = validText(notification.text.value_or(std::string()));
+    std::string text = validText(notification.text.value_or(std::string()));
     if (!markup)
         return text;
     char* escaped = g_markup_escape_text(text.c_str(), -1);

@@ -11,10 +11,12 @@
 #include <SentrelKit/platform/linux/LinuxProcessService.h>
 #include <SentrelKit/platform/linux/LinuxVolumeService.h>
 
+#include <utility>
+
 namespace sentrel::platform {
 
 struct LinuxPlatform::Services {
-    explicit Services(const SystemRoot& systemRoot) : root(systemRoot) {}
+    explicit Services(SystemRoot systemRoot) : root(std::move(systemRoot)) {}
 
     SystemRoot root;
     LinuxClock clock;
