@@ -1,6 +1,5 @@
 #include "ProcessTree.h"
 
-#include <algorithm>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
@@ -12,6 +11,17 @@ namespace {
 std::string trimmed(const std::string& text) {
     const std::size_t begin = text.find_first_not_of(' ');
     return begin == std::string::npos ? std::string() : text.substr(begin, text.find_last_not_of(' ') - begin + 1);
+}
+
+// Undoes percent-encoding.
+std::string decoded(const std::string& text) {
+    std::string plain;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const bool isEncoded = text[i] == '%';
+        plain += isEncoded ? static_cast<char>(std::stoi(text.substr(i + 1, 2), nullptr, 16)) : text[i];
+        i += isEncoded ? 2 : 0;
+    }
+    return plain;
 }
 
 } // namespace
@@ -31,13 +41,17 @@ std::vector<TreeProcess> readProcessTree(std::string_view name) {
             std::getline(fields, text, '|');
             return trimmed(text);
         };
-        process.command = next();
-        process.program = next();
-        process.group = next();
+        process.command = decoded(next());
+        process.program = decoded(next());
+        process.group = decoded(next());
         text.clear();
-        process.arguments = next();
+        std::istringstream arguments(next());
+        for (std::string argument; arguments >> argument;)
+            process.arguments.push_back(decoded(argument));
         process.isKernelThread = process.program == "kernel";
-        if (process.isKernelThread || process.program == "-")
+        if (process.program == "zombie")
+            process.state = 'Z';
+        if (process.isKernelThread || process.state == 'Z' || process.program == "-")
             process.program.clear();
         tree.push_back(process);
     }
@@ -62,10 +76,9 @@ void ProcessTree::put(const TreeProcess& process) const {
     folder_.write(folder + "stat", stat.str());
     folder_.write(folder + "statm", "2000 " + std::to_string(process.residentPages) + " 300 1 0 200 0\n");
     folder_.write(folder + "cgroup", "0::" + process.group + "\n");
-    std::string arguments = process.arguments;
-    if (!arguments.empty())
-        arguments += ' ';
-    std::replace(arguments.begin(), arguments.end(), ' ', '\0');
+    std::string arguments;
+    for (const std::string& argument : process.arguments)
+        arguments += argument + '\0';
     folder_.write(folder + "cmdline", arguments);
     folder_.remove(folder + "exe");
     if (!process.program.empty())

@@ -21,7 +21,7 @@ struct TreeProcess {
     std::string command{};
     std::string program{}; ///< empty: not to be seen
     std::string group = "/";
-    std::string arguments{}; ///< blanks between them
+    std::vector<std::string> arguments{};
     bool isKernelThread = false;
     char state = 'S';
     std::int32_t threads = 1;

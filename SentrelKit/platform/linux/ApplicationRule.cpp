@@ -28,12 +28,12 @@ bool isManager(std::string_view name, std::string_view command) noexcept {
          "runsv", "s6-svscan", "s6-supervise", "supervisord", "tini", "dumb-init", "catatonit", "docker-init",
          "containerd-shim", "containerd-shim-runc-v2", "conmon", "crun", "runc",
          // sessions, log-in and remote log-in
-         "gdm-session-worker", "gdm-wayland-session", "gdm-x-session", "lightdm", "sddm", "sddm-helper", "login",
-         "sshd", "sshd-session", "dropbear", "gnome-session-binary", "gnome-session-init-worker",
-         "gnome-session-service", "plasma_session", "startplasma-wayland", "startplasma-x11", "lxsession",
-         "lxqt-session", "xfce4-session", "mate-session",
+         "gdm-session-worker", "gdm-wayland-session", "gdm-x-session", "lightdm", "sddm", "sddm-helper", "agetty",
+         "login", "sshd", "sshd-session", "dropbear", "gnome-session-binary", "gnome-session-init-worker",
+         "gnome-session-service", "gnome-session-ctl", "plasma_session", "startplasma-wayland", "startplasma-x11",
+         "lxsession", "lxqt-session", "xfce4-session", "mate-session",
          // those that only wait for what they start
-         "cron", "crond", "su", "sudo", "doas", "runuser", "bwrap"});
+         "cron", "crond", "atd", "su", "sudo", "doas", "runuser", "bwrap"});
     // Some managers are scripts and so go by their own name only.
     return isOneOf(names, name) || command == "supervisord" || command == "(sd-pam)";
 }
@@ -145,9 +145,42 @@ private:
             if (!isFirst && process.startTime < processes_[leader->second]->startTime)
                 leader->second = i;
         }
+        while (joinScopes())
+            ;
         for (const auto& [scope, leader] : leaders_)
             owners_[leader] = leader;
     }
+
+    // Gives the scopes into which a program started itself from an older one that scope's leader. False if there were
+    // none; a leader only ever gives way to an older one, and so that comes.
+    bool joinScopes() {
+        bool joined = false;
+        for (std::size_t i = 0; i < processes_.size(); ++i) {
+            const std::size_t parent = parents_[i];
+            if (!isInScope(i) || parent == none || !isInScope(parent))
+                continue;
+            const ProcessFacts& process = *processes_[i];
+            const ProcessFacts& starter = *processes_[parent];
+            if (process.scope == starter.scope || !isSameProgram(process, starter) ||
+                isOnAnotherTerminal(process, starter))
+                continue;
+            std::size_t& leader = leaders_.find(process.scope)->second;
+            const std::size_t older = leaders_.find(starter.scope)->second;
+            if (processes_[older]->startTime >= processes_[leader]->startTime)
+                continue;
+            leader = older;
+            joined = true;
+        }
+        return joined;
+    }
+
+    // One interpreter runs many programs, which their commands tell apart.
+    [[nodiscard]] static bool isSameProgram(const ProcessFacts& a, const ProcessFacts& b) noexcept {
+        return a.program == b.program && a.command == b.command;
+    }
+
+    // Whether the process has a part in its scope: launchers and what is out of the question have none.
+    [[nodiscard]] bool isInScope(std::size_t i) const { return !owners_[i] && !processes_[i]->scope.empty(); }
 
     [[nodiscard]] static bool isOnAnotherTerminal(const ProcessFacts& process, const ProcessFacts& than) noexcept {
         return process.terminal != 0 && process.terminal != than.terminal;

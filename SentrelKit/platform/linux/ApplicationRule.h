@@ -15,11 +15,13 @@
 ///
 /// An application is
 ///  (1) the leading process of a desktop application scope or service (`app-*.scope`, `app-*.service`): its oldest
-///      process that is not a launcher;
+///      process that is not a launcher. A scope into which the program of an older scope started itself, under the
+///      same command, belongs to that older scope's application: browsers move their first process into a scope of
+///      their own and leave the others in the one that the desktop made;
 ///  (2) elsewhere (also where there is no systemd), each process that works for no application.
 ///
 /// A process works for an application if
-///  - it shares the application's scope, wherever in it its parent stands; or
+///  - it shares the application's scope or is in one that belongs to it, wherever its parent stands; or
 ///  - its parent is the application, or works for it, and it runs the same program as the application or one from the
 ///    same installation folder. Folders that many programs share, such as /usr/bin, are nobody's installation folder.
 /// But never if it has a terminal that the leading process (the parent, in the second case) has not: what is run in a

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <stdexcept>
 
 namespace sentrel::platform {
 namespace {
@@ -37,14 +38,51 @@ std::map<std::int32_t, std::int32_t> owners(const std::vector<TreeProcess>& tree
     return byId;
 }
 
+// A tree with the outcome of the rule. Processes go by the last part of their program's path, and where that is not
+// enough, by a part of their command or arguments.
 class Tree {
 public:
-    explicit Tree(const char* name) : owners_(owners(readProcessTree(name))) {}
+    explicit Tree(const char* name) : processes_(readProcessTree(name)), owners_(owners(processes_)) {}
     std::int32_t operator[](std::int32_t id) const { return owners_.at(id); }
-    [[nodiscard]] auto begin() const { return owners_.begin(); }
-    [[nodiscard]] auto end() const { return owners_.end(); }
+    [[nodiscard]] const std::vector<TreeProcess>& processes() const { return processes_; }
+
+    [[nodiscard]] std::vector<std::int32_t> all(std::string_view program, std::string_view part = "") const {
+        std::vector<std::int32_t> ids;
+        for (const TreeProcess& one : processes_) {
+            std::string text = one.command;
+            for (const std::string& argument : one.arguments)
+                text += ' ' + argument;
+            if (lastPathComponent(one.program) == program && text.find(part) != std::string::npos)
+                ids.push_back(one.id);
+        }
+        return ids;
+    }
+
+    // The one process of which this is true.
+    [[nodiscard]] std::int32_t id(std::string_view program, std::string_view part = "") const {
+        const std::vector<std::int32_t> ids = all(program, part);
+        if (ids.size() != 1)
+            throw std::runtime_error(std::to_string(ids.size()) + " processes of " + std::string(program));
+        return ids.front();
+    }
+
+    // The owner of the one process of which this is true.
+    [[nodiscard]] std::int32_t owner(std::string_view program, std::string_view part = "") const {
+        return owners_.at(id(program, part));
+    }
+
+    // The programs of all applications and how often each is one.
+    [[nodiscard]] std::map<std::string, int> applications() const {
+        std::map<std::string, int> count;
+        for (const TreeProcess& one : processes_) {
+            if (owners_.at(one.id) == one.id)
+                ++count[std::string(lastPathComponent(one.program))];
+        }
+        return count;
+    }
 
 private:
+    std::vector<TreeProcess> processes_;
     std::map<std::int32_t, std::int32_t> owners_;
 };
 
@@ -60,26 +98,34 @@ TreeProcess process(std::int32_t id, std::int32_t parent, const std::string& pro
     return one;
 }
 
-TEST(ApplicationRule, FoldsEveryProcessOfABrowsersScopeIntoTheBrowser) {
+TEST(ApplicationRule, FoldsEveryProcessOfABrowserIntoTheBrowser) {
     const Tree tree("browser");
-    int helpers = 0;
-    for (const auto& [id, owner] : tree) {
-        if (id < 2301)
-            continue;
-        EXPECT_EQ(owner, 2301) << id;
-        helpers += id != 2301;
-    }
-    EXPECT_EQ(helpers, 43);
+    const std::int32_t browser = tree.all("chromium").front();
+    EXPECT_EQ(tree.applications()["chromium"], 1);
+    EXPECT_GE(tree.all("chromium", "--type=renderer").size(), 34U);
+    for (const std::int32_t id : tree.all("chromium"))
+        EXPECT_EQ(tree[id], browser) << id;
 }
 
 TEST(ApplicationRule, FoldsAProcessOfTheScopeWhoseParentEndedIntoTheApplicationToo) {
-    EXPECT_EQ(Tree("browser")[2351], 2301);
+    const Tree tree("browser");
+    const std::vector<std::int32_t> handlers = tree.all("chrome_crashpad_handler");
+    EXPECT_EQ(handlers.size(), 2U);
+    for (const std::int32_t id : handlers)
+        EXPECT_EQ(tree[id], tree.all("chromium").front()) << id;
+}
+
+TEST(ApplicationRule, FoldsTheHelpersOfAnApplicationsScopeOfTheSystemsOwnFolders) {
+    const Tree tree("browser");
+    for (const char* helper : {"gnome-builder-git", "gnome-builder-flatpak"})
+        EXPECT_EQ(tree.owner(helper), tree.id("gnome-builder")) << helper;
+    EXPECT_EQ(tree.owner("at-spi2-registryd"), tree.id("at-spi-bus-launcher"));
 }
 
 TEST(ApplicationRule, LeavesOutTheKernelThreadsAndTheFirstProcess) {
-    const Tree tree("browser");
-    for (const std::int32_t id : {1, 2, 14})
-        EXPECT_EQ(tree[id], 0) << id;
+    const Tree tree("editor");
+    EXPECT_EQ(tree[1], 0);
+    EXPECT_EQ(tree[2], 0);
 }
 
 TEST(ApplicationRule, FoldsTheProcessesOfAnEditorIntoTheEditor) {
@@ -89,117 +135,318 @@ TEST(ApplicationRule, FoldsTheProcessesOfAnEditorIntoTheEditor) {
 }
 
 TEST(ApplicationRule, LetsACompilerInAnEditorsTerminalStandForItself) {
-    const Tree tree("editor");
-    EXPECT_EQ(tree[3200], 0) << "the terminal's shell";
-    EXPECT_EQ(tree[3300], 3300) << "make";
-    EXPECT_EQ(tree[3301], 0) << "the shell that make waits for";
-    EXPECT_EQ(tree[3302], 3302) << "the compiler driver";
-    EXPECT_EQ(tree[3303], 3303) << "the compiler";
-    EXPECT_EQ(tree[3310], 3310) << "the editor's own program, started in its terminal";
+    const Tree composed("editor");
+    EXPECT_EQ(composed[3200], 0) << "the terminal's shell";
+    EXPECT_EQ(composed[3301], 0) << "the shell that make waits for";
+    EXPECT_EQ(composed[3310], 3310) << "the editor's own program, started in its terminal";
+
+    for (const char* name : {"editor", "builtin-terminal"}) {
+        const Tree tree(name);
+        const std::int32_t make = tree.all("make").front();
+        EXPECT_EQ(tree[make], make);
+        EXPECT_FALSE(tree.all("cc1plus").empty());
+        for (const char* program : {"x86_64-linux-gnu-g++-12", "cc1plus"}) {
+            for (const std::int32_t id : tree.all(program))
+                EXPECT_EQ(tree[id], id) << program;
+        }
+    }
+    const Tree captured("builtin-terminal");
+    EXPECT_EQ(captured.owner("geany"), captured.id("geany"));
+    EXPECT_EQ(captured.owner("bash", "bash /bin/bash"), 0) << "the terminal's shell";
 }
 
 TEST(ApplicationRule, FoldsAWebServersWorkersIntoItInAContainer) {
     const Tree tree("container");
-    EXPECT_EQ(tree[1], 0);
-    for (const std::int32_t id : {7, 8, 9, 10, 11})
-        EXPECT_EQ(tree[id], 7) << id;
-    EXPECT_EQ(tree[20], 20) << "a script under the system's own interpreter";
+    EXPECT_EQ(tree[1], 0) << "an init";
+    EXPECT_EQ(tree.all("nginx", "worker").size(), 4U);
+    for (const std::int32_t id : tree.all("nginx"))
+        EXPECT_EQ(tree[id], tree.id("nginx", "master"));
+    for (const std::int32_t id : tree.all("php-fpm8.2"))
+        EXPECT_EQ(tree[id], tree.id("php-fpm8.2", "master"));
+    EXPECT_EQ(tree.owner("dash", "report"), tree.id("dash", "report")) << "a script that computes by itself";
+    EXPECT_EQ(tree.owner("dash", "sh -i"), 0) << "the shell that was let in";
+    EXPECT_EQ(tree.applications(),
+              (std::map<std::string, int>{{"dash", 1}, {"nginx", 1}, {"php-fpm8.2", 1}, {"top", 1}}));
 }
 
 TEST(ApplicationRule, KnowsProgramsOfAMultiCallFileByTheirCommand) {
-    const Tree tree("container");
-    EXPECT_EQ(tree[31], 0) << "the shell that was let in";
-    EXPECT_EQ(tree[40], 40) << "a program on its terminal";
-    EXPECT_EQ(tree[60], 60) << "a service that is no shell";
+    std::vector<TreeProcess> tree{process(100, 1, "/bin/busybox"), process(101, 100, "/bin/busybox"),
+                                  process(102, 1, "/bin/busybox")};
+    tree[0].command = "sh";
+    tree[0].terminal = tree[1].terminal = 34816;
+    tree[1].command = "top";
+    tree[2].command = "httpd";
+    EXPECT_EQ(owners(tree).at(100), 0) << "a shell on a terminal";
+    EXPECT_EQ(owners(tree).at(101), 101) << "a program on its terminal";
+    EXPECT_EQ(owners(tree).at(102), 102) << "a service that is no shell";
 }
 
 TEST(ApplicationRule, FoldsNothingIntoTheFirstProcessWhateverItIs) {
     const Tree tree("container-bare");
-    EXPECT_EQ(tree[1], 0);
-    EXPECT_EQ(tree[7], 7);
-    EXPECT_EQ(tree[8], 8);
+    EXPECT_EQ(tree.owner("nginx", "master"), 0);
+    EXPECT_EQ(tree.all("nginx", "worker").size(), 4U);
+    for (const std::int32_t id : tree.all("nginx", "worker"))
+        EXPECT_EQ(tree[id], id);
 }
 
 TEST(ApplicationRule, ShowsEveryCompilerOfAParallelMakeUnderItsOwnName) {
     const Tree tree("ssh");
-    EXPECT_EQ(tree[1010], 1010);
-    for (std::int32_t id = 1011; id < 1011 + 24; id += 3) {
-        EXPECT_EQ(tree[id], 0) << "a shell that waits for the compiler, " << id;
-        EXPECT_EQ(tree[id + 1], id + 1);
-        EXPECT_EQ(tree[id + 2], id + 2);
+    EXPECT_EQ(tree.all("cc1plus").size(), 8U);
+    for (const char* program : {"cc1plus", "x86_64-linux-gnu-g++-12"}) {
+        for (const std::int32_t id : tree.all(program))
+            EXPECT_EQ(tree[id], id) << program;
     }
+    for (const std::int32_t id : tree.all("dash", "sh -c"))
+        EXPECT_EQ(tree[id], 0) << "a shell that waits for the compiler";
 }
 
 TEST(ApplicationRule, FoldsAMakeIntoTheMakeThatStartedIt) {
-    EXPECT_EQ(Tree("ssh")[1040], 1010);
+    const Tree tree("ssh");
+    EXPECT_EQ(tree.owner("make", "-j8"), tree.id("make", "-j8"));
+    EXPECT_EQ(tree.owner("make", "-C part"), tree.id("make", "-j8"));
+}
+
+TEST(ApplicationRule, ListsAllApplicationsOfAServerWithARemoteSession) {
+    const std::map<std::string, int> expected{{"bash", 2},
+                                              {"cc1plus", 8},
+                                              {"cups-browsed", 1},
+                                              {"cupsd", 1},
+                                              {"dbus-daemon", 2},
+                                              {"gvfs-afc-volume-monitor", 1},
+                                              {"gvfs-goa-volume-monitor", 1},
+                                              {"gvfs-gphoto2-volume-monitor", 1},
+                                              {"gvfs-mtp-volume-monitor", 1},
+                                              {"gvfs-udisks2-volume-monitor", 1},
+                                              {"gvfsd", 1},
+                                              {"make", 1},
+                                              {"nano", 1},
+                                              {"nginx", 1},
+                                              {"pipewire", 2},
+                                              {"polkitd", 1},
+                                              {"postgres", 1},
+                                              {"rsyslogd", 1},
+                                              {"systemd-journald", 1},
+                                              {"systemd-logind", 1},
+                                              {"systemd-networkd", 1},
+                                              {"tracker-miner-fs-3", 1},
+                                              {"udisksd", 1},
+                                              {"upowerd", 1},
+                                              {"wireplumber", 1},
+                                              {"x86_64-linux-gnu-g++-12", 8}};
+    EXPECT_EQ(Tree("ssh").applications(), expected);
 }
 
 TEST(ApplicationRule, LeavesOutRemoteLoginShellsAndMultiplexers) {
     const Tree tree("ssh");
-    for (const std::int32_t id : {600, 610, 900, 906, 907, 1000, 1001, 1050})
-        EXPECT_EQ(tree[id], 0) << id;
+    for (const char* program : {"sshd", "cron", "systemd", "tmux", "screen", "sudo", "agetty", "atd"}) {
+        EXPECT_FALSE(tree.all(program).empty()) << program;
+        for (const std::int32_t id : tree.all(program))
+            EXPECT_EQ(tree[id], 0) << program;
+    }
+    EXPECT_EQ(tree.all("bash", "-bash").size(), 3U);
+    for (const std::int32_t id : tree.all("bash", "-bash"))
+        EXPECT_EQ(tree[id], 0);
+    EXPECT_EQ(tree.owner("python3.11", "supervisord"), 0) << "a manager that is a script";
 }
 
 TEST(ApplicationRule, ShowsAScriptThatComputesByItselfUnderAMultiplexer) {
-    EXPECT_EQ(Tree("ssh")[1041], 1041);
-    EXPECT_EQ(Tree("ssh")[1051], 1051) << "started through a wrapper that only waits";
+    const Tree tree("ssh");
+    const std::vector<std::int32_t> scripts = tree.all("bash", "busy.sh");
+    EXPECT_EQ(scripts.size(), 2U) << "one of them started through a wrapper that only waits";
+    for (const std::int32_t id : scripts)
+        EXPECT_EQ(tree[id], id);
+    EXPECT_EQ(tree.owner("nano"), tree.id("nano"));
 }
 
-TEST(ApplicationRule, FoldsAServicesOwnProcessesAndThoseOfItsInstallationFolder) {
+TEST(ApplicationRule, FoldsAServicesOwnProcessesIntoIt) {
     const Tree tree("ssh");
-    for (const std::int32_t id : {620, 621, 622})
-        EXPECT_EQ(tree[id], 620) << id;
+    EXPECT_EQ(tree.all("postgres").size(), 6U);
+    for (const std::int32_t id : tree.all("postgres"))
+        EXPECT_EQ(tree[id], tree.all("postgres").front());
 }
 
 TEST(ApplicationRule, LeavesOutSessionAndServiceManagersOfADesktop) {
     const Tree tree("desktop");
-    for (const std::int32_t id : {1100, 1200, 1201, 1210})
-        EXPECT_EQ(tree[id], 0) << id;
+    for (const char* program : {"systemd", "gnome-session-binary", "gnome-session-ctl"}) {
+        EXPECT_FALSE(tree.all(program).empty()) << program;
+        for (const std::int32_t id : tree.all(program))
+            EXPECT_EQ(tree[id], 0) << program;
+    }
+}
+
+TEST(ApplicationRule, ListsAllApplicationsOfADesktop) {
+    const std::map<std::string, int> expected{{"Xwayland", 1},
+                                              {"accounts-daemon", 1},
+                                              {"at-spi-bus-launcher", 1},
+                                              {"bash", 2},
+                                              {"cc1plus", 2},
+                                              {"colord", 1},
+                                              {"cups-browsed", 1},
+                                              {"cupsd", 1},
+                                              {"dbus-daemon", 2},
+                                              {"dconf-service", 1},
+                                              {"evolution-addressbook-factory", 1},
+                                              {"evolution-alarm-notify", 1},
+                                              {"evolution-calendar-factory", 1},
+                                              {"evolution-source-registry", 1},
+                                              {"gcr-ssh-agent", 1},
+                                              {"gnome-calculator", 2},
+                                              {"gnome-keyring-daemon", 1},
+                                              {"gnome-shell", 1},
+                                              {"gnome-shell-calendar-server", 1},
+                                              {"gnome-terminal-server", 1},
+                                              {"gnome-text-editor", 1},
+                                              {"gsd-a11y-settings", 1},
+                                              {"gsd-color", 1},
+                                              {"gsd-datetime", 1},
+                                              {"gsd-housekeeping", 1},
+                                              {"gsd-keyboard", 1},
+                                              {"gsd-media-keys", 1},
+                                              {"gsd-power", 1},
+                                              {"gsd-print-notifications", 1},
+                                              {"gsd-printer", 1},
+                                              {"gsd-rfkill", 1},
+                                              {"gsd-screensaver-proxy", 1},
+                                              {"gsd-sharing", 1},
+                                              {"gsd-smartcard", 1},
+                                              {"gsd-sound", 1},
+                                              {"gsd-wacom", 1},
+                                              {"gsd-xsettings", 1},
+                                              {"gvfs-afc-volume-monitor", 1},
+                                              {"gvfs-goa-volume-monitor", 1},
+                                              {"gvfs-gphoto2-volume-monitor", 1},
+                                              {"gvfs-mtp-volume-monitor", 1},
+                                              {"gvfs-udisks2-volume-monitor", 1},
+                                              {"gvfsd", 1},
+                                              {"gvfsd-metadata", 1},
+                                              {"gvfsd-recent", 1},
+                                              {"gvfsd-trash", 1},
+                                              {"htop", 2},
+                                              {"ibus-daemon", 1},
+                                              {"ibus-dconf", 1},
+                                              {"ibus-engine-simple", 1},
+                                              {"ibus-extension-gtk3", 1},
+                                              {"ibus-portal", 1},
+                                              {"ibus-x11", 1},
+                                              {"make", 1},
+                                              {"nautilus", 1},
+                                              {"nginx", 1},
+                                              {"oosplash", 1},
+                                              {"pipewire", 2},
+                                              {"polkit-agent-helper-1", 1},
+                                              {"polkitd", 1},
+                                              {"postgres", 1},
+                                              {"power-profiles-daemon", 1},
+                                              {"python3.11", 1},
+                                              {"rsyslogd", 1},
+                                              {"ssh-agent", 1},
+                                              {"systemd-journald", 1},
+                                              {"systemd-logind", 1},
+                                              {"systemd-networkd", 1},
+                                              {"tracker-miner-fs-3", 1},
+                                              {"udisksd", 1},
+                                              {"upowerd", 1},
+                                              {"vim.tiny", 2},
+                                              {"wireplumber", 1},
+                                              {"x86_64-linux-gnu-g++-12", 2},
+                                              {"xdg-desktop-portal", 1},
+                                              {"xdg-desktop-portal-gnome", 1},
+                                              {"xdg-desktop-portal-gtk", 1},
+                                              {"xdg-permission-store", 1},
+                                              {"xterm", 3},
+                                              {"zenity", 1}};
+    EXPECT_EQ(Tree("desktop").applications(), expected);
 }
 
 TEST(ApplicationRule, FoldsNothingIntoADesktopsShell) {
     const Tree tree("desktop");
-    EXPECT_EQ(tree[1400], 1400);
-    EXPECT_EQ(tree[1420], 1420) << "another program of a folder that all programs share";
-    EXPECT_EQ(tree[1801], 1801) << "an application that the shell started";
+    const std::int32_t shell = tree.id("gnome-shell");
+    int started = 0;
+    for (const TreeProcess& one : tree.processes()) {
+        EXPECT_EQ(tree[one.id] == shell, one.id == shell) << one.command;
+        started += one.parent == shell;
+    }
+    EXPECT_GE(started, 2) << "it has children that could have been folded";
 }
 
 TEST(ApplicationRule, TakesAnApplicationServiceForAnApplication) {
-    EXPECT_EQ(Tree("desktop")[1500], 1500);
+    const Tree tree("desktop");
+    EXPECT_EQ(tree.owner("python3.11", "time.sleep"), tree.id("python3.11", "time.sleep"));
 }
 
 TEST(ApplicationRule, FoldsNothingThatRunsInATerminalIntoTheTerminal) {
     const Tree tree("desktop");
-    EXPECT_EQ(tree[1600], 1600) << "a terminal with a scope for each shell";
-    EXPECT_EQ(tree[1610], 0);
-    EXPECT_EQ(tree[1620], 1620);
-    EXPECT_EQ(tree[1700], 1700) << "a terminal with its shells in its own scope";
-    EXPECT_EQ(tree[1705], 1700) << "the terminal's own helper";
-    EXPECT_EQ(tree[1710], 0);
-    EXPECT_EQ(tree[1720], 1720);
-    EXPECT_EQ(tree[1730], 1730) << "the terminal's program, started inside the terminal";
+    int shown = 0;
+    for (const TreeProcess& one : tree.processes()) {
+        if (one.terminal == 0)
+            continue;
+        const bool onlyWaits = one.command == "bash" || one.command == "sh" || one.command == "agetty";
+        if (onlyWaits)
+            EXPECT_EQ(tree[one.id], 0) << one.command;
+        else if (one.id == tree.id("make", "-C part"))
+            EXPECT_EQ(tree[one.id], tree.id("make", "-j2"));
+        else
+            EXPECT_EQ(tree[one.id], one.id) << one.command;
+        shown += !onlyWaits;
+    }
+    EXPECT_EQ(shown, 15);
+    EXPECT_EQ(tree.all("xterm").size(), 3U) << "one of them started in another";
+    EXPECT_EQ(tree.owner("gnome-terminal-server"), tree.id("gnome-terminal-server"));
 }
 
 TEST(ApplicationRule, LooksPastTheWrapperThatLeadsAScope) {
     const Tree tree("desktop");
-    EXPECT_EQ(tree[1800], 0) << "a shell script that waits";
-    EXPECT_EQ(tree[1802], 1801);
-    EXPECT_EQ(tree[1900], 0) << "a sandbox that waits";
-    EXPECT_EQ(tree[1901], 1901);
+    EXPECT_EQ(tree.owner("bwrap"), 0) << "a sandbox that waits";
+    EXPECT_EQ(tree.owner("zenity"), tree.id("zenity"));
+    EXPECT_EQ(tree.owner("dash", "ibus-daemon"), 0) << "a shell that waits";
+    EXPECT_EQ(tree.owner("soffice.bin"), tree.id("oosplash"));
 }
 
 TEST(ApplicationRule, KeepsTwoRunsOfOneApplicationApart) {
     const Tree tree("desktop");
-    EXPECT_EQ(tree[1901], 1901);
-    EXPECT_EQ(tree[1950], 1950);
+    for (const char* program : {"xterm", "gnome-calculator"}) {
+        EXPECT_GE(tree.all(program).size(), 2U);
+        for (const std::int32_t id : tree.all(program))
+            EXPECT_EQ(tree[id], id) << program;
+    }
 }
 
 TEST(ApplicationRule, LetsTheOldestLeftProcessLeadAScopeWhoseLeaderEnded) {
-    std::vector<TreeProcess> tree = readProcessTree("browser");
-    std::erase_if(tree, [](const TreeProcess& one) { return one.id == 2301; });
+    const Tree whole("browser");
+    std::vector<TreeProcess> tree = whole.processes();
+    const std::int32_t browser = whole.all("chromium").front();
+    std::erase_if(tree, [&](const TreeProcess& one) { return one.id == browser; });
     const std::map<std::int32_t, std::int32_t> result = owners(tree);
-    EXPECT_EQ(result.at(2310), 2310);
-    EXPECT_EQ(result.at(2400), 2310);
+    const std::int32_t oldest = whole.all("chrome_crashpad_handler").front();
+    EXPECT_EQ(result.at(oldest), oldest);
+    for (const std::int32_t id : whole.all("chromium", "--type=renderer"))
+        EXPECT_EQ(result.at(id), oldest);
+}
+
+TEST(ApplicationRule, JoinsScopesOverSeveralSteps) {
+    const std::vector<TreeProcess> tree{process(100, 1, "/opt/a/a", "app-a-1.scope"),
+                                        process(98, 101, "/opt/a/a", "app-a-3.scope"),
+                                        process(101, 100, "/opt/a/a", "app-a-2.scope")};
+    std::vector<TreeProcess> reused = tree;
+    reused[1].start = 102; // after the ids began anew
+    for (const auto& [id, owner] : owners(reused))
+        EXPECT_EQ(owner, 100) << id;
+}
+
+TEST(ApplicationRule, KeepsScopesApartUnlessTheOlderOnesProgramStartedItselfInTheOther) {
+    std::vector<TreeProcess> tree{process(100, 1, "/opt/a/a", "app-a-1.scope"),
+                                  process(101, 100, "/opt/a/b", "app-b-2.scope"),
+                                  process(102, 100, "/opt/a/a", "app-a-3.scope")};
+    tree[2].terminal = 34816;
+    EXPECT_EQ(owners(tree).at(101), 101) << "another program";
+    EXPECT_EQ(owners(tree).at(102), 102) << "on a terminal";
+    tree[2].terminal = 0;
+    tree[2].command = "script";
+    EXPECT_EQ(owners(tree).at(102), 102) << "another script of one interpreter";
+    tree[2].command = tree[0].command;
+    EXPECT_EQ(owners(tree).at(102), 100);
+    tree[2].start = 99;
+    EXPECT_EQ(owners(tree).at(102), 102) << "a scope that is the older one";
 }
 
 TEST(ApplicationRule, TakesTheOldestProcessOfAScopeAfterTheIdsBeganAnew) {

@@ -457,16 +457,16 @@ TEST_F(LinuxProcessServiceTest, NamesAnApplicationWithoutAnEntryAsItsProgram) {
         {{.id = 100,
           .command = "backup.py",
           .program = "/usr/bin/python3.11",
-          .arguments = "/usr/bin/python3 /srv/backup.py -v"},
+          .arguments = {"/usr/bin/python3", "/srv/backup.py", "-v"}},
          "backup.py"},
         {{.id = 100,
           .command = "a-very-long-scr",
           .program = "/usr/bin/perl",
-          .arguments = "perl -w /srv/a-very-long-script"},
+          .arguments = {"perl", "-w", "/srv/a-very-long-script"}},
          "a-very-long-script"},
-        {{.id = 100, .command = "python3", .program = "/usr/bin/python3.11", .arguments = "python3 -c pass"},
+        {{.id = 100, .command = "python3", .program = "/usr/bin/python3.11", .arguments = {"python3", "-c", "pass"}},
          "python3"},
-        {{.id = 100, .command = "MainThread", .program = "/usr/bin/node", .arguments = "node app.js"}, "node"},
+        {{.id = 100, .command = "MainThread", .program = "/usr/bin/node", .arguments = {"node", "app.js"}}, "node"},
         {{.id = 100, .command = "hidden"}, "hidden"}};
     for (const Case& one : cases) {
         put(one.process);
