@@ -31,15 +31,28 @@ protected:
         return *statistics->bytesRead / 512;
     }
 
-    static void sample(DiskCounters& first, DiskCounters& second) {
-        static_cast<void>(sectorsRead(first));
-        static_cast<void>(sectorsRead(second));
-        now += 1'000 * millisecond;
-    }
-
     TemporaryFolder files_;
     BlockDevices devices_{SystemRoot(files_.path())};
     CounterGroup group_{testClock};
+};
+
+// Two disks after their first sample.
+class TwoDiskCounters : public DiskCountersTest {
+protected:
+    TwoDiskCounters() {
+        write("sda", 1);
+        write("sdb", 10);
+        sample();
+    }
+
+    void sample() {
+        static_cast<void>(sectorsRead(first_));
+        static_cast<void>(sectorsRead(second_));
+        now += 1'000 * millisecond;
+    }
+
+    DiskCounters first_{group_, devices_, "sda"};
+    DiskCounters second_{group_, devices_, "sdb"};
 };
 
 TEST_F(DiskCountersTest, GiveAnAskedDiskItsCountersOfNow) {
@@ -50,44 +63,30 @@ TEST_F(DiskCountersTest, GiveAnAskedDiskItsCountersOfNow) {
     EXPECT_EQ(sectorsRead(counters), 2);
 }
 
-TEST_F(DiskCountersTest, AreReadTogetherWithThoseOfTheFirstDiskOfASample) {
-    write("sda", 1);
-    write("sdb", 10);
-    DiskCounters first(group_, devices_, "sda");
-    DiskCounters second(group_, devices_, "sdb");
-    sample(first, second);
+TEST_F(TwoDiskCounters, AreReadTogetherWithThoseOfTheFirstDiskOfASample) {
     write("sda", 2);
     write("sdb", 20);
-    EXPECT_EQ(sectorsRead(first), 2);
+    EXPECT_EQ(sectorsRead(first_), 2);
     write("sdb", 30);
-    EXPECT_EQ(sectorsRead(second), 20);
+    EXPECT_EQ(sectorsRead(second_), 20);
 }
 
-TEST_F(DiskCountersTest, AreGivenOnceForEachReading) {
-    write("sda", 1);
-    write("sdb", 10);
-    DiskCounters first(group_, devices_, "sda");
-    DiskCounters second(group_, devices_, "sdb");
-    sample(first, second);
-    sample(first, second);
+TEST_F(TwoDiskCounters, AreGivenOnceForEachReading) {
+    static_cast<void>(sectorsRead(first_));
+    EXPECT_EQ(sectorsRead(second_), 10);
     write("sdb", 20);
-    EXPECT_EQ(sectorsRead(second), 20);
+    EXPECT_EQ(sectorsRead(second_), 20);
 }
 
-TEST_F(DiskCountersTest, AreReadAnewWhenTheyWaitedTooLong) {
-    write("sda", 1);
-    write("sdb", 10);
-    DiskCounters first(group_, devices_, "sda");
-    DiskCounters second(group_, devices_, "sdb");
-    sample(first, second);
-    static_cast<void>(sectorsRead(first));
+TEST_F(TwoDiskCounters, AreReadAnewWhenTheyWaitedTooLong) {
+    static_cast<void>(sectorsRead(first_));
     write("sdb", 20);
     now += 10 * millisecond;
-    EXPECT_EQ(sectorsRead(second), 10);
-    static_cast<void>(sectorsRead(first));
+    EXPECT_EQ(sectorsRead(second_), 10);
+    static_cast<void>(sectorsRead(first_));
     write("sdb", 30);
     now += 10 * millisecond + 1;
-    EXPECT_EQ(sectorsRead(second), 30);
+    EXPECT_EQ(sectorsRead(second_), 30);
 }
 
 TEST_F(DiskCountersTest, OfADiskThatNobodyAsksForAreNotRead) {
