@@ -2,6 +2,7 @@
 
 #include <SentrelKit/platform/linux/LinuxDispatch.h>
 
+#include "tests/support/Await.h"
 #include "tests/support/EnvironmentValue.h"
 #include "tests/support/PrivateBus.h"
 #include "tests/support/TemporaryFolder.h"
@@ -32,6 +33,19 @@ UserNotification titled(const std::string& title) {
     return notification;
 }
 
+/// The machine's queues, with one serial queue for all who ask: a test that stands in line knows what ran before it.
+class OneLineDispatch final : public Dispatch {
+public:
+    std::shared_ptr<DispatchQueue> mainQueue() override { return dispatch_.mainQueue(); }
+    std::shared_ptr<DispatchQueue> backgroundQueue() override { return dispatch_.backgroundQueue(); }
+    std::shared_ptr<DispatchQueue> serialQueue(const std::string& /*name*/) override { return line_; }
+    void runMain(double seconds) override { dispatch_.runMain(seconds); }
+
+private:
+    LinuxDispatch dispatch_;
+    std::shared_ptr<DispatchQueue> line_ = dispatch_.serialQueue("line");
+};
+
 /// A desktop on a bus of the test's own.
 class LinuxDesktopTest : public testing::Test {
 protected:
@@ -58,7 +72,7 @@ protected:
     }
 
     PrivateBus bus_;
-    LinuxDispatch dispatch_;
+    OneLineDispatch dispatch_;
     LinuxDesktop desktop_{dispatch_};
 };
 
@@ -141,6 +155,9 @@ TEST_F(LinuxDesktopTest, GoesOnAfterAServiceThatVanishes) {
 
 TEST_F(LinuxDesktopTest, DropsANotificationWhereThereIsNoService) {
     desktop_.deliver(titled("Nobody hears this"));
+    Event delivery;
+    dispatch_.serialQueue("test")->async([&] { delivery.happened(); });
+    ASSERT_TRUE(delivery.await());
     EXPECT_THAT(delivered(titled("Later")), HasSubstr("Later"));
 }
 

@@ -1,4 +1,5 @@
 #include <SentrelKit/platform/linux/LinuxDispatch.h>
+#include <SentrelKit/platform/linux/UniqueFd.h>
 
 #include "tests/support/Await.h"
 #include "tests/support/Sanitizers.h"
@@ -59,12 +60,11 @@ long workerSwitches() {
 
 TEST(LinuxDispatch, StartsNoThreadBeforeAQueueIsUsed) {
     const int before = threadCount();
-    const int descriptor = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    const UniqueFd descriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
     LinuxDispatch dispatch;
-    const auto watch = dispatch.watch(descriptor, EPOLLIN, [] {});
+    const auto watch = dispatch.watch(descriptor.get(), EPOLLIN, [] {});
     EXPECT_TRUE(watch);
     EXPECT_EQ(threadCount(), before);
-    close(descriptor);
 }
 
 TEST(LinuxDispatch, RunsBackgroundClosuresOffTheCallersThreadAtLowPriority) {
@@ -208,53 +208,51 @@ TEST(LinuxDispatch, ATimerCanBeReleasedFromInsideItsOwnTick) {
 }
 
 TEST(LinuxDispatch, ServesAWatchFromTheFirstUseOfAQueueOn) {
-    const int descriptor = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    const UniqueFd descriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
     Event noticed;
     LinuxDispatch dispatch;
-    auto watch = dispatch.watch(descriptor, EPOLLIN, [&] {
+    auto watch = dispatch.watch(descriptor.get(), EPOLLIN, [&] {
         eventfd_t value = 0;
-        if (eventfd_read(descriptor, &value) == 0)
+        if (eventfd_read(descriptor.get(), &value) == 0)
             noticed.happened();
     });
     ASSERT_TRUE(watch);
-    eventfd_write(descriptor, 1);
+    eventfd_write(descriptor.get(), 1);
     EXPECT_EQ(noticed.count(), 0);
     dispatch.backgroundQueue()->async([] {});
     ASSERT_TRUE(noticed.await());
-    eventfd_write(descriptor, 1);
+    eventfd_write(descriptor.get(), 1);
     ASSERT_TRUE(noticed.await(2));
     watch.reset();
-    eventfd_write(descriptor, 1);
+    eventfd_write(descriptor.get(), 1);
     Event later;
     dispatch.backgroundQueue()->async([&] { later.happened(); });
     ASSERT_TRUE(later.await());
     EXPECT_EQ(noticed.count(), 2);
-    close(descriptor);
 }
 
 TEST(LinuxDispatch, AnEventDuringACallMakesOneMoreCallAndNoneOverlaps) {
-    const int descriptor = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    const UniqueFd descriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
     std::atomic<int> inside{0};
     std::atomic<bool> overlapped{false};
     Event noticed;
     LinuxDispatch dispatch;
-    const auto watch = dispatch.watch(descriptor, EPOLLIN, [&] {
+    const auto watch = dispatch.watch(descriptor.get(), EPOLLIN, [&] {
         if (inside.fetch_add(1) != 0)
             overlapped = true;
         eventfd_t value = 0;
-        if (eventfd_read(descriptor, &value) == 0) {
+        if (eventfd_read(descriptor.get(), &value) == 0) {
             if (noticed.count() == 0)
-                eventfd_write(descriptor, 1); // the second event, while the first one's call runs
+                eventfd_write(descriptor.get(), 1); // the second event, while the first one's call runs
             noticed.happened();
         }
         inside.fetch_sub(1);
     });
     ASSERT_TRUE(watch);
     dispatch.backgroundQueue()->async([] {});
-    eventfd_write(descriptor, 1);
+    eventfd_write(descriptor.get(), 1);
     EXPECT_TRUE(noticed.await(2));
     EXPECT_FALSE(overlapped);
-    close(descriptor);
 }
 
 TEST(LinuxDispatch, ADescriptorThatCannotBeWatchedIsRefused) {
