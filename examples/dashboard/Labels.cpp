@@ -4,6 +4,7 @@
 #include <SentrelKit/views/FUIFont.h>
 
 #include <optional>
+#include <utility>
 
 namespace dashboard {
 
@@ -37,6 +38,15 @@ Color colorOf(LabelStyle style) {
     }
 }
 
+// The text without its last character (UTF-8).
+std::string withoutLast(std::string text) {
+    while (!text.empty() && (static_cast<unsigned char>(text.back()) & 0xC0U) == 0x80U)
+        text.pop_back();
+    if (!text.empty())
+        text.pop_back();
+    return text;
+}
+
 } // namespace
 
 std::shared_ptr<TextField> addLabel(View& view, Rect frame, LabelStyle style, const std::string& text,
@@ -48,6 +58,17 @@ std::shared_ptr<TextField> addLabel(View& view, Rect frame, LabelStyle style, co
     label->setStringValue(text);
     view.addSubview(label);
     return label;
+}
+
+void showEndToEnd(TextField& left, const std::string& leftText, TextField& right, const std::string& rightText) {
+    constexpr double gap = 8;
+    right.setStringValue(rightText);
+    const double room = left.bounds().width - right.fittingSize().width - gap;
+    left.setStringValue(leftText);
+    for (std::string kept = leftText; !kept.empty() && left.fittingSize().width > room;) {
+        kept = withoutLast(std::move(kept));
+        left.setStringValue(kept + "…");
+    }
 }
 
 } // namespace dashboard

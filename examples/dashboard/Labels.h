@@ -15,4 +15,9 @@ std::shared_ptr<sentrel::TextField> addLabel(sentrel::View& view, sentrel::Rect 
                                              const std::string& text = {},
                                              sentrel::TextAlignment alignment = sentrel::TextAlignment::left);
 
+/// Shows two texts on one line, each in a label that reaches from end to end: the left one is shortened where it would
+/// run into the right one.
+void showEndToEnd(sentrel::TextField& left, const std::string& leftText, sentrel::TextField& right,
+                  const std::string& rightText);
+
 } // namespace dashboard

@@ -16,8 +16,8 @@ Table::Table(Rect frame) : View(frame) {
 
 void Table::show(const Rows& rows) {
     for (std::size_t i = 0; i < rows_.size(); ++i) {
-        rows_[i].name->setStringValue(i < rows.size() ? rows[i].first : std::string());
-        rows_[i].value->setStringValue(i < rows.size() ? rows[i].second : std::string());
+        const Rows::value_type row = i < rows.size() ? rows[i] : Rows::value_type();
+        showEndToEnd(*rows_[i].name, row.first, *rows_[i].value, row.second);
     }
 }
 

@@ -38,8 +38,7 @@ void VolumePanel::show(const std::vector<std::shared_ptr<Disk::Volume>>& volumes
     while (rows_.size() < shown)
         addRow(titleHeight + static_cast<double>(rows_.size()) * rowHeight);
     for (std::size_t i = 0; i < shown; ++i) {
-        rows_[i].name->setStringValue(volumes[i]->name());
-        rows_[i].space->setStringValue(spaceText(*volumes[i]));
+        showEndToEnd(*rows_[i].name, volumes[i]->name(), *rows_[i].space, spaceText(*volumes[i]));
         rows_[i].bar->setPercent(volumes[i]->usagePercent());
         rows_[i].rates->setStringValue(ratesText(*volumes[i]));
     }

@@ -5,10 +5,20 @@
 
 #include <SentrelKit/SentrelKit.h>
 
+#include <array>
 #include <cstdio>
 #include <unistd.h>
 
 namespace {
+
+// The tasks take their first samples one interval after the start: a round before gives a short run all figures, and
+// the rates their beginning.
+void takeFirstSamples(sentrel::System& system) {
+    const std::array<sentrel::SystemResource*, 6> resources = {&system.cpu(),  &system.mem(), &system.net(),
+                                                               &system.disk(), &system.gpu(), &system.apps()};
+    for (sentrel::SystemResource* resource : resources)
+        resource->update();
+}
 
 // Rewrites one line while there is somebody to see it.
 void showProgress(double elapsed, double seconds) {
@@ -28,6 +38,7 @@ int main(int count, char** arguments) {
     }
 
     sentrel::System& system = sentrel::System::shared();
+    takeFirstSamples(system);
     system.start();
     system.start(system.disk());
     system.start(system.apps());
