@@ -3,6 +3,7 @@
 #include <SentrelKit/base/system/System.h>
 #include <SentrelKit/platform/linux/LinuxPlatform.h>
 
+#include "tests/support/Fixtures.h"
 #include "tests/support/ScriptedMachine.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -293,8 +294,8 @@ TEST(CPUData, AgreesWithAnIndependentReadingOfCapturedLoad) {
         double leastUsage;
     };
     for (const Case& each : {Case{"0", 0}, Case{"50", 25}, Case{"100", 50}}) {
-        const std::string before = contentOf(SENTREL_FIXTURES "/host/load/" + std::string(each.load) + "-before");
-        const std::string after = contentOf(SENTREL_FIXTURES "/host/load/" + std::string(each.load) + "-after");
+        const std::string before = contentOf(fixturePath("host/load/") + std::string(each.load) + "-before");
+        const std::string after = contentOf(fixturePath("host/load/") + std::string(each.load) + "-after");
         const TemporaryFolder folder;
         folder.write("proc/stat", before);
         platform::LinuxPlatform machine{platform::SystemRoot(folder.path())};

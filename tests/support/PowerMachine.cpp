@@ -1,5 +1,7 @@
 #include "tests/support/PowerMachine.h"
 
+#include "tests/support/Fixtures.h"
+
 #include <SentrelKit/probes/SystemManager.h>
 #include <SentrelKit/system/Battery.h>
 
@@ -17,7 +19,7 @@ namespace {
 constexpr std::string_view classFolder = "sys/class/power_supply/";
 
 std::ifstream openFixture(std::string_view machine, const char* suffix) {
-    std::string path = std::string(SENTREL_FIXTURES) + "/battery/" + std::string(machine) + suffix;
+    std::string path = fixturePath("battery/") + std::string(machine) + suffix;
     std::ifstream file(path);
     if (!file)
         throw std::runtime_error("no " + path);

@@ -1,5 +1,7 @@
 #include "ProcessTree.h"
 
+#include "tests/support/Fixtures.h"
+
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
@@ -27,7 +29,7 @@ std::string decoded(const std::string& text) {
 } // namespace
 
 std::vector<TreeProcess> readProcessTree(std::string_view name) {
-    std::ifstream file(std::string(SENTREL_FIXTURES) + "/processes/" + std::string(name) + ".tree");
+    std::ifstream file(fixturePath("processes/") + std::string(name) + ".tree");
     std::vector<TreeProcess> tree;
     for (std::string line; std::getline(file, line);) {
         if (line.empty() || line.front() == '#')

@@ -9,6 +9,7 @@
 #include "tests/support/ChildProgram.h"
 #include "tests/support/EchoHostGuard.h"
 #include "tests/support/EchoServer.h"
+#include "tests/support/Fixtures.h"
 #include "tests/support/NetworkNamespace.h"
 #include "tests/support/PrivateBus.h"
 
@@ -218,7 +219,7 @@ TEST_F(NetworkLive, AnnouncesExactlyOnceOverTheBusThatTheInternetIsBack) {
     const PrivateBus bus;
     if (!bus.runs() || std::system("/usr/bin/python3 -c 'import dbus, gi' 2>/dev/null") != 0)
         GTEST_SKIP() << "needs dbus-daemon and Python with dbus and gi";
-    ChildProgram service({"/usr/bin/python3", SENTREL_FIXTURES "/notifications/service.py", "body", "good"});
+    ChildProgram service({"/usr/bin/python3", fixturePath("notifications/service.py"), "body", "good"});
     ASSERT_EQ(service.readLine(), "ready");
     const auto samplesUntilConnected = [this](Network::ConnectionType wanted) {
         return samplesUntil([this, wanted] { return model_->connection() == wanted; });

@@ -1,5 +1,6 @@
 #include <SentrelKit/system/Battery.h>
 
+#include "tests/support/Fixtures.h"
 #include "tests/support/MainLoop.h"
 #include "tests/support/PowerMachine.h"
 #include "tests/support/TimeZone.h"
@@ -45,7 +46,7 @@ protected:
     }
 
     void load(const std::string& machine) {
-        std::ifstream file(std::string(SENTREL_FIXTURES) + "/battery/" + machine + ".umockdev");
+        std::ifstream file(fixturePath("battery/") + machine + ".umockdev");
         add(std::string(std::istreambuf_iterator<char>(file), {}));
         machine_.emplace(platform::SystemRoot());
         machine_->scripted().clock().setWallMicroseconds(noonOf13March2024 * 1'000'000);

@@ -2,6 +2,8 @@
 #include "Specimens.h"
 #include "TextRendererSuppressions.h"
 
+#include "tests/support/Fixtures.h"
+
 #include <tests/support/TemporaryFolder.h>
 
 #include <cairo.h>
@@ -46,7 +48,7 @@ TEST_F(Golden, EveryComponentLooksAsItDid) {
             const std::string name = specimen.name + "@" + std::to_string(scale) + "x.png";
             SCOPED_TRACE(name);
             ASSERT_TRUE(render(specimen, folder.path(name), scale));
-            const Image golden = imageOf(std::string(SENTREL_FIXTURES) + "/golden/" + name);
+            const Image golden = imageOf(fixturePath("golden/") + name);
             const Image fresh = imageOf(folder.path(name));
             ASSERT_EQ(cairo_surface_status(golden.get()), CAIRO_STATUS_SUCCESS);
             ASSERT_EQ(cairo_image_surface_get_width(fresh.get()), cairo_image_surface_get_width(golden.get()));

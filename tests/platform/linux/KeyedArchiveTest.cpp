@@ -1,5 +1,6 @@
 #include <SentrelKit/platform/KeyedArchive.h>
 
+#include "tests/support/Fixtures.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <array>
@@ -24,7 +25,7 @@ std::optional<PropertyList> unarchive(std::string_view text) {
 }
 
 std::string fixture(const std::string& name) {
-    std::ifstream file(std::string(SENTREL_FIXTURES) + "/preferences/" + name, std::ios::binary);
+    std::ifstream file(fixturePath("preferences/") + name, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
 }
 

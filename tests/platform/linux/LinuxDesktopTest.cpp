@@ -4,6 +4,7 @@
 
 #include "tests/support/Await.h"
 #include "tests/support/EnvironmentValue.h"
+#include "tests/support/Fixtures.h"
 #include "tests/support/PrivateBus.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -58,7 +59,7 @@ protected:
 
     std::unique_ptr<ChildProgram> serve(const char* capabilities, const char* behaviour) {
         auto service = std::make_unique<ChildProgram>(
-            std::vector<std::string>{python, SENTREL_FIXTURES "/notifications/service.py", capabilities, behaviour});
+            std::vector<std::string>{python, fixturePath("notifications/service.py"), capabilities, behaviour});
         EXPECT_EQ(service->readLine(), "ready");
         return service;
     }

@@ -1,5 +1,6 @@
 #include <SentrelKit/platform/linux/LinuxHostService.h>
 
+#include "tests/support/Fixtures.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <algorithm>
@@ -16,7 +17,7 @@
 namespace sentrel::platform {
 namespace {
 
-const std::string fixtures = SENTREL_FIXTURES "/host/";
+const std::string fixtures = fixturePath("host/");
 
 std::string brandOf(LinuxHostService& host) {
     std::array<char, 64> buffer;

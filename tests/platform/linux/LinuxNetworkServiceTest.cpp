@@ -3,6 +3,7 @@
 #include <SentrelKit/base/system/Net.h>
 #include <SentrelKit/platform/linux/LinuxDispatch.h>
 
+#include "tests/support/Fixtures.h"
 #include "tests/support/NetworkNamespace.h"
 #include "tests/support/PrivateBus.h"
 #include "tests/support/TemporaryFolder.h"
@@ -293,7 +294,7 @@ TEST_F(LinuxNetworkServiceTest, TakesTheWordOfTheConnectivityServiceWhereOneRuns
     for (const Case& each :
          {Case{"4", Connectivity::yes}, Case{"3", Connectivity::no}, Case{"2", Connectivity::no},
           Case{"1", Connectivity::no}, Case{"0", Connectivity::yes}, Case{"text", Connectivity::yes}}) {
-        ChildProgram service({"/usr/bin/python3", SENTREL_FIXTURES "/connectivity/service.py", each.word});
+        ChildProgram service({"/usr/bin/python3", fixturePath("connectivity/service.py"), each.word});
         ASSERT_EQ(service.readLine(), "ready");
         EXPECT_EQ(network_.connectivity(), each.meaning) << each.word;
     }
