@@ -17,7 +17,8 @@
 /// From inside a callback everything is allowed, the release of the channel included:
 /// - a subscription made during a fire gets the next fire (one fired by a later callback of the same fire counts as
 ///   next);
-/// - a subscription detached or cancelled during a fire, or one whose owner is released, gets nothing more;
+/// - a subscription detached or cancelled during a fire, or one whose owner is released, gets nothing more, also not
+///   what a queue or a delay still holds for it;
 /// - an exception of a callback passes through `fire`; the subscriptions behind it miss that value.
 
 #include <SentrelKit/platform/Dispatch.h>
@@ -100,17 +101,19 @@ public:
         return this->shared_from_this();
     }
 
-    /// Runs the callback on a queue. A value handed to the queue keeps the owner alive until it was delivered.
+    /// Runs the callback on a queue. A value on its way there does not keep the owner alive: it is dropped if, when its
+    /// turn comes, the owner is gone or the subscription was cancelled or detached. During the call the owner is kept.
     Handle dispatch(std::shared_ptr<DispatchQueue> queue) {
         dispatchQueue_ = std::move(queue);
         return this->shared_from_this();
     }
 
-    /// Ends the subscription: nothing more is delivered, a value that waits for its delay included. Any thread.
+    /// Ends the subscription: nothing more is delivered, a value that waits for its delay or on a queue included; only
+    /// a call that already runs finishes. Any thread.
     void cancel() noexcept { cancelled_.store(true, std::memory_order_relaxed); }
 
     /// The owner, or null when the subscription is dead. Any thread.
-    [[nodiscard]] std::shared_ptr<void> listener() const noexcept { return isCancelled() ? nullptr : owner_.lock(); }
+    [[nodiscard]] std::shared_ptr<void> listener() const noexcept { return isEnded() ? nullptr : owner_.lock(); }
 
     /// Whether it delivers at most one value.
     [[nodiscard]] bool once() const noexcept { return once_; }
@@ -120,7 +123,8 @@ public:
 
 private:
     [[nodiscard]] bool isCancelled() const noexcept { return cancelled_.load(std::memory_order_relaxed); }
-    [[nodiscard]] bool isAlive() const noexcept { return !isCancelled() && !owner_.expired(); }
+    [[nodiscard]] bool isEnded() const noexcept { return isCancelled() || spent_.load(std::memory_order_relaxed); }
+    [[nodiscard]] bool isAlive() const noexcept { return !isEnded() && !owner_.expired(); }
     [[nodiscard]] bool belongsTo(const void* identity) const noexcept { return identity_ == identity; }
 
     /// Whether the filter lets the value pass. A dead subscription's filter is not asked.
@@ -132,17 +136,22 @@ private:
     bool dispatchData(const Value& data) {
         if (!isAlive())
             return false;
-        const std::shared_ptr<void> heldForQueue = dispatchQueue_ && !delay_ ? listener() : nullptr;
         if (once_)
-            cancel();
+            spent_.store(true, std::memory_order_relaxed);
         if (delay_)
             enqueue(data);
-        else if (!dispatchQueue_)
+        else if (dispatchQueue_)
+            dispatchQueue_->async([self = this->shared_from_this(), data] { self->deliverOnQueue(data); });
+        else
             Payload::call(callback_, data);
-        else if (heldForQueue)
-            dispatchQueue_->async(
-                [self = this->shared_from_this(), heldForQueue, data] { Payload::call(self->callback_, data); });
         return isAlive();
+    }
+
+    // A one-shot subscription is spent by now; its delivery comes all the same.
+    void deliverOnQueue(const Value& data) {
+        const std::shared_ptr<void> owner = owner_.lock();
+        if (owner && !isCancelled())
+            Payload::call(callback_, data);
     }
 
     void enqueue(const Value& data) {
@@ -171,6 +180,7 @@ private:
     const void* const identity_;
     // Death before the owner's own; the weak pointer itself is never changed, so that any thread may ask it.
     std::atomic<bool> cancelled_{false};
+    std::atomic<bool> spent_{false}; ///< a one-shot subscription that has handed its value out
     bool once_ = false;
     std::optional<double> delay_;
     std::unique_ptr<Atomic<std::optional<Value>>> queuedData_;

@@ -347,16 +347,48 @@ TEST_F(SignalTest, DeliversAOneShotSubscriptionOnceThroughItsQueue) {
     EXPECT_THAT(received, ElementsAre(1));
 }
 
-TEST_F(SignalTest, KeepsTheOwnerUntilAValueHandedToAQueueWasDelivered) {
-    auto widget = std::make_shared<std::string>("alive");
-    const std::weak_ptr<std::string> watch = widget;
-    std::string seen;
-    signal.listen(widget, [&seen, plain = widget.get()](int) { seen = *plain; })->dispatch(dispatch::mainQueue());
+// A value on its way used to keep the owner alive: a released owner went on receiving, and under steady fire it never
+// died.
+TEST_F(SignalTest, DropsAValueOnAQueueWhenItsOwnerIsGone) {
+    auto widget = makeOwner();
+    const std::weak_ptr<void> watch = widget;
+    signal.listen(widget, record())->dispatch(dispatch::mainQueue());
     signal.fire(1);
     widget.reset();
+    EXPECT_TRUE(watch.expired());
+    machine.dispatch().runPending();
+    EXPECT_THAT(received, IsEmpty());
+}
+
+TEST_F(SignalTest, KeepsTheOwnerWhileItsCallbackRunsOnAQueue) {
+    auto widget = std::make_shared<std::string>("alive");
+    std::string seen;
+    signal
+        .listen(widget,
+                [&, plain = widget.get()](int) {
+                    widget.reset();
+                    seen = *plain;
+                })
+        ->dispatch(dispatch::mainQueue());
+    signal.fire(1);
     machine.dispatch().runPending();
     EXPECT_EQ(seen, "alive");
-    EXPECT_TRUE(watch.expired());
+    EXPECT_THAT(signal.listeners(), IsEmpty());
+}
+
+TEST_F(SignalTest, DropsAValueOnAQueueWhenItsSubscriptionIsCancelledOrDetached) {
+    const Owner other = makeOwner();
+    const auto cancelled = signal.listen(owner, record());
+    cancelled->dispatch(dispatch::mainQueue());
+    const auto once = signal.listenOnce(owner, record());
+    once->dispatch(dispatch::mainQueue());
+    signal.listen(other, record())->dispatch(dispatch::mainQueue());
+    signal.fire(1);
+    cancelled->cancel();
+    once->cancel();
+    signal.dettach(other);
+    machine.dispatch().runPending();
+    EXPECT_THAT(received, IsEmpty());
 }
 
 TEST_F(SignalTest, DettachRemovesEverySubscriptionOfItsOwnerAndTheDeadOnes) {
