@@ -1,5 +1,6 @@
 #include <SentrelKit/system/System.h>
 
+#include <SentrelKit/base/system/FirstUse.h>
 #include <SentrelKit/system/Task.h>
 
 #include <utility>
@@ -12,8 +13,8 @@ Task::Task(double interval, std::shared_ptr<SystemResource> resource, System::Gr
 
 System& System::shared() {
     // Never destroyed: samples may run until the process is gone.
-    static System& registry = *new System;
-    return registry;
+    static FirstUse<System>& registry = *new FirstUse<System>;
+    return registry.get([] { return new System; });
 }
 
 // The intervals are staggered on purpose, so that samples seldom fall together.

@@ -2,6 +2,10 @@
 
 /// Clang's thread-safety annotations (nothing under other compilers) and the annotated lock of the lower layers.
 
+#include <SentrelKit/base/system/ForkGate.h>
+
+#include <condition_variable>
+#include <memory>
 #include <mutex>
 
 #if defined(__clang__)
@@ -23,11 +27,19 @@
 
 namespace sentrel {
 
-/// The standard mutex with annotations, for the layers below `Mutex`. Works with std::condition_variable_any.
+/// The standard mutex with annotations, for the layers below `Mutex`. At a fork no other thread holds it.
 class SENTREL_CAPABILITY("mutex") Lock {
 public:
-    void lock() SENTREL_ACQUIRE() { mutex_.lock(); }
-    void unlock() SENTREL_RELEASE() { mutex_.unlock(); }
+    /// Waits for the lock.
+    void lock() SENTREL_ACQUIRE() {
+        ForkGate::enter();
+        mutex_.lock();
+    }
+    /// Gives the lock back.
+    void unlock() SENTREL_RELEASE() {
+        mutex_.unlock();
+        ForkGate::leave();
+    }
 
 private:
     std::mutex mutex_;
@@ -43,6 +55,47 @@ public:
 
 private:
     Lock& lock_;
+};
+
+/// What threads wait for under a `Lock`, which the caller of each member holds. In the child of a fork it begins anew:
+/// the threads that waited did not come along.
+class Condition {
+public:
+    Condition() = default;
+    ~Condition() { forgetOthersWaiting(); }
+    Condition(const Condition&) = delete;
+    Condition& operator=(const Condition&) = delete;
+
+    /// Wakes one of those that wait.
+    void notify_one() { current().notify_one(); }
+    /// Wakes all that wait.
+    void notify_all() { current().notify_all(); }
+    /// Waits, with the lock given back meanwhile; may also return without a reason.
+    void wait(Lock& lock) SENTREL_REQUIRES(lock) { current().wait(lock); }
+    /// The same up to a point in time.
+    template <class Time>
+    std::cv_status wait_until(Lock& lock, const Time& end) SENTREL_REQUIRES(lock) {
+        return current().wait_until(lock, end);
+    }
+
+private:
+    std::condition_variable_any& current() {
+        forgetOthersWaiting();
+        if (!condition_) {
+            condition_ = std::make_unique<std::condition_variable_any>();
+            generation_ = ForkGate::generation();
+        }
+        return *condition_;
+    }
+
+    // Left alone, not destroyed: its end would wait for threads that exist in the parent only.
+    void forgetOthersWaiting() noexcept {
+        if (generation_ != ForkGate::generation())
+            static_cast<void>(condition_.release());
+    }
+
+    std::unique_ptr<std::condition_variable_any> condition_;
+    unsigned generation_ = 0;
 };
 
 } // namespace sentrel

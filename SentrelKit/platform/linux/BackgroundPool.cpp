@@ -28,16 +28,10 @@ constexpr std::uint64_t wakerId = 0; // watches count from 1
 
 constexpr std::int64_t never = std::numeric_limits<std::int64_t>::max();
 
-// What a forked child cannot end properly, only let go: threads that exist in the parent alone, and the condition that
-// they sleep on.
-struct Abandoned {
-    std::vector<std::thread> workers;
-    std::vector<std::unique_ptr<std::condition_variable_any>> conditions;
-};
-
-Abandoned& abandoned() {
-    static Abandoned& things = *new Abandoned;
-    return things;
+// What a forked child cannot end properly, only let go: threads that exist in the parent alone.
+std::vector<std::thread>& abandonedWorkers() {
+    static std::vector<std::thread>& workers = *new std::vector<std::thread>;
+    return workers;
 }
 
 // A worker takes none of the host's signals.
@@ -58,7 +52,7 @@ private:
 
 } // namespace
 
-BackgroundPool::BackgroundPool() : changed_(std::make_unique<std::condition_variable_any>()) {
+BackgroundPool::BackgroundPool() {
     watchLane_ = makeLane(false);
 }
 
@@ -68,7 +62,7 @@ void BackgroundPool::stop() {
         const LockScope scope(lock_);
         stopping_ = true;
         workers.swap(workers_);
-        changed_->notify_all();
+        changed_.notify_all();
         if (waker_)
             eventfd_write(waker_.get(), 1);
     }
@@ -135,11 +129,10 @@ void BackgroundPool::endWatch(Watch& watch) {
 }
 
 void BackgroundPool::afterForkInChild() {
+    const LockScope scope(lock_);
     for (std::thread& worker : workers_)
-        abandoned().workers.push_back(std::move(worker));
+        abandonedWorkers().push_back(std::move(worker));
     workers_.clear();
-    abandoned().conditions.push_back(std::move(changed_));
-    changed_ = std::make_unique<std::condition_variable_any>();
     sleepers_ = 0;
     led_ = false;
     // The poller is shared with the parent, and so are the descriptors it watches: what arrives there is the parent's.
@@ -148,7 +141,6 @@ void BackgroundPool::afterForkInChild() {
     watches_.clear();
     for (const auto& lane : lanes_)
         lane->busy = false;
-    lock_.unlock();
 }
 
 void BackgroundPool::openPoller() {
@@ -180,7 +172,7 @@ void BackgroundPool::hurryLeader() {
 
 void BackgroundPool::callWorker() {
     if (sleepers_ > 0)
-        changed_->notify_one();
+        changed_.notify_one();
     else if (workers_.size() < maximumWorkers && !stopping_)
         startWorker();
 }
@@ -213,7 +205,7 @@ void BackgroundPool::work() {
             lead();
         } else {
             ++sleepers_;
-            changed_->wait(lock_);
+            changed_.wait(lock_);
             --sleepers_;
         }
     }

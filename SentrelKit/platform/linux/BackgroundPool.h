@@ -5,7 +5,6 @@
 #include <SentrelKit/platform/linux/ForkGuard.h>
 #include <SentrelKit/platform/linux/UniqueFd.h>
 
-#include <condition_variable>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -70,9 +69,7 @@ private:
         std::shared_ptr<Lane> lane;
     };
 
-    void beforeFork() override SENTREL_NO_THREAD_SAFETY_ANALYSIS { lock_.lock(); }
-    void afterForkInParent() override SENTREL_NO_THREAD_SAFETY_ANALYSIS { lock_.unlock(); }
-    void afterForkInChild() override SENTREL_NO_THREAD_SAFETY_ANALYSIS;
+    void afterForkInChild() override;
 
     void openPoller() SENTREL_REQUIRES(lock_);
     void use() SENTREL_REQUIRES(lock_);
@@ -89,7 +86,7 @@ private:
     bool arm(const Watch& watch, int operation) SENTREL_REQUIRES(lock_);
 
     Lock lock_;
-    std::unique_ptr<std::condition_variable_any> changed_ SENTREL_GUARDED_BY(lock_);
+    Condition changed_ SENTREL_GUARDED_BY(lock_);
     std::vector<std::shared_ptr<Lane>> lanes_ SENTREL_GUARDED_BY(lock_);
     std::shared_ptr<Lane> watchLane_ SENTREL_GUARDED_BY(lock_);
     std::map<std::uint64_t, std::shared_ptr<Watch>> watches_ SENTREL_GUARDED_BY(lock_);

@@ -10,7 +10,7 @@ namespace sentrel::platform {
 
 struct ForkHandlers {
     Lock lock;
-    std::vector<ForkGuard*> guards;
+    std::vector<ForkGuard*> guards SENTREL_GUARDED_BY(lock);
 
     // Never destroyed: a fork may happen while the process ends.
     static ForkHandlers& shared() {
@@ -18,23 +18,12 @@ struct ForkHandlers {
         return handlers;
     }
 
-    ForkHandlers() { pthread_atfork(&before, &inParent, &inChild); }
+    ForkHandlers() { pthread_atfork(nullptr, nullptr, &inChild); }
 
-    // The lock is taken in one handler and released in another, which the analysis cannot follow.
-    static void before() SENTREL_NO_THREAD_SAFETY_ANALYSIS {
-        shared().lock.lock();
-        for (ForkGuard* guard : shared().guards)
-            guard->beforeFork();
-    }
-    static void inParent() SENTREL_NO_THREAD_SAFETY_ANALYSIS {
-        for (ForkGuard* guard : shared().guards)
-            guard->afterForkInParent();
-        shared().lock.unlock();
-    }
-    static void inChild() SENTREL_NO_THREAD_SAFETY_ANALYSIS {
+    static void inChild() {
+        const LockScope scope(shared().lock);
         for (ForkGuard* guard : shared().guards)
             guard->afterForkInChild();
-        shared().lock.unlock();
     }
 };
 

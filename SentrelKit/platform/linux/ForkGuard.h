@@ -2,8 +2,9 @@
 
 namespace sentrel::platform {
 
-/// Keeps an object whole across fork: its lock is held while the process splits, so that neither side finds it half
-/// changed. Objects are made and released on any thread.
+/// Hears of a fork in its child, where only the forking thread exists: for what a lock cannot keep whole, such as
+/// threads and descriptors shared with the parent. No lock is held there by a thread that is gone (see ForkGate).
+/// Objects are made and released on any thread.
 class ForkGuard {
 public:
     ForkGuard(const ForkGuard&) = delete;
@@ -13,11 +14,6 @@ protected:
     ForkGuard();
     virtual ~ForkGuard();
 
-    /// Takes the object's lock.
-    virtual void beforeFork() = 0;
-    /// Releases it in the parent.
-    virtual void afterForkInParent() = 0;
-    /// Releases it in the child, where only the forking thread exists.
     virtual void afterForkInChild() = 0;
 
 private:

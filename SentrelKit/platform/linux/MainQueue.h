@@ -3,7 +3,6 @@
 #include <SentrelKit/base/system/ThreadSafety.h>
 #include <SentrelKit/platform/Dispatch.h>
 #include <SentrelKit/platform/TimedQueue.h>
-#include <SentrelKit/platform/linux/ForkGuard.h>
 
 #include <cstdint>
 #include <functional>
@@ -13,7 +12,7 @@ namespace sentrel::platform {
 
 /// The main queue: one source on the default GLib main context, attached at the first use. Closures cross threads under
 /// this queue's own lock; GLib only wakes the thread that runs the loop.
-class MainQueue final : public DispatchQueue, public ForkGuard, public std::enable_shared_from_this<MainQueue> {
+class MainQueue final : public DispatchQueue, public std::enable_shared_from_this<MainQueue> {
 public:
     MainQueue() = default;
     ~MainQueue() override;
@@ -36,10 +35,6 @@ public:
     void runReady();
 
 private:
-    void beforeFork() override SENTREL_NO_THREAD_SAFETY_ANALYSIS { lock_.lock(); }
-    void afterForkInParent() override SENTREL_NO_THREAD_SAFETY_ANALYSIS { lock_.unlock(); }
-    void afterForkInChild() override SENTREL_NO_THREAD_SAFETY_ANALYSIS { lock_.unlock(); }
-
     void wake();
 
     Lock lock_;

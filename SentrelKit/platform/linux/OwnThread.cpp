@@ -45,7 +45,7 @@ bool runOnOwnThread(std::function<void()> work) {
 struct OwnThreadQueue::State {
     Lock lock;
     std::deque<std::function<void()>> waiting SENTREL_GUARDED_BY(lock);
-    bool hasThread SENTREL_GUARDED_BY(lock) = false;
+    RunningFlag hasThread SENTREL_GUARDED_BY(lock);
 
     void serve() {
         for (;;) {

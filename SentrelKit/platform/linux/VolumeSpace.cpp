@@ -4,7 +4,6 @@
 
 #include <cerrno>
 #include <chrono>
-#include <condition_variable>
 #include <sys/statfs.h>
 #include <utility>
 
@@ -37,9 +36,9 @@ struct SpaceQuestion::State {
 
     const std::string path;
     Lock lock;
-    std::condition_variable_any changed;
-    bool outstanding SENTREL_GUARDED_BY(lock) = false;
-    bool hasThread SENTREL_GUARDED_BY(lock) = false;
+    Condition changed SENTREL_GUARDED_BY(lock);
+    RunningFlag outstanding SENTREL_GUARDED_BY(lock);
+    RunningFlag hasThread SENTREL_GUARDED_BY(lock);
     bool released SENTREL_GUARDED_BY(lock) = false;
     bool answered SENTREL_GUARDED_BY(lock) = false;
     std::optional<FileSystemSpace> space SENTREL_GUARDED_BY(lock);

@@ -1,6 +1,7 @@
 #include <SentrelKit/system/Mutex/Mutex.h>
 
 #include <SentrelKit/base/system/Assert.h>
+#include <SentrelKit/base/system/ForkGate.h>
 
 namespace sentrel {
 
@@ -11,6 +12,21 @@ Mutex::Mutex(SourceLocation where) noexcept {
 
 Mutex::~Mutex() {
     pthread_mutex_destroy(&mutex_);
+}
+
+bool Mutex::lock() noexcept {
+    ForkGate::enter();
+    if (pthread_mutex_lock(&mutex_) == 0)
+        return true;
+    ForkGate::leave();
+    return false;
+}
+
+bool Mutex::unlock() noexcept {
+    if (pthread_mutex_unlock(&mutex_) != 0)
+        return false;
+    ForkGate::leave();
+    return true;
 }
 
 void Mutex::lockFailed(SourceLocation where) noexcept {

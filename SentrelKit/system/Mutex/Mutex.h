@@ -23,7 +23,8 @@ struct SourceLocation {
 };
 
 /// A POSIX mutual-exclusion lock with default attributes. It is not recursive: a thread that locks it twice deadlocks.
-/// Every member may be called from any thread.
+/// Every member may be called from any thread. A fork waits, for a second at most, until no other thread holds it, so
+/// that the child can take it.
 class SENTREL_API SENTREL_CAPABILITY("mutex") Mutex {
 public:
     /// Stops the process with "Failed to initialize Mutex" if the system refuses.
@@ -33,10 +34,10 @@ public:
     Mutex& operator=(const Mutex&) = delete;
 
     /// Waits for the lock. False, without the lock, if the system refuses.
-    bool lock() noexcept SENTREL_ACQUIRE() { return pthread_mutex_lock(&mutex_) == 0; }
+    bool lock() noexcept SENTREL_ACQUIRE();
 
     /// Gives the lock back. False if the system refuses.
-    bool unlock() noexcept SENTREL_RELEASE() { return pthread_mutex_unlock(&mutex_) == 0; }
+    bool unlock() noexcept SENTREL_RELEASE();
 
     /// Runs the closure under the lock and returns its result. An exception of the closure gives the lock back and
     /// passes through. Stops the process with "Failed to lock mutex" if the system refuses the lock.
