@@ -9,6 +9,7 @@ namespace sentrel::platform {
 namespace {
 
 std::atomic<Platform*> replacement{nullptr};
+SessionMaker makeSession = nullptr;
 
 void install(Platform* platform) noexcept {
     replacement.store(platform, std::memory_order_release);
@@ -24,12 +25,19 @@ Platform& current() noexcept {
     return native;
 }
 
-Override::Override(Platform& platform) noexcept : previous_(replacement.load(std::memory_order_acquire)) {
+Override::Override(Platform& platform) : previous_(replacement.load(std::memory_order_acquire)) {
     install(&platform);
+    if (makeSession)
+        session_ = makeSession();
 }
 
 Override::~Override() {
+    session_.reset();
     install(previous_);
+}
+
+void setSessionMaker(SessionMaker maker) noexcept {
+    makeSession = maker;
 }
 
 } // namespace sentrel::platform

@@ -5,6 +5,8 @@
 
 #include <SentrelKit/Export.h>
 
+#include <memory>
+
 namespace sentrel::platform {
 
 class Clock;
@@ -38,18 +40,27 @@ public:
 /// The platform in force: the real machine, built on first use, unless an `Override` stands. Any thread.
 [[nodiscard]] SENTREL_API Platform& current() noexcept;
 
-/// Puts another platform and its clock in force for a scope. For tests and demos: made and released on one thread,
-/// nested scopes end in reverse order.
+/// Puts another platform and its clock in force for a scope, with a session of the probes of its own; what the probes
+/// kept for the platform before comes back with it. For tests and demos: made and released on one thread, nested scopes
+/// end in reverse order. Set the platform up first where the session's creation must see it; models that were made in
+/// the scope are released before it ends.
 class SENTREL_API Override {
 public:
-    explicit Override(Platform& platform) noexcept;
+    explicit Override(Platform& platform);
     ~Override();
     Override(const Override&) = delete;
     Override& operator=(const Override&) = delete;
 
 private:
     Platform* previous_;
+    std::shared_ptr<void> session_;
 };
+
+/// Makes what the layer above keeps for the platform in force, and with its release brings back what it kept before.
+using SessionMaker = std::shared_ptr<void> (*)();
+
+/// Tells overrides how sessions are made. The probes call it once, at load.
+void setSessionMaker(SessionMaker maker) noexcept;
 
 /// Builds the real machine. Each backend folder defines it once; `current()` calls it once.
 [[nodiscard]] Platform& makeNative();

@@ -14,9 +14,6 @@ namespace sentrel::probes {
 
 namespace {
 
-// The ticks at the previous call; at load zero, so that the first call measures the load since boot.
-platform::HostLoadTicks prevTicks;
-
 constexpr std::size_t brandSize = 64;
 static_assert(sizeof(SystemManager::cpuBrand) == brandSize + 1);
 
@@ -49,6 +46,7 @@ void _getHostInfo(const HostInfoBlock& block) {
 int _getCPUData(CPUData* data) {
     SENTREL_ASSERT(data);
     platform::HostService& host = platform::current().host();
+    platform::HostLoadTicks& prevTicks = System->prevTicks;
     const platform::HostLoadTicks ticks = host.loadTicks().value_or(prevTicks);
     *data = {};
 

@@ -27,8 +27,24 @@ void require(bool condition, const char* text, const char* operation, int line =
         assertionFailed(text, operation, "SentrelKit", line);
 }
 
+// The manager of a platform that is in force for a while; the one before stands aside meanwhile.
+class ScopedManager {
+public:
+    ScopedManager() { _constructor(); }
+    ~ScopedManager() {
+        delete System;
+        System = previous_;
+    }
+    ScopedManager(const ScopedManager&) = delete;
+    ScopedManager& operator=(const ScopedManager&) = delete;
+
+private:
+    SystemManager* previous_ = std::exchange(System, nullptr);
+};
+
 __attribute__((constructor)) void loadHook() {
     _constructor();
+    platform::setSessionMaker([]() -> std::shared_ptr<void> { return std::make_shared<ScopedManager>(); });
 }
 
 __attribute__((destructor)) void unloadHook() {

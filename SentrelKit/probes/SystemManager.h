@@ -1,13 +1,15 @@
 #pragma once
 
 /// The one shared session object of the probe layer. The load hook makes it before any other function of the library
-/// runs; it lives until the process ends. It holds the network-configuration watch, the session with the system's disk
+/// runs; it lives until the process ends. While another platform is in force (platform::Override), one of that platform
+/// stands in its place. It holds the network-configuration watch, the session with the system's disk
 /// service, the background queue, two text fields that probes fill, and the two callbacks through which the models hear
 /// of changes. Making it starts no thread: changes arrive on the background queue from the first use of a queue on.
 
 #include <SentrelKit/Export.h>
 #include <SentrelKit/base/system/ThreadSafety.h>
 #include <SentrelKit/platform/Dispatch.h>
+#include <SentrelKit/platform/HostService.h>
 
 #include <functional>
 #include <memory>
@@ -56,6 +58,7 @@ public:
     std::shared_ptr<DispatchQueue> backgroundQueue;            ///< the global queue of background priority
     std::unique_ptr<platform::DiskSession> daSession;          ///< shared by the disk probes; never null
     std::function<void(const BatteryData*)> swiftPowerSources; ///< set by _batteryNotification
+    platform::HostLoadTicks prevTicks; ///< of the call of _getCPUData before; zero before the first
 
 private:
     friend void scNotification();

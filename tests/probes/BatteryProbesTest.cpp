@@ -1,5 +1,7 @@
 #include <SentrelKit/probes/BatteryProbes.h>
 
+#include <SentrelKit/probes/SystemManager.h>
+
 #include "tests/support/CommaLocale.h"
 #include "tests/support/ScriptedMachine.h"
 #include "tests/support/TimeZone.h"

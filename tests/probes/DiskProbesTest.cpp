@@ -1,5 +1,7 @@
 #include <SentrelKit/probes/DiskProbes.h>
 
+#include <SentrelKit/probes/SystemManager.h>
+
 #include "../support/ScriptedMachine.h"
 
 #include <algorithm>

@@ -2,6 +2,7 @@
 
 #include <SentrelKit/base/system/System.h>
 #include <SentrelKit/platform/linux/LinuxPlatform.h>
+#include <SentrelKit/probes/SystemManager.h>
 
 #include "tests/support/Fixtures.h"
 #include "tests/support/ScriptedMachine.h"

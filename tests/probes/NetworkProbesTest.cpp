@@ -1,5 +1,7 @@
 #include <SentrelKit/probes/NetworkProbes.h>
 
+#include <SentrelKit/probes/SystemManager.h>
+
 #include "tests/support/EchoHostGuard.h"
 #include "tests/support/EchoServer.h"
 #include "tests/support/ScriptedMachine.h"

@@ -1,5 +1,7 @@
 #include <SentrelKit/probes/SystemManager.h>
 
+#include <SentrelKit/probes/HostProbes.h>
+
 #include "tests/support/ScriptedMachine.h"
 
 #include <gtest/gtest.h>
@@ -113,31 +115,59 @@ TEST(SystemManager, ABlockMayRegisterAnotherFromInsideItsCall) {
 TEST(SystemManager, ReportsRefusedKeysAndGoesOn) {
     platform::ScriptedPlatform machine;
     machine.network().acceptsKeys = false;
-    const platform::Override override(machine);
     testing::internal::CaptureStderr();
-    _constructor();
+    const platform::Override override(machine);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "Error installing System Configuration Notification\n");
     EXPECT_TRUE(machine.network().scheduled);
     int calls = 0;
     _networkConfigureNotification([&](const auto&...) { ++calls; });
     EXPECT_EQ(calls, 1);
-    delete System;
-    System = nullptr;
 }
 
 TEST(SystemManager, StopsTheProcessWithoutAConfigurationSession) {
     platform::ScriptedPlatform machine;
     machine.network().watches = false;
-    const platform::Override override(machine);
-    EXPECT_DEATH(_constructor(),
+    EXPECT_DEATH(const platform::Override override(machine),
                  "self->scSession.*-\\[SystemManager setUpSystemConfiguration\\], file SentrelKit, line");
 }
 
 TEST(SystemManager, StopsTheProcessWithoutADiskSession) {
     platform::ScriptedPlatform machine;
     machine.volumes().failing["openSession"] = true;
-    const platform::Override override(machine);
-    EXPECT_DEATH(_constructor(), "\\(daSession\\), function -\\[SystemManager init\\], file SentrelKit, line");
+    EXPECT_DEATH(const platform::Override override(machine),
+                 "\\(daSession\\), function -\\[SystemManager init\\], file SentrelKit, line");
+}
+
+// The manager used to stay that of the machine before, and one made for a machine stayed when that machine was gone.
+TEST(SystemManager, EachMachineInForceHasASessionOfItsOwn) {
+    SystemManager* const real = System;
+    {
+        platform::ScriptedPlatform outer;
+        outer.network().localHostName = "otter";
+        outer.host().loadTicksValue = platform::HostLoadTicks{.user = 100, .system = 0, .idle = 100, .nice = 0};
+        const platform::Override outerScope(outer);
+        SystemManager* const outerSession = System;
+        EXPECT_NE(outerSession, real);
+        System->updateSystemConfigurationProperties();
+        CPUData data{};
+        _getCPUData(&data);
+        EXPECT_EQ(data.user, 50);
+        {
+            platform::ScriptedPlatform inner;
+            inner.network().localHostName = "badger";
+            inner.host().loadTicksValue = platform::HostLoadTicks{.user = 101, .system = 0, .idle = 101 * 3, .nice = 0};
+            const platform::Override innerScope(inner);
+            _networkConfigureNotification([](const auto& host, const auto&...) { EXPECT_EQ(host, "badger"); });
+            _getCPUData(&data);
+            EXPECT_EQ(data.user, 25) << "the load since the machine's start, not since another machine's sample";
+        }
+        EXPECT_EQ(System, outerSession);
+        EXPECT_EQ(System->configuration().localhostName, "otter");
+        outer.host().loadTicksValue = platform::HostLoadTicks{.user = 101, .system = 0, .idle = 101, .nice = 0};
+        _getCPUData(&data);
+        EXPECT_EQ(data.user, 50);
+    }
+    EXPECT_EQ(System, real);
 }
 
 TEST(SystemManager, TheLoadHookReplacesAnObjectThatStoodBefore) {

@@ -36,7 +36,6 @@ private:
 class PowerMachine {
 public:
     explicit PowerMachine(const platform::SystemRoot& root, const platform::PowerChangeTimes& times = {});
-    ~PowerMachine();
     PowerMachine(const PowerMachine&) = delete;
     PowerMachine& operator=(const PowerMachine&) = delete;
 
@@ -63,7 +62,7 @@ private:
     };
 
     WithPower platform_;
-    std::optional<platform::Override> override_{platform_};
+    platform::Override override_{platform_};
 };
 
 /// What the battery probe and a new battery model say on the platform in force, as texts under the names that the

@@ -1,5 +1,7 @@
 #include <SentrelKit/system/Disk/Disk.h>
 
+#include <SentrelKit/probes/SystemManager.h>
+
 #include "../../support/ScriptedMachine.h"
 
 #include <gmock/gmock.h>
