@@ -3,7 +3,9 @@
 /// Everything that a host program uses. A host that draws nothing may include the headers of `system` and `settings`
 /// one by one and link SentrelKit::Core alone.
 
+#include <SentrelKit/Version.h>
 #include <SentrelKit/platform/Dispatch.h>
+#include <SentrelKit/probes/NetworkProbes.h>
 #include <SentrelKit/settings/DefaultsKey.h>
 #include <SentrelKit/settings/Number.h>
 #include <SentrelKit/settings/PropertyListCoder.h>

@@ -1,14 +1,22 @@
-# What "cmake --install" puts in place: libraries, headers, the CMake package and the pkg-config files.
-if(SENTREL_SANITIZE)
-    return()
-endif()
+# What "cmake --install" puts in place: libraries, headers, the CMake package, the pkg-config files and the licence.
 include(CMakePackageConfigHelpers)
 
 install(TARGETS SentrelKitCore SentrelKitViews SentrelKitTesting EXPORT SentrelKitTargets
-        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(EXPORT SentrelKitTargets NAMESPACE SentrelKit:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/SentrelKit)
 install(DIRECTORY SentrelKit DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h"
         PATTERN platform/linux EXCLUDE PATTERN platform/macos EXCLUDE PATTERN embed EXCLUDE)
+install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/SentrelKit)
+
+# A host of the static libraries links what they are made of too; the shared ones bring it themselves.
+set(static_libraries OFF)
+get_target_property(kind SentrelKitCore TYPE)
+if(kind STREQUAL STATIC_LIBRARY AND NOT APPLE)
+    set(static_libraries ON)
+    list(JOIN SENTREL_CORE_MODULES " " core_modules)
+    list(JOIN SENTREL_VIEWS_MODULES " " views_modules)
+    set(system_libraries "-lstdc++ -lm -pthread")
+endif()
 
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/SentrelKitConfigVersion.cmake COMPATIBILITY SameMinorVersion)
 configure_file(packaging/SentrelKitConfig.cmake.in ${PROJECT_BINARY_DIR}/SentrelKitConfig.cmake @ONLY)
@@ -17,7 +25,7 @@ install(FILES ${PROJECT_BINARY_DIR}/SentrelKitConfig.cmake ${PROJECT_BINARY_DIR}
 
 # The prefix is found from where the file lies, so that an installed tree can be moved.
 file(RELATIVE_PATH SENTREL_PC_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
-foreach(part core views)
+foreach(part core views testing)
     configure_file(packaging/sentrelkit-${part}.pc.in ${PROJECT_BINARY_DIR}/sentrelkit-${part}.pc @ONLY)
     install(FILES ${PROJECT_BINARY_DIR}/sentrelkit-${part}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 endforeach()

@@ -1,0 +1,7 @@
+#include <SentrelKit/views/Geometry.h>
+#include <SentrelKit/views/MediaTime.h>
+
+// Names nothing of the core library, which the drawing one needs.
+int main() {
+    return sentrel::mediaTime() > 0 ? 0 : 1;
+}

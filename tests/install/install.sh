@@ -1,0 +1,32 @@
+#!/usr/bin/env bash
+# Installs into a prefix and looks whether everything is there.
+# usage: install.sh BUILD_FOLDER PREFIX VERSION
+set -euo pipefail
+prefix=$2
+version=$3
+rm -rf "$prefix"
+cmake --install "$1" --prefix "$prefix" >/dev/null
+
+fail() {
+    echo "$*" >&2
+    exit 1
+}
+
+[ "$(grep -c 'Copyright .* The SentrelKit authors' "$prefix/share/doc/SentrelKit/LICENSE")" = 1 ] ||
+    fail "the licence names no holder"
+for part in core views testing; do
+    file=$(find "$prefix" -name "sentrelkit-$part.pc")
+    [ -n "$file" ] || fail "sentrelkit-$part.pc is not installed"
+    grep -qx "Version: $version" "$file" || fail "$file tells another version than $version"
+done
+[ -e "$prefix/include/SentrelKit/Version.h" ] || fail "the version header is not installed"
+if find "$prefix/include" -path '*platform/linux*' -o -path '*platform/macos*' | grep .; then
+    fail "a system's own headers are installed"
+fi
+
+# Until 1.0 each minor version may break hosts, so both numbers are in the name that a host loads.
+while read -r library; do
+    name=$(readelf -d "$library" | sed -n 's/.*SONAME.*\[\(.*\)\]/\1/p')
+    expected=$(basename "$library").$(sed -E 's/^(0\.[0-9]+|[0-9]+).*/\1/' <<<"$version")
+    [ "$name" = "$expected" ] || fail "$library calls itself $name, not $expected"
+done < <(find "$prefix" -name '*.so')

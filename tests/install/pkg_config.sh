@@ -1,0 +1,32 @@
+#!/usr/bin/env bash
+# Builds and runs hosts that find the installed package with pkg-config.
+# usage: pkg_config.sh PREFIX COMPILER
+set -euo pipefail
+prefix=$1
+compiler=$2
+here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+place=$(mktemp -d)
+trap 'rm -rf "$place"' EXIT
+PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name sentrelkit-core.pc)")
+export PKG_CONFIG_PATH
+libraries=$(pkg-config --variable=libdir sentrelkit-core)
+how=()
+[ -e "$libraries/libSentrelKitCore.so" ] || how=(--static)
+
+# build_and_run SOURCE MODULE...
+build_and_run() {
+    local program
+    program="$place/$(basename "$1" .cpp)"
+    "$compiler" -std=c++20 -DPACKAGE_VERSION="\"$(pkg-config --modversion sentrelkit-core)\"" "$here/host/$1" \
+        -o "$program" -Wl,--as-needed,-rpath,"$libraries" $(pkg-config "${how[@]}" --cflags --libs "${@:2}")
+    "$program"
+}
+build_and_run core_only.cpp sentrelkit-core
+build_and_run views_only.cpp sentrelkit-views
+build_and_run host.cpp sentrelkit-views sentrelkit-testing
+
+# A host that draws nothing pulls in no drawing library.
+if ldd "$place/core_only" | grep -E 'cairo|pango'; then
+    echo "the host that draws nothing loads a drawing library" >&2
+    exit 1
+fi
