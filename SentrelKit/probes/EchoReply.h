@@ -2,6 +2,8 @@
 
 /// The reply of an echo host: the address in its first line that begins with "IP".
 
+#include <SentrelKit/Export.h>
+
 #include <cstddef>
 #include <cstdint>
 

@@ -4,6 +4,7 @@
 /// periodically, a task on the background queue.
 
 #include <SentrelKit/Export.h>
+#include <SentrelKit/X11Names.h>
 #include <SentrelKit/system/Applications.h>
 #include <SentrelKit/system/Battery.h>
 #include <SentrelKit/system/CPU.h>

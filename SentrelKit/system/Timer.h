@@ -3,6 +3,7 @@
 /// Repeating timers on the main or the background queue, and closures that run once, later or elsewhere.
 
 #include <SentrelKit/Export.h>
+#include <SentrelKit/X11Names.h>
 #include <SentrelKit/platform/Dispatch.h>
 
 #include <cstdint>

@@ -3,6 +3,8 @@
 /// The characters of the icon font "Flat-UI-Pro-Icons": each constant is a text (UTF-8) of one character of its
 /// private-use area, to be set in `FUIFont::glyph(size)`. Any thread.
 
+#include <SentrelKit/Export.h>
+
 #include <string_view>
 
 namespace sentrel {

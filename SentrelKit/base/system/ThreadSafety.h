@@ -2,6 +2,7 @@
 
 /// Clang's thread-safety annotations (nothing under other compilers) and the annotated lock of the lower layers.
 
+#include <SentrelKit/Export.h>
 #include <SentrelKit/base/system/ForkGate.h>
 
 #include <condition_variable>

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <SentrelKit/Export.h>
+
 #include <cstdint>
 
 namespace sentrel {

@@ -2,6 +2,8 @@
 
 /// A font face as the text renderer knows it. For canvases.
 
+#include <SentrelKit/Export.h>
+
 #include <memory>
 #include <string>
 
