@@ -1,5 +1,7 @@
 #include "Options.h"
 
+#include "TerminalText.h"
+
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -39,7 +41,7 @@ std::optional<Options> parseOptions(int count, char** arguments) {
             continue;
         }
         if (argument != "--seconds" && argument != "--output") {
-            std::fprintf(stderr, "dashboard: unknown argument '%s' (try --help)\n", arguments[i]);
+            std::fprintf(stderr, "dashboard: unknown argument '%s' (try --help)\n", terminalText(argument).c_str());
             return std::nullopt;
         }
         if (!value || *value == '\0') {
@@ -53,7 +55,7 @@ std::optional<Options> parseOptions(int count, char** arguments) {
             options.seconds = *seconds;
         } else {
             std::fprintf(stderr, "dashboard: --seconds takes a number above 0 and up to %.0f, not '%s'\n", longest,
-                         value);
+                         terminalText(value).c_str());
             return std::nullopt;
         }
     }

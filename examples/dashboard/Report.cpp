@@ -1,5 +1,6 @@
 #include "Report.h"
 
+#include "TerminalText.h"
 #include "Texts.h"
 
 #include <SentrelKit/system/Formatting.h>
@@ -15,8 +16,9 @@ using namespace sentrel;
 
 namespace {
 
-void line(const char* name, const std::string& text) {
-    std::printf("  %-14s %s\n", name, text.c_str());
+// Everything below is printed here: no name or text of the machine reaches the terminal as it is.
+void line(const std::string& name, const std::string& text) {
+    std::printf("  %-14s %s\n", terminalText(name).c_str(), terminalText(text).c_str());
 }
 
 template <class... Arguments>
@@ -65,7 +67,7 @@ void printGraphics(const GPU& gpu) {
 void printDisk(const Disk& disk) {
     std::puts("Volumes");
     for (const auto& volume : sortedVolumes(disk)) {
-        line(volume->name().c_str(),
+        line(volume->name(),
              spaceText(*volume) + " at " + volume->path() + " (" + volume->fstype() + " on " + volume->device() + ")");
         line("", ratesText(*volume));
         if (volume->smart())
@@ -82,7 +84,7 @@ void printNetwork(const Network& network) {
     line("router", network.router().value_or("none"));
     line("DNS", network.dns().value_or("none"));
     for (const auto& [device, interface] : network.interfaces()) {
-        line(device.c_str(), interface->name() + ", " + interface->ipaddr());
+        line(device, interface->name() + ", " + interface->ipaddr());
         line("", ratesText(*interface));
         line("", "peaks: " + peaksText(*interface));
     }

@@ -2,6 +2,7 @@
 #include "Card.h"
 #include "Options.h"
 #include "Report.h"
+#include "TerminalText.h"
 
 #include <SentrelKit/SentrelKit.h>
 
@@ -58,9 +59,9 @@ int main(int count, char** arguments) {
     dashboard::Card card(system);
     card.refresh();
     if (!sentrel::renderPNG(card, options->output, 2)) {
-        std::fprintf(stderr, "dashboard: cannot write %s\n", options->output.c_str());
+        std::fprintf(stderr, "dashboard: cannot write %s\n", dashboard::terminalText(options->output).c_str());
         return 1;
     }
-    std::printf("Wrote %s\n", options->output.c_str());
+    std::printf("Wrote %s\n", dashboard::terminalText(options->output).c_str());
     return 0;
 }

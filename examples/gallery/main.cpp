@@ -300,7 +300,7 @@ int main(int argc, char** argv) {
                          : endsWith(path, ".pdf") ? renderPDF(sheet, path, settled)
                                                   : renderPNG(sheet, path, 2.0, settled);
     if (!written) {
-        std::fprintf(stderr, "cannot write %s\n", path.c_str());
+        std::fputs("gallery: cannot write the picture\n", stderr);
         return 1;
     }
     return 0;
