@@ -1,40 +1,66 @@
 /// A minimal echo host: an HTTP server that answers each caller with its own address, in the line that
-/// `probes::_getPublicAddress` looks for. One caller at a time.
+/// `probes::_getPublicAddress` looks for.
 ///
 ///     echo_server 8080 &
 ///     SENTREL_ECHO_HOST=localhost SENTREL_ECHO_PORT=8080 your_program
+///
+/// The port 0 takes a free one. One thread serves all callers, each as soon as its request is there: one who is slow,
+/// or says nothing at all, keeps nobody waiting. Where room or descriptors run out, the oldest caller goes.
 
 #include <SentrelKit/base/system/Net.h>
 
+#include <algorithm>
 #include <array>
+#include <cerrno>
+#include <charconv>
+#include <chrono>
+#include <cstdint>
 #include <cstdio>
-#include <cstdlib>
+#include <cstring>
 #include <netinet/in.h>
+#include <optional>
+#include <poll.h>
 #include <string>
+#include <string_view>
 #include <sys/socket.h>
-#include <sys/time.h>
 #include <unistd.h>
+#include <utility>
+#include <vector>
 
 namespace {
 
-// A caller who does not send its request, or does not read the answer, waits so long at most for itself.
-constexpr timeval patience{2, 0};
+using Clock = std::chrono::steady_clock;
 
-/// A socket that listens on both kinds of addresses, or -1.
-int listenOn(std::uint16_t port) {
-    const int listener = ::socket(AF_INET6, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    const int yes = 1;
-    const int no = 0;
-    ::setsockopt(listener, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
-    ::setsockopt(listener, IPPROTO_IPV6, IPV6_V6ONLY, &no, sizeof no);
-    sockaddr_in6 place{};
-    place.sin6_family = AF_INET6;
-    place.sin6_addr = in6addr_any;
-    place.sin6_port = htons(port);
-    if (::bind(listener, reinterpret_cast<const sockaddr*>(&place), sizeof place) != 0 || ::listen(listener, 16) != 0)
-        return -1;
-    return listener;
-}
+constexpr std::size_t mostCallers = 64;
+constexpr std::size_t longestRequest = 16384;   // bytes
+constexpr std::chrono::seconds patience{5};     // for a whole request
+constexpr std::chrono::milliseconds pause{100}; // before the next try to accept when there are no descriptors
+
+class Descriptor {
+public:
+    explicit Descriptor(int number) : number_(number) {}
+    ~Descriptor() {
+        if (number_ >= 0)
+            ::close(number_);
+    }
+    Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
+    Descriptor& operator=(Descriptor&& other) noexcept {
+        std::swap(number_, other.number_);
+        return *this;
+    }
+    [[nodiscard]] int get() const { return number_; }
+
+private:
+    int number_;
+};
+
+struct Caller {
+    Descriptor connection;
+    std::string address;
+    Clock::time_point end = Clock::now() + patience;
+    std::string request{};
+    bool served = false;
+};
 
 std::string textOf(const sockaddr_in6& address) {
     std::array<char, 65> text{};
@@ -46,44 +72,133 @@ std::string textOf(const sockaddr_in6& address) {
     return whole.rfind(mapped, 0) == 0 ? whole.substr(mapped.size()) : whole;
 }
 
-void skipRequest(int connection) {
-    std::string request;
-    std::array<char, 1024> bytes{};
-    while (request.size() < 16384 && request.find("\r\n\r\n") == std::string::npos) {
-        const ssize_t count = ::recv(connection, bytes.data(), bytes.size(), 0);
-        if (count <= 0)
-            return;
-        request.append(bytes.data(), static_cast<std::size_t>(count));
-    }
-}
-
-void answer(int connection, const sockaddr_in6& caller) {
-    ::setsockopt(connection, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
-    ::setsockopt(connection, SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
-    skipRequest(connection);
-    const std::string body = "IP: " + textOf(caller) + "\r\n";
+/// Answers, as far as the connection takes it at once: a new connection has room for much more than this.
+void answer(Caller& caller) {
+    const std::string body = "IP: " + caller.address + "\r\n";
     const std::string reply =
         "HTTP/1.1 200 OK\r\nContent-Type: text/plain\r\nContent-Length: " + std::to_string(body.size()) +
         "\r\nConnection: close\r\n\r\n" + body;
-    ::send(connection, reply.data(), reply.size(), MSG_NOSIGNAL);
+    ::send(caller.connection.get(), reply.data(), reply.size(), MSG_NOSIGNAL);
+    caller.served = true;
+}
+
+/// Reads what is there of the request, and answers once it is whole.
+void serve(Caller& caller) {
+    std::array<char, 1024> bytes{};
+    const ssize_t count = ::recv(caller.connection.get(), bytes.data(), bytes.size(), 0);
+    if (count < 0) {
+        caller.served = errno != EAGAIN && errno != EINTR;
+        return;
+    }
+    caller.request.append(bytes.data(), static_cast<std::size_t>(count));
+    if (count == 0 || caller.request.find("\r\n\r\n") != std::string::npos || caller.request.size() >= longestRequest)
+        answer(caller);
+}
+
+/// A listening socket and those who called.
+class Server {
+public:
+    explicit Server(Descriptor listener) : listener_(std::move(listener)) {}
+
+    /// Waits until something happens, and sees to it.
+    void turn() {
+        std::vector<pollfd> watched;
+        for (const Caller& caller : callers_)
+            watched.push_back({caller.connection.get(), POLLIN, 0});
+        const bool paused = Clock::now() < acceptsAgain_;
+        if (!paused)
+            watched.push_back({listener_.get(), POLLIN, 0});
+        if (::poll(watched.data(), watched.size(), wait(paused)) < 0)
+            return;
+        for (std::size_t i = 0; i < callers_.size(); ++i)
+            if (watched[i].revents != 0)
+                serve(callers_[i]);
+        const auto isOver = [now = Clock::now()](const Caller& caller) { return caller.served || caller.end <= now; };
+        callers_.erase(std::remove_if(callers_.begin(), callers_.end(), isOver), callers_.end());
+        if (!paused && watched.back().revents != 0)
+            accept();
+    }
+
+private:
+    /// Milliseconds until the first caller's patience or the pause is over; -1 for ever.
+    [[nodiscard]] int wait(bool paused) const {
+        std::optional<Clock::time_point> next;
+        if (!callers_.empty())
+            next = callers_.front().end;
+        if (paused)
+            next = next ? std::min(*next, acceptsAgain_) : acceptsAgain_;
+        if (!next)
+            return -1;
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(*next - Clock::now());
+        return static_cast<int>(std::max<std::int64_t>(left.count(), 0));
+    }
+
+    void accept() {
+        if (callers_.size() == mostCallers)
+            callers_.erase(callers_.begin());
+        sockaddr_in6 address{};
+        socklen_t length = sizeof address;
+        const int connection =
+            ::accept4(listener_.get(), reinterpret_cast<sockaddr*>(&address), &length, SOCK_CLOEXEC | SOCK_NONBLOCK);
+        if (connection >= 0) {
+            callers_.push_back({Descriptor(connection), textOf(address)});
+        } else if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
+            // The caller stays in line, and the listening socket ready: watching on would only spin.
+            if (callers_.empty())
+                acceptsAgain_ = Clock::now() + pause;
+            else
+                callers_.erase(callers_.begin());
+        }
+    }
+
+    Descriptor listener_;
+    std::vector<Caller> callers_; // the oldest first
+    Clock::time_point acceptsAgain_{};
+};
+
+/// A socket that listens on both kinds of addresses, -1 if it cannot.
+int listenOn(std::uint16_t port) {
+    const int listener = ::socket(AF_INET6, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    const int yes = 1;
+    const int no = 0;
+    ::setsockopt(listener, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+    ::setsockopt(listener, IPPROTO_IPV6, IPV6_V6ONLY, &no, sizeof no);
+    sockaddr_in6 place{};
+    place.sin6_family = AF_INET6;
+    place.sin6_addr = in6addr_any;
+    place.sin6_port = htons(port);
+    socklen_t length = sizeof place;
+    if (::bind(listener, reinterpret_cast<const sockaddr*>(&place), sizeof place) != 0 ||
+        ::listen(listener, SOMAXCONN) != 0 ||
+        ::getsockname(listener, reinterpret_cast<sockaddr*>(&place), &length) != 0)
+        return -1;
+    std::printf("echo_server: port %u\n", unsigned{ntohs(place.sin6_port)});
+    std::fflush(stdout);
+    return listener;
+}
+
+std::optional<std::uint16_t> parsePort(std::string_view text) {
+    std::uint16_t port = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), port);
+    if (error != std::errc() || end != text.data() + text.size())
+        return std::nullopt;
+    return port;
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
-    const int port = argc == 2 ? std::atoi(argv[1]) : 80;
-    const int listener = port >= 1 && port <= 65535 ? listenOn(static_cast<std::uint16_t>(port)) : -1;
+    const std::optional<std::uint16_t> port = argc == 1 ? 80 : argc == 2 ? parsePort(argv[1]) : std::nullopt;
+    if (!port) {
+        std::fputs("usage: echo_server [port]\n", stderr);
+        return 2;
+    }
+    const int listener = listenOn(*port);
     if (listener < 0) {
-        std::perror("echo_server: cannot listen (usage: echo_server [port])");
+        std::perror("echo_server: cannot listen");
         return 1;
     }
-    for (;;) {
-        sockaddr_in6 caller{};
-        socklen_t length = sizeof caller;
-        const int connection = ::accept4(listener, reinterpret_cast<sockaddr*>(&caller), &length, SOCK_CLOEXEC);
-        if (connection < 0)
-            continue;
-        answer(connection, caller);
-        ::close(connection);
-    }
+    Server server{Descriptor(listener)};
+    for (;;)
+        server.turn();
 }

@@ -15,6 +15,8 @@ public:
     ChildProgram(const ChildProgram&) = delete;
     ChildProgram& operator=(const ChildProgram&) = delete;
 
+    [[nodiscard]] pid_t id() const noexcept { return id_; }
+
     /// The next line without its end; absent at the end of the output, or if none comes for as long as a test may take.
     [[nodiscard]] std::optional<std::string> readLine();
 
