@@ -1,14 +1,14 @@
 #include <SentrelKit/platform/KeyedArchive.h>
 
+#include <SentrelKit/platform/linux/PropertyListFormat.h>
 #include <SentrelKit/platform/linux/PropertyListNode.h>
 
-#include <cstdlib>
 #include <glib.h>
 #include <initializer_list>
 #include <map>
 #include <string>
 #include <string_view>
-#include <vector>
+#include <utility>
 
 namespace sentrel::platform {
 
@@ -137,33 +137,25 @@ private:
     std::map<std::string, std::uint64_t> classes_;
 };
 
+std::string_view textOf(const PropertyList* value) noexcept {
+    const auto* text = value ? value->as<std::string>() : nullptr;
+    return text ? std::string_view(*text) : std::string_view();
+}
+
 /// The entries of a list; none for anything else.
-std::vector<plist_t> itemsOf(plist_t list) {
-    std::vector<plist_t> items;
-    if (!PLIST_IS_ARRAY(list))
-        return items;
-    items.resize(plist_array_get_size(list));
-    plist_array_iter iterator = nullptr;
-    plist_array_new_iter(list, &iterator);
-    for (plist_t& item : items)
-        plist_array_next_item(list, iterator, &item);
-    std::free(iterator);
-    return items;
+const PropertyList::List& itemsOf(const PropertyList* value) noexcept {
+    static const PropertyList::List none;
+    const auto* list = value ? value->as<PropertyList::List>() : nullptr;
+    return list ? *list : none;
 }
 
-plist_t entryOf(plist_t dictionary, const char* key) {
-    return PLIST_IS_DICT(dictionary) ? plist_dict_get_item(dictionary, key) : nullptr;
-}
-
-std::string_view textOf(plist_t node) {
-    std::uint64_t length = 0;
-    const char* text = PLIST_IS_STRING(node) ? plist_get_string_ptr(node, &length) : nullptr;
-    return text ? std::string_view(text, static_cast<std::size_t>(length)) : std::string_view();
+const PropertyList* entryOf(const PropertyList* value, const char* key) noexcept {
+    return value ? value->find(key) : nullptr;
 }
 
 class Unarchiver {
 public:
-    explicit Unarchiver(plist_t file) : file_(file), objects_(itemsOf(entryOf(file, objectsKey))) {}
+    explicit Unarchiver(const PropertyList& file) : file_(&file), objects_(itemsOf(file.find(objectsKey))) {}
 
     std::optional<PropertyList> unarchive() {
         if (textOf(entryOf(file_, "$archiver")) != "NSKeyedArchiver")
@@ -174,24 +166,22 @@ public:
 private:
     using Value = std::optional<PropertyList>;
 
-    /// The object that a reference names; null for none. XML spells references as dictionaries.
-    [[nodiscard]] plist_t object(plist_t reference) const {
-        std::uint64_t index = 0;
-        if (PLIST_IS_UID(reference))
-            plist_get_uid_val(reference, &index);
-        else if (plist_t number = entryOf(reference, "CF$UID"); PLIST_IS_UINT(number))
-            plist_get_uint_val(number, &index);
-        return index > 0 && index < objects_.size() ? objects_[static_cast<std::size_t>(index)] : nullptr;
+    /// The object that a reference names; null for none.
+    [[nodiscard]] const PropertyList* object(const PropertyList* reference) const {
+        const PropertyList* place = entryOf(reference, archiveReferenceKey);
+        const auto* index = place ? place->as<std::int64_t>() : nullptr;
+        const bool known = index && *index > 0 && std::cmp_less(*index, objects_.size());
+        return known ? &objects_[static_cast<std::size_t>(*index)] : nullptr;
     }
 
-    Value value(plist_t reference, int depth) {
-        plist_t const node = object(reference);
-        if (!node || depth > propertyListDepthLimit || !spend(node))
+    Value value(const PropertyList* reference, int depth) {
+        const PropertyList* node = object(reference);
+        if (!node || depth > propertyListDepthLimit || !spend(objectShare))
             return std::nullopt;
-        if (!PLIST_IS_DICT(node))
-            return PLIST_IS_ARRAY(node) ? std::nullopt : propertyListFromNode(node);
-        for (plist_t ancestor : itemsOf(entryOf(object(entryOf(node, classKey)), "$classes"))) {
-            const std::string_view name = textOf(ancestor);
+        if (!node->as<PropertyList::Dictionary>())
+            return node->as<PropertyList::List>() ? std::nullopt : plain(node);
+        for (const PropertyList& ancestor : itemsOf(entryOf(object(entryOf(node, classKey)), "$classes"))) {
+            const std::string_view name = textOf(&ancestor);
             if (name == "NSArray")
                 return list(node, depth);
             if (name == "NSDictionary")
@@ -204,33 +194,38 @@ private:
                 return date(node);
             if (name == "NSURL")
                 return address(node, depth);
+            if (!spend(objectShare))
+                return std::nullopt;
         }
         return std::nullopt;
     }
 
-    /// Counts an object; false when the archive unfolds to too much.
-    bool spend(plist_t node) {
-        std::uint64_t content = 0;
-        if (PLIST_IS_DATA(node))
-            plist_get_data_ptr(node, &content);
-        else if (PLIST_IS_STRING(node))
-            plist_get_string_ptr(node, &content);
-        unfolded_ += objectShare + content;
+    /// Counts a step; false when the archive unfolds to too much.
+    bool spend(std::size_t size) {
+        unfolded_ += size;
         return unfolded_ <= unfoldedLimit;
     }
 
-    template <class Kind>
-    static Value ofKind(plist_t node) {
-        Value value = node ? propertyListFromNode(node) : std::nullopt;
-        return value && value->as<Kind>() ? value : std::nullopt;
+    Value plain(const PropertyList* node) {
+        std::size_t content = 0;
+        if (const auto* bytes = node->as<PropertyList::Bytes>())
+            content = bytes->size();
+        else if (const auto* text = node->as<std::string>())
+            content = text->size();
+        return spend(content) ? Value(*node) : std::nullopt;
     }
 
-    std::optional<PropertyList::List> values(plist_t references, int depth) {
-        if (!PLIST_IS_ARRAY(references))
+    template <class Kind>
+    Value ofKind(const PropertyList* node) {
+        return node && node->as<Kind>() ? plain(node) : std::nullopt;
+    }
+
+    std::optional<PropertyList::List> values(const PropertyList* references, int depth) {
+        if (!references || !references->as<PropertyList::List>())
             return std::nullopt;
         PropertyList::List list;
-        for (plist_t reference : itemsOf(references)) {
-            Value item = value(reference, depth + 1);
+        for (const PropertyList& reference : itemsOf(references)) {
+            Value item = value(&reference, depth + 1);
             if (!item)
                 return std::nullopt;
             list.push_back(std::move(*item));
@@ -238,15 +233,15 @@ private:
         return list;
     }
 
-    Value list(plist_t node, int depth) {
+    Value list(const PropertyList* node, int depth) {
         auto items = values(entryOf(node, "NS.objects"), depth);
         return items ? Value(PropertyList(std::move(*items))) : std::nullopt;
     }
 
-    Value dictionary(plist_t node, int depth) {
+    Value dictionary(const PropertyList* node, int depth) {
         const auto keys = values(entryOf(node, "NS.keys"), depth);
-        auto items = values(entryOf(node, "NS.objects"), depth);
-        if (!keys || !items || keys->size() != items->size())
+        auto items = keys ? values(entryOf(node, "NS.objects"), depth) : std::nullopt;
+        if (!items || keys->size() != items->size())
             return std::nullopt;
         PropertyList::Dictionary entries;
         for (std::size_t i = 0; i < keys->size(); ++i) {
@@ -258,17 +253,17 @@ private:
         return std::make_optional<PropertyList>(std::move(entries));
     }
 
-    static Value date(plist_t node) {
+    Value date(const PropertyList* node) {
         const Value time = ofKind<double>(entryOf(node, "NS.time"));
         return time ? Value(PropertyList(PropertyList::Date{*time->as<double>() + propertyListEpoch})) : std::nullopt;
     }
 
-    Value address(plist_t node, int depth) {
+    Value address(const PropertyList* node, int depth) {
         const Value relative = value(entryOf(node, "NS.relative"), depth + 1);
         const std::string* text = relative ? relative->as<std::string>() : nullptr;
         if (!text)
             return std::nullopt;
-        plist_t const baseReference = entryOf(node, "NS.base");
+        const PropertyList* baseReference = entryOf(node, "NS.base");
         if (!object(baseReference))
             return PropertyList(PropertyList::Address{*text});
         const Value base = value(baseReference, depth + 1);
@@ -283,8 +278,8 @@ private:
         return PropertyList(std::move(whole));
     }
 
-    plist_t file_;
-    std::vector<plist_t> objects_;
+    const PropertyList* file_;
+    const PropertyList::List& objects_;
     std::uint64_t unfolded_ = 0;
 };
 
@@ -295,8 +290,8 @@ std::optional<PropertyList::Bytes> keyedArchive(const PropertyList& value) {
 }
 
 std::optional<PropertyList> keyedUnarchive(std::span<const std::uint8_t> archive) {
-    const PropertyListNode file = parsePropertyListNode(archive);
-    return file ? Unarchiver(file.get()).unarchive() : std::nullopt;
+    const auto file = decodePropertyList(archive, ArchiveReferences::spellOut);
+    return file ? Unarchiver(*file).unarchive() : std::nullopt;
 }
 
 } // namespace sentrel::platform

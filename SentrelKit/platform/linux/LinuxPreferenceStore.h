@@ -5,7 +5,7 @@
 /// Writers of all processes take turns by a lock on `.<suite>.plist.lock` beside the file, read the newest content,
 /// change it and put a complete new binary file in its place, synchronised to the disk: a reader sees the old file or
 /// the new one, whenever a writer is killed. Readers take no lock and parse a version of the file once. Files in XML
-/// and in the old text notation are read too. A symbolic link is followed, and the file that it names is replaced.
+/// are read too. A symbolic link is followed, and the file that it names is replaced.
 ///
 /// What cannot be read as a property list of keys (damaged, too large, a folder) reads as empty, and writing is refused
 /// so that nothing is lost; a refused write says so in one line on the standard error stream.

@@ -160,6 +160,8 @@ PreferenceFile::Content load(int fd, const struct stat& status) {
     std::vector<std::uint8_t> bytes(static_cast<std::size_t>(status.st_size));
     if (!readAll(fd, bytes))
         return nullptr;
+    if (bytes.empty())
+        return emptyContent();
     auto value = decodePropertyList(bytes);
     auto* content = value ? value->as<PropertyList::Dictionary>() : nullptr;
     if (!content) {

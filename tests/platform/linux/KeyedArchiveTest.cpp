@@ -146,6 +146,35 @@ TEST(KeyedArchive, RefusesAnArchiveThatUnfoldsWithoutEnd) {
     EXPECT_FALSE(unarchive(archiveXml(reference(2), objects + "<string>x</string>")));
 }
 
+TEST(KeyedArchive, CountsTheContentOfObjectsThatAreReferredToOften) {
+    // What a mutable text holds was not counted: a megabyte, ten thousand times, unfolded to ten gigabytes.
+    const auto archive = [](int times) {
+        std::string references;
+        for (int i = 0; i < times; ++i)
+            references += reference(3);
+        return archiveXml(reference(1), listObject(references) + "<dict><key>$class</key>" + reference(4) +
+                                            "<key>NS.string</key><string>" + std::string(1 << 20, 'x') +
+                                            "</string></dict><dict><key>$classes</key><array><string>NSString</string>"
+                                            "</array></dict>");
+    };
+    EXPECT_TRUE(unarchive(archive(10)));
+    EXPECT_FALSE(unarchive(archive(100)));
+}
+
+TEST(KeyedArchive, CountsTheAncestorsOfEveryObject) {
+    // A long list of unknown classes was gone through for every object that names it.
+    std::string references;
+    for (int i = 0; i < 10'000; ++i)
+        references += reference(3);
+    std::string ancestors;
+    for (int i = 0; i < 100'000; ++i)
+        ancestors += "<string/>";
+    EXPECT_FALSE(
+        unarchive(archiveXml(reference(1), listObject(references) + "<dict><key>$class</key>" + reference(4) +
+                                               "<key>NS.string</key><string/></dict><dict><key>$classes</key><array>" +
+                                               ancestors + "<string>NSString</string></array></dict>")));
+}
+
 TEST(KeyedArchive, EveryTruncationAndChangedByteIsSafe) {
     const auto archive = keyedArchive(Dictionary{{"list", List{"x", 5, Date{7}}}, {"b", Bytes{1, 2}}});
     ASSERT_TRUE(archive);
