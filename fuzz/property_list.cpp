@@ -1,5 +1,4 @@
-// Preference files in every notation: binary, XML and the old text notation. What is read and can be written reads the
-// same again.
+// Preference files, binary and in XML. What is read and can be written reads the same again.
 
 #include <SentrelKit/platform/linux/PropertyListFormat.h>
 
