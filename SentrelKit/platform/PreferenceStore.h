@@ -27,9 +27,16 @@ public:
     /// `object` returns: the path of a file address as text, any other address as bytes.
     [[nodiscard]] virtual std::optional<PropertyList::Address> address(std::string_view key) const = 0;
 
+    /// Keeps a double.
     [[nodiscard]] virtual bool setDouble(std::string_view key, double value) = 0;
+
+    /// Keeps an integer.
     [[nodiscard]] virtual bool setInteger(std::string_view key, std::int64_t value) = 0;
+
+    /// Keeps a boolean.
     [[nodiscard]] virtual bool setBoolean(std::string_view key, bool value) = 0;
+
+    /// Keeps an address, in the form that `address` reads.
     [[nodiscard]] virtual bool setAddress(std::string_view key, const PropertyList::Address& value) = 0;
 
     /// Keeps text, bytes, a date, a list or a dictionary. Fails for what a property list cannot hold: nothing, a text
@@ -43,6 +50,7 @@ public:
     [[nodiscard]] virtual std::vector<std::string> keys() const = 0;
 };
 
+/// The suites of one machine.
 class SENTREL_API PreferenceStore {
 public:
     virtual ~PreferenceStore() = default;

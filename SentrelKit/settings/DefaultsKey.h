@@ -17,8 +17,10 @@ class DefaultsKeys {};
 template <class T>
 class DefaultsKey : public DefaultsKeys {
 public:
+    /// A key of a name, as the preference file holds it.
     explicit DefaultsKey(std::string key) : key_(std::move(key)) {}
 
+    /// The name.
     [[nodiscard]] const std::string& key() const noexcept { return key_; }
 
 private:

@@ -1,7 +1,5 @@
 #pragma once
 
-/// A number as preferences keep it: an integer, a double or a boolean, readable as each.
-
 #include <SentrelKit/platform/PropertyList.h>
 
 #include <cmath>
@@ -12,6 +10,8 @@
 
 namespace sentrel {
 
+/// A number as preferences keep it: an integer, a double or a boolean, readable as each. A plain value: any thread may
+/// own one.
 class Number {
 public:
     /// The number 0.
@@ -26,7 +26,8 @@ public:
         return number;
     }
 
-    /// A double loses its fraction; beyond the integers it is the nearest one, and not-a-number is 0.
+    /// As an integer: true is 1; a double loses its fraction, beyond the integers it is the nearest one, and
+    /// not-a-number is 0.
     [[nodiscard]] std::int64_t integerValue() const noexcept {
         if (const bool* boolean = value_.as<bool>())
             return *boolean ? 1 : 0;
@@ -41,6 +42,7 @@ public:
         return real < -limit ? std::numeric_limits<std::int64_t>::min() : static_cast<std::int64_t>(real);
     }
 
+    /// As a double: true is 1; beyond 53 bits an integer is rounded.
     [[nodiscard]] double doubleValue() const noexcept {
         const double* real = value_.as<double>();
         return real ? *real : static_cast<double>(integerValue());

@@ -40,9 +40,12 @@ struct RawValue;
 /// `template <> struct sentrel::RawValue<Side> : EnumerationCases<Side::left, Side::right> {};`
 template <auto First, decltype(First)... Rest>
 struct EnumerationCases {
-    using Enumeration = decltype(First);
+    using Enumeration = decltype(First); ///< the type of the cases
 
+    /// The number of a case.
     static PropertyList rawValue(Enumeration value) { return static_cast<std::int64_t>(value); }
+
+    /// The case of a number; absent if none has it, and for every other kind.
     static std::optional<Enumeration> fromRawValue(const PropertyList& raw) {
         std::optional<Enumeration> found;
         for (const Enumeration candidate : {First, Rest...})
@@ -52,6 +55,7 @@ struct EnumerationCases {
     }
 };
 
+/// A type whose raw values are told by `RawValue`.
 template <class T>
 concept HasRawValue = requires(T value, const PropertyList& raw) {
     { RawValue<T>::rawValue(value) } -> std::convertible_to<PropertyList>;
@@ -65,15 +69,23 @@ concept PropertyListKind = std::same_as<T, bool> || std::same_as<T, std::int64_t
     std::same_as<T, PropertyList::Address> || std::same_as<T, PropertyList::List> ||
     std::same_as<T, PropertyList::Dictionary>;
 
+/// A value of any kind is archived as it is.
 template <>
 struct PropertyListCoder<PropertyList> {
+    /// The value itself.
     static PropertyList encode(const PropertyList& value) { return value; }
+
+    /// The value itself, never absent.
     static std::optional<PropertyList> decode(const PropertyList& value) { return value; }
 };
 
+/// The kinds themselves: no kind is converted into another.
 template <PropertyListKind T>
 struct PropertyListCoder<T> {
+    /// The value as its kind.
     static PropertyList encode(const T& value) { return value; }
+
+    /// The value of exactly this kind; absent for every other.
     static std::optional<T> decode(const PropertyList& value) {
         const T* exact = value.as<T>();
         return exact ? std::optional(*exact) : std::nullopt;
@@ -83,15 +95,20 @@ struct PropertyListCoder<T> {
 /// Integers of the other widths: a number that does not fit is none of them.
 template <std::integral T>
 requires(!PropertyListKind<T>) struct PropertyListCoder<T> {
+    /// The integer in 64 signed bits.
     static PropertyList encode(T value) { return static_cast<std::int64_t>(value); }
+
+    /// The integer; absent if T does not hold it, and for every other kind.
     static std::optional<T> decode(const PropertyList& value) {
         const auto* integer = value.as<std::int64_t>();
         return integer && std::in_range<T>(*integer) ? std::optional(static_cast<T>(*integer)) : std::nullopt;
     }
 };
 
+/// Lists of anything that can be archived.
 template <class T>
 requires(!PropertyListKind<std::vector<T>>) struct PropertyListCoder<std::vector<T>> {
+    /// The list of the archived elements, in order.
     static PropertyList encode(const std::vector<T>& values) {
         PropertyList::List list;
         for (const auto& value : values)
@@ -115,14 +132,18 @@ requires(!PropertyListKind<std::vector<T>>) struct PropertyListCoder<std::vector
     }
 };
 
+/// Text-keyed maps of anything that can be archived.
 template <class T>
 struct PropertyListCoder<std::map<std::string, T>> {
+    /// The dictionary of the archived elements.
     static PropertyList encode(const std::map<std::string, T>& values) {
         PropertyList::Dictionary entries;
         for (const auto& [key, value] : values)
             entries.emplace(key, PropertyListCoder<T>::encode(value));
         return entries;
     }
+
+    /// The dictionary as a whole: absent if any element is not a T.
     static std::optional<std::map<std::string, T>> decode(const PropertyList& value) {
         const auto* entries = value.as<PropertyList::Dictionary>();
         if (!entries)

@@ -1,5 +1,6 @@
 #pragma once
 
+/// @file
 /// A buffered reader over a descriptor, in practice a connected non-blocking socket. The stream does not own the
 /// descriptor. Every function needs a stream. One thread at a time may use one.
 ///
@@ -12,7 +13,7 @@
 
 namespace sentrel {
 
-struct InputStream;
+struct InputStream; ///< A buffered reader. Only the functions here look inside.
 
 /// A stream with a time-out of 2000 milliseconds.
 [[nodiscard]] SENTREL_API InputStream* InputStream_new(std::int32_t descriptor) noexcept;
@@ -20,15 +21,19 @@ struct InputStream;
 /// Frees the stream and sets the caller's handle to none. The descriptor stays open.
 SENTREL_API void InputStream_free(InputStream** S) noexcept;
 
+/// The descriptor that the stream was made with.
 [[nodiscard]] SENTREL_API std::int32_t InputStream_getDescriptor(InputStream* S) noexcept;
 
-/// How long one read waits for data: milliseconds, 0 or more.
+/// Sets how long one read waits for data: milliseconds, 0 or more. A negative time stops the process.
 SENTREL_API void InputStream_setTimeout(InputStream* S, std::int64_t timeout) noexcept;
+
+/// How long one read waits for data, in milliseconds.
 [[nodiscard]] SENTREL_API std::int64_t InputStream_getTimeout(InputStream* S) noexcept;
 
+/// Whether a read has failed. Once true, always true.
 [[nodiscard]] SENTREL_API bool InputStream_isClosed(InputStream* S) noexcept;
 
-/// The number of bytes that are buffered and still unread.
+/// The number of bytes that are buffered and still unread, 0 to 1500.
 [[nodiscard]] SENTREL_API std::int32_t InputStream_buffered(InputStream* S) noexcept;
 
 /// The next byte, 0 to 255; -1 after a time-out, at the end of the data and on an error.

@@ -1,5 +1,6 @@
 #pragma once
 
+/// @file
 /// Broken preconditions. They stop the process, in release builds too, with one line on the standard error stream that
 /// names the function, the source file, the line and the condition text.
 

@@ -1,5 +1,6 @@
 #pragma once
 
+/// @file
 /// Checked allocation. Out of memory is never returned to a caller: it ends the process with a "Memory Exception"
 /// report that names the caller. Blocks come from the C allocator. Any thread.
 

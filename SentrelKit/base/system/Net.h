@@ -1,7 +1,7 @@
 #pragma once
 
-/// Thin, stateless wrappers around descriptors and name services. Functions that answer true or false leave errno set
-/// when they answer false. None of them raises SIGPIPE. Any thread.
+/// @file
+/// Thin, stateless wrappers around descriptors and name services. None of them raises SIGPIPE. Any thread.
 
 #include <SentrelKit/Export.h>
 
@@ -19,31 +19,40 @@ struct Socket;
 /// address failed; -2, with EHOSTUNREACH, when the name could not be resolved or there is no such port.
 [[nodiscard]] SENTREL_API int Net_createSocket(Socket* S) noexcept;
 
-/// Closes the descriptor, repeating while interrupted.
+/// Closes the descriptor, repeating while interrupted. False, with errno set, on an error.
 SENTREL_API bool Net_close(int descriptor) noexcept;
 
-/// Sets or clears the descriptor's non-blocking status flag.
+/// Makes the descriptor non-blocking. False, with errno set, on an error.
 SENTREL_API bool Net_setNonBlocking(int descriptor) noexcept;
+
+/// Makes the descriptor blocking. False, with errno set, on an error.
 SENTREL_API bool Net_setBlocking(int descriptor) noexcept;
 
-/// Waits until the descriptor can be read or written without blocking (its end and its errors count), for at most
-/// `timeout` milliseconds, however often signals interrupt.
+/// Waits until the descriptor can be read without blocking (its end and its errors count), for at most `timeout`
+/// milliseconds, however often signals interrupt. False when the time has passed, and with errno set on an error.
 [[nodiscard]] SENTREL_API bool Net_canRead(int descriptor, std::int64_t timeout) noexcept;
+
+/// Waits until the descriptor can be written without blocking (its errors count), for at most `timeout` milliseconds,
+/// however often signals interrupt. False when the time has passed, and with errno set on an error.
 [[nodiscard]] SENTREL_API bool Net_canWrite(int descriptor, std::int64_t timeout) noexcept;
 
-/// Reads or writes at most `length` bytes of a non-blocking descriptor. Where that would block, waits at most `timeout`
-/// milliseconds and tries once more. Returns the number of bytes moved; 0 also for a time-out, with errno telling
-/// "would block"; -1 with errno set on an error.
+/// Reads at most `length` bytes from a non-blocking descriptor. Where that would block, waits at most `timeout`
+/// milliseconds and tries once more. Returns the number of bytes read: 0 at the end, and also for a time-out, with
+/// errno telling "would block"; -1 with errno set on an error.
 [[nodiscard]] SENTREL_API std::int64_t Net_read(int descriptor, void* buffer, std::size_t length,
                                                 std::int64_t timeout) noexcept;
+
+/// Writes at most `length` bytes to a non-blocking descriptor. Where that would block, waits at most `timeout`
+/// milliseconds and tries once more. Returns the number of bytes written: 0 for a time-out, with errno telling "would
+/// block"; -1 with errno set on an error.
 [[nodiscard]] SENTREL_API std::int64_t Net_write(int descriptor, const void* buffer, std::size_t length,
                                                  std::int64_t timeout) noexcept;
 
-/// Shuts down reading, writing or both, as the system's `shutdown` names them.
+/// Shuts down reading, writing or both, as the system's `shutdown` names them. False, with errno set, on an error.
 SENTREL_API bool Net_shutdown(int descriptor, int direction) noexcept;
 
-/// Closes a connection by a reset: what was not sent yet is thrown away. The descriptor is closed in any case; false if
-/// it is no socket that can be reset, or could not be closed.
+/// Closes a connection by a reset: what was not sent yet is thrown away. The descriptor is closed in any case; false,
+/// with errno set, if it is no socket that can be reset, or could not be closed.
 SENTREL_API bool Net_abort(int descriptor) noexcept;
 
 /// Writes the numeric text of an address (with the scope of a link-local one) into the buffer. 0 on success, else the

@@ -1,5 +1,6 @@
 #pragma once
 
+/// @file
 /// The two error outlets: a line on the standard error stream, and the report that ends the process. Any thread; errno
 /// stays as it was.
 

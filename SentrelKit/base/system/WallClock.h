@@ -1,5 +1,6 @@
 #pragma once
 
+/// @file
 /// The one source of wall-clock time. Every time stamp of the library comes from here, so that a machine with a virtual
 /// clock reaches everything that reads the time.
 
@@ -11,7 +12,7 @@ namespace sentrel {
 
 /// One reading of the wall clock since the epoch.
 struct WallClockReading {
-    std::int64_t seconds = 0;
+    std::int64_t seconds = 0;      ///< since 1 January 1970 UTC
     std::int32_t microseconds = 0; ///< 0 to 999999
 };
 

@@ -1,5 +1,6 @@
 #pragma once
 
+/// @file
 /// A singly linked list of untyped element pointers that keeps the nodes it no longer needs for later use. Elements are
 /// never owned. The record is made by List_new and destroyed by List_free; every other function needs one. One thread
 /// at a time may use a list.
@@ -10,8 +11,8 @@
 
 namespace sentrel {
 
-struct List;
-struct ListNode;
+struct List;     ///< A list. Only the functions here look inside.
+struct ListNode; ///< A place in a list, owned by the list.
 
 /// A new empty list.
 [[nodiscard]] SENTREL_API List* List_new() noexcept;
@@ -19,8 +20,10 @@ struct ListNode;
 /// Frees the list with all its nodes, those in use and those kept, and sets the caller's handle to none.
 SENTREL_API void List_free(List** L) noexcept;
 
-/// Puts an element at the front or at the end and returns its node.
+/// Puts an element at the front and returns its node.
 SENTREL_API ListNode* List_push(List* L, void* element) noexcept;
+
+/// Puts an element at the end and returns its node.
 SENTREL_API ListNode* List_append(List* L, void* element) noexcept;
 
 /// Removes the first node and returns its element; none if the list is empty.

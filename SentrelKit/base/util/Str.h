@@ -1,5 +1,6 @@
 #pragma once
 
+/// @file
 /// Functions over zero-terminated byte texts. They work in place on the caller's text and return it, unless they say
 /// that they return a new one, which the caller releases with Mem_free. Any text may be missing: none in gives none (or
 /// 0, or false) out. Case-insensitive comparisons compare the upper-case forms of the bytes; white space is the
@@ -15,9 +16,13 @@ namespace sentrel {
 /// Cuts the text at its first carriage return or line feed.
 SENTREL_API char* Str_chomp(char* s) noexcept;
 
-/// Removes white space at both ends, at the start, at the end.
+/// Removes white space at both ends.
 SENTREL_API char* Str_trim(char* s) noexcept;
+
+/// Removes white space at the start.
 SENTREL_API char* Str_ltrim(char* s) noexcept;
+
+/// Removes white space at the end.
 SENTREL_API char* Str_rtrim(char* s) noexcept;
 
 /// Replaces every run of white space by one blank.
@@ -26,22 +31,30 @@ SENTREL_API char* Str_wtrim(char* s) noexcept;
 /// Removes double quotes, single quotes and white space, in any mix, at both ends.
 SENTREL_API char* Str_unquote(char* s) noexcept;
 
+/// Puts every letter in lower case, as the process's locale maps single bytes.
 SENTREL_API char* Str_toLower(char* s) noexcept;
+
+/// Puts every letter in upper case, as the process's locale maps single bytes.
 SENTREL_API char* Str_toUpper(char* s) noexcept;
 
-/// The number at the start of a text: leading white space and a sign are allowed, what follows the number is ignored. A
-/// missing or empty text, one without a digit, and a number out of the conversion's range end the process with a
-/// "NumberFormatException" report: check first what may be bad.
-/// Str_parseInt converts to 64 bits and keeps the low 32.
+/// The decimal number at the start of a text: leading white space and a sign are allowed, what follows the number is
+/// ignored. It is converted to 64 bits, of which the low 32 are kept. A missing or empty text, one without a digit, and
+/// a number beyond 64 bits end the process with a "NumberFormatException" report: check first what may be bad.
 [[nodiscard]] SENTREL_API std::int32_t Str_parseInt(const char* s) noexcept;
+
+/// As Str_parseInt, all 64 bits.
 [[nodiscard]] SENTREL_API std::int64_t Str_parseLLong(const char* s) noexcept;
+
+/// As Str_parseInt, for every floating-point number that `strtod` reads.
 [[nodiscard]] SENTREL_API double Str_parseDouble(const char* s) noexcept;
 
 /// Replaces every occurrence of one byte by another.
 SENTREL_API char* Str_replaceChar(char* s, char from, char to) noexcept;
 
-/// Whether `a` begins or ends with `b`, without regard to case. Every text begins and ends with the empty one.
+/// Whether `a` begins with `b`, without regard to case. Every text begins with the empty one.
 [[nodiscard]] SENTREL_API bool Str_startsWith(const char* a, const char* b) noexcept;
+
+/// Whether `a` ends with `b`, without regard to case. Every text ends with the empty one.
 [[nodiscard]] SENTREL_API bool Str_endsWith(const char* a, const char* b) noexcept;
 
 /// The first occurrence of `b` in `a`, without regard to case; none also for an empty `b`.
@@ -54,8 +67,10 @@ SENTREL_API char* Str_replaceChar(char* s, char from, char to) noexcept;
 /// that escapes the next.
 SENTREL_API char* Str_unescape(const char* characters, char* s) noexcept;
 
-/// Whether two texts are equal, without regard to case or byte by byte. A missing text equals nothing.
+/// Whether two texts are equal, without regard to case. A missing text equals nothing.
 [[nodiscard]] SENTREL_API bool Str_isEqual(const char* a, const char* b) noexcept;
+
+/// Whether two texts are equal byte by byte. A missing text equals nothing.
 [[nodiscard]] SENTREL_API bool Str_isByteEqual(const char* a, const char* b) noexcept;
 
 /// Copies at most `n` characters and a terminator; the destination holds n + 1 bytes, at least one. A missing source or
@@ -74,6 +89,8 @@ SENTREL_API char* Str_copy(char* destination, const char* source, std::int32_t n
 
 /// A new text, formatted by the platform's printf. None also if the platform cannot format it.
 [[nodiscard]] [[gnu::format(printf, 1, 2)]] SENTREL_API char* Str_cat(const char* format, ...) noexcept;
+
+/// As Str_cat, of an argument list.
 [[nodiscard]] [[gnu::format(printf, 1, 0)]] SENTREL_API char* Str_vcat(const char* format, va_list arguments) noexcept;
 
 /// Cuts a text of more than n + 4 characters to its first `n` (at least 0) and "...". A text of n + 4 characters or

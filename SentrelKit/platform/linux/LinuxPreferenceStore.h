@@ -8,7 +8,8 @@
 /// are read too. A symbolic link is followed, and the file that it names is replaced.
 ///
 /// What cannot be read as a property list of keys (damaged, too large, a folder) reads as empty, and writing is refused
-/// so that nothing is lost; a refused write says so in one line on the standard error stream.
+/// so that nothing is lost; a refused write says so in one line on the standard error stream. A key or text with
+/// U+0000, which other systems may write, is read, and a suite is written again once no such text is in it.
 
 #include <SentrelKit/base/system/ThreadSafety.h>
 #include <SentrelKit/platform/PreferenceStore.h>
