@@ -32,11 +32,13 @@ public:
 /// thread did not come along. Not atomic; its owner guards it.
 class RunningFlag {
 public:
+    /// Sets or clears the flag, for the threads of this process.
     RunningFlag& operator=(bool running) noexcept {
         running_ = running;
         generation_ = ForkGate::generation();
         return *this;
     }
+    /// Whether a thread of this process is at work.
     operator bool() const noexcept { return running_ && generation_ == ForkGate::generation(); }
 
 private:

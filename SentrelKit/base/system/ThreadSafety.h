@@ -49,6 +49,7 @@ private:
 /// Holds a `Lock` for a scope.
 class SENTREL_SCOPED_CAPABILITY LockScope {
 public:
+    /// Waits for the lock.
     explicit LockScope(Lock& lock) SENTREL_ACQUIRE(lock) : lock_(lock) { lock_.lock(); }
     ~LockScope() SENTREL_RELEASE() { lock_.unlock(); }
     LockScope(const LockScope&) = delete;
