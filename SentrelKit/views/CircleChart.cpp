@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <utility>
 
 namespace sentrel {
@@ -42,8 +43,10 @@ void CircleChart::drawRect(Canvas& canvas, Rect rect) {
     canvas.stroke(track, color_.withAlphaComponent(0.2));
 
     if (percent_ >= 0.5) {
+        // An end past every number is still the end of a full ring.
+        const double end = std::min(270.0 + percent_ / 100.0 * 360.0, std::numeric_limits<double>::max());
         Path arc;
-        arc.appendArc(center, diameter / 2.0, 270.0, 270.0 + percent_ / 100.0 * 360.0);
+        arc.appendArc(center, diameter / 2.0, 270.0, end);
         arc.setLineWidth(lineWidth_);
         canvas.stroke(arc, color_);
     }

@@ -54,11 +54,16 @@ Point pointOnCircle(Point center, double radius, double degrees) noexcept {
 }
 
 PathElement PathElement::boundedArc() const noexcept {
-    const double sweep = endAngle - startAngle;
-    if (!(std::abs(sweep) > 720.0))
-        return *this;
     PathElement bounded = *this;
-    bounded.startAngle = endAngle - (std::fmod(sweep, 360.0) + std::copysign(360.0, sweep));
+    bounded.startAngle = std::fmod(startAngle, 360.0);
+    const double sweep = endAngle - startAngle;
+    if (std::abs(sweep) > 360.0) {
+        const double beyond = std::fmod(std::fmod(endAngle, 360.0) - bounded.startAngle, 360.0);
+        const double turn = std::copysign(360.0, sweep);
+        bounded.endAngle = bounded.startAngle + turn + beyond + (beyond * turn < 0.0 ? turn : 0.0);
+    } else {
+        bounded.endAngle = bounded.startAngle + sweep;
+    }
     return bounded;
 }
 

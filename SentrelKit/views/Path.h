@@ -26,7 +26,10 @@ struct PathElement {
     double startAngle = 0.0; ///< of an arc, degrees
     double endAngle = 0.0;   ///< of an arc, degrees
 
-    /// This arc in two turns at most, ending where it ends: the turns left out lie under the others.
+    /// This arc from the same place to the same place, with its start less than a turn from 0 and a sweep of less than
+    /// two turns: of a sweep past a full turn, the full circle and what goes beyond the last whole turn. For a canvas,
+    /// since drawing libraries do not end with angles of some 1e17 degrees. Not a number for angles that are not
+    /// finite.
     [[nodiscard]] SENTREL_API PathElement boundedArc() const noexcept;
 
     friend bool operator==(const PathElement&, const PathElement&) = default;

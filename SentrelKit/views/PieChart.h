@@ -18,8 +18,8 @@ public:
     explicit PieChart(Coder& coder);
 
     /// The amounts, a sector each, in any unit. A negative one is swept backwards over its neighbour; amounts that sum
-    /// to 0 show nothing. Setting them requests a redraw if they change, and takes a pending request back if they do
-    /// not: meant so.
+    /// to 0 show nothing, and those whose sum only rounding keeps from 0 whole discs. Setting them requests a redraw if
+    /// they change, and takes a pending request back if they do not: meant so.
     [[nodiscard]] const std::vector<double>& dataPoints() const noexcept { return dataPoints_; }
     void setDataPoints(std::vector<double> amounts);
 

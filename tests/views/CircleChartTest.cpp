@@ -2,6 +2,7 @@
 
 #include <SentrelKit/views/CircleChart.h>
 
+#include <cmath>
 #include <limits>
 
 namespace sentrel {
@@ -76,6 +77,14 @@ TEST_F(CircleCharts, OverlapsItsArcPastAHundredPercent) {
     const auto strokes = strokesOf(chart);
     ASSERT_EQ(strokes.size(), 2U);
     EXPECT_EQ(strokes[1].path.elements()[0].endAngle, 810.0);
+}
+
+TEST_F(CircleCharts, EndsItsArcAtANumberHoweverLargeItsPercentageIs) {
+    for (const double percent : {1e18, 1e308, std::numeric_limits<double>::infinity()}) {
+        CircleChart chart({0, 0, 96, 96});
+        chart.setPercent(percent);
+        EXPECT_TRUE(std::isfinite(strokesOf(chart).at(1).path.elements()[0].endAngle)) << percent;
+    }
 }
 
 TEST_F(CircleCharts, LeavesTheCapOfItsArcToTheProcessDefault) {

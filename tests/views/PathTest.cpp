@@ -3,6 +3,7 @@
 #include <SentrelKit/views/Path.h>
 
 #include <cmath>
+#include <limits>
 
 namespace sentrel {
 
@@ -115,6 +116,40 @@ TEST_F(Paths, LaysOnlyTheLastTurnsOfAVeryLongArcDown) {
     EXPECT_LE(converted.elementCount(), 18U);
     const Point end = converted.elements().back().points[2];
     EXPECT_NEAR(end.x, pointOnCircle({0, 0}, 10.0, 270.0 + 1.0e9 + 90.0).x, 1e-6);
+}
+
+TEST_F(Paths, BoundsAnArcToTwoTurnsThatStartAndEndWhereItDoes) {
+    const double most = std::numeric_limits<double>::max();
+    struct Case {
+        double start, end;
+        double boundedStart, boundedEnd;
+    };
+    for (const auto& [start, end, boundedStart, boundedEnd] : {Case{270, 300, 270, 300},
+                                                               {270, 630, 270, 630},
+                                                               {270, 810, 270, 810},
+                                                               {270, 991, 270, 631},
+                                                               {270, -90, 270, -90},
+                                                               {270, -271, 270, -271},
+                                                               {270, -1000, 270, -280},
+                                                               {0, 0, 0, 0},
+                                                               {810, 1200, 90, 480},
+                                                               {-810, -1200, -90, -480},
+                                                               {360e15, 360e15 + 64, 0, 64},
+                                                               {-360e15, 360e15 + 64, 0, 424},
+                                                               {360e15 + 64, -360e15, 64, -360}}) {
+        const PathElement bounded = PathElement{PathElement::Kind::arc, {Point{}}, 10.0, start, end}.boundedArc();
+        EXPECT_EQ(bounded.startAngle, boundedStart) << start << " to " << end;
+        EXPECT_EQ(bounded.endAngle, boundedEnd) << start << " to " << end;
+    }
+    for (const auto& [start, end] : {std::pair{-most, most}, {most, -most}, {270.0, most}}) {
+        const PathElement bounded = PathElement{PathElement::Kind::arc, {Point{}}, 10.0, start, end}.boundedArc();
+        const double sweep = bounded.endAngle - bounded.startAngle;
+        EXPECT_GE(std::abs(sweep), 360.0);
+        EXPECT_LT(std::abs(sweep), 720.0);
+        EXPECT_EQ(sweep < 0.0, end < start);
+    }
+    for (const auto& [start, end] : {std::pair{0.0, HUGE_VAL}, {-HUGE_VAL, 0.0}, {0.0, std::nan("")}})
+        EXPECT_TRUE(std::isnan(PathElement{PathElement::Kind::arc, {Point{}}, 10.0, start, end}.boundedArc().endAngle));
 }
 
 TEST_F(Paths, DrawsNothingForADegenerateRectangle) {

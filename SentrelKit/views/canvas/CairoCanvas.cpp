@@ -36,7 +36,7 @@ bool isFinite(const PathElement& element) noexcept {
         return isFinite(element.points[0]) && isFinite(element.points[1]) && isFinite(element.points[2]);
     case PathElement::Kind::arc:
         return isFinite(element.points[0]) && std::isfinite(element.radius) && std::isfinite(element.startAngle) &&
-               std::isfinite(element.endAngle) && std::isfinite(element.endAngle - element.startAngle);
+               std::isfinite(element.endAngle);
     case PathElement::Kind::moveTo:
     case PathElement::Kind::lineTo:
     default:
