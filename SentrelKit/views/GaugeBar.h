@@ -16,8 +16,9 @@ public:
     explicit GaugeBar(Rect frame = {});
     explicit GaugeBar(Coder& coder);
 
-    /// A hook for the host to keep and call; the bar never calls it.
-    [[nodiscard]] const std::function<bool()>& confirm() const noexcept { return confirm_; }
+    /// A hook for the host to keep and call, empty from the start; the bar never calls it. What is handed out is a
+    /// copy, so that the hook may set another while it runs.
+    [[nodiscard]] std::function<bool()> confirm() const { return confirm_; }
     void setConfirm(std::function<bool()> confirm);
 
     /// Whether setting `percent` chooses the colour; if not, the colour stays as the host set it.

@@ -69,7 +69,7 @@ void Layer::removeFromSuperlayer() {
 void Layer::addAnimation(BasicAnimation animation, const std::string& key) {
     if (animation.beginTime == 0.0)
         animation.beginTime = mediaTime();
-    removeAnimation(key);
+    std::erase_if(animations_, [&key](const auto& entry) { return entry.first == key; });
     animations_.emplace_back(key, std::move(animation));
     setNeedsDisplay();
 }
@@ -95,13 +95,20 @@ bool Layer::needsDisplay() const noexcept {
 
 void Layer::setNeedsDisplay() {
     needsDisplay_ = true;
-    for (const Layer* layer = this; layer; layer = layer->superlayer_)
-        if (layer->displayHandler_)
-            layer->displayHandler_();
+    callDisplayHandlers();
+}
+
+void Layer::callDisplayHandlers() const {
+    // A handler may take off this layer's own, or release the layer.
+    const std::weak_ptr<const std::function<void()>> own = displayHandler_;
+    if (superlayer_)
+        superlayer_->callDisplayHandlers();
+    if (const auto handler = own.lock())
+        (*handler)();
 }
 
 void Layer::setDisplayHandler(std::function<void()> handler) {
-    displayHandler_ = std::move(handler);
+    displayHandler_ = handler ? std::make_shared<const std::function<void()>>(std::move(handler)) : nullptr;
 }
 
 AnimationValue Layer::valueAt(const char* keyPath, double now, const AnimationValue& own) const noexcept {

@@ -60,7 +60,8 @@ public:
     [[nodiscard]] bool needsDisplay() const noexcept;
     void setNeedsDisplay();
 
-    /// Called each time a redraw is asked for, of this layer or one in it. For the view that holds it.
+    /// Called each time a redraw is asked for, of this layer or one in it. For the view that holds it. It may set and
+    /// take off handlers, itself included: one that was taken off is not called any more.
     void setDisplayHandler(std::function<void()> handler);
 
     /// The background and the turn as they show at a media time.
@@ -75,6 +76,7 @@ protected:
     virtual void drawContents(Canvas& canvas) const;
 
 private:
+    void callDisplayHandlers() const;
     [[nodiscard]] AnimationValue valueAt(const char* keyPath, double now, const AnimationValue& own) const noexcept;
 
     Rect frame_;
@@ -84,7 +86,7 @@ private:
     Layer* superlayer_ = nullptr;
     std::vector<std::shared_ptr<Layer>> sublayers_;
     std::vector<std::pair<std::string, BasicAnimation>> animations_;
-    std::function<void()> displayHandler_;
+    std::shared_ptr<const std::function<void()>> displayHandler_; // shared with a call that is under way
     bool needsDisplay_ = true;
 };
 

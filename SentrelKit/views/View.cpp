@@ -35,9 +35,10 @@ void View::setFrame(Rect frame) {
         return;
     frame_ = frame;
     preparePointer();
-    setNeedsDisplay(true);
+    needsDisplay_ = true;
     if (superview_)
-        superview_->setNeedsDisplay(true);
+        superview_->needsDisplay_ = true;
+    callDisplayHandlers();
 }
 
 void View::setNeedsDisplay(bool needed) {
@@ -47,13 +48,16 @@ void View::setNeedsDisplay(bool needed) {
 }
 
 void View::callDisplayHandlers() const {
-    for (const View* view = this; view; view = view->superview_)
-        if (view->displayHandler_)
-            view->displayHandler_();
+    // A handler may take off this view's own, or release the view.
+    const std::weak_ptr<const std::function<void()>> own = displayHandler_;
+    if (superview_)
+        superview_->callDisplayHandlers();
+    if (const auto handler = own.lock())
+        (*handler)();
 }
 
 void View::setDisplayHandler(std::function<void()> handler) {
-    displayHandler_ = std::move(handler);
+    displayHandler_ = handler ? std::make_shared<const std::function<void()>>(std::move(handler)) : nullptr;
 }
 
 void View::addSubview(std::shared_ptr<View> view) {

@@ -85,7 +85,8 @@ public:
     /// Asks for a redraw, or takes that back.
     void setNeedsDisplay(bool needed);
 
-    /// Called each time a redraw is asked for, of this view or one inside it. For the host of a surface.
+    /// Called each time a redraw is asked for, of this view or one inside it. For the host of a surface. It may set and
+    /// take off handlers, itself included: one that was taken off is not called any more.
     void setDisplayHandler(std::function<void()> handler);
 
     // The tree. A superview owns its subviews; later ones lie above earlier ones.
@@ -170,7 +171,7 @@ private:
     Rect frame_;
     View* superview_ = nullptr;
     std::vector<std::shared_ptr<View>> subviews_;
-    std::function<void()> displayHandler_;
+    std::shared_ptr<const std::function<void()>> displayHandler_; // shared with a call that is under way
     std::vector<TrackingArea> trackingAreas_;
     std::vector<CursorRect> cursorRects_;
     std::shared_ptr<Layer> layer_;

@@ -261,6 +261,22 @@ TEST_F(FUIButtons, SendsNothingForATargetThatIsGone) {
     EXPECT_EQ(sent, 2);
 }
 
+TEST_F(FUIButtons, LetsItsActionReplaceItselfOrReleaseTheButton) {
+    auto owned = std::make_shared<FUIButton>(Rect{0, 0, 100, 30});
+    const std::string name(100, 'a'); // too long to lie inside the action itself
+    std::vector<std::string> log;
+    owned->setAction([&owned, &log, name](Control& sender) {
+        sender.setAction(nullptr);
+        owned.reset();
+        log.push_back(name);
+    });
+    FUIButton& pressed = *owned;
+    pressed.mouseEntered(event);
+    pressed.mouseUp(event);
+    EXPECT_EQ(log, std::vector{name});
+    EXPECT_EQ(owned, nullptr);
+}
+
 TEST_F(FUIButtons, DoesNotKeepItsTitleAlive) {
     auto label = std::make_shared<TextField>();
     button.setTitle(label);

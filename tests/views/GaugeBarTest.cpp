@@ -117,6 +117,21 @@ TEST_F(GaugeBars, KeepsTheHostsHookWithoutCallingIt) {
     EXPECT_FALSE(bar.confirm());
 }
 
+// It was handed out by reference, and destroyed while it ran.
+TEST_F(GaugeBars, LetsTheHostsHookReplaceItselfWhileItRuns) {
+    GaugeBar bar({0, 0, 200, 20});
+    const std::string name(100, 'a'); // too long to lie inside the hook itself
+    std::string seen;
+    bar.setConfirm([&bar, &seen, name] {
+        bar.setConfirm(nullptr);
+        seen = name;
+        return true;
+    });
+    EXPECT_TRUE(bar.confirm()());
+    EXPECT_EQ(seen, name);
+    EXPECT_FALSE(bar.confirm());
+}
+
 } // namespace
 
 } // namespace sentrel

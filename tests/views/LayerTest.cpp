@@ -197,6 +197,35 @@ TEST(Layer, NeedsDisplayUntilItIsDisplayedAfterItsAnimations) {
     EXPECT_FALSE(layer.needsDisplay());
 }
 
+// A handler that set another one, or none, was destroyed while it ran.
+TEST(Layer, LetsADisplayHandlerReplaceItselfWhileItRuns) {
+    const auto layer = std::make_shared<Layer>();
+    Layer outer;
+    outer.addSublayer(layer);
+    std::vector<std::string> log;
+    const std::string name(100, 'a'); // too long to lie inside the handler itself
+    outer.setDisplayHandler([&] { log.emplace_back("outer"); });
+    layer->setDisplayHandler([&outer, layer, &log, name] {
+        layer->setDisplayHandler(nullptr);
+        outer.setDisplayHandler(nullptr);
+        log.push_back(name);
+    });
+    layer->addAnimation(fade(FUIColor::black(), FUIColor::white(), 100.0, 1.0), "fade");
+    layer->addAnimation(fade(FUIColor::white(), FUIColor::black(), 100.0, 1.0), "fade");
+    EXPECT_EQ(log.back(), name);
+    EXPECT_LE(log.size(), 2U);
+    EXPECT_EQ(layer->backgroundColorAt(100.0), FUIColor::white());
+}
+
+TEST(Layer, AsksOnceForAnAnimationThatReplacesAnother) {
+    Layer layer;
+    layer.addAnimation(fade(FUIColor::black(), FUIColor::white(), 100.0, 1.0), "fade");
+    int calls = 0;
+    layer.setDisplayHandler([&] { ++calls; });
+    layer.addAnimation(fade(FUIColor::white(), FUIColor::black(), 100.0, 1.0), "fade");
+    EXPECT_EQ(calls, 1);
+}
+
 TEST(Layer, LetsItsSublayersOutliveIt) {
     const auto inner = std::make_shared<Layer>();
     {

@@ -7,6 +7,10 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <string>
+#include <vector>
+
 namespace sentrel {
 
 namespace {
@@ -180,6 +184,68 @@ TEST(View, TellsTheHostOfEveryRedrawRequestInTheTree) {
     EXPECT_EQ(calls, 1);
     root.setNeedsDisplay(true);
     EXPECT_EQ(calls, 2);
+}
+
+// A handler that set another one, or none, was destroyed while it ran.
+TEST(View, LetsADisplayHandlerReplaceItselfWhileItRuns) {
+    View root({0, 0, 100, 100});
+    std::vector<std::string> log;
+    const std::string first(100, 'a'); // too long to lie inside the handler itself
+    const std::string second(100, 'b');
+    root.setDisplayHandler([&root, &log, first, second] {
+        root.setDisplayHandler([&root, &log, second] {
+            root.setDisplayHandler(nullptr);
+            log.push_back(second);
+        });
+        log.push_back(first);
+    });
+    for (int i = 0; i < 3; ++i)
+        root.setNeedsDisplay(true);
+    EXPECT_EQ(log, (std::vector{first, second}));
+}
+
+TEST(View, CallsNoDisplayHandlerThatAnotherOneTookOff) {
+    View root({0, 0, 100, 100});
+    const auto child = std::make_shared<View>(Rect{0, 0, 10, 10});
+    root.addSubview(child);
+    child->setWantsLayer(true);
+    int calls = 0;
+    const auto takeOff = [&] {
+        ++calls;
+        root.setDisplayHandler(nullptr);
+        child->setDisplayHandler(nullptr);
+    };
+    const std::function<void()> requests[] = {[&] { child->setNeedsDisplay(true); },
+                                              [&] { child->layer()->setNeedsDisplay(); },
+                                              [&] {
+                                                  child->setFrame({0, 0, 20.0 + calls, 20});
+                                              }};
+    for (const auto& request : requests) {
+        calls = 0;
+        root.setDisplayHandler(takeOff);
+        child->setDisplayHandler(takeOff);
+        request();
+        EXPECT_EQ(calls, 1);
+    }
+}
+
+TEST(View, MayBeReleasedByADisplayHandler) {
+    View root({0, 0, 100, 100});
+    auto child = std::make_shared<View>(Rect{0, 0, 10, 10});
+    root.addSubview(child);
+    child->setWantsLayer(true);
+    View* const view = child.get();
+    const std::weak_ptr<View> released = child;
+    child->setDisplayHandler([&] {
+        root.setDisplayHandler(nullptr);
+        if (!child)
+            return;
+        child.reset();
+        view->removeFromSuperview();
+    });
+    view->setFrame({0, 0, 20, 20});
+    EXPECT_TRUE(released.expired());
+    EXPECT_TRUE(root.subviews().empty());
 }
 
 TEST(View, CollectsTheRectanglesToRedrawInTheSurface) {
