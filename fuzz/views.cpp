@@ -191,6 +191,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         root.addSubview(component(bytes));
     PointerRouter router(root);
     router.moved(bytes.point());
+    router.pressed(bytes.point());
+    router.released(bytes.point());
+    router.pressed(bytes.point());
+    router.cancel();
     const double scale = bytes.number();
     const double now = bytes.number();
     const std::string text = bytes.text();

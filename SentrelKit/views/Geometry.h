@@ -33,9 +33,12 @@ struct Rect {
         return {x + margin, y + margin, width - 2.0 * margin, height - 2.0 * margin};
     }
 
-    /// Whether the point lies inside; the left and the lower y edge belong to the rectangle, the other two do not.
-    [[nodiscard]] constexpr bool contains(Point point) const noexcept {
-        return point.x >= x && point.x < x + width && point.y >= y && point.y < y + height;
+    /// Whether the point lies inside, so that every pixel belongs to one of two neighbours: the edges that are left and
+    /// upper on screen belong to the rectangle, the other two do not. `flipped` says that y grows downward there.
+    [[nodiscard]] constexpr bool contains(Point point, bool flipped = true) const noexcept {
+        const bool inColumns = point.x >= x && point.x < x + width;
+        const bool inRows = flipped ? point.y >= y && point.y < y + height : point.y > y && point.y <= y + height;
+        return inColumns && inRows;
     }
 
     [[nodiscard]] constexpr Point center() const noexcept { return {x + width / 2.0, y + height / 2.0}; }

@@ -7,58 +7,64 @@ namespace sentrel {
 
 namespace {
 
-void collect(View& view, std::vector<View*>& views) {
-    views.push_back(&view);
-    for (const std::shared_ptr<View>& inside : view.subviews())
-        collect(*inside, views);
+using Views = std::vector<std::shared_ptr<View>>;
+
+bool contains(const Views& views, const std::shared_ptr<View>& view) {
+    return std::ranges::find(views, view) != views.end();
 }
 
-// Every view of the tree, outer ones first, later ones above earlier ones.
-std::vector<View*> viewsOf(View& root) {
-    std::vector<View*> views;
-    collect(root, views);
-    return views;
+// Adds this view and those inside it that track the pointer and show the point: outer ones first, later ones above
+// earlier ones.
+void collectTracking(const std::shared_ptr<View>& view, Point point, Views& found) {
+    const Point own = view->fromSurface(point);
+    const auto isIn = [&](Rect rect) { return rect.contains(own, view->isFlipped()); };
+    if (!isIn(view->bounds()))
+        return;
+    if (std::ranges::any_of(view->trackingAreas(), [&](const TrackingArea& area) {
+            const bool follows = (area.options & TrackingArea::inVisibleRect) != 0;
+            return (area.options & TrackingArea::mouseEnteredAndExited) && (follows || isIn(area.rect));
+        }))
+        found.push_back(view);
+    for (const std::shared_ptr<View>& inside : view->subviews())
+        collectTracking(inside, point, found);
 }
 
-Point inside(const View& view, Point point) {
-    const Transform place = view.toSurface(); // a translation, maybe upside down: its own opposite in y
-    return {point.x - place.tx, (point.y - place.ty) * place.d};
-}
-
-bool tracks(const View& view, Point point) {
-    const Point own = inside(view, point);
-    return std::ranges::any_of(view.trackingAreas(), [&](const TrackingArea& area) {
-        const Rect rect = (area.options & TrackingArea::inVisibleRect) ? view.bounds() : area.rect;
-        return (area.options & TrackingArea::mouseEnteredAndExited) && rect.contains(own);
-    });
+// The reference that keeps a view of a tree: its superview's.
+std::shared_ptr<View> ownerOf(const View& view) {
+    const Views& siblings = view.superview()->subviews();
+    return *std::ranges::find(siblings, &view, &std::shared_ptr<View>::get);
 }
 
 } // namespace
 
-PointerRouter::PointerRouter(View& root) : root_(root) {
-    root_.preparePointer();
+PointerRouter::PointerRouter(View& root) : root_(&root, [](View*) {}) {
+    root.preparePointer();
 }
 
-bool PointerRouter::stillShown(const View* view) const {
-    const std::vector<View*> views = viewsOf(root_);
-    return std::ranges::find(views, view) != views.end();
+bool PointerRouter::isShown(const View& view) const {
+    const View* holder = &view;
+    while (holder && holder != root_.get())
+        holder = holder->superview();
+    return holder != nullptr;
 }
 
-void PointerRouter::enterOnly(const std::vector<View*>& inside, Point point) {
-    const MouseEvent event{point};
-    const std::vector<View*> before = std::exchange(entered_, inside);
+void PointerRouter::enterOnly(const std::vector<std::shared_ptr<View>>& inside, Point point) {
+    Views before;
+    for (const std::weak_ptr<View>& entered : std::exchange(entered_, {inside.begin(), inside.end()}))
+        if (std::shared_ptr<View> view = entered.lock())
+            before.push_back(std::move(view));
     // A handler may take views out of the tree: each is looked for before it is told.
-    for (View* view : before)
-        if (std::ranges::find(inside, view) == inside.end() && stillShown(view))
-            view->mouseExited(event);
-    for (View* view : inside)
-        if (std::ranges::find(before, view) == before.end() && stillShown(view))
-            view->mouseEntered(event);
+    for (const std::shared_ptr<View>& view : before)
+        if (!contains(inside, view) && isShown(*view))
+            view->mouseExited({point});
+    for (const std::shared_ptr<View>& view : inside)
+        if (!contains(before, view) && isShown(*view))
+            view->mouseEntered({point});
 }
 
 void PointerRouter::moved(Point point) {
-    std::vector<View*> now = viewsOf(root_);
-    std::erase_if(now, [point](const View* view) { return !tracks(*view, point); });
+    Views now;
+    collectTracking(root_, point, now);
     enterOnly(now, point);
 }
 
@@ -67,22 +73,33 @@ void PointerRouter::left() {
 }
 
 void PointerRouter::pressed(Point point) {
-    pressed_ = root_.hitTest(point);
-    if (pressed_)
-        pressed_->mouseDown({point});
+    moved(point);
+    pressed_.reset();
+    const View* const topmost = root_->hitTest(point);
+    if (!topmost)
+        return;
+    const std::shared_ptr<View> view = topmost == root_.get() ? root_ : ownerOf(*topmost);
+    pressed_ = view;
+    view->mouseDown({point});
 }
 
 void PointerRouter::released(Point point) {
-    View* const view = std::exchange(pressed_, nullptr);
-    if (view && stillShown(view))
-        view->mouseUp({point});
+    const std::shared_ptr<View> view = std::exchange(pressed_, {}).lock();
+    moved(point);
+    if (view && isShown(*view))
+        view->mouseUp({point}); // last: it may destroy the router
+}
+
+void PointerRouter::cancel() {
+    pressed_.reset();
+    left();
 }
 
 Cursor PointerRouter::cursorAt(Point point) const {
     // The topmost view's own wish, else that of what it lies in: a label on a button shows the button's cursor.
-    for (const View* view = root_.hitTest(point); view; view = view->superview())
+    for (const View* view = root_->hitTest(point); view; view = view->superview())
         for (const CursorRect& wish : view->cursorRects())
-            if (wish.rect.contains(inside(*view, point)))
+            if (wish.rect.contains(view->fromSurface(point), view->isFlipped()))
                 return wish.cursor;
     return Cursor::arrow;
 }

@@ -95,11 +95,19 @@ Transform View::toSurface() const {
     return superview_ ? superview_->toSurface().after(toSuperview()) : toSuperview();
 }
 
-View* View::hitTest(Point point) {
+Point View::fromSuperview(Point point) const {
     // A place in a superview is a translation, maybe upside down: its own opposite in y.
     const Transform place = toSuperview();
-    const Point own{point.x - place.tx, (point.y - place.ty) * place.d};
-    if (!bounds().contains(own))
+    return {point.x - place.tx, (point.y - place.ty) * place.d};
+}
+
+Point View::fromSurface(Point point) const {
+    return fromSuperview(superview_ ? superview_->fromSurface(point) : point);
+}
+
+View* View::hitTest(Point point) {
+    const Point own = fromSuperview(point);
+    if (!bounds().contains(own, isFlipped()))
         return nullptr;
     for (auto view = subviews_.rbegin(); view != subviews_.rend(); ++view)
         if (View* hit = (*view)->hitTest(own))
@@ -180,7 +188,8 @@ void View::preparePointer() {
     updateTrackingAreas();
     discardCursorRects();
     resetCursorRects();
-    for (const std::shared_ptr<View>& view : subviews_)
+    const std::vector<std::shared_ptr<View>> inside = subviews_; // those calls may change the tree
+    for (const std::shared_ptr<View>& view : inside)
         view->preparePointer();
 }
 

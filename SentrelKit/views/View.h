@@ -100,8 +100,11 @@ public:
     /// The place of this view's own coordinates in the surface's.
     [[nodiscard]] Transform toSurface() const;
 
+    /// The place of a point of the surface in this view's own coordinates.
+    [[nodiscard]] Point fromSurface(Point point) const;
+
     /// The topmost view under a point of the superview's (the surface's) coordinates: this one or one inside it, or
-    /// null.
+    /// null. Of what lies between two pixels, the left and on screen the upper edge belong to a view.
     [[nodiscard]] View* hitTest(Point point);
 
     /// The rectangles of the surface whose views, or their layers, asked for a redraw: this one or those inside it.
@@ -163,6 +166,7 @@ protected:
 
 private:
     [[nodiscard]] Transform toSuperview() const;
+    [[nodiscard]] Point fromSuperview(Point point) const;
     [[nodiscard]] Transform toParent(bool parentFlipped, Point origin) const;
     void displayInto(Canvas& canvas, const Transform& place, double now);
     void collectDirty(const Transform& place, std::vector<Rect>& rects) const;

@@ -5,6 +5,7 @@
 #include <SentrelKit/views/FUIIndicator.h>
 #include <SentrelKit/views/FUILink.h>
 #include <SentrelKit/views/Layer.h>
+#include <SentrelKit/views/PointerRouter.h>
 
 namespace sentrel {
 
@@ -127,6 +128,17 @@ TEST_F(FUILinks, TracksThePointerOverItsBoundsOnce) {
     link.updateTrackingAreas();
     link.updateTrackingAreas();
     EXPECT_EQ(link.trackingAreas(), (std::vector<TrackingArea>{{{0, 0, 100, 20}, 0x481}}));
+}
+
+TEST_F(FUILinks, ReturnsToItsColourAndOpensNothingForAGestureThatIsCancelled) {
+    PointerRouter router(link);
+    router.pressed({5, 5});
+    EXPECT_EQ(link.textColor(), FUIColor::belizeHole());
+    router.cancel();
+    EXPECT_EQ(link.textColor(), FUIColor::asbestos());
+    router.released({5, 5});
+    advance(1.0);
+    EXPECT_TRUE(opened().empty());
 }
 
 TEST_F(FUIIndicators, StartsInactive) {
@@ -275,6 +287,35 @@ TEST_F(FUIButtons, LetsItsActionReplaceItselfOrReleaseTheButton) {
     pressed.mouseUp(event);
     EXPECT_EQ(log, std::vector{name});
     EXPECT_EQ(owned, nullptr);
+}
+
+TEST_F(FUIButtons, SendsItsActionForAPressAndAReleaseInsideOnly) {
+    PointerRouter router(button);
+    router.pressed({5, 5}); // a tap: nothing was heard of the finger before
+    EXPECT_EQ(button.layer()->backgroundColor(), darker());
+    router.released({5, 5});
+    EXPECT_EQ(sent, 1);
+    router.pressed({5, 5});
+    router.released({5, 35});
+    EXPECT_EQ(sent, 1);
+    EXPECT_EQ(button.layer()->backgroundColor(), FUIColor::turquoise());
+    router.pressed({5, 5});
+    router.moved({5, 35});
+    router.moved({5, 5});
+    router.released({5, 5});
+    EXPECT_EQ(sent, 2);
+    router.pressed({5, 35});
+    router.released({5, 5});
+    EXPECT_EQ(sent, 2);
+}
+
+TEST_F(FUIButtons, ReturnsToRestAndSendsNothingForAGestureThatIsCancelled) {
+    PointerRouter router(button);
+    router.pressed({5, 5});
+    router.cancel();
+    EXPECT_EQ(button.layer()->backgroundColor(), FUIColor::turquoise());
+    router.released({5, 5});
+    EXPECT_EQ(sent, 0);
 }
 
 TEST_F(FUIButtons, DoesNotKeepItsTitleAlive) {

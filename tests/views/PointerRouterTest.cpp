@@ -1,9 +1,13 @@
+#include <SentrelKit/views/FUIButton.h>
 #include <SentrelKit/views/PointerRouter.h>
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <memory>
+#include <new>
 #include <string>
+#include <utility>
 
 namespace sentrel {
 
@@ -74,26 +78,109 @@ TEST_F(PointerRouterTest, GivesTheReleaseToTheViewThatWasPressed) {
     router.pressed({60, 60});
     router.moved({5, 5});
     router.released({5, 5});
-    EXPECT_EQ(taken(), "vtwo+one^two");
+    EXPECT_EQ(taken(), "+twovtwo-two+one^two");
     router.released({5, 5});
     EXPECT_EQ(taken(), "");
     router.pressed({5, 95}); // on the root, which does not care
     router.released({5, 95});
     router.pressed({500, 500});
     router.released({500, 500});
-    EXPECT_EQ(taken(), "");
+    EXPECT_EQ(taken(), "-one");
+}
+
+// A release outside came without the pointer's leaving, and a tap without its coming.
+TEST_F(PointerRouterTest, PlacesThePointerBeforeAPressAndBeforeARelease) {
+    PointerRouter router(root);
+    router.pressed({60, 60});
+    EXPECT_EQ(taken(), "+twovtwo");
+    router.released({500, 500});
+    EXPECT_EQ(taken(), "-two^two");
+    router.pressed({60, 60});
+    router.left();
+    router.released({60, 60});
+    EXPECT_EQ(taken(), "+twovtwo-two+two^two");
 }
 
 TEST_F(PointerRouterTest, HandsAPressThatAViewPassesOnToItsSuperview) {
     inner->passes = true;
     PointerRouter router(root);
     router.pressed({5, 45});
-    EXPECT_EQ(taken(), "vinnervone");
+    EXPECT_EQ(taken(), "+one+innervinnervone");
     const auto label = std::make_shared<View>(Rect{30, 30, 10, 10});
     one->addSubview(label);
     router.pressed({35, 15});
     router.released({35, 15});
-    EXPECT_EQ(taken(), "vone^one");
+    EXPECT_EQ(taken(), "-innervone^one");
+}
+
+TEST_F(PointerRouterTest, CancelsAGestureWithoutARelease) {
+    PointerRouter router(root);
+    router.pressed({60, 60});
+    router.cancel();
+    EXPECT_EQ(taken(), "+twovtwo-two");
+    router.released({60, 60});
+    EXPECT_EQ(taken(), "+two"); // of a press that is over
+    router.cancel();
+    router.cancel();
+    EXPECT_EQ(taken(), "-two");
+}
+
+// The part of a view that its superview clips off reacted to the pointer.
+TEST_F(PointerRouterTest, IsInNoPartOfAViewThatIsClippedOff) {
+    one->setFrame({0, 0, 10, 10});
+    inner->setFrame({5, 0, 90, 90});
+    PointerRouter router(root);
+    router.moved({7, 95});
+    EXPECT_EQ(taken(), "+one+inner");
+    router.moved({15, 95});
+    EXPECT_EQ(taken(), "-one-inner");
+    router.pressed({15, 95}); // the root itself
+    router.released({15, 95});
+    EXPECT_EQ(taken(), "");
+    EXPECT_EQ(router.cursorAt({15, 95}), Cursor::arrow);
+    two->setFrame({95, 95, 50, 50});
+    router.moved({98, -1});
+    EXPECT_EQ(taken(), "");
+    router.moved({98, 1});
+    EXPECT_EQ(taken(), "+two");
+}
+
+// Whatever lay at the freed view's address got its events.
+TEST_F(PointerRouterTest, TellsNothingToTheSuccessorOfAViewThatIsFreed) {
+    alignas(Listener) std::byte place[sizeof(Listener)];
+    const auto make = [&](std::string name) {
+        return std::shared_ptr<Listener>(new (place) Listener(Rect{50, 0, 50, 50}, std::move(name), log),
+                                         [](Listener* view) { view->~Listener(); });
+    };
+    root.addSubview(make("old"));
+    PointerRouter router(root);
+    router.pressed({60, 60});
+    EXPECT_EQ(taken(), "+two+oldvold");
+    root.subviews().back()->removeFromSuperview();
+    root.addSubview(make("new"));
+    router.released({60, 60});
+    EXPECT_EQ(taken(), "+new");
+    root.subviews().back()->removeFromSuperview();
+    root.addSubview(make("last"));
+    router.left();
+    EXPECT_EQ(taken(), "-two");
+    root.subviews().back()->removeFromSuperview();
+}
+
+TEST_F(PointerRouterTest, MayBeDestroyedByARelease) {
+    auto window = std::make_unique<View>(Rect{0, 0, 100, 100});
+    auto close = std::make_shared<FUIButton>(Rect{0, 0, 100, 100});
+    const std::weak_ptr<FUIButton> button = close;
+    auto router = std::make_unique<PointerRouter>(*window);
+    close->setAction([&](Control&) {
+        router.reset();
+        window.reset();
+    });
+    window->addSubview(std::exchange(close, nullptr));
+    router->pressed({5, 5});
+    router->released({5, 5});
+    EXPECT_EQ(window, nullptr);
+    EXPECT_TRUE(button.expired());
 }
 
 TEST_F(PointerRouterTest, ForgetsViewsThatLeaveTheTree) {
@@ -105,6 +192,15 @@ TEST_F(PointerRouterTest, ForgetsViewsThatLeaveTheTree) {
     router.released({60, 60});
     router.moved({10, 10});
     EXPECT_EQ(taken(), "+twovtwo+one");
+}
+
+TEST_F(PointerRouterTest, KeepsAViewThatLeavesTheTreeUntilItsEventIsOver) {
+    two->removeWhenPressed = true;
+    const std::weak_ptr<Listener> released = std::exchange(two, nullptr);
+    PointerRouter router(root);
+    router.pressed({60, 60});
+    EXPECT_EQ(taken(), "+twovtwo");
+    EXPECT_TRUE(released.expired());
 }
 
 TEST_F(PointerRouterTest, ShowsTheCursorOfTheTopmostViewOrOfWhatItLiesIn) {
@@ -126,6 +222,54 @@ TEST_F(PointerRouterTest, FollowsAViewThatChangesItsSize) {
     router.moved({55, 95});
     EXPECT_EQ(taken(), "+two");
 }
+
+// A view of two cells, one above the other, that reports what the pointer is in, in any of the ways to turn y.
+class Cells : public testing::TestWithParam<std::tuple<bool, bool>> {
+protected:
+    class Cell : public Listener {
+    public:
+        Cell(Rect frame, std::string name, std::string& log, bool flipped)
+            : Listener(frame, std::move(name), log), flipped_(flipped) {}
+        [[nodiscard]] bool isFlipped() const override { return flipped_; }
+        void resetCursorRects() override { addCursorRect(bounds(), Cursor::pointingHand); }
+
+    private:
+        bool flipped_;
+    };
+};
+
+// In views whose y grows upward, the lowest pixel row hit twice or not at all, and so did the uppermost.
+TEST_P(Cells, HaveEachPixelOnce) {
+    const auto [rootFlipped, cellFlipped] = GetParam();
+    std::string log;
+    Cell root({0, 0, 4, 7}, "root", log, rootFlipped);
+    const auto one = std::make_shared<Cell>(Rect{0, 0, 2, 3}, "one", log, cellFlipped);
+    const auto other = std::make_shared<Cell>(Rect{0, 3, 2, 3}, "other", log, cellFlipped);
+    root.addSubview(one);
+    root.addSubview(other);
+    PointerRouter router(root);
+    const int upper = rootFlipped ? 0 : 1; // the rows that the cells leave free are below or above them
+    for (int y = -2; y < 9; ++y) {
+        for (int x = -2; x < 6; ++x) {
+            SCOPED_TRACE(std::to_string(x) + ", " + std::to_string(y));
+            const Point point{static_cast<double>(x), static_cast<double>(y)};
+            View* expected = x >= 0 && x < 4 && y >= 0 && y < 7 ? &root : nullptr;
+            if (x >= 0 && x < 2 && y >= upper && y < upper + 6)
+                expected = ((y < upper + 3) == rootFlipped ? one : other).get();
+            EXPECT_EQ(root.hitTest(point), expected);
+            EXPECT_EQ(router.cursorAt(point), expected ? Cursor::pointingHand : Cursor::arrow);
+            log.clear();
+            router.moved(point);
+            router.moved({-5, -5});
+            EXPECT_EQ(log, !expected               ? ""
+                           : expected == &root     ? "+root-root"
+                           : expected == one.get() ? "+root+one-root-one"
+                                                   : "+root+other-root-other");
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(EachWayUp, Cells, testing::Combine(testing::Bool(), testing::Bool()));
 
 } // namespace
 
