@@ -8,6 +8,8 @@
 namespace sentrel {
 
 std::string percentText(double percent) {
+    if (std::isnan(percent))
+        return "nan%"; // without its sign, which some C libraries print
     // Sign, all digits of the largest number, percent sign, end.
     std::array<char, std::numeric_limits<double>::max_exponent10 + 4> text{};
     const int length = std::snprintf(text.data(), text.size(), "%.0f%%", std::round(percent));

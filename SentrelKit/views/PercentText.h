@@ -6,7 +6,8 @@
 
 namespace sentrel {
 
-/// A percentage rounded to a whole number, halves away from zero, and a percent sign: "42%".
+/// A percentage rounded to a whole number, halves away from zero, and a percent sign: "42%". "nan%" for what is
+/// not a number, "inf%" and "-inf%" for what is not finite. Any thread.
 [[nodiscard]] SENTREL_API std::string percentText(double percent);
 
 } // namespace sentrel

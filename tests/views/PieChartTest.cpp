@@ -105,6 +105,10 @@ TEST(PieChart, OffersItsSharesAsText) {
     EXPECT_EQ(chart.accessibilityValue(), std::nullopt);
     chart.setDataPoints({1, 1, 2});
     EXPECT_EQ(chart.accessibilityValue(), "25%, 25%, 50%");
+    for (const double zero : {0.0, -0.0}) {
+        chart.setDataPoints({zero, zero}); // shares of nothing
+        EXPECT_EQ(chart.accessibilityValue(), "nan%, nan%");
+    }
 }
 
 } // namespace

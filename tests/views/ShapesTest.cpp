@@ -237,6 +237,10 @@ TEST_F(Shapes, ABarTakesAPendingRedrawBackForAnEqualPercentage) {
 TEST_F(Shapes, ABarOffersItsPercentageAsItsAccessibilityValue) {
     Bar bar({0, 0, 200, 20});
     EXPECT_EQ(bar.accessibilityValue(), "50%");
+    bar.setPercent(-std::numeric_limits<double>::quiet_NaN());
+    EXPECT_EQ(bar.accessibilityValue(), "nan%");
+    bar.setPercent(-std::numeric_limits<double>::infinity());
+    EXPECT_EQ(bar.accessibilityValue(), "-inf%");
     EXPECT_EQ(Shape().accessibilityValue(), std::nullopt);
 }
 
