@@ -1,27 +1,34 @@
 #pragma once
 
-/// One percentage as a horizontal bar: a faint track across the view and over it a line as long as the percentage of
-/// the width. Drawing it leaves its width and cap behind as the defaults of every later path of the process. Main
-/// thread.
-
 #include <SentrelKit/views/Shape.h>
 
 namespace sentrel {
 
+/// One percentage as a horizontal bar: a faint track across the view and over it a line as long as the percentage of
+/// the width. Drawing it leaves its width and cap behind as the defaults of every later path of the process. Main
+/// thread.
 class SENTREL_API Bar : public Shape {
 public:
+    /// A bar at 50 percent at a frame of its superview's coordinates.
     explicit Bar(Rect frame = {});
+
+    /// The same at the frame that an archive holds.
     explicit Bar(Coder& coder);
 
-    /// Whether its ends are round or square. Setting it requests no redraw.
+    /// Whether its ends are round or square; round from the start.
     [[nodiscard]] bool rounded() const noexcept { return rounded_; }
+
+    /// Requests no redraw.
     void setRounded(bool rounded) noexcept { rounded_ = rounded; }
 
-    /// The value in percent, not clamped: above 100 the line leaves the view on the right, below 0 on the left. Setting
-    /// it requests a redraw if it changes, and takes a pending request back if it does not: meant so.
+    /// The value in percent, not clamped: above 100 the line leaves the view on the right, below 0 on the left. For a
+    /// value that is not finite there is no line.
     [[nodiscard]] double percent() const noexcept { return percent_; }
+
+    /// Requests a redraw if the value changes, and takes a pending request back if it does not: meant so.
     virtual void setPercent(double percent);
 
+    /// The value as a whole percentage: "42%".
     [[nodiscard]] std::optional<std::string> accessibilityValue() const override;
     void drawRect(Canvas& canvas, Rect rect) override;
 

@@ -1,40 +1,51 @@
 #pragma once
 
-/// One percentage as a ring: a faint full circle and over it an arc, from twelve o'clock clockwise, as long as the
-/// percentage of the turn. It can keep a label of the host's in step. Main thread.
-
 #include <SentrelKit/views/FUIColor.h>
 #include <SentrelKit/views/TextField.h>
 #include <SentrelKit/views/View.h>
 
 namespace sentrel {
 
+/// One percentage as a ring: a faint full circle and over it an arc, from twelve o'clock clockwise, as long as the
+/// percentage of the turn. It can keep a label of the host's in step. Main thread.
 class SENTREL_API CircleChart : public View {
 public:
+    /// A ring at 0 percent at a frame of its superview's coordinates.
     explicit CircleChart(Rect frame = {});
+
+    /// The same at the frame that an archive holds.
     explicit CircleChart(Coder& coder);
 
-    /// The label that shows the rounded percentage. It is not kept alive, and it shows nothing before the rounded
-    /// percentage next changes.
+    /// The label that shows the rounded percentage, or null.
     [[nodiscard]] std::shared_ptr<TextField> myLabel() const noexcept { return myLabel_.lock(); }
+
+    /// The label is not kept alive, and shows nothing before the rounded percentage next changes.
     void setMyLabel(std::weak_ptr<TextField> label) noexcept;
 
-    /// The arc's colour; the circle under it has it at alpha 0.2. Setting it requests a redraw if it changes, and takes
-    /// a pending request back if it does not: meant so.
+    /// The arc's colour; the circle under it has it at alpha 0.2. `FUIColor::emerald()` from the start.
     [[nodiscard]] Color color() const noexcept { return color_; }
+
+    /// Requests a redraw if the colour changes, and takes a pending request back if it does not: meant so.
     void setColor(Color color);
 
-    /// The ring's thickness in points. Setting it requests no redraw.
+    /// The ring's thickness in points, not clamped; 4.0 from the start.
     [[nodiscard]] double lineWidth() const noexcept { return lineWidth_; }
+
+    /// Requests no redraw.
     void setLineWidth(double width) noexcept { lineWidth_ = width; }
 
-    /// The value in percent, not clamped. If its rounded value changes, the label follows and a redraw is requested;
-    /// otherwise the value is only kept. Below 0.5, and for a value that is not a number, no arc is drawn.
+    /// The value in percent, not clamped: from 100 on the ring is full. Below 0.5, and for a value that is not a
+    /// number, no arc is drawn.
     [[nodiscard]] double percent() const noexcept { return percent_; }
+
+    /// If the rounded value changes, the label follows and a redraw is requested; otherwise the value is only kept.
     virtual void setPercent(double percent);
 
+    /// Always: y grows downward.
     [[nodiscard]] bool isFlipped() const override { return true; }
     void drawRect(Canvas& canvas, Rect rect) override;
+
+    /// The value as the label shows it: "42%".
     [[nodiscard]] std::optional<std::string> accessibilityValue() const override;
 
 private:

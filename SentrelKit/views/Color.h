@@ -1,7 +1,5 @@
 #pragma once
 
-/// An RGBA colour in sRGB, components nominally 0.0 to 1.0, not premultiplied. Any thread.
-
 #include <SentrelKit/Export.h>
 
 #include <cstdint>
@@ -10,11 +8,12 @@
 
 namespace sentrel {
 
+/// An RGBA colour in sRGB, components nominally 0.0 to 1.0, not premultiplied. Any thread.
 struct SENTREL_API Color {
-    double red = 0.0;
-    double green = 0.0;
-    double blue = 0.0;
-    double alpha = 1.0;
+    double red = 0.0;   ///< 0.0 to 1.0, not clamped
+    double green = 0.0; ///< 0.0 to 1.0, not clamped
+    double blue = 0.0;  ///< 0.0 to 1.0, not clamped
+    double alpha = 1.0; ///< 0.0 for a transparent to 1.0 for an opaque colour, not clamped
 
     /// The colour of 8-bit components (each divided by 255.0; out of range is passed on, not clamped) and an alpha.
     [[nodiscard]] static Color initWithR(std::int64_t r, std::int64_t g, std::int64_t b, double a) noexcept;

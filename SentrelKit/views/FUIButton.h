@@ -1,8 +1,5 @@
 #pragma once
 
-/// A filled, rounded button that lightens under the pointer and darkens while pressed. Its action is sent when the
-/// mouse button is released inside it. Main thread.
-
 #include <SentrelKit/views/Control.h>
 #include <SentrelKit/views/FUIColor.h>
 #include <SentrelKit/views/TextField.h>
@@ -11,21 +8,32 @@
 
 namespace sentrel {
 
+/// A filled, rounded button that lightens under the pointer and darkens while pressed. Its action is sent when the
+/// mouse button is released inside it. Main thread.
 class SENTREL_API FUIButton : public Control {
 public:
+    /// A button without a title at a frame of its superview's coordinates.
     explicit FUIButton(Rect frame = {});
+
+    /// The same at the frame that an archive holds.
     explicit FUIButton(Coder& coder);
 
-    /// The host's label on the button. It is not kept alive; the host lays it out, say as a subview of the button.
+    /// The host's label on the button, or null. The host lays it out, say as a subview of the button.
     [[nodiscard]] std::shared_ptr<TextField> title() const noexcept { return title_.lock(); }
+
+    /// The label is not kept alive. Requests no redraw.
     void setTitle(std::weak_ptr<TextField> title) noexcept;
 
-    /// Of all four corners, in points. Setting it shows at once.
+    /// The radius of all four corners in points, drawn as at most half a side; 4.0 from the start.
     [[nodiscard]] double borderRadius() const noexcept { return borderRadius_; }
+
+    /// Shows at once.
     void setBorderRadius(double radius);
 
-    /// The resting fill. Setting it shows at once.
+    /// The resting fill; `FUIColor::turquoise()` from the start.
     [[nodiscard]] Color backgroundColor() const noexcept { return backgroundColor_; }
+
+    /// Shows at once, also under the pointer or while pressed.
     void setBackgroundColor(Color color);
 
     /// Fades the fill to a colour in 0.25 s, from the fill that was set last (not from what a fade under way shows),
@@ -35,14 +43,26 @@ public:
     /// Turns the view's layer on; it is drawn anew when it asks for it.
     void prepareLayer();
 
+    /// Fades to a fill that is 15 % lighter.
     void mouseEntered(const MouseEvent& event) override;
+
+    /// Fades to the resting fill.
     void mouseExited(const MouseEvent& event) override;
+
+    /// Fades to a fill that is 15 % darker.
     void mouseDown(const MouseEvent& event) override;
+
+    /// Fades to the resting fill and sends the action, if the pointer is inside; does nothing otherwise.
     void mouseUp(const MouseEvent& event) override;
+
+    /// Replaces all tracking areas by one over the bounds.
     void updateTrackingAreas() override;
+
+    /// Adds the pointing hand over the bounds.
     void resetCursorRects() override;
 
 protected:
+    /// The layer that carries fill and corners.
     [[nodiscard]] std::shared_ptr<Layer> makeBackingLayer() override;
 
 private:

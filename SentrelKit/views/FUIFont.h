@@ -1,12 +1,11 @@
 #pragma once
 
-/// The faces that labels are set in. The font files are the host's: it installs or registers them. A face that is not
-/// there gives no font, and nothing stands in for it.
-
 #include <SentrelKit/views/Font.h>
 
 namespace sentrel {
 
+/// The faces that labels are set in. The font files are the host's: it installs or registers them. A face that is not
+/// there gives no font, and nothing stands in for it. Sizes are in points. Any thread.
 class SENTREL_API FUIFont {
 public:
     FUIFont() = delete;

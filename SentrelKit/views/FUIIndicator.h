@@ -1,38 +1,55 @@
 #pragma once
 
-/// A round light, on or off, that reports each click on an event channel. It never switches itself: the subscriber
-/// decides. Main thread.
-
 #include <SentrelKit/system/Signal.h>
 #include <SentrelKit/views/FUIColor.h>
 #include <SentrelKit/views/View.h>
 
 namespace sentrel {
 
+/// A round light, on or off, that reports each click on an event channel. It never switches itself: the subscriber
+/// decides. Main thread.
 class SENTREL_API FUIIndicator : public View {
 public:
+    /// An inactive light at a frame of its superview's coordinates.
     explicit FUIIndicator(Rect frame = {});
+
+    /// The same at the frame that an archive holds.
     explicit FUIIndicator(Coder& coder);
 
     /// Fired once for each release of the button, wherever the pointer is by then.
     [[nodiscard]] Signal<void>& onClicked() noexcept { return onClicked_; }
 
-    // Each setter requests a redraw, also for an equal value: meant so.
+    /// The fill while active; `FUIColor::clouds()` from the start.
     [[nodiscard]] Color activeColor() const noexcept { return activeColor_; }
+
+    /// Requests a redraw, also for an equal colour: meant so.
     void setActiveColor(Color color);
+
+    /// The fill while inactive; `FUIColor::silver()` from the start.
     [[nodiscard]] Color inactiveColor() const noexcept { return inactiveColor_; }
+
+    /// Requests a redraw, also for an equal colour: meant so.
     void setInactiveColor(Color color);
+
+    /// The state shown; inactive from the start.
     [[nodiscard]] bool isActive() const noexcept { return isActive_; }
+
+    /// Requests a redraw, also for an equal state: meant so.
     void setIsActive(bool active);
 
+    /// Fills the ellipse in the rectangle with the colour of the state.
     void drawRect(Canvas& canvas, Rect rect) override;
 
     /// Takes the press, so that the release comes here.
     void mouseDown(const MouseEvent& event) override;
+
+    /// Fires `onClicked`, wherever the pointer is by now.
     void mouseUp(const MouseEvent& event) override;
 
     /// Adds one more area each time and removes none: meant so.
     void updateTrackingAreas() override;
+
+    /// Adds the pointing hand over the bounds.
     void resetCursorRects() override;
 
 private:

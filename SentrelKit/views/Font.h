@@ -1,7 +1,5 @@
 #pragma once
 
-/// A font face at a size, found by its exact face name (its PostScript name). Any thread.
-
 #include <SentrelKit/Export.h>
 #include <SentrelKit/views/Geometry.h>
 
@@ -14,6 +12,7 @@ namespace sentrel {
 
 struct FontFace;
 
+/// A font face at a size, found by its exact face name (its PostScript name). Any thread.
 class SENTREL_API Font {
 public:
     /// The face of exactly this name at a size in points, or no font: another face never stands in for it.
@@ -26,12 +25,14 @@ public:
     /// Call it on the main thread, before the fonts are asked for.
     static bool registerFile(const std::string& path);
 
+    /// The exact face name that the font was asked for by; "sans-serif" for the desktop's.
     [[nodiscard]] const std::string& name() const noexcept;
     [[nodiscard]] double size() const noexcept { return size_; } ///< points
 
     /// For a canvas.
     [[nodiscard]] const FontFace& face() const noexcept { return *face_; }
 
+    /// Whether face name and size are equal.
     friend bool operator==(const Font& one, const Font& other) noexcept {
         return one.size_ == other.size_ && one.name() == other.name();
     }

@@ -14,15 +14,34 @@ namespace sentrel {
 template <class Component>
 class Gauge : public Component {
 public:
-    [[nodiscard]] Color successColor() const noexcept { return successColor_; } ///< below `success`
+    /// The colour below `success`; `FUIColor::emerald()` from the start.
+    [[nodiscard]] Color successColor() const noexcept { return successColor_; }
+
+    /// Shows when `percent` is next set.
     void setSuccessColor(Color color) { change(successColor_, color); }
-    [[nodiscard]] Color warningColor() const noexcept { return warningColor_; } ///< from `success` to below `warning`
+
+    /// The colour from `success` to below `warning`; `FUIColor::sunflower()` from the start.
+    [[nodiscard]] Color warningColor() const noexcept { return warningColor_; }
+
+    /// Shows when `percent` is next set.
     void setWarningColor(Color color) { change(warningColor_, color); }
-    [[nodiscard]] Color dangerColor() const noexcept { return dangerColor_; } ///< from `warning` on
+
+    /// The colour from `warning` on; `FUIColor::alizarin()` from the start.
+    [[nodiscard]] Color dangerColor() const noexcept { return dangerColor_; }
+
+    /// Shows when `percent` is next set.
     void setDangerColor(Color color) { change(dangerColor_, color); }
-    [[nodiscard]] double success() const noexcept { return success_; } ///< percent
+
+    /// The first threshold in percent, not clamped.
+    [[nodiscard]] double success() const noexcept { return success_; }
+
+    /// Counts when `percent` is next set.
     void setSuccess(double percent) { change(success_, percent); }
-    [[nodiscard]] double warning() const noexcept { return warning_; } ///< percent
+
+    /// The second threshold in percent, not clamped.
+    [[nodiscard]] double warning() const noexcept { return warning_; }
+
+    /// Counts when `percent` is next set.
     void setWarning(double percent) { change(warning_, percent); }
 
 protected:

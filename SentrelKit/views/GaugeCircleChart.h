@@ -1,16 +1,18 @@
 #pragma once
 
-/// The ring whose colour follows its value through three bands. Main thread.
-
 #include <SentrelKit/views/CircleChart.h>
 #include <SentrelKit/views/Gauge.h>
 
 namespace sentrel {
 
-/// In danger from 91 percent on, with a warning from 81.
+/// The ring whose colour follows its value through three bands: in danger from 91 percent on, with a warning from 81.
+/// Main thread.
 class SENTREL_API GaugeCircleChart : public Gauge<CircleChart> {
 public:
+    /// A ring at 0 percent at a frame of its superview's coordinates.
     explicit GaugeCircleChart(Rect frame = {});
+
+    /// The same at the frame that an archive holds.
     explicit GaugeCircleChart(Coder& coder);
 
     /// Chooses the colour of the value's band, then does what the plain ring does. A value that is not a number is in

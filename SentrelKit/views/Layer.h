@@ -17,58 +17,86 @@
 
 namespace sentrel {
 
+/// A rectangle that keeps a background, layers in it and animations, and asks for a redraw whenever one of them
+/// changes. A layer owns those in it; later ones lie above earlier ones. Main thread.
 class SENTREL_API Layer {
 public:
+    /// An empty layer without a size, background or animation.
     Layer() = default;
+
+    /// The layers in it are let go.
     virtual ~Layer();
     Layer(const Layer&) = delete;
     Layer& operator=(const Layer&) = delete;
 
-    /// The unturned rectangle, in the coordinates of the layer or view above.
+    /// The unturned rectangle in points, in the coordinates of the layer or view above.
     [[nodiscard]] Rect frame() const noexcept { return frame_; }
+
+    /// Asks for a redraw if the frame changes.
     void setFrame(Rect frame);
+
+    /// The unturned rectangle in the layer's own coordinates: origin 0, size of the frame.
     [[nodiscard]] Rect bounds() const noexcept { return {0.0, 0.0, frame_.width, frame_.height}; }
 
     /// The pivot of rotations, in units of the frame's size; the middle from the start.
     [[nodiscard]] Point anchorPoint() const noexcept { return anchorPoint_; }
+
+    /// Asks for a redraw.
     void setAnchorPoint(Point anchor);
 
     /// The fill of the whole layer; absent is none.
     [[nodiscard]] std::optional<Color> backgroundColor() const noexcept { return backgroundColor_; }
+
+    /// Asks for a redraw.
     void setBackgroundColor(std::optional<Color> color);
-    [[nodiscard]] double cornerRadius() const noexcept { return cornerRadius_; } ///< of the background, points
+
+    /// The radius of the background's corners in points, drawn as at most half a side; 0.0 from the start.
+    [[nodiscard]] double cornerRadius() const noexcept { return cornerRadius_; }
+
+    /// Asks for a redraw.
     void setCornerRadius(double radius);
 
+    /// The layers in it, the topmost last.
     [[nodiscard]] const std::vector<std::shared_ptr<Layer>>& sublayers() const noexcept { return sublayers_; }
 
-    /// Puts a layer on top, taking it from where it was. It must not hold this layer itself.
+    /// Puts a layer on top, taking it from where it was, and asks for a redraw. The process ends for null and for a
+    /// layer that holds this one.
     void addSublayer(std::shared_ptr<Layer> layer);
+
+    /// Takes the layer out of the one that holds it, if any, which asks for a redraw. That may release the layer.
     void removeFromSuperlayer();
 
-    /// Attaches an animation under a key, replacing the one under it. It begins now unless it says otherwise.
+    /// Attaches an animation under a key, replacing the one under it. It begins now unless it says otherwise. Asks
+    /// for a redraw.
     void addAnimation(BasicAnimation animation, const std::string& key);
+
+    /// Takes the animation under a key off and asks for a redraw; does nothing without one.
     void removeAnimation(const std::string& key);
 
-    /// The animation under a key, or null.
+    /// The animation under a key, or null; good until the animations change.
     [[nodiscard]] const BasicAnimation* animation(const std::string& key) const noexcept;
 
-    /// Whether this layer or one in it still changes by itself at a media time.
+    /// Whether this layer or one in it still changes by itself at a media time, in seconds.
     [[nodiscard]] bool isAnimating(double now) const noexcept;
 
     /// Whether this layer or one in it shows something else than when it was last displayed; it does until it is
     /// displayed at or after the end of its animations.
     [[nodiscard]] bool needsDisplay() const noexcept;
+
+    /// Asks for a redraw.
     void setNeedsDisplay();
 
     /// Called each time a redraw is asked for, of this layer or one in it. For the view that holds it. It may set and
     /// take off handlers, itself included: one that was taken off is not called any more.
     void setDisplayHandler(std::function<void()> handler);
 
-    /// The background and the turn as they show at a media time.
+    /// The background as it shows at a media time, in seconds.
     [[nodiscard]] std::optional<Color> backgroundColorAt(double now) const noexcept;
+
+    /// The turn as it shows at a media time, in seconds.
     [[nodiscard]] Rotation rotationAt(double now) const noexcept;
 
-    /// Draws the layer and those in it as of a media time.
+    /// Draws the layer and those in it as of a media time, in seconds, and drops the animations that are over.
     void display(Canvas& canvas, double now);
 
 protected:
@@ -90,15 +118,26 @@ private:
     bool needsDisplay_ = true;
 };
 
-/// A layer that shows one path.
+/// A layer that shows one path. Main thread.
 class SENTREL_API ShapeLayer final : public Layer {
 public:
-    /// In coordinates of the bounds. Its stroke is drawn with the path's own width, cap, join and miter limit.
+    /// The figure, in coordinates of the bounds; empty from the start. Its stroke is drawn with the path's own width,
+    /// cap, join and miter limit.
     [[nodiscard]] const Path& path() const noexcept { return path_; }
+
+    /// Asks for a redraw.
     void setPath(Path path);
-    [[nodiscard]] std::optional<Color> fillColor() const noexcept { return fillColor_; } ///< black from the start
+
+    /// The fill of the figure; absent is none, black from the start.
+    [[nodiscard]] std::optional<Color> fillColor() const noexcept { return fillColor_; }
+
+    /// Asks for a redraw.
     void setFillColor(std::optional<Color> color);
-    [[nodiscard]] std::optional<Color> strokeColor() const noexcept { return strokeColor_; } ///< none from the start
+
+    /// The colour of the outline; absent is none, as from the start.
+    [[nodiscard]] std::optional<Color> strokeColor() const noexcept { return strokeColor_; }
+
+    /// Asks for a redraw.
     void setStrokeColor(std::optional<Color> color);
 
     /// Draws with another paint all that the layer covers: what shows through it as a mask.
@@ -113,20 +152,32 @@ private:
     std::optional<Color> strokeColor_;
 };
 
-/// A layer that shows a linear gradient, all over or only where its mask is.
+/// A layer that shows a linear gradient, all over or only where its mask is. Main thread.
 class SENTREL_API GradientLayer final : public Layer {
 public:
-    [[nodiscard]] const std::vector<Color>& colors() const noexcept { return colors_; } ///< at equal distances
+    /// The colours, at equal distances; without any, as from the start, nothing shows.
+    [[nodiscard]] const std::vector<Color>& colors() const noexcept { return colors_; }
+
+    /// Asks for a redraw.
     void setColors(std::vector<Color> colors);
 
-    // Where the first and the last colour stand, in units of the bounds' size.
+    /// Where the first colour stands, in units of the bounds' size; (0.5, 0.0) from the start.
     [[nodiscard]] Point startPoint() const noexcept { return startPoint_; }
+
+    /// Asks for a redraw.
     void setStartPoint(Point point);
+
+    /// Where the last colour stands, in units of the bounds' size; (0.5, 1.0) from the start.
     [[nodiscard]] Point endPoint() const noexcept { return endPoint_; }
+
+    /// Asks for a redraw.
     void setEndPoint(Point point);
 
-    /// In coordinates of the bounds. Its colours do not matter, only what it covers.
+    /// Where the gradient shows, in coordinates of the bounds, or null for all over. Its colours do not matter, only
+    /// what it covers.
     [[nodiscard]] const std::shared_ptr<ShapeLayer>& mask() const noexcept { return mask_; }
+
+    /// Asks for a redraw. A change inside the mask asks for none here.
     void setMask(std::shared_ptr<ShapeLayer> mask);
 
 protected:

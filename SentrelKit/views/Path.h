@@ -1,7 +1,5 @@
 #pragma once
 
-/// A figure to fill or stroke, with the style of its stroke. A value; main thread like all drawing.
-
 #include <SentrelKit/Export.h>
 #include <SentrelKit/views/Geometry.h>
 
@@ -12,19 +10,37 @@
 
 namespace sentrel {
 
-enum class LineCap : std::uint8_t { butt = 0, round = 1, square = 2 };
-enum class LineJoin : std::uint8_t { miter = 0, round = 1, bevel = 2 };
+/// How a stroke ends.
+enum class LineCap : std::uint8_t {
+    butt = 0,   ///< at the end itself
+    round = 1,  ///< with a half disc around the end
+    square = 2, ///< half a line width past the end
+};
+
+/// How a stroke turns a corner.
+enum class LineJoin : std::uint8_t {
+    miter = 0, ///< to a point, unless it were longer than the miter limit allows
+    round = 1, ///< with an arc around the corner
+    bevel = 2, ///< with the corner cut off
+};
 
 /// One step of a path. A move, a line and a close use the first point (a close none), a curve has its control points
 /// first and its end last, an arc has its centre first.
 struct PathElement {
-    enum class Kind : std::uint8_t { moveTo = 0, lineTo = 1, curveTo = 2, closePath = 3, arc = 4 };
+    /// What the step does.
+    enum class Kind : std::uint8_t {
+        moveTo = 0,    ///< begins a new part of the figure
+        lineTo = 1,    ///< a straight line
+        curveTo = 2,   ///< a cubic curve
+        closePath = 3, ///< a line back to where the part began
+        arc = 4,       ///< a part of a circle, after a line to its start
+    };
 
-    Kind kind = Kind::moveTo;
-    std::array<Point, 3> points{};
-    double radius = 0.0;     ///< of an arc
-    double startAngle = 0.0; ///< of an arc, degrees
-    double endAngle = 0.0;   ///< of an arc, degrees
+    Kind kind = Kind::moveTo;      ///< which of the fields count
+    std::array<Point, 3> points{}; ///< points in the coordinates of the path
+    double radius = 0.0;           ///< of an arc, points; a canvas draws none of one that is not above 0
+    double startAngle = 0.0;       ///< of an arc, degrees
+    double endAngle = 0.0;         ///< of an arc, degrees
 
     /// This arc from the same place to the same place, with its start less than a turn from 0 and a sweep of less than
     /// two turns: of a sweep past a full turn, the full circle and what goes beyond the last whole turn. For a canvas,
@@ -32,17 +48,27 @@ struct PathElement {
     /// finite.
     [[nodiscard]] SENTREL_API PathElement boundedArc() const noexcept;
 
+    /// Whether all fields are equal.
     friend bool operator==(const PathElement&, const PathElement&) = default;
 };
 
+/// A figure to fill or stroke: steps in order, and the style of its stroke. Coordinates and widths are points; none is
+/// checked or clamped. A value; main thread like all drawing.
 class SENTREL_API Path {
 public:
     /// An empty path whose line width and cap are the process's defaults of this moment.
     Path() noexcept;
 
+    /// Begins a new part of the figure at a point.
     void moveTo(Point point);
+
+    /// Adds a straight line to a point.
     void lineTo(Point point);
+
+    /// Adds a cubic curve to `end`.
     void curveTo(Point control1, Point control2, Point end);
+
+    /// Adds a line back to where the part began.
     void close();
 
     /// Adds an arc from one angle to the other, in degrees, in the sense of growing angles (counter-clockwise where y
@@ -57,13 +83,25 @@ public:
     /// without width or height.
     void appendRoundedRect(Rect rect, double xRadius, double yRadius);
 
+    /// A path of what `appendEllipse` adds.
     [[nodiscard]] static Path ellipse(Rect rect);
+
+    /// A path of a rectangle with sharp corners; empty for a rectangle without width or height.
     [[nodiscard]] static Path rect(Rect rect);
+
+    /// A path of what `appendRoundedRect` adds.
     [[nodiscard]] static Path roundedRect(Rect rect, double xRadius, double yRadius);
+
+    /// A path of one straight line.
     [[nodiscard]] static Path line(Point from, Point to);
 
+    /// Whether there is no step.
     [[nodiscard]] bool empty() const noexcept { return elements_.empty(); }
+
+    /// The number of steps.
     [[nodiscard]] std::size_t elementCount() const noexcept { return elements_.size(); }
+
+    /// The steps in order; good until the path changes.
     [[nodiscard]] const std::vector<PathElement>& elements() const noexcept { return elements_; }
 
     /// Adds an element as it is.
@@ -73,27 +111,55 @@ public:
     /// Arcs become curves of at most an eighth turn; an element of an unknown kind becomes a move to its first point.
     [[nodiscard]] Path cgPath() const;
 
+    /// The width of strokes in points; 0 is the thinnest line that the device can show, and so is a negative one.
     [[nodiscard]] double lineWidth() const noexcept { return lineWidth_; }
+
+    /// The width of strokes in points.
     void setLineWidth(double width) noexcept { lineWidth_ = width; }
+
+    /// How strokes end.
     [[nodiscard]] LineCap lineCapStyle() const noexcept { return lineCapStyle_; }
+
+    /// How strokes end.
     void setLineCapStyle(LineCap cap) noexcept { lineCapStyle_ = cap; }
+
+    /// How strokes turn corners; with miters from the start.
     [[nodiscard]] LineJoin lineJoinStyle() const noexcept { return lineJoinStyle_; }
+
+    /// How strokes turn corners.
     void setLineJoinStyle(LineJoin join) noexcept { lineJoinStyle_ = join; }
+
+    /// The longest miter, in line widths; 10.0 from the start.
     [[nodiscard]] double miterLimit() const noexcept { return miterLimit_; }
+
+    /// The longest miter, in line widths. A canvas may hold it to 1 to 100.
     void setMiterLimit(double limit) noexcept { miterLimit_ = limit; }
+
+    /// Lengths of dashes and gaps in turn, in points; empty, as from the start, is a solid line.
     [[nodiscard]] const std::vector<double>& lineDash() const noexcept { return lineDash_; }
+
+    /// How far into the pattern a stroke begins, in points.
     [[nodiscard]] double lineDashPhase() const noexcept { return lineDashPhase_; }
 
-    /// Lengths of dashes and gaps in turn, in points; an empty pattern is a solid line.
+    /// Lengths of dashes and gaps in turn, in points, and how far into them a stroke begins. An empty pattern is a
+    /// solid line, and so is one that cannot be drawn: of negative lengths, say, or finer than a pixel.
     void setLineDash(std::vector<double> pattern, double phase);
 
-    // What every later path of the process starts with: width 1.0 and butt caps until a line or a bar was drawn, which
-    // leave their own behind. Any thread.
+    /// The line width in points that every later path of the process starts with: 1.0 until a line or a bar was drawn,
+    /// which leave their own behind. Any thread.
     [[nodiscard]] static double defaultLineWidth() noexcept;
+
+    /// The line width in points that every later path of the process starts with. Any thread.
     static void setDefaultLineWidth(double width) noexcept;
+
+    /// The cap that every later path of the process starts with: butt until a line or a bar was drawn, which leave
+    /// their own behind. Any thread.
     [[nodiscard]] static LineCap defaultLineCapStyle() noexcept;
+
+    /// The cap that every later path of the process starts with. Any thread.
     static void setDefaultLineCapStyle(LineCap cap) noexcept;
 
+    /// Whether all steps and the style are equal.
     friend bool operator==(const Path&, const Path&) = default;
 
 private:
@@ -106,7 +172,7 @@ private:
     LineJoin lineJoinStyle_ = LineJoin::miter;
 };
 
-/// The point of a circle at an angle in degrees.
+/// The point of a circle at an angle in degrees, from the x axis towards the y axis. Any thread.
 [[nodiscard]] SENTREL_API Point pointOnCircle(Point center, double radius, double degrees) noexcept;
 
 } // namespace sentrel

@@ -1,8 +1,5 @@
 #pragma once
 
-/// How a whole divides into parts: filled sectors of one disc, the first from twelve o'clock on, one after the other
-/// clockwise. Main thread.
-
 #include <SentrelKit/views/Color.h>
 #include <SentrelKit/views/View.h>
 
@@ -12,22 +9,32 @@
 
 namespace sentrel {
 
+/// How a whole divides into parts: filled sectors of one disc, the first from twelve o'clock on, one after the other
+/// clockwise. Main thread.
 class SENTREL_API PieChart : public View {
 public:
+    /// A chart without amounts at a frame of its superview's coordinates.
     explicit PieChart(Rect frame = {});
+
+    /// The same at the frame that an archive holds.
     explicit PieChart(Coder& coder);
 
     /// The amounts, a sector each, in any unit. A negative one is swept backwards over its neighbour; amounts that sum
-    /// to 0 show nothing, and those whose sum only rounding keeps from 0 whole discs. Setting them requests a redraw if
-    /// they change, and takes a pending request back if they do not: meant so.
+    /// to 0 show nothing, and those whose sum only rounding keeps from 0 whole discs. None from the start.
     [[nodiscard]] const std::vector<double>& dataPoints() const noexcept { return dataPoints_; }
+
+    /// Requests a redraw if the amounts change, and takes a pending request back if they do not: meant so. Amounts with
+    /// one that is not a number always change.
     void setDataPoints(std::vector<double> amounts);
 
     /// The sectors' colours, by index. Without them, or with another number of them than of amounts, nothing is drawn.
-    /// Setting them requests no redraw: set the colours first.
+    /// Absent from the start.
     [[nodiscard]] const std::optional<std::vector<Color>>& colorPoints() const noexcept { return colorPoints_; }
+
+    /// Requests no redraw: set the colours before the amounts.
     void setColorPoints(std::optional<std::vector<Color>> colors) noexcept { colorPoints_ = std::move(colors); }
 
+    /// Always: y grows downward.
     [[nodiscard]] bool isFlipped() const override { return true; }
     void drawRect(Canvas& canvas, Rect rect) override;
 

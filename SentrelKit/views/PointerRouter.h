@@ -1,9 +1,5 @@
 #pragma once
 
-/// Hands the pointer's events of one surface to the views on it. For the host of a surface, on the main thread. A view
-/// that is told of an event may change the tree of views; one that leaves the tree is told nothing more. The router and
-/// the view without superview may be destroyed from a `mouseUp` (so from a button's action), but from no other event.
-
 #include <SentrelKit/views/View.h>
 
 #include <memory>
@@ -11,6 +7,9 @@
 
 namespace sentrel {
 
+/// Hands the pointer's events of one surface to the views on it. For the host of a surface, on the main thread. A view
+/// that is told of an event may change the tree of views; one that leaves the tree is told nothing more. The router and
+/// the view without superview may be destroyed from a `mouseUp` (so from a button's action), but from no other event.
 class SENTREL_API PointerRouter {
 public:
     /// Registers the pointer's rectangles of the tree. The view without superview must outlive the router.

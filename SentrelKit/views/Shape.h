@@ -1,34 +1,45 @@
 #pragma once
 
-/// The base of the views that draw one figure in one colour. It draws nothing itself. Main thread.
-
 #include <SentrelKit/views/FUIColor.h>
 #include <SentrelKit/views/View.h>
 #include <SentrelKit/views/canvas/Canvas.h>
 
 namespace sentrel {
 
+/// The base of the views that draw one figure in one colour. It draws nothing itself. Main thread.
 class SENTREL_API Shape : public View {
 public:
+    /// A shape without a figure at a frame of its superview's coordinates.
     explicit Shape(Rect frame = {});
+
+    /// The same at the frame that an archive holds.
     explicit Shape(Coder& coder);
 
-    /// Whether the figure is filled or only its outline stroked. Setting it requests no redraw.
+    /// Whether the figure is filled or only its outline stroked; filled from the start.
     [[nodiscard]] bool fill() const noexcept { return fill_; }
+
+    /// Requests no redraw.
     void setFill(bool fill) noexcept { fill_ = fill; }
 
-    /// Of outlines, lines and bars, in points. Setting it requests no redraw.
+    /// The width of outlines, lines and bars in points, not clamped; 2.0 from the start.
     [[nodiscard]] double lineWidth() const noexcept { return lineWidth_; }
+
+    /// Requests no redraw.
     void setLineWidth(double width) noexcept { lineWidth_ = width; }
 
-    /// Setting it requests a redraw if it changes, and takes a pending request back if it does not: meant so.
+    /// The colour of the whole figure; `FUIColor::peterRiver()` from the start.
     [[nodiscard]] Color color() const noexcept { return color_; }
+
+    /// Requests a redraw if the colour changes, and takes a pending request back if it does not: meant so.
     void setColor(Color color);
 
-    /// Whether the view's coordinates start at the upper left. Setting it requests no redraw.
+    /// Whether the view's coordinates start at the upper left, y growing downward; not so from the start.
     [[nodiscard]] bool flip() const noexcept { return flip_; }
+
+    /// Requests no redraw.
     void setFlip(bool flip) noexcept { flip_ = flip; }
 
+    /// As `flip` says.
     [[nodiscard]] bool isFlipped() const override { return flip_; }
 
 protected:

@@ -1,7 +1,5 @@
 #pragma once
 
-/// A label: one line of text, in the middle of its height.
-
 #include <SentrelKit/views/View.h>
 #include <SentrelKit/views/canvas/Canvas.h>
 
@@ -11,31 +9,47 @@
 
 namespace sentrel {
 
+/// A label: one line of text, in the middle of its height. Main thread.
 class SENTREL_API TextField : public View {
 public:
+    /// A label without text at a frame of its superview's coordinates.
     explicit TextField(Rect frame = {});
+
+    /// The same at the frame, and with the text, that an archive holds.
     explicit TextField(Coder& coder);
 
-    // Each setter asks for a redraw if the value changes.
+    /// The text, UTF-8.
     [[nodiscard]] const std::string& stringValue() const noexcept { return stringValue_; }
-    void setStringValue(std::string_view text); ///< UTF-8
+
+    /// Requests a redraw if the text changes. Bytes that are not UTF-8 are drawn as replacement characters.
+    void setStringValue(std::string_view text);
 
     /// The text's colour; absent is the default, black.
     [[nodiscard]] std::optional<Color> textColor() const noexcept { return textColor_; }
+
+    /// Requests a redraw if the colour changes.
     void setTextColor(std::optional<Color> color);
 
     /// The text's font; absent is the desktop's sans-serif face at 13 points.
     [[nodiscard]] const std::optional<Font>& font() const noexcept { return font_; }
+
+    /// Requests a redraw if the font changes.
     void setFont(std::optional<Font> font);
 
+    /// The place of the text in the width; left from the start.
     [[nodiscard]] TextAlignment alignment() const noexcept { return alignment_; }
+
+    /// Requests a redraw if the alignment changes.
     void setAlignment(TextAlignment alignment);
 
-    /// The size that shows the whole text.
+    /// The size in points that shows the whole text; none for a font that is too small or too large to be drawn.
     [[nodiscard]] Size fittingSize() const;
 
+    /// Always: y grows downward.
     [[nodiscard]] bool isFlipped() const override { return true; }
     void drawRect(Canvas& canvas, Rect rect) override;
+
+    /// The text itself.
     [[nodiscard]] std::optional<std::string> accessibilityValue() const override { return stringValue_; }
 
 private:

@@ -1,9 +1,5 @@
 #pragma once
 
-/// The machine's thermal state as a needle over a half ring that runs from blue on the left to red on the right. A new
-/// state turns the needle in 0.4 s; the host draws while `isAnimating`. Scale and needle keep the size that the view
-/// has when it is made. Main thread.
-
 #include <SentrelKit/platform/ThermalState.h>
 #include <SentrelKit/views/FUIColor.h>
 #include <SentrelKit/views/View.h>
@@ -16,19 +12,29 @@ namespace sentrel {
 class GradientLayer;
 class ShapeLayer;
 
+/// The machine's thermal state as a needle over a half ring that runs from blue on the left to red on the right. A new
+/// state turns the needle in 0.4 s; the host draws while `isAnimating`. Scale and needle keep the size that the view
+/// has when it is made. Main thread.
 class SENTREL_API Thermometer : public View {
 public:
+    /// A thermometer without a reading at a frame of its superview's coordinates.
     explicit Thermometer(Rect frame = {});
+
+    /// The same at the frame that an archive holds.
     explicit Thermometer(Coder& coder);
     ~Thermometer() override;
 
-    /// The needle's colour. It shows at once.
+    /// The needle's colour; `FUIColor::white()` from the start.
     [[nodiscard]] Color indicatorColor() const noexcept { return indicatorColor_; }
+
+    /// Shows at once.
     void setIndicatorColor(Color color);
 
-    /// The state shown; absent before the first reading. A change turns the needle from the old state's angle to the
-    /// new one's: absent turns from the hot end, and to the nominal angle.
+    /// The state shown; absent before the first reading.
     [[nodiscard]] std::optional<ThermalState> value() const noexcept { return value_; }
+
+    /// A change turns the needle from the old state's angle to the new one's: absent turns from the hot end, and to the
+    /// nominal angle.
     void setValue(std::optional<ThermalState> value);
 
     /// Turns the view's layer on and puts the scale, and over it the needle, into it.

@@ -1,8 +1,5 @@
 #pragma once
 
-/// Draws on any cairo context: an image, a window, an SVG or PDF surface. The context's state is as it was once the
-/// canvas is gone. Coordinates that would leave cairo's range of some millions of pixels are drawn at its edge.
-
 #include <SentrelKit/views/canvas/Canvas.h>
 
 #include <vector>
@@ -11,10 +8,15 @@ struct _cairo;
 
 namespace sentrel {
 
+/// Draws on any cairo context: an image, a window, an SVG or PDF surface. The context's state is as it was once the
+/// canvas is gone. Coordinates that would leave cairo's range of some millions of pixels are drawn at its edge. One
+/// thread at a time.
 class SENTREL_API CairoCanvas final : public Canvas {
 public:
     /// Keeps a reference on the context. Its present transform is the device's: points become what it makes of them.
     explicit CairoCanvas(_cairo* context);
+
+    /// Restores what was saved on it and gives the reference back.
     ~CairoCanvas() override;
     CairoCanvas(const CairoCanvas&) = delete;
     CairoCanvas& operator=(const CairoCanvas&) = delete;

@@ -1,7 +1,5 @@
 #pragma once
 
-/// A font face as the text renderer knows it. For canvases.
-
 #include <SentrelKit/Export.h>
 
 #include <memory>
@@ -11,12 +9,15 @@ struct _PangoFontDescription;
 
 namespace sentrel {
 
+/// A font face as the text renderer knows it. For canvases.
 struct FontFace {
+    /// Frees a description.
     struct Free {
+        /// Frees `owned`, which may be null.
         void operator()(_PangoFontDescription* owned) const noexcept;
     };
 
-    std::string name;
+    std::string name;                                         ///< the exact face name
     std::unique_ptr<_PangoFontDescription, Free> description; ///< without a size
 };
 

@@ -1,7 +1,5 @@
 #pragma once
 
-/// Keeps the calls as values, in order, so that a test or a tool reads what was drawn. Draws nothing.
-
 #include <SentrelKit/views/canvas/Canvas.h>
 
 #include <optional>
@@ -10,31 +8,47 @@
 
 namespace sentrel {
 
+/// Keeps the calls as values, in order, so that a test or a tool reads what was drawn. Draws nothing.
 class SENTREL_API RecordingCanvas final : public Canvas {
 public:
+    /// A call of `save`.
     struct Save {};
+
+    /// A call of `restore`.
     struct Restore {};
+
+    /// A call of `concat`.
     struct Concat {
-        Transform transform;
+        Transform transform; ///< as it was given
     };
+
+    /// A call of `clip`.
     struct Clip {
-        Path path;
+        Path path; ///< as it was given
     };
+
+    /// A call of `fill`.
     struct Fill {
-        Path path;
-        Paint paint;
+        Path path;   ///< as it was given, arcs with their own angles
+        Paint paint; ///< as it was given
     };
+
+    /// A call of `stroke`.
     struct Stroke {
-        Path path;
-        Paint paint;
+        Path path;   ///< as it was given, arcs with their own angles
+        Paint paint; ///< as it was given
     };
+
+    /// A call of `drawText`.
     struct Text {
-        std::string text;
-        Font font;
-        Color color;
-        Rect box;
-        TextAlignment alignment;
+        std::string text;        ///< UTF-8
+        Font font;               ///< as it was given
+        Color color;             ///< as it was given
+        Rect box;                ///< as it was given
+        TextAlignment alignment; ///< as it was given
     };
+
+    /// One call of any kind.
     using Call = std::variant<Save, Restore, Concat, Clip, Fill, Stroke, Text>;
 
     void save() override { calls_.emplace_back(Save{}); }
@@ -48,6 +62,7 @@ public:
         calls_.emplace_back(Text{text, font, color, box, alignment});
     }
 
+    /// Every call, in order; good until the next one.
     [[nodiscard]] const std::vector<Call>& calls() const noexcept { return calls_; }
 
     /// The calls of one kind, in order.
