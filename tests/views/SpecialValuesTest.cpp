@@ -279,6 +279,25 @@ TEST_F(SpecialValues, ARingPastAHundredPercentIsAFullRing) {
         EXPECT_TRUE(alike(ring(0.0), ring(percent))) << percent;
 }
 
+TEST_F(SpecialValues, ABarOfWhatIsNotFiniteShowsItsTrackOnly) {
+    const auto bar = [](double percent) {
+        Bar view(frame);
+        view.setRounded(false);
+        view.setColor(FUIColor::carrot());
+        view.setPercent(percent);
+        return pictureOf(view);
+    };
+    Path track = Path::line({0, 31}, {64, 31});
+    track.setLineWidth(2.0);
+    const Image image;
+    CairoCanvas canvas(image.context());
+    canvas.concat({1, 0, 0, -1, 0, 64});
+    canvas.stroke(track, FUIColor::carrot(0.2));
+    for (const double percent : {infinity, -infinity, nan})
+        EXPECT_TRUE(alike(bar(percent), image.bytes())) << percent;
+    EXPECT_FALSE(alike(bar(1e9), image.bytes()));
+}
+
 // Sums that only rounding keeps from 0: each of these hung or ended the process.
 TEST_F(SpecialValues, APieWhoseAmountsNearlyCancelShowsFullDiscs) {
     const auto pie = [](const std::vector<double>& amounts) {
