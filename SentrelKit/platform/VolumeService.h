@@ -129,6 +129,11 @@ public:
     /// The disk's entry in the device tree, or null.
     [[nodiscard]] virtual std::shared_ptr<MediaEntry> media() = 0;
 
+    /// Whether the whole disk must stay as it is, because the running system needs it: a volume of it is the root file
+    /// system, is one that the system runs from (its programs, libraries, state or boot files), or is swap space in
+    /// use; what is stacked on the disk counts. True with errno set, also if that cannot be told. May read many files.
+    [[nodiscard]] virtual bool isSystemDisk() = 0;
+
     /// Starts unmounting and returns at once. The completion, if any, is called once on the queue that the disk's
     /// session is scheduled on, with the dissenter, or null after success.
     virtual void unmount(UnmountOptions options, UnmountCompletion completion) = 0;

@@ -206,10 +206,17 @@ int _ejectDisk(const char* bsdName) {
     if (!session)
         return 0;
     const std::shared_ptr<platform::Disk> disk = session->disk(bsdName);
-    const std::shared_ptr<platform::Disk> whole = disk ? disk->wholeDisk() : nullptr;
+    if (!disk)
+        return 0;
+    if (disk->isSystemDisk()) {
+        System_error("Error: DADiskUnmount refused for '%s', a disk that the system runs from -- %s", bsdName,
+                     System_getLastError());
+        return 0;
+    }
+    session->setQueue(System->backgroundQueue);
+    const std::shared_ptr<platform::Disk> whole = disk->wholeDisk();
     if (!whole)
         return 0;
-    session->setQueue(System->backgroundQueue);
     whole->unmount({.whole = true},
                    [session](const std::shared_ptr<platform::Disk>& unmounted, const platform::Dissenter* dissenter) {
                        onUnmountCallback(unmounted, dissenter, session);

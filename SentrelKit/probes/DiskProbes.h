@@ -58,7 +58,8 @@ SENTREL_API int _getDiskActivity(const char* bsdName, const char* mountPoint, Di
 SENTREL_API std::uint8_t _getSMARTData(const char* bsdName, SMARTData* data);
 
 /// Starts unmounting every volume of the device's whole disk; `onUnmountCallback` then ejects it. Returns 1 if the
-/// unmount was started, else 0.
+/// unmount was started, else 0. A disk that the running system needs (see `platform::Disk::isSystemDisk`) is refused:
+/// 0, a line on the standard error stream, and nothing of it is touched.
 SENTREL_API int _ejectDisk(const char* bsdName);
 
 /// What follows the unmount, on the background queue: a refused one is repeated by force, so that it never stops the

@@ -436,7 +436,7 @@ TEST_F(DiskProbes, UnmountTheWholeDiskThenEjectIt) {
 
     EXPECT_EQ(_ejectDisk("disk2s1"), 1);
     EXPECT_THAT(takeCalls(),
-                ElementsAre("openSession", "disk", "wholeDisk", "schedule session", "unmount disk2 whole"));
+                ElementsAre("openSession", "disk", "schedule session", "wholeDisk", "unmount disk2 whole"));
 
     advance(0);
     EXPECT_THAT(takeCalls(), ElementsAre("eject disk2", "unschedule session", "close session"));
@@ -454,6 +454,40 @@ TEST_F(DiskProbes, ReleaseTheSessionWhenThereIsNothingToEject) {
     takeCalls();
     EXPECT_EQ(_ejectDisk("nosuch"), 0);
     EXPECT_THAT(takeCalls(), ElementsAre("openSession", "close session"));
+    volumes().disks["disk2"];
+    volumes().failing["wholeDisk"] = true;
+    takeCalls();
+    EXPECT_EQ(_ejectDisk("disk2"), 0);
+    EXPECT_THAT(takeCalls(), ElementsAre("openSession", "disk", "schedule session", "wholeDisk", "close session"));
+}
+
+// Once the whole disk was unmounted, "/" with it.
+TEST_F(DiskProbes, EjectNothingOfADiskThatCarriesTheRoot) {
+    volumes().mount("disk1s1", "/");
+    volumes().mount("disk1s2", "/Volumes/data");
+    for (const char* part : {"disk1s1", "disk1s2"})
+        volumes().disks[part].whole = "disk1";
+    volumes().disks["disk1"];
+    for (const std::string device : {"disk1", "disk1s1", "disk1s2"}) {
+        takeCalls();
+        CaptureStderr();
+        EXPECT_EQ(_ejectDisk(device.c_str()), 0);
+        EXPECT_EQ(GetCapturedStderr(), "Error: DADiskUnmount refused for '" + device +
+                                           "', a disk that the system runs from -- Device or resource busy");
+        advance(0);
+        EXPECT_THAT(takeCalls(), ElementsAre("openSession", "disk", "close session"));
+    }
+}
+
+TEST_F(DiskProbes, EjectNothingOfADiskThatTheSystemRunsFrom) {
+    volumes().disks["disk2s1"].whole = "disk2";
+    volumes().disks["disk2"].isSystemDisk = true;
+    CaptureStderr();
+    EXPECT_EQ(_ejectDisk("disk2s1"), 0);
+    EXPECT_EQ(GetCapturedStderr(), "Error: DADiskUnmount refused for 'disk2s1', a disk that the system runs from -- "
+                                   "Device or resource busy");
+    volumes().disks["disk2"].isSystemDisk = false;
+    EXPECT_EQ(_ejectDisk("disk2s1"), 1);
 }
 
 } // namespace

@@ -1,9 +1,12 @@
 #include <SentrelKit/platform/linux/DiskRemoval.h>
 
+#include <SentrelKit/platform/linux/DeviceStack.h>
 #include <SentrelKit/platform/linux/LinuxMounts.h>
 #include <SentrelKit/platform/linux/MountTable.h>
+#include <SentrelKit/platform/linux/SystemDisk.h>
 #include <SentrelKit/platform/linux/UdisksClient.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <linux/cdrom.h>
 #include <linux/loop.h>
@@ -15,20 +18,11 @@ namespace sentrel::platform {
 
 namespace {
 
-constexpr int stackLimit = 16; // deeper stacks than this are taken for a ring
-
-// Whether a device is that disk or partition, lies on it, or is stacked on something that does.
-bool standsOn(const BlockDevices& devices, const std::string& device, const std::string& base, int depth = 0) {
-    const std::string whole = devices.wholeDisk(device);
-    if (device == base || whole == base)
-        return true;
-    if (depth == stackLimit)
-        return false;
-    for (const std::string& component : devices.components(whole)) {
-        if (standsOn(devices, component, base, depth + 1))
-            return true;
-    }
-    return false;
+// Whether something mounted lies on that disk or partition, or on what is stacked on it.
+bool standsOn(const BlockDevices& devices, const MountEntry& mount, const std::string& base) {
+    const std::vector<std::string> behind = devicesOfMount(devices, mount);
+    return std::any_of(behind.begin(), behind.end(),
+                       [&](const std::string& device) { return devicesUnder(devices, device).contains(base); });
 }
 
 std::optional<Dissenter> unmountOne(const std::string& node, const std::string& mountPoint, bool force) {
@@ -45,15 +39,18 @@ std::optional<Dissenter> unmountOne(const std::string& node, const std::string& 
 } // namespace
 
 std::optional<Dissenter> unmountAll(const BlockDevices& devices, const std::string& kernelName, bool force) {
+    if (systemRunsFrom(devices, kernelName)) // whoever asked may have been told otherwise before the mounts changed
+        return Dissenter{"the system runs from this disk"};
     const std::optional<std::vector<MountEntry>> mounts = readMountTable(devices.root());
     if (!mounts)
         return Dissenter{std::generic_category().message(errno)};
     const std::vector<bool> visible = visibleMounts(*mounts);
     for (std::size_t i = mounts->size(); i-- > 0;) {
-        const std::optional<std::string> device = visible[i] ? deviceOfMount(devices, (*mounts)[i]) : std::nullopt;
-        if (!device || !standsOn(devices, *device, kernelName))
+        const MountEntry& mount = (*mounts)[i];
+        if (!visible[i] || !standsOn(devices, mount, kernelName))
             continue;
-        if (std::optional<Dissenter> dissenter = unmountOne(BlockDevices::node(*device), (*mounts)[i].on, force))
+        const std::string node = BlockDevices::node(deviceOfMount(devices, mount).value_or(kernelName));
+        if (std::optional<Dissenter> dissenter = unmountOne(node, mount.on, force))
             return dissenter;
     }
     return std::nullopt;

@@ -12,7 +12,8 @@
 namespace sentrel::platform {
 
 /// Unmounts what is mounted of a disk (of its partitions and of the devices stacked on it too) or of one partition,
-/// the latest mount first, up to the first refusal. Forced, a file system that is in use goes as soon as it is free
+/// the latest mount first, up to the first refusal. What the running system needs (SystemDisk.h) is refused at once,
+/// forced or not, and nothing of it is touched. Forced, a file system that is in use goes as soon as it is free
 /// and is out of sight at once. Absent after success.
 [[nodiscard]] std::optional<Dissenter> unmountAll(const BlockDevices& devices, const std::string& kernelName,
                                                   bool force);

@@ -7,6 +7,7 @@
 #include <SentrelKit/platform/linux/LinuxMounts.h>
 #include <SentrelKit/platform/linux/NvmeSmart.h>
 #include <SentrelKit/platform/linux/OwnThread.h>
+#include <SentrelKit/platform/linux/SystemDisk.h>
 #include <SentrelKit/platform/linux/TextMap.h>
 
 #include <cerrno>
@@ -108,6 +109,13 @@ public:
 
     std::shared_ptr<MediaEntry> media() override {
         return media_ ? media_ : std::make_shared<BlockEntry>(session_->machine, name_);
+    }
+
+    bool isSystemDisk() override {
+        if (!systemRunsFrom(session_->machine.devices, wholeName_))
+            return false;
+        errno = EBUSY;
+        return true;
     }
 
     void unmount(UnmountOptions options, UnmountCompletion completion) override {

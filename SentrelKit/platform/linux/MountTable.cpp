@@ -48,7 +48,8 @@ bool isOctal(char c) {
     return c >= '0' && c <= '7';
 }
 
-// The kernel writes blank, tab, line feed, backslash and some others as a backslash and three octal digits.
+} // namespace
+
 std::string unescaped(std::string_view text) {
     std::string plain;
     plain.reserve(text.size());
@@ -63,6 +64,8 @@ std::string unescaped(std::string_view text) {
     }
     return plain;
 }
+
+namespace {
 
 bool liesWithin(std::string_view path, std::string_view folder) {
     if (folder == "/")

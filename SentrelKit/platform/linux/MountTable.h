@@ -26,6 +26,10 @@ struct MountEntry {
     friend bool operator==(const MountEntry&, const MountEntry&) = default;
 };
 
+/// A field of one of the kernel's tables in plain text: there blank, tab, line feed, backslash and some others are a
+/// backslash and three octal digits.
+[[nodiscard]] std::string unescaped(std::string_view field);
+
 /// One line without its line end; absent if it is no mountinfo line.
 [[nodiscard]] std::optional<MountEntry> parseMountLine(std::string_view line);
 

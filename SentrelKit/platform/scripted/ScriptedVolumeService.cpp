@@ -112,6 +112,18 @@ public:
             return nullptr;
         return std::make_shared<Media>(service_, *disk, 0);
     }
+    bool isSystemDisk() override {
+        const std::string whole = wholeOf(name_);
+        const ScriptedDisk* disk = find(whole);
+        const bool carriesRoot =
+            std::any_of(service_.mounts.begin(), service_.mounts.end(), [&](const MountedFileSystem& mount) {
+                return mount.isRoot && wholeOf(mount.from.substr(mount.from.rfind('/') + 1)) == whole;
+            });
+        if (!carriesRoot && !(disk && disk->isSystemDisk))
+            return false;
+        errno = EBUSY;
+        return true;
+    }
     void unmount(UnmountOptions options, UnmountCompletion completion) override {
         service_.calls.push_back("unmount " + name_ + (options.whole ? " whole" : "") +
                                  (options.force ? " force" : ""));
@@ -134,6 +146,11 @@ private:
     [[nodiscard]] const ScriptedDisk* find(const std::string& name) const {
         const auto disk = service_.disks.find(name);
         return disk == service_.disks.end() ? nullptr : &disk->second;
+    }
+
+    [[nodiscard]] std::string wholeOf(const std::string& name) const {
+        const ScriptedDisk* disk = find(name);
+        return disk && !disk->whole.empty() ? disk->whole : name;
     }
 
     ScriptedVolumeService& service_;

@@ -30,6 +30,7 @@ struct ScriptedDisk {
     std::optional<DiskStatistics> statistics;   ///< of the whole disk
     std::optional<std::uint32_t> smartAncestor; ///< how many parents above the media carry "SMART Capable"; 0: itself
     ScriptedDrive drive;                        ///< behind that entry
+    bool isSystemDisk = false;        ///< of the whole disk; one with a mount that is the root is one without this
     std::vector<bool> unmountAnswers; ///< of the whole disk, one an unmount: accepted or refused; then accepted
 };
 

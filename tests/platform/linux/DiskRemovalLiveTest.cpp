@@ -4,19 +4,24 @@
 
 #include "../../support/Await.h"
 #include "../../support/EnvironmentValue.h"
+#include "../../support/Eventually.h"
 #include "../../support/LoopDisk.h"
 #include "../../support/MountNamespace.h"
 #include "../../support/PrivateBus.h"
+#include "../../support/TemporaryFolder.h"
 
 #include <SentrelKit/platform/Dispatch.h>
 #include <SentrelKit/platform/Platform.h>
 #include <atomic>
 #include <chrono>
+#include <cstdlib>
 #include <fcntl.h>
+#include <fstream>
 #include <functional>
 #include <gio/gio.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <linux/loop.h>
 #include <memory>
 #include <mutex>
@@ -24,7 +29,10 @@
 #include <stdexcept>
 #include <string>
 #include <sys/ioctl.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
+#include <sys/swap.h>
+#include <sys/syscall.h>
 #include <thread>
 #include <unistd.h>
 #include <utility>
@@ -50,16 +58,6 @@ bool isAttached(const LoopDisk& image) {
     const bool attached = ::ioctl(device, LOOP_GET_STATUS64, &info) == 0;
     ::close(device);
     return attached;
-}
-
-// Waits for what the kernel tells nobody.
-bool comesTrue(const std::function<bool()>& condition) {
-    for (int i = 0; i < 1000; ++i) {
-        if (condition())
-            return true;
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return false;
 }
 
 // No message bus for a scope.
@@ -141,7 +139,7 @@ TEST_F(LiveRemoval, UnmountsWithoutAQueueAndCallsNobodyBack) {
     {
         const auto session = volumes().openSession();
         session->disk(image.device())->unmount({.whole = true}, [called](const auto&, const auto*) { *called = true; });
-        EXPECT_TRUE(comesTrue([&] { return !isMounted(image); }));
+        EXPECT_TRUE(eventually([&] { return !isMounted(image); }));
     }
     EXPECT_FALSE(*called);
 }
@@ -151,7 +149,97 @@ TEST_F(LiveRemoval, EjectsAnImageByLettingItsFileGo) {
     const LoopDisk image("EJECT", 16);
     image.mount();
     EXPECT_EQ(probes::_ejectDisk(image.device().c_str()), 1);
-    EXPECT_TRUE(comesTrue([&] { return !isMounted(image) && !isAttached(image); }));
+    EXPECT_TRUE(eventually([&] { return !isMounted(image) && !isAttached(image); }));
+}
+
+std::string mountTable() {
+    std::ifstream file("/proc/self/mountinfo");
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+// Makes the first part of a disk this program's root file system, with the second at /data, as on a machine with one
+// disk. Of the old root only the kernel's folders and /tmp stay in sight.
+void makeRoot(const DividedLoopDisk& disk, const TemporaryFolder& folder) {
+    const std::string root = folder.path("root");
+    folder.makeFolder("root");
+    disk.mount(1, root);
+    for (const char* name : {"/old", "/data", "/proc", "/sys", "/dev", "/tmp"})
+        ::mkdir((root + name).c_str(), 0755);
+    for (const char* name : {"/proc", "/sys", "/dev", "/tmp"}) {
+        if (::mount(name, (root + name).c_str(), nullptr, MS_BIND | MS_REC, nullptr) != 0)
+            throw std::runtime_error(name);
+    }
+    disk.mount(2, root + "/data");
+    if (::chdir(root.c_str()) != 0 || ::syscall(SYS_pivot_root, ".", "old") != 0 || ::chdir("/") != 0 ||
+        ::umount2("/old", MNT_DETACH) != 0)
+        throw std::runtime_error("pivot_root");
+}
+
+bool isRefused(const std::optional<Unmounted>& answer) {
+    return answer && answer->isRefused && answer->reason == "the system runs from this disk";
+}
+
+// In a process that does nothing else: tries everything to eject the volume beside the root.
+[[noreturn]] void ejectBesideTheRoot() {
+    bool isUntouched = false;
+    {
+        const DividedLoopDisk disk;
+        const TemporaryFolder folder;
+        makeRoot(disk, folder);
+        const std::string before = mountTable();
+        isUntouched = probes::_ejectDisk(disk.device(2).c_str()) == 0;
+        const auto session = current().volumes().openSession();
+        for (const bool force : {false, true}) {
+            for (const int part : {1, 2})
+                isUntouched = isRefused(unmountWhole(*session, disk.device(part), force)) && isUntouched;
+        }
+        isUntouched = mountTable() == before && isUntouched;
+    }
+    std::_Exit(isUntouched ? 0 : 1);
+}
+
+// Once a second partition took "/" along: unmounted, and as that is refused, detached with all files open on it.
+TEST_F(LiveRemoval, LeavesADiskAloneThatCarriesTheRoot) {
+    const NoBus noBus;
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(ejectBesideTheRoot(), testing::ExitedWithCode(0),
+                "Error: DADiskUnmount refused for 'loop[0-9]+p2', a disk that the system runs from -- "
+                "Device or resource busy");
+}
+
+// Takes a partition for swap space for a scope.
+class SwapSpace {
+public:
+    explicit SwapSpace(std::string node) : node_(std::move(node)) {
+        runProgram({"mkswap", node_});
+        if (::swapon(node_.c_str(), 0) != 0)
+            throw std::runtime_error("swapon");
+    }
+    ~SwapSpace() { ::swapoff(node_.c_str()); }
+    SwapSpace(const SwapSpace&) = delete;
+    SwapSpace& operator=(const SwapSpace&) = delete;
+
+private:
+    const std::string node_;
+};
+
+TEST_F(LiveRemoval, LeavesADiskAloneThatTheMachineSwapsTo) {
+    const NoBus noBus;
+    const DividedLoopDisk disk;
+    const TemporaryFolder folder;
+    disk.mount(1, folder.path());
+    const std::string before = mountTable();
+    {
+        const SwapSpace swap(disk.node(2));
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(probes::_ejectDisk(disk.device(1).c_str()), 0);
+        EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::StartsWith("Error: DADiskUnmount refused for"));
+        const auto session = volumes().openSession();
+        EXPECT_TRUE(isRefused(unmountWhole(*session, disk.device(1), true)));
+        EXPECT_EQ(mountTable(), before);
+    }
+    EXPECT_EQ(probes::_ejectDisk(disk.device(1).c_str()), 1);
+    EXPECT_TRUE(eventually([&] { return mountTable().find(folder.path()) == std::string::npos; }));
 }
 
 // A storage service with one block device on one drive, on a bus daemon of the test's own.
@@ -329,7 +417,7 @@ TEST_F(LiveRemoval, GoesOnByTheSystemCallsWhenTheServiceGoesInTheMiddle) {
     image.mount();
     StorageService service(image.node(), {StorageService::Answer::leave});
     EXPECT_EQ(probes::_ejectDisk(image.device().c_str()), 1);
-    EXPECT_TRUE(comesTrue([&] { return !isMounted(image) && !isAttached(image); })); // by the forced retry
+    EXPECT_TRUE(eventually([&] { return !isMounted(image) && !isAttached(image); })); // by the forced retry
     EXPECT_THAT(service.calls(), ElementsAre("Unmount"));
 }
 

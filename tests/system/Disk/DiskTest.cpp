@@ -493,6 +493,20 @@ TEST_F(DiskModel, SaysWhenAnEjectCouldNotBeStarted) {
     EXPECT_FALSE(disk.volumes().at("disk2")->eject());
 }
 
+// Once its eject took the root volume along, and lastly by force.
+TEST_F(DiskModel, DoesNotEjectAVolumeBesideTheRoot) {
+    volumes().mount("disk1s1", "/");
+    volumes().mount("disk1s2", "/data");
+    for (const char* part : {"disk1s1", "disk1s2"})
+        volumes().disks[part].whole = "disk1";
+    const Disk disk;
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(disk.volumes().at("disk1s2")->eject());
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::StartsWith("Error: "));
+    advance(0);
+    EXPECT_THAT(volumes().calls, testing::Each(testing::Not(testing::StartsWith("unmount"))));
+}
+
 using DiskModelDeathTest = DiskModel;
 TEST_F(DiskModelDeathTest, StopsWhenTheRootVolumeIsEjected) {
     volumes().mount("disk1", "/");
