@@ -3,7 +3,6 @@
 /// A kept connection of the library's own to a message bus, made when it is first needed and anew once it was lost.
 
 #include <SentrelKit/base/system/ThreadSafety.h>
-#include <SentrelKit/platform/Dispatch.h>
 
 #include <gio/gio.h>
 #include <memory>
@@ -16,9 +15,13 @@ struct ObjectRelease {
 struct VariantRelease {
     void operator()(GVariant* variant) const noexcept { g_variant_unref(variant); }
 };
+struct ErrorRelease {
+    void operator()(GError* error) const noexcept { g_error_free(error); }
+};
 template <class Object>
 using ObjectPointer = std::unique_ptr<Object, ObjectRelease>;
 using VariantPointer = std::unique_ptr<GVariant, VariantRelease>;
+using ErrorPointer = std::unique_ptr<GError, ErrorRelease>;
 
 /// One object of a service, as one of its interfaces.
 struct BusObject {
@@ -27,16 +30,31 @@ struct BusObject {
     const char* interface;
 };
 
-/// One thread at a time, never the main loop's: calls wait.
+/// What a call came to: a value or an error; neither if there was no connection to make it over.
+struct BusAnswer {
+    VariantPointer value;
+    ErrorPointer error;
+};
+
+/// One thread at a time, never the main loop's: calls wait. No call waits for ever, whatever the bus and the service do
+/// or leave undone: connecting takes 3 seconds at most.
 class BusConnection {
 public:
-    /// `dispatch` keeps the time for connecting; it outlives the last call.
-    BusConnection(GBusType bus, Dispatch& dispatch) : bus_(bus), dispatch_(dispatch) {}
+    static constexpr int usualMilliseconds = 3000; ///< for which a call waits for its answer
 
-    /// Calls a method and waits for its answer, at most a few seconds. Takes a floating `arguments` over. Null if there
-    /// is no bus, no such service, or an error for an answer. `flags` tell whether the service may be started.
+    explicit BusConnection(GBusType bus) : bus_(bus) {}
+
+    /// Calls a method and waits for its answer, for so many milliseconds at most. Takes a floating `arguments` over.
+    /// `flags` tell whether the service may be started.
+    [[nodiscard]] BusAnswer ask(const BusObject& object, const char* method, GVariant* arguments,
+                                const GVariantType* answer, GDBusCallFlags flags, int milliseconds);
+
+    /// The same where it does not matter why there is no answer: null if there is no bus, no such service, or an error
+    /// for an answer.
     [[nodiscard]] VariantPointer call(const BusObject& object, const char* method, GVariant* arguments,
-                                      const GVariantType* answer, GDBusCallFlags flags);
+                                      const GVariantType* answer, GDBusCallFlags flags) {
+        return ask(object, method, arguments, answer, flags, usualMilliseconds).value;
+    }
 
     /// Ends what is under way; from now on every call fails at once. Any thread.
     void end();
@@ -49,7 +67,6 @@ private:
     [[nodiscard]] bool connect();
 
     GBusType bus_;
-    Dispatch& dispatch_;
     ObjectPointer<GDBusConnection> connection_;
     Lock lock_;
     Cancellable wait_ SENTREL_GUARDED_BY(lock_);

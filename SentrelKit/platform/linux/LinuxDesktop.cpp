@@ -93,8 +93,6 @@ std::string programName() {
 /// The connection to the service. It stays open: a server takes the notifications of a program that left the bus away.
 class LinuxDesktop::Notifier {
 public:
-    explicit Notifier(Dispatch& dispatch) : bus_(G_BUS_TYPE_SESSION, dispatch) {}
-
     void notify(const UserNotification& notification, bool presentsWhileFrontmost) {
         const LockScope scope(busy_);
         const VariantPointer names = bus_.call(notificationService, "GetCapabilities", g_variant_new("()"),
@@ -122,11 +120,11 @@ public:
 
 private:
     Lock busy_;
-    BusConnection bus_;
+    BusConnection bus_{G_BUS_TYPE_SESSION};
 };
 
 LinuxDesktop::LinuxDesktop(Dispatch& dispatch)
-    : queue_(dispatch.serialQueue("notifications")), notifier_(std::make_shared<Notifier>(dispatch)) {}
+    : queue_(dispatch.serialQueue("notifications")), notifier_(std::make_shared<Notifier>()) {}
 
 LinuxDesktop::~LinuxDesktop() {
     notifier_->end();

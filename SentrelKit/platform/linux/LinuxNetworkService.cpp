@@ -52,7 +52,7 @@ LinuxNetworkService::LinuxNetworkService(SystemRoot root, LinuxDispatch& dispatc
     : root_(std::move(root)), dispatch_(dispatch),
       notices_(NETLINK_ROUTE,
                {RTNLGRP_LINK, RTNLGRP_IPV4_IFADDR, RTNLGRP_IPV6_IFADDR, RTNLGRP_IPV4_ROUTE, RTNLGRP_IPV6_ROUTE}),
-      route_(NETLINK_ROUTE), countersRequest_(RTM_GETSTATS, NLM_F_DUMP), bus_(G_BUS_TYPE_SYSTEM, dispatch) {
+      route_(NETLINK_ROUTE), countersRequest_(RTM_GETSTATS, NLM_F_DUMP), bus_(G_BUS_TYPE_SYSTEM) {
     countersRequest_.extra<if_stats_msg>().filter_mask = IFLA_STATS_FILTER_BIT(IFLA_STATS_LINK_64);
 }
 
