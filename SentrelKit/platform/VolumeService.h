@@ -107,7 +107,7 @@ public:
 /// How to unmount.
 struct UnmountOptions {
     bool whole = false; ///< every volume of the whole disk
-    bool force = false; ///< also where files are open
+    bool force = false; ///< also where files are open, on a system that can do so and lose nothing (Linux cannot)
 };
 
 /// Why an unmount was refused.
@@ -137,7 +137,8 @@ public:
     /// Starts unmounting and returns at once. The completion, if any, is called once on the queue that the disk's
     /// session is scheduled on, with the dissenter, or null after success.
     virtual void unmount(UnmountOptions options, UnmountCompletion completion) = 0;
-    /// Starts ejecting the whole disk, after any unmount that was started before, and returns at once.
+    /// Starts ejecting the whole disk, after any unmount that was started before, and returns at once. A disk that is
+    /// still in use then stays as it is.
     virtual void eject() = 0;
 };
 

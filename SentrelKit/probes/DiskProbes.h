@@ -63,8 +63,9 @@ SENTREL_API std::uint8_t _getSMARTData(const char* bsdName, SMARTData* data);
 SENTREL_API int _ejectDisk(const char* bsdName);
 
 /// What follows the unmount, on the background queue: a refused one is repeated by force, so that it never stops the
-/// eject (that is meant), and the disk is ejected in every case. The dissenter is absent after success; the session is
-/// the eject's own and is let go.
+/// eject (that is meant), and the disk is told to eject in every case; what that does to a disk in use is the system's
+/// affair (Linux leaves it as it is). The dissenter is absent after success; the session is the eject's own and is let
+/// go.
 SENTREL_API void onUnmountCallback(const std::shared_ptr<platform::Disk>& disk, const platform::Dissenter* dissenter,
                                    const std::shared_ptr<platform::DiskSession>& session);
 

@@ -6,12 +6,24 @@
 
 namespace sentrel::platform {
 
-UniqueFd DeviceControl::open(const std::string& node) noexcept {
+namespace {
+
+UniqueFd openNode(const std::string& node, int flags) noexcept {
     int fd;
     do
-        fd = ::open(node.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+        fd = ::open(node.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | flags);
     while (fd < 0 && errno == EINTR);
     return UniqueFd(fd);
+}
+
+} // namespace
+
+UniqueFd DeviceControl::open(const std::string& node) noexcept {
+    return openNode(node, 0);
+}
+
+UniqueFd DeviceControl::openUnused(const std::string& node) noexcept {
+    return openNode(node, O_EXCL); // of a block device: open(2)
 }
 
 int DeviceControl::control(int fd, unsigned long request, void* argument) noexcept {

@@ -4,14 +4,17 @@
 #include <SentrelKit/platform/linux/LinuxMounts.h>
 #include <SentrelKit/platform/linux/MountTable.h>
 #include <SentrelKit/platform/linux/SystemDisk.h>
-#include <SentrelKit/platform/linux/UdisksClient.h>
+#include <SentrelKit/platform/linux/VolumeRules.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <fcntl.h>
 #include <linux/cdrom.h>
 #include <linux/loop.h>
 #include <sys/mount.h>
 #include <system_error>
+#include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace sentrel::platform {
@@ -25,42 +28,71 @@ bool standsOn(const BlockDevices& devices, const MountEntry& mount, const std::s
                        [&](const std::string& device) { return devicesUnder(devices, device).contains(base); });
 }
 
-std::optional<Dissenter> unmountOne(const std::string& node, const std::string& mountPoint, bool force) {
-    const UdisksAnswer answer = udisksUnmount(node, force);
+// Writes back what waits for it: the service then has little to do within its limit. A file system that may not answer
+// is left to the service, which is not waited for without end.
+void writeBack(const MountEntry& mount) {
+    if (mayNotAnswer(mount.type))
+        return;
+    const UniqueFd folder(::open(mount.on.c_str(), O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC));
+    if (folder)
+        ::syncfs(folder.get());
+}
+
+bool isGone(const SystemRoot& root, const MountEntry& mount) {
+    const std::optional<std::vector<MountEntry>> mounts = readMountTable(root);
+    return mounts &&
+           std::none_of(mounts->begin(), mounts->end(), [&](const MountEntry& entry) { return entry.id == mount.id; });
+}
+
+std::optional<Dissenter> unmountOne(const BlockDevices& devices, UdisksClient& service, const MountEntry& mount,
+                                    bool force) {
+    writeBack(mount);
+    const std::string node = BlockDevices::node(deviceOfMount(devices, mount).value_or(std::string()));
+    const UdisksAnswer answer = service.unmount(node);
+    const bool isRefused = answer.outcome == UdisksAnswer::Outcome::refused;
     if (answer.outcome == UdisksAnswer::Outcome::done)
         return std::nullopt;
-    if (answer.outcome == UdisksAnswer::Outcome::refused)
+    if (isRefused && !force)
         return Dissenter{answer.reason};
-    if (::umount2(mountPoint.c_str(), UMOUNT_NOFOLLOW | (force ? MNT_DETACH : 0)) == 0)
+    // Never MNT_DETACH: no file system refuses it, and the files that are open on it go down with the disk.
+    if (::umount2(mount.on.c_str(), UMOUNT_NOFOLLOW | (force ? MNT_FORCE : 0)) == 0)
         return std::nullopt;
-    return Dissenter{std::generic_category().message(errno)};
+    const int error = errno;
+    if (isGone(devices.root(), mount))
+        return std::nullopt; // by others, or by the service, which only did not answer
+    return Dissenter{isRefused ? answer.reason : std::generic_category().message(error)};
 }
 
 } // namespace
 
-std::optional<Dissenter> unmountAll(const BlockDevices& devices, const std::string& kernelName, bool force) {
+std::optional<Dissenter> unmountAll(const BlockDevices& devices, UdisksClient& service, const std::string& kernelName,
+                                    bool force) {
     if (systemRunsFrom(devices, kernelName)) // whoever asked may have been told otherwise before the mounts changed
         return Dissenter{"the system runs from this disk"};
     const std::optional<std::vector<MountEntry>> mounts = readMountTable(devices.root());
     if (!mounts)
         return Dissenter{std::generic_category().message(errno)};
     const std::vector<bool> visible = visibleMounts(*mounts);
-    for (std::size_t i = mounts->size(); i-- > 0;) {
+    std::optional<Dissenter> refusal;
+    for (std::size_t i = mounts->size(); i-- > 0 && (force || !refusal);) {
         const MountEntry& mount = (*mounts)[i];
         if (!visible[i] || !standsOn(devices, mount, kernelName))
             continue;
-        const std::string node = BlockDevices::node(deviceOfMount(devices, mount).value_or(kernelName));
-        if (std::optional<Dissenter> dissenter = unmountOne(node, mount.on, force))
-            return dissenter;
+        std::optional<Dissenter> dissenter = unmountOne(devices, service, mount, force);
+        if (!refusal)
+            refusal = std::move(dissenter);
     }
-    return std::nullopt;
+    return refusal;
 }
 
-void ejectDisk(DeviceControl& control, const std::string& kernelName) {
+void ejectDisk(const BlockDevices& devices, UdisksClient& service, DeviceControl& control,
+               const std::string& kernelName) {
+    if (!devices.components(kernelName).empty())
+        return; // the mapper hands commands on to the disks below, whatever else lies on those
     const std::string node = BlockDevices::node(kernelName);
-    if (udisksEject(node).outcome != UdisksAnswer::Outcome::unavailable)
+    if (service.eject(node).outcome != UdisksAnswer::Outcome::unavailable)
         return;
-    const UniqueFd device = control.open(node);
+    const UniqueFd device = control.openUnused(node);
     if (device)
         control.control(device.get(), kernelName.starts_with("loop") ? LOOP_CLR_FD : CDROMEJECT, nullptr);
 }

@@ -73,6 +73,7 @@ struct SessionState {
 
     DiskMachine& machine;
     OwnThreadQueue removals; // unmounts and ejects, one after the other
+    UdisksClient service;    // used by those alone
 
     void complete(std::function<void()> completion) {
         std::shared_ptr<DispatchQueue> target;
@@ -121,7 +122,7 @@ public:
     void unmount(UnmountOptions options, UnmountCompletion completion) override {
         auto work = [self = shared_from_this(), session = session_, scope = options.whole ? wholeName_ : name_,
                      force = options.force, completion]() {
-            std::optional<Dissenter> dissenter = unmountAll(session->machine.devices, scope, force);
+            std::optional<Dissenter> dissenter = unmountAll(session->machine.devices, session->service, scope, force);
             if (completion)
                 session->complete([self, completion, dissenter = std::move(dissenter)] {
                     completion(self, dissenter ? &*dissenter : nullptr);
@@ -136,8 +137,9 @@ public:
     }
 
     void eject() override {
-        session_->removals.async(
-            [session = session_, name = wholeName_] { ejectDisk(session->machine.control, name); });
+        session_->removals.async([session = session_, name = wholeName_] {
+            ejectDisk(session->machine.devices, session->service, session->machine.control, name);
+        });
     }
 
 private:
