@@ -25,6 +25,9 @@ public:
     SilentBus(const SilentBus&) = delete;
     SilentBus& operator=(const SilentBus&) = delete;
 
+    /// Waits for the next connection and takes it, to be closed by the caller.
+    [[nodiscard]] int accept() const { return ::accept4(socket_, nullptr, nullptr, SOCK_CLOEXEC); }
+
 private:
     const TemporaryFolder folder_;
     const int socket_ = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);

@@ -6,15 +6,13 @@
 #include "tests/support/EnvironmentValue.h"
 #include "tests/support/Fixtures.h"
 #include "tests/support/PrivateBus.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/SilentBus.h"
 
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 namespace sentrel::platform {
@@ -180,27 +178,18 @@ TEST(LinuxDesktop, ReturnsAtOnceWithoutABus) {
 }
 
 TEST(LinuxDesktop, GivesUpConnectingToABusThatDoesNotAnswer) {
-    const TemporaryFolder folder;
-    const std::string path = folder.path("bus");
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    path.copy(address.sun_path, sizeof address.sun_path - 1);
-    const int frozen = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    ASSERT_EQ(::bind(frozen, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-    ASSERT_EQ(::listen(frozen, 4), 0);
-    const EnvironmentValue session("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + path);
+    const SilentBus bus;
     LinuxDispatch dispatch;
     LinuxDesktop desktop(dispatch);
     desktop.deliver(titled("First"));
     desktop.deliver(titled("Second"));
     // The second connection comes only once the first was given up.
-    const int first = ::accept4(frozen, nullptr, nullptr, SOCK_CLOEXEC);
+    const int first = bus.accept();
     EXPECT_GE(first, 0);
-    const int second = ::accept4(frozen, nullptr, nullptr, SOCK_CLOEXEC);
+    const int second = bus.accept();
     EXPECT_GE(second, 0);
     ::close(second);
     ::close(first);
-    ::close(frozen);
 }
 
 } // namespace
