@@ -31,8 +31,9 @@ std::vector<std::string> devicesOfMount(const BlockDevices& devices, const Mount
     if (mount.type == "btrfs") {
         const std::string all = "/sys/fs/btrfs"; // a folder for each that is mounted
         for (const std::string& fileSystem : namesIn(devices.root(), all).value_or(std::vector<std::string>())) {
-            std::optional<std::vector<std::string>> members =
-                namesIn(devices.root(), all + '/' + fileSystem + "/devices");
+            std::string folder = all;
+            folder.append("/").append(fileSystem).append("/devices");
+            std::optional<std::vector<std::string>> members = namesIn(devices.root(), folder);
             if (members && std::find(members->begin(), members->end(), *device) != members->end())
                 return std::move(*members);
         }
