@@ -51,8 +51,9 @@ using RunningApplications = std::vector<std::shared_ptr<const RunningApplication
 /// Hears the whole new set after a change.
 using RunningApplicationsObserver = std::function<void(const RunningApplications& applications)>;
 
-/// Keeps an observer registered. After its release returned the observer is not running and will not be called; so it
-/// must not be released from inside its own observer.
+/// Keeps an observer registered. After its release returned the observer is not running and will not be called: the
+/// release waits for a call on another thread. From inside its own observer it may be released too; only that call then
+/// still runs.
 class SENTREL_API RunningApplicationsObservation {
 public:
     virtual ~RunningApplicationsObservation() = default;
@@ -72,15 +73,16 @@ public:
     /// The running applications at this moment. macOS: NSWorkspace runningApplications.
     [[nodiscard]] virtual RunningApplications runningApplications() = 0;
 
-    /// Registers an observer of the set. Observers are called one at a time, on the thread that noticed the change,
-    /// with ever newer sets; a new observer may hear a set that it already knows. An observer may ask `taskInfo` and
-    /// `parent`, nothing else of this service. macOS: key-value observation of runningApplications.
+    /// Registers an observer of the set. It is called on the thread that noticed the change, under no lock, one call at
+    /// a time, with ever newer sets; changes that come while it runs are told together, as the newest set, by the
+    /// thread of that call. A new observer may hear a set that it already knows. From inside an observer everything is
+    /// allowed. macOS: key-value observation of runningApplications.
     [[nodiscard]] virtual std::unique_ptr<RunningApplicationsObservation>
     observeRunningApplications(RunningApplicationsObserver observer) = 0;
 
-    /// Looks whether the set changed and tells the observers before it returns. Platforms that tell of changes by
-    /// themselves (macOS) do nothing here. On Linux nobody tells: this call is when the set is looked at, and without
-    /// it no observer is called, no thread runs and nothing wakes.
+    /// Looks whether the set changed and tells the observers before it returns, all but those that are running already.
+    /// Platforms that tell of changes by themselves (macOS) do nothing here. On Linux nobody tells: this call is when
+    /// the set is looked at, and without it no observer is called, no thread runs and nothing wakes.
     virtual void refreshRunningApplications() = 0;
 };
 

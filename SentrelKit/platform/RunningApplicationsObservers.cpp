@@ -1,37 +1,42 @@
 #include <SentrelKit/platform/RunningApplicationsObservers.h>
 
+#include <SentrelKit/base/system/ChangeObserver.h>
 #include <SentrelKit/base/system/ThreadSafety.h>
 
-#include <list>
+#include <algorithm>
 #include <utility>
+#include <vector>
 
 namespace sentrel::platform {
 
+using Observer = ChangeObserver<RunningApplicationsObservers::SharedSet>;
+
 struct RunningApplicationsObservers::List {
-    struct Entry {
-        RunningApplicationsObserver observer;
-        SharedSet heard;
-    };
-    Lock lock; // held while observers run
-    std::list<Entry> entries SENTREL_GUARDED_BY(lock);
+    Lock lock; // not held while observers run
+    std::vector<std::shared_ptr<Observer>> observers SENTREL_GUARDED_BY(lock);
 };
 
 class RunningApplicationsObservers::Registration final : public RunningApplicationsObservation {
 public:
-    Registration(std::shared_ptr<List> list, RunningApplicationsObserver observer) : list_(std::move(list)) {
+    Registration(std::shared_ptr<List> list, RunningApplicationsObserver observer)
+        : list_(std::move(list)),
+          observer_(std::make_shared<Observer>([call = std::move(observer)](const SharedSet& set) { call(*set); })) {
         const LockScope scope(list_->lock);
-        entry_ = list_->entries.insert(list_->entries.end(), {std::move(observer), nullptr});
+        list_->observers.push_back(observer_);
     }
     ~Registration() override {
-        const LockScope scope(list_->lock);
-        list_->entries.erase(entry_);
+        {
+            const LockScope scope(list_->lock);
+            list_->observers.erase(std::find(list_->observers.begin(), list_->observers.end(), observer_));
+        }
+        observer_->release();
     }
     Registration(const Registration&) = delete;
     Registration& operator=(const Registration&) = delete;
 
 private:
-    std::shared_ptr<List> list_;
-    std::list<List::Entry>::iterator entry_;
+    const std::shared_ptr<List> list_;
+    const std::shared_ptr<Observer> observer_;
 };
 
 RunningApplicationsObservers::RunningApplicationsObservers() : list_(std::make_shared<List>()) {}
@@ -43,14 +48,17 @@ RunningApplicationsObservers::add(RunningApplicationsObserver observer) {
 }
 
 void RunningApplicationsObservers::tell(const std::function<SharedSet()>& currentSet) {
-    const LockScope scope(list_->lock);
-    const SharedSet set = currentSet();
-    for (List::Entry& entry : list_->entries) {
-        if (entry.heard == set)
-            continue;
-        entry.heard = set;
-        entry.observer(*set);
+    std::vector<std::shared_ptr<Observer>> waiting;
+    {
+        const LockScope scope(list_->lock);
+        const SharedSet set = currentSet();
+        for (const std::shared_ptr<Observer>& observer : list_->observers) {
+            if (observer->offer(set))
+                waiting.push_back(observer);
+        }
     }
+    for (const std::shared_ptr<Observer>& observer : waiting)
+        observer->tell();
 }
 
 } // namespace sentrel::platform

@@ -19,8 +19,8 @@ public:
 
     [[nodiscard]] std::unique_ptr<RunningApplicationsObservation> add(RunningApplicationsObserver observer);
 
-    /// Asks for the set and tells it to those that have not heard this one, one observer at a time. Asking is a part of
-    /// the turn, so that nobody hears an older set after a newer.
+    /// Asks for the set and tells it to those that have not heard this one. Asking goes on under a lock, so that nobody
+    /// hears an older set after a newer; the observers run under none.
     void tell(const std::function<SharedSet()>& currentSet);
 
 private:
