@@ -22,6 +22,14 @@ bool Mutex::lock() noexcept {
     return false;
 }
 
+bool Mutex::tryLock() noexcept {
+    ForkGate::enter();
+    if (pthread_mutex_trylock(&mutex_) == 0)
+        return true;
+    ForkGate::leave();
+    return false;
+}
+
 bool Mutex::unlock() noexcept {
     if (pthread_mutex_unlock(&mutex_) != 0)
         return false;

@@ -50,12 +50,24 @@ public:
         return std::invoke(closure);
     }
 
+    /// Runs the closure under the lock if nobody has that, and tells whether it ran. An exception of the closure gives
+    /// the lock back and passes through.
+    template <class Closure>
+    bool trySynchronise(Closure&& closure) SENTREL_EXCLUDES(this) SENTREL_NO_THREAD_SAFETY_ANALYSIS {
+        if (!tryLock())
+            return false;
+        const Release release{*this};
+        std::invoke(closure);
+        return true;
+    }
+
 private:
     struct Release {
         Mutex& mutex;
         ~Release() SENTREL_NO_THREAD_SAFETY_ANALYSIS { mutex.unlock(); }
     };
 
+    bool tryLock() noexcept SENTREL_TRY_ACQUIRE(true);
     [[noreturn]] static void lockFailed(SourceLocation where) noexcept;
 
     pthread_mutex_t mutex_{};

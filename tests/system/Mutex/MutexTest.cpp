@@ -56,6 +56,18 @@ TEST(Mutex, ReturnsTheClosuresResult) {
     EXPECT_EQ(value, 2);
 }
 
+TEST(Mutex, RunsAClosureOnlyIfNobodyHasTheLock) {
+    Mutex mutex;
+    int ran = 0;
+    const auto run = [&] { ++ran; };
+    mutex.synchronise([&] { EXPECT_FALSE(mutex.trySynchronise(run)); });
+    EXPECT_EQ(ran, 0);
+    EXPECT_TRUE(mutex.trySynchronise([&] { EXPECT_FALSE(mutex.trySynchronise(run)); })) << "it holds the lock";
+    EXPECT_THROW(mutex.trySynchronise([] { throw std::runtime_error("failed"); }), std::runtime_error);
+    EXPECT_TRUE(mutex.trySynchronise(run)) << "the lock was given back";
+    EXPECT_EQ(ran, 1);
+}
+
 TEST(Mutex, IsHeldWhileTheClosureRunsAndFreeAfterwards) {
     const auto mutex = makeErrorCheckingMutex();
     mutex->synchronise([&]() SENTREL_NO_THREAD_SAFETY_ANALYSIS { EXPECT_FALSE(mutex->lock()); });
