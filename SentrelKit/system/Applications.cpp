@@ -1,12 +1,17 @@
 #include <SentrelKit/system/Applications.h>
 
+#include <SentrelKit/base/system/ChangeObserver.h>
 #include <SentrelKit/base/system/WallClock.h>
 #include <SentrelKit/platform/Platform.h>
 #include <SentrelKit/probes/HostProbes.h>
 #include <SentrelKit/probes/ProcessProbes.h>
+#include <SentrelKit/system/Mutex/Mutex.h>
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
+#include <iterator>
+#include <unordered_map>
 #include <utility>
 
 namespace sentrel {
@@ -14,15 +19,25 @@ namespace sentrel {
 namespace {
 
 constexpr std::string_view excludedBundleIdentifier = "Sentrel.Today"; // the host's own notification-centre extension
-constexpr std::string_view runningApplicationsKey = "runningApplications";
 constexpr std::size_t topCount = 3;
 
 using platform::RunningApplication;
 using platform::RunningApplications;
 using SharedApplication = std::shared_ptr<const RunningApplication>;
 
-std::string displayName(const RunningApplication& app) {
-    return app.localizedName.value_or(app.bundleIdentifier.value_or(std::string()));
+const std::string& displayName(const RunningApplication& app) noexcept {
+    static const std::string none;
+    if (app.localizedName)
+        return *app.localizedName;
+    return app.bundleIdentifier ? *app.bundleIdentifier : none;
+}
+
+RunningApplications withoutExcluded(const RunningApplications& apps) {
+    RunningApplications tracked;
+    tracked.reserve(apps.size());
+    std::copy_if(apps.begin(), apps.end(), std::back_inserter(tracked),
+                 [](const SharedApplication& app) { return app->bundleIdentifier != excludedBundleIdentifier; });
+    return tracked;
 }
 
 bool startsWith(std::string_view text, std::string_view prefix) noexcept {
@@ -78,6 +93,80 @@ bool identityBefore(const SharedApplication& a, const SharedApplication& b) noex
 
 } // namespace
 
+// The model itself. It lives as long as anyone works in it: a model that its own count observer releases, say.
+class Applications::Tracking : public std::enable_shared_from_this<Tracking> {
+public:
+    void start();
+    void release();
+    void update();
+
+    void observeValue(const RunningApplications& change, const void* context);
+
+    [[nodiscard]] std::vector<std::shared_ptr<const Process>> cpu() const { return list(&TopLists::cpu); }
+    [[nodiscard]] std::vector<std::shared_ptr<const Process>> mem() const { return list(&TopLists::mem); }
+    [[nodiscard]] std::int64_t count() const noexcept { return count_.load(std::memory_order_relaxed); }
+    [[nodiscard]] std::int64_t unresolvedNamedProcesses() const noexcept {
+        return unresolvedNamedProcesses_.load(std::memory_order_relaxed);
+    }
+    [[nodiscard]] std::shared_ptr<void> observeCount(std::function<void(std::int64_t)> observer);
+
+private:
+    using SharedProcess = std::shared_ptr<Process>;
+    using CountObserver = ChangeObserver<std::int64_t>;
+    using CountObservers = std::vector<std::shared_ptr<CountObserver>>;
+    using ById = std::unordered_map<std::int32_t, SharedProcess>; // the first of the list with each id
+
+    // The first of the list by one figure, and then nulls.
+    using First = std::array<std::shared_ptr<const Process>, topCount>;
+    struct TopLists {
+        First cpu;
+        First mem;
+    };
+
+    // A process that came, or that takes the place of its former self.
+    struct Change {
+        SharedProcess process;
+        SharedProcess before; // null: it came
+    };
+
+    void take(const RunningApplications& apps);
+    void syncPending();
+    void sync(const RunningApplications& apps, const CountObservers& observers) SENTREL_REQUIRES(mutex_);
+    void removeTerminated(const RunningApplications& apps) SENTREL_REQUIRES(mutex_);
+    [[nodiscard]] std::vector<Change> takeChanges(const RunningApplications& apps) SENTREL_REQUIRES(mutex_);
+    void takeOver(Process& process, const Process& before) SENTREL_REQUIRES(mutex_);
+    void replaceParents(const std::vector<Change>& changes) SENTREL_REQUIRES(mutex_);
+    void associate(Process& process, const ById& byId) SENTREL_REQUIRES(mutex_);
+    void associateNamedParent(Process& process) SENTREL_REQUIRES(mutex_);
+    void resolveNames() SENTREL_REQUIRES(mutex_);
+    void sample(Process& process) const SENTREL_REQUIRES(mutex_);
+    void fold() SENTREL_REQUIRES(mutex_);
+    template <class Figure>
+    [[nodiscard]] First first(Figure figure) const SENTREL_REQUIRES(mutex_);
+    void publishTop() SENTREL_REQUIRES(mutex_);
+    void publishCount(const CountObservers& observers) SENTREL_REQUIRES(mutex_);
+    void countUnresolved(std::int64_t more) SENTREL_REQUIRES(mutex_) {
+        unresolvedNamedProcesses_.store(unresolvedNamedProcesses() + more, std::memory_order_relaxed);
+    }
+    [[nodiscard]] CountObservers countObservers();
+    [[nodiscard]] std::vector<std::shared_ptr<const Process>> list(First TopLists::*which) const;
+
+    // What readers ask and what writers hand over by: under no lock, or under one that nobody works under.
+    std::atomic<std::int64_t> count_{0};
+    std::atomic<std::int64_t> unresolvedNamedProcesses_{0};
+    std::atomic<bool> isReleased_{false};
+    Atomic<TopLists> top_;
+    Atomic<std::optional<RunningApplications>> pending_; // the newest set that was noticed and not yet taken over
+    Atomic<std::vector<std::weak_ptr<CountObserver>>> countObservers_;
+
+    Mutex mutex_;
+    std::vector<SharedProcess> prevProcesses_ SENTREL_GUARDED_BY(mutex_);
+
+    const std::int64_t KVOContext_ = 0; // only its address matters: it is this object's observation's
+    std::int64_t activeLogicalCores_ = 0;
+    std::unique_ptr<platform::RunningApplicationsObservation> observation_;
+};
+
 Applications::Process::Process(SharedApplication app)
     : app_(std::move(app)), ppid_(probes::_getParentPid(app_->processIdentifier)) {
     sampling_.pid = app_->processIdentifier;
@@ -93,51 +182,113 @@ void Applications::Process::setParent(const std::shared_ptr<Process>& parent) {
     parent_.setValue(parent);
 }
 
-Applications::Applications() {
-    probes::_getHostInfo([this](const probes::host_basic_info* info) { activeLogicalCores_ = info->logical_cpu; });
-    platform::ProcessService& service = platform::current().processes();
-    sync(service.runningApplications());
-    observation_ = service.observeRunningApplications([this, &service](const RunningApplications& applications) {
-        observeValue(runningApplicationsKey, &service, applications, &KVOContext_);
-    });
+Applications::Applications() : tracking_(std::make_shared<Tracking>()) {
+    tracking_->start();
 }
 
 Applications::~Applications() {
-    observation_.reset(); // before anything that the observer touches
+    tracking_->release();
+}
+
+void Applications::update() {
+    const std::shared_ptr<Tracking> tracking = tracking_;
+    tracking->update();
+}
+
+std::vector<std::shared_ptr<const Applications::Process>> Applications::cpu() const {
+    return tracking_->cpu();
+}
+
+std::vector<std::shared_ptr<const Applications::Process>> Applications::mem() const {
+    return tracking_->mem();
+}
+
+std::int64_t Applications::count() const noexcept {
+    return tracking_->count();
+}
+
+std::int64_t Applications::unresolvedNamedProcesses() const noexcept {
+    return tracking_->unresolvedNamedProcesses();
+}
+
+std::shared_ptr<void> Applications::observeCount(std::function<void(std::int64_t)> observer) {
+    return tracking_->observeCount(std::move(observer));
 }
 
 void Applications::observeValue(std::string_view, const platform::ProcessService*, const RunningApplications& change,
                                 const void* context) {
+    const std::shared_ptr<Tracking> tracking = tracking_;
+    tracking->observeValue(change, context);
+}
+
+void Applications::Tracking::start() {
+    probes::_getHostInfo([this](const probes::host_basic_info* info) { activeLogicalCores_ = info->logical_cpu; });
+    platform::ProcessService& service = platform::current().processes();
+    take(service.runningApplications());
+    observation_ =
+        service.observeRunningApplications([weak = weak_from_this()](const RunningApplications& applications) {
+            if (const std::shared_ptr<Tracking> tracking = weak.lock())
+                tracking->observeValue(applications, &tracking->KVOContext_);
+        });
+}
+
+// Waits for nobody: who works in here right now keeps it alive.
+void Applications::Tracking::release() {
+    isReleased_ = true;
+    for (const std::shared_ptr<CountObserver>& observer : countObservers())
+        observer->cancel();
+}
+
+void Applications::Tracking::observeValue(const RunningApplications& change, const void* context) {
     if (context == &KVOContext_)
-        sync(change);
+        take(change);
 }
 
-void Applications::sync(const RunningApplications& apps) {
-    const std::int64_t tracked = mutex_.synchronise([&]() SENTREL_REQUIRES(mutex_) {
-        removeTerminated(apps);
-        RunningApplications known;
-        known.reserve(prevProcesses_.size());
-        for (const SharedProcess& process : prevProcesses_)
-            known.push_back(process->app_);
-        std::sort(known.begin(), known.end(), identityBefore);
-        for (const SharedApplication& app : apps) {
-            const auto same = std::lower_bound(known.begin(), known.end(), app, identityBefore);
-            if (same == known.end() || !(**same == *app)) {
-                if (app->bundleIdentifier != excludedBundleIdentifier)
-                    takeIn(app);
-            } else if (*same != app) {
-                replace(*std::find_if(prevProcesses_.begin(), prevProcesses_.end(),
-                                      [&](const SharedProcess& process) { return process->app() == *app; }),
-                        app);
-            }
-        }
-        fold();
-        return static_cast<std::int64_t>(prevProcesses_.size());
-    });
-    publishCount(tracked);
+void Applications::Tracking::take(const RunningApplications& apps) {
+    pending_.setValue(withoutExcluded(apps));
+    syncPending();
 }
 
-void Applications::removeTerminated(const RunningApplications& apps) {
+// Takes the pending set over, unless another thread has the lock: that one looks here after giving it back. So a notice
+// never waits for a sample.
+void Applications::Tracking::syncPending() {
+    const auto isPending = [this] {
+        return std::as_const(pending_).withValue(
+            [](const std::optional<RunningApplications>& apps) { return apps.has_value(); });
+    };
+    while (isPending()) {
+        const CountObservers observers = countObservers();
+        const bool isMine = mutex_.trySynchronise([&]() SENTREL_REQUIRES(mutex_) {
+            if (const std::optional<RunningApplications> apps = pending_.swap(std::nullopt))
+                sync(*apps, observers);
+        });
+        if (!isMine)
+            return;
+        for (const std::shared_ptr<CountObserver>& observer : observers)
+            observer->tell();
+    }
+}
+
+void Applications::Tracking::sync(const RunningApplications& apps, const CountObservers& observers) {
+    removeTerminated(apps);
+    const std::vector<Change> changes = takeChanges(apps);
+    replaceParents(changes);
+    ById byId;
+    for (const SharedProcess& process : prevProcesses_)
+        byId.emplace(process->pid(), process);
+    for (const Change& change : changes) {
+        associate(*change.process, byId);
+        if (change.before)
+            continue;
+        prevProcesses_.push_back(change.process); // only now, so that it never finds itself
+        byId.emplace(change.process->pid(), change.process);
+    }
+    fold();
+    publishTop();
+    publishCount(observers);
+}
+
+void Applications::Tracking::removeTerminated(const RunningApplications& apps) {
     RunningApplications running = apps;
     std::sort(running.begin(), running.end(), identityBefore);
     const auto isRunning = [&](const SharedProcess& process) {
@@ -149,7 +300,7 @@ void Applications::removeTerminated(const RunningApplications& apps) {
     for (auto process = terminated; process != prevProcesses_.end(); ++process) {
         gone.push_back(process->get());
         if ((*process)->isUnResolvedName_ && !(*process)->sampling_.parent)
-            --unresolvedNamedProcesses_;
+            countUnresolved(-1);
     }
     std::sort(gone.begin(), gone.end());
     // What was folded into one of them stands for itself again, or waits for its owner again.
@@ -159,96 +310,124 @@ void Applications::removeTerminated(const RunningApplications& apps) {
             continue;
         left.setParent(nullptr);
         if (left.isUnResolvedName_)
-            ++unresolvedNamedProcesses_;
+            countUnresolved(1);
     }
     prevProcesses_.erase(terminated, prevProcesses_.end());
 }
 
-void Applications::takeIn(const SharedApplication& app) {
-    auto process = std::make_shared<Process>(app);
-    sample(*process); // the baseline: the first update measures from now on
-    associate(*process);
-    prevProcesses_.push_back(std::move(process)); // only now, so that it never finds itself
+// The processes that came, with their baselines, and those that go on under other facts, which have their places in the
+// list already; in the order of the set, and not associated yet.
+std::vector<Applications::Tracking::Change> Applications::Tracking::takeChanges(const RunningApplications& apps) {
+    std::vector<SharedProcess*> known;
+    known.reserve(prevProcesses_.size());
+    for (SharedProcess& process : prevProcesses_)
+        known.push_back(&process);
+    std::sort(known.begin(), known.end(),
+              [](const SharedProcess* a, const SharedProcess* b) { return identityBefore((*a)->app_, (*b)->app_); });
+
+    std::vector<Change> changes;
+    for (const SharedApplication& app : apps) {
+        const auto same = std::lower_bound(known.begin(), known.end(), app,
+                                           [](const SharedProcess* process, const SharedApplication& other) {
+                                               return identityBefore((*process)->app_, other);
+                                           });
+        const bool isKnown = same != known.end() && (**same)->app() == *app;
+        if (isKnown && (**same)->app_ == app)
+            continue;
+        const auto process = std::make_shared<Process>(app);
+        if (isKnown) {
+            changes.push_back({process, std::exchange(**same, process)});
+            takeOver(*process, *changes.back().before);
+        } else {
+            changes.push_back({process, nullptr});
+            sample(*process); // the baseline: the first update measures from now on
+        }
+    }
+    return changes;
 }
 
-// The same process under other facts: it keeps its place, its figures and what is folded into it.
-void Applications::replace(SharedProcess& place, const SharedApplication& app) {
-    const SharedProcess old = std::exchange(place, std::make_shared<Process>(app));
-    Process& process = *place;
-    process.sampling_ = old->sampling_;
+// The same process under other facts: it keeps its figures, but not its owner.
+void Applications::Tracking::takeOver(Process& process, const Process& before) {
+    process.sampling_ = before.sampling_;
     process.sampling_.parent = nullptr;
-    if (old->isUnResolvedName_ && !old->sampling_.parent)
-        --unresolvedNamedProcesses_;
-    associate(process);
-    for (const SharedProcess& other : prevProcesses_) {
-        if (other->sampling_.parent == old.get())
-            other->setParent(place);
+    if (before.isUnResolvedName_ && !before.sampling_.parent)
+        countUnresolved(-1);
+}
+
+// What was folded into a process's former self is folded into what took its place.
+void Applications::Tracking::replaceParents(const std::vector<Change>& changes) {
+    std::unordered_map<const Process*, SharedProcess> now;
+    for (const Change& change : changes) {
+        if (change.before)
+            now.emplace(change.before.get(), change.process);
+    }
+    if (now.empty())
+        return;
+    for (const SharedProcess& process : prevProcesses_) {
+        const auto parent = now.find(process->sampling_.parent);
+        if (parent != now.end())
+            process->setParent(parent->second);
     }
 }
 
-void Applications::associate(Process& process) {
+void Applications::Tracking::associate(Process& process, const ById& byId) {
+    const auto associateWith = [&](std::int32_t id) {
+        const auto found = byId.find(id);
+        if (found != byId.end())
+            process.setParent(found->second);
+    };
     const std::optional<std::int32_t>& owner = process.app().owner;
     if (owner && *owner != process.pid()) {
-        associateOwner(process, *owner);
+        associateWith(*owner);
         return;
     }
-    const std::optional<std::string> named = process.ppid_ < 2 ? ownerName(process.name()) : std::nullopt;
+    const std::optional<std::string> named = process.ppid_ < 2 ? ownerName(displayName(process.app())) : std::nullopt;
     if (named) {
-        ++unresolvedNamedProcesses_;
+        countUnresolved(1);
         process.isUnResolvedName_ = true;
-        associateNamedParent(process, *named);
+        process.ownerName_ = *named;
+        associateNamedParent(process);
     } else if (!owner) {
-        associateParent(process);
+        associateWith(process.ppid_);
     }
-}
-
-void Applications::associateOwner(Process& process, std::int32_t owner) {
-    const auto found = std::find_if(prevProcesses_.begin(), prevProcesses_.end(),
-                                    [&](const SharedProcess& candidate) { return candidate->pid() == owner; });
-    if (found != prevProcesses_.end())
-        process.setParent(*found);
 }
 
 // The first tracked process of that name becomes the owner, and the process no longer counts as unresolved. Neither the
 // process itself nor one that is folded into it can be.
-void Applications::associateNamedParent(Process& process, std::string_view name) {
+void Applications::Tracking::associateNamedParent(Process& process) {
     const auto found = std::find_if(prevProcesses_.begin(), prevProcesses_.end(), [&](const SharedProcess& candidate) {
-        return candidate.get() != &process && candidate->sampling_.parent != &process && candidate->name() == name;
+        return candidate.get() != &process && candidate->sampling_.parent != &process &&
+               displayName(candidate->app()) == process.ownerName_;
     });
     if (found == prevProcesses_.end())
         return;
     process.setParent(*found);
-    --unresolvedNamedProcesses_;
+    countUnresolved(-1);
 }
 
-void Applications::associateParent(Process& process) {
-    const auto found = std::find_if(prevProcesses_.begin(), prevProcesses_.end(),
-                                    [&](const SharedProcess& candidate) { return candidate->pid() == process.ppid_; });
-    if (found != prevProcesses_.end())
-        process.setParent(*found);
-}
-
-void Applications::resolveNames() {
+void Applications::Tracking::resolveNames() {
     for (const SharedProcess& process : prevProcesses_) {
-        if (!process->isUnResolvedName_ || process->sampling_.parent)
-            continue;
-        if (const std::optional<std::string> named = ownerName(process->name()))
-            associateNamedParent(*process, *named);
+        if (process->isUnResolvedName_ && !process->sampling_.parent)
+            associateNamedParent(*process);
     }
 }
 
-void Applications::update() {
+void Applications::Tracking::update() {
     platform::current().processes().refreshRunningApplications();
+    if (isReleased_) // by a count observer
+        return;
     mutex_.synchronise([this]() SENTREL_REQUIRES(mutex_) {
-        if (unresolvedNamedProcesses_ > 0)
+        if (unresolvedNamedProcesses() > 0)
             resolveNames();
         for (const SharedProcess& process : prevProcesses_)
             sample(*process);
         fold();
+        publishTop();
     });
+    syncPending(); // what was noticed meanwhile
 }
 
-void Applications::sample(Process& process) const {
+void Applications::Tracking::sample(Process& process) const {
     Process::Sampling& sampling = process.sampling_;
     probes::ApplicationAttributes attributes;
     if (probes::_getApplicationAttributes(sampling.pid, sampling.startTime, &attributes) <= 0) {
@@ -281,7 +460,7 @@ void Applications::sample(Process& process) const {
 }
 
 // One level deep, in the order of the list; readers see the outcome only.
-void Applications::fold() {
+void Applications::Tracking::fold() {
     for (const SharedProcess& process : prevProcesses_) {
         process->sampling_.foldedCpu = process->sampling_.cpu;
         process->sampling_.foldedMem = process->sampling_.mem;
@@ -299,52 +478,68 @@ void Applications::fold() {
     }
 }
 
-std::vector<std::shared_ptr<const Applications::Process>> Applications::cpu() const {
-    return top(TopList::cpu);
+// A process that used as much as another stays behind it in the order of the list.
+template <class Figure>
+Applications::Tracking::First Applications::Tracking::first(Figure figure) const {
+    std::array<const SharedProcess*, topCount> places{};
+    for (const SharedProcess& process : prevProcesses_) {
+        if (places.back() && !(figure(*process) > figure(**places.back())))
+            continue;
+        const SharedProcess* next = &process;
+        for (const SharedProcess*& place : places) {
+            if (!place || (next && figure(**next) > figure(**place)))
+                std::swap(place, next);
+        }
+    }
+    First first;
+    for (std::size_t i = 0; i < topCount && places[i]; ++i)
+        first[i] = *places[i];
+    return first;
 }
 
-std::vector<std::shared_ptr<const Applications::Process>> Applications::mem() const {
-    return top(TopList::mem);
+void Applications::Tracking::publishTop() {
+    top_.setValue({first([](const Process& process) { return process.cpu(); }),
+                   first([](const Process& process) { return process.mem(); })});
 }
 
-std::vector<std::shared_ptr<const Applications::Process>> Applications::top(TopList list) const {
-    return mutex_.synchronise([&]() SENTREL_REQUIRES(mutex_) {
-        sorted_.clear();
-        for (const SharedProcess& process : prevProcesses_)
-            sorted_.push_back(&process);
-        const auto end = sorted_.begin() + static_cast<std::ptrdiff_t>(std::min(topCount, sorted_.size()));
-        std::partial_sort(sorted_.begin(), end, sorted_.end(), [list](const SharedProcess* a, const SharedProcess* b) {
-            return list == TopList::cpu ? (*a)->cpu() > (*b)->cpu() : (*a)->mem() > (*b)->mem();
-        });
-        std::vector<std::shared_ptr<const Process>> top;
-        for (auto process = sorted_.begin(); process != end; ++process)
-            top.push_back(**process);
-        return top;
+void Applications::Tracking::publishCount(const CountObservers& observers) {
+    const auto count = static_cast<std::int64_t>(prevProcesses_.size());
+    if (count_.exchange(count, std::memory_order_relaxed) == count)
+        return;
+    for (const std::shared_ptr<CountObserver>& observer : observers)
+        observer->offer(count);
+}
+
+std::vector<std::shared_ptr<const Applications::Process>> Applications::Tracking::list(First TopLists::*which) const {
+    const First first = top_.withValue([which](const TopLists& top) { return top.*which; });
+    return {first.begin(), std::find(first.begin(), first.end(), nullptr)};
+}
+
+// The registered ones. Let go of where no lock is held: they may be the last to hold what a host's closure captured.
+Applications::Tracking::CountObservers Applications::Tracking::countObservers() {
+    CountObservers observers;
+    countObservers_.withValue([&](std::vector<std::weak_ptr<CountObserver>>& registered) {
+        for (const std::weak_ptr<CountObserver>& candidate : registered) {
+            if (std::shared_ptr<CountObserver> observer = candidate.lock())
+                observers.push_back(std::move(observer));
+        }
     });
+    return observers;
 }
 
-std::int64_t Applications::unresolvedNamedProcesses() const {
-    return mutex_.synchronise([this]() SENTREL_REQUIRES(mutex_) { return unresolvedNamedProcesses_; });
-}
-
-std::shared_ptr<void> Applications::observeCount(std::function<void(std::int64_t)> observer) {
+std::shared_ptr<void> Applications::Tracking::observeCount(std::function<void(std::int64_t)> observer) {
     auto registered = std::make_shared<CountObserver>(std::move(observer));
-    countObservers_.withValue([&](std::vector<std::weak_ptr<const CountObserver>>& observers) {
+    countObservers_.withValue([&](std::vector<std::weak_ptr<CountObserver>>& observers) {
         observers.erase(std::remove_if(observers.begin(), observers.end(),
                                        [](const auto& candidate) { return candidate.expired(); }),
                         observers.end());
         observers.push_back(registered);
     });
-    return registered;
-}
-
-void Applications::publishCount(std::int64_t count) {
-    if (count_.exchange(count, std::memory_order_relaxed) == count)
-        return;
-    for (const std::weak_ptr<const CountObserver>& candidate : countObservers_.value()) {
-        if (const std::shared_ptr<const CountObserver> observer = candidate.lock())
-            (*observer)(count);
-    }
+    CountObserver* const address = registered.get();
+    return {address, [registered = std::move(registered)](void*) mutable {
+                registered->cancel();
+                registered.reset();
+            }};
 }
 
 } // namespace sentrel

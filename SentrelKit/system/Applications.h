@@ -5,7 +5,6 @@
 #include <SentrelKit/Export.h>
 #include <SentrelKit/platform/ProcessService.h>
 #include <SentrelKit/system/Mutex/Atomic.h>
-#include <SentrelKit/system/Mutex/Mutex.h>
 #include <SentrelKit/system/SystemResource.h>
 
 #include <atomic>
@@ -30,10 +29,11 @@ namespace sentrel {
 /// The set of applications is read when the model is made and then follows the platform's notice of changes. On Linux
 /// there is no such notice: each `update` first looks whether the set changed, so an idle program is never woken.
 ///
-/// `update` and the notices may come on any thread; all other members may be called from any thread. The figures of a
-/// process change under the reader's eyes at the next sample, each by itself. Sources: the running applications of the
-/// workspace and proc_pidinfo on macOS; on Linux /proc, the process clocks, the desktop entries and the application
-/// scopes of the service manager.
+/// `update` and the notices may come on any thread; all other members may be called from any thread. Readers never wait
+/// for a sample: they get what the last one published. A notice does not wait for one either: the set that comes during
+/// a sample is taken over by the sampling thread, right after it. The figures of a process change under the reader's
+/// eyes at the next sample, each by itself. Sources: the running applications of the workspace and proc_pidinfo on
+/// macOS; on Linux /proc, the process clocks, the desktop entries and the application scopes of the service manager.
 class SENTREL_API Applications final : public SystemResource {
 public:
     class Process;
@@ -55,14 +55,16 @@ public:
     [[nodiscard]] std::vector<std::shared_ptr<const Process>> mem() const;
 
     /// The number of tracked processes, those that work for an application included.
-    [[nodiscard]] std::int64_t count() const noexcept { return count_.load(std::memory_order_relaxed); }
+    [[nodiscard]] std::int64_t count() const noexcept;
 
     /// The number of tracked browser-engine processes whose application is not known yet. One stops counting as soon as
     /// its owner is found by name, and counts again if that owner ends before it.
-    [[nodiscard]] std::int64_t unresolvedNamedProcesses() const;
+    [[nodiscard]] std::int64_t unresolvedNamedProcesses() const noexcept;
 
-    /// Keeps a closure registered that hears each new count, on the thread that noticed the change. After the release
-    /// of the token no new call begins. The closure must not call `update`.
+    /// Keeps a closure registered that hears each new count, one call at a time, on the thread that noticed the change.
+    /// Changes that come while it runs are told together, as the newest count. From inside it everything is allowed: to
+    /// release this model or the token, to make models, to register others, to call `update`. After the release of the
+    /// token or of the model no new call begins; neither release waits for one that runs on another thread.
     [[nodiscard]] std::shared_ptr<void> observeCount(std::function<void(std::int64_t)> observer);
 
     /// The entry point of the observation of running applications: brings the tracked processes in line with the set.
@@ -71,35 +73,9 @@ public:
                       const platform::RunningApplications& change, const void* context);
 
 private:
-    using CountObserver = std::function<void(std::int64_t)>;
-    using SharedProcess = std::shared_ptr<Process>;
+    class Tracking;
 
-    void sync(const platform::RunningApplications& apps);
-    void removeTerminated(const platform::RunningApplications& apps) SENTREL_REQUIRES(mutex_);
-    void takeIn(const std::shared_ptr<const platform::RunningApplication>& app) SENTREL_REQUIRES(mutex_);
-    void replace(SharedProcess& process, const std::shared_ptr<const platform::RunningApplication>& app)
-        SENTREL_REQUIRES(mutex_);
-    void associate(Process& process) SENTREL_REQUIRES(mutex_);
-    void associateOwner(Process& process, std::int32_t owner) SENTREL_REQUIRES(mutex_);
-    void associateNamedParent(Process& process, std::string_view name) SENTREL_REQUIRES(mutex_);
-    void associateParent(Process& process) SENTREL_REQUIRES(mutex_);
-    void resolveNames() SENTREL_REQUIRES(mutex_);
-    void sample(Process& process) const SENTREL_REQUIRES(mutex_);
-    void fold() SENTREL_REQUIRES(mutex_);
-
-    enum class TopList : std::uint8_t { cpu, mem };
-    [[nodiscard]] std::vector<std::shared_ptr<const Process>> top(TopList list) const;
-    void publishCount(std::int64_t count);
-
-    std::atomic<std::int64_t> count_{0};
-    std::int64_t KVOContext_ = 0; // only its address matters: it is this object's observation's
-    std::int64_t activeLogicalCores_ = 0;
-    mutable Mutex mutex_;
-    std::vector<SharedProcess> prevProcesses_ SENTREL_GUARDED_BY(mutex_);
-    std::int64_t unresolvedNamedProcesses_ SENTREL_GUARDED_BY(mutex_) = 0;
-    mutable std::vector<const SharedProcess*> sorted_ SENTREL_GUARDED_BY(mutex_); // kept for its memory
-    Atomic<std::vector<std::weak_ptr<const CountObserver>>> countObservers_;
-    std::unique_ptr<platform::RunningApplicationsObservation> observation_;
+    std::shared_ptr<Tracking> tracking_; // a notice or a sample that is under way when the model goes keeps it
 };
 
 /// One tracked process: an application, or a process that works for one. Any thread.
@@ -159,7 +135,8 @@ private:
 
     const std::shared_ptr<const platform::RunningApplication> app_;
     const std::int32_t ppid_;
-    bool isUnResolvedName_ = false; // settled before the object is seen by others
+    bool isUnResolvedName_ = false; // settled before the object is seen by others, as is the next
+    std::string ownerName_;         // by which the owner of such a process is found
     Atomic<std::shared_ptr<Process>> parent_;
 };
 

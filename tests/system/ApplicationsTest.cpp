@@ -1,10 +1,14 @@
 #include <SentrelKit/system/Applications.h>
 
+#include "tests/support/Await.h"
+#include "tests/support/ProcessMachine.h"
 #include "tests/support/ScriptedMachine.h"
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cmath>
+#include <memory>
 #include <thread>
 
 namespace sentrel {
@@ -283,6 +287,32 @@ TEST_F(ApplicationsTest, NeverListsTheHostsOwnExtension) {
     EXPECT_TRUE(find(applications, 103)) << "the comparison is exact";
 }
 
+// What a process is was looked at when it came only: one that turned into the extension stayed.
+TEST_F(ApplicationsTest, NoLongerTracksAProcessThatTurnsIntoTheHostsOwnExtension) {
+    launch(100, "a");
+    launch(101, "helper", 100);
+    Applications applications;
+    use(100, 110);
+    use(101, 110);
+    sampleAfter(applications, 1.1);
+    const RunningApplication before{.processIdentifier = 100, .startTime = start, .localizedName = "a"};
+    RunningApplication extension = before;
+    extension.bundleIdentifier = "Sentrel.Today";
+    machine->processes().launch(extension);
+    applications.update();
+    EXPECT_EQ(applications.count(), 1);
+    EXPECT_FALSE(find(applications, 100));
+    EXPECT_FALSE(find(applications, 101)->parent());
+    EXPECT_DOUBLE_EQ(find(applications, 101)->cpu(), 10) << "what was folded into it stands for itself";
+
+    use(100, 500);
+    machine->processes().launch(before);
+    applications.update();
+    EXPECT_EQ(applications.count(), 2);
+    ASSERT_TRUE(find(applications, 100));
+    EXPECT_DOUBLE_EQ(find(applications, 100)->cpu(), 0) << "measured anew";
+}
+
 TEST_F(ApplicationsTest, ShowsTheLocalizedNameElseTheBundleIdentifierElseNothing) {
     machine->processes().launch(
         {.processIdentifier = 100, .localizedName = "Notizen", .bundleIdentifier = "org.example"});
@@ -347,6 +377,118 @@ TEST_F(ApplicationsTest, TellsObserversOfTheCount) {
     machine->processes().terminate(101);
     applications.update();
     EXPECT_EQ(heard, (std::vector<std::int64_t>{2, 1}));
+}
+
+// The observers ran under the lock of their list: releasing the model from one, or making another, waited for ever.
+TEST_F(ApplicationsTest, MayBeReleasedByACountObserverWhichIsTheLastThenToHear) {
+    auto applications = std::make_unique<Applications>();
+    int heard = 0;
+    int heardAfterwards = 0;
+    const auto first = applications->observeCount([&](std::int64_t) {
+        applications.reset();
+        ++heard;
+    });
+    const auto second = applications->observeCount([&](std::int64_t) { ++heardAfterwards; });
+    launch(100, "a");
+    applications->update();
+    EXPECT_FALSE(applications);
+    launch(101, "b");
+    machine->processes().refreshRunningApplications();
+    EXPECT_EQ(heard, 1);
+    EXPECT_EQ(heardAfterwards, 0);
+}
+
+TEST_F(ApplicationsTest, LetsACountObserverMakeAnotherModelAndUpdateBoth) {
+    Applications applications;
+    std::unique_ptr<Applications> other;
+    std::vector<std::int64_t> heard;
+    const auto token = applications.observeCount([&](std::int64_t count) {
+        heard.push_back(count);
+        if (other)
+            return;
+        other = std::make_unique<Applications>();
+        launch(101, "b");
+        other->update();
+        applications.update();
+        EXPECT_EQ(other->count(), 2);
+    });
+    launch(100, "a");
+    applications.update();
+    EXPECT_EQ(applications.count(), 2);
+    EXPECT_EQ(heard, (std::vector<std::int64_t>{1, 2}));
+}
+
+TEST_F(ApplicationsTest, LetsACountObserverRegisterOthersAndReleaseTokens) {
+    Applications applications;
+    std::vector<std::string> heard;
+    std::vector<std::shared_ptr<void>> tokens(3);
+    tokens[0] = applications.observeCount([&](std::int64_t) {
+        heard.emplace_back("first");
+        tokens[0].reset();
+        tokens[1].reset();
+        tokens[2] = applications.observeCount([&](std::int64_t) { heard.emplace_back("third"); });
+    });
+    tokens[1] = applications.observeCount([&](std::int64_t) { heard.emplace_back("second"); });
+    launch(100, "a");
+    applications.update();
+    EXPECT_EQ(heard, (std::vector<std::string>{"first"}));
+    launch(101, "b");
+    applications.update();
+    EXPECT_EQ(heard, (std::vector<std::string>{"first", "third"}));
+}
+
+TEST_F(ApplicationsTest, PassesACountObserversExceptionOnAndStaysWhole) {
+    Applications applications;
+    const auto token = applications.observeCount([](std::int64_t) { throw std::runtime_error("failed"); });
+    launch(100, "a");
+    EXPECT_THROW(applications.update(), std::runtime_error);
+    EXPECT_EQ(applications.count(), 1);
+    use(100, 110);
+    sampleAfter(applications, 1.1);
+    EXPECT_EQ(applications.cpu().size(), 1U);
+}
+
+TEST_F(ApplicationsTest, WaitsForNoCountObserverOfAnotherThreadAtItsRelease) {
+    auto applications = std::make_unique<Applications>();
+    Event entered;
+    Event goOn;
+    const auto token = applications->observeCount([&](std::int64_t) {
+        entered.happened();
+        EXPECT_TRUE(goOn.await());
+    });
+    launch(100, "a");
+    std::thread notice([&] { machine->processes().refreshRunningApplications(); });
+    ASSERT_TRUE(entered.await());
+    applications.reset();
+    goOn.happened();
+    notice.join();
+}
+
+// Two threads, each in an observer that releases the other's model.
+TEST_F(ApplicationsTest, LetsTwoCountObserversReleaseEachOthersModels) {
+    auto first = std::make_unique<Applications>();
+    auto second = std::make_unique<Applications>();
+    Event entered;
+    const auto firstToken = first->observeCount([&](std::int64_t) {
+        entered.happened();
+        EXPECT_TRUE(entered.await(2));
+        second.reset();
+    });
+    const auto secondToken = second->observeCount([&](std::int64_t) {
+        entered.happened();
+        EXPECT_TRUE(entered.await(2));
+        first.reset();
+    });
+    launch(100, "a");
+    const auto refresh = [&] { machine->processes().refreshRunningApplications(); };
+    std::thread one(refresh);
+    std::thread another([&] {
+        ASSERT_TRUE(entered.await());
+        refresh();
+    });
+    one.join();
+    another.join();
+    EXPECT_FALSE(first || second);
 }
 
 TEST_F(ApplicationsTest, TakesAReusedIdForANewApplication) {
@@ -613,6 +755,73 @@ TEST_F(ApplicationsTest, LetsReadersAndNoticesComeDuringSamples) {
     reader.join();
     applications.update();
     EXPECT_EQ(applications.count(), 100);
+}
+
+// The scripted processes, of which one can be held in its answer, as a slow machine would.
+class HeldProcesses final : public platform::ProcessService {
+public:
+    explicit HeldProcesses(std::int32_t heldId) : heldId_(heldId) {}
+
+    std::optional<TaskInfo> taskInfo(std::int32_t id) noexcept override {
+        if (id == heldId_ && isHolding) {
+            entered.happened();
+            EXPECT_TRUE(goOn.await());
+        }
+        return scripted.taskInfo(id);
+    }
+    std::optional<std::int32_t> parent(std::int32_t id) noexcept override { return scripted.parent(id); }
+    platform::RunningApplications runningApplications() override { return scripted.runningApplications(); }
+    std::unique_ptr<platform::RunningApplicationsObservation>
+    observeRunningApplications(platform::RunningApplicationsObserver observer) override {
+        return scripted.observeRunningApplications(std::move(observer));
+    }
+    void refreshRunningApplications() override { scripted.refreshRunningApplications(); }
+
+    void launch(std::int32_t id) {
+        scripted.setTaskInfo(id, TaskInfo{.residentBytes = 1000, .threads = 1, .startTime = 7});
+        scripted.launch({.processIdentifier = id, .startTime = 7, .localizedName = "a"});
+    }
+
+    platform::ScriptedProcessService scripted;
+    Event entered;
+    Event goOn;
+    std::atomic<bool> isHolding{false};
+
+private:
+    const std::int32_t heldId_;
+};
+
+// Readers, and the thread that brought a notice, waited for the whole of a sample that a low priority starved: 13 s
+// when 10,000 processes had ended at once.
+TEST(ApplicationsDuringASample, KeepNoReaderAndNoNoticeWaiting) {
+    HeldProcesses processes(100);
+    const ProcessMachine machine(processes);
+    processes.launch(100);
+    processes.launch(101);
+    Applications applications;
+    std::vector<std::int64_t> heard;
+    const auto token = applications.observeCount([&](std::int64_t count) { heard.push_back(count); });
+    processes.isHolding = true;
+    std::thread sampler([&] { applications.update(); });
+    ASSERT_TRUE(processes.entered.await());
+
+    EXPECT_EQ(applications.cpu().size(), 2U);
+    EXPECT_EQ(applications.mem().size(), 2U);
+    EXPECT_EQ(applications.count(), 2);
+    EXPECT_EQ(applications.unresolvedNamedProcesses(), 0);
+    processes.scripted.terminate(101);
+    processes.scripted.refreshRunningApplications();
+    processes.launch(102);
+    processes.launch(103);
+    processes.scripted.refreshRunningApplications();
+    EXPECT_TRUE(heard.empty()) << "the sampling thread takes the set over";
+
+    processes.isHolding = false;
+    processes.goOn.happened();
+    sampler.join();
+    EXPECT_EQ(applications.count(), 3);
+    EXPECT_EQ(heard, (std::vector<std::int64_t>{3}));
+    EXPECT_EQ(applications.cpu().size(), 3U);
 }
 
 } // namespace
