@@ -9,6 +9,7 @@
 
 #include <atomic>
 #include <cmath>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <sys/resource.h>
@@ -119,6 +120,44 @@ TEST(ApplicationsLive, ShowTheKernelsResidentFigure) {
         const auto process = find(applications, actor.id());
         return process && process->mem() == resident * static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
     }));
+}
+
+// The kernel's clocks, with samples 1.3 s apart.
+class SampledClocks final : public platform::ProcessClocks {
+public:
+    explicit SampledClocks(std::int64_t& ahead) : ahead_(ahead) {}
+    std::optional<std::uint64_t> processNanoseconds(std::int32_t id) noexcept override {
+        return kernel_.processNanoseconds(id);
+    }
+    std::int64_t now() noexcept override { return kernel_.now() + ahead_; }
+
+private:
+    platform::KernelProcessClocks kernel_;
+    std::int64_t& ahead_;
+};
+
+// It was absent from each sample that found it waiting for one of its commands.
+TEST(ApplicationsLive, HaveABusyScriptInEverySample) {
+    const pid_t script = ::fork();
+    if (script == 0) {
+        ::execl("/bin/sh", "sh", "-c", "while :; do i=0; while [ $i -lt 2000 ]; do i=$((i+1)); done; sleep 0.005; done",
+                nullptr);
+        std::_Exit(127);
+    }
+    std::int64_t ahead = 0;
+    platform::LinuxProcessService service{platform::SystemRoot(), std::make_unique<SampledClocks>(ahead)};
+    static_cast<void>(service.runningApplications());
+    int listed = 0;
+    for (int sample = 0; sample < 10; ++sample) {
+        const double before = processMilliseconds(script);
+        EXPECT_TRUE(eventually([&] { return processMilliseconds(script) > before + 40; }));
+        ahead += 1'300'000'000;
+        for (const auto& application : service.runningApplications())
+            listed += application->processIdentifier == script;
+    }
+    ::kill(script, SIGKILL);
+    ::waitpid(script, nullptr, 0);
+    EXPECT_EQ(listed, 10);
 }
 
 TEST(ApplicationsLive, NoticeThatAnApplicationStartedAndEnded) {

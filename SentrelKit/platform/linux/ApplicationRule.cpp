@@ -51,6 +51,13 @@ bool isShell(std::string_view name) noexcept {
     return isOneOf(names, name);
 }
 
+// The programs that a program starts beside itself, gives to process 1 and reports its crashes to.
+bool isCrashHandler(const ProcessFacts& process) noexcept {
+    static constexpr auto names = std::to_array<std::string_view>(
+        {"crashpad_handler", "chrome_crashpad_handler", "msedge_crashpad_handler", "crashhelper"});
+    return isOneOf(names, lastPathComponent(process.program));
+}
+
 bool isSharedFolder(std::string_view folder) noexcept {
     static constexpr auto folders = std::to_array<std::string_view>({"",
                                                                      "/bin",
@@ -93,11 +100,12 @@ class Classification {
 public:
     explicit Classification(const std::vector<const ProcessFacts*>& processes)
         : processes_(processes), parents_(processes.size(), none), owners_(processes.size()),
-          hasChild_(processes.size()) {
+          hasChild_(processes.size()), isLauncher_(processes.size()) {
         findParents();
         findLeaders();
         for (std::size_t i = 0; i < processes_.size(); ++i)
             resolve(i);
+        giveCrashHandlersBack();
     }
 
     [[nodiscard]] std::vector<std::int32_t> result() const {
@@ -125,30 +133,36 @@ private:
 
     [[nodiscard]] bool isLauncher(std::size_t i) const {
         const ProcessFacts& process = *processes_[i];
-        const std::string_view name = kindName(process);
-        if (isManager(name, process.command) || isMultiplexer(name))
-            return true;
-        return isShell(name) && (hasChild_[i] || (process.session == process.id && process.terminal != 0));
+        if (!mayBeLauncher(process))
+            return false;
+        return !isShell(kindName(process)) || hasChild_[i] || (process.session == process.id && process.terminal != 0);
     }
 
     // Settles who is out of the question, and the leading process of each scope.
     void findLeaders() {
         for (std::size_t i = 0; i < processes_.size(); ++i) {
             const ProcessFacts& process = *processes_[i];
-            if (!process.isCandidate || process.id < 2 || isLauncher(i)) {
+            isLauncher_[i] = process.isCandidate && isLauncher(i);
+            if (!process.isCandidate || process.id < 2 || (isLauncher_[i] && !process.isComputing)) {
                 owners_[i] = none;
                 continue;
             }
             if (process.scope.empty())
                 continue;
             const auto [leader, isFirst] = leaders_.try_emplace(process.scope, i);
-            if (!isFirst && process.startTime < processes_[leader->second]->startTime)
+            if (!isFirst && leadsRatherThan(i, leader->second))
                 leader->second = i;
         }
         while (joinScopes())
             ;
         for (const auto& [scope, leader] : leaders_)
             owners_[leader] = leader;
+    }
+
+    [[nodiscard]] bool leadsRatherThan(std::size_t i, std::size_t other) const {
+        if (isLauncher_[i] != isLauncher_[other])
+            return isLauncher_[other];
+        return processes_[i]->startTime < processes_[other]->startTime;
     }
 
     // Gives the scopes into which a program started itself from an older one that scope's leader. False if there were
@@ -180,7 +194,9 @@ private:
     }
 
     // Whether the process has a part in its scope: launchers and what is out of the question have none.
-    [[nodiscard]] bool isInScope(std::size_t i) const { return !owners_[i] && !processes_[i]->scope.empty(); }
+    [[nodiscard]] bool isInScope(std::size_t i) const {
+        return !owners_[i] && !isLauncher_[i] && !processes_[i]->scope.empty();
+    }
 
     [[nodiscard]] static bool isOnAnotherTerminal(const ProcessFacts& process, const ProcessFacts& than) noexcept {
         return process.terminal != 0 && process.terminal != than.terminal;
@@ -213,22 +229,47 @@ private:
         const ProcessFacts& process = *processes_[i];
         if (!process.scope.empty()) {
             const std::size_t leader = leaders_.find(process.scope)->second;
-            if (!isOnAnotherTerminal(process, *processes_[leader]))
+            if (!isLauncher_[leader] && !isOnAnotherTerminal(process, *processes_[leader]))
                 return leader;
         }
         const std::size_t parent = parents_[i];
         if (parent == none || *owners_[parent] == none)
             return i;
         const std::size_t application = *owners_[parent];
-        if (isOnAnotherTerminal(process, *processes_[parent]) || !belongTogether(process, *processes_[application]))
+        if (isLauncher_[application] || isOnAnotherTerminal(process, *processes_[parent]) ||
+            !belongTogether(process, *processes_[application]))
             return i;
         return application;
+    }
+
+    void giveCrashHandlersBack() {
+        for (std::size_t i = 0; i < processes_.size(); ++i) {
+            if (owners_[i] != i || !isCrashHandler(*processes_[i]))
+                continue;
+            const std::size_t application = applicationOfCrashHandler(i);
+            if (application != none)
+                std::replace(owners_.begin(), owners_.end(), std::optional(i), std::optional(application));
+        }
+    }
+
+    [[nodiscard]] std::size_t applicationOfCrashHandler(std::size_t handler) const {
+        const ProcessFacts& process = *processes_[handler];
+        std::size_t youngest = none;
+        for (std::size_t i = 0; i < processes_.size(); ++i) {
+            const ProcessFacts& application = *processes_[i];
+            if (owners_[i] == i && !isCrashHandler(application) && application.startTime <= process.startTime &&
+                belongTogether(process, application) && !isOnAnotherTerminal(process, application) &&
+                (youngest == none || application.startTime >= processes_[youngest]->startTime))
+                youngest = i;
+        }
+        return youngest;
     }
 
     const std::vector<const ProcessFacts*>& processes_;
     std::vector<std::size_t> parents_;
     std::vector<std::optional<std::size_t>> owners_; // empty: open; none: no application and works for none
     std::vector<bool> hasChild_;
+    std::vector<bool> isLauncher_; // whether it computes or not
     std::map<std::string_view, std::size_t> leaders_;
     std::vector<std::size_t> chain_;
 };
@@ -238,6 +279,16 @@ private:
 std::string_view lastPathComponent(std::string_view path) noexcept {
     const std::size_t slash = path.rfind('/');
     return slash == std::string_view::npos ? path : path.substr(slash + 1);
+}
+
+bool mayBeLauncher(const ProcessFacts& process) noexcept {
+    const std::string_view name = kindName(process);
+    return isManager(name, process.command) || isMultiplexer(name) || isShell(name);
+}
+
+bool isRemoteLogin(const ProcessFacts& process) noexcept {
+    const std::string_view name = kindName(process);
+    return name == "sshd" || name == "sshd-session";
 }
 
 std::string_view installationFolder(std::string_view program) noexcept {

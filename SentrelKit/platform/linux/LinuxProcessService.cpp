@@ -108,9 +108,14 @@ std::shared_ptr<const RunningApplication> LinuxProcessService::describe(const Pr
 }
 
 // The name under which users know the program: the program's file or the script that it runs, uncut, rather than what
-// the process calls itself at the moment.
+// the process calls itself at the moment. But a remote log-in is known by whose it is: "sshd: user@notty".
 std::string LinuxProcessService::programName(const ProcessFacts& facts) {
     const std::string_view file = lastPathComponent(facts.program);
+    if (isRemoteLogin(facts)) {
+        const std::vector<std::string> arguments = table_.files().arguments(facts.id);
+        if (!arguments.empty() && arguments.front().rfind("sshd", 0) == 0)
+            return arguments.front();
+    }
     if (isCommandOf(facts.command, file))
         return std::string(file);
     for (const std::string& argument : table_.files().arguments(facts.id)) {

@@ -11,7 +11,8 @@ namespace {
 constexpr std::int64_t second = 1'000'000'000;
 constexpr std::int64_t longestStanding = 10 * second;
 constexpr std::int64_t youth = second / 2;
-constexpr std::int32_t fewIds = 64; // asking for each still costs less than a listing
+constexpr std::int64_t leastComputing = second / 50; // more than a shell takes to start
+constexpr std::int32_t fewIds = 64;                  // asking for each still costs less than a listing
 
 std::int64_t nanoseconds(const timespec& time) noexcept {
     return time.tv_sec * second + time.tv_nsec;
@@ -47,6 +48,13 @@ std::int64_t KernelProcessClocks::now() noexcept {
     return nanoseconds(time);
 }
 
+std::optional<std::int64_t> KernelProcessClocks::sinceBoot() noexcept {
+    timespec time{};
+    if (::clock_gettime(CLOCK_BOOTTIME, &time) != 0)
+        return std::nullopt;
+    return nanoseconds(time);
+}
+
 CapturedProcessClocks::CapturedProcessClocks(const SystemRoot& root) : files_(root) {}
 
 std::optional<std::uint64_t> CapturedProcessClocks::processNanoseconds(std::int32_t id) noexcept {
@@ -71,6 +79,7 @@ bool ProcessTable::look() {
         const std::optional<bool> few = figures && figures_ ? takeFewNewIds(*figures) : std::nullopt;
         changed = few ? *few : list(figures);
     }
+    changed = followLaunchers() || changed;
     return readAgain() || changed;
 }
 
@@ -177,6 +186,43 @@ bool ProcessTable::wasGivenOutSince(std::int32_t id, const Figures& now) const n
     return then <= now.lastId ? id > then && id <= now.lastId : id > then || id <= now.lastId;
 }
 
+// True if one of them began or ceased to compute. In less than half a second no share can be told.
+bool ProcessTable::followLaunchers() noexcept {
+    const std::int64_t now = clocks_->now();
+    if (followedAt_ >= 0 && now - followedAt_ < youth)
+        return false;
+    followedAt_ = now;
+    bool changed = false;
+    for (ProcessEntry& entry : entries_) {
+        if (entry.mayBeLauncher)
+            changed = follow(entry, now) || changed;
+    }
+    return changed;
+}
+
+bool ProcessTable::follow(ProcessEntry& entry, std::int64_t now) noexcept {
+    const std::optional<std::uint64_t> ran = clocks_->processNanoseconds(entry.facts.id);
+    if (!ran) // it has ended, as the next listing tells
+        return false;
+    const bool isKnown = entry.followedAt != 0;
+    const std::int64_t time = isKnown ? now - entry.followedAt : age(entry);
+    const auto used = static_cast<std::int64_t>(*ran - (isKnown ? entry.ran : 0));
+    if (isKnown && used != 0 && entry.owner == 0) // it may run another program by now
+        entry.isDoubted = true;
+    if (time > 0 && used >= std::max(leastComputing, time / 100))
+        entry.computedAt = now;
+    entry.ran = *ran;
+    entry.followedAt = now;
+    const bool isComputing = entry.computedAt != 0 && now - entry.computedAt < longestStanding;
+    return std::exchange(entry.facts.isComputing, isComputing) != isComputing;
+}
+
+// 0 if it cannot be told.
+std::int64_t ProcessTable::age(const ProcessEntry& entry) noexcept {
+    const std::optional<std::int64_t> sinceBoot = clocks_->sinceBoot();
+    return sinceBoot ? *sinceBoot - static_cast<std::int64_t>(entry.facts.startTime * tickNanoseconds()) : 0;
+}
+
 bool ProcessTable::isDueForReading(const ProcessEntry& entry, std::int64_t now) const noexcept {
     const std::int64_t age = now - entry.factsReadAt;
     const bool mayBecomeAnother = entry.owner == 0 && !entry.isKernelThread;
@@ -193,12 +239,16 @@ bool ProcessTable::readAgain() {
         entry.isYoung = false;
         entry.isDoubted = false;
         entry.factsReadAt = now;
+        const bool isReused = fresh.facts.startTime != entry.facts.startTime;
+        fresh.facts.isComputing = !isReused && fresh.mayBeLauncher && entry.facts.isComputing;
         if (fresh.facts == entry.facts)
             continue;
         changed = changed || fresh.facts.isCandidate || entry.facts.isCandidate;
-        const bool isReused = fresh.facts.startTime != entry.facts.startTime;
         entry.facts = std::move(fresh.facts);
         entry.application.reset();
+        entry.mayBeLauncher = fresh.mayBeLauncher;
+        if (isReused || !entry.mayBeLauncher)
+            entry.ran = 0, entry.followedAt = entry.computedAt = 0;
         entry.isKernelThread = fresh.isKernelThread;
         entry.isYoung = isReused;
         if (isReused || !entry.facts.isCandidate)
@@ -225,6 +275,7 @@ ProcessEntry ProcessTable::readEntry(std::int32_t id) {
     if (entry.facts.isCandidate) {
         entry.facts.program = files_.program(id);
         entry.facts.scope = files_.scope(id);
+        entry.mayBeLauncher = mayBeLauncher(entry.facts);
     }
     return entry;
 }

@@ -10,7 +10,9 @@
 ///  - A new process is read once, and a second time at the first look half a second later: between its two steps of
 ///    starting, fork and exec, it looks like its parent, and a desktop moves it into its scope only afterwards.
 ///  - A process that is no application and works for none is read again after 10 s: it may have become another program,
-///    unless it is a thread of the kernel.
+///    unless it is a thread of the kernel. One that may be a launcher is followed by its process clock, at most each
+///    half second: if it ran it is read again at once, and if it ran for a hundredth of the time or more, it counts as
+///    computing for 10 s. When it is first met, its whole life is the time.
 ///  - A known id is read again if it was given out anew since the last look.
 ///  - Figures: the process clock is asked each time. If it has not moved the process has not run, and its other figures
 ///    stand; its memory, which others may take away, for at most 10 s, and at first for less: for how long differs from
@@ -38,6 +40,9 @@ public:
 
     /// Nanoseconds of a clock that never steps back.
     [[nodiscard]] virtual std::int64_t now() noexcept = 0;
+
+    /// Nanoseconds since the system's boot, as start times are counted; absent if that cannot be told.
+    [[nodiscard]] virtual std::optional<std::int64_t> sinceBoot() noexcept { return std::nullopt; }
 };
 
 /// The kernel's clocks.
@@ -45,6 +50,7 @@ class KernelProcessClocks final : public ProcessClocks {
 public:
     std::optional<std::uint64_t> processNanoseconds(std::int32_t id) noexcept override;
     std::int64_t now() noexcept override;
+    std::optional<std::int64_t> sinceBoot() noexcept override;
 };
 
 /// The clocks of a machine of captured files: the ticks that its files show.
@@ -71,8 +77,12 @@ struct ProcessEntry {
 
     std::int64_t factsReadAt = 0;
     bool isKernelThread = false;
-    bool isYoung = false;   ///< wants its second reading
-    bool isDoubted = false; ///< was found changed, wants another reading
+    bool isYoung = false;        ///< wants its second reading
+    bool isDoubted = false;      ///< was found changed, wants another reading
+    bool mayBeLauncher = false;  ///< is followed
+    std::uint64_t ran = 0;       ///< its process clock when it was last followed
+    std::int64_t followedAt = 0; ///< 0: not yet
+    std::int64_t computedAt = 0; ///< when it was last found computing; 0: never
 };
 
 class ProcessTable {
@@ -102,6 +112,9 @@ private:
     [[nodiscard]] std::optional<bool> takeFewNewIds(const Figures& figures);
     [[nodiscard]] bool takeListing();
     void doubtOrphans() noexcept;
+    [[nodiscard]] bool followLaunchers() noexcept;
+    [[nodiscard]] bool follow(ProcessEntry& entry, std::int64_t now) noexcept;
+    [[nodiscard]] std::int64_t age(const ProcessEntry& entry) noexcept;
     [[nodiscard]] bool readAgain();
     [[nodiscard]] bool isDueForReading(const ProcessEntry& entry, std::int64_t now) const noexcept;
     [[nodiscard]] bool wasGivenOutSince(std::int32_t id, const Figures& now) const noexcept;
@@ -120,6 +133,7 @@ private:
     std::vector<std::int32_t> listed_;
     std::optional<Figures> figures_; // as they stood at the last listing; empty: list at the next look
     bool isListed_ = false;
+    std::int64_t followedAt_ = -1; // negative: not yet
     std::uint64_t pageSize_;
 };
 

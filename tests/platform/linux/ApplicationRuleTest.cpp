@@ -6,13 +6,15 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <set>
 #include <stdexcept>
 
 namespace sentrel::platform {
 namespace {
 
 // The outcome of the rule for a tree: whose application each process is, 0 for nobody's.
-std::map<std::int32_t, std::int32_t> owners(const std::vector<TreeProcess>& tree) {
+std::map<std::int32_t, std::int32_t> owners(const std::vector<TreeProcess>& tree,
+                                            const std::set<std::int32_t>& computing = {}) {
     std::vector<ProcessFacts> facts;
     for (const TreeProcess& process : tree) {
         ProcessFacts one;
@@ -22,6 +24,7 @@ std::map<std::int32_t, std::int32_t> owners(const std::vector<TreeProcess>& tree
         one.terminal = process.terminal;
         one.startTime = process.start;
         one.isCandidate = process.id > 1 && !process.isKernelThread && process.state != 'Z';
+        one.isComputing = computing.count(process.id) != 0;
         one.command = process.command.substr(0, 15);
         one.program = process.program;
         one.scope = applicationScope("0::" + process.group + "\n");
@@ -463,6 +466,75 @@ TEST(ApplicationRule, MakesAShellThatComputesAnApplicationUntilItHasAChild) {
     tree.push_back(process(101, 100, "/usr/bin/bash"));
     EXPECT_EQ(owners(tree).at(100), 0);
     EXPECT_EQ(owners(tree).at(101), 101) << "not folded into the shell it came from";
+}
+
+// A busy script was absent from each sample that found it waiting for one of its short commands.
+TEST(ApplicationRule, ShowsAShellThatComputesWhateverItWaitsFor) {
+    std::vector<TreeProcess> tree{process(100, 1, "/usr/bin/bash"), process(101, 100, "/usr/bin/date")};
+    EXPECT_EQ(owners(tree).at(100), 0);
+    EXPECT_EQ(owners(tree, {100}).at(100), 100);
+    tree[0].terminal = tree[1].terminal = 34816;
+    EXPECT_EQ(owners(tree, {100}).at(100), 100) << "the script that a terminal was started with";
+}
+
+TEST(ApplicationRule, LetsNothingWorkForAShellThatComputes) {
+    const std::vector<TreeProcess> tree{process(100, 1, "/usr/bin/bash"), process(101, 100, "/usr/bin/bash"),
+                                        process(102, 101, "/usr/bin/bash"), process(103, 100, "/usr/bin/date")};
+    for (const std::int32_t id : {101, 102, 103})
+        EXPECT_NE(owners(tree, {100, 101}).at(id), 100) << id;
+}
+
+TEST(ApplicationRule, NeverLetsAShellThatComputesLeadTheProgramThatItStartsInAScope) {
+    std::vector<TreeProcess> tree{process(100, 1, "/usr/bin/dash", "app-office-1.scope"),
+                                  process(101, 100, "/usr/lib/office/program/office", "app-office-1.scope")};
+    EXPECT_EQ(owners(tree, {100}).at(101), 101);
+    EXPECT_EQ(owners(tree, {100}).at(100), 101) << "its work is the application's";
+    tree[1] = process(101, 100, "/usr/bin/bash", "app-office-1.scope");
+    tree.push_back(process(102, 101, "/usr/bin/date"));
+    EXPECT_EQ(owners(tree, {100, 101}).at(100), 100) << "a script alone in its scope";
+    EXPECT_EQ(owners(tree, {100, 101}).at(101), 101);
+}
+
+// What a user's large transfer cost stood nowhere: it is the log-in server's process that works.
+TEST(ApplicationRule, ShowsTheLogInThatCarriesALargeTransfer) {
+    std::vector<TreeProcess> tree = Tree("ssh").processes();
+    const std::int32_t session = Tree("ssh").id("sshd", "user@pts");
+    tree.push_back(process(30000, session, "/usr/lib/openssh/sftp-server"));
+    tree.push_back(process(30001, session, "/usr/bin/scp"));
+    const std::map<std::int32_t, std::int32_t> busy = owners(tree, {session});
+    EXPECT_EQ(busy.at(session), session);
+    EXPECT_EQ(busy.at(30000), 30000);
+    EXPECT_EQ(busy.at(30001), 30001);
+    EXPECT_EQ(owners(tree).at(session), 0) << "one that waits";
+}
+
+// Outside of scopes they were applications of their own: their parent is process 1.
+TEST(ApplicationRule, GivesCrashHandlersBackToTheirBrowser) {
+    const Tree whole("browser");
+    std::vector<TreeProcess> tree;
+    for (TreeProcess one : whole.processes()) {
+        one.group = "/";
+        if (one.program.ends_with("chrome_crashpad_handler"))
+            one.parent = 1;
+        tree.push_back(one);
+    }
+    const std::int32_t browser = whole.all("chromium").front();
+    const std::map<std::int32_t, std::int32_t> result = owners(tree);
+    EXPECT_EQ(whole.all("chrome_crashpad_handler").size(), 2U);
+    for (const std::int32_t id : whole.all("chrome_crashpad_handler"))
+        EXPECT_EQ(result.at(id), browser) << id;
+}
+
+TEST(ApplicationRule, GivesACrashHandlerToTheYoungestOlderRunOfItsProgramAndToNoOther) {
+    std::vector<TreeProcess> tree{process(100, 1, "/opt/web/web"), process(200, 1, "/opt/web/web"),
+                                  process(201, 1, "/opt/web/chrome_crashpad_handler"), process(300, 1, "/opt/web/web"),
+                                  process(301, 1, "/opt/other/crashpad_handler")};
+    EXPECT_EQ(owners(tree).at(201), 200);
+    EXPECT_EQ(owners(tree).at(301), 301) << "of a program that ended";
+    tree[2].terminal = 34816;
+    EXPECT_EQ(owners(tree).at(201), 201) << "on a terminal";
+    tree[2] = process(201, 1, "/opt/web/updater");
+    EXPECT_EQ(owners(tree).at(201), 201) << "another program of the folder";
 }
 
 TEST(ApplicationRule, DoesNotCountAZombieAsAChildToWaitFor) {

@@ -20,6 +20,7 @@ constexpr std::int64_t second = 1'000'000'000;
 struct Times {
     std::map<std::int32_t, std::uint64_t> processes;
     std::int64_t now = second;
+    std::optional<std::int64_t> sinceBoot{};
     int asked = 0;
 };
 
@@ -32,6 +33,7 @@ public:
         return found == times_.processes.end() ? std::nullopt : std::optional<std::uint64_t>(found->second);
     }
     std::int64_t now() noexcept override { return times_.now; }
+    std::optional<std::int64_t> sinceBoot() noexcept override { return times_.sinceBoot; }
 
 private:
     Times& times_;
@@ -415,6 +417,71 @@ TEST_F(LinuxProcessServiceTest, NoticesWithinTenSecondsThatAShellBecameAProgram)
     EXPECT_EQ(ids(service->runningApplications()), (std::vector<std::int32_t>{100}));
 }
 
+const TreeProcess script{
+    .id = 200, .parent = 1, .session = 200, .start = 20, .command = "backup.sh", .program = "/usr/bin/bash"};
+const TreeProcess command{
+    .id = 201, .parent = 200, .session = 200, .start = 21, .command = "cp", .program = "/usr/bin/cp"};
+
+TEST_F(LinuxProcessServiceTest, ListsAScriptThatComputesForTenSecondsAfterItLastDid) {
+    put(script, 1000);
+    put(command);
+    const auto service = makeService();
+    ASSERT_EQ(ids(service->runningApplications()), (std::vector<std::int32_t>{201}));
+    const auto sample = [&](std::int64_t milliseconds) {
+        times.now += 2 * second;
+        times.processes[200] += static_cast<std::uint64_t>(milliseconds) * 1'000'000;
+        return ids(service->runningApplications());
+    };
+    EXPECT_EQ(sample(19), (std::vector<std::int32_t>{201})) << "less than a hundredth of the time";
+    for (int i = 0; i < 5; ++i)
+        EXPECT_EQ(sample(20), (std::vector<std::int32_t>{200, 201}));
+    for (int i = 0; i < 4; ++i)
+        EXPECT_EQ(sample(0), (std::vector<std::int32_t>{200, 201}));
+    EXPECT_EQ(sample(0), (std::vector<std::int32_t>{201}));
+}
+
+TEST_F(LinuxProcessServiceTest, JudgesAScriptThatItMeetsByItsWholeLife) {
+    const std::int64_t tick = second / ::sysconf(_SC_CLK_TCK);
+    times.sinceBoot = 20 * tick + 100 * second;
+    put(command);
+    put(script, static_cast<std::uint64_t>(second));
+    EXPECT_EQ(ids(makeService()->runningApplications()), (std::vector<std::int32_t>{200, 201}));
+    put(script, static_cast<std::uint64_t>(second) - 1);
+    EXPECT_EQ(ids(makeService()->runningApplications()), (std::vector<std::int32_t>{201}));
+    times.sinceBoot = 20 * tick + second / 10;
+    put(script, 19'000'000);
+    EXPECT_EQ(ids(makeService()->runningApplications()), (std::vector<std::int32_t>{201})) << "it only started";
+}
+
+// It was read again after 10 s.
+TEST_F(LinuxProcessServiceTest, NoticesAtTheNextLookThatALauncherRunsItsProgram) {
+    put(script);
+    put(command);
+    const auto service = makeService();
+    ASSERT_EQ(ids(service->runningApplications()), (std::vector<std::int32_t>{201}));
+    TreeProcess executed = script;
+    executed.command = "player";
+    executed.program = "/usr/bin/player";
+    put(executed, 2000);
+    times.now += second;
+    const RunningApplications set = service->runningApplications();
+    ASSERT_EQ(ids(set), (std::vector<std::int32_t>{200, 201}));
+    EXPECT_EQ(set[0]->localizedName, "player");
+}
+
+TEST_F(LinuxProcessServiceTest, NamesALogInByWhoseItIs) {
+    for (const std::string program : {"sshd", "sshd-session"}) {
+        put({.id = 100, .command = program, .arguments = {program + ": user@notty"}});
+        const auto service = makeService();
+        EXPECT_TRUE(service->runningApplications().empty());
+        times.now += second;
+        times.processes[100] += static_cast<std::uint64_t>(second) / 2;
+        const RunningApplications set = service->runningApplications();
+        ASSERT_EQ(set.size(), 1U);
+        EXPECT_EQ(set[0]->localizedName, program + ": user@notty");
+    }
+}
+
 TEST_F(LinuxProcessServiceTest, GivesAHelperItsOwnEntryWhenItsApplicationEnds) {
     put(first);
     put(player);
@@ -515,6 +582,34 @@ TEST_F(LinuxProcessServiceTest, CallsNoObserverAfterItsRelease) {
     observation.reset();
     service->refreshRunningApplications();
     EXPECT_EQ(heard, 0);
+}
+
+// An observer ran under the lock of the list, and so could neither release itself nor ask the service for anything.
+TEST_F(LinuxProcessServiceTest, AllowsEverythingInsideAnObserver) {
+    put(player);
+    const auto service = makeService();
+    std::vector<std::vector<std::int32_t>> heard;
+    std::unique_ptr<RunningApplicationsObservation> another;
+    std::unique_ptr<RunningApplicationsObservation> observation;
+    observation = service->observeRunningApplications([&](const RunningApplications& applications) {
+        heard.push_back(ids(applications));
+        if (heard.size() == 2)
+            observation.reset();
+        if (another)
+            return;
+        another = service->observeRunningApplications([](const RunningApplications&) {});
+        put(helper);
+        tree.setLastId(1001);
+        service->refreshRunningApplications();
+        EXPECT_EQ(service->runningApplications().size(), 2U);
+        EXPECT_EQ(heard.size(), 1U) << "one call at a time";
+    });
+    service->refreshRunningApplications();
+    EXPECT_EQ(heard, (std::vector<std::vector<std::int32_t>>{{100}, {100, 120}}));
+    put(other);
+    tree.setLastId(1002);
+    service->refreshRunningApplications();
+    EXPECT_EQ(heard.size(), 2U);
 }
 
 TEST_F(LinuxProcessServiceTest, SurvivesAnObserverThatOutlivesIt) {
