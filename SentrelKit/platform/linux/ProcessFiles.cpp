@@ -314,24 +314,24 @@ std::optional<std::uint32_t> ProcessFiles::user(std::int32_t id) noexcept {
     return folder.st_uid;
 }
 
-std::string ProcessFiles::program(std::int32_t id) {
+std::string_view ProcessFiles::program(std::int32_t id) noexcept {
+    static_assert(bufferSize >= PATH_MAX);
     ProcessPath path;
-    std::array<char, PATH_MAX> target;
     if (!open())
         return {};
-    const ssize_t length = ::readlinkat(folder_.get(), processPath(path, id, "exe"), target.data(), target.size());
+    const ssize_t length = ::readlinkat(folder_.get(), processPath(path, id, "exe"), buffer_.data(), buffer_.size());
     if (length <= 0)
         return {};
-    std::string_view program(target.data(), static_cast<std::size_t>(length));
+    std::string_view program(buffer_.data(), static_cast<std::size_t>(length));
     constexpr std::string_view deleted = " (deleted)"; // replaced by an update while it ran
     if (endsWith(program, deleted))
         program.remove_suffix(deleted.size());
-    return std::string(program);
+    return program;
 }
 
-std::string ProcessFiles::scope(std::int32_t id) {
+std::string_view ProcessFiles::scope(std::int32_t id) noexcept {
     const std::optional<std::string_view> text = read(id, "cgroup");
-    return text ? std::string(applicationScope(*text)) : std::string();
+    return text ? applicationScope(*text) : std::string_view();
 }
 
 std::vector<std::string> ProcessFiles::arguments(std::int32_t id) {

@@ -81,11 +81,11 @@ public:
     [[nodiscard]] std::optional<std::uint32_t> user(std::int32_t id) noexcept;
 
     /// The path of the program that the process runs, without the mark of a deleted file; empty if it is not to be
-    /// seen.
-    [[nodiscard]] std::string program(std::int32_t id);
+    /// seen. Valid until the next reading.
+    [[nodiscard]] std::string_view program(std::int32_t id) noexcept;
 
-    /// The application scope that the process is in; empty without one.
-    [[nodiscard]] std::string scope(std::int32_t id);
+    /// The application scope that the process is in; empty without one. Valid until the next reading.
+    [[nodiscard]] std::string_view scope(std::int32_t id) noexcept;
 
     /// The process's arguments, the program's name first; only as many as matter for a name.
     [[nodiscard]] std::vector<std::string> arguments(std::int32_t id);

@@ -235,7 +235,8 @@ bool ProcessTable::readAgain() {
     for (ProcessEntry& entry : entries_) {
         if (!isDueForReading(entry, now))
             continue;
-        ProcessEntry fresh = readEntry(entry.facts.id);
+        ProcessEntry& fresh = fresh_;
+        readEntry(entry.facts.id, fresh);
         entry.isYoung = false;
         entry.isDoubted = false;
         entry.factsReadAt = now;
@@ -244,7 +245,7 @@ bool ProcessTable::readAgain() {
         if (fresh.facts == entry.facts)
             continue;
         changed = changed || fresh.facts.isCandidate || entry.facts.isCandidate;
-        entry.facts = std::move(fresh.facts);
+        std::swap(entry.facts, fresh.facts);
         entry.application.reset();
         entry.mayBeLauncher = fresh.mayBeLauncher;
         if (isReused || !entry.mayBeLauncher)
@@ -259,25 +260,30 @@ bool ProcessTable::readAgain() {
 
 // An id that tells nothing (it has ended meanwhile, or is hidden) keeps a place without facts, so that not every
 // listing asks for it again.
+// An id that tells nothing (it has ended meanwhile, or is hidden) keeps a place without facts, so that not every
+// listing asks for it again.
 ProcessEntry ProcessTable::readEntry(std::int32_t id) {
     ProcessEntry entry;
-    entry.facts.id = id;
-    const std::optional<ProcessStat> stat = files_.stat(id);
-    if (!stat)
-        return entry;
-    entry.facts.parent = stat->parent;
-    entry.facts.session = stat->session;
-    entry.facts.terminal = stat->terminal;
-    entry.facts.startTime = stat->startTicks;
-    entry.facts.command = stat->command;
-    entry.isKernelThread = stat->isKernelThread();
-    entry.facts.isCandidate = id > 1 && !entry.isKernelThread && !stat->isZombie() && mayMeasure(id);
-    if (entry.facts.isCandidate) {
-        entry.facts.program = files_.program(id);
-        entry.facts.scope = files_.scope(id);
-        entry.mayBeLauncher = mayBeLauncher(entry.facts);
-    }
+    readEntry(id, entry);
     return entry;
+}
+
+// Fills the facts and what follows from them; the texts go into the memory that is there.
+void ProcessTable::readEntry(std::int32_t id, ProcessEntry& entry) {
+    const std::optional<ProcessStat> stat = files_.stat(id);
+    ProcessFacts& facts = entry.facts;
+    facts.id = id;
+    facts.parent = stat ? stat->parent : 0;
+    facts.session = stat ? stat->session : 0;
+    facts.terminal = stat ? stat->terminal : 0;
+    facts.startTime = stat ? stat->startTicks : 0;
+    facts.command = stat ? stat->command : std::string_view();
+    entry.isKernelThread = stat && stat->isKernelThread();
+    facts.isCandidate = id > 1 && stat && !entry.isKernelThread && !stat->isZombie() && mayMeasure(id);
+    facts.isComputing = false;
+    facts.program = facts.isCandidate ? files_.program(id) : std::string_view();
+    facts.scope = facts.isCandidate ? files_.scope(id) : std::string_view();
+    entry.mayBeLauncher = facts.isCandidate && mayBeLauncher(facts);
 }
 
 // The kernel shows a process's figures to everyone; here they are for its own user and for a privileged caller.

@@ -119,6 +119,7 @@ private:
     [[nodiscard]] bool isDueForReading(const ProcessEntry& entry, std::int64_t now) const noexcept;
     [[nodiscard]] bool wasGivenOutSince(std::int32_t id, const Figures& now) const noexcept;
     [[nodiscard]] ProcessEntry readEntry(std::int32_t id);
+    void readEntry(std::int32_t id, ProcessEntry& entry);
     [[nodiscard]] bool mayMeasure(std::int32_t id) noexcept;
     [[nodiscard]] ProcessEntry* find(std::int32_t id) noexcept;
     [[nodiscard]] std::optional<TaskInfo> readFigures(std::int32_t id, std::uint64_t nanoseconds,
@@ -131,6 +132,7 @@ private:
     std::vector<std::int32_t> ids_;      // of the entries, close together for the search
     std::vector<ProcessEntry> previous_; // kept for its memory, as the next
     std::vector<std::int32_t> listed_;
+    ProcessEntry fresh_;             // kept for the memory of its texts
     std::optional<Figures> figures_; // as they stood at the last listing; empty: list at the next look
     bool isListed_ = false;
     std::int64_t followedAt_ = -1; // negative: not yet
