@@ -1,5 +1,6 @@
 #include <SentrelKit/platform/linux/LinuxProcessService.h>
 
+#include "tests/support/Allocations.h"
 #include "tests/support/EnvironmentValue.h"
 #include "tests/support/ProcessTree.h"
 
@@ -610,6 +611,35 @@ TEST_F(LinuxProcessServiceTest, AllowsEverythingInsideAnObserver) {
     tree.setLastId(1002);
     service->refreshRunningApplications();
     EXPECT_EQ(heard.size(), 2U);
+}
+
+// What is read again, a launcher that ran or one that is due, took memory for its texts.
+TEST_F(LinuxProcessServiceTest, TakesNoMemoryForASampleOnceWarm) {
+    TreeProcess manager = first;
+    manager.id = 40;
+    manager.command = "systemd";
+    manager.program = "/usr/lib/systemd/systemd-executor";
+    manager.group = "/user.slice/app-org.example.ALongName-40.scope";
+    for (const TreeProcess& process : {first, manager, player, helper, other, script, command})
+        put(process);
+    const auto service = makeService();
+    const auto observation = service->observeRunningApplications([](const RunningApplications&) {});
+    const auto sample = [&] {
+        times.now += 1'300'000'000;
+        for (auto& [id, nanoseconds] : times.processes)
+            nanoseconds += 1'000'000;
+        service->refreshRunningApplications();
+        for (const auto& [id, nanoseconds] : times.processes)
+            static_cast<void>(service->taskInfo(id));
+    };
+    for (int i = 0; i < 20; ++i)
+        sample();
+    const std::size_t before = allocations();
+    for (int i = 0; i < 20; ++i)
+        sample();
+    if (countsAllocations) {
+        EXPECT_EQ(allocations(), before);
+    }
 }
 
 TEST_F(LinuxProcessServiceTest, SurvivesAnObserverThatOutlivesIt) {
