@@ -52,6 +52,7 @@ std::optional<std::vector<MountEntry>> readMountTable(const SystemRoot& root) {
         if (std::optional<MountEntry> entry = unlistedRoot())
             entries.insert(entries.begin(), std::move(*entry));
     }
+    markWhatMayNotAnswer(entries);
     return entries;
 }
 
@@ -88,7 +89,7 @@ const MountEntry* mountOfDevice(const BlockDevices& devices, const std::vector<M
 }
 
 std::optional<std::string> labelOfMount(const SystemRoot& root, const MountEntry& mount) {
-    if (!root.isReal() || mayNotAnswer(mount.type))
+    if (!root.isReal() || mount.mayNotAnswer)
         return std::nullopt;
     const UniqueFd folder(::open(mount.on.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK));
     std::array<char, FSLABEL_MAX> label{};

@@ -14,7 +14,7 @@ namespace sentrel::platform {
 inline constexpr const char* mountTablePath = "/proc/self/mountinfo";
 
 /// The mount table now, with an entry of type "rootfs" for a root folder that is no mount point; absent, with errno
-/// set, if it cannot be read.
+/// set, if it cannot be read. Waits for no file system.
 [[nodiscard]] std::optional<std::vector<MountEntry>> readMountTable(const SystemRoot& root);
 
 /// The kernel's name of the block device behind a mount; absent for file systems without one.

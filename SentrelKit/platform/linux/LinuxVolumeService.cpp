@@ -40,14 +40,11 @@ std::int32_t LinuxVolumeService::listMountedFileSystems(std::span<MountedFileSys
     if (!mounts)
         return -1;
     const std::vector<VolumeTraits> traits = volumeTraits(*mounts);
-    // Only volumes are asked for their space: a question to another mount might trigger it (autofs) or hang.
-    std::vector<VolumeSpace::Mount> volumes;
-    for (std::size_t i = 0; i < mounts->size(); ++i) {
-        if (isVolume((*mounts)[i], traits[i]))
-            volumes.push_back({(*mounts)[i].on, mayNotAnswer((*mounts)[i].type)});
-    }
-    space_.setMounts(volumes);
-    space_.askAhead();
+    // Only volumes are asked for their space: a question to another mount might trigger it (autofs).
+    std::vector<bool> areVolumes(mounts->size());
+    for (std::size_t i = 0; i < mounts->size(); ++i)
+        areVolumes[i] = isVolume((*mounts)[i], traits[i]);
+    space_.setMounts(*mounts, areVolumes);
     machine_.generation.fetch_add(1, std::memory_order_relaxed);
 
     const std::size_t count = std::min(mounts->size(), entries.size());
@@ -60,9 +57,9 @@ std::int32_t LinuxVolumeService::listMountedFileSystems(std::span<MountedFileSys
         entry.isRoot = traits[i].isRoot;
         entry.dontBrowse = traits[i].dontBrowse;
         entry.space = {};
-        if (isVolume(mount, traits[i])) {
+        if (areVolumes[i]) {
             bool known = false;
-            entry.space = space_.ofMount(mount.on, mount.on.c_str(), known).value_or(FileSystemSpace());
+            entry.space = space_.ofVolume(mount.on, mount.on.c_str(), known).value_or(FileSystemSpace());
         }
     }
     return static_cast<std::int32_t>(count);
@@ -74,16 +71,13 @@ AcceptedTypes LinuxVolumeService::acceptedTypes() const noexcept {
 
 std::optional<FileSystemSpace> LinuxVolumeService::space(const char* path) {
     bool known = false;
-    std::optional<FileSystemSpace> space = space_.ofMount(path, path, known);
+    const std::optional<FileSystemSpace> space = space_.ofVolume(path, path, known);
     if (known)
         return space;
     // A path inside a mount, or one that came after the last listing.
     const std::optional<std::vector<MountEntry>> mounts = readMountTable(machine_.devices.root());
     const MountEntry* mount = mounts ? mountOfPath(*mounts, path) : nullptr;
-    if (!mount || !mayNotAnswer(mount->type))
-        return askSpace(path);
-    space = space_.ofMount(mount->on, mount->on.c_str(), known);
-    return known ? space : SpaceQuestion(mount->on).answer();
+    return mount && mount->mayNotAnswer ? space_.ofMount(*mount) : askSpace(path);
 }
 
 std::unique_ptr<DiskSession> LinuxVolumeService::openSession() {

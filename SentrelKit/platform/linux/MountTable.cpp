@@ -187,6 +187,34 @@ std::vector<bool> visibleMounts(const std::vector<MountEntry>& entries) {
     return visible;
 }
 
+std::vector<bool> mountsBelow(const std::vector<MountEntry>& entries, const std::vector<bool>& those) {
+    std::unordered_map<std::int64_t, std::size_t> byId;
+    for (std::size_t i = 0; i < entries.size(); ++i)
+        byId[entries[i].id] = i;
+    std::vector<bool> isBelow(entries.size());
+    std::vector<bool> isKnown(entries.size());
+    std::vector<std::size_t> chain;
+    for (std::size_t entry = 0; entry < entries.size(); ++entry) {
+        // Upwards to an entry whose answer is known, or that has no other one above it, then down again.
+        for (std::size_t current = entry; !isKnown[current];) {
+            isKnown[current] = true;
+            chain.push_back(current);
+            const auto parent = byId.find(entries[current].parent);
+            if (parent != byId.end())
+                current = parent->second;
+        }
+        for (; !chain.empty(); chain.pop_back()) {
+            const MountEntry& mount = entries[chain.back()];
+            const auto parent = byId.find(mount.parent);
+            if (parent == byId.end() || parent->second == chain.back())
+                continue;
+            const bool asksParent = entries[parent->second].on != mount.on && those[parent->second];
+            isBelow[chain.back()] = asksParent || isBelow[parent->second];
+        }
+    }
+    return isBelow;
+}
+
 const MountEntry* mountOfPath(const std::vector<MountEntry>& entries, std::string_view path) {
     const std::vector<bool> visible = visibleMounts(entries);
     const MountEntry* best = nullptr;

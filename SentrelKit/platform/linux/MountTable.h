@@ -22,6 +22,8 @@ struct MountEntry {
     std::string type;
     std::string from;         ///< mount source; may be empty
     std::string superOptions; ///< options of the file system, comma-separated
+    /// Whether a question to its mount point may never be answered. No line tells it: readMountTable sets it.
+    bool mayNotAnswer = false;
 
     friend bool operator==(const MountEntry&, const MountEntry&) = default;
 };
@@ -38,6 +40,10 @@ struct MountEntry {
 
 /// For each entry, whether its mount point leads to it: not so when a later mount covers it or a folder above it.
 [[nodiscard]] std::vector<bool> visibleMounts(const std::vector<MountEntry>& entries);
+
+/// For each entry, whether a look-up of its mount point asks one of those mounts for a name. A mount that covers
+/// another one at the very same place does not: the look-up goes past what it covers.
+[[nodiscard]] std::vector<bool> mountsBelow(const std::vector<MountEntry>& entries, const std::vector<bool>& those);
 
 /// The visible entry that a path lies in, judged by its text alone; null if none.
 [[nodiscard]] const MountEntry* mountOfPath(const std::vector<MountEntry>& entries, std::string_view path);

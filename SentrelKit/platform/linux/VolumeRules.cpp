@@ -74,6 +74,15 @@ bool mayNotAnswer(std::string_view type) noexcept {
     return isUserSpace(type) || std::find(networkTypes.begin(), networkTypes.end(), type) != networkTypes.end();
 }
 
+void markWhatMayNotAnswer(std::vector<MountEntry>& entries) {
+    std::vector<bool> doubtful(entries.size());
+    for (std::size_t i = 0; i < entries.size(); ++i)
+        doubtful[i] = mayNotAnswer(entries[i].type);
+    const std::vector<bool> below = mountsBelow(entries, doubtful);
+    for (std::size_t i = 0; i < entries.size(); ++i)
+        entries[i].mayNotAnswer = doubtful[i] || below[i];
+}
+
 std::vector<VolumeTraits> volumeTraits(const std::vector<MountEntry>& entries) {
     const std::vector<bool> visible = visibleMounts(entries);
     std::vector<VolumeTraits> traits(entries.size());

@@ -34,6 +34,9 @@ namespace sentrel::platform {
 /// True for types whose questions another machine or a user program answers, and which may therefore never answer.
 [[nodiscard]] bool mayNotAnswer(std::string_view type) noexcept;
 
+/// Marks the entries whose own type may not answer, and those whose mount points are looked up in such a one.
+void markWhatMayNotAnswer(std::vector<MountEntry>& entries);
+
 /// What the mount table tells of an entry as a volume.
 struct VolumeTraits {
     bool isRoot = false;

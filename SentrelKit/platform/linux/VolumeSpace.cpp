@@ -1,9 +1,7 @@
 #include <SentrelKit/platform/linux/VolumeSpace.h>
 
-#include <SentrelKit/platform/linux/OwnThread.h>
-
+#include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <sys/statfs.h>
 #include <utility>
 
@@ -13,8 +11,15 @@ namespace {
 
 using SteadyClock = std::chrono::steady_clock;
 
-constexpr std::chrono::milliseconds firstAnswerBound{250};
-constexpr std::chrono::seconds idleBound{30}; // after which a mount's thread goes away until the next question
+constexpr std::chrono::milliseconds answerBound{250};
+
+// Whether both are one mount at one place. Its path alone does not tell: another file system may have come there since.
+// Neither does its number alone, which the kernel gives again once nobody uses the mount.
+bool isSameMount(const MountEntry& one, const MountEntry& other) {
+    return one.id == other.id && one.parent == other.parent && one.deviceMajor == other.deviceMajor &&
+           one.deviceMinor == other.deviceMinor && one.on == other.on && one.type == other.type &&
+           one.from == other.from;
+}
 
 } // namespace
 
@@ -31,119 +36,99 @@ std::optional<FileSystemSpace> askSpace(const char* path) noexcept {
     return FileSystemSpace{unit, status.f_blocks, status.f_bfree};
 }
 
-struct SpaceQuestion::State {
-    explicit State(std::string mountPoint) : path(std::move(mountPoint)) {}
-
-    const std::string path;
-    Lock lock;
-    Condition changed SENTREL_GUARDED_BY(lock);
-    RunningFlag outstanding SENTREL_GUARDED_BY(lock);
-    RunningFlag hasThread SENTREL_GUARDED_BY(lock);
-    bool released SENTREL_GUARDED_BY(lock) = false;
-    bool answered SENTREL_GUARDED_BY(lock) = false;
-    std::optional<FileSystemSpace> space SENTREL_GUARDED_BY(lock);
-    int error SENTREL_GUARDED_BY(lock) = 0;
-    std::optional<SteadyClock::time_point> firstPut SENTREL_GUARDED_BY(lock);
-
-    void put() SENTREL_REQUIRES(lock);
-    static void serve(const std::shared_ptr<State>& state);
-};
-
-SpaceQuestion::SpaceQuestion(std::string path) : state_(std::make_shared<State>(std::move(path))) {}
-
-SpaceQuestion::~SpaceQuestion() {
-    const LockScope scope(state_->lock);
-    state_->released = true;
-    state_->changed.notify_all();
-}
-
-void SpaceQuestion::put() {
-    const LockScope scope(state_->lock);
-    if (!state_->hasThread)
-        state_->hasThread = runOnOwnThread([state = state_] { State::serve(state); });
-    state_->put();
-}
-
-void SpaceQuestion::State::put() {
-    if (outstanding || !hasThread)
+void SpaceQuestion::put(BlockingCalls& calls) {
+    const LockScope scope(lock_);
+    if (outstanding_ || !calls.start(shared_from_this()))
         return;
-    outstanding = true;
-    if (!firstPut)
-        firstPut = SteadyClock::now();
-    changed.notify_all();
+    outstanding_ = true;
+    waitEnd_ = SteadyClock::now() + answerBound;
 }
 
-void SpaceQuestion::State::serve(const std::shared_ptr<State>& state) {
-    state->lock.lock();
-    for (;;) {
-        const SteadyClock::time_point idleEnd = SteadyClock::now() + idleBound;
-        while (!state->outstanding && !state->released && SteadyClock::now() < idleEnd)
-            state->changed.wait_until(state->lock, idleEnd);
-        if (!state->outstanding || state->released)
-            break;
-        state->lock.unlock();
-        const std::optional<FileSystemSpace> space = askSpace(state->path.c_str());
-        const int error = space ? 0 : errno;
-        state->lock.lock();
-        state->outstanding = false;
-        state->answered = true;
-        state->space = space;
-        state->error = error;
-        state->changed.notify_all();
-    }
-    state->hasThread = false;
-    state->lock.unlock();
+void SpaceQuestion::run() noexcept {
+    const std::optional<FileSystemSpace> space = askSpace(mount_.on.c_str());
+    const int error = space ? 0 : errno;
+    const LockScope scope(lock_);
+    outstanding_ = false;
+    answered_ = true;
+    space_ = space;
+    error_ = error;
+    changed_.notify_all();
+}
+
+std::optional<FileSystemSpace> SpaceQuestion::lastAnswer() {
+    const LockScope scope(lock_);
+    if (!answered_)
+        await();
+    return answer();
+}
+
+std::optional<FileSystemSpace> SpaceQuestion::newAnswer() {
+    const LockScope scope(lock_);
+    await();
+    return answer();
+}
+
+void SpaceQuestion::await() {
+    while (outstanding_ && SteadyClock::now() < waitEnd_)
+        changed_.wait_until(lock_, waitEnd_);
 }
 
 std::optional<FileSystemSpace> SpaceQuestion::answer() {
-    put();
-    State& state = *state_;
-    const LockScope scope(state.lock);
-    if (state.firstPut) {
-        const SteadyClock::time_point end = *state.firstPut + firstAnswerBound;
-        while (!state.answered && SteadyClock::now() < end)
-            state.changed.wait_until(state.lock, end);
-    }
-    errno = !state.answered ? ETIMEDOUT : state.error;
-    return state.space;
+    errno = answered_ ? error_ : ETIMEDOUT;
+    return space_;
 }
 
-void VolumeSpace::setMounts(const std::vector<Mount>& mounts) {
-    TextMap<std::shared_ptr<SpaceQuestion>> next;
+void VolumeSpace::setMounts(const std::vector<MountEntry>& mounts, const std::vector<bool>& areVolumes) {
     const LockScope scope(lock_);
-    for (const Mount& mount : mounts) {
-        std::shared_ptr<SpaceQuestion> question;
-        if (mount.mayNotAnswer) {
-            const auto known = mounts_.find(mount.path);
-            if (known != mounts_.end())
-                question = known->second;
-            if (!question)
-                question = std::make_shared<SpaceQuestion>(std::string(mount.path));
-        }
-        next.insert_or_assign(std::string(mount.path), std::move(question));
-    }
-    mounts_ = std::move(next);
-}
-
-void VolumeSpace::askAhead() {
-    const LockScope scope(lock_);
-    for (const auto& [path, question] : mounts_) {
+    std::erase_if(questions_, [&mounts](const std::shared_ptr<SpaceQuestion>& question) {
+        return std::none_of(mounts.begin(), mounts.end(),
+                            [&](const MountEntry& mount) { return isSameMount(mount, question->mount()); });
+    });
+    volumes_.clear();
+    for (std::size_t i = 0; i < mounts.size(); ++i) {
+        if (!areVolumes[i])
+            continue;
+        const std::shared_ptr<SpaceQuestion> question = mounts[i].mayNotAnswer ? questionTo(mounts[i]) : nullptr;
         if (question)
-            question->put();
+            question->put(calls_);
+        volumes_.insert_or_assign(mounts[i].on, question);
     }
 }
 
-std::optional<FileSystemSpace> VolumeSpace::ofMount(std::string_view path, const char* terminated, bool& known) {
+std::optional<FileSystemSpace> VolumeSpace::ofVolume(std::string_view path, const char* terminated, bool& known) {
     std::shared_ptr<SpaceQuestion> question;
     {
         const LockScope scope(lock_);
-        const auto mount = mounts_.find(path);
-        known = mount != mounts_.end();
+        const auto volume = volumes_.find(path);
+        known = volume != volumes_.end();
         if (!known)
             return std::nullopt;
-        question = mount->second;
+        question = volume->second;
     }
-    return question ? question->answer() : askSpace(terminated);
+    if (!question)
+        return askSpace(terminated);
+    question->put(calls_);
+    return question->lastAnswer();
+}
+
+std::optional<FileSystemSpace> VolumeSpace::ofMount(const MountEntry& mount) {
+    std::shared_ptr<SpaceQuestion> question;
+    {
+        const LockScope scope(lock_);
+        question = questionTo(mount);
+    }
+    question->put(calls_);
+    return question->newAnswer();
+}
+
+std::shared_ptr<SpaceQuestion> VolumeSpace::questionTo(const MountEntry& mount) {
+    const auto known =
+        std::find_if(questions_.begin(), questions_.end(), [&mount](const std::shared_ptr<SpaceQuestion>& question) {
+            return isSameMount(mount, question->mount());
+        });
+    if (known != questions_.end())
+        return *known;
+    return questions_.emplace_back(std::make_shared<SpaceQuestion>(mount));
 }
 
 } // namespace sentrel::platform

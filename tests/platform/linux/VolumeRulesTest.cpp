@@ -30,6 +30,52 @@ TEST(VolumeRules, KnowTheTypesThatMayNeverAnswer) {
         EXPECT_FALSE(mayNotAnswer(type)) << type;
 }
 
+// The mount points that may not answer.
+std::vector<std::string> doubtful(const std::string& table) {
+    std::vector<MountEntry> entries = parseMountTable(table);
+    markWhatMayNotAnswer(entries);
+    std::vector<std::string> paths;
+    for (const MountEntry& entry : entries) {
+        if (entry.mayNotAnswer)
+            paths.push_back(entry.on);
+    }
+    return paths;
+}
+
+// Only a mount's own type was looked at.
+TEST(VolumeRules, DoubtWhateverIsLookedUpInAMountThatMayNotAnswer) {
+    EXPECT_THAT(doubtful(root + "2 1 0:60 / /n rw - nfs4 server:/a rw\n"
+                                "3 2 8:2 / /n/disk rw - ext4 /dev/sda2 rw\n"
+                                "4 3 8:3 / /n/disk/deep rw - xfs /dev/sda3 rw\n"
+                                "5 1 8:4 / /nn rw - ext4 /dev/sda4 rw\n"),
+                testing::ElementsAre("/n", "/n/disk", "/n/disk/deep"));
+    EXPECT_THAT(doubtful("3 2 8:2 / /f/a/b rw - ext4 /dev/sda2 rw\n" // in any order
+                         "2 1 0:60 / /f rw - fuse.sshfs host: rw\n" +
+                         root),
+                testing::ElementsAre("/f/a/b", "/f"));
+    EXPECT_THAT(doubtful("1 0 0:60 / / rw - nfs4 server:/root rw\n2 1 8:2 / /disk rw - ext4 /dev/sda2 rw\n"),
+                testing::ElementsAre("/", "/disk"));
+}
+
+TEST(VolumeRules, DoNotDoubtAMountForWhatItCovers) {
+    EXPECT_THAT(doubtful(root + "2 1 0:60 / /n rw - nfs4 server:/a rw\n"
+                                "3 2 8:2 / /n rw - ext4 /dev/sda2 rw\n"
+                                "4 3 8:3 / /n/disk rw - ext4 /dev/sda3 rw\n"),
+                testing::ElementsAre("/n"));
+    EXPECT_THAT(doubtful(root + "2 1 0:60 / /n rw - nfs4 server:/a rw\n"
+                                "3 2 0:61 / /n/f rw - fuse.sshfs host: rw\n"
+                                "4 3 8:3 / /n/f rw - ext4 /dev/sda3 rw\n"),
+                testing::ElementsAre("/n", "/n/f", "/n/f"));
+}
+
+TEST(VolumeRules, ComeToAnEndOnRingsAndStacksOfMounts) {
+    EXPECT_TRUE(doubtful("1 2 8:1 / /a rw - ext4 a rw\n2 1 8:2 / /b rw - ext4 b rw\n").empty());
+    std::string table = root;
+    for (int i = 2; i < 20000; ++i)
+        table += std::to_string(i) + ' ' + std::to_string(i - 1) + " 0:50 / /m rw - tmpfs t rw\n";
+    EXPECT_TRUE(doubtful(table).empty());
+}
+
 TEST(VolumeRules, AcceptLocalDisksAndSharesButNoSystemFileSystems) {
     const auto types = nativeVolumeTypes();
     const auto accepts = [&](const char* type) { return std::find(types.begin(), types.end(), type) != types.end(); };
