@@ -76,6 +76,7 @@ void report(platform::DiskSession& session, const platform::MountedFileSystem& m
             const DiskDataBlock& block) {
     DiskData data{};
     data.bsdName = Str_basename(mount.from.c_str());
+    data.source = mount.from.c_str();
     data.mountPoint = mount.on.c_str();
     data.fsType = mount.type.c_str();
     data.isRoot = mount.isRoot ? 1 : 0;

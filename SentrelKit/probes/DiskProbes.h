@@ -16,17 +16,19 @@ namespace sentrel::probes {
 /// One volume. Lives on the probe's stack: its texts are valid only during the call. Bytes written come before bytes
 /// read; that order is meant.
 struct DiskData {
-    const char* name;          ///< the file system's label, else `bsdName`; UTF-8, at most 64 bytes
-    const char* model;         ///< the device's model, "unknown" without one; UTF-8, at most 63 bytes
-    const char* bsdName;       ///< what follows the last "/" of what is mounted, such as "disk1s1" or "sda1"
+    const char* name;  ///< the file system's label, else `bsdName`; UTF-8, at most 64 bytes
+    const char* model; ///< the device's model, "unknown" without one; UTF-8, at most 63 bytes
+    const char*
+        bsdName; ///< what follows the last "/" of what is mounted, such as "disk1s1" or "sda1"; not always unique
     const char* mountPoint;    ///< absolute path
     const char* fsType;        ///< file-system type name
     std::int64_t bytesWritten; ///< by the whole disk since it appeared; 0 if not known
     std::int64_t bytesRead;    ///< the same for reading
     std::int64_t used;         ///< bytes
     std::int64_t free;         ///< bytes, also those that only privileged users may fill
-    std::int64_t total;        ///< bytes
-    std::uint8_t isRoot;       ///< 1 for the root file system, else 0
+    std::int64_t total;  ///< bytes; in a listing 0, as `used` and `free`, while the file system gave no answer yet
+    std::uint8_t isRoot; ///< 1 for the root file system, else 0
+    const char* source;  ///< the whole of what is mounted, such as "/dev/sda1" or "server:/share"; may be empty
 };
 
 /// A drive's health.
@@ -40,7 +42,8 @@ struct SMARTData {
 using DiskDataBlock = std::function<void(std::int64_t timestamp, const DiskData* data)>;
 
 /// Calls the block once a shown volume, in mount-table order, before it returns. A device that is mounted twice comes
-/// twice. If the mount table cannot be read or no session opened: no call and no message.
+/// twice; two sources may have one `bsdName`. If the mount table cannot be read or no session opened: no call and no
+/// message.
 SENTREL_API void _getDiskData(const DiskDataBlock& block);
 
 /// Fills used, free and total with the space at the path and returns 1. On failure: 0, a line on the standard error

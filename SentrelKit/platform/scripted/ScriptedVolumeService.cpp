@@ -199,6 +199,8 @@ ScriptedVolumeService::~ScriptedVolumeService() = default;
 
 bool ScriptedVolumeService::fails(const std::string& operation, const std::string& arguments) {
     calls.push_back(arguments.empty() ? operation : operation + ' ' + arguments);
+    if (onCall)
+        onCall(calls.back());
     const auto failure = failing.find(operation);
     if (failure == failing.end() || !failure->second)
         return false;

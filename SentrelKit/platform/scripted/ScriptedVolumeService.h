@@ -1,7 +1,7 @@
 #pragma once
 
 /// Disks and volumes made of values. Set the mounts and the disks, then let the probes look at them; each operation can
-/// be made to fail, and `calls` tells which operations were used, in their order.
+/// be made to fail or to wait, and `calls` tells which operations were used, in their order.
 
 #include <SentrelKit/platform/VolumeService.h>
 
@@ -60,6 +60,10 @@ public:
 
     /// Whether the next uses of an operation, named as in `calls` without its arguments, fail.
     std::map<std::string, bool> failing;
+
+    /// Called with each operation, named as in `calls`, before it answers, on the thread that asks: holds it up, or
+    /// changes the machine meanwhile.
+    std::function<void(const std::string& operation)> onCall;
 
     std::vector<MountedFileSystem> mounts;
     std::optional<std::int32_t> count;          ///< what counting answers; absent: the mounts as they are

@@ -1,144 +1,292 @@
 #include <SentrelKit/system/Disk/Disk.h>
 
-#include <SentrelKit/base/system/Time.h>
+#include <SentrelKit/base/system/ThreadSafety.h>
 #include <SentrelKit/platform/Platform.h>
-#include <SentrelKit/system/Disk/UsagePercent.h>
 #include <SentrelKit/system/Timer.h>
 
+#include <string_view>
 #include <utility>
+#include <vector>
 
 namespace sentrel {
 
-/// What notices and scheduled listings know of the model. Listings run one at a time, so that an older one never
-/// replaces a newer one's set, and at most one waits; the model's end waits for the one that runs.
-class Disk::Loader : public std::enable_shared_from_this<Disk::Loader> {
+namespace {
+
+// What a listing tells of one volume, kept beyond the call that told it.
+struct Listed {
+    Listed(std::int64_t time, const probes::DiskData& data)
+        : timestamp(time), figures(data), name(data.name), model(data.model), bsdName(data.bsdName),
+          path(data.mountPoint), fstype(data.fsType), source(data.source) {}
+
+    std::int64_t timestamp;
+    probes::DiskData figures; // without its texts, which went with the call
+    std::string name;
+    std::string model;
+    std::string bsdName;
+    std::string path;
+    std::string fstype;
+    std::string source;
+};
+
+// One thread at a time does something long, without a lock held meanwhile.
+class Turns {
 public:
-    explicit Loader(Disk* model) : model_(model) {}
-
-    void loadNow() {
-        lock_.synchronise([this]() SENTREL_REQUIRES(lock_) {
-            if (model_)
-                model_->load();
-        });
+    void take() {
+        const LockScope scope(lock_);
+        while (isTaken_)
+            changed_.wait(lock_);
+        isTaken_ = true;
     }
-
-    void loadOnBackground() {
-        if (isScheduled_.exchange(true))
-            return;
-        Timer::onBackground([self = shared_from_this()] {
-            self->isScheduled_ = false; // what happens from here on needs another listing
-            self->loadNow();
-        });
-    }
-
-    void hear(const platform::VolumeNotification& notification) {
-        if (notification.kind != platform::VolumeNotification::Kind::didRename) {
-            loadOnBackground();
-            return;
-        }
-        lock_.synchronise([&]() SENTREL_REQUIRES(lock_) {
-            if (model_)
-                model_->handleRenameNotification(notification);
-        });
-    }
-
-    void forgetModel() {
-        lock_.synchronise([this]() SENTREL_REQUIRES(lock_) { model_ = nullptr; });
+    void giveBack() {
+        const LockScope scope(lock_);
+        isTaken_ = false;
+        changed_.notify_one();
     }
 
 private:
-    Mutex lock_;
-    Disk* model_ SENTREL_GUARDED_BY(lock_);
-    std::atomic<bool> isScheduled_{false};
+    Lock lock_;
+    Condition changed_ SENTREL_GUARDED_BY(lock_);
+    RunningFlag isTaken_ SENTREL_GUARDED_BY(lock_);
 };
 
-Disk::Disk() : loader_(std::make_shared<Loader>(this)) {
-    loader_->loadNow();
+class Turn {
+public:
+    explicit Turn(Turns& turns) : turns_(turns) { turns_.take(); }
+    ~Turn() { turns_.giveBack(); }
+    Turn(const Turn&) = delete;
+    Turn& operator=(const Turn&) = delete;
+
+private:
+    Turns& turns_;
+};
+
+struct Rename {
+    std::string from;
+    std::string to;
+    std::string path;
+};
+
+} // namespace
+
+/// The set of volumes and what changes it; notices and scheduled listings keep it. Listings run one at a time, so that
+/// an older one never replaces a newer one's set, and the end waits for the one that runs. Readers and renames wait for
+/// none.
+class Disk::VolumeSet : public std::enable_shared_from_this<VolumeSet> {
+public:
+    using Snapshot = std::shared_ptr<const Volumes>;
+
+    [[nodiscard]] Snapshot volumes() const { return volumes_.value(); }
+    [[nodiscard]] std::shared_ptr<Volume> root() const { return root_.value(); }
+
+    void load() {
+        const Turn turn(listing_);
+        if (!ended_)
+            list();
+    }
+
+    // At most one closure is scheduled or lists: what happens during a listing makes it list once more.
+    void loadOnBackground() {
+        const bool isFirst = naming_.synchronise([this]() SENTREL_REQUIRES(naming_) {
+            isWanted_ = true;
+            const bool wasScheduled = isScheduled_;
+            isScheduled_ = true;
+            return !wasScheduled;
+        });
+        if (isFirst)
+            Timer::onBackground([self = shared_from_this()] { self->loadWhileWanted(); });
+    }
+
+    void sample() {
+        const Turn turn(sampling_);
+        const Snapshot snapshot = volumes();
+        for (const auto& [device, volume] : *snapshot)
+            volume->sample();
+    }
+
+    void hear(const platform::VolumeNotification& notification) {
+        if (notification.kind == platform::VolumeNotification::Kind::didRename)
+            rename(notification);
+        else
+            loadOnBackground();
+    }
+
+    void rename(const platform::VolumeNotification& notification) {
+        if (!notification.oldName || !notification.newName || !notification.path)
+            return;
+        naming_.synchronise([&]() SENTREL_REQUIRES(naming_) {
+            if (isListing_)
+                renames_.push_back({*notification.oldName, *notification.newName, *notification.path});
+            for (const auto& [device, volume] : *volumes()) {
+                if (volume->name() == *notification.oldName)
+                    volume->setLabel(*notification.newName, *notification.path);
+            }
+        });
+    }
+
+    void end() {
+        ended_ = true;
+        const Turn turn(listing_);
+    }
+
+private:
+    // What a listing makes of the set. Known volumes have their new figures; names and paths are yet to be set.
+    struct Next {
+        struct Label {
+            std::shared_ptr<Volume> volume;
+            std::string name;
+            std::string path;
+        };
+
+        Volumes volumes;
+        std::vector<Label> labels;
+        std::shared_ptr<Volume> root; // a new one
+    };
+
+    void loadWhileWanted() {
+        bool isWanted = true;
+        while (isWanted) {
+            load();
+            isWanted = naming_.synchronise([this]() SENTREL_REQUIRES(naming_) {
+                isScheduled_ = isWanted_ && !ended_;
+                return static_cast<bool>(isScheduled_);
+            });
+        }
+    }
+
+    void list() {
+        naming_.synchronise([this]() SENTREL_REQUIRES(naming_) {
+            isWanted_ = false;
+            isListing_ = true;
+            renames_.clear();
+        });
+        std::vector<Listed> listing;
+        probes::_getDiskData([&listing](std::int64_t timestamp, const probes::DiskData* data) {
+            listing.emplace_back(timestamp, *data);
+        });
+        publish(merge(listing));
+    }
+
+    [[nodiscard]] Next merge(const std::vector<Listed>& listing) const {
+        const Snapshot before = volumes();
+        std::map<std::string_view, std::shared_ptr<Volume>> known; // by what is mounted
+        for (const auto& [device, volume] : *before)
+            known.emplace(volume->source_, volume);
+        Next next;
+        for (const Listed& listed : listing) {
+            if (const auto same = known.find(listed.source); same != known.end())
+                next.volumes.insert_or_assign(same->second->device(), same->second);
+        }
+        for (const Listed& listed : listing) {
+            std::shared_ptr<Volume> volume;
+            if (const auto same = known.find(listed.source); same != known.end()) {
+                volume = same->second;
+                volume->relist(listed.figures, listed.timestamp);
+            } else {
+                volume = makeVolume(listed, freeName(next.volumes, listed));
+                if (volume->isRootFS())
+                    next.root = volume;
+                next.volumes.insert_or_assign(volume->device(), volume);
+            }
+            next.labels.push_back({volume, listed.name, listed.path});
+        }
+        return next;
+    }
+
+    // The device's name, unless another volume has it.
+    [[nodiscard]] static std::string freeName(const Volumes& volumes, const Listed& listed) {
+        const auto isTaken = [&](const std::string& name) {
+            const auto owner = volumes.find(name);
+            return owner != volumes.end() && owner->second->source_ != listed.source;
+        };
+        std::string name = listed.bsdName;
+        if (isTaken(name))
+            name = listed.source;
+        for (int number = 2; isTaken(name); ++number) // a source that is itself another one's last part
+            name = listed.source + ' ' + std::to_string(number);
+        return name;
+    }
+
+    [[nodiscard]] static std::shared_ptr<Volume> makeVolume(const Listed& listed, std::string device) {
+        auto volume = std::make_shared<Volume>();
+        volume->icon_ = platform::current().volumes().iconForPath(listed.path);
+        volume->device_ = std::move(device);
+        volume->source_ = listed.source;
+        volume->model_ = listed.model;
+        volume->fstype_ = listed.fstype;
+        volume->isRootFS_ = listed.figures.isRoot != 0;
+        probes::SMARTData smart;
+        if (probes::_getSMARTData(volume->device_.c_str(), &smart) != 0)
+            volume->smart_ = smart;
+        volume->setActivity(listed.figures, listed.timestamp);
+        return volume;
+    }
+
+    void publish(Next next) {
+        naming_.synchronise([&]() SENTREL_REQUIRES(naming_) {
+            for (Next::Label& label : next.labels) {
+                for (const Rename& rename : renames_) { // the listing may have read the name before
+                    if (label.name == rename.from) {
+                        label.name = rename.to;
+                        label.path = rename.path;
+                    }
+                }
+                label.volume->setLabel(std::move(label.name), std::move(label.path));
+            }
+            isListing_ = false;
+            volumes_.setValue(std::make_shared<const Volumes>(std::move(next.volumes)));
+            if (next.root)
+                root_.setValue(std::move(next.root));
+        });
+    }
+
+    Turns listing_;
+    Turns sampling_;
+    std::atomic<bool> ended_{false};
+
+    Mutex naming_; // held while names are set and the set is replaced, and no longer
+    bool isWanted_ SENTREL_GUARDED_BY(naming_) = false;
+    RunningFlag isScheduled_ SENTREL_GUARDED_BY(naming_);
+    RunningFlag isListing_ SENTREL_GUARDED_BY(naming_);
+    std::vector<Rename> renames_ SENTREL_GUARDED_BY(naming_); // during a listing
+
+    Atomic<Snapshot> volumes_{std::make_shared<const Volumes>()};
+    Atomic<std::shared_ptr<Volume>> root_;
+};
+
+Disk::Disk() : set_(std::make_shared<VolumeSet>()) {
+    set_->load();
     observation_ = platform::current().volumes().observe(
-        [loader = loader_](const platform::VolumeNotification& notification) { loader->hear(notification); });
+        [set = set_](const platform::VolumeNotification& notification) { set->hear(notification); });
 }
 
 Disk::~Disk() {
-    loader_->forgetModel();
+    set_->end();
     observation_.reset();
 }
 
 void Disk::update() {
-    prevVolumes_.withValue([](Volumes& volumes) {
-        for (const auto& [device, volume] : volumes) {
-            const std::int64_t now = Time_milli();
-            const std::shared_ptr<const Volume::Label> label = volume->label_.value();
-            probes::DiskData data{};
-            if (probes::_getDiskActivity(device.c_str(), label->path.c_str(), &data) <= 0)
-                continue;
-            const std::int64_t gap = now - volume->timestamp();
-            if (gap > 0)
-                volume->setRates(data, gap);
-            volume->setActivity(data, now);
-        }
-    });
+    set_->sample();
+}
+
+Disk::Volumes Disk::volumes() const {
+    return *set_->volumes();
+}
+
+std::shared_ptr<Disk::Volume> Disk::HD() const {
+    return set_->root();
 }
 
 std::uint8_t Disk::usage() const {
     const std::shared_ptr<Volume> root = HD();
-    if (!root)
-        return 0;
-    const std::shared_ptr<const Volume::Label> label = root->label_.value();
-    probes::DiskData data{};
-    if (probes::_getDiskDataFor(label->path.c_str(), &data) <= 0)
-        return 0;
-    Volume::store(root->used_, data.used);
-    return percentOf(data.used, root->total());
+    return root ? root->measureUsage() : std::uint8_t{0};
 }
 
 void Disk::handleMountNotifications(const platform::VolumeNotification& /*notification*/) {
-    loader_->loadOnBackground();
+    set_->loadOnBackground();
 }
 
 void Disk::handleRenameNotification(const platform::VolumeNotification& notification) {
-    if (!notification.oldName || !notification.newName || !notification.path)
-        return;
-    prevVolumes_.withValue([&](Volumes& volumes) {
-        for (const auto& [device, volume] : volumes) {
-            if (volume->name() == *notification.oldName)
-                volume->setLabel(*notification.newName, *notification.path);
-        }
-    });
-}
-
-void Disk::load() {
-    Volumes next;
-    probes::_getDiskData([&](std::int64_t timestamp, const probes::DiskData* data) { take(*data, timestamp, next); });
-    prevVolumes_.setValue(std::move(next));
-}
-
-void Disk::take(const probes::DiskData& data, std::int64_t timestamp, Volumes& next) {
-    const std::string device = data.bsdName;
-    std::shared_ptr<Volume> volume = prevVolumes_.withValue([&device](Volumes& volumes) {
-        const auto known = volumes.find(device);
-        return known == volumes.end() ? std::shared_ptr<Volume>() : known->second;
-    });
-    if (volume) {
-        const std::int64_t gap = timestamp - volume->timestamp();
-        if (gap >= 1)
-            volume->setRates(data, gap);
-    } else {
-        volume = std::make_shared<Volume>();
-        volume->icon_ = platform::current().volumes().iconForPath(data.mountPoint);
-        volume->device_ = device;
-        volume->model_ = data.model;
-        volume->fstype_ = data.fsType;
-        volume->total_ = data.total;
-        volume->isRootFS_ = data.isRoot != 0;
-        if (volume->isRootFS_)
-            HD_.setValue(volume);
-        probes::SMARTData smart;
-        if (probes::_getSMARTData(device.c_str(), &smart) != 0)
-            volume->smart_ = smart;
-    }
-    volume->setLabel(data.name, data.mountPoint);
-    volume->setActivity(data, timestamp);
-    next.insert_or_assign(device, std::move(volume));
+    set_->rename(notification);
 }
 
 } // namespace sentrel

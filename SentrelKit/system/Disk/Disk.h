@@ -19,8 +19,8 @@ namespace sentrel {
 
 /// Keeps one `Volume` a mounted volume, from the first listing in its constructor on; mounts and unmounts bring a new
 /// listing on the background queue, whether or not the model is sampled. Samples refresh space and rates. Nothing is
-/// announced: views read when they redraw. Source: the platform's VolumeService; on Linux the mount table, sysfs and
-/// the drives themselves.
+/// announced: views read when they redraw, and no reader waits for a sample. Source: the platform's VolumeService; on
+/// Linux the mount table, sysfs and the drives themselves.
 class SENTREL_API Disk final : public SystemResource {
 public:
     class Volume;
@@ -35,15 +35,18 @@ public:
 
     [[nodiscard]] SystemResourceType type() const noexcept override { return SystemResourceType::disk; }
 
-    /// Refreshes each volume's space, counters and rates; a volume whose space cannot be had stays as it is. Waits for
-    /// no file system that does not answer.
+    /// Refreshes each volume's space, counters and rates; a volume whose space cannot be had stays as it is, and so
+    /// does a counter that cannot. Waits for no file system that does not answer.
     void update() override;
 
-    /// The volumes by device name. Any thread.
-    [[nodiscard]] Volumes volumes() const { return prevVolumes_.value(); }
+    /// The volumes by device name, each with all its facts. Of several that would have one name (shares or data sets
+    /// whose last part is the same), the one that was there first has it; another one is known by the whole of what is
+    /// mounted, such as "server:/export". A volume keeps its name for as long as it is mounted. What is mounted twice
+    /// is one volume, at the later place. Never waits for a sample or a listing. Any thread.
+    [[nodiscard]] Volumes volumes() const;
 
-    /// The root volume, from when it was first seen; null before. Any thread.
-    [[nodiscard]] std::shared_ptr<Volume> HD() const { return HD_.value(); }
+    /// The root volume with all its facts, from when it was first seen; null before. Never waits. Any thread.
+    [[nodiscard]] std::shared_ptr<Volume> HD() const;
 
     /// The root volume's used space, measured anew, in percent: truncated, then kept in 8 bits without a range check,
     /// which is meant. 0 without a root volume or if it cannot be measured. Any thread.
@@ -53,18 +56,13 @@ public:
     void handleMountNotifications(const platform::VolumeNotification& notification);
 
     /// Gives every volume that has the old name the new name and path; a notice that lacks one of the three changes
-    /// nothing. Any thread.
+    /// nothing. Waits neither for a sample nor for a listing, which does not bring the old name back. Any thread.
     void handleRenameNotification(const platform::VolumeNotification& notification);
 
 private:
-    class Loader;
+    class VolumeSet;
 
-    void load();
-    void take(const probes::DiskData& data, std::int64_t timestamp, Volumes& next);
-
-    Atomic<std::shared_ptr<Volume>> HD_;
-    Atomic<Volumes> prevVolumes_; ///< the set now; the set before while a new one is built
-    std::shared_ptr<Loader> loader_;
+    std::shared_ptr<VolumeSet> set_;
     std::unique_ptr<platform::VolumeObservation> observation_;
 };
 
@@ -86,10 +84,12 @@ public:
     [[nodiscard]] std::string path() const { return label_.value()->path; } ///< mount point
 
     // These keep their first values for as long as the volume stays mounted; that is meant.
-    [[nodiscard]] const std::string& device() const noexcept { return device_; } ///< device name: the key in `volumes`
+    /// The device name: the key in `volumes`. What follows the last "/" of what is mounted, if that is unique.
+    [[nodiscard]] const std::string& device() const noexcept { return device_; }
     [[nodiscard]] const std::string& fstype() const noexcept { return fstype_; }
     [[nodiscard]] const std::string& model() const noexcept { return model_; } ///< of the device, or "unknown"
-    [[nodiscard]] std::int64_t total() const noexcept { return total_; }       ///< bytes
+    /// Bytes; 0 until the file system answered for the first time, which a network share may do late.
+    [[nodiscard]] std::int64_t total() const noexcept { return load(total_); }
     [[nodiscard]] bool isRootFS() const noexcept { return isRootFS_; }
     /// The name of the icon for the mount point, on Linux one of freedesktop's icon names.
     [[nodiscard]] const std::optional<std::string>& icon() const noexcept { return icon_; }
@@ -100,8 +100,9 @@ public:
     [[nodiscard]] std::int64_t used() const noexcept { return load(used_); }     ///< bytes
     [[nodiscard]] std::int64_t wbytes() const noexcept { return load(wbytes_); } ///< written since boot
     [[nodiscard]] std::int64_t rbytes() const noexcept { return load(rbytes_); } ///< read since boot
-    /// Written bytes per second over the last gap between samples, not smoothed; 0.0 at first. A counter that went
-    /// back gives a negative rate, which is meant.
+    /// Written bytes per second over the last gap between samples: (counter now - counter before) * 1000 / milliseconds
+    /// between, only over a positive gap; neither smoothed nor clamped: a counter that went back gives a negative rate,
+    /// which is meant. 0.0 at first.
     [[nodiscard]] double wbytesps() const noexcept { return load(wbytesps_); }
     [[nodiscard]] double rbytesps() const noexcept { return load(rbytesps_); } ///< the same for reading
     /// When the counters were taken: milliseconds since the epoch.
@@ -137,8 +138,12 @@ private:
         field.store(value, std::memory_order_relaxed);
     }
 
+    void sample();
+    void relist(probes::DiskData data, std::int64_t time);
+    [[nodiscard]] std::uint8_t measureUsage();
     void setRates(const probes::DiskData& data, std::int64_t gap) noexcept;
     void setActivity(const probes::DiskData& data, std::int64_t now) noexcept;
+    void setTotal(std::int64_t total) noexcept;
     void setLabel(std::string name, std::string path);
 
     // Replaced whole, so that a sample can hold on to the path without copying it.
@@ -147,11 +152,12 @@ private:
     std::string device_;
     std::string fstype_;
     std::string model_;
-    std::int64_t total_ = 0;
+    std::string source_; ///< the whole of what is mounted
     std::optional<std::string> icon_;
     bool isRootFS_ = false;
     std::optional<probes::SMARTData> smart_;
 
+    std::atomic<std::int64_t> total_{0};
     std::atomic<std::int64_t> free_{0};
     std::atomic<std::int64_t> used_{0};
     std::atomic<std::int64_t> wbytes_{0};

@@ -1,4 +1,5 @@
 #include <SentrelKit/base/system/Assert.h>
+#include <SentrelKit/base/system/Time.h>
 #include <SentrelKit/system/Disk/Disk.h>
 #include <SentrelKit/system/Disk/UsagePercent.h>
 
@@ -36,17 +37,64 @@ std::optional<Disk::Volume::SmartStatus> Disk::Volume::smartStatus() const {
     return SmartStatus{data.healthy != 0, data.temperature};
 }
 
+void Disk::Volume::sample() {
+    const std::int64_t now = Time_milli();
+    const std::shared_ptr<const Label> label = label_.value();
+    probes::DiskData data{};
+    data.bytesWritten = wbytes(); // a counter that is not found stays as it was
+    data.bytesRead = rbytes();
+    if (probes::_getDiskActivity(device_.c_str(), label->path.c_str(), &data) <= 0)
+        return;
+    const std::int64_t gap = now - timestamp();
+    if (gap > 0)
+        setRates(data, gap);
+    setActivity(data, now);
+}
+
+void Disk::Volume::relist(probes::DiskData data, std::int64_t time) {
+    // A listing gives 0 for what it does not know: that is no news.
+    if (data.bytesWritten == 0)
+        data.bytesWritten = wbytes();
+    if (data.bytesRead == 0)
+        data.bytesRead = rbytes();
+    if (data.total == 0) {
+        data.free = free();
+        data.used = used();
+    }
+    const std::int64_t gap = time - timestamp();
+    if (gap >= 1)
+        setRates(data, gap);
+    setActivity(data, time);
+}
+
+std::uint8_t Disk::Volume::measureUsage() {
+    const std::shared_ptr<const Label> label = label_.value();
+    probes::DiskData data{};
+    if (probes::_getDiskDataFor(label->path.c_str(), &data) <= 0)
+        return 0;
+    setTotal(data.total);
+    store(used_, data.used);
+    return percentOf(data.used, total());
+}
+
 void Disk::Volume::setRates(const probes::DiskData& data, std::int64_t gap) noexcept {
     store(wbytesps_, rate(data.bytesWritten, wbytes(), gap));
     store(rbytesps_, rate(data.bytesRead, rbytes(), gap));
 }
 
 void Disk::Volume::setActivity(const probes::DiskData& data, std::int64_t now) noexcept {
+    setTotal(data.total);
     store(wbytes_, data.bytesWritten);
     store(rbytes_, data.bytesRead);
     store(free_, data.free);
     store(used_, data.used);
     store(timestamp_, now);
+}
+
+// The first one that is known, which may come after the volume.
+void Disk::Volume::setTotal(std::int64_t total) noexcept {
+    std::int64_t unknown = 0;
+    total_.compare_exchange_strong(unknown, total, std::memory_order_relaxed);
 }
 
 void Disk::Volume::setLabel(std::string name, std::string path) {

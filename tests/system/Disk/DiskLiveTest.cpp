@@ -2,6 +2,7 @@
 
 #include <SentrelKit/system/Disk/Disk.h>
 
+#include "../../support/HangingFileSystem.h"
 #include "../../support/LoopDisk.h"
 #include "../../support/MountNamespace.h"
 
@@ -296,6 +297,60 @@ TEST_F(LiveDisk, SamplesOnBesideAFileSystemThatNeverAnswers) {
     EXPECT_GE(alive->wbytes(), before + (2 << 20));
     EXPECT_NE(testing::internal::GetCapturedStderr().find("Error: statfs failed for '" + dead.path()),
               std::string::npos);
+}
+
+// Making the model waited for ever, and so did a sample, with the lock that readers needed.
+TEST_F(LiveDisk, WorksOnBesideALocalDiskBelowAFileSystemThatStoppedAnswering) {
+    if (::access("/dev/fuse", R_OK | W_OK) != 0)
+        GTEST_SKIP() << "no user-space file systems";
+    const LoopDisk image("ALIVE", 16);
+    image.mount();
+    const LoopDisk below("BELOW", 16);
+    HangingFileSystem above("host:/above");
+    ASSERT_EQ(::mount(below.node().c_str(), above.inside().c_str(), "ext4", 0, nullptr), 0);
+    above.hang();
+    testing::internal::CaptureStderr();
+    std::unique_ptr<Disk> disk;
+    ASSERT_TRUE(endsThough(above, [&] {
+        disk = std::make_unique<Disk>();
+        disk->update();
+        static_cast<void>(disk->usage());
+        ASSERT_TRUE(find(*disk, below.device()));
+        EXPECT_FALSE(find(*disk, below.device())->smartStatus());
+        image.setLabel("AFTER");
+        EXPECT_TRUE(comesTrue([&] { return find(*disk, image.device())->name() == "AFTER"; }));
+        disk->update();
+    }));
+    const VolumePointer volume = find(*disk, below.device());
+    EXPECT_EQ(volume->name(), "BELOW");
+    EXPECT_EQ(volume->path(), above.inside());
+    EXPECT_EQ(volume->total(), 0);
+    above.answer();
+    EXPECT_TRUE(comesTrue([&] {
+        disk->update();
+        return volume->total() > 0;
+    }));
+    testing::internal::GetCapturedStderr();
+}
+
+TEST_F(LiveDisk, TakesTheTotalOfAShareThatAnswersLate) {
+    if (::access("/dev/fuse", R_OK | W_OK) != 0)
+        GTEST_SKIP() << "no user-space file systems";
+    HangingFileSystem share("host:/late", 1000);
+    share.hang();
+    testing::internal::CaptureStderr();
+    Disk disk;
+    const VolumePointer volume = findByPath(disk, share.path());
+    ASSERT_TRUE(volume);
+    EXPECT_EQ(volume->total(), 0);
+    share.answer();
+    EXPECT_TRUE(comesTrue([&] {
+        disk.update();
+        return volume->total() > 0;
+    }));
+    testing::internal::GetCapturedStderr();
+    EXPECT_EQ(volume->total(), 1000 * 4096);
+    EXPECT_EQ(volume->usagePercent(), 75);
 }
 
 } // namespace

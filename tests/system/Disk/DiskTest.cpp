@@ -2,12 +2,14 @@
 
 #include <SentrelKit/probes/SystemManager.h>
 
+#include "../../support/Await.h"
 #include "../../support/ScriptedMachine.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <limits>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace sentrel {
@@ -199,6 +201,36 @@ TEST_F(DiskModel, SurvivesCountersAtTheEndsOfTheirRange) {
     EXPECT_DOUBLE_EQ(disk.volumes().at("disk1")->wbytesps(), 1.0);
 }
 
+// The record of a sample began with zeros: -1e12 bytes per second, and the same upwards a sample later.
+TEST_F(DiskModel, KeepsCountersThatASampleDoesNotFind) {
+    volumes().mount("disk1", "/");
+    count("disk1", 1'000'000'000'000, 2'000'000'000'000);
+    Disk disk;
+    const VolumePointer volume = disk.volumes().at("disk1");
+    const auto expectNoRate = [&] {
+        EXPECT_EQ(volume->rbytesps(), 0.0);
+        EXPECT_EQ(volume->wbytesps(), 0.0);
+        EXPECT_EQ(volume->rbytes(), 1'000'000'000'000);
+        EXPECT_EQ(volume->wbytes(), 2'000'000'000'000);
+    };
+    volumes().failing["statistics"] = true;
+    advance(1);
+    disk.update();
+    expectNoRate();
+    mountLater("disk2", "/b"); // a listing gives 0 for what it does not find
+    expectNoRate();
+    volumes().failing.clear();
+    advance(1);
+    disk.update();
+    expectNoRate();
+
+    volumes().disks["disk1"].statistics = DiskStatistics{std::nullopt, 2'000'000'000'500};
+    advance(1);
+    disk.update();
+    EXPECT_EQ(volume->rbytesps(), 0.0);
+    EXPECT_DOUBLE_EQ(volume->wbytesps(), 500.0);
+}
+
 TEST_F(DiskModel, LeavesAVolumeAsItWasWhenItsSpaceCannotBeHad) {
     volumes().mount("disk1", "/");
     count("disk1", 1, 1);
@@ -229,6 +261,58 @@ TEST_F(DiskModel, FollowsSpaceButKeepsTheFirstTotal) {
     EXPECT_EQ(volume->free(), 100 * 4096);
     EXPECT_EQ(volume->used(), 1900 * 4096);
     EXPECT_EQ(volume->total(), 1000 * 4096);
+}
+
+// The placeholder of a share that answers late became its total: 0 percent for as long as it was mounted.
+TEST_F(DiskModel, TakesTheTotalFromTheFirstRealAnswer) {
+    volumes().mount("disk1", "/");
+    volumes().mounts[0].space = {};
+    volumes().failing["space"] = true;
+    testing::internal::CaptureStderr();
+    Disk disk;
+    disk.update();
+    const VolumePointer volume = disk.volumes().at("disk1");
+    EXPECT_EQ(volume->total(), 0);
+    EXPECT_EQ(volume->usagePercent(), 0);
+    EXPECT_EQ(disk.usage(), 0);
+    testing::internal::GetCapturedStderr();
+
+    volumes().failing.clear();
+    volumes().mounts[0].space = {4096, 1000, 400};
+    disk.update();
+    EXPECT_EQ(volume->total(), 1000 * 4096);
+    EXPECT_EQ(volume->usagePercent(), 60);
+    EXPECT_EQ(disk.usage(), 60);
+
+    volumes().mounts[0].space = {4096, 2000, 400}; // and no later one
+    disk.update();
+    EXPECT_EQ(volume->total(), 1000 * 4096);
+}
+
+TEST_F(DiskModel, TakesTheTotalFromAListingOrFromItsUsageAsWell) {
+    volumes().mount("disk1", "/");
+    volumes().mount("disk2", "/b");
+    volumes().mounts[0].space = {};
+    volumes().mounts[1].space = {};
+    Disk disk;
+    volumes().mounts[0].space = {4096, 1000, 400};
+    EXPECT_EQ(disk.usage(), 60);
+    EXPECT_EQ(disk.HD()->total(), 1000 * 4096);
+    volumes().mounts[1].space = {4096, 500, 400};
+    mountLater("disk3", "/c");
+    EXPECT_EQ(disk.volumes().at("disk2")->total(), 500 * 4096);
+}
+
+TEST_F(DiskModel, KeepsASpaceThatAListingCannotMeasure) {
+    volumes().mount("disk1", "/", 1000, 400);
+    Disk disk;
+    volumes().mounts[0].space = {};
+    volumes().failing["space"] = true;
+    testing::internal::CaptureStderr();
+    mountLater("disk2", "/b");
+    testing::internal::GetCapturedStderr();
+    EXPECT_EQ(disk.volumes().at("disk1")->used(), 600 * 4096);
+    EXPECT_EQ(disk.volumes().at("disk1")->free(), 400 * 4096);
 }
 
 TEST_F(DiskModel, KeepsAVolumesObjectAndRatesWhenASecondOneIsMounted) {
@@ -346,6 +430,156 @@ TEST_F(DiskModel, KeepsTheLaterOfTwoMountsOfOneDevice) {
     volumes().mount("disk2", "/b");
     const Disk disk;
     EXPECT_EQ(disk.volumes().at("disk2")->path(), "/b");
+}
+
+// Two shares whose last part is the same were one volume.
+TEST_F(DiskModel, TellsSharesOfOneNameApart) {
+    volumes().mount("", "/n/1").from = "host1:/export";
+    Disk disk;
+    const VolumePointer first = disk.volumes().at("export");
+    volumes().mount("", "/n/2", 500, 200).from = "host2:/export";
+    mountLater("disk1", "/");
+    EXPECT_THAT(devicesOf(disk), ElementsAre("disk1", "export", "host2:/export"));
+    EXPECT_EQ(disk.volumes().at("export"), first);
+    const VolumePointer second = disk.volumes().at("host2:/export");
+    EXPECT_EQ(first->path(), "/n/1");
+    EXPECT_EQ(second->path(), "/n/2");
+    EXPECT_EQ(second->name(), "export");
+    EXPECT_EQ(second->device(), "host2:/export");
+    advance(1);
+    disk.update();
+    EXPECT_EQ(first->free(), 400 * 4096);
+    EXPECT_EQ(second->free(), 200 * 4096);
+}
+
+TEST_F(DiskModel, KeepsTheNamesOfVolumesForAsLongAsTheyAreMounted) {
+    volumes().mount("", "/1").from = "tank/a/data";
+    volumes().mount("", "/2").from = "tank/b/data";
+    Disk disk;
+    const VolumePointer second = disk.volumes().at("tank/b/data");
+    volumes().unmount("/1");
+    disk.handleMountNotifications({});
+    advance(0);
+    EXPECT_THAT(devicesOf(disk), ElementsAre("tank/b/data"));
+    volumes().mount("", "/1").from = "tank/a/data"; // now the later one in the table
+    disk.handleMountNotifications({});
+    advance(0);
+    EXPECT_THAT(devicesOf(disk), ElementsAre("data", "tank/b/data"));
+    EXPECT_EQ(disk.volumes().at("data")->path(), "/1");
+    EXPECT_EQ(disk.volumes().at("tank/b/data"), second);
+}
+
+TEST_F(DiskModel, HasANameForASourceThatIsAnothersLastPart) {
+    volumes().mount("", "/1").from = "tank/data";
+    volumes().mount("", "/2").from = "data";
+    volumes().mount("", "/3").from = "data 2/data";
+    volumes().mount("", "/4").from = "/data";
+    const Disk disk;
+    EXPECT_THAT(devicesOf(disk), ElementsAre("/data", "data", "data 2", "data 2/data"));
+}
+
+// A share that took the place of another one between two listings showed the other one's facts.
+TEST_F(DiskModel, MakesANewObjectForAnotherSourceOfTheSameName) {
+    volumes().mount("", "/n").from = "host1:/export";
+    Disk disk;
+    const VolumePointer before = disk.volumes().at("export");
+    volumes().mounts[0].from = "host2:/export";
+    volumes().mounts[0].space = {4096, 9, 3};
+    disk.handleMountNotifications({});
+    advance(0);
+    EXPECT_THAT(devicesOf(disk), ElementsAre("export"));
+    EXPECT_NE(disk.volumes().at("export"), before);
+    EXPECT_EQ(disk.volumes().at("export")->total(), 9 * 4096);
+}
+
+// The root volume was to be had before it was filled: a reader saw empty texts for as long as its drive took to answer.
+TEST_F(DiskModel, HasNoRootVolumeBeforeAllItsFactsAreThere) {
+    volumes().mount("disk2", "/b");
+    Disk disk;
+    volumes().mount("disk1", "/");
+    volumes().disks["disk1"].smartAncestor = 0;
+    count("disk1", 1, 2);
+    std::size_t looks = 0;
+    volumes().onCall = [&](const std::string& /*operation*/) {
+        ++looks;
+        EXPECT_EQ(disk.HD(), nullptr);
+        EXPECT_THAT(devicesOf(disk), ElementsAre("disk2"));
+    };
+    disk.handleMountNotifications({});
+    advance(0);
+    EXPECT_GT(looks, 0U);
+    ASSERT_TRUE(disk.HD());
+    EXPECT_EQ(disk.HD(), disk.volumes().at("disk1"));
+    EXPECT_EQ(disk.HD()->name(), "disk1");
+    EXPECT_EQ(disk.HD()->path(), "/");
+    EXPECT_EQ(disk.HD()->rbytes(), 1);
+    EXPECT_TRUE(disk.HD()->smart());
+}
+
+// A reader waited for a sample that held the lock of the set while it asked file systems.
+TEST_F(DiskModel, IsReadAndRenamedWhileASampleOrAListingAsksTheMachine) {
+    volumes().mount("disk1", "/");
+    Disk disk;
+    int operations = 0;
+    const auto readAndRename = [&](const std::string& /*operation*/) {
+        Event done;
+        const std::string name = disk.HD()->name();
+        std::thread reader([&] {
+            EXPECT_EQ(disk.volumes().size(), 1U);
+            EXPECT_EQ(disk.HD()->path(), "/");
+            disk.handleRenameNotification(
+                {VolumeNotification::Kind::didRename, name, "name " + std::to_string(++operations), "/"});
+            disk.handleMountNotifications({});
+            done.happened();
+        });
+        const bool isDone = done.await();
+        ASSERT_TRUE(isDone); // else the reader waits for this very call, and joining it would wait for ever
+        reader.join();
+    };
+    volumes().onCall = readAndRename;
+    disk.update();
+    EXPECT_GT(operations, 0);
+    EXPECT_EQ(disk.HD()->name(), "name " + std::to_string(operations));
+    const int before = operations;
+    volumes().onCall = [&](const std::string& operation) {
+        if (operations < before + 20)
+            readAndRename(operation);
+    };
+    advance(0);
+    EXPECT_EQ(operations, before + 20);
+}
+
+// The listing had read the old name, and brought it back.
+TEST_F(DiskModel, KeepsANameThatCameDuringAListing) {
+    volumes().mount("disk1", "/");
+    volumes().disks["disk1"].description = platform::DiskDescription{"Old", {}};
+    Disk disk;
+    volumes().mount("disk2", "/b");
+    volumes().disks["disk2"].description = platform::DiskDescription{"Fresh", {}};
+    volumes().onCall = [&](const std::string& operation) {
+        if (operation != "space /b")
+            return;
+        disk.handleRenameNotification({VolumeNotification::Kind::didRename, "Old", "New", "/new"});
+        disk.handleRenameNotification({VolumeNotification::Kind::didRename, "Fresh", "Named", "/named"});
+    };
+    disk.handleMountNotifications({});
+    advance(0);
+    EXPECT_EQ(disk.volumes().at("disk1")->name(), "New");
+    EXPECT_EQ(disk.volumes().at("disk1")->path(), "/new");
+    EXPECT_EQ(disk.volumes().at("disk2")->name(), "Named");
+}
+
+TEST_F(DiskModel, ListsOnceMoreWhenANoticeComesDuringAListing) {
+    volumes().mount("disk1", "/");
+    Disk disk;
+    int notices = 0;
+    volumes().onCall = [&](const std::string& operation) {
+        if (operation == "listMountedFileSystems" && ++notices <= 2)
+            volumes().notify({VolumeNotification::Kind::didMount, {}, {}, "/x"});
+    };
+    disk.handleMountNotifications({});
+    advance(0);
+    EXPECT_EQ(notices, 3);
 }
 
 TEST_F(DiskModel, RenamesAVolumeButKeepsItsKey) {
