@@ -161,12 +161,24 @@ std::optional<std::string> BlockDevices::linkTarget(const std::string& absolute)
     return std::string(target.data(), static_cast<std::size_t>(length));
 }
 
+bool BlockDevices::exists(const std::string& kernelName) const {
+    return isPlainName(kernelName) && ::access(root_.path(folder(kernelName)).c_str(), F_OK) == 0;
+}
+
 std::optional<std::string> BlockDevices::kernelName(std::string_view deviceName) const {
-    if (!isPlainName(deviceName))
-        return std::nullopt;
+    constexpr std::string_view nodes = "/dev/";
+    if (deviceName.starts_with(nodes)) {
+        std::string foldered(deviceName.substr(nodes.size()));
+        std::replace(foldered.begin(), foldered.end(), '/', '!');
+        if (exists(foldered))
+            return foldered;
+        deviceName = deviceName.substr(deviceName.rfind('/') + 1);
+    }
     std::string name(deviceName);
-    if (::access(root_.path(folder(name)).c_str(), F_OK) == 0)
+    if (exists(name))
         return name;
+    if (!isPlainName(name))
+        return std::nullopt;
     for (const std::string& candidate : entries("/sys/class/block")) {
         const bool foldered = candidate.size() > name.size() && candidate.ends_with(name) &&
                               candidate[candidate.size() - name.size() - 1] == '!';

@@ -29,7 +29,7 @@ public:
     explicit BlockDevices(SystemRoot root) : root_(std::move(root)) {}
 
     /// The kernel's name for a device name: itself, or that of the device-mapper node or foldered device ("cciss!c0d0")
-    /// that has it; absent if there is none.
+    /// that has it; of the path of a node its own. Absent if there is none.
     [[nodiscard]] std::optional<std::string> kernelName(std::string_view deviceName) const;
 
     /// The kernel's name of a device number; absent if there is none.
@@ -67,6 +67,7 @@ public:
     [[nodiscard]] const SystemRoot& root() const noexcept { return root_; }
 
 private:
+    [[nodiscard]] bool exists(const std::string& kernelName) const;
     [[nodiscard]] std::vector<std::string> entries(const std::string& absolute) const;
     [[nodiscard]] std::optional<std::string> linkTarget(const std::string& absolute) const;
     [[nodiscard]] std::optional<std::string> udevRecord(const std::string& kernelName) const;

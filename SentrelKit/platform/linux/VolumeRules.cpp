@@ -17,7 +17,8 @@ constexpr auto volumeTypes = std::to_array<std::string_view>(
      "cifs", "smb3",     "ceph",    "fuse.glusterfs", "fuse.sshfs"});
 
 constexpr auto networkTypes =
-    std::to_array<std::string_view>({"nfs", "nfs4", "cifs", "smb3", "smbfs", "ceph", "afs", "9p", "lustre"});
+    std::to_array<std::string_view>({"nfs", "nfs4", "cifs", "smb3", "smbfs", "ceph", "afs", "9p", "lustre", "virtiofs",
+                                     "vboxsf", "orangefs", "coda", "beegfs", "gpfs"});
 
 constexpr auto systemPlaces =
     std::to_array<std::string_view>({"/boot", "/efi", "/esp", "/snap", "/var/snap", "/var/lib/snapd", "/var/lib/docker",

@@ -85,6 +85,12 @@ TEST_F(DeviceTree, KnowsAMapperDeviceAndAFolderedOneByTheirNodes) {
     add("cciss!c0d0", "pci/block", "104:0");
     EXPECT_EQ(devices_.kernelName("vg-root"), "dm-0");
     EXPECT_EQ(devices_.kernelName("c0d0"), "cciss!c0d0");
+    EXPECT_EQ(devices_.kernelName("/dev/mapper/vg-root"), "dm-0");
+    EXPECT_EQ(devices_.kernelName("/dev/dm-0"), "dm-0");
+    EXPECT_EQ(devices_.kernelName("/dev/cciss/c0d0"), "cciss!c0d0");
+    EXPECT_FALSE(devices_.kernelName("/dev/"));
+    EXPECT_FALSE(devices_.kernelName("/dev/.."));
+    EXPECT_FALSE(devices_.kernelName("/elsewhere/dm-0"));
     EXPECT_EQ(BlockDevices::node("cciss!c0d0"), "/dev/cciss/c0d0");
 }
 

@@ -24,7 +24,8 @@ std::vector<std::string> shown(const std::string& table) {
 const std::string root = "1 0 8:1 / / rw - ext4 /dev/sda1 rw\n";
 
 TEST(VolumeRules, KnowTheTypesThatMayNeverAnswer) {
-    for (const char* type : {"nfs", "nfs4", "cifs", "smb3", "ceph", "9p", "afs", "fuse", "fuseblk", "fuse.sshfs"})
+    for (const char* type :
+         {"nfs", "nfs4", "cifs", "smb3", "ceph", "9p", "afs", "virtiofs", "fuse", "fuseblk", "fuse.sshfs"})
         EXPECT_TRUE(mayNotAnswer(type)) << type;
     for (const char* type : {"ext4", "xfs", "btrfs", "vfat", "overlay", "fusectl", "autofs"})
         EXPECT_FALSE(mayNotAnswer(type)) << type;
