@@ -14,7 +14,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <cstdlib>
 #include <cstring>
 #include <span>
@@ -28,11 +27,12 @@ namespace {
 constexpr std::int32_t maximumPort = 65535;
 constexpr std::size_t macBytes = 6;
 
+// Whatever the host's locale takes for a letter.
+constexpr std::string_view nameCharacters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789.-_";
+
 bool isAcceptable(const EchoHost& host) {
     return host.port >= 1 && host.port <= maximumPort &&
-           std::all_of(host.name.begin(), host.name.end(), [](unsigned char character) {
-               return std::isalnum(character) || std::strchr(".-_", character);
-           });
+           host.name.find_first_not_of(nameCharacters) == std::string::npos;
 }
 
 // The whole text as a port, or 0.
@@ -63,6 +63,15 @@ struct Configuration {
 Configuration& configuration() {
     static Configuration& shared = *new Configuration;
     return shared;
+}
+
+using PublicAddressText = std::array<char, sizeof SystemManager::publicAddress>;
+
+// Look-ups that run at the same time, of two models say, write the one field one after the other.
+void storePublicAddress(const PublicAddressText& address) {
+    static Lock& lock = *new Lock;
+    const LockScope scope(lock);
+    std::copy(address.begin(), address.end(), System->publicAddress);
 }
 
 /// A name of at most 255 bytes, cut between characters.
@@ -195,19 +204,24 @@ int _isConnectedToInternet() {
     return platform::current().network().connectivity() == platform::Connectivity::yes ? 1 : 0;
 }
 
-const char* _getPublicAddress() {
-    char* address = System->publicAddress;
-    address[0] = '\0';
+std::optional<std::string> lookUpPublicAddress() {
+    storePublicAddress({});
     const std::optional<EchoHost> host = echoHost();
     Socket* socket = host ? Socket_new(host->name.c_str(), host->port) : nullptr;
     if (!socket)
-        return nullptr;
+        return std::nullopt;
+    PublicAddressText address{};
     OutputStream* request = Socket_getOutputStream(socket);
     OutputStream_print(request, "GET / HTTP/1.1\r\nHost: %s\r\nConnection: Close\r\n\r\n", host->name.c_str());
     if (OutputStream_flush(request) > 0)
-        readEchoReply(Socket_getInputStream(socket), address, sizeof System->publicAddress);
+        readEchoReply(Socket_getInputStream(socket), address.data(), address.size());
     Socket_free(&socket);
-    return address;
+    storePublicAddress(address);
+    return address.data();
+}
+
+const char* _getPublicAddress() {
+    return lookUpPublicAddress() ? System->publicAddress : nullptr;
 }
 
 void _getNetworkData(const NetworkDataBlock& block) {

@@ -54,9 +54,15 @@ SENTREL_API bool setEchoHost(const EchoHost& host);
 /// that the Internet can be reached, else 0. May wait for the resolver. Any thread.
 [[nodiscard]] SENTREL_API int _isConnectedToInternet();
 
-/// Asks the echo host. The shared SystemManager's `publicAddress`, empty if the reply held none; null if there is no
-/// echo host or no connection. Waits at most 2 seconds to connect to each address of the host, 2 seconds for each piece
-/// of the reply, 30 seconds for the reply as a whole, and reads no more than 1 MiB of it. One caller at a time.
+/// Asks the echo host: the public address, empty if the reply held none; absent if there is no echo host or no
+/// connection. Waits at most 2 seconds to connect to each address of the host, 2 seconds for each piece of the reply,
+/// 30 seconds for the reply as a whole, and reads no more than 1 MiB of it. Any thread; callers do not wait for each
+/// other. Leaves what it found in the shared SystemManager's `publicAddress` too.
+[[nodiscard]] SENTREL_API std::optional<std::string> lookUpPublicAddress();
+
+/// As `lookUpPublicAddress`, but gives the shared SystemManager's `publicAddress` itself, null where that is absent.
+/// The next look-up, one of a model included, overwrites the text: one caller at a time, and none while a model
+/// samples.
 [[nodiscard]] SENTREL_API const char* _getPublicAddress();
 
 /// Calls the block once for each interface that is Ethernet-like, up, active and has an address, in the system's order.

@@ -1,5 +1,6 @@
 #include <SentrelKit/system/Network.h>
 
+#include <SentrelKit/base/system/ThreadSafety.h>
 #include <SentrelKit/probes/NetworkProbes.h>
 #include <SentrelKit/probes/SystemManager.h>
 #include <SentrelKit/system/Notification.h>
@@ -46,41 +47,125 @@ std::optional<std::string> joined(const std::optional<std::vector<std::string>>&
 } // namespace
 
 /// What a check on the background queue finds out. The samples write it too.
+///
+/// A check or a look-up takes as long as name servers and the echo host let it; meanwhile the connection that it asks
+/// about may go. Its outcome counts only while that connection stands, which the count of lost connections tells.
 struct Network::Reachability {
-    std::atomic<ConnectionType> connection{ConnectionType::internet};
-    Atomic<std::optional<std::string>> publicAddress;
-    Mutex lookUp; // held while a look-up writes the shared text: one at a time
+    /// The last interface has gone.
+    void lose() {
+        const LockScope scope(lock);
+        ++losses;
+        connection = ConnectionType::none;
+        publicAddress.reset();
+    }
 
     void check() {
-        lookUp.synchronise([this] {
-            if (probes::_isConnectedToInternet() == 0) {
-                publicAddress.setValue(std::string(noInternet));
+        const std::uint64_t connectionsLost = lossesSoFar();
+        const bool isReachable = probes::_isConnectedToInternet() != 0;
+        bool isBack = false;
+        {
+            const LockScope scope(lock);
+            if (losses != connectionsLost)
+                return;
+            if (!isReachable) {
+                publicAddress = noInternet;
                 connection = ConnectionType::local;
                 return;
             }
-            if (connection.exchange(ConnectionType::internet) != ConnectionType::internet)
-                Notification::notify("Network", "Connected to Internet");
-            const std::optional<std::string> address = publicAddress.value();
-            if (!address || *address == noInternet)
-                fetchAddress();
-        });
+            isBack = connection.exchange(ConnectionType::internet) != ConnectionType::internet;
+        }
+        if (isBack)
+            Notification::notify("Network", "Connected to Internet");
+        const std::optional<std::string> known = address();
+        if (!known || *known == noInternet)
+            fetchAddress(connectionsLost);
     }
 
+    /// Waits for no check that runs: each look-up has a conversation of its own.
     void refresh() {
-        lookUp.synchronise([this] {
-            publicAddress.setValue(std::nullopt);
-            if (connection == ConnectionType::internet)
-                fetchAddress();
+        std::uint64_t connectionsLost = 0;
+        {
+            const LockScope scope(lock);
+            publicAddress.reset();
+            if (connection != ConnectionType::internet)
+                return;
+            connectionsLost = losses;
+        }
+        fetchAddress(connectionsLost);
+    }
+
+    [[nodiscard]] std::optional<std::string> address() {
+        const LockScope scope(lock);
+        return publicAddress;
+    }
+
+    std::atomic<ConnectionType> connection{ConnectionType::internet}; // written under the lock
+
+private:
+    [[nodiscard]] std::uint64_t lossesSoFar() {
+        const LockScope scope(lock);
+        return losses;
+    }
+
+    void setAddress(std::optional<std::string> found, std::uint64_t connectionsLost) {
+        const LockScope scope(lock);
+        if (losses == connectionsLost)
+            publicAddress = std::move(found);
+    }
+
+    // An address that could not be found is kept as an empty one and not asked for again, which is meant.
+    void fetchAddress(std::uint64_t connectionsLost) {
+        setAddress(std::nullopt, connectionsLost);
+        setAddress(probes::lookUpPublicAddress(), connectionsLost);
+    }
+
+    Lock lock; // never held during a question
+    std::uint64_t losses SENTREL_GUARDED_BY(lock) = 0;
+    std::optional<std::string> publicAddress SENTREL_GUARDED_BY(lock);
+};
+
+/// The checks that were submitted and have not ended, at most one a model: however long one takes, no other queues up
+/// behind it. It is held here and not by its closure, which needs no memory for a plain pointer.
+class Network::Checks {
+public:
+    // Never destroyed: a check may end while the process does.
+    static Checks& shared() {
+        static Checks& checks = *new Checks;
+        return checks;
+    }
+
+    /// False, with nothing submitted, while a check of this model is under way.
+    bool submit(const std::shared_ptr<Reachability>& reachability) {
+        {
+            const LockScope scope(lock_);
+            if (std::find(underWay_.begin(), underWay_.end(), reachability) != underWay_.end())
+                return false;
+            underWay_.push_back(reachability);
+        }
+        Timer::onBackground([checked = reachability.get()] {
+            const Ending ending{checked};
+            checked->check();
         });
+        return true;
     }
 
 private:
-    // An address that could not be found is kept as an empty one and not asked for again, which is meant.
-    void fetchAddress() {
-        publicAddress.setValue(std::nullopt);
-        if (const char* address = probes::_getPublicAddress())
-            publicAddress.setValue(std::string(address));
+    struct Ending {
+        const Reachability* checked;
+        ~Ending() { shared().end(checked); }
+    };
+
+    void end(const Reachability* checked) {
+        std::shared_ptr<Reachability> ended; // may be the last to hold it: released outside the lock
+        const LockScope scope(lock_);
+        const auto place = std::find_if(underWay_.begin(), underWay_.end(),
+                                        [checked](const auto& each) { return each.get() == checked; });
+        ended = std::move(*place);
+        underWay_.erase(place);
     }
+
+    Lock lock_;
+    std::vector<std::shared_ptr<Reachability>> underWay_ SENTREL_GUARDED_BY(lock_);
 };
 
 /// What the configuration watch reports.
@@ -111,12 +196,11 @@ void Network::update() {
     probes::_getNetworkData(
         [this](std::int64_t time, const char* name, const probes::NetworkData* data) { sample(time, name, *data); });
     if (seen_ == 0) {
-        reachability_->publicAddress.setValue(std::nullopt);
-        reachability_->connection = ConnectionType::none;
+        reachability_->lose();
         nextNetworkCheck_ = 0;
     } else if (--nextNetworkCheck_ < 0) {
-        nextNetworkCheck_ = samplesBetweenChecks;
-        Timer::onBackground([reachability = reachability_] { reachability->check(); });
+        // While a check is under way, of a connection that has gone perhaps, each sample tries again.
+        nextNetworkCheck_ = Checks::shared().submit(reachability_) ? samplesBetweenChecks : 0;
     }
     // The set is replaced only when it is another one: a sample that finds the same interfaces allocates nothing.
     prevInterfaces_.withValue([this](Interfaces& current) {
@@ -212,7 +296,7 @@ Network::ConnectionType Network::connection() const noexcept {
 }
 
 std::optional<std::string> Network::publicAddress() const {
-    return reachability_->publicAddress.value();
+    return reachability_->address();
 }
 
 std::optional<std::string> Network::localhostName() const {

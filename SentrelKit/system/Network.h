@@ -101,7 +101,9 @@ public:
     [[nodiscard]] SystemResourceType type() const noexcept override { return SystemResourceType::net; }
 
     /// Takes one sample. The first sample with an interface, and from it on every 32nd, submits a check on the
-    /// background queue of whether the Internet can be reached; where it can, that looks the public address up.
+    /// background queue of whether the Internet can be reached; where it can, that looks the public address up. One
+    /// check is under way at a time; a sample that would submit another leaves it to the next sample. What a check
+    /// finds out counts only while the connection stands that it asked about.
     void update() override;
 
     /// `internet` before the first check, so that nothing is announced at start-up.
@@ -122,12 +124,14 @@ public:
     /// A new object with the sums of rates, peaks and counters over all current interfaces.
     [[nodiscard]] std::shared_ptr<Interface> aggregated() const;
 
-    /// Forgets the public address and, where the Internet can be reached, looks it up. Waits for the echo host: not for
-    /// the main thread.
+    /// Forgets the public address and, where the Internet can be reached, looks it up and gives it; absent where it
+    /// cannot be had. A look-up waits for the echo host, so this is not for the main thread; it never waits for a check
+    /// that is under way. Any other thread.
     std::optional<std::string> refreshPublicAddress();
 
 private:
     struct Reachability;
+    class Checks;
     struct Configuration;
 
     void sample(std::int64_t time, const char* name, const probes::NetworkData& data);

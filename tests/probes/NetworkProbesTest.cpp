@@ -240,8 +240,9 @@ TEST(EchoHost, IsNoneUntilOneIsNamed) {
 
 TEST(EchoHost, IsRefusedIfItsNameOrPortIsNone) {
     const EchoHostGuard guard({"echo.example.org", 80});
-    for (const EchoHost& bad : {EchoHost{"a b", 80}, EchoHost{"a\r\nX: y", 80}, EchoHost{"::1", 80},
-                                EchoHost{"http://a/", 80}, EchoHost{"a", 0}, EchoHost{"a", 65536}, EchoHost{"a", -1}})
+    for (const EchoHost& bad :
+         {EchoHost{"a b", 80}, EchoHost{"a\r\nX: y", 80}, EchoHost{"::1", 80}, EchoHost{"http://a/", 80},
+          EchoHost{std::string("a\0b", 3), 80}, EchoHost{"a", 0}, EchoHost{"a", 65536}, EchoHost{"a", -1}})
         EXPECT_FALSE(setEchoHost(bad)) << bad.name << " " << bad.port;
     EXPECT_EQ(echoHost()->name, "echo.example.org");
     EXPECT_TRUE(setEchoHost({}));

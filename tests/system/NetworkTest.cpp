@@ -1,10 +1,16 @@
 #include <SentrelKit/system/Network.h>
 
+#include "tests/support/Await.h"
 #include "tests/support/EchoHostGuard.h"
 #include "tests/support/EchoServer.h"
+#include "tests/support/Eventually.h"
 #include "tests/support/ScriptedMachine.h"
+#include "tests/support/ThreadedMachine.h"
 
 #include <atomic>
+#include <chrono>
+#include <future>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <new>
 #include <thread>
@@ -363,6 +369,145 @@ TEST_F(NetworkTest, MayGoWhileACheckIsStillToRun) {
     machine_->dispatch().runPending();
     machine_->network().change();
     machine_->dispatch().runPending();
+}
+
+// Each sample after one without an interface submitted one more check, whether or not the one before had ended.
+TEST_F(NetworkTest, SubmitsNoCheckWhileOneIsUnderWay) {
+    int asked = 0;
+    machine_->network().duringConnectivity = [&asked] { ++asked; };
+    const std::vector<ScriptedInterface> interfaces = machine_->network().interfaces;
+    for (int flap = 0; flap < 20; ++flap) {
+        machine_->network().interfaces.clear();
+        model().update();
+        machine_->network().interfaces = interfaces;
+        model().update();
+    }
+    machine_->dispatch().runPending();
+    EXPECT_EQ(asked, 1);
+    EXPECT_EQ(model().connection(), ConnectionType::internet) << "the check asked about the newest connection";
+    samples(20);
+    EXPECT_EQ(asked, 2) << "the check of the last return, which had been put off";
+}
+
+TEST_F(NetworkTest, ChecksANewConnectionAsSoonAsTheCheckOfTheOneBeforeHasEnded) {
+    const std::vector<ScriptedInterface> interfaces = machine_->network().interfaces;
+    machine_->network().duringConnectivity = [&] {
+        machine_->network().duringConnectivity = nullptr;
+        machine_->network().interfaces.clear();
+        model().update();
+        machine_->network().interfaces = interfaces;
+        model().update();
+    };
+    sample();
+    EXPECT_EQ(model().connection(), ConnectionType::none) << "the answer was about the connection before";
+    sample();
+    EXPECT_EQ(model().connection(), ConnectionType::internet);
+}
+
+// The answer made an Internet connection of no connection, and announced it.
+TEST_F(NetworkTest, PassesOverAnAnswerThatComesAfterTheConnectionWent) {
+    for (const Connectivity answer : {Connectivity::yes, Connectivity::no}) {
+        machine_->network().interfaces = {ScriptedInterface("en0", 2).addAddress("192.0.2.4")};
+        machine_->network().reachable = answer;
+        machine_->network().duringConnectivity = [&] {
+            machine_->network().interfaces.clear();
+            model().update();
+        };
+        sample();
+        EXPECT_EQ(model().connection(), ConnectionType::none);
+        EXPECT_EQ(model().publicAddress(), std::nullopt);
+        EXPECT_TRUE(delivered().empty());
+    }
+}
+
+/// A network model on real queues, and an echo host that keeps its first caller waiting until it is let go on.
+class NetworkWithASlowEchoHost : public testing::Test {
+protected:
+    NetworkWithASlowEchoHost() {
+        reconnect();
+        model_.update();
+        EXPECT_TRUE(asked_.await()) << "the check that the first sample submitted";
+    }
+    ~NetworkWithASlowEchoHost() override { answer(); }
+
+    void disconnect() {
+        machine_->network().interfaces.clear();
+        model_.update();
+    }
+    void reconnect() {
+        machine_->network().interfaces = {ScriptedInterface("en0", 2).addAddress("192.0.2.4")};
+        model_.update();
+    }
+    void answer() {
+        if (!std::exchange(answered_, true))
+            letGo_.set_value();
+    }
+
+    Event asked_;
+    std::promise<void> letGo_;
+    bool answered_ = false;
+    EchoServer server_{[this, calls = 0, go = letGo_.get_future().share()](int connection) mutable {
+        asked_.happened();
+        if (++calls > 1) {
+            static_cast<void>(EchoServer::send(connection, "IP: 198.51.100.9\r\n"));
+            return;
+        }
+        // Never silent for as long as a caller waits for a piece.
+        while (go.wait_for(std::chrono::milliseconds(200)) != std::future_status::ready)
+            static_cast<void>(EchoServer::send(connection, "X-Wait: a little\r\n"));
+        static_cast<void>(EchoServer::send(connection, "IP: 203.0.113.7\r\n"));
+    }};
+    EchoHostGuard guard_{{"127.0.0.1", server_.port()}};
+    ThreadedMachine machine_;
+    Network model_;
+};
+
+// Each such check waited for the one before; eight of them filled the background queue, and nothing sampled any more.
+TEST_F(NetworkWithASlowEchoHost, LeavesTheBackgroundQueueToTheOthersHoweverOftenTheCarrierFlaps) {
+    for (int flap = 0; flap < 20; ++flap) {
+        disconnect();
+        reconnect();
+    }
+    Event ran;
+    dispatch::backgroundQueue()->async([ran]() mutable { ran.happened(); });
+    EXPECT_TRUE(ran.await());
+    EXPECT_EQ(server_.requests().size(), 1U);
+}
+
+// The late address stayed, and as a known one it was never asked for again.
+TEST_F(NetworkWithASlowEchoHost, ForgetsTheAddressOfAConnectionThatHasGone) {
+    disconnect();
+    answer();
+    reconnect();
+    EXPECT_TRUE(eventually([this] {
+        model_.update();
+        return model_.publicAddress().has_value();
+    }));
+    EXPECT_EQ(model_.publicAddress(), "198.51.100.9");
+}
+
+TEST_F(NetworkWithASlowEchoHost, DoesNotWaitForACheckWhereARefreshOnlyClears) {
+    disconnect();
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(model_.refreshPublicAddress(), std::nullopt);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+}
+
+// Both wrote the one text of the system manager, and read each other's.
+TEST_F(NetworkTest, TwoModelsLookThePublicAddressUpAtOnce) {
+    EchoServer server([calls = 0](int connection) mutable {
+        static_cast<void>(EchoServer::send(connection, ++calls % 2 ? "IP: 203.0.113.7\r\n" : "IP: 198.51.100.99\r\n"));
+    });
+    const EchoHostGuard guard({"127.0.0.1", server.port()});
+    const auto refresh = [] {
+        Network own;
+        for (int round = 0; round < 20; ++round)
+            EXPECT_THAT(own.refreshPublicAddress().value_or("none"), testing::AnyOf("203.0.113.7", "198.51.100.99"));
+    };
+    std::thread other(refresh);
+    refresh();
+    other.join();
+    EXPECT_EQ(server.requests().size(), 40U);
 }
 
 TEST_F(NetworkTest, IsReadFromOtherThreadsWhileItSamplesAndChecks) {

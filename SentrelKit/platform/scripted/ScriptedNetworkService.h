@@ -38,7 +38,11 @@ public:
     bool listInterfaces(const std::function<void(const InterfaceInfo&)>& each) override;
     std::optional<MediaStatus> mediaStatus(std::string_view name) override;
     std::optional<std::unique_ptr<InterfaceEntry>> matchInterface(const std::string& name) override;
-    Connectivity connectivity() override { return reachable; }
+    Connectivity connectivity() override {
+        if (const auto meanwhile = duringConnectivity)
+            meanwhile();
+        return reachable;
+    }
     std::unique_ptr<ConfigurationWatch> watchConfiguration(std::function<void()> changed) override;
 
     /// The interface of that name, which must exist.
@@ -51,6 +55,7 @@ public:
     bool listsInterfaces = true;               ///< false: listing fails (errno EIO)
     bool matchesInterfaces = true;             ///< false: the registry cannot be asked (errno EIO)
     Connectivity reachable = Connectivity::yes;
+    std::function<void()> duringConnectivity; ///< what happens while `reachable` is asked for, if anything
 
     std::optional<std::string> localHostName;
     std::optional<std::vector<std::string>> dnsServers;
