@@ -88,7 +88,9 @@ public:
     virtual ~NetworkService() = default;
 
     /// Calls back once for each interface, in the system's order, with counters that were all taken by one request.
-    /// The callback must not list the interfaces itself. False, with errno set and no call made, on failure.
+    /// The callback may run under a lock of the service: it takes down what it is given, may ask for the `mediaStatus`,
+    /// does not list the interfaces itself and runs nothing of a host. False, with errno set and no call made, on
+    /// failure.
     virtual bool listInterfaces(const std::function<void(const InterfaceInfo&)>& each) = 0;
 
     /// The link state of a named interface; of the name the first 15 bytes count. Absent, with errno set, on failure.

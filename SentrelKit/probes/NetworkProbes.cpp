@@ -18,6 +18,7 @@
 #include <cstring>
 #include <span>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace sentrel::probes {
@@ -105,12 +106,25 @@ bool isActive(platform::NetworkService& network, std::string_view name) {
     return media && media->valid && media->active;
 }
 
-/// The texts of one interface, kept from one listing to the next: converting them takes longer than all the rest, for a
-/// link-local address even system calls.
-class InterfaceTexts {
+/// One interface of a listing. Its texts are kept for the next listing: converting them takes longer than all the rest,
+/// for a link-local address even system calls.
+class InterfaceRecord {
 public:
-    /// Makes the texts those of this interface.
+    /// Makes this the record of the interface.
     void take(const platform::InterfaceInfo& interface) {
+        bytesIn_ = interface.bytesIn;
+        bytesOut_ = interface.bytesOut;
+        takeTexts(interface);
+    }
+
+    [[nodiscard]] const char* name() const noexcept { return name_.data(); }
+    [[nodiscard]] NetworkData data() const noexcept {
+        return {bytesIn_, bytesOut_, address_.data(), mac_.data(), index_};
+    }
+    [[nodiscard]] bool hasAddress() const noexcept { return address_.front() != '\0'; }
+
+private:
+    void takeTexts(const platform::InterfaceInfo& interface) {
         const platform::SocketAddress first =
             interface.addresses.empty() ? platform::SocketAddress() : interface.addresses[0];
         if (valid_ && index_ == interface.index && interface.name == name() &&
@@ -129,11 +143,6 @@ public:
         }
     }
 
-    [[nodiscard]] const char* name() const noexcept { return name_.data(); }
-    [[nodiscard]] const char* mac() const noexcept { return mac_.data(); }
-    [[nodiscard]] const char* address() const noexcept { return address_.data(); }
-
-private:
     static bool same(std::span<const std::uint8_t> a, const std::vector<std::uint8_t>& b) noexcept {
         return std::equal(a.begin(), a.end(), b.begin(), b.end());
     }
@@ -151,6 +160,8 @@ private:
 
     bool valid_ = false;
     std::uint32_t index_ = 0;
+    std::int64_t bytesIn_ = 0;
+    std::int64_t bytesOut_ = 0;
     std::vector<std::uint8_t> hardware_;
     std::vector<std::uint8_t> first_;
     std::array<char, 66> name_{};
@@ -158,26 +169,21 @@ private:
     std::array<char, 65> address_{};
 };
 
-/// One listing of the interfaces: its time stamp and where it goes.
+/// One listing of the interfaces, into records that may have served before.
 struct Listing {
     platform::NetworkService& network;
-    const NetworkDataBlock& block;
-    std::vector<InterfaceTexts>& texts; ///< in the order of the candidates
-    std::size_t count = 0;
-    std::optional<std::int64_t> time = std::nullopt;
+    std::vector<InterfaceRecord>& records;
+    std::size_t count = 0; ///< how many of the records are of this listing
+    std::int64_t time = 0;
 
     void take(const platform::InterfaceInfo& interface) {
-        if (!time)
+        if (time == 0)
             time = Time_milli();
         if (!isCandidate(interface) || !isActive(network, interface.name))
             return;
-        if (count == texts.size())
-            texts.emplace_back();
-        InterfaceTexts& own = texts[count++];
-        own.take(interface);
-        const NetworkData data{interface.bytesIn, interface.bytesOut, own.address(), own.mac(), interface.index};
-        if (*data.address != '\0')
-            block(*time, own.name(), &data);
+        if (count == records.size())
+            records.emplace_back();
+        records[count++].take(interface);
     }
 };
 
@@ -225,11 +231,21 @@ const char* _getPublicAddress() {
 }
 
 void _getNetworkData(const NetworkDataBlock& block) {
-    platform::NetworkService& network = platform::current().network();
-    thread_local std::vector<InterfaceTexts> texts;
-    Listing listing{network, block, texts};
-    if (!network.listInterfaces([&listing](const platform::InterfaceInfo& interface) { listing.take(interface); }))
+    // This thread's records of the last time, taken for this listing: the block may list too.
+    thread_local std::vector<InterfaceRecord> kept;
+    std::vector<InterfaceRecord> records = std::exchange(kept, {});
+    Listing listing{platform::current().network(), records};
+    const bool listed = listing.network.listInterfaces(
+        [&listing](const platform::InterfaceInfo& interface) { listing.take(interface); });
+    if (!listed)
         System_error("Error: _getNetworkData -- %s", System_getLastError());
+    // Only now, when the service holds none of its locks any more.
+    for (const InterfaceRecord& record : std::span(records).first(listing.count)) {
+        const NetworkData data = record.data();
+        if (record.hasAddress())
+            block(listing.time, record.name(), &data);
+    }
+    kept = std::move(records);
 }
 
 void _getNetworkExtra(const char* name, const NetworkExtraBlock& block) {

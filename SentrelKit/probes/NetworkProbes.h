@@ -15,7 +15,7 @@
 
 namespace sentrel::probes {
 
-/// One interface. Lives on the probe's stack: texts are valid only during the call.
+/// One interface. Texts are valid only during the call.
 struct NetworkData {
     std::int64_t bytesIn = 0;      ///< received since the interface exists
     std::int64_t bytesOut = 0;     ///< sent since the interface exists
@@ -66,8 +66,8 @@ SENTREL_API bool setEchoHost(const EchoHost& host);
 [[nodiscard]] SENTREL_API const char* _getPublicAddress();
 
 /// Calls the block once for each interface that is Ethernet-like, up, active and has an address, in the system's order.
-/// Without the system's list one line on the standard error stream says so. Any thread. Source: netlink on Linux, the
-/// routing sysctl on macOS.
+/// The block runs under no lock: it may call every probe, this one included. Without the system's list one line on the
+/// standard error stream says so. Any thread. Source: netlink on Linux, the routing sysctl on macOS.
 SENTREL_API void _getNetworkData(const NetworkDataBlock& block);
 
 /// Calls the block once with the facts of the named interface; not at all if there is no such interface. If the

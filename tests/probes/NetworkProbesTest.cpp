@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <stdexcept>
 #include <sys/socket.h>
 
 namespace sentrel::probes {
@@ -140,6 +141,30 @@ TEST(NetworkData, SaysThatTheListCannotBeHadAndReportsNothing) {
     testing::internal::CaptureStderr();
     EXPECT_THAT(names(), IsEmpty());
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "Error: _getNetworkData -- Input/output error");
+}
+
+// The inner listing took over the texts that the outer one was still handing out.
+TEST(NetworkData, MayBeListedAgainFromInsideTheBlock) {
+    ScriptedMachine machine;
+    machine->network().interfaces = {ethernet("en0", 2)};
+    EXPECT_THAT(names(), ElementsAre("en0"));
+    std::vector<std::string> seen;
+    _getNetworkData([&](std::int64_t, const char* name, const NetworkData* data) {
+        machine->network().interfaces.clear();
+        for (std::uint32_t index = 3; index < 100; ++index)
+            machine->network().interfaces.push_back(ScriptedInterface("wan" + std::to_string(index), index)
+                                                        .addAddress("198.51.100." + std::to_string(index)));
+        EXPECT_EQ(names().size(), 97U);
+        seen.push_back(std::string(name) + " " + data->address + " " + data->mac);
+    });
+    EXPECT_THAT(seen, ElementsAre("en0 192.0.2.4 02:00:00:00:00:01"));
+}
+
+TEST(NetworkData, ListsOnAfterABlockThatThrows) {
+    ScriptedMachine machine;
+    machine->network().interfaces = {ethernet("en0", 2)};
+    EXPECT_THROW(_getNetworkData([](auto...) { throw std::runtime_error("enough"); }), std::runtime_error);
+    EXPECT_THAT(names(), ElementsAre("en0"));
 }
 
 struct Extra {

@@ -207,6 +207,26 @@ TEST_F(NetworkLive, TakesAnAddressFromAServerInAnotherNamespace) {
     EXPECT_EQ(model_->refreshPublicAddress(), std::nullopt) << "no way to the server";
 }
 
+// The block ran under a lock of the service: it waited for itself, and another thread for it.
+TEST_F(NetworkLive, ListsInsideTheBlockOfAListingAndOnAnotherThreadMeanwhile) {
+    const auto count = [] {
+        int interfaces = 0;
+        probes::_getNetworkData([&interfaces](auto...) { ++interfaces; });
+        return interfaces;
+    };
+    int blocks = 0;
+    probes::_getNetworkData([&](std::int64_t, const char* name, const probes::NetworkData* data) {
+        ++blocks;
+        EXPECT_EQ(count(), 1);
+        std::thread([&count] { EXPECT_EQ(count(), 1); }).join();
+        probes::_getNetworkExtra(name,
+                                 [](const probes::NetworkExtra* extra) { EXPECT_STREQ(extra->name, "Ethernet"); });
+        EXPECT_STREQ(name, "lan0");
+        EXPECT_STREQ(data->address, "192.0.2.1");
+    });
+    EXPECT_EQ(blocks, 1);
+}
+
 TEST_F(NetworkLive, MirrorsTheRouterAsItComes) {
     inOwnProcess([this] {
         watchFromHere();
