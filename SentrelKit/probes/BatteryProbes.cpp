@@ -103,10 +103,12 @@ void _getBatteryData(const PowerSourcesBlock& block) {
 }
 
 void _batteryNotification(const PowerSourcesBlock& block) {
+    PowerSourcesBlock before = block;
     {
         const LockScope scope(blockLock);
-        System->swiftPowerSources = block;
+        System->swiftPowerSources.swap(before);
     }
+    before = nullptr;
     _getBatteryData(block);
     if (!platform::current().power().addChangeSource(_powerSourceChangedAdapter, nullptr))
         System_error("Error: power source notification -- %s\n", System_getLastError());
@@ -116,7 +118,8 @@ void _powerSourceChangedAdapter(void* /*context*/) {
     PowerSourcesBlock block;
     {
         const LockScope scope(blockLock);
-        SENTREL_ASSERT(System->swiftPowerSources);
+        if (!System->swiftPowerSources)
+            assertionFailed("System->swiftPowerSources", __func__, "SentrelKit", __LINE__);
         block = System->swiftPowerSources;
     }
     _getBatteryData(block);

@@ -33,8 +33,9 @@ SENTREL_API void _getBatteryData(const PowerSourcesBlock& block);
 
 /// Keeps the block in place of any earlier one, calls it once at once, and from then on at each change of the power
 /// sources, on the calling thread's loop (on macOS its run loop; on Linux its default GLib main context) for as long as
-/// the process lives. Each call adds one more source of changes, and all deliver to the newest block. If there can be
-/// none, one line on the standard error stream says so.
+/// the process lives. Each call adds one more source of changes, and all deliver to the newest block, also in place of
+/// that of the models. The block runs under no lock and may call everything. If there can be no source, one line on the
+/// standard error stream says so.
 SENTREL_API void _batteryNotification(const PowerSourcesBlock& block);
 
 /// What every change of the power sources calls: delivers to the block. Without a block the process stops.

@@ -1,13 +1,18 @@
 #include <SentrelKit/system/Battery.h>
 
+#include <SentrelKit/base/system/ThreadSafety.h>
 #include <SentrelKit/platform/Platform.h>
 #include <SentrelKit/platform/PowerService.h>
 #include <SentrelKit/probes/BatteryProbes.h>
 
+#include <algorithm>
 #include <cmath>
+#include <condition_variable>
 #include <cstdio>
 #include <optional>
+#include <thread>
 #include <utility>
+#include <vector>
 
 namespace sentrel {
 
@@ -51,7 +56,103 @@ std::string remainingText(std::int32_t minutes, bool isCharging) {
 
 } // namespace
 
-Battery::Battery() : self_(std::make_shared<Battery*>(this)) {
+/// How changes reach a model: one at a time, and none any more once the model has gone, or is going.
+class Battery::Observation {
+public:
+    explicit Observation(Battery& model) : model_(&model) {}
+
+    void deliver(const probes::BatteryData& data) {
+        Battery* const model = begin();
+        if (!model)
+            return;
+        const Ending ending{*this};
+        model->powerSourceChanged(data);
+    }
+
+    /// Ends it. Waits for a delivery on another thread; from inside a delivery it returns at once.
+    void end() {
+        const LockScope scope(lock_);
+        model_ = nullptr;
+        awaitOtherThread();
+    }
+
+private:
+    struct Ending {
+        Observation& observation;
+        ~Ending() {
+            const LockScope scope(observation.lock_);
+            --observation.deliveries_;
+            observation.ended_.notify_all();
+        }
+    };
+
+    Battery* begin() {
+        const LockScope scope(lock_);
+        awaitOtherThread();
+        if (model_) {
+            ++deliveries_;
+            thread_ = std::this_thread::get_id();
+        }
+        return model_;
+    }
+
+    void awaitOtherThread() SENTREL_REQUIRES(lock_) {
+        while (deliveries_ > 0 && thread_ != std::this_thread::get_id())
+            ended_.wait(lock_);
+    }
+
+    Lock lock_; // never held during a delivery
+    std::condition_variable_any ended_;
+    Battery* model_ SENTREL_GUARDED_BY(lock_);
+    int deliveries_ SENTREL_GUARDED_BY(lock_) = 0; // nested ones, of one thread
+    std::thread::id thread_ SENTREL_GUARDED_BY(lock_);
+};
+
+/// The observations of all models. They share one registration, as only the newest block is called.
+class Battery::Observations {
+public:
+    // Never destroyed: a change may come while the process ends.
+    static Observations& shared() {
+        static Observations& observations = *new Observations;
+        return observations;
+    }
+
+    /// Delivers the first figures at once.
+    void add(const std::shared_ptr<Observation>& observation) {
+        const auto mark = std::make_shared<char>();
+        bool isRegistered = false;
+        {
+            const LockScope scope(lock_);
+            std::erase_if(observations_, [](const auto& each) { return each.expired(); });
+            observations_.push_back(observation);
+            isRegistered = !registration_.expired();
+            if (!isRegistered)
+                registration_ = mark;
+        }
+        if (isRegistered)
+            probes::_getBatteryData([&](const probes::BatteryData* data) { observation->deliver(*data); });
+        else
+            probes::_batteryNotification([mark](const probes::BatteryData* data) { shared().deliver(*data); });
+    }
+
+private:
+    void deliver(const probes::BatteryData& data) {
+        for (const std::weak_ptr<Observation>& each : current())
+            if (const std::shared_ptr<Observation> observation = each.lock())
+                observation->deliver(data);
+    }
+
+    [[nodiscard]] std::vector<std::weak_ptr<Observation>> current() {
+        const LockScope scope(lock_);
+        return observations_;
+    }
+
+    Lock lock_;
+    std::vector<std::weak_ptr<Observation>> observations_ SENTREL_GUARDED_BY(lock_);
+    std::weak_ptr<char> registration_ SENTREL_GUARDED_BY(lock_); // lives as long as the block is registered
+};
+
+Battery::Battery() : observation_(std::make_shared<Observation>(*this)) {
     {
         const std::unique_ptr<platform::BatteryService> service = platform::current().power().batteryService();
         if (!service) {
@@ -61,13 +162,12 @@ Battery::Battery() : self_(std::make_shared<Battery*>(this)) {
         hasBattery_ = true;
         readFixedFacts(*service);
     }
-    probes::_batteryNotification([self = std::weak_ptr(self_)](const probes::BatteryData* data) {
-        if (const auto battery = self.lock())
-            (*battery)->powerSourceChanged(*data);
-    });
+    Observations::shared().add(observation_);
 }
 
-Battery::~Battery() = default;
+Battery::~Battery() {
+    observation_->end();
+}
 
 void Battery::readFixedFacts(const platform::BatteryService& service) {
     store(designCapacity_, read<double>(service, "DesignCapacity"));

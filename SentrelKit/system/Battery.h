@@ -31,8 +31,12 @@ namespace sentrel {
 class SENTREL_API Battery final : public SystemResource {
 public:
     /// Reads what never changes, takes the first figures and asks for changes. Without a battery: no figures, mains
-    /// power, and never an event.
+    /// power, and never an event. There may be several models; all hear of changes, on the loop of the thread that made
+    /// the first of them.
     Battery();
+
+    /// From any thread, also while a change is delivered, which it then waits for, and from inside a callback of
+    /// `onBatteryChanged`. No callback begins any more.
     ~Battery() override;
     Battery(const Battery&) = delete;
     Battery& operator=(const Battery&) = delete;
@@ -94,6 +98,9 @@ private:
         return field.load(std::memory_order_relaxed);
     }
 
+    class Observation;
+    class Observations;
+
     void readFixedFacts(const platform::BatteryService& service);
     void powerSourceChanged(const probes::BatteryData& data);
 
@@ -119,7 +126,7 @@ private:
     std::string age_;
     std::string manufactured_;
 
-    const std::shared_ptr<Battery*> self_; ///< how the change notification finds this model, while it lives
+    const std::shared_ptr<Observation> observation_;
 };
 
 } // namespace sentrel

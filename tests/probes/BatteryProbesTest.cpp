@@ -235,8 +235,7 @@ TEST(BatteryNotificationDeathTest, StopsTheProcessOnAChangeWithoutABlock) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     ScriptedMachine machine;
     EXPECT_DEATH(_powerSourceChangedAdapter(nullptr),
-                 "_powerSourceChangedAdapter.*SentrelKit.*System->swiftPowerSources|"
-                 "System->swiftPowerSources.*_powerSourceChangedAdapter.*SentrelKit");
+                 "\\(System->swiftPowerSources\\), function _powerSourceChangedAdapter, file SentrelKit, line");
 }
 
 TEST(BatteryDate, UnpacksDayMonthAndYear) {

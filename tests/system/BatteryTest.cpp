@@ -1,5 +1,8 @@
 #include <SentrelKit/system/Battery.h>
 
+#include <SentrelKit/probes/BatteryProbes.h>
+
+#include "tests/support/Eventually.h"
 #include "tests/support/ScriptedMachine.h"
 #include "tests/support/TimeZone.h"
 
@@ -290,6 +293,78 @@ TEST_F(BatteryEvent, FiresOnceForEachRecordWithTheFiguresAlreadyRefreshed) {
     power().sources = {source(60)};
     power().change();
     EXPECT_EQ(seen, (std::vector<std::string>{"1:01 until charged, 11800 mV", "1:00 remaining, 11800 mV"}));
+}
+
+// A second model's registration took the place of the first one's, which never heard of a change again.
+TEST_F(BatteryEvent, ReachesEveryModelOnceForEachChange) {
+    Battery first;
+    auto second = std::make_unique<Battery>();
+    EXPECT_EQ(first.onBatteryChanged().fireCount(), 1) << "its own first figures, not those of the second";
+    EXPECT_EQ(second->onBatteryChanged().fireCount(), 1);
+    EXPECT_EQ(power().changeSources(), 1u) << "or each change would come twice";
+    power().sources = {source(60)};
+    power().change();
+    EXPECT_EQ(first.onBatteryChanged().fireCount(), 2);
+    EXPECT_EQ(second->onBatteryChanged().fireCount(), 2);
+    EXPECT_EQ(first.timeRemaining(), "1:00 remaining");
+    EXPECT_EQ(second->timeRemaining(), "1:00 remaining");
+    second.reset();
+    power().sources = {source(59)};
+    power().change();
+    EXPECT_EQ(first.timeRemaining(), "0:59 remaining");
+}
+
+TEST_F(BatteryEvent, ReachesAModelThatIsMadeAfterAHostsOwnBlockTookThePlaceOfTheModels) {
+    const Battery first;
+    int records = 0;
+    probes::_batteryNotification([&records](const probes::BatteryData*) { ++records; });
+    power().change();
+    EXPECT_EQ(records, 3) << "at once, and once for each source of changes";
+    const Battery second;
+    power().sources = {source(60)};
+    power().change();
+    EXPECT_EQ(records, 3);
+    EXPECT_EQ(first.timeRemaining(), "1:00 remaining");
+    EXPECT_EQ(second.timeRemaining(), "1:00 remaining");
+}
+
+TEST_F(BatteryEvent, LetsACallbackReleaseItsOwnAndAnotherModel) {
+    auto first = std::make_unique<Battery>();
+    auto second = std::make_unique<Battery>();
+    const auto owner = std::make_shared<int>();
+    int delivered = 0;
+    for (Battery* battery : {first.get(), second.get()})
+        battery->onBatteryChanged().listen(owner, [&] {
+            ++delivered;
+            first.reset();
+            second.reset();
+        });
+    power().change();
+    power().change();
+    EXPECT_EQ(delivered, 1);
+}
+
+// The change that was being delivered went on with a model that another thread had released.
+TEST_F(BatteryEvent, BeginsAndRunsNoMoreOnceAModelIsReleasedWhileAnotherThreadTellsOfChanges) {
+    const auto owner = std::make_shared<int>();
+    for (int round = 0; round < 50; ++round) {
+        auto battery = std::make_unique<Battery>();
+        std::atomic<bool> isReleased{false};
+        battery->onBatteryChanged().listen(owner, [&isReleased] {
+            std::this_thread::yield();
+            EXPECT_FALSE(isReleased);
+        });
+        std::atomic<bool> done{false};
+        std::thread teller([&] {
+            while (!done)
+                power().change();
+        });
+        EXPECT_TRUE(eventually([&] { return battery->onBatteryChanged().fireCount() > 1; }));
+        battery.reset();
+        isReleased = true;
+        done = true;
+        teller.join();
+    }
 }
 
 TEST_F(BatteryEvent, IsNotFiredWhileThereIsNoPowerSource) {
