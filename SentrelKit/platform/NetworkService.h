@@ -73,11 +73,13 @@ public:
     /// The name of this machine. Absent when it has none.
     virtual std::optional<std::string> localHostName() = 0;
 
-    /// The DNS servers' addresses in the order in which they are asked. Absent when the key has no value.
-    virtual std::optional<std::vector<std::string>> dnsServers() = 0;
-
-    /// The IPv4 default router's address. Absent when the key has no value.
-    virtual std::optional<std::string> router() = 0;
+    /// The value of a key, a dictionary; absent when the key has none. macOS: SCDynamicStoreCopyValue. Keys:
+    ///
+    /// | key | has a value while | entry | kind |
+    /// | --- | --- | --- | --- |
+    /// | "State:/Network/Global/IPv4" | IPv4 is connected | "Router" | text: the default router, if there is one |
+    /// | "State:/Network/Global/DNS" | there are DNS servers | "ServerAddresses" | list of texts, as they are asked |
+    virtual std::optional<PropertyList> value(std::string_view key) = 0;
 };
 
 /// The system's own word on whether the Internet can be reached.

@@ -14,11 +14,25 @@ SystemManager* System = nullptr;
 
 namespace {
 
-// The keys of the system's configuration store that are watched, in the order in which they are handed over.
-const std::vector<std::string>& notificationKeys() {
-    static const std::vector<std::string> keys = {"State:/Network/Global/IPv4", "State:/Network/Global/DNS",
-                                                  "Setup:/Network/HostNames"};
-    return keys;
+// The keys of the system's configuration store that are watched.
+constexpr const char* ipv4Key = "State:/Network/Global/IPv4";
+constexpr const char* dnsKey = "State:/Network/Global/DNS";
+constexpr const char* hostNamesKey = "Setup:/Network/HostNames";
+
+std::optional<std::string> text(const PropertyList* entry) {
+    const std::string* content = entry ? entry->as<std::string>() : nullptr;
+    return content ? std::optional(*content) : std::nullopt;
+}
+
+std::optional<std::vector<std::string>> texts(const PropertyList* entry) {
+    const PropertyList::List* list = entry ? entry->as<PropertyList::List>() : nullptr;
+    if (!list)
+        return std::nullopt;
+    std::vector<std::string> contents;
+    for (const PropertyList& each : *list)
+        if (const std::string* content = each.as<std::string>())
+            contents.push_back(*content);
+    return contents;
 }
 
 // Reports of this object name the operation as its own platform's tools do.
@@ -81,7 +95,7 @@ SystemManager::~SystemManager() = default;
 void SystemManager::setUpSystemConfiguration() {
     scSession_ = platform::current().network().watchConfiguration(scNotification);
     require(scSession_ != nullptr, "self->scSession", "-[SystemManager setUpSystemConfiguration]");
-    if (!scSession_->setNotificationKeys(notificationKeys()))
+    if (!scSession_->setNotificationKeys({ipv4Key, dnsKey, hostNamesKey}))
         System_error("Error installing System Configuration Notification\n");
     scSession_->schedule();
 }
@@ -90,11 +104,12 @@ void SystemManager::updateSystemConfigurationProperties() {
     // Reading stays under the lock, so that of two refreshes the later reading also stands last.
     const LockScope scope(lock_);
     configuration_.localhostName = scSession_->localHostName();
-    // Deliberate: the last known DNS servers and router survive a disconnection.
-    if (std::optional<std::vector<std::string>> servers = scSession_->dnsServers())
-        configuration_.dnsAddrs = std::move(servers);
-    if (std::optional<std::string> router = scSession_->router())
-        configuration_.routerAddr = std::move(router);
+    // Deliberate: a key without a value leaves its field, so the last known DNS servers and router survive a
+    // disconnection. A value without the entry empties it: a connected network without a router has none.
+    if (const std::optional<PropertyList> dns = scSession_->value(dnsKey))
+        configuration_.dnsAddrs = texts(dns->find("ServerAddresses"));
+    if (const std::optional<PropertyList> ipv4 = scSession_->value(ipv4Key))
+        configuration_.routerAddr = text(ipv4->find("Router"));
 }
 
 NetworkConfiguration SystemManager::configuration() const {
@@ -110,10 +125,13 @@ void _constructor() {
 void _destructor() {}
 
 void _networkConfigureNotification(NetworkConfigurationBlock block) {
+    // The one before is released with the parameter, outside the lock.
     {
         const LockScope scope(System->lock_);
-        System->swiftNetworkConfigure_ = std::move(block);
+        System->swiftNetworkConfigure_.swap(block);
     }
+    // Somebody wants to hear: with this use of the queue the watch is served, if it was not yet.
+    System->backgroundQueue->async([] {});
     scNotification();
 }
 

@@ -4,7 +4,8 @@
 /// runs; it lives until the process ends. While another platform is in force (platform::Override), one of that platform
 /// stands in its place. It holds the network-configuration watch, the session with the system's disk
 /// service, the background queue, two text fields that probes fill, and the two callbacks through which the models hear
-/// of changes. Making it starts no thread: changes arrive on the background queue from the first use of a queue on.
+/// of changes. Making it starts no thread: changes arrive on the background queue from the first registration, or the
+/// first other use of a queue, on.
 
 #include <SentrelKit/Export.h>
 #include <SentrelKit/base/system/ThreadSafety.h>
@@ -46,8 +47,8 @@ public:
     SystemManager(const SystemManager&) = delete;
     SystemManager& operator=(const SystemManager&) = delete;
 
-    /// Reads local host name, DNS servers and router anew. What has no value now keeps the last known one, except the
-    /// host name. Any thread.
+    /// Reads local host name, DNS servers and router anew. Without a connection the last known servers and router stay;
+    /// a connected network without a router has none. Any thread.
     void updateSystemConfigurationProperties();
 
     /// The configuration as it was last read. Any thread.
@@ -81,8 +82,10 @@ SENTREL_API void _constructor();
 /// The unload hook. It does nothing: the shared object is never destroyed.
 SENTREL_API void _destructor();
 
-/// Registers the block that hears of network-configuration changes, in place of an earlier one. It is called once
-/// before this returns, on the caller's thread, also without any network; later calls come on the background queue.
+/// Registers the block that hears of network-configuration changes, in place of an earlier one, which may be that of
+/// the models (they share one, which a model that is made registers anew). It is called once before this returns, on
+/// the caller's thread, also without any network; later calls come on the background queue, one at a time. It runs
+/// under no lock and may call everything.
 SENTREL_API void _networkConfigureNotification(NetworkConfigurationBlock block);
 
 } // namespace sentrel::probes

@@ -175,16 +175,48 @@ struct Network::Configuration {
     Atomic<std::optional<std::string>> dns;
 };
 
+/// What the models mirror the configuration into. They share one registration, as only the newest block is called.
+class Network::Mirrors {
+public:
+    // Never destroyed: a change may come while the process ends.
+    static Mirrors& shared() {
+        static Mirrors& mirrors = *new Mirrors;
+        return mirrors;
+    }
+
+    void add(const std::shared_ptr<Configuration>& mirror) {
+        {
+            const LockScope scope(lock_);
+            std::erase_if(mirrors_, [](const auto& each) { return each.expired(); });
+            mirrors_.push_back(mirror);
+        }
+        probes::_networkConfigureNotification([](const std::optional<std::string>& localhostName,
+                                                 const std::optional<std::string>& router,
+                                                 const std::optional<std::vector<std::string>>& dns) {
+            shared().set(localhostName, router, joined(dns));
+        });
+    }
+
+private:
+    void set(const std::optional<std::string>& localhostName, const std::optional<std::string>& router,
+             const std::optional<std::string>& dns) {
+        const LockScope scope(lock_);
+        for (const std::weak_ptr<Configuration>& each : mirrors_) {
+            if (const std::shared_ptr<Configuration> mirror = each.lock()) {
+                mirror->localhostName.setValue(localhostName);
+                mirror->router.setValue(router);
+                mirror->dns.setValue(dns);
+            }
+        }
+    }
+
+    Lock lock_;
+    std::vector<std::weak_ptr<Configuration>> mirrors_ SENTREL_GUARDED_BY(lock_);
+};
+
 Network::Network()
     : reachability_(std::make_shared<Reachability>()), configuration_(std::make_shared<Configuration>()) {
-    probes::_networkConfigureNotification(
-        [configuration = configuration_](const std::optional<std::string>& localhostName,
-                                         const std::optional<std::string>& router,
-                                         const std::optional<std::vector<std::string>>& dns) {
-            configuration->localhostName.setValue(localhostName);
-            configuration->router.setValue(router);
-            configuration->dns.setValue(joined(dns));
-        });
+    Mirrors::shared().add(configuration_);
 }
 
 Network::~Network() = default;

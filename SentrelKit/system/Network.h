@@ -92,7 +92,7 @@ public:
     /// From the interface's system name, such as "eth0".
     using Interfaces = std::map<std::string, std::shared_ptr<Interface>, std::less<>>;
 
-    /// Registers with the configuration watch, which reports at once.
+    /// Registers with the configuration watch, which reports at once. There may be several models; all hear of changes.
     Network();
     ~Network() override;
     Network(const Network&) = delete;
@@ -113,7 +113,7 @@ public:
     [[nodiscard]] std::optional<std::string> publicAddress() const;
 
     /// The machine's name, the default router, and the DNS servers joined with ", ". The last two outlive a
-    /// disconnection.
+    /// disconnection; in a connected network without a router there is none.
     [[nodiscard]] std::optional<std::string> localhostName() const;
     [[nodiscard]] std::optional<std::string> router() const;
     [[nodiscard]] std::optional<std::string> dns() const;
@@ -133,6 +133,7 @@ private:
     struct Reachability;
     class Checks;
     struct Configuration;
+    class Mirrors;
 
     void sample(std::int64_t time, const char* name, const probes::NetworkData& data);
     [[nodiscard]] static std::shared_ptr<Interface> discover(const char* name, const probes::NetworkData& data);

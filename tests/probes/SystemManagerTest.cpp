@@ -7,7 +7,9 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace sentrel::probes {
@@ -25,6 +27,14 @@ NetworkConfigurationBlock recordInto(std::vector<Call>& calls, ScriptedMachine& 
     return [&calls, &machine](const auto& host, const auto& router, const auto& dns) {
         calls.push_back({host, router, dns, machine->dispatch().currentQueue()});
     };
+}
+
+PropertyList connectedOver(const char* router) {
+    return PropertyList::Dictionary{{"Router", router}};
+}
+
+PropertyList servers(PropertyList::List addresses) {
+    return PropertyList::Dictionary{{"ServerAddresses", std::move(addresses)}};
 }
 
 TEST(SystemManager, StandsBeforeAnythingElseWithADashAsBrand) {
@@ -59,8 +69,8 @@ TEST(SystemManager, DeliversChangesOnTheBackgroundQueue) {
     std::vector<Call> calls;
     _networkConfigureNotification(recordInto(calls, machine));
     machine->network().localHostName = "otter";
-    machine->network().router = "192.0.2.1";
-    machine->network().dnsServers = std::vector<std::string>{"192.0.2.53", "2001:db8::53"};
+    machine->network().ipv4 = connectedOver("192.0.2.1");
+    machine->network().dns = servers({"192.0.2.53", "2001:db8::53"});
     machine->network().change();
     machine->dispatch().runPending();
     ASSERT_EQ(calls.size(), 2U);
@@ -73,13 +83,13 @@ TEST(SystemManager, DeliversChangesOnTheBackgroundQueue) {
 TEST(SystemManager, KeepsTheLastDnsServersAndRouterThroughADisconnectionButNotTheHostName) {
     ScriptedMachine machine;
     machine->network().localHostName = "otter";
-    machine->network().router = "192.0.2.1";
-    machine->network().dnsServers = std::vector<std::string>{"192.0.2.53"};
+    machine->network().ipv4 = connectedOver("192.0.2.1");
+    machine->network().dns = servers({"192.0.2.53"});
     std::vector<Call> calls;
     _networkConfigureNotification(recordInto(calls, machine));
     machine->network().localHostName = "badger";
-    machine->network().router.reset();
-    machine->network().dnsServers.reset();
+    machine->network().ipv4.reset();
+    machine->network().dns.reset();
     machine->network().change();
     machine->dispatch().runPending();
     ASSERT_EQ(calls.size(), 2U);
@@ -91,6 +101,30 @@ TEST(SystemManager, KeepsTheLastDnsServersAndRouterThroughADisconnectionButNotTh
     machine->dispatch().runPending();
     EXPECT_EQ(calls.at(2).host, std::nullopt);
     EXPECT_EQ(System->configuration().routerAddr, "192.0.2.1");
+}
+
+// The key that had a value without the entry was taken for one without a value, and the router before stayed.
+TEST(SystemManager, HasNoRouterInAConnectedNetworkWithoutOne) {
+    ScriptedMachine machine;
+    const PropertyList::Dictionary without;
+    const std::vector<std::pair<PropertyList, PropertyList>> cases = {
+        {without, without},
+        {PropertyList::Dictionary{{"Router", 7}}, PropertyList::Dictionary{{"ServerAddresses", "192.0.2.53"}}},
+        {7, 7}};
+    for (const auto& [ipv4, dns] : cases) {
+        machine->network().ipv4 = connectedOver("192.0.2.1");
+        machine->network().dns = servers({"192.0.2.53"});
+        System->updateSystemConfigurationProperties();
+        EXPECT_EQ(System->configuration().routerAddr, "192.0.2.1");
+        machine->network().ipv4 = ipv4;
+        machine->network().dns = dns;
+        System->updateSystemConfigurationProperties();
+        EXPECT_EQ(System->configuration().routerAddr, std::nullopt);
+        EXPECT_EQ(System->configuration().dnsAddrs, std::nullopt);
+    }
+    machine->network().dns = servers({"192.0.2.53", 7, "192.0.2.54"});
+    System->updateSystemConfigurationProperties();
+    EXPECT_EQ(System->configuration().dnsAddrs, (std::vector<std::string>{"192.0.2.53", "192.0.2.54"}));
 }
 
 TEST(SystemManager, CallsOnlyTheBlockThatWasRegisteredLast) {
@@ -110,6 +144,20 @@ TEST(SystemManager, ABlockMayRegisterAnotherFromInsideItsCall) {
     std::vector<Call> calls;
     _networkConfigureNotification([&](const auto&...) { _networkConfigureNotification(recordInto(calls, machine)); });
     EXPECT_EQ(calls.size(), 1U);
+}
+
+// The block before was released under the lock of the configuration.
+TEST(SystemManager, WhatABlockHoldsMayAskForTheConfigurationAsItIsReleased) {
+    ScriptedMachine machine;
+    struct Held {
+        std::optional<std::string>& seen;
+        ~Held() { seen = System->configuration().localhostName; }
+    };
+    machine->network().localHostName = "otter";
+    std::optional<std::string> seen;
+    _networkConfigureNotification([held = std::shared_ptr<Held>(new Held{seen})](const auto&...) {});
+    _networkConfigureNotification([](const auto&...) {});
+    EXPECT_EQ(seen, "otter");
 }
 
 TEST(SystemManager, ReportsRefusedKeysAndGoesOn) {

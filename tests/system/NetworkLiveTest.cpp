@@ -9,6 +9,7 @@
 #include "tests/support/ChildProgram.h"
 #include "tests/support/EchoHostGuard.h"
 #include "tests/support/EchoServer.h"
+#include "tests/support/Eventually.h"
 #include "tests/support/Fixtures.h"
 #include "tests/support/NetworkNamespace.h"
 #include "tests/support/PrivateBus.h"
@@ -232,6 +233,18 @@ TEST_F(NetworkLive, MirrorsTheRouterAsItComes) {
         watchFromHere();
         space_->ip("route add default via 192.0.2.2");
         return samplesUntil([this] { return model_->router() == "192.0.2.2"; });
+    });
+}
+
+// The watch was served from the first use of a queue on, and registering was none.
+TEST_F(NetworkLive, HearsOfChangesWithoutASampleOrAnyOtherUseOfAQueue) {
+    inOwnProcess([this] {
+        watchFromHere();
+        space_->ip("route add default via 192.0.2.2");
+        if (!eventually([this] { return model_->router() == "192.0.2.2"; }))
+            return false;
+        space_->ip("route del default");
+        return eventually([this] { return model_->router() == std::nullopt; });
     });
 }
 

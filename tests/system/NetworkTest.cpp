@@ -340,25 +340,50 @@ TEST_F(NetworkTest, ForgetsThePublicAddressWhereARefreshFindsNoServer) {
 
 TEST_F(NetworkTest, MirrorsTheConfigurationFromTheStart) {
     machine_->network().localHostName = "workbench";
-    machine_->network().router = "192.0.2.1";
-    machine_->network().dnsServers = {"192.0.2.53", "2001:db8::53"};
+    machine_->network().ipv4 = PropertyList::Dictionary{{"Router", "192.0.2.1"}};
+    machine_->network().dns =
+        PropertyList::Dictionary{{"ServerAddresses", PropertyList::List{"192.0.2.53", "2001:db8::53"}}};
     EXPECT_EQ(model().localhostName(), "workbench");
     EXPECT_EQ(model().router(), "192.0.2.1");
     EXPECT_EQ(model().dns(), "192.0.2.53, 2001:db8::53");
 }
 
 TEST_F(NetworkTest, FollowsTheConfiguration) {
-    machine_->network().router = "192.0.2.1";
-    machine_->network().dnsServers = {"192.0.2.53"};
+    machine_->network().ipv4 = PropertyList::Dictionary{{"Router", "192.0.2.1"}};
+    machine_->network().dns = PropertyList::Dictionary{{"ServerAddresses", PropertyList::List{"192.0.2.53"}}};
     EXPECT_EQ(model().dns(), "192.0.2.53");
     machine_->network().localHostName = "renamed";
-    machine_->network().router.reset();
-    machine_->network().dnsServers.reset();
+    machine_->network().ipv4.reset();
+    machine_->network().dns.reset();
     machine_->network().change();
     machine_->dispatch().runPending();
     EXPECT_EQ(model().localhostName(), "renamed");
     EXPECT_EQ(model().router(), "192.0.2.1") << "outlives a disconnection";
     EXPECT_EQ(model().dns(), "192.0.2.53") << "outlives a disconnection";
+    machine_->network().ipv4 = PropertyList::Dictionary{};
+    machine_->network().change();
+    machine_->dispatch().runPending();
+    EXPECT_EQ(model().router(), std::nullopt) << "connected, without a router";
+}
+
+// A second model's registration took the place of the first one's, which never heard of a change again.
+TEST_F(NetworkTest, SeveralModelsFollowTheConfigurationTogether) {
+    Network& first = model();
+    auto second = std::make_unique<Network>();
+    const Network third;
+    const auto change = [this](const char* name) {
+        machine_->network().localHostName = name;
+        machine_->network().change();
+        machine_->dispatch().runPending();
+    };
+    change("otter");
+    EXPECT_EQ(first.localhostName(), "otter");
+    EXPECT_EQ(second->localhostName(), "otter");
+    EXPECT_EQ(third.localhostName(), "otter");
+    second.reset();
+    change("badger");
+    EXPECT_EQ(first.localhostName(), "badger");
+    EXPECT_EQ(third.localhostName(), "badger");
 }
 
 TEST_F(NetworkTest, MayGoWhileACheckIsStillToRun) {

@@ -133,4 +133,14 @@ std::span<const SocketAddress> LinkTable::addresses(const Link& link) const noex
     return std::span(views_).subspan(link.firstAddress, link.addressCount);
 }
 
+bool LinkTable::hasActiveIPv4() const noexcept {
+    return std::any_of(links_.begin(), links_.end(), [this](const Link& link) {
+        const std::span<const SocketAddress> all = addresses(link);
+        return (link.flags & InterfaceInfo::up) != 0 && link.linkType == InterfaceInfo::ethernetLinkType &&
+               link.carrier && std::any_of(all.begin(), all.end(), [](const SocketAddress& address) {
+                   return address.size() == sizeof(sockaddr_in);
+               });
+    });
+}
+
 } // namespace sentrel::platform

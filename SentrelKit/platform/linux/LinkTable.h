@@ -41,6 +41,9 @@ public:
     }
     [[nodiscard]] std::span<const SocketAddress> addresses(const Link& link) const noexcept;
 
+    /// Whether an Ethernet-like interface that is up and has carrier has an IPv4 address.
+    [[nodiscard]] bool hasActiveIPv4() const noexcept;
+
     /// Empties the table, then takes the messages of a link and of an address listing, and last `finish`.
     void clearLinks() { links_.clear(); }
     void addLink(const nlmsghdr& message);

@@ -2,6 +2,7 @@
 
 #include <SentrelKit/base/system/ThreadSafety.h>
 #include <SentrelKit/platform/linux/DefaultRoute.h>
+#include <SentrelKit/platform/linux/LinkTable.h>
 #include <SentrelKit/platform/linux/NetlinkSocket.h>
 #include <SentrelKit/platform/linux/ResolverFile.h>
 
@@ -9,10 +10,15 @@
 #include <cerrno>
 #include <linux/rtnetlink.h>
 #include <sys/epoll.h>
+#include <utility>
 
 namespace sentrel::platform {
 
 namespace {
+
+constexpr std::string_view ipv4Key = "State:/Network/Global/IPv4";
+constexpr std::string_view dnsKey = "State:/Network/Global/DNS";
+constexpr std::string_view hostNamesKey = "Setup:/Network/HostNames";
 
 constexpr std::string_view hostNameFile = "/proc/sys/kernel/hostname";
 constexpr std::string_view noHostName = "(none)"; // the kernel's name before one is set
@@ -22,11 +28,28 @@ std::optional<std::string> readHostName(const SystemRoot& root) {
     return name && !name->empty() && *name != noHostName ? name : std::nullopt;
 }
 
-std::optional<std::string> readRouter(NetlinkSocket& socket) {
+// IPv4 is connected where there is a default route, and in a network without one where there is an address.
+std::optional<PropertyList> readIPv4(NetlinkSocket& socket) {
     std::optional<DefaultRoute> route;
-    if (!readDefaultRoute(socket, AF_INET, route) || !route || route->router.empty())
+    if (!readDefaultRoute(socket, AF_INET, route))
         return std::nullopt;
-    return std::move(route->router);
+    PropertyList::Dictionary state;
+    if (route && !route->router.empty())
+        state["Router"] = std::move(route->router);
+    if (!route) {
+        const std::shared_ptr<const LinkTable> links = LinkTable::read(socket);
+        if (!links || !links->hasActiveIPv4())
+            return std::nullopt;
+    }
+    return PropertyList(std::move(state));
+}
+
+std::optional<PropertyList> readDNS(const SystemRoot& root) {
+    const std::optional<std::vector<std::string>> servers = readNameServers(root);
+    if (!servers)
+        return std::nullopt;
+    return PropertyList(
+        PropertyList::Dictionary{{"ServerAddresses", PropertyList::List(servers->begin(), servers->end())}});
 }
 
 } // namespace
@@ -35,42 +58,69 @@ struct LinuxConfigurationWatch::State {
     State(const SystemRoot& systemRoot, std::function<void()> callback)
         : root(systemRoot), changed(std::move(callback)), resolver(systemRoot) {}
 
-    /// Reads a value again and calls back if it is another.
-    template <class Value, class Read>
-    void compare(Value& last, Read&& read) SENTREL_REQUIRES(callLock) {
-        Value value = read();
+    /// Takes the value in the place of the last one; true if it is another.
+    template <class Value>
+    static bool replace(Value& last, Value value) {
         if (value == last)
-            return;
+            return false;
         last = std::move(value);
-        changed();
+        return true;
     }
 
-    std::optional<std::string> currentRouter() {
+    std::optional<PropertyList> currentIPv4() {
         const LockScope scope(routeLock);
-        return readRouter(routeSocket);
+        return readIPv4(routeSocket);
+    }
+
+    /// Calls back under no lock. Calls never overlap: who finds one running leaves it one more to make.
+    void tell() {
+        LockScope scope(lock);
+        isDue = true;
+        if (std::exchange(isCalling, true))
+            return;
+        while (isDue && !hasEnded) {
+            isDue = false;
+            lock.unlock();
+            changed();
+            lock.lock();
+        }
+        isCalling = false;
     }
 
     void routesMayHaveChanged() {
-        const LockScope scope(callLock);
+        if (takeRoutes())
+            tell();
+    }
+
+    void resolverMayHaveChanged() {
+        if (takeServers())
+            tell();
+    }
+
+    void hostNameMayHaveChanged() {
+        if (takeHostName())
+            tell();
+    }
+
+    bool takeRoutes() {
+        const LockScope scope(lock);
         // The kernel drops the routes of a link or of an address that goes without a word on each.
         bool concerned = false;
         const bool whole = routeNotices.takeNotices([&](const nlmsghdr& message) {
             const bool route = message.nlmsg_type == RTM_NEWROUTE || message.nlmsg_type == RTM_DELROUTE;
             concerned = concerned || !route || concernsDefaultRoute(message);
         });
-        if (concerned || !whole)
-            compare(lastRouter, [this] { return currentRouter(); });
+        return (concerned || !whole) && replace(lastIPv4, currentIPv4());
     }
 
-    void resolverMayHaveChanged() {
-        const LockScope scope(callLock);
-        if (resolver.takeNotices())
-            compare(lastServers, [this] { return readNameServers(root); });
+    bool takeServers() {
+        const LockScope scope(lock);
+        return resolver.takeNotices() && replace(lastDNS, readDNS(root));
     }
 
-    void hostNameMayHaveChanged() {
-        const LockScope scope(callLock);
-        compare(lastHostName, [this] { return readHostName(root); });
+    bool takeHostName() {
+        const LockScope scope(lock);
+        return replace(lastHostName, readHostName(root));
     }
 
     const SystemRoot root;
@@ -79,14 +129,17 @@ struct LinuxConfigurationWatch::State {
     Lock routeLock;
     NetlinkSocket routeSocket SENTREL_GUARDED_BY(routeLock){NETLINK_ROUTE};
 
-    Lock callLock; // calls never overlap
-    NetlinkSocket routeNotices SENTREL_GUARDED_BY(callLock){NETLINK_ROUTE,
-                                                            {RTNLGRP_LINK, RTNLGRP_IPV4_IFADDR, RTNLGRP_IPV4_ROUTE}};
-    ResolverFileWatch resolver SENTREL_GUARDED_BY(callLock);
-    UniqueFd hostName SENTREL_GUARDED_BY(callLock);
-    std::optional<std::string> lastRouter SENTREL_GUARDED_BY(callLock);
-    std::optional<std::vector<std::string>> lastServers SENTREL_GUARDED_BY(callLock);
-    std::optional<std::string> lastHostName SENTREL_GUARDED_BY(callLock);
+    Lock lock;
+    bool isDue SENTREL_GUARDED_BY(lock) = false;
+    bool isCalling SENTREL_GUARDED_BY(lock) = false;
+    bool hasEnded SENTREL_GUARDED_BY(lock) = false;
+    NetlinkSocket routeNotices SENTREL_GUARDED_BY(lock){NETLINK_ROUTE,
+                                                        {RTNLGRP_LINK, RTNLGRP_IPV4_IFADDR, RTNLGRP_IPV4_ROUTE}};
+    ResolverFileWatch resolver SENTREL_GUARDED_BY(lock);
+    UniqueFd hostName SENTREL_GUARDED_BY(lock);
+    std::optional<PropertyList> lastIPv4 SENTREL_GUARDED_BY(lock);
+    std::optional<PropertyList> lastDNS SENTREL_GUARDED_BY(lock);
+    std::optional<std::string> lastHostName SENTREL_GUARDED_BY(lock);
 };
 
 std::unique_ptr<LinuxConfigurationWatch> LinuxConfigurationWatch::make(const SystemRoot& root, LinuxDispatch& dispatch,
@@ -98,17 +151,20 @@ std::unique_ptr<LinuxConfigurationWatch> LinuxConfigurationWatch::make(const Sys
 LinuxConfigurationWatch::LinuxConfigurationWatch(LinuxDispatch& dispatch, std::shared_ptr<State> state)
     : dispatch_(dispatch), state_(std::move(state)) {}
 
-LinuxConfigurationWatch::~LinuxConfigurationWatch() = default;
+LinuxConfigurationWatch::~LinuxConfigurationWatch() {
+    const LockScope scope(state_->lock);
+    state_->hasEnded = true;
+}
 
 bool LinuxConfigurationWatch::setNotificationKeys(const std::vector<std::string>& keys) {
-    const LockScope scope(state_->callLock);
+    const LockScope scope(state_->lock);
     bool installed = true;
     for (const std::string& key : keys) {
-        if (key == "State:/Network/Global/IPv4") {
+        if (key == ipv4Key) {
             installed = state_->routeNotices.open() && installed;
-        } else if (key == "State:/Network/Global/DNS") {
+        } else if (key == dnsKey) {
             installed = state_->resolver.open() && installed;
-        } else if (key == "Setup:/Network/HostNames") {
+        } else if (key == hostNamesKey) {
             state_->hostName = state_->root.open(hostNameFile);
             installed = state_->hostName && installed;
         } else {
@@ -121,7 +177,7 @@ bool LinuxConfigurationWatch::setNotificationKeys(const std::vector<std::string>
 
 void LinuxConfigurationWatch::schedule() {
     State& state = *state_;
-    const LockScope scope(state.callLock);
+    const LockScope scope(state.lock);
     const auto watch = [this](int descriptor, std::uint32_t events, void (State::*notice)()) {
         if (descriptor >= 0)
             watches_.push_back(dispatch_.watch(descriptor, events, [shared = state_, notice] { (*shared.*notice)(); }));
@@ -130,8 +186,8 @@ void LinuxConfigurationWatch::schedule() {
     watch(state.resolver.descriptor(), EPOLLIN, &State::resolverMayHaveChanged);
     watch(state.hostName.get(), EPOLLPRI, &State::hostNameMayHaveChanged);
     // Read once the watches stand, so that no change falls in between; calls wait until these values are known.
-    state.lastRouter = state.currentRouter();
-    state.lastServers = readNameServers(state.root);
+    state.lastIPv4 = state.currentIPv4();
+    state.lastDNS = readDNS(state.root);
     state.lastHostName = readHostName(state.root);
 }
 
@@ -139,12 +195,12 @@ std::optional<std::string> LinuxConfigurationWatch::localHostName() {
     return readHostName(state_->root);
 }
 
-std::optional<std::vector<std::string>> LinuxConfigurationWatch::dnsServers() {
-    return readNameServers(state_->root);
-}
-
-std::optional<std::string> LinuxConfigurationWatch::router() {
-    return state_->currentRouter();
+std::optional<PropertyList> LinuxConfigurationWatch::value(std::string_view key) {
+    if (key == ipv4Key)
+        return state_->currentIPv4();
+    if (key == dnsKey)
+        return readDNS(state_->root);
+    return std::nullopt;
 }
 
 } // namespace sentrel::platform

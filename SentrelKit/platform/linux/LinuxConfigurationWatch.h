@@ -7,7 +7,8 @@
 namespace sentrel::platform {
 
 /// Watches the kernel's notices of routes, the resolver's file and the kernel's host name. It waits on descriptors
-/// only; a notice calls back if the value behind it has changed.
+/// only; a notice calls back if the value behind it has changed. IPv4 is connected while there is a default route or an
+/// active Ethernet-like interface has an IPv4 address.
 class LinuxConfigurationWatch final : public ConfigurationWatch {
 public:
     [[nodiscard]] static std::unique_ptr<LinuxConfigurationWatch> make(const SystemRoot& root, LinuxDispatch& dispatch,
@@ -19,8 +20,7 @@ public:
     bool setNotificationKeys(const std::vector<std::string>& keys) override;
     void schedule() override;
     std::optional<std::string> localHostName() override;
-    std::optional<std::vector<std::string>> dnsServers() override;
-    std::optional<std::string> router() override;
+    std::optional<PropertyList> value(std::string_view key) override;
 
 private:
     struct State;

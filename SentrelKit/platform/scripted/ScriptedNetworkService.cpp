@@ -85,8 +85,11 @@ public:
         listener_->scheduled = true;
     }
     std::optional<std::string> localHostName() override { return network_.localHostName; }
-    std::optional<std::vector<std::string>> dnsServers() override { return network_.dnsServers; }
-    std::optional<std::string> router() override { return network_.router; }
+    std::optional<PropertyList> value(std::string_view key) override {
+        if (key == "State:/Network/Global/IPv4")
+            return network_.ipv4;
+        return key == "State:/Network/Global/DNS" ? network_.dns : std::nullopt;
+    }
 
 private:
     ScriptedNetworkService& network_;

@@ -58,8 +58,8 @@ public:
     std::function<void()> duringConnectivity; ///< what happens while `reachable` is asked for, if anything
 
     std::optional<std::string> localHostName;
-    std::optional<std::vector<std::string>> dnsServers;
-    std::optional<std::string> router;
+    std::optional<PropertyList> ipv4;          ///< the value of "State:/Network/Global/IPv4"
+    std::optional<PropertyList> dns;           ///< the value of "State:/Network/Global/DNS"
     bool watches = true;                       ///< false: no watch can be made (errno EIO)
     bool acceptsKeys = true;                   ///< false: notification keys cannot be installed
     std::vector<std::string> notificationKeys; ///< the keys that were asked for last
