@@ -57,8 +57,9 @@ public:
     virtual PropertyList search(std::string_view key) = 0;
 };
 
-/// Watches local host name, DNS servers and router. Releasing it ends the watch: a callback that already runs
-/// finishes, no new one begins. The readers may be called from any thread, with or without notices.
+/// Watches local host name, DNS servers and router. Releasing it ends the watch: it waits for a callback that runs on
+/// another thread, may be done from inside the callback, and no new one begins. The readers may be called from any
+/// thread, with or without notices.
 class ConfigurationWatch {
 public:
     virtual ~ConfigurationWatch() = default;

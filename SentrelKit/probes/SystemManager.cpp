@@ -67,22 +67,6 @@ __attribute__((destructor)) void unloadHook() {
 
 } // namespace
 
-/// A change of the configuration: refreshes the shared object and tells the registered block.
-void scNotification() {
-    if (!System)
-        return; // a change that comes while the object is being made: its first reading follows
-    System->updateSystemConfigurationProperties();
-    NetworkConfiguration configuration;
-    NetworkConfigurationBlock block;
-    {
-        const LockScope scope(System->lock_);
-        configuration = System->configuration_;
-        block = System->swiftNetworkConfigure_;
-    }
-    if (block)
-        block(configuration.localhostName, configuration.routerAddr, configuration.dnsAddrs);
-}
-
 SystemManager::SystemManager() : backgroundQueue(dispatch::backgroundQueue()) {
     cpuBrand[0] = '-';
     setUpSystemConfiguration();
@@ -93,7 +77,7 @@ SystemManager::SystemManager() : backgroundQueue(dispatch::backgroundQueue()) {
 SystemManager::~SystemManager() = default;
 
 void SystemManager::setUpSystemConfiguration() {
-    scSession_ = platform::current().network().watchConfiguration(scNotification);
+    scSession_ = platform::current().network().watchConfiguration([this] { scNotification(); });
     require(scSession_ != nullptr, "self->scSession", "-[SystemManager setUpSystemConfiguration]");
     if (!scSession_->setNotificationKeys({ipv4Key, dnsKey, hostNamesKey}))
         System_error("Error installing System Configuration Notification\n");
@@ -110,6 +94,20 @@ void SystemManager::updateSystemConfigurationProperties() {
         configuration_.dnsAddrs = texts(dns->find("ServerAddresses"));
     if (const std::optional<PropertyList> ipv4 = scSession_->value(ipv4Key))
         configuration_.routerAddr = text(ipv4->find("Router"));
+}
+
+// The block may release this object.
+void SystemManager::scNotification() {
+    updateSystemConfigurationProperties();
+    NetworkConfiguration configuration;
+    NetworkConfigurationBlock block;
+    {
+        const LockScope scope(lock_);
+        configuration = configuration_;
+        block = swiftNetworkConfigure_;
+    }
+    if (block)
+        block(configuration.localhostName, configuration.routerAddr, configuration.dnsAddrs);
 }
 
 NetworkConfiguration SystemManager::configuration() const {
@@ -132,7 +130,7 @@ void _networkConfigureNotification(NetworkConfigurationBlock block) {
     }
     // Somebody wants to hear: with this use of the queue the watch is served, if it was not yet.
     System->backgroundQueue->async([] {});
-    scNotification();
+    System->scNotification();
 }
 
 } // namespace sentrel::probes

@@ -62,15 +62,17 @@ public:
     platform::HostLoadTicks prevTicks; ///< of the call of _getCPUData before; zero before the first
 
 private:
-    friend void scNotification();
     friend SENTREL_API void _networkConfigureNotification(NetworkConfigurationBlock block);
 
     void setUpSystemConfiguration();
 
+    /// A change of the configuration: reads it anew and tells the registered block.
+    void scNotification();
+
     mutable Lock lock_;
     NetworkConfiguration configuration_ SENTREL_GUARDED_BY(lock_);
     NetworkConfigurationBlock swiftNetworkConfigure_ SENTREL_GUARDED_BY(lock_);
-    std::unique_ptr<platform::ConfigurationWatch> scSession_;
+    std::unique_ptr<platform::ConfigurationWatch> scSession_; // the first to go: its callback uses all the others
 };
 
 /// The shared object. Not to be confused with the resource registry `sentrel::System`.

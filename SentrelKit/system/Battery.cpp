@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <condition_variable>
 #include <cstdio>
 #include <optional>
 #include <thread>
@@ -92,20 +91,23 @@ private:
         if (model_) {
             ++deliveries_;
             thread_ = std::this_thread::get_id();
+            generation_ = ForkGate::generation();
         }
         return model_;
     }
 
+    // In the child of a fork there is no other thread.
     void awaitOtherThread() SENTREL_REQUIRES(lock_) {
-        while (deliveries_ > 0 && thread_ != std::this_thread::get_id())
+        while (deliveries_ > 0 && generation_ == ForkGate::generation() && thread_ != std::this_thread::get_id())
             ended_.wait(lock_);
     }
 
     Lock lock_; // never held during a delivery
-    std::condition_variable_any ended_;
+    Condition ended_ SENTREL_GUARDED_BY(lock_);
     Battery* model_ SENTREL_GUARDED_BY(lock_);
     int deliveries_ SENTREL_GUARDED_BY(lock_) = 0; // nested ones, of one thread
     std::thread::id thread_ SENTREL_GUARDED_BY(lock_);
+    unsigned generation_ SENTREL_GUARDED_BY(lock_) = 0;
 };
 
 /// The observations of all models. They share one registration, as only the newest block is called.

@@ -2,23 +2,17 @@
 
 #include <SentrelKit/platform/linux/LinuxDispatch.h>
 #include <SentrelKit/platform/scripted/ScriptedPlatform.h>
-#include <SentrelKit/probes/SystemManager.h>
 
 #include <memory>
-#include <optional>
 
 namespace sentrel {
 
-/// A scripted machine whose queues are real ones, in force for a scope with a system manager of its own. What runs on
-/// the background queue runs on other threads: set up before what they read.
+/// A scripted machine whose queues are real ones, in force for a scope. What runs on the background queue runs on other
+/// threads: set up before what they read.
 class ThreadedMachine {
 public:
-    ThreadedMachine() { probes::_constructor(); }
-    ~ThreadedMachine() {
-        platform_.queues.reset(); // waits for what still runs
-        override_.reset();
-        probes::_constructor(); // the real machine's again
-    }
+    ThreadedMachine() = default;
+    ~ThreadedMachine() { platform_.queues.reset(); } // waits for what still runs
     ThreadedMachine(const ThreadedMachine&) = delete;
     ThreadedMachine& operator=(const ThreadedMachine&) = delete;
 
@@ -42,7 +36,7 @@ private:
     };
 
     WithThreads platform_;
-    std::optional<platform::Override> override_{platform_};
+    platform::Override override_{platform_};
 };
 
 } // namespace sentrel

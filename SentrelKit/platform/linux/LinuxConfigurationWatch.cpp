@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <linux/rtnetlink.h>
 #include <sys/epoll.h>
+#include <thread>
 #include <utility>
 
 namespace sentrel::platform {
@@ -78,6 +79,7 @@ struct LinuxConfigurationWatch::State {
         isDue = true;
         if (std::exchange(isCalling, true))
             return;
+        caller = std::this_thread::get_id();
         while (isDue && !hasEnded) {
             isDue = false;
             lock.unlock();
@@ -85,6 +87,15 @@ struct LinuxConfigurationWatch::State {
             lock.lock();
         }
         isCalling = false;
+        called.notify_all();
+    }
+
+    /// No call begins any more. Waits for one on another thread; from inside a call it returns at once.
+    void end() {
+        const LockScope scope(lock);
+        hasEnded = true;
+        while (isCalling && caller != std::this_thread::get_id())
+            called.wait(lock);
     }
 
     void routesMayHaveChanged() {
@@ -131,8 +142,10 @@ struct LinuxConfigurationWatch::State {
 
     Lock lock;
     bool isDue SENTREL_GUARDED_BY(lock) = false;
-    bool isCalling SENTREL_GUARDED_BY(lock) = false;
+    RunningFlag isCalling SENTREL_GUARDED_BY(lock);
     bool hasEnded SENTREL_GUARDED_BY(lock) = false;
+    std::thread::id caller SENTREL_GUARDED_BY(lock);
+    Condition called SENTREL_GUARDED_BY(lock);
     NetlinkSocket routeNotices SENTREL_GUARDED_BY(lock){NETLINK_ROUTE,
                                                         {RTNLGRP_LINK, RTNLGRP_IPV4_IFADDR, RTNLGRP_IPV4_ROUTE}};
     ResolverFileWatch resolver SENTREL_GUARDED_BY(lock);
@@ -152,8 +165,7 @@ LinuxConfigurationWatch::LinuxConfigurationWatch(LinuxDispatch& dispatch, std::s
     : dispatch_(dispatch), state_(std::move(state)) {}
 
 LinuxConfigurationWatch::~LinuxConfigurationWatch() {
-    const LockScope scope(state_->lock);
-    state_->hasEnded = true;
+    state_->end();
 }
 
 bool LinuxConfigurationWatch::setNotificationKeys(const std::vector<std::string>& keys) {

@@ -220,6 +220,27 @@ TEST(LinuxConfigurationWatch, MayBeReleasedFromInsideItsCall) {
     EXPECT_EQ(called.count(), 1);
 }
 
+TEST(LinuxConfigurationWatch, WaitsWhenItIsReleasedForACallOnAnotherThread) {
+    const TemporaryFolder tree;
+    tree.write("etc/resolv.conf", "nameserver 192.0.2.53\n");
+    LinuxDispatch dispatch;
+    Event begun;
+    std::atomic<bool> hasEnded{false};
+    auto watch = LinuxConfigurationWatch::make(SystemRoot(tree.path()), dispatch, [&] {
+        begun.happened();
+        for (int turn = 0; turn < 1000; ++turn)
+            std::this_thread::yield();
+        hasEnded = true;
+    });
+    EXPECT_TRUE(watch->setNotificationKeys({"State:/Network/Global/DNS"}));
+    watch->schedule();
+    dispatch.backgroundQueue()->async([] {});
+    tree.write("etc/resolv.conf", "nameserver 192.0.2.54\n");
+    EXPECT_TRUE(begun.await());
+    watch.reset();
+    EXPECT_TRUE(hasEnded);
+}
+
 TEST(LinuxConfigurationWatch, CallsNoMoreOnceItIsReleased) {
     const TemporaryFolder tree;
     tree.write("etc/resolv.conf", "nameserver 192.0.2.53\n");
