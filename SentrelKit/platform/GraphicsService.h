@@ -18,8 +18,9 @@ public:
     /// "device-id" (bytes) and, where it is known, "model" (bytes of UTF-8 text).
     [[nodiscard]] virtual std::optional<std::vector<PropertyList::Dictionary>> pciDevices() = 0;
 
-    /// The "device-id" of the device that drives the main display; absent also when there is no display.
-    [[nodiscard]] virtual std::optional<PropertyList::Bytes> activeDeviceID() = 0;
+    /// Puts the "device-id" of the device that drives the main display into the caller's bytes. False, the bytes as
+    /// they were, on failure, and also when there is no display.
+    [[nodiscard]] virtual bool activeDeviceID(PropertyList::Bytes& deviceID) = 0;
 };
 
 } // namespace sentrel::platform

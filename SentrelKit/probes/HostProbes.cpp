@@ -9,6 +9,7 @@
 #include <SentrelKit/probes/SystemManager.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace sentrel::probes {
 
@@ -82,7 +83,12 @@ const char* _getCPUBrand() {
 }
 
 std::optional<PropertyList::Bytes> _getActiveGPUDeviceID() {
-    return platform::current().graphics().activeDeviceID();
+    PropertyList::Bytes deviceID;
+    return _getActiveGPUDeviceID(deviceID) ? std::optional(std::move(deviceID)) : std::nullopt;
+}
+
+bool _getActiveGPUDeviceID(PropertyList::Bytes& deviceID) {
+    return platform::current().graphics().activeDeviceID(deviceID);
 }
 
 int _getMEMData(MEMData* data) {

@@ -57,6 +57,10 @@ SENTREL_API const char* _getCPUBrand();
 /// The "device-id" of the graphics processor that drives the main display; absent if there is none. Any thread.
 [[nodiscard]] SENTREL_API std::optional<PropertyList::Bytes> _getActiveGPUDeviceID();
 
+/// The same into the caller's bytes, which need no memory once they have room; false, the bytes as they were, if there
+/// is none. Any thread.
+[[nodiscard]] SENTREL_API bool _getActiveGPUDeviceID(PropertyList::Bytes& deviceID);
+
 /// Fills the record and returns 1. If memory cannot be read: one line on the standard error stream, the record
 /// untouched, 0. Any thread.
 SENTREL_API int _getMEMData(MEMData* data);

@@ -56,9 +56,7 @@ void GPU::find() {
 }
 
 void GPU::update() {
-    const std::optional<PropertyList::Bytes> active = probes::_getActiveGPUDeviceID();
-    const bool isDiscrete = active && discrete_ && *active == discrete_->deviceID;
-    current_.setValue(isDiscrete ? discrete_ : integrated_);
+    isDiscrete_ = probes::_getActiveGPUDeviceID(active_) && discrete_ && active_ == discrete_->deviceID;
 }
 
 std::string GPU::name() const {

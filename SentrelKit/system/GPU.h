@@ -3,9 +3,9 @@
 /// The machine's graphics processors.
 
 #include <SentrelKit/Export.h>
-#include <SentrelKit/system/Mutex/Atomic.h>
 #include <SentrelKit/system/SystemResource.h>
 
+#include <atomic>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -16,7 +16,7 @@ namespace sentrel {
 /// The model of the graphics processors. The registry owns the one instance and, on a machine that has both an
 /// integrated and a discrete one, samples it every 1.1 seconds on request.
 ///
-/// Getters answer from any thread, `current` and what depends on it under a short lock. Source: the platform's
+/// Getters answer from any thread without a lock. Source: the platform's
 /// GraphicsService; on Linux the PCI devices and graphics cards of /sys, with names from the hardware database.
 class SENTREL_API GPU final : public SystemResource {
 public:
@@ -31,7 +31,7 @@ public:
 
     [[nodiscard]] SystemResourceType type() const noexcept override { return SystemResourceType::gpu; }
 
-    /// Asks which processor drives the main display.
+    /// Asks which processor drives the main display. One thread at a time.
     void update() override;
 
     /// The display controller whose name contains "Intel", and the one whose name does not; the last one of each kind.
@@ -40,7 +40,7 @@ public:
 
     /// The one that drove the main display at the last update: the discrete one if it is known to, else the integrated
     /// one.
-    [[nodiscard]] std::optional<Processor> current() const { return current_.value(); }
+    [[nodiscard]] std::optional<Processor> current() const { return isDiscrete_ ? discrete_ : integrated_; }
 
     /// The name of the current one; empty without one.
     [[nodiscard]] std::string name() const;
@@ -57,7 +57,8 @@ private:
 
     std::optional<Processor> integrated_;
     std::optional<Processor> discrete_;
-    Atomic<std::optional<Processor>> current_;
+    std::atomic<bool> isDiscrete_{false}; // the current one
+    std::vector<std::uint8_t> active_;    // of the sampling thread alone
 };
 
 } // namespace sentrel

@@ -1,12 +1,11 @@
 #include "Allocations.h"
 
-#include <atomic>
 #include <cstdlib>
 #include <new>
 
 namespace {
 
-std::atomic<std::size_t> count{0};
+thread_local std::size_t count = 0;
 
 } // namespace
 

@@ -1,6 +1,6 @@
 #include <SentrelKit/system/Signal.h>
 
-#include "tests/support/Sanitizers.h"
+#include "tests/support/Allocations.h"
 
 #include <SentrelKit/platform/scripted/ScriptedPlatform.h>
 
@@ -14,36 +14,8 @@
 #include <thread>
 #include <vector>
 
-namespace {
-
-std::atomic<std::size_t> allocations{0};
-
-} // namespace
-
-// The address and the thread sanitizer bring their own of these, for every form there is, and cannot do without.
-#if !__has_feature(thread_sanitizer) && !__has_feature(address_sanitizer)
-#define COUNTS_ALLOCATIONS 1
-/// Counts what the program takes from the heap.
-void* operator new(std::size_t size) {
-    ++allocations;
-    if (void* memory = std::malloc(size))
-        return memory;
-    throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
-#else
-#define COUNTS_ALLOCATIONS 0
-#endif
-
 namespace sentrel {
 namespace {
-
-constexpr bool countsAllocations = COUNTS_ALLOCATIONS;
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -626,14 +598,14 @@ TEST_F(SignalTest, AFireWithoutDeadOwnersAllocatesNothing) {
     int sum = 0;
     for (int i = 0; i < 100; ++i)
         signal.listen(owner, [&sum](int value) { sum += value; })->filter([](int value) { return value > 0; });
-    const std::size_t before = allocations;
+    const std::size_t before = allocations();
     for (int i = 0; i < 10; ++i)
         signal.fire(i);
-    const std::size_t after = allocations;
+    const std::size_t after = allocations();
     EXPECT_EQ(after, before);
     EXPECT_EQ(sum, 4500);
     signal.listen(owner, [](int) {});
-    EXPECT_GT(allocations, after) << "the count works";
+    EXPECT_GT(allocations(), after) << "the count works";
 }
 
 TEST_F(SignalTest, AHandleMayOutliveItsChannel) {

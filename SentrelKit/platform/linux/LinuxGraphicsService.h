@@ -3,7 +3,7 @@
 #include <SentrelKit/platform/GraphicsService.h>
 #include <SentrelKit/platform/linux/SystemRoot.h>
 
-#include <utility>
+#include <string>
 
 namespace sentrel::platform {
 
@@ -12,13 +12,15 @@ namespace sentrel::platform {
 /// boot display if that has a connected connector (or nothing has), else on the first card that has one.
 class LinuxGraphicsService final : public GraphicsService {
 public:
-    explicit LinuxGraphicsService(SystemRoot root = SystemRoot()) : root_(std::move(root)) {}
+    explicit LinuxGraphicsService(SystemRoot root = SystemRoot());
 
     std::optional<std::vector<PropertyList::Dictionary>> pciDevices() override;
-    std::optional<PropertyList::Bytes> activeDeviceID() override;
+    bool activeDeviceID(PropertyList::Bytes& deviceID) override;
 
 private:
     const SystemRoot root_;
+    const std::string cardsFolder_;
+    const std::string devicesFolder_;
 };
 
 } // namespace sentrel::platform

@@ -19,10 +19,12 @@ public:
             errno = failure;
         return pciDevicesValue;
     }
-    std::optional<PropertyList::Bytes> activeDeviceID() override {
-        if (!activeDeviceIDValue)
+    bool activeDeviceID(PropertyList::Bytes& deviceID) override {
+        if (activeDeviceIDValue)
+            deviceID = *activeDeviceIDValue;
+        else
             errno = failure;
-        return activeDeviceIDValue;
+        return activeDeviceIDValue.has_value();
     }
 };
 

@@ -3,6 +3,7 @@
 #include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
+#include <optional>
 #include <string>
 
 namespace sentrel::platform {
@@ -52,6 +53,11 @@ protected:
                      "8086  Intel Corporation\n\t3ea0  WhiskeyLake-U GT2 [UHD Graphics 620]\n");
     }
 
+    std::optional<Bytes> activeDeviceID() {
+        Bytes deviceID;
+        return service.activeDeviceID(deviceID) ? std::optional(deviceID) : std::nullopt;
+    }
+
     TemporaryFolder folder;
     LinuxGraphicsService service{SystemRoot(folder.path())};
 };
@@ -94,7 +100,7 @@ TEST_F(LinuxGraphics, FailsWithoutAPciBus) {
     errno = 0;
     EXPECT_FALSE(service.pciDevices());
     EXPECT_EQ(errno, ENOENT);
-    EXPECT_FALSE(service.activeDeviceID());
+    EXPECT_FALSE(activeDeviceID());
     EXPECT_EQ(errno, ENODEV);
 }
 
@@ -102,11 +108,11 @@ TEST_F(LinuxGraphics, TakesTheCardWithTheConnectedDisplay) {
     laptop();
     connector("card0-eDP-1", "disconnected");
     connector("card1-HDMI-A-1", "connected");
-    EXPECT_EQ(service.activeDeviceID(), nvidiaID);
+    EXPECT_EQ(activeDeviceID(), nvidiaID);
     connector("card0-eDP-1", "connected");
-    EXPECT_EQ(service.activeDeviceID(), intelID); // both: the boot display's is the main one
+    EXPECT_EQ(activeDeviceID(), intelID); // both: the boot display's is the main one
     connector("card1-HDMI-A-1", "disconnected");
-    EXPECT_EQ(service.activeDeviceID(), intelID);
+    EXPECT_EQ(activeDeviceID(), intelID);
 }
 
 TEST_F(LinuxGraphics, TakesTheFirstConnectedCardWhereNeitherBooted) {
@@ -114,25 +120,42 @@ TEST_F(LinuxGraphics, TakesTheFirstConnectedCardWhereNeitherBooted) {
     device("0000:00:02.0", "0x030000", "0x8086", "0x3ea0", "0");
     connector("card0-eDP-1", "connected");
     connector("card1-HDMI-A-1", "connected");
-    EXPECT_EQ(service.activeDeviceID(), intelID);
+    EXPECT_EQ(activeDeviceID(), intelID);
 }
 
 TEST_F(LinuxGraphics, KeepsTheConnectorsOfCardsOneAndTenApart) {
     laptop();
     connector("card10-HDMI-A-1", "connected");
-    EXPECT_EQ(service.activeDeviceID(), intelID); // no card 10: the boot display
+    EXPECT_EQ(activeDeviceID(), intelID); // no card 10: the boot display
     connector("card1-HDMI-A-1", "connected");
-    EXPECT_EQ(service.activeDeviceID(), nvidiaID);
+    EXPECT_EQ(activeDeviceID(), nvidiaID);
+}
+
+TEST_F(LinuxGraphics, FindsTheDisplayAmongMoreConnectorsThanOneReadingHolds) {
+    laptop();
+    for (int number = 0; number < 300; ++number)
+        connector("card0-" + std::string(60, 'D') + std::to_string(number), "disconnected");
+    connector("card1-HDMI-A-1", "connected");
+    EXPECT_EQ(activeDeviceID(), nvidiaID);
+}
+
+TEST_F(LinuxGraphics, LeavesTheBytesAsTheyWereWithoutADisplay) {
+    Bytes deviceID{7};
+    EXPECT_FALSE(service.activeDeviceID(deviceID));
+    EXPECT_EQ(deviceID, Bytes{7});
+    laptop();
+    EXPECT_TRUE(service.activeDeviceID(deviceID));
+    EXPECT_EQ(deviceID, intelID);
 }
 
 TEST_F(LinuxGraphics, FallsBackToTheBootDisplay) {
     laptop();
     connector("card0-eDP-1", "unknown");
-    EXPECT_EQ(service.activeDeviceID(), intelID);
+    EXPECT_EQ(activeDeviceID(), intelID);
     folder.remove("sys/class/drm");
-    EXPECT_EQ(service.activeDeviceID(), intelID);
+    EXPECT_EQ(activeDeviceID(), intelID);
     device("0000:00:02.0", "0x030000", "0x8086", "0x3ea0", "0");
-    EXPECT_FALSE(service.activeDeviceID());
+    EXPECT_FALSE(activeDeviceID());
 }
 
 } // namespace
