@@ -138,9 +138,10 @@ public:
     bool submit(const std::shared_ptr<Reachability>& reachability) {
         {
             const LockScope scope(lock_);
-            if (std::find(underWay_.begin(), underWay_.end(), reachability) != underWay_.end())
+            const Check check{reachability, ForkGate::generation()};
+            if (std::find(underWay_.begin(), underWay_.end(), check) != underWay_.end())
                 return false;
-            underWay_.push_back(reachability);
+            underWay_.push_back(check);
         }
         Timer::onBackground([checked = reachability.get()] {
             const Ending ending{checked};
@@ -150,6 +151,12 @@ public:
     }
 
 private:
+    struct Check {
+        std::shared_ptr<Reachability> reachability;
+        unsigned generation; // a check that ran at a fork ends in the parent alone
+        friend bool operator==(const Check&, const Check&) = default;
+    };
+
     struct Ending {
         const Reachability* checked;
         ~Ending() { shared().end(checked); }
@@ -159,13 +166,13 @@ private:
         std::shared_ptr<Reachability> ended; // may be the last to hold it: released outside the lock
         const LockScope scope(lock_);
         const auto place = std::find_if(underWay_.begin(), underWay_.end(),
-                                        [checked](const auto& each) { return each.get() == checked; });
-        ended = std::move(*place);
+                                        [checked](const Check& each) { return each.reachability.get() == checked; });
+        ended = std::move(place->reachability);
         underWay_.erase(place);
     }
 
     Lock lock_;
-    std::vector<std::shared_ptr<Reachability>> underWay_ SENTREL_GUARDED_BY(lock_);
+    std::vector<Check> underWay_ SENTREL_GUARDED_BY(lock_);
 };
 
 /// What the configuration watch reports.

@@ -1,5 +1,6 @@
 #include <SentrelKit/system/Network.h>
 
+#include "tests/support/Allocations.h"
 #include "tests/support/Await.h"
 #include "tests/support/EchoHostGuard.h"
 #include "tests/support/EchoServer.h"
@@ -394,6 +395,23 @@ TEST_F(NetworkTest, MayGoWhileACheckIsStillToRun) {
     machine_->dispatch().runPending();
     machine_->network().change();
     machine_->dispatch().runPending();
+}
+
+// The sample that submits a check took memory for it.
+TEST_F(NetworkTest, SamplesWithoutAllocatingAlsoWhereItSubmitsACheck) {
+    samples(64); // what the queue keeps for the next closures is there then
+    std::size_t taken = 0;
+    for (int round = 0; round < 64; ++round) {
+        lan().bytesIn += 100;
+        machine_->advance(interval);
+        const std::size_t before = allocations();
+        model().update();
+        taken += allocations() - before;
+        machine_->dispatch().runPending();
+    }
+    if (countsAllocations) {
+        EXPECT_EQ(taken, 0U);
+    }
 }
 
 // Each sample after one without an interface submitted one more check, whether or not the one before had ended.

@@ -110,7 +110,7 @@ bool ScriptedNetworkService::listInterfaces(const std::function<void(const Inter
         return false;
     }
     for (const ScriptedInterface& entry : interfaces) {
-        const std::vector<SocketAddress> addresses(entry.addresses.begin(), entry.addresses.end());
+        addresses_.assign(entry.addresses.begin(), entry.addresses.end());
         InterfaceInfo info;
         info.name = entry.name;
         info.index = entry.index;
@@ -119,7 +119,7 @@ bool ScriptedNetworkService::listInterfaces(const std::function<void(const Inter
         info.hardwareAddress = entry.hardwareAddress;
         info.bytesIn = entry.bytesIn;
         info.bytesOut = entry.bytesOut;
-        info.addresses = addresses;
+        info.addresses = addresses_;
         each(info);
     }
     return true;

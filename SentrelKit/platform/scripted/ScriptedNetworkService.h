@@ -71,6 +71,7 @@ private:
 
     ScriptedDispatch& dispatch_;
     std::vector<std::weak_ptr<Listener>> listeners_;
+    std::vector<SocketAddress> addresses_; ///< of the interface that is being listed
 };
 
 } // namespace sentrel::platform
