@@ -17,9 +17,9 @@ namespace {
 constexpr std::string_view noInternet = "No Internet";
 constexpr std::int64_t samplesBetweenChecks = 31;
 
-// Bytes per second between two readings of a counter. A counter that runs backwards was restarted; it has no rate.
+// Bytes per second between two readings of a counter; negative for one that went back.
 double rate(std::int64_t now, std::int64_t before, std::int64_t milliseconds) noexcept {
-    return static_cast<double>(std::max<std::int64_t>(now - before, 0)) * 1000 / static_cast<double>(milliseconds);
+    return static_cast<double>(now - before) * 1000 / static_cast<double>(milliseconds);
 }
 
 void setRate(std::atomic<double>& figure, std::atomic<double>& peak, double value) noexcept {

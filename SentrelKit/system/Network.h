@@ -33,7 +33,13 @@ public:
         internet ///< the Internet can be reached
     };
 
-    /// One interface. The object stays the same while the interface is there; one that comes back, or is made anew
+    /// One interface.
+    ///
+    /// Rates follow one rule here and for volumes: (counter now - counter before) * 1000 / milliseconds between the two
+    /// samples, where that time is more than 0; else they stay. Nothing is smoothed or clamped: a counter that went
+    /// back gives one negative rate. A peak is the highest rate so far, at least 0.
+    ///
+    /// The object stays the same while the interface is there; one that comes back, or is made anew
     /// under its old name, is a new object. A new object has rates and peaks 0, texts empty and flags false.
     class SENTREL_API Interface {
     public:
