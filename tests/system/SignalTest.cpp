@@ -5,10 +5,8 @@
 #include <SentrelKit/platform/scripted/ScriptedPlatform.h>
 
 #include <atomic>
-#include <cstdlib>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <new>
 #include <stdexcept>
 #include <string>
 #include <thread>
