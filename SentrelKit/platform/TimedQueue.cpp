@@ -16,11 +16,7 @@ std::int64_t addWithoutOverflow(std::int64_t a, std::int64_t b) noexcept {
 } // namespace
 
 TimedQueue::Ticker::Ticker(std::int64_t interval, Work tick)
-    : interval_(std::max<std::int64_t>(interval, 1)), tick_(std::make_shared<const Work>(std::move(tick))) {}
-
-void TimedQueue::push(Work work) {
-    ready_.push_back(std::move(work));
-}
+    : interval_(std::max<std::int64_t>(interval, 1)), tick_(std::move(tick)) {}
 
 void TimedQueue::pushAt(std::int64_t deadline, Work work) {
     schedule_.emplace(deadline, Entry{std::move(work), nullptr});
@@ -41,43 +37,55 @@ void TimedQueue::suspend(const std::shared_ptr<Ticker>& ticker) {
 }
 
 std::optional<TimedQueue::Job> TimedQueue::take(std::int64_t now) {
-    Job job;
-    if (!ready_.empty()) {
-        job.work_ = std::move(ready_.front());
-        ready_.pop_front();
-        return job;
-    }
     const auto due = schedule_.begin();
     if (due == schedule_.end() || due->first > now)
         return std::nullopt;
-    job.work_ = std::move(due->second.work);
-    job.ticker_ = std::move(due->second.ticker);
-    schedule_.erase(due);
-    if (Ticker* ticker = job.ticker_.get()) {
+    if (const std::shared_ptr<Ticker>& ticker = due->second.ticker) {
+        running_.push_back(ticker);
         ticker->waiting_ = false;
         ticker->running_ = true;
         // Deadlines stay on the grid of the first one; those that have passed already merge into this tick.
         const std::int64_t missed = (now - ticker->deadline_) / ticker->interval_;
         ticker->deadline_ = addWithoutOverflow(ticker->deadline_ + missed * ticker->interval_, ticker->interval_);
-        job.tick_ = ticker->tick_;
     }
+    Job job;
+    job.entry_ = schedule_.extract(due);
     return job;
 }
 
 void TimedQueue::finished(Job& job) {
-    if (!job.ticker_)
+    const std::shared_ptr<Ticker> ticker = job.entry_.mapped().ticker;
+    if (!ticker)
         return;
-    job.ticker_->running_ = false;
-    if (job.ticker_->resumed_)
-        schedule(job.ticker_);
+    running_.erase(std::find(running_.begin(), running_.end(), ticker));
+    ticker->running_ = false;
+    if (!ticker->resumed_)
+        return;
+    ticker->waiting_ = true;
+    job.entry_.key() = ticker->deadline_;
+    schedule_.insert(std::move(job.entry_));
 }
 
-std::optional<std::int64_t> TimedQueue::nextDeadline(std::int64_t now) const {
-    if (!ready_.empty())
-        return now;
+void TimedQueue::abandonJobs() {
+    for (const auto& ticker : running_) {
+        ticker->running_ = false;
+        if (ticker->resumed_)
+            schedule(ticker);
+    }
+    running_.clear();
+}
+
+std::optional<std::int64_t> TimedQueue::nextDeadline() const {
     if (schedule_.empty())
         return std::nullopt;
     return schedule_.begin()->first;
+}
+
+std::optional<std::int64_t> TimedQueue::nextDeadlineAfter(std::int64_t now) const {
+    const auto next = schedule_.upper_bound(now);
+    if (next == schedule_.end())
+        return std::nullopt;
+    return next->first;
 }
 
 void TimedQueue::schedule(const std::shared_ptr<Ticker>& ticker) {

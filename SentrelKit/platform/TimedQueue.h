@@ -1,17 +1,22 @@
 #pragma once
 
-/// The bookkeeping of a queue on a clock: closures that are ready, closures and timer ticks that come due. It holds no
-/// lock, no thread and no clock; its owner passes the time in (nanoseconds of any clock that never steps back) and
-/// guards every call with one lock.
+/// The bookkeeping of a queue on a clock: closures and timer ticks, each with the moment from which on it may run. It
+/// holds no lock, no thread and no clock; its owner passes the time in (nanoseconds of any clock that never steps back)
+/// and guards every call with one lock.
+///
+/// A closure that is ready at once counts as due at the moment it came, so everything goes by one rule: first due,
+/// first run. A closure that posts itself again and again thus never gets ahead of a timer, nor a timer whose tick
+/// takes longer than its interval ahead of a closure.
 
 #include <SentrelKit/Export.h>
 
 #include <cstdint>
-#include <deque>
 #include <functional>
 #include <map>
 #include <memory>
 #include <optional>
+#include <utility>
+#include <vector>
 
 namespace sentrel::platform {
 
@@ -27,26 +32,37 @@ public:
     private:
         friend class TimedQueue;
         std::int64_t interval_;
-        std::shared_ptr<const Work> tick_;
+        Work tick_;
         bool resumed_ = false;
         bool running_ = false;
         bool waiting_ = false; ///< stands in the schedule at deadline_
         std::int64_t deadline_ = 0;
     };
 
-    /// One closure to run now, outside the owner's lock; afterwards `finished` takes it back.
+private:
+    struct Entry {
+        Work work;
+        std::shared_ptr<Ticker> ticker;
+    };
+    using Schedule = std::multimap<std::int64_t, Entry>; // equal deadlines keep the order in which they were made
+
+public:
+    /// One closure to run now, outside the owner's lock; afterwards `finished` takes it back. Whatever it still holds
+    /// then is released with it: outside the lock too.
     class Job {
     public:
-        void run() const { ticker_ ? (*tick_)() : work_(); }
+        void run() const {
+            const Entry& entry = entry_.mapped();
+            (entry.ticker ? entry.ticker->tick_ : entry.work)();
+        }
 
     private:
         friend class TimedQueue;
-        Work work_;
-        std::shared_ptr<Ticker> ticker_;
-        std::shared_ptr<const Work> tick_;
+        Schedule::node_type entry_; // goes back into the schedule as it is: a tick allocates nothing
     };
 
-    void push(Work work);
+    /// A closure that may run from now on.
+    void push(std::int64_t now, Work work) { pushAt(now, std::move(work)); }
     void pushAt(std::int64_t deadline, Work work);
 
     /// The first tick comes one whole interval after now. A resumed ticker stays as it is.
@@ -55,28 +71,30 @@ public:
     /// No new tick begins. Also what cancelling and releasing do.
     void suspend(const std::shared_ptr<Ticker>& ticker);
 
-    /// The next thing to run at `now`, if any: ready closures first in their order, then what is due, earliest first.
+    /// What is due at `now` and was due first, if anything.
     [[nodiscard]] std::optional<Job> take(std::int64_t now);
 
     /// Ends a job: a ticker that is still resumed waits for its next deadline.
     void finished(Job& job);
 
-    /// The time at which there is something to take: now if a closure is ready, else the earliest deadline, if any.
-    [[nodiscard]] std::optional<std::int64_t> nextDeadline(std::int64_t now) const;
+    /// Gives up the jobs that have not finished, whose threads are no more: their tickers wait for their next
+    /// deadlines.
+    void abandonJobs();
 
-    [[nodiscard]] bool empty() const noexcept { return ready_.empty() && schedule_.empty(); }
+    /// The earliest deadline, if any. It may have passed.
+    [[nodiscard]] std::optional<std::int64_t> nextDeadline() const;
+
+    /// The earliest deadline that has not passed.
+    [[nodiscard]] std::optional<std::int64_t> nextDeadlineAfter(std::int64_t now) const;
+
+    [[nodiscard]] bool empty() const noexcept { return schedule_.empty(); }
 
 private:
-    struct Entry {
-        Work work;
-        std::shared_ptr<Ticker> ticker;
-    };
-
     void schedule(const std::shared_ptr<Ticker>& ticker);
     void unschedule(const std::shared_ptr<Ticker>& ticker);
 
-    std::deque<Work> ready_;
-    std::multimap<std::int64_t, Entry> schedule_; // equal deadlines keep the order in which they were made
+    Schedule schedule_;
+    std::vector<std::shared_ptr<Ticker>> running_;
 };
 
 } // namespace sentrel::platform

@@ -1,5 +1,7 @@
 #include <SentrelKit/platform/TimedQueue.h>
 
+#include "tests/support/Allocations.h"
+
 #include <gtest/gtest.h>
 
 #include <limits>
@@ -22,8 +24,8 @@ void runDue(TimedQueue& queue, std::int64_t now) {
 TEST(TimedQueue, RunsReadyClosuresInTheirOrder) {
     TimedQueue queue;
     std::string order;
-    queue.push([&] { order += "a"; });
-    queue.push([&] { order += "b"; });
+    queue.push(0, [&] { order += "a"; });
+    queue.push(0, [&] { order += "b"; });
     runDue(queue, 0);
     EXPECT_EQ(order, "ab");
     EXPECT_TRUE(queue.empty());
@@ -37,16 +39,96 @@ TEST(TimedQueue, RunsWhatIsDueEarliestFirstAndEqualDeadlinesInTheirOrder) {
     queue.pushAt(10, [&] { order += "b"; });
     runDue(queue, 9);
     EXPECT_EQ(order, "");
-    EXPECT_EQ(queue.nextDeadline(9), 10);
+    EXPECT_EQ(queue.nextDeadline(), 10);
     runDue(queue, 20);
     EXPECT_EQ(order, "abc");
+}
+
+// Closures that were ready always went before what was due.
+TEST(TimedQueue, WhatWasDueFirstRunsFirstClosuresThatWereReadyAtOnceAmongThem) {
+    TimedQueue queue;
+    std::string order;
+    const auto ticker = std::make_shared<Ticker>(10, [&] { order += "t"; });
+    queue.resume(ticker, 0);
+    queue.push(12, [&] { order += "c"; });
+    queue.pushAt(11, [&] { order += "b"; });
+    queue.push(9, [&] { order += "a"; });
+    runDue(queue, 12);
+    EXPECT_EQ(order, "atbc");
+}
+
+TEST(TimedQueue, AClosureThatPostsItselfForEverDoesNotHoldUpATicker) {
+    TimedQueue queue;
+    int ticks = 0;
+    std::int64_t now = 0;
+    const auto ticker = std::make_shared<Ticker>(100, [&] { ++ticks; });
+    queue.resume(ticker, now);
+    TimedQueue::Work again = [&] { queue.push(now, again); };
+    queue.push(now, again);
+    for (int i = 0; i < 1000; ++i, ++now) {
+        auto job = queue.take(now);
+        ASSERT_TRUE(job);
+        job->run();
+        queue.finished(*job);
+    }
+    EXPECT_EQ(ticks, 9);
+}
+
+TEST(TimedQueue, ATickThatTakesLongerThanItsIntervalDoesNotHoldUpClosures) {
+    TimedQueue queue;
+    std::int64_t now = 0;
+    std::string order;
+    const auto ticker = std::make_shared<Ticker>(16, [&] {
+        order += "t";
+        now += 20;
+    });
+    queue.resume(ticker, now);
+    now = 16;
+    queue.push(now + 1, [&] { order += "a"; });
+    for (int i = 0; i < 3; ++i) {
+        auto job = queue.take(now);
+        ASSERT_TRUE(job);
+        job->run();
+        queue.finished(*job);
+    }
+    EXPECT_EQ(order, "tat");
+}
+
+TEST(TimedQueue, TellsTheNextDeadlineThatHasNotPassed) {
+    TimedQueue queue;
+    EXPECT_EQ(queue.nextDeadlineAfter(0), std::nullopt);
+    queue.push(5, [] {});
+    queue.pushAt(20, [] {});
+    EXPECT_EQ(queue.nextDeadline(), 5);
+    EXPECT_EQ(queue.nextDeadlineAfter(5), 20);
+    EXPECT_EQ(queue.nextDeadlineAfter(20), std::nullopt);
+}
+
+TEST(TimedQueue, AnAbandonedTickWaitsForItsNextDeadline) {
+    TimedQueue queue;
+    int ticks = 0;
+    const auto ticker = std::make_shared<Ticker>(100, [&] { ++ticks; });
+    const auto suspended = std::make_shared<Ticker>(100, [&] { ++ticks; });
+    queue.resume(ticker, 0);
+    queue.resume(suspended, 0);
+    const auto lost = queue.take(100);
+    const auto other = queue.take(100);
+    ASSERT_TRUE(lost && other);
+    queue.suspend(suspended);
+    EXPECT_TRUE(queue.empty());
+    queue.abandonJobs();
+    EXPECT_EQ(queue.nextDeadline(), 200);
+    runDue(queue, 200);
+    EXPECT_EQ(ticks, 1);
+    queue.suspend(ticker);
+    EXPECT_TRUE(queue.empty());
 }
 
 TEST(TimedQueue, ATickerFirstTicksOneWholeIntervalAfterItIsResumed) {
     TimedQueue queue;
     int ticks = 0;
     const auto ticker = std::make_shared<Ticker>(100, [&] { ++ticks; });
-    EXPECT_EQ(queue.nextDeadline(0), std::nullopt);
+    EXPECT_EQ(queue.nextDeadline(), std::nullopt);
     queue.resume(ticker, 7);
     runDue(queue, 106);
     EXPECT_EQ(ticks, 0);
@@ -88,7 +170,7 @@ TEST(TimedQueue, DeadlinesDoNotDriftOverTenThousandLateTicks) {
     queue.resume(ticker, 0);
     for (int i = 1; i <= 10'000; ++i) {
         const std::int64_t deadline = std::int64_t{i} * 1'100'000'000;
-        ASSERT_EQ(queue.nextDeadline(now), deadline);
+        ASSERT_EQ(queue.nextDeadline(), deadline);
         now = deadline + (i * 7919) % 1'000'000'000; // each tick comes late by something else
         runDue(queue, now);
     }
@@ -102,7 +184,7 @@ TEST(TimedQueue, TicksThatWereMissedMergeIntoOne) {
     queue.resume(ticker, 0);
     runDue(queue, 550);
     EXPECT_EQ(ticks, 1);
-    EXPECT_EQ(queue.nextDeadline(550), 600);
+    EXPECT_EQ(queue.nextDeadline(), 600);
 }
 
 TEST(TimedQueue, ATickDoesNotOverlapItselfAndComesOnceRightAfterALongOne) {
@@ -117,7 +199,7 @@ TEST(TimedQueue, ATickDoesNotOverlapItselfAndComesOnceRightAfterALongOne) {
     queue.finished(*running);
     runDue(queue, 360);
     EXPECT_EQ(ticks, 2) << "the two that were missed came as one";
-    EXPECT_EQ(queue.nextDeadline(360), 400);
+    EXPECT_EQ(queue.nextDeadline(), 400);
 }
 
 TEST(TimedQueue, TicksOfTwoTickersMayRunAtTheSameTime) {
@@ -155,14 +237,32 @@ TEST(TimedQueue, ATickerSuspendedAndResumedDuringItsTickWaitsAWholeInterval) {
     queue.resume(ticker, 150);
     EXPECT_FALSE(queue.take(1000)) << "it still runs";
     queue.finished(*running);
-    EXPECT_EQ(queue.nextDeadline(1000), 250);
+    EXPECT_EQ(queue.nextDeadline(), 250);
+}
+
+// Each tick made a new entry of the schedule.
+TEST(TimedQueue, ATickAllocatesNothing) {
+    if (!countsAllocations)
+        GTEST_SKIP() << "allocations cannot be counted under the address and the thread sanitizer";
+    TimedQueue queue;
+    int ticks = 0;
+    const auto a = std::make_shared<Ticker>(100, [&] { ++ticks; });
+    const auto b = std::make_shared<Ticker>(130, [&] { ++ticks; });
+    queue.resume(a, 0);
+    queue.resume(b, 0);
+    runDue(queue, 130);
+    const std::size_t before = allocations();
+    for (std::int64_t now = 131; now < 2000; ++now)
+        runDue(queue, now);
+    EXPECT_EQ(allocations(), before);
+    EXPECT_GT(ticks, 20);
 }
 
 TEST(TimedQueue, AnIntervalBelowOneCountsAsOne) {
     TimedQueue queue;
     const auto ticker = std::make_shared<Ticker>(-5, [] {});
     queue.resume(ticker, 0);
-    EXPECT_EQ(queue.nextDeadline(0), 1);
+    EXPECT_EQ(queue.nextDeadline(), 1);
 }
 
 TEST(TimedQueue, AnIntervalPastTheEndOfTimeNeverTicks) {

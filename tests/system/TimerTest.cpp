@@ -4,6 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
+#include <stdexcept>
+#include <string>
+
 namespace sentrel {
 namespace {
 
@@ -115,6 +119,35 @@ TEST(Timer, CanBeReleasedFromInsideItsOwnTick) {
     timer->start();
     machine->advance(10);
     EXPECT_EQ(ticks, 1);
+}
+
+// Closures that were ready went before ticks that had been due for longer.
+TEST(Timer, ATickThatWasDueRunsBeforeAClosureThatCameLater) {
+    ScriptedMachine machine;
+    std::string order;
+    Timer busy(1.0, [&] {
+        order += "b";
+        Timer::onMain([&] { order += "c"; });
+    });
+    Timer other(1.0, [&] { order += "o"; });
+    busy.start();
+    other.start();
+    machine->advance(1);
+    EXPECT_EQ(order, "boc");
+}
+
+TEST(Timer, ATickThatThrowsIsHeardOfAndTheTimerTicksOn) {
+    ScriptedMachine machine;
+    int ticks = 0;
+    Timer timer(1.0, [&] {
+        if (++ticks == 1)
+            throw std::runtime_error("first tick");
+    });
+    timer.start();
+    EXPECT_THROW(machine->advance(10), std::runtime_error);
+    EXPECT_EQ(machine->dispatch().currentQueue(), nullptr);
+    machine->advance(1);
+    EXPECT_EQ(ticks, 2);
 }
 
 TEST(Timer, TicksOnTheMainQueueUnlessAskedOtherwise) {

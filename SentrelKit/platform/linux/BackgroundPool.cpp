@@ -85,7 +85,7 @@ void BackgroundPool::close(Lane& lane) {
 
 void BackgroundPool::push(Lane& lane, Work work) {
     const LockScope scope(lock_);
-    lane.queue.push(std::move(work));
+    lane.queue.push(monotonicNow(), std::move(work));
     use();
 }
 
@@ -238,7 +238,7 @@ std::optional<std::int64_t> BackgroundPool::nextDeadline(std::int64_t now) const
     for (const auto& lane : lanes_) {
         if (lane->busy)
             continue;
-        const auto next = lane->queue.nextDeadline(now);
+        const auto next = lane->queue.nextDeadline();
         if (next && (!earliest || *next < *earliest))
             earliest = next;
     }
@@ -275,7 +275,7 @@ void BackgroundPool::deliver(std::uint64_t id) {
     if (std::exchange(watch.running, true))
         watch.again = true;
     else
-        watchLane_->queue.push([this, served = entry->second] { serve(*served); });
+        watchLane_->queue.push(monotonicNow(), [this, served = entry->second] { serve(*served); });
 }
 
 // Calls back for one event, and once more for those that came meanwhile.

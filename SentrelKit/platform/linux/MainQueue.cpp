@@ -54,7 +54,7 @@ MainQueue::~MainQueue() {
 void MainQueue::async(std::function<void()> work) {
     {
         const LockScope scope(lock_);
-        queue_.push(std::move(work));
+        queue_.push(monotonicNow(), std::move(work));
     }
     wake();
 }
@@ -94,7 +94,7 @@ void MainQueue::run(double seconds) {
 int MainQueue::timeout() {
     const std::int64_t now = monotonicNow();
     const LockScope scope(lock_);
-    return pollTimeout(queue_.nextDeadline(now), now);
+    return pollTimeout(queue_.nextDeadline(), now);
 }
 
 void MainQueue::runReady() {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <utility>
 
 namespace sentrel::platform {
 
@@ -22,7 +23,7 @@ class ScriptedQueue final : public DispatchQueue, public std::enable_shared_from
 public:
     explicit ScriptedQueue(ScriptedClock& clock) : clock_(clock) {}
 
-    void async(std::function<void()> work) override { queue.push(std::move(work)); }
+    void async(std::function<void()> work) override { after(0, std::move(work)); }
 
     void after(std::int64_t nanoseconds, std::function<void()> work) override {
         queue.pushAt(clock_.monotonicNanoseconds() + std::max<std::int64_t>(nanoseconds, 0), std::move(work));
@@ -44,6 +45,29 @@ private:
 std::unique_ptr<RepeatingTimer> ScriptedQueue::makeTimer(std::int64_t nanoseconds, std::function<void()> tick) {
     return std::make_unique<QueueTimer<ScriptedQueue>>(shared_from_this(), nanoseconds, std::move(tick));
 }
+
+namespace {
+
+// The time in which a job runs; it ends also when the job throws.
+class Running {
+public:
+    Running(const DispatchQueue*& current, ScriptedQueue& queue, TimedQueue::Job& job)
+        : current_(current), outer_(std::exchange(current, &queue)), queue_(queue), job_(job) {}
+    ~Running() {
+        current_ = outer_;
+        queue_.queue.finished(job_);
+    }
+    Running(const Running&) = delete;
+    Running& operator=(const Running&) = delete;
+
+private:
+    const DispatchQueue*& current_;
+    const DispatchQueue* outer_;
+    ScriptedQueue& queue_;
+    TimedQueue::Job& job_;
+};
+
+} // namespace
 
 ScriptedDispatch::ScriptedDispatch(ScriptedClock& clock)
     : clock_(clock), main_(std::make_shared<ScriptedQueue>(clock)),
@@ -74,7 +98,7 @@ void ScriptedDispatch::advance(double seconds) {
             const std::shared_ptr<ScriptedQueue> queue = weak.lock();
             if (!queue)
                 continue;
-            const auto next = queue->queue.nextDeadline(clock_.monotonic_);
+            const auto next = queue->queue.nextDeadline();
             if (next && (*next < deadline || (!earliest && *next == deadline))) {
                 earliest = queue;
                 deadline = *next;
@@ -84,11 +108,8 @@ void ScriptedDispatch::advance(double seconds) {
             break;
         clock_.monotonic_ = std::max(clock_.monotonic_, deadline);
         if (auto job = earliest->queue.take(clock_.monotonic_)) {
-            const DispatchQueue* outer = running_;
-            running_ = earliest.get();
+            const Running running(running_, *earliest, *job);
             job->run();
-            running_ = outer;
-            earliest->queue.finished(*job);
         }
     }
     clock_.monotonic_ = std::max(clock_.monotonic_, end);

@@ -44,7 +44,8 @@ public:
     /// As `advance`.
     void runMain(double seconds) override { advance(seconds); }
 
-    /// Moves the clock on by so many seconds, running everything that comes due on the way at its time.
+    /// Moves the clock on by so many seconds, running everything that comes due on the way at its time. An exception of
+    /// a closure passes through; what else is due stays for the next call.
     void advance(double seconds);
 
     /// Runs what is ready at this moment, and what that makes ready, without moving the clock.
