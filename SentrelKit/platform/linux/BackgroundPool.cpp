@@ -1,73 +1,79 @@
 #include <SentrelKit/platform/linux/BackgroundPool.h>
 
+#include <SentrelKit/base/system/System.h>
 #include <SentrelKit/platform/linux/MonotonicTime.h>
+#include <SentrelKit/platform/linux/OwnThread.h>
 
 #include <algorithm>
 #include <array>
-#include <csignal>
+#include <cerrno>
+#include <chrono>
+#include <fcntl.h>
+#include <iterator>
 #include <limits>
 #include <pthread.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
-#include <system_error>
+#include <sys/timerfd.h>
+#include <unistd.h>
 #include <utility>
 
 namespace sentrel::platform {
 
 namespace {
 
-// One worker waits; the others are for samples that run at the same time and for a slow look-up beside them. Workers
-// start only when all others are busy.
-constexpr std::size_t maximumWorkers = 8;
+using SteadyClock = std::chrono::steady_clock;
 
 constexpr int backgroundNiceness = 10;
+
+constexpr std::chrono::seconds idleTime{2}; // a worker without work ends after it
 
 constexpr std::uint64_t wakerId = 0; // watches count from 1
 
 constexpr std::int64_t never = std::numeric_limits<std::int64_t>::max();
 
-// What a forked child cannot end properly, only let go: threads that exist in the parent alone.
-std::vector<std::thread>& abandonedWorkers() {
-    static std::vector<std::thread>& workers = *new std::vector<std::thread>;
-    return workers;
+// Each thread has a niceness; the process's own is that of its first one. Nobody gets ahead of it here, and a thread
+// that was started by a nicer one stays as that is.
+void lowerPriority() {
+    const auto thread = static_cast<id_t>(syscall(SYS_gettid));
+    const int host = getpriority(PRIO_PROCESS, static_cast<id_t>(getpid()));
+    const int inherited = getpriority(PRIO_PROCESS, thread);
+    setpriority(PRIO_PROCESS, thread, std::max({backgroundNiceness, host, inherited}));
 }
 
-// A worker takes none of the host's signals.
-class AllSignalsBlocked {
-public:
-    AllSignalsBlocked() {
-        sigset_t all;
-        sigfillset(&all);
-        pthread_sigmask(SIG_SETMASK, &all, &previous_);
-    }
-    ~AllSignalsBlocked() { pthread_sigmask(SIG_SETMASK, &previous_, nullptr); }
-    AllSignalsBlocked(const AllSignalsBlocked&) = delete;
-    AllSignalsBlocked& operator=(const AllSignalsBlocked&) = delete;
+void enter() {
+    lowerPriority();
+    pthread_setname_np(pthread_self(), "sentrel-bg");
+}
 
-private:
-    sigset_t previous_{};
-};
+// What a forked child cannot end properly, only let go: threads that exist in the parent alone.
+std::vector<std::thread>& abandonedThreads() {
+    static std::vector<std::thread>& threads = *new std::vector<std::thread>;
+    return threads;
+}
 
 } // namespace
 
-BackgroundPool::BackgroundPool() {
-    watchLane_ = makeLane(false);
-}
+BackgroundPool::BackgroundPool(RunLater runLater) : runLater_(std::move(runLater)) {}
 
 void BackgroundPool::stop() {
-    std::vector<std::thread> workers;
+    std::vector<std::thread> threads;
     {
         const LockScope scope(lock_);
         stopping_ = true;
-        workers.swap(workers_);
-        changed_.notify_all();
-        if (waker_)
-            eventfd_write(waker_.get(), 1);
+        threads.swap(threads_);
+        std::move(endedThreads_.begin(), endedThreads_.end(), std::back_inserter(threads));
+        endedThreads_.clear();
+        work_.notify_all();
+        keeper_.notify_all();
+        if (poller_.waker)
+            eventfd_write(poller_.waker.get(), 1);
+        setAlarm(1);
     }
-    for (std::thread& worker : workers)
-        worker.join();
+    for (std::thread& thread : threads)
+        thread.join();
 }
 
 std::shared_ptr<BackgroundPool::Lane> BackgroundPool::makeLane(bool serial) {
@@ -84,26 +90,32 @@ void BackgroundPool::close(Lane& lane) {
 }
 
 void BackgroundPool::push(Lane& lane, Work work) {
-    const LockScope scope(lock_);
-    lane.queue.push(monotonicNow(), std::move(work));
-    use();
+    pushAfter(lane, 0, std::move(work));
 }
 
 void BackgroundPool::pushAfter(Lane& lane, std::int64_t nanoseconds, Work work) {
-    const LockScope scope(lock_);
-    lane.queue.pushAt(monotonicDeadline(nanoseconds), std::move(work));
-    use();
+    Shortage shortage;
+    {
+        const LockScope scope(lock_);
+        lane.queue.pushAt(monotonicDeadline(nanoseconds), std::move(work));
+        shortage = use();
+    }
+    meet(shortage);
 }
 
 void BackgroundPool::resume(Lane& lane, const std::shared_ptr<TimedQueue::Ticker>& ticker) {
-    const LockScope scope(lock_);
-    lane.queue.resume(ticker, monotonicNow());
-    use();
+    Shortage shortage;
+    {
+        const LockScope scope(lock_);
+        tickQueue(lane).resume(ticker, monotonicNow());
+        shortage = use();
+    }
+    meet(shortage);
 }
 
 void BackgroundPool::suspend(Lane& lane, const std::shared_ptr<TimedQueue::Ticker>& ticker) {
     const LockScope scope(lock_);
-    lane.queue.suspend(ticker);
+    tickQueue(lane).suspend(ticker);
 }
 
 std::shared_ptr<BackgroundPool::Watch> BackgroundPool::watch(int descriptor, std::uint32_t events,
@@ -113,9 +125,9 @@ std::shared_ptr<BackgroundPool::Watch> BackgroundPool::watch(int descriptor, std
     watch->events = events;
     watch->ready = std::move(ready);
     const LockScope scope(lock_);
-    openPoller();
     watch->id = ++lastWatch_;
-    if (!arm(*watch, EPOLL_CTL_ADD))
+    // Without a poller the watch begins as soon as there is one.
+    if (openPoller() ? !arm(*watch, EPOLL_CTL_ADD) : fcntl(descriptor, F_GETFD) < 0)
         return nullptr;
     watches_.emplace(watch->id, watch);
     return watch;
@@ -124,148 +136,289 @@ std::shared_ptr<BackgroundPool::Watch> BackgroundPool::watch(int descriptor, std
 void BackgroundPool::endWatch(Watch& watch) {
     const LockScope scope(lock_);
     watch.ended = true;
-    if (watches_.erase(watch.id) != 0 && poller_)
-        epoll_ctl(poller_.get(), EPOLL_CTL_DEL, watch.descriptor, nullptr);
+    if (watches_.erase(watch.id) != 0 && poller_.events)
+        epoll_ctl(poller_.events.get(), EPOLL_CTL_DEL, watch.descriptor, nullptr);
+}
+
+void BackgroundPool::retry() {
+    Shortage shortage;
+    {
+        const LockScope scope(lock_);
+        retryAsked_ = false;
+        shortage = use();
+    }
+    meet(shortage);
 }
 
 void BackgroundPool::afterForkInChild() {
     const LockScope scope(lock_);
-    for (std::thread& worker : workers_)
-        abandonedWorkers().push_back(std::move(worker));
-    workers_.clear();
-    sleepers_ = 0;
-    led_ = false;
+    for (auto* threads : {&threads_, &endedThreads_}) {
+        std::move(threads->begin(), threads->end(), std::back_inserter(abandonedThreads()));
+        threads->clear();
+    }
+    ++term_;
+    keepers_ = blocked_ = workers_ = idleWorkers_ = 0;
+    kept_ = waiting_ = hasStandIn_ = workerComes_ = retryAsked_ = false;
+    callBound_.reset();
     // The poller is shared with the parent, and so are the descriptors it watches: what arrives there is the parent's.
-    poller_.reset();
-    waker_.reset();
+    poller_ = Poller();
+    for (const auto& [id, watch] : watches_)
+        watch->ended = true;
     watches_.clear();
-    for (const auto& lane : lanes_)
+    calls_.abandonJobs();
+    for (const auto& lane : lanes_) {
         lane->busy = false;
+        lane->queue.abandonJobs();
+    }
 }
 
-void BackgroundPool::openPoller() {
-    if (poller_)
-        return;
-    poller_.reset(epoll_create1(EPOLL_CLOEXEC));
-    waker_.reset(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+// Something was added: whoever shall serve it is there, or looks again.
+BackgroundPool::Shortage BackgroundPool::use() {
+    Shortage shortage;
+    if (stopping_)
+        return shortage;
+    openPoller();
+    if (needsWorker(monotonicNow()))
+        callWorker();
+    if (keepers_ == 0)
+        startKeeper();
+    hurryKeeper();
+    shortage.report = std::exchange(report_, {});
+    shortage.runLater = keepers_ == 0 && !std::exchange(retryAsked_, true);
+    return shortage;
+}
+
+void BackgroundPool::meet(const Shortage& shortage) {
+    if (!shortage.report.empty())
+        System_error("%s", shortage.report.c_str());
+    if (shortage.runLater && runLater_)
+        runLater_(retryInterval, [pool = weak_from_this()] {
+            if (const auto self = pool.lock())
+                self->retry();
+        });
+}
+
+void BackgroundPool::report() {
+    const std::string text = std::exchange(report_, {});
+    lock_.unlock();
+    System_error("%s", text.c_str());
+    lock_.lock();
+}
+
+// Keeps what is to be told of a shortage, once until it is over.
+bool BackgroundPool::had(bool isHad, bool& isShort, const char* what) {
+    if (!isHad && !isShort)
+        report_ += std::string("Error: no ") + what + " for the background queue -- " + System_getLastError() + "\n";
+    isShort = !isHad;
+    return isHad;
+}
+
+bool BackgroundPool::Poller::open() noexcept {
+    events.reset(epoll_create1(EPOLL_CLOEXEC));
+    waker.reset(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+    alarm.reset(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC));
     epoll_event event{};
     event.events = EPOLLIN;
     event.data.u64 = wakerId;
-    epoll_ctl(poller_.get(), EPOLL_CTL_ADD, waker_.get(), &event);
+    if (waker && alarm && epoll_ctl(events.get(), EPOLL_CTL_ADD, waker.get(), &event) == 0)
+        return true;
+    const int error = errno;
+    *this = Poller();
+    errno = error;
+    return false;
 }
 
-// Something was added: whoever waits looks again.
-void BackgroundPool::use() {
-    openPoller();
-    if (!led_)
-        callWorker();
-    else
-        hurryLeader();
+bool BackgroundPool::openPoller() {
+    if (poller_.events)
+        return true;
+    if (!had(poller_.open(), shortOfDescriptors_, "descriptor"))
+        return false;
+    for (const auto& [id, watch] : watches_)
+        arm(*watch, EPOLL_CTL_ADD);
+    return true;
 }
 
-// The leader looks again if there is something to do before its wait ends.
-void BackgroundPool::hurryLeader() {
-    const auto next = nextDeadline(monotonicNow());
-    if (led_ && next && *next < leaderDeadline_)
-        eventfd_write(waker_.get(), 1);
+bool BackgroundPool::arm(const Watch& watch, int operation) {
+    epoll_event event{};
+    event.events = watch.events | EPOLLONESHOT;
+    event.data.u64 = watch.id;
+    return epoll_ctl(poller_.events.get(), operation, watch.descriptor, &event) == 0;
 }
 
-void BackgroundPool::callWorker() {
-    if (sleepers_ > 0)
-        changed_.notify_one();
-    else if (workers_.size() < maximumWorkers && !stopping_)
-        startWorker();
+bool BackgroundPool::startThread(void (BackgroundPool::*role)()) {
+    for (std::thread& thread : endedThreads_)
+        thread.join();
+    endedThreads_.clear();
+    std::thread thread = platform::startThread([this, role] { (this->*role)(); });
+    if (!had(thread.joinable(), shortOfThreads_, "thread"))
+        return false;
+    threads_.push_back(std::move(thread));
+    return true;
 }
 
-void BackgroundPool::startWorker() {
-    const AllSignalsBlocked blocked;
-    try {
-        workers_.emplace_back([this] { work(); });
-    } catch (const std::system_error&) {
-        // No thread can be had now; the next use asks again.
-    }
+// The calling thread is about to end.
+void BackgroundPool::leave() {
+    const auto own = std::find_if(threads_.begin(), threads_.end(),
+                                  [](const auto& thread) { return thread.get_id() == std::this_thread::get_id(); });
+    if (own == threads_.end())
+        return; // `stop` waits for it
+    endedThreads_.push_back(std::move(*own));
+    threads_.erase(own);
 }
 
-void BackgroundPool::work() {
-    setpriority(PRIO_PROCESS, static_cast<id_t>(syscall(SYS_gettid)), backgroundNiceness);
-    pthread_setname_np(pthread_self(), "sentrel-bg");
+// Runs a job outside the lock. False if the job forked and this is the child, which has given it up.
+bool BackgroundPool::run(const TimedQueue::Job& job) {
+    const unsigned process = ForkGate::generation();
+    lock_.unlock();
+    job.run();
     lock_.lock();
-    while (!stopping_) {
-        if (std::optional<Task> task = take()) {
-            if (!led_)
-                callWorker();
-            lock_.unlock();
-            task->job.run();
-            lock_.lock();
-            finish(*task);
-            lock_.unlock();
-            task.reset(); // what the closure holds is released outside the lock
-            lock_.lock();
-        } else if (!led_) {
-            lead();
-        } else {
-            ++sleepers_;
-            changed_.wait(lock_);
-            --sleepers_;
-        }
+    return process == ForkGate::generation();
+}
+
+void BackgroundPool::startKeeper() {
+    if (startThread(&BackgroundPool::keepTime))
+        ++keepers_;
+}
+
+void BackgroundPool::keepTime() {
+    enter();
+    lock_.lock();
+    const unsigned process = ForkGate::generation();
+    while (!stopping_ && process == ForkGate::generation()) {
+        if (!std::exchange(kept_, true))
+            keep(++term_);
+        else if (!hasStandIn_)
+            standIn();
+        else
+            break;
+    }
+    if (process == ForkGate::generation()) {
+        --keepers_;
+        leave();
     }
     lock_.unlock();
 }
 
-std::optional<BackgroundPool::Task> BackgroundPool::take() {
-    const std::int64_t now = monotonicNow();
-    for (const auto& lane : lanes_) {
-        if (lane->busy)
-            continue;
-        if (std::optional<TimedQueue::Job> job = lane->queue.take(now)) {
-            lane->busy = lane->serial;
-            return Task{std::move(*job), lane};
-        }
+// Keeps the time until another thread takes over.
+void BackgroundPool::keep(std::uint64_t term) {
+    while (!stopping_ && term == term_) {
+        if (!report_.empty())
+            report();
+        collect();
+        if (stopping_)
+            return;
+        const std::int64_t now = monotonicNow();
+        if (needsWorker(now))
+            callWorker();
+        if (auto job = calls_.take(now))
+            call(std::move(job), term);
     }
-    return std::nullopt;
 }
 
-void BackgroundPool::finish(Task& task) {
-    task.lane->queue.finished(task.job);
-    task.lane->busy = false;
-    if (task.lane->closed && task.lane->queue.empty())
-        std::erase(lanes_, task.lane);
-    hurryLeader();
-}
-
-std::optional<std::int64_t> BackgroundPool::nextDeadline(std::int64_t now) const {
-    std::optional<std::int64_t> earliest;
-    for (const auto& lane : lanes_) {
-        if (lane->busy)
-            continue;
-        const auto next = lane->queue.nextDeadline();
-        if (next && (!earliest || *next < *earliest))
-            earliest = next;
-    }
-    return earliest;
-}
-
-// Waits for the next deadline or descriptor. Called with the lock held, which is free during the wait.
-void BackgroundPool::lead() {
+// Waits for the next deadline or descriptor, and takes what the descriptors have to tell.
+void BackgroundPool::collect() {
     const std::int64_t now = monotonicNow();
-    const std::optional<std::int64_t> deadline = nextDeadline(now);
+    const std::optional<std::int64_t> deadline = keepersDeadline(now);
     const int timeout = pollTimeout(deadline, now);
-    const int poller = poller_.get();
-    std::array<epoll_event, 16> events{};
-    led_ = true;
-    leaderDeadline_ = deadline.value_or(never);
+    if (timeout != 0)
+        setAlarm(0);
+    keeperDeadline_ = deadline.value_or(never);
+    waiting_ = true;
+    if (poller_.events) {
+        const int poller = poller_.events.get();
+        std::array<epoll_event, 16> events{};
+        lock_.unlock();
+        const int count = epoll_wait(poller, events.data(), static_cast<int>(events.size()), timeout);
+        lock_.lock();
+        for (int i = 0; i < count; ++i)
+            deliver(events[static_cast<std::size_t>(i)].data.u64);
+    } else {
+        if (timeout != 0)
+            keeper_.wait_until(lock_, SteadyClock::now() + std::chrono::milliseconds(timeout));
+        openPoller();
+    }
+    waiting_ = false;
+}
+
+// Runs a tick or a watch's call; meanwhile another thread stands in.
+void BackgroundPool::call(std::optional<TimedQueue::Job> job, std::uint64_t term) {
+    if (keepers_ - blocked_ < 2 && keepers_ < maximumKeepers)
+        startKeeper();
+    callBound_ = monotonicDeadline(grace);
+    setAlarm(grace);
+    if (!run(*job))
+        return;
+    if (term == term_)
+        callBound_.reset();
+    else
+        --blocked_;
+    calls_.finished(*job);
+    hurryKeeper();
     lock_.unlock();
-    const int count = epoll_wait(poller, events.data(), static_cast<int>(events.size()), timeout);
+    job.reset(); // what the call holds is released outside the lock
     lock_.lock();
-    led_ = false;
-    for (int i = 0; i < count; ++i)
-        deliver(events[static_cast<std::size_t>(i)].data.u64);
+}
+
+// Sleeps until the keeper's call takes too long, and relieves it then.
+void BackgroundPool::standIn() {
+    hasStandIn_ = true;
+    if (poller_.alarm) {
+        const int alarm = poller_.alarm.get();
+        lock_.unlock();
+        std::uint64_t times = 0;
+        static_cast<void>(!read(alarm, &times, sizeof times));
+        lock_.lock();
+    } else {
+        keeper_.wait_until(lock_, SteadyClock::now() + std::chrono::nanoseconds(retryInterval));
+    }
+    hasStandIn_ = false;
+    if (!callBound_ || monotonicNow() < *callBound_)
+        return;
+    callBound_.reset();
+    ++blocked_;
+    kept_ = false;
+}
+
+// 0 turns the alarm off.
+void BackgroundPool::setAlarm(std::int64_t nanoseconds) {
+    itimerspec time{};
+    time.it_value.tv_nsec = nanoseconds;
+    if (poller_.alarm)
+        timerfd_settime(poller_.alarm.get(), 0, &time, nullptr);
+}
+
+// The keeper looks again if there is something to do before its wait ends.
+void BackgroundPool::hurryKeeper() {
+    if (!waiting_)
+        return;
+    const auto next = keepersDeadline(monotonicNow());
+    if (!next || *next >= keeperDeadline_)
+        return;
+    keeperDeadline_ = *next;
+    if (poller_.waker)
+        eventfd_write(poller_.waker.get(), 1);
+    keeper_.notify_all();
+}
+
+// Closures that are due already are the workers', who have been called.
+std::optional<std::int64_t> BackgroundPool::keepersDeadline(std::int64_t now) const {
+    std::optional<std::int64_t> earliest = calls_.nextDeadline();
+    const auto consider = [&](std::optional<std::int64_t> deadline) {
+        if (deadline && (!earliest || *deadline < *earliest))
+            earliest = deadline;
+    };
+    for (const auto& lane : lanes_)
+        if (!lane->busy)
+            consider(lane->queue.nextDeadlineAfter(now));
+    if (!poller_.events || needsWorker(now))
+        consider(now + retryInterval);
+    return earliest;
 }
 
 void BackgroundPool::deliver(std::uint64_t id) {
     if (id == wakerId) {
         eventfd_t count = 0;
-        eventfd_read(waker_.get(), &count);
+        eventfd_read(poller_.waker.get(), &count);
         return;
     }
     const auto entry = watches_.find(id);
@@ -275,7 +428,7 @@ void BackgroundPool::deliver(std::uint64_t id) {
     if (std::exchange(watch.running, true))
         watch.again = true;
     else
-        watchLane_->queue.push(monotonicNow(), [this, served = entry->second] { serve(*served); });
+        calls_.push(monotonicNow(), [this, served = entry->second] { serve(*served); });
 }
 
 // Calls back for one event, and once more for those that came meanwhile.
@@ -294,11 +447,84 @@ void BackgroundPool::serve(Watch& watch) {
     watch.running = false;
 }
 
-bool BackgroundPool::arm(const Watch& watch, int operation) {
-    epoll_event event{};
-    event.events = watch.events | EPOLLONESHOT;
-    event.data.u64 = watch.id;
-    return epoll_ctl(poller_.get(), operation, watch.descriptor, &event) == 0;
+void BackgroundPool::work() {
+    enter();
+    lock_.lock();
+    const unsigned process = ForkGate::generation();
+    bool rested = false;
+    while (!stopping_) {
+        workerComes_ = false;
+        if (std::optional<Task> task = take(monotonicNow())) {
+            rested = false;
+            if (needsWorker(monotonicNow()))
+                callWorker();
+            if (!run(task->job))
+                break;
+            finish(*task);
+            lock_.unlock();
+            task.reset(); // what the closure holds is released outside the lock
+            lock_.lock();
+        } else if (rested) {
+            break;
+        } else {
+            ++idleWorkers_;
+            rested = work_.wait_until(lock_, SteadyClock::now() + idleTime) == std::cv_status::timeout;
+            --idleWorkers_;
+        }
+    }
+    if (process == ForkGate::generation()) {
+        --workers_;
+        leave();
+    }
+    lock_.unlock();
+}
+
+std::optional<BackgroundPool::Task> BackgroundPool::take(std::int64_t now) {
+    std::shared_ptr<Lane> lane = dueLane(now);
+    if (!lane)
+        return std::nullopt;
+    std::optional<TimedQueue::Job> job = lane->queue.take(now);
+    lane->busy = lane->serial;
+    return Task{std::move(*job), std::move(lane)};
+}
+
+void BackgroundPool::finish(Task& task) {
+    task.lane->queue.finished(task.job);
+    task.lane->busy = false;
+    if (task.lane->closed && task.lane->queue.empty())
+        std::erase(lanes_, task.lane);
+    hurryKeeper();
+}
+
+// The lane whose closure was due first.
+std::shared_ptr<BackgroundPool::Lane> BackgroundPool::dueLane(std::int64_t now) const {
+    std::shared_ptr<Lane> first;
+    std::int64_t earliest = now;
+    for (const auto& lane : lanes_) {
+        if (lane->busy)
+            continue;
+        const auto deadline = lane->queue.nextDeadline();
+        if (deadline && (*deadline < earliest || (!first && *deadline == earliest))) {
+            first = lane;
+            earliest = *deadline;
+        }
+    }
+    return first;
+}
+
+// True if there is a closure to run and a worker to be had for it.
+bool BackgroundPool::needsWorker(std::int64_t now) const {
+    return !workerComes_ && (idleWorkers_ > 0 || workers_ < maximumWorkers) && dueLane(now) != nullptr;
+}
+
+void BackgroundPool::callWorker() {
+    if (idleWorkers_ > 0) {
+        work_.notify_one();
+        workerComes_ = true;
+    } else if (startThread(&BackgroundPool::work)) {
+        ++workers_;
+        workerComes_ = true;
+    }
 }
 
 } // namespace sentrel::platform

@@ -5,26 +5,46 @@
 #include <SentrelKit/platform/linux/ForkGuard.h>
 #include <SentrelKit/platform/linux/UniqueFd.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
 #include <optional>
+#include <string>
 #include <thread>
 #include <vector>
 
 namespace sentrel::platform {
 
-/// A few low-priority worker threads that serve lanes of closures, timers and watched descriptors. No thread exists
-/// before a lane is first used. One idle worker, the leader, waits for the next deadline and for descriptors; the
-/// others sleep until there is more to do than the leader can do alone. With nothing to do nobody wakes up.
+/// Low-priority threads that serve timers, watched descriptors and lanes of closures. No thread exists before a lane is
+/// first used.
 ///
-/// A forked child starts with no worker and no watch; its lanes work again from their next use on.
-class BackgroundPool final : public ForkGuard {
+/// Ticks and the calls of watches have a thread of their own, the keeper: it waits for the next deadline and for
+/// descriptors, and runs what comes itself. A second thread stands in: it sleeps, without ever waking up, until one of
+/// those calls takes longer than `grace`. Then it becomes the keeper, so that nothing waits for the one that blocks. So
+/// many calls may block at once as there may be keepers.
+///
+/// Closures run on workers, which are started as they are needed and end after a while without work. However many of
+/// them block, or for how long, ticks come.
+///
+/// Where threads or descriptors run out, the pool says so once on the standard error stream, does what it can with what
+/// it has and asks again every `retryInterval`.
+///
+/// A forked child starts with no thread and no watch; its lanes work again from their next use on.
+class BackgroundPool final : public ForkGuard, public std::enable_shared_from_this<BackgroundPool> {
 public:
     using Work = TimedQueue::Work;
 
-    /// A queue within the pool. A serial lane runs one closure at a time.
+    /// So many closures run at the same time, and so many calls may block before ticks have to wait.
+    static constexpr std::size_t maximumWorkers = 8;
+    static constexpr std::size_t maximumKeepers = 8;
+
+    static constexpr std::int64_t grace = 50'000'000;          ///< nanoseconds
+    static constexpr std::int64_t retryInterval = 500'000'000; ///< nanoseconds
+
+    /// A queue within the pool. A serial lane runs one closure at a time, ticks of its timers among them; the ticks of
+    /// a concurrent lane's timers do not wait for closures.
     struct Lane {
         explicit Lane(bool isSerial) : serial(isSerial) {}
         const bool serial;
@@ -44,11 +64,14 @@ public:
         bool again = false;   ///< ...and there was another event meanwhile
     };
 
-    BackgroundPool();
+    /// `runLater` runs a closure after so many nanoseconds on a thread of somebody else's, for a pool that could not
+    /// get its first thread.
+    using RunLater = std::function<void(std::int64_t nanoseconds, Work work)>;
+    explicit BackgroundPool(RunLater runLater = nullptr);
     ~BackgroundPool() override = default;
 
-    /// Ends all workers and waits for what they run; closures that have not begun never do. Not from a worker. Queues
-    /// may outlive this.
+    /// Ends all threads and waits for what they run; closures that have not begun never do. Not from a thread of the
+    /// pool. Queues may outlive this.
     void stop() SENTREL_EXCLUDES(lock_);
 
     [[nodiscard]] std::shared_ptr<Lane> makeLane(bool serial) SENTREL_EXCLUDES(lock_);
@@ -69,35 +92,86 @@ private:
         std::shared_ptr<Lane> lane;
     };
 
+    /// What a thread that had the lock has still to do without it.
+    struct Shortage {
+        std::string report;    ///< to be written to the standard error stream
+        bool runLater = false; ///< nobody is left to ask again
+    };
+
+    /// What keepers wait with. All of it is there or nothing.
+    struct Poller {
+        UniqueFd events; ///< epoll: the watches and `waker`
+        UniqueFd waker;  ///< eventfd that ends the keeper's wait
+        UniqueFd alarm;  ///< timerfd that goes off when a call takes longer than `grace`, for the thread that stands in
+        bool open() noexcept;
+    };
+
     void afterForkInChild() override;
 
-    void openPoller() SENTREL_REQUIRES(lock_);
-    void use() SENTREL_REQUIRES(lock_);
-    void hurryLeader() SENTREL_REQUIRES(lock_);
-    void callWorker() SENTREL_REQUIRES(lock_);
-    void startWorker() SENTREL_REQUIRES(lock_);
-    void work() SENTREL_EXCLUDES(lock_);
-    [[nodiscard]] std::optional<Task> take() SENTREL_REQUIRES(lock_);
-    void finish(Task& task) SENTREL_REQUIRES(lock_);
-    [[nodiscard]] std::optional<std::int64_t> nextDeadline(std::int64_t now) const SENTREL_REQUIRES(lock_);
-    void lead() SENTREL_REQUIRES(lock_);
+    TimedQueue& tickQueue(Lane& lane) SENTREL_REQUIRES(lock_) { return lane.serial ? lane.queue : calls_; }
+    [[nodiscard]] Shortage use() SENTREL_REQUIRES(lock_);
+    void meet(const Shortage& shortage) SENTREL_EXCLUDES(lock_);
+    void report() SENTREL_REQUIRES(lock_);
+    void retry() SENTREL_EXCLUDES(lock_);
+    bool openPoller() SENTREL_REQUIRES(lock_);
+    bool arm(const Watch& watch, int operation) SENTREL_REQUIRES(lock_);
+    bool startThread(void (BackgroundPool::*role)()) SENTREL_REQUIRES(lock_);
+    void startKeeper() SENTREL_REQUIRES(lock_);
+    void leave() SENTREL_REQUIRES(lock_);
+    bool had(bool isHad, bool& isShort, const char* what) SENTREL_REQUIRES(lock_);
+
+    void keepTime() SENTREL_EXCLUDES(lock_);
+    void keep(std::uint64_t term) SENTREL_REQUIRES(lock_);
+    void collect() SENTREL_REQUIRES(lock_);
+    void call(std::optional<TimedQueue::Job> job, std::uint64_t term) SENTREL_REQUIRES(lock_);
+    void standIn() SENTREL_REQUIRES(lock_);
+    void setAlarm(std::int64_t nanoseconds) SENTREL_REQUIRES(lock_);
+    void hurryKeeper() SENTREL_REQUIRES(lock_);
+    [[nodiscard]] std::optional<std::int64_t> keepersDeadline(std::int64_t now) const SENTREL_REQUIRES(lock_);
     void deliver(std::uint64_t id) SENTREL_REQUIRES(lock_);
     void serve(Watch& watch) SENTREL_EXCLUDES(lock_);
-    bool arm(const Watch& watch, int operation) SENTREL_REQUIRES(lock_);
 
+    void work() SENTREL_EXCLUDES(lock_);
+    [[nodiscard]] std::optional<Task> take(std::int64_t now) SENTREL_REQUIRES(lock_);
+    void finish(Task& task) SENTREL_REQUIRES(lock_);
+    [[nodiscard]] std::shared_ptr<Lane> dueLane(std::int64_t now) const SENTREL_REQUIRES(lock_);
+    [[nodiscard]] bool needsWorker(std::int64_t now) const SENTREL_REQUIRES(lock_);
+    void callWorker() SENTREL_REQUIRES(lock_);
+    [[nodiscard]] bool run(const TimedQueue::Job& job) SENTREL_REQUIRES(lock_);
+
+    const RunLater runLater_;
     Lock lock_;
-    Condition changed_ SENTREL_GUARDED_BY(lock_);
+
+    TimedQueue calls_ SENTREL_GUARDED_BY(lock_); ///< ticks of concurrent lanes, calls of watches
     std::vector<std::shared_ptr<Lane>> lanes_ SENTREL_GUARDED_BY(lock_);
-    std::shared_ptr<Lane> watchLane_ SENTREL_GUARDED_BY(lock_);
     std::map<std::uint64_t, std::shared_ptr<Watch>> watches_ SENTREL_GUARDED_BY(lock_);
     std::uint64_t lastWatch_ SENTREL_GUARDED_BY(lock_) = 0;
-    std::vector<std::thread> workers_ SENTREL_GUARDED_BY(lock_);
-    std::size_t sleepers_ SENTREL_GUARDED_BY(lock_) = 0;
-    bool led_ SENTREL_GUARDED_BY(lock_) = false;                ///< a worker waits in the poller...
-    std::int64_t leaderDeadline_ SENTREL_GUARDED_BY(lock_) = 0; ///< ...until then
+
+    std::vector<std::thread> threads_ SENTREL_GUARDED_BY(lock_);
+    std::vector<std::thread> endedThreads_ SENTREL_GUARDED_BY(lock_); ///< to be joined
     bool stopping_ SENTREL_GUARDED_BY(lock_) = false;
-    UniqueFd poller_ SENTREL_GUARDED_BY(lock_); ///< epoll
-    UniqueFd waker_ SENTREL_GUARDED_BY(lock_);  ///< eventfd that ends the leader's wait
+
+    Poller poller_ SENTREL_GUARDED_BY(lock_);
+    std::size_t keepers_ SENTREL_GUARDED_BY(lock_) = 0;         ///< the one that keeps, the one that stands in...
+    std::size_t blocked_ SENTREL_GUARDED_BY(lock_) = 0;         ///< ...and those that block in a call
+    bool kept_ SENTREL_GUARDED_BY(lock_) = false;               ///< somebody keeps the time...
+    std::uint64_t term_ SENTREL_GUARDED_BY(lock_) = 0;          ///< ...which changes hands with each new term
+    bool waiting_ SENTREL_GUARDED_BY(lock_) = false;            ///< the keeper waits...
+    std::int64_t keeperDeadline_ SENTREL_GUARDED_BY(lock_) = 0; ///< ...until then
+    bool hasStandIn_ SENTREL_GUARDED_BY(lock_) = false;
+    std::optional<std::int64_t> callBound_ SENTREL_GUARDED_BY(lock_); ///< when the keeper's call takes too long
+
+    std::size_t workers_ SENTREL_GUARDED_BY(lock_) = 0;
+    std::size_t idleWorkers_ SENTREL_GUARDED_BY(lock_) = 0;
+    bool workerComes_ SENTREL_GUARDED_BY(lock_) = false; ///< one was called and has not looked yet
+
+    Condition work_ SENTREL_GUARDED_BY(lock_);   ///< for idle workers
+    Condition keeper_ SENTREL_GUARDED_BY(lock_); ///< for keepers, where there is no poller
+
+    bool shortOfThreads_ SENTREL_GUARDED_BY(lock_) = false;     ///< told, and not had since
+    bool shortOfDescriptors_ SENTREL_GUARDED_BY(lock_) = false; ///< likewise
+    std::string report_ SENTREL_GUARDED_BY(lock_);              ///< what is to be told
+    bool retryAsked_ SENTREL_GUARDED_BY(lock_) = false;
 };
 
 } // namespace sentrel::platform

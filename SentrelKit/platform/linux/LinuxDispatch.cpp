@@ -49,7 +49,10 @@ private:
 } // namespace
 
 LinuxDispatch::LinuxDispatch()
-    : pool_(std::make_shared<BackgroundPool>()), main_(std::make_shared<MainQueue>()),
+    : main_(std::make_shared<MainQueue>()),
+      pool_(std::make_shared<BackgroundPool>([main = main_](std::int64_t nanoseconds, BackgroundPool::Work work) {
+          main->after(nanoseconds, std::move(work));
+      })),
       background_(std::make_shared<PoolQueue>(pool_, false)) {}
 
 LinuxDispatch::~LinuxDispatch() {

@@ -17,8 +17,12 @@ public:
     virtual ~DescriptorWatch() = default;
 };
 
-/// The main queue on the default GLib main context, the background queue on low-priority worker threads that start with
-/// the first use of a queue.
+/// The main queue on the default GLib main context, the background queue on low-priority threads that start with the
+/// first use of a queue: they run at a niceness of 10, or the host's own if that is higher. Ticks of the background
+/// queue's timers do not wait for closures, however many of those block.
+///
+/// Without a thread or a descriptor to be had, the queues say so once on the standard error stream and work again
+/// within a second after there are some. If not one thread could be had, it is the main queue that asks again.
 class LinuxDispatch final : public Dispatch {
 public:
     LinuxDispatch();
@@ -40,8 +44,8 @@ public:
                                                          std::function<void()> ready);
 
 private:
-    std::shared_ptr<BackgroundPool> pool_;
     std::shared_ptr<MainQueue> main_;
+    std::shared_ptr<BackgroundPool> pool_;
     std::shared_ptr<DispatchQueue> background_;
 };
 

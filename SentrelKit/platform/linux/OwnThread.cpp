@@ -6,14 +6,13 @@
 #include <csignal>
 #include <deque>
 #include <system_error>
-#include <thread>
 #include <utility>
 
 namespace sentrel::platform {
 
 namespace {
 
-// Signals belong to the host's own threads. A new thread inherits the mask of the one that makes it.
+// A new thread inherits the mask of the one that makes it.
 class SignalsBlocked {
 public:
     SignalsBlocked() noexcept {
@@ -31,15 +30,22 @@ private:
 
 } // namespace
 
-bool runOnOwnThread(std::function<void()> work) {
+std::thread startThread(std::function<void()> work) {
     const SignalsBlocked scope;
     try {
-        std::thread(std::move(work)).detach();
-        return true;
+        return std::thread(std::move(work));
     } catch (const std::system_error& failure) {
         errno = failure.code().value();
-        return false;
+        return {};
     }
+}
+
+bool runOnOwnThread(std::function<void()> work) {
+    std::thread thread = startThread(std::move(work));
+    if (!thread.joinable())
+        return false;
+    thread.detach();
+    return true;
 }
 
 struct OwnThreadQueue::State {
