@@ -2,6 +2,17 @@
 
 /// Queues: where closures run. The main queue runs its closures one after the other on the thread that runs the host's
 /// main loop; the background queue runs them concurrently on low-priority threads.
+///
+/// - What is due first runs first: a closure at the moment it was given, or at the end of its delay, a tick at its
+///   deadline. A closure that gives itself again and again holds no timer of its queue up, nor a tick that takes longer
+///   than its interval the closures.
+/// - The ticks of the background queue do not wait for its closures, however many of those block; nor do they wait for
+///   other ticks that block, as long as those are but a few.
+/// - The main queue leaves the host's own work a turn after each few milliseconds of its own, or each closure that
+/// takes
+///   longer.
+/// - A closure or tick that throws ends the process (std::terminate), except on the main queue while `runMain` serves
+///   it: there the exception leaves `runMain`, what else is due stays for the next call, and the timer ticks on.
 
 #include <SentrelKit/Export.h>
 
@@ -62,7 +73,8 @@ public:
     /// A new queue that runs its closures one after the other, off the main thread. The name is for debuggers.
     [[nodiscard]] virtual std::shared_ptr<DispatchQueue> serialQueue(const std::string& name) = 0;
 
-    /// Serves the main queue for so many seconds on the calling thread. For hosts without a main loop of their own.
+    /// Serves the main queue for so many seconds on the calling thread, a closure that runs at their end to its end.
+    /// For hosts without a main loop of their own. An exception of a closure or tick ends it and passes through.
     virtual void runMain(double seconds) = 0;
 };
 
@@ -80,7 +92,8 @@ namespace dispatch {
 [[nodiscard]] SENTREL_API std::shared_ptr<DispatchQueue> serialQueue(const std::string& name);
 
 /// Serves the main queue for so many seconds on the calling thread, which is then the main thread. A host with a loop
-/// of its own (GLib, GTK, Qt on GLib, NSApplication) does not call this.
+/// of its own (GLib, GTK, Qt on GLib, NSApplication) does not call this. An exception of a closure or tick ends it and
+/// passes through.
 SENTREL_API void runMain(double seconds);
 
 } // namespace dispatch

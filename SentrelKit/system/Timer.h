@@ -15,7 +15,8 @@ namespace sentrel {
 /// A repeating timer that can be started and suspended any number of times.
 ///
 /// One thread, the owner's, calls start, suspend and cancel and releases the timer; the closure runs on the timer's
-/// queue. Releasing is safe in every state, also from inside the closure; no tick begins after it.
+/// queue. Releasing is safe in every state, also from inside the closure; no tick begins after it. What runs first, and
+/// what becomes of an exception, stands at the queues (platform/Dispatch.h).
 class SENTREL_API Timer {
 public:
     enum class Status : std::uint8_t { initial, started, suspended, canceled };

@@ -4,6 +4,7 @@
 #include <SentrelKit/platform/linux/MonotonicTime.h>
 
 #include <atomic>
+#include <exception>
 #include <glib.h>
 #include <new>
 #include <optional>
@@ -13,8 +14,9 @@ namespace sentrel::platform {
 
 namespace {
 
-// Between two rounds of the loop, so that a flood of closures cannot starve the host's own sources.
-constexpr int closuresPerRound = 64;
+// For closures in one turn of the loop: a flood of quick ones is served fast, and the host's sources still have their
+// turn many times between two pictures.
+constexpr std::int64_t turnTime = 4'000'000; // nanoseconds
 
 struct MainSource {
     GSource base;
@@ -27,22 +29,48 @@ MainQueue& queueOf(GSource* source) {
 }
 
 gboolean prepare(GSource* source, gint* timeout) {
-    *timeout = queueOf(source).timeout();
-    return *timeout == 0;
+    return queueOf(source).prepare(*timeout);
 }
 
 gboolean check(GSource* source) {
-    return queueOf(source).timeout() == 0;
+    return queueOf(source).check();
 }
 
 gboolean dispatch(GSource* source, GSourceFunc /*callback*/, gpointer /*data*/) {
-    queueOf(source).runReady();
+    queueOf(source).runDue();
     return G_SOURCE_CONTINUE;
 }
 
 GSourceFuncs mainSourceFunctions = {prepare, check, dispatch, nullptr, nullptr, nullptr};
 
 } // namespace
+
+/// A loop that `run` runs.
+struct MainQueue::Run {
+    GMainLoop* loop = g_main_loop_new(nullptr, FALSE);
+    std::exception_ptr failure; ///< what a closure threw
+
+    Run() = default;
+    ~Run() { g_main_loop_unref(loop); }
+    Run(const Run&) = delete;
+    Run& operator=(const Run&) = delete;
+};
+
+/// Takes a job back, also when it threw: its timer ticks on.
+class MainQueue::Finish {
+public:
+    Finish(MainQueue& queue, TimedQueue::Job& job) : queue_(queue), job_(job) {}
+    ~Finish() {
+        const LockScope scope(queue_.lock_);
+        queue_.queue_.finished(job_);
+    }
+    Finish(const Finish&) = delete;
+    Finish& operator=(const Finish&) = delete;
+
+private:
+    MainQueue& queue_;
+    TimedQueue::Job& job_;
+};
 
 MainQueue::~MainQueue() {
     if (source_) {
@@ -85,31 +113,62 @@ void MainQueue::suspend(const std::shared_ptr<TimedQueue::Ticker>& ticker) {
 }
 
 void MainQueue::run(double seconds) {
-    GMainLoop* loop = g_main_loop_new(nullptr, FALSE);
-    after(nanosecondsFromSeconds(seconds), [loop] { g_main_loop_quit(loop); });
-    g_main_loop_run(loop);
-    g_main_loop_unref(loop);
+    Run run;
+    const auto end = makeTimer(nanosecondsFromSeconds(seconds), [loop = run.loop] { g_main_loop_quit(loop); });
+    end->resume();
+    const auto enter = [this](Run* inner) {
+        const LockScope scope(lock_);
+        return std::exchange(run_, inner);
+    };
+    Run* const outer = enter(&run);
+    g_main_loop_run(run.loop);
+    enter(outer);
+    if (run.failure)
+        std::rethrow_exception(run.failure);
 }
 
-int MainQueue::timeout() {
+bool MainQueue::prepare(int& timeout) {
     const std::int64_t now = monotonicNow();
     const LockScope scope(lock_);
-    return pollTimeout(queue_.nextDeadline(), now);
+    timeout = pollTimeout(queue_.nextDeadline(), now);
+    if (timeout != 0)
+        hostsTurn_ = false; // everybody had a turn
+    return timeout == 0 && !hostsTurn_;
 }
 
-void MainQueue::runReady() {
-    for (int i = 0; i < closuresPerRound; ++i) {
+bool MainQueue::check() {
+    const std::int64_t now = monotonicNow();
+    const LockScope scope(lock_);
+    return !std::exchange(hostsTurn_, false) && pollTimeout(queue_.nextDeadline(), now) == 0;
+}
+
+void MainQueue::runDue() noexcept {
+    const std::int64_t end = monotonicNow() + turnTime;
+    do {
         std::optional<TimedQueue::Job> job;
+        Run* run = nullptr;
         {
             const LockScope scope(lock_);
             job = queue_.take(monotonicNow());
+            run = run_;
+            hostsTurn_ = true;
         }
         if (!job)
             return;
-        job->run();
-        const LockScope scope(lock_);
-        queue_.finished(*job);
-    }
+        const Finish finish(*this, *job);
+        if (!run) {
+            job->run(); // an exception ends the process here, where it was thrown
+            continue;
+        }
+        try {
+            job->run();
+        } catch (...) {
+            run->failure = std::current_exception();
+            g_main_loop_quit(run->loop);
+        }
+        if (!g_main_loop_is_running(run->loop))
+            return;
+    } while (monotonicNow() < end);
 }
 
 void MainQueue::wake() {
