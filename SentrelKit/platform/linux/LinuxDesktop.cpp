@@ -2,9 +2,16 @@
 
 #include <SentrelKit/platform/linux/BusConnection.h>
 #include <SentrelKit/platform/linux/OpenAddress.h>
+#include <SentrelKit/platform/linux/OwnThread.h>
 
+#include <chrono>
 #include <cstring>
 #include <glib.h>
+#include <optional>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+#include <utility>
 
 namespace sentrel::platform {
 
@@ -123,8 +130,52 @@ private:
     BusConnection bus_{G_BUS_TYPE_SESSION};
 };
 
+/// An address to be opened by whichever thread begins first.
+class LinuxDesktop::Opening {
+public:
+    explicit Opening(std::string address) : address_(std::move(address)) {}
+
+    /// Opens the address unless another thread has begun to.
+    void open() {
+        {
+            const LockScope scope(lock_);
+            if (std::exchange(begun_, true))
+                return;
+            changed_.notify_all();
+        }
+        const bool opened = platform::openAddress(address_);
+        const LockScope scope(lock_);
+        opened_ = opened;
+        changed_.notify_all();
+    }
+
+    /// Waits until somebody has begun, for a second at most.
+    void awaitBegin() {
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(1);
+        const LockScope scope(lock_);
+        while (!begun_ && std::chrono::steady_clock::now() < end)
+            changed_.wait_until(lock_, end);
+    }
+
+    /// Waits until it is open or could not be opened.
+    bool result() {
+        const LockScope scope(lock_);
+        while (!opened_)
+            changed_.wait(lock_);
+        return *opened_;
+    }
+
+private:
+    const std::string address_;
+    Lock lock_;
+    Condition changed_ SENTREL_GUARDED_BY(lock_);
+    bool begun_ SENTREL_GUARDED_BY(lock_) = false;
+    std::optional<bool> opened_ SENTREL_GUARDED_BY(lock_);
+};
+
 LinuxDesktop::LinuxDesktop(Dispatch& dispatch)
-    : queue_(dispatch.serialQueue("notifications")), notifier_(std::make_shared<Notifier>()) {}
+    : main_(dispatch.mainQueue()), queue_(dispatch.serialQueue("notifications")),
+      notifier_(std::make_shared<Notifier>()) {}
 
 LinuxDesktop::~LinuxDesktop() {
     notifier_->end();
@@ -141,7 +192,15 @@ void LinuxDesktop::deliver(const UserNotification& notification) {
 }
 
 bool LinuxDesktop::openAddress(const std::string& address) {
-    return platform::openAddress(address);
+    // A started program inherits the niceness of the thread that starts it, which the thread itself cannot lower again.
+    const int own = getpriority(PRIO_PROCESS, static_cast<id_t>(syscall(SYS_gettid)));
+    if (own <= getpriority(PRIO_PROCESS, static_cast<id_t>(getpid())))
+        return platform::openAddress(address);
+    const auto opening = std::make_shared<Opening>(address);
+    main_->async([opening] { runOnOwnThread([opening] { opening->open(); }); });
+    opening->awaitBegin();
+    opening->open();
+    return opening->result();
 }
 
 } // namespace sentrel::platform

@@ -17,6 +17,9 @@ public:
 
     [[nodiscard]] std::string defaultSoundName() const override;
     void deliver(const UserNotification& notification) override;
+
+    /// What is started has the host's own niceness, also where the calling thread's is higher: then a thread of the
+    /// main queue's starts it. If the main queue is not served within a second, the calling thread does.
     bool openAddress(const std::string& address) override;
 
 protected:
@@ -24,8 +27,10 @@ protected:
 
 private:
     class Notifier;
+    class Opening;
 
     std::atomic<bool> presents_{false};
+    std::shared_ptr<DispatchQueue> main_;
     std::shared_ptr<DispatchQueue> queue_;
     std::shared_ptr<Notifier> notifier_; // shared with a delivery that is under way
 };
