@@ -22,8 +22,8 @@ void nameEverything(sentrel::platform::ScriptedPlatform& machine) {
     machine.volumes().disks["disk0s1"].description->volumeName = std::string("label") + hostile;
     auto& network = machine.network();
     network.localHostName = std::string("host") + hostile;
-    network.router = std::string("router") + hostile;
-    network.dnsServers = {{std::string("server") + hostile}};
+    network.ipv4 = PropertyList::Dictionary{{"Router", std::string("router") + hostile}};
+    network.dns = PropertyList::Dictionary{{"ServerAddresses", PropertyList::List{std::string("server") + hostile}}};
     network.interfaces.push_back(ScriptedInterface("en0").addAddress("192.0.2.7"));
     network.interfaces.back().properties = PropertyList::Dictionary{{"IO80211SSID", std::string("network") + hostile}};
     auto& processes = machine.processes();
