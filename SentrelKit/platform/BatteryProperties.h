@@ -9,6 +9,7 @@ namespace sentrel::platform {
 /// A battery whose properties were all read when it was looked up.
 class BatteryProperties final : public BatteryService {
 public:
+    /// A battery with these properties and no others.
     explicit BatteryProperties(PropertyList::Dictionary properties) : properties_(std::move(properties)) {}
 
     std::optional<PropertyList> property(std::string_view key) const override {

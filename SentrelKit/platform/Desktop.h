@@ -12,13 +12,14 @@ namespace sentrel::platform {
 
 /// One user notification, as `sentrel::Notification::notify` builds it.
 struct UserNotification {
-    std::string title;
+    std::string title;                            ///< the headline, plain (no markup)
     std::optional<std::string> text;              ///< informative text under the title, plain (no markup)
     std::optional<std::string> sound;             ///< sound name; absent is silent
     std::optional<std::string> actionButtonTitle; ///< absent leaves the platform's default: no action button
-    bool hasReplyButton = false;
+    bool hasReplyButton = false;                  ///< asks for a field to reply in; left out where the desktop has none
 };
 
+/// The desktop of the user who runs the program. Any thread, unless a member says otherwise.
 class SENTREL_API Desktop {
 public:
     virtual ~Desktop() = default;

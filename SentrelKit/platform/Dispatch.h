@@ -33,8 +33,12 @@ namespace sentrel {
 class SENTREL_API RepeatingTimer {
 public:
     virtual ~RepeatingTimer() = default;
+    /// Starts ticking; the first tick comes one whole interval later. A timer that ticks, or was cancelled, stays as it
+    /// is.
     virtual void resume() = 0;
+    /// Stops ticking until it is resumed.
     virtual void suspend() = 0;
+    /// Stops ticking for good.
     virtual void cancel() = 0;
 };
 

@@ -10,6 +10,7 @@
 
 namespace sentrel::platform {
 
+/// The questions about the graphics processors.
 class SENTREL_API GraphicsService {
 public:
     virtual ~GraphicsService() = default;

@@ -32,16 +32,17 @@ struct host_basic_info {
 
 /// Ticks of all processors together since boot. They wrap at 2^32 and otherwise never decrease.
 struct HostLoadTicks {
-    std::uint32_t user = 0; ///< without nice
-    std::uint32_t system = 0;
-    std::uint32_t idle = 0;
-    std::uint32_t nice = 0;
+    std::uint32_t user = 0;   ///< without nice
+    std::uint32_t system = 0; ///< in the kernel, with interrupts and what a hypervisor took
+    std::uint32_t idle = 0;   ///< with nothing to do, or waiting for a device
+    std::uint32_t nice = 0;   ///< of user programs at a low priority
+    /// Whether every figure is the same.
     friend bool operator==(const HostLoadTicks&, const HostLoadTicks&) = default;
 };
 
 /// Names a processor set to the service that gave it. Owns nothing.
 struct ProcessorSet {
-    std::uintptr_t handle = 0;
+    std::uintptr_t handle = 0; ///< the service's own name of it
 };
 
 /// What runs on a processor set.
@@ -53,31 +54,34 @@ struct ProcessorSetLoad {
 /// Virtual-memory counters. The page counts are in units of 4096 bytes whatever the system's own page size; the three
 /// since boot are plain counts.
 struct VirtualMemoryCounters {
-    std::uint32_t free_count = 0;
-    std::uint32_t active_count = 0;
-    std::uint32_t inactive_count = 0;
-    std::uint32_t wire_count = 0;
+    std::uint32_t free_count = 0;            ///< pages that hold nothing
+    std::uint32_t active_count = 0;          ///< pages in use
+    std::uint32_t inactive_count = 0;        ///< pages that were not used for a while; they count as free
+    std::uint32_t wire_count = 0;            ///< pages that cannot be moved out
     std::uint32_t compressor_page_count = 0; ///< what the compressor occupies, not what it has taken in
-    std::uint64_t pageins = 0;
-    std::uint64_t pageouts = 0;
-    std::uint64_t faults = 0;
-    std::uint32_t internal_page_count = 0; ///< memory of programs that no file backs
-    std::uint32_t purgeable_count = 0;     ///< the part of it that its owners allow to be dropped
-    std::uint32_t external_page_count = 0; ///< memory that files back
+    std::uint64_t pageins = 0;               ///< pages read in since boot
+    std::uint64_t pageouts = 0;              ///< pages written out since boot
+    std::uint64_t faults = 0;                ///< page faults since boot
+    std::uint32_t internal_page_count = 0;   ///< memory of programs that no file backs
+    std::uint32_t purgeable_count = 0;       ///< the part of it that its owners allow to be dropped
+    std::uint32_t external_page_count = 0;   ///< memory that files back
+    /// Whether every figure is the same.
     friend bool operator==(const VirtualMemoryCounters&, const VirtualMemoryCounters&) = default;
 };
 
 /// Swap space, in bytes.
 struct SwapUsage {
-    std::uint64_t total = 0;
-    std::uint64_t available = 0;
-    std::uint64_t used = 0;
+    std::uint64_t total = 0;     ///< all of it; 0 without swap
+    std::uint64_t available = 0; ///< free
+    std::uint64_t used = 0;      ///< in use
+    /// Whether every figure is the same.
     friend bool operator==(const SwapUsage&, const SwapUsage&) = default;
 };
 
 /// Averages of the number of runnable threads over the last 1, 5 and 15 minutes.
 using LoadAverages = std::array<double, 3>;
 
+/// The questions about the host, each answered on the calling thread.
 class SENTREL_API HostService {
 public:
     virtual ~HostService() = default;
@@ -85,6 +89,7 @@ public:
     /// The moment of the last boot, in seconds since the epoch.
     [[nodiscard]] virtual std::optional<std::int64_t> bootTime() = 0;
 
+    /// What the machine is made of, as it stands now.
     [[nodiscard]] virtual std::optional<host_basic_info> hostInfo() = 0;
 
     /// Sampled every second: allocates nothing.
@@ -103,8 +108,10 @@ public:
     /// Sampled every other second: allocates nothing.
     [[nodiscard]] virtual std::optional<VirtualMemoryCounters> virtualMemory() noexcept = 0;
 
+    /// The swap space as it stands now. Allocates nothing.
     [[nodiscard]] virtual std::optional<SwapUsage> swapUsage() noexcept = 0;
 
+    /// The averages as they stand now. Allocates nothing.
     [[nodiscard]] virtual std::optional<LoadAverages> loadAverages() noexcept = 0;
 
     /// Installed memory in bytes, as far as the system can use it.
@@ -113,6 +120,7 @@ public:
     /// Seconds since boot that the machine was awake.
     [[nodiscard]] virtual std::optional<double> awakeUptime() noexcept = 0;
 
+    /// The heat by the machine's own judgement.
     [[nodiscard]] virtual std::optional<ThermalState> thermalState() = 0;
 };
 

@@ -27,10 +27,10 @@ struct InterfaceInfo {
     static constexpr std::uint32_t loopback = 0x8;      ///< flag: a loopback interface
     static constexpr std::uint8_t ethernetLinkType = 6; ///< the IANA interface type of Ethernet-like interfaces
 
-    std::string_view name;
-    std::uint32_t index = 0; ///< stays while the interface exists; one made anew has another
-    std::uint32_t flags = 0;
-    std::uint8_t linkType = 0;                     ///< IANA interface type, 1 for all that have no number of their own
+    std::string_view name;     ///< of the interface, such as "en0" or "eth0"; valid only during the call
+    std::uint32_t index = 0;   ///< stays while the interface exists; one made anew has another
+    std::uint32_t flags = 0;   ///< of the bits above
+    std::uint8_t linkType = 0; ///< IANA interface type, 1 for all that have no number of their own
     std::span<const std::uint8_t> hardwareAddress; ///< as long as the link has it; empty if it has none
     std::int64_t bytesIn = 0;                      ///< received since the interface exists
     std::int64_t bytesOut = 0;                     ///< sent since the interface exists
@@ -39,8 +39,8 @@ struct InterfaceInfo {
 
 /// The link state of an interface, as its driver reports it.
 struct MediaStatus {
-    bool valid = false; ///< the driver knows its state
-    bool active = false;
+    bool valid = false;  ///< the driver knows its state
+    bool active = false; ///< whether there is a link
 };
 
 /// The entry of one interface in the system's registry of devices. Used by one thread at a time.
@@ -86,6 +86,7 @@ public:
 /// The system's own word on whether the Internet can be reached.
 enum class Connectivity : std::uint8_t { unknown, no, yes };
 
+/// The questions about the network. Any thread, unless a member says otherwise.
 class SENTREL_API NetworkService {
 public:
     virtual ~NetworkService() = default;

@@ -25,16 +25,16 @@ class SENTREL_API Platform {
 public:
     virtual ~Platform() = default;
 
-    virtual Clock& clock() noexcept = 0;
-    virtual Dispatch& dispatch() noexcept = 0;
-    virtual HostService& host() noexcept = 0;
-    virtual GraphicsService& graphics() noexcept = 0;
-    virtual VolumeService& volumes() noexcept = 0;
-    virtual NetworkService& network() noexcept = 0;
-    virtual PowerService& power() noexcept = 0;
-    virtual ProcessService& processes() noexcept = 0;
-    virtual Desktop& desktop() noexcept = 0;
-    virtual PreferenceStore& preferences() noexcept = 0;
+    virtual Clock& clock() noexcept = 0;                 ///< the clocks: time since boot and the wall clock
+    virtual Dispatch& dispatch() noexcept = 0;           ///< the queues and the main loop
+    virtual HostService& host() noexcept = 0;            ///< the host: processor load, memory, uptime, heat
+    virtual GraphicsService& graphics() noexcept = 0;    ///< the graphics processors
+    virtual VolumeService& volumes() noexcept = 0;       ///< disks and mounted volumes
+    virtual NetworkService& network() noexcept = 0;      ///< network interfaces and the configuration of the network
+    virtual PowerService& power() noexcept = 0;          ///< power sources and the battery
+    virtual ProcessService& processes() noexcept = 0;    ///< processes and running applications
+    virtual Desktop& desktop() noexcept = 0;             ///< the desktop: user notifications, opening addresses
+    virtual PreferenceStore& preferences() noexcept = 0; ///< the suites of preferences
 };
 
 /// The platform in force: the real machine, built on first use, unless an `Override` stands. Any thread.
@@ -46,7 +46,9 @@ public:
 /// the scope are released before it ends.
 class SENTREL_API Override {
 public:
+    /// Puts the platform in force; it has to outlive the override.
     explicit Override(Platform& platform);
+    /// Puts the platform before it back in force.
     ~Override();
     Override(const Override&) = delete;
     Override& operator=(const Override&) = delete;

@@ -53,6 +53,7 @@ public:
     [[nodiscard]] virtual std::optional<PropertyList> property(std::string_view key) const = 0;
 };
 
+/// The questions about power sources. Any thread, unless a member says otherwise.
 class SENTREL_API PowerService {
 public:
     virtual ~PowerService() = default;

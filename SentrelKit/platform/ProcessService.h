@@ -17,21 +17,21 @@ namespace sentrel::platform {
 
 /// What the kernel accounts to one process, all its threads together, ended threads included.
 /// macOS: PROC_PIDTASKALLINFO (the task part, and the start from the BSD part); Linux: the process clock,
-/// /proc/<id>/stat.
+/// "stat" of the process in /proc.
 struct TaskInfo {
-    std::uint64_t userNanoseconds = 0;
-    std::uint64_t systemNanoseconds = 0;
-    std::uint64_t residentBytes = 0;
-    std::int32_t threads = 0;
-    std::uint64_t startTime = 0; ///< as in RunningApplication
+    std::uint64_t userNanoseconds = 0;   ///< processor time in programs
+    std::uint64_t systemNanoseconds = 0; ///< processor time in the kernel
+    std::uint64_t residentBytes = 0;     ///< memory that the process occupies
+    std::int32_t threads = 0;            ///< threads now
+    std::uint64_t startTime = 0;         ///< as in RunningApplication
 };
 
 /// A running application, or an auxiliary process of one. A plain value that never changes: where the name of a process
 /// changes, as when it runs another program, a new value with the same identity takes its place in the set.
 struct RunningApplication {
-    std::int32_t processIdentifier = 0;
+    std::int32_t processIdentifier = 0; ///< the process's number
     std::uint64_t startTime = 0; ///< when the process started, in the platform's own unit; tells a reused id; 0 unknown
-    std::optional<std::string> localizedName{};
+    std::optional<std::string> localizedName{};    ///< the name to show; absent where it has none
     std::optional<std::string> bundleIdentifier{}; ///< macOS: of the bundle; Linux: the desktop entry's id
     std::optional<std::string> icon{};             ///< an icon's name, or the absolute path of an image
 
@@ -59,6 +59,7 @@ public:
     virtual ~RunningApplicationsObservation() = default;
 };
 
+/// The questions about processes.
 class SENTREL_API ProcessService {
 public:
     virtual ~ProcessService() = default;
@@ -67,7 +68,7 @@ public:
     /// like any other.
     [[nodiscard]] virtual std::optional<TaskInfo> taskInfo(std::int32_t processIdentifier) noexcept = 0;
 
-    /// The id of the process's parent. macOS: PROC_PIDTBSDINFO; Linux: /proc/<id>/stat.
+    /// The id of the process's parent. macOS: PROC_PIDTBSDINFO; Linux: "stat" of the process in /proc.
     [[nodiscard]] virtual std::optional<std::int32_t> parent(std::int32_t processIdentifier) noexcept = 0;
 
     /// The running applications at this moment. macOS: NSWorkspace runningApplications.

@@ -14,6 +14,7 @@ namespace sentrel::platform {
 template <class Queue>
 class QueueTimer final : public RepeatingTimer {
 public:
+    /// A suspended timer on a queue that ticks every `interval` nanoseconds.
     QueueTimer(std::shared_ptr<Queue> queue, std::int64_t interval, std::function<void()> tick)
         : queue_(std::move(queue)), ticker_(std::make_shared<TimedQueue::Ticker>(interval, std::move(tick))) {}
     ~QueueTimer() override { queue_->suspend(ticker_); }

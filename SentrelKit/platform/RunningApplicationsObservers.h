@@ -10,6 +10,7 @@ namespace sentrel::platform {
 /// The registered observers of a process service. Any thread.
 class SENTREL_API RunningApplicationsObservers {
 public:
+    /// A set that nobody changes any more; observers share it.
     using SharedSet = std::shared_ptr<const RunningApplications>;
 
     RunningApplicationsObservers();
@@ -17,6 +18,7 @@ public:
     RunningApplicationsObservers(const RunningApplicationsObservers&) = delete;
     RunningApplicationsObservers& operator=(const RunningApplicationsObservers&) = delete;
 
+    /// Registers an observer until the returned observation is released.
     [[nodiscard]] std::unique_ptr<RunningApplicationsObservation> add(RunningApplicationsObserver observer);
 
     /// Asks for the set and tells it to those that have not heard this one. Asking goes on under a lock, so that nobody

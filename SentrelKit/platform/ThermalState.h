@@ -7,6 +7,11 @@
 namespace sentrel {
 
 /// How hard the machine is pressed by heat, from no pressure to "needs cooling now".
-enum class ThermalState : std::uint8_t { nominal, fair, serious, critical };
+enum class ThermalState : std::uint8_t {
+    nominal,  ///< no pressure
+    fair,     ///< a little
+    serious,  ///< much: the machine may slow down
+    critical, ///< needs cooling now
+};
 
 } // namespace sentrel

@@ -53,8 +53,8 @@ struct DiskDescription {
 
 /// Cumulative counters of a disk since it appeared, in bytes. Each is absent when the disk does not count it.
 struct DiskStatistics {
-    std::optional<std::int64_t> bytesRead;
-    std::optional<std::int64_t> bytesWritten;
+    std::optional<std::int64_t> bytesRead;    ///< since the disk exists
+    std::optional<std::int64_t> bytesWritten; ///< since the disk exists
 };
 
 /// The 512 bytes that a drive answers to "SMART read data" (ATA command set, "Device SMART data structure").
@@ -112,12 +112,13 @@ struct UnmountOptions {
 
 /// Why an unmount was refused.
 struct Dissenter {
-    std::string reason;
+    std::string reason; ///< in words of the system, for the error line
 };
 
 /// A disk, a part of one, or a stacked device.
 class SENTREL_API Disk : public std::enable_shared_from_this<Disk> {
 public:
+    /// Hears how an unmount ended: the disk, and the objection to it or null.
     using UnmountCompletion = std::function<void(const std::shared_ptr<Disk>& disk, const Dissenter* dissenter)>;
 
     virtual ~Disk() = default;
@@ -156,9 +157,14 @@ public:
 
 /// Something that happened to the volumes. A field is absent where the system does not tell it.
 struct VolumeNotification {
-    enum class Kind : std::uint8_t { didMount, didUnmount, didRename };
+    /// What happened.
+    enum class Kind : std::uint8_t {
+        didMount,   ///< a volume was mounted
+        didUnmount, ///< a volume was unmounted
+        didRename,  ///< a volume has another name
+    };
 
-    Kind kind = Kind::didMount;
+    Kind kind = Kind::didMount;         ///< what it was
     std::optional<std::string> oldName; ///< didRename: the name before
     std::optional<std::string> newName; ///< didRename: the name now
     std::optional<std::string> path;    ///< the mount point (now)
@@ -170,6 +176,7 @@ public:
     virtual ~VolumeObservation() = default;
 };
 
+/// The questions about disks and volumes. Any thread, unless a member says otherwise.
 class SENTREL_API VolumeService {
 public:
     virtual ~VolumeService() = default;

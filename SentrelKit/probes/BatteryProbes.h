@@ -26,6 +26,7 @@ struct BatteryData {
     std::int32_t watts; ///< power of the external adapter; 0 without one, or if it does not tell
 };
 
+/// Takes what the power sources say, valid only during the call.
 using PowerSourcesBlock = std::function<void(const BatteryData*)>;
 
 /// Calls the block at most once, before it returns: not at all on a machine without a power source. Any thread.

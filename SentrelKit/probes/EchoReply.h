@@ -16,7 +16,7 @@ namespace probes {
 /// What is read of a reply at most.
 struct EchoReplyLimits {
     std::int64_t milliseconds = 30'000; ///< for the whole reply, however slowly it trickles in
-    std::int64_t bytes = 1 << 20;
+    std::int64_t bytes = 1 << 20;       ///< of the reply
 };
 
 /// Reads the reply line by line up to the first line that begins with "IP", in any case, and puts what follows its

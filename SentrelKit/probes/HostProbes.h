@@ -38,6 +38,7 @@ struct MEMData {
 };
 
 using platform::host_basic_info;
+/// Takes the host's description, valid only during the call.
 using HostInfoBlock = std::function<void(const host_basic_info*)>;
 
 /// The moment of the last boot in seconds since the epoch; 0 if it cannot be told. Any thread.

@@ -34,12 +34,13 @@ struct NetworkExtra {
 
 /// Takes the time stamp of the listing (milliseconds, as Time_milli), the interface's name and its record.
 using NetworkDataBlock = std::function<void(std::int64_t, const char*, const NetworkData*)>;
+/// Takes the facts of one interface.
 using NetworkExtraBlock = std::function<void(const NetworkExtra*)>;
 
 /// The server that tells a caller its public address: an HTTP server whose reply holds a line "IP: <address>".
 struct EchoHost {
-    std::string name; ///< host name or IPv4 address
-    std::int32_t port = 80;
+    std::string name;       ///< host name or IPv4 address
+    std::int32_t port = 80; ///< 1 to 65535
 };
 
 /// Names the echo host; one without a name is none, whatever the environment says. False, and nothing changes, if the

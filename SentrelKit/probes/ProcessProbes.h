@@ -10,14 +10,15 @@
 
 namespace sentrel::probes {
 
+/// What one process has used.
 struct ApplicationAttributes {
     double cpuTime = 0;             ///< user and system time of all threads so far, milliseconds
     std::uint64_t residentSize = 0; ///< resident memory, bytes
-    std::int32_t threads = 0;
+    std::int32_t threads = 0;       ///< threads now
 };
 
 /// Fills the record for a process id. 1 on success; 0 on failure, the record untouched. Linux: the process clock and
-/// /proc/<id>/stat and statm; macOS: proc_pidinfo.
+/// "stat" and "statm" of the process in /proc; macOS: proc_pidinfo.
 SENTREL_API int _getApplicationAttributes(std::int32_t processIdentifier, ApplicationAttributes* attributes) noexcept;
 
 /// As above, for the process that had this id and this start time when it was listed (platform::RunningApplication): 0

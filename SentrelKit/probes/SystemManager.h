@@ -39,6 +39,7 @@ using NetworkConfigurationBlock =
     std::function<void(const std::optional<std::string>& localhostName, const std::optional<std::string>& router,
                        const std::optional<std::vector<std::string>>& dns)>;
 
+/// The connections and the fixed buffers that the probes share; one for each machine in force.
 class SENTREL_API SystemManager {
 public:
     /// Opens the sessions on the platform in force. Stops the process if one of them cannot be had at all.

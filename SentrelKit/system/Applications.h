@@ -99,6 +99,7 @@ public:
     /// it above 100; 0 after folding into a parent.
     [[nodiscard]] double cpu() const noexcept { return cpu_.load(std::memory_order_relaxed); }
 
+    /// The process's number.
     [[nodiscard]] std::int32_t pid() const noexcept { return app_->processIdentifier; }
     [[nodiscard]] std::int32_t ppid() const noexcept { return ppid_; } ///< -1 if it could not be told
 
@@ -108,6 +109,7 @@ public:
     /// True for a browser engine's process whose owner is found by name.
     [[nodiscard]] bool isUnResolvedName() const noexcept { return isUnResolvedName_; }
 
+    /// For the model: a process without figures yet.
     explicit Process(std::shared_ptr<const platform::RunningApplication> app);
 
 private:

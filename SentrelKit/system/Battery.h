@@ -54,8 +54,8 @@ public:
     [[nodiscard]] bool hasBattery() const noexcept { return hasBattery_; }         ///< the machine can have a battery
     [[nodiscard]] bool installed() const noexcept { return load(installed_); }     ///< one is in it
     [[nodiscard]] bool isACPowered() const noexcept { return load(isACPowered_); } ///< an adapter is connected
-    [[nodiscard]] bool isFullyCharged() const noexcept { return load(isFullyCharged_); }
-    [[nodiscard]] bool isCharging() const noexcept { return load(isCharging_); }
+    [[nodiscard]] bool isFullyCharged() const noexcept { return load(isFullyCharged_); } ///< nothing more goes in
+    [[nodiscard]] bool isCharging() const noexcept { return load(isCharging_); }         ///< it is being charged
 
     /// The power of the external adapter in watts; 0 without one, or if it does not tell.
     [[nodiscard]] std::int64_t acWatts() const noexcept { return load(acWatts_); }
@@ -64,7 +64,8 @@ public:
     [[nodiscard]] double maxCapacity() const noexcept { return load(maxCapacity_); }         ///< full charge now, mAh
     [[nodiscard]] double designCapacity() const noexcept { return load(designCapacity_); } ///< full charge as new, mAh
 
-    [[nodiscard]] std::int64_t cycleCount() const noexcept { return load(cycleCount_); }
+    [[nodiscard]] std::int64_t cycleCount() const noexcept { return load(cycleCount_); } ///< charge cycles so far
+    /// Charge cycles that it is made for; 0 if not known.
     [[nodiscard]] std::int64_t designCycleCount() const noexcept { return load(designCycleCount_); }
 
     [[nodiscard]] double temperature() const noexcept { return load(temperature_); } ///< degrees Celsius

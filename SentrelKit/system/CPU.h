@@ -32,18 +32,23 @@ public:
     /// Takes one sample. The ticks it measures from are the process's, not the model's.
     void update() override;
 
-    [[nodiscard]] double user() const noexcept { return load(user_); } ///< percent, nice included, 0 to 100
-    [[nodiscard]] double sys() const noexcept { return load(sys_); }   ///< percent, 0 to 100
-    [[nodiscard]] double idle() const noexcept { return load(idle_); } ///< percent, 0 to 100
-    [[nodiscard]] double usage() const noexcept { return user() + sys(); }
+    [[nodiscard]] double user() const noexcept { return load(user_); }     ///< percent, nice included, 0 to 100
+    [[nodiscard]] double sys() const noexcept { return load(sys_); }       ///< percent, 0 to 100
+    [[nodiscard]] double idle() const noexcept { return load(idle_); }     ///< percent, 0 to 100
+    [[nodiscard]] double usage() const noexcept { return user() + sys(); } ///< percent, user and system, 0 to 100
 
+    /// Processes at the last sample.
     [[nodiscard]] std::uint32_t processes() const noexcept { return load(processes_); }
+    /// Threads of all of them at the last sample.
     [[nodiscard]] std::uint32_t threads() const noexcept { return load(threads_); }
 
-    /// Cores and logical processors of the machine, and those of them that were online when the model was made.
+    /// Cores of the machine.
     [[nodiscard]] std::int64_t physicalCores() const noexcept { return physicalCores_; }
+    /// Logical processors of the machine.
     [[nodiscard]] std::int64_t logicalCores() const noexcept { return logicalCores_; }
+    /// Cores with a processor online when the model was made.
     [[nodiscard]] std::int64_t activePhysicalCores() const noexcept { return activePhysicalCores_; }
+    /// Logical processors that were online when the model was made.
     [[nodiscard]] std::int64_t activeLogicalCores() const noexcept { return activeLogicalCores_; }
 
     /// "Intel Core i7 2.50GHz"; empty if it cannot be told. Asked for once, at the first call.

@@ -34,10 +34,12 @@ enum class ByteNotation : std::uint8_t { B, KB, MB, GB, TB, PB, EB, ZB };
 /// The same in units of 1000, as disks are sold.
 [[nodiscard]] SENTREL_API std::string diskByteStr(double bytes);
 
+/// `byteStr` of a whole number.
 template <std::integral Integer>
 [[nodiscard]] std::string byteStr(Integer bytes, ByteNotation roundFrom = ByteNotation::B) {
     return byteStr(static_cast<double>(bytes), roundFrom);
 }
+/// `diskByteStr` of a whole number.
 template <std::integral Integer>
 [[nodiscard]] std::string diskByteStr(Integer bytes) {
     return diskByteStr(static_cast<double>(bytes));
@@ -60,13 +62,15 @@ template <std::integral Integer>
 /// A number with two decimals.
 [[nodiscard]] SENTREL_API std::string toStr(double value);
 
-/// Seconds from seconds, minutes and hours.
+/// Seconds from seconds: the number as it is.
 [[nodiscard]] constexpr double second(double seconds) noexcept {
     return seconds;
 }
+/// Seconds from minutes.
 [[nodiscard]] constexpr double minute(double minutes) noexcept {
     return minutes * 60;
 }
+/// Seconds from hours.
 [[nodiscard]] constexpr double hour(double hours) noexcept {
     return hours * 3600;
 }

@@ -20,9 +20,11 @@ namespace sentrel {
 /// GraphicsService; on Linux the PCI devices and graphics cards of /sys, with names from the hardware database.
 class SENTREL_API GPU final : public SystemResource {
 public:
+    /// One graphics processor.
     struct Processor {
         std::string name;                   ///< "Unknown" if the platform has none
         std::vector<std::uint8_t> deviceID; ///< bytes as the device registry has them
+        /// Whether name and device are the same.
         friend bool operator==(const Processor&, const Processor&) = default;
     };
 
@@ -34,8 +36,9 @@ public:
     /// Asks which processor drives the main display. One thread at a time.
     void update() override;
 
-    /// The display controller whose name contains "Intel", and the one whose name does not; the last one of each kind.
+    /// The last display controller whose name contains "Intel", if there is one. Found once, when the model is made.
     [[nodiscard]] const std::optional<Processor>& integrated() const noexcept { return integrated_; }
+    /// The last display controller whose name does not contain "Intel", if there is one.
     [[nodiscard]] const std::optional<Processor>& discrete() const noexcept { return discrete_; }
 
     /// The one that drove the main display at the last update: the discrete one if it is known to, else the integrated
@@ -45,11 +48,12 @@ public:
     /// The name of the current one; empty without one.
     [[nodiscard]] std::string name() const;
 
-    /// True if the current one has the device id of the integrated one; also when there is neither. The discrete one is
-    /// in use whenever this is false: meant.
+    /// True if the current one has the device id of the integrated one; also when there is neither.
     [[nodiscard]] bool isUsingIntegratedGPU() const;
+    /// Whenever the integrated one is not in use: meant.
     [[nodiscard]] bool isUsingDiscreteGPU() const { return !isUsingIntegratedGPU(); }
 
+    /// An integrated and a discrete one.
     [[nodiscard]] bool hasBoth() const noexcept { return integrated_ && discrete_; }
 
 private:

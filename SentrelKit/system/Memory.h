@@ -34,20 +34,24 @@ public:
     [[nodiscard]] std::uint64_t appMemory() const noexcept { return load(appMemory_); }     ///< of programs, bytes
     [[nodiscard]] std::uint64_t cachedFiles() const noexcept { return load(cachedFiles_); } ///< of files, bytes
 
-    /// Counts since boot. On Linux pages are of 4096 bytes and those of every block device count.
+    /// Pages read in since boot. On Linux they are of 4096 bytes, and those of every block device count.
     [[nodiscard]] std::uint64_t pagesIn() const noexcept { return load(pagesIn_); }
+    /// Pages written out since boot, counted the same way.
     [[nodiscard]] std::uint64_t pagesOut() const noexcept { return load(pagesOut_); }
+    /// Page faults since boot.
     [[nodiscard]] std::uint64_t pagesFault() const noexcept { return load(pagesFault_); }
 
     /// Wired, active and compressed memory in percent of those and free, rounded half away from zero, 0 to 100; 0
     /// before the first sample.
     [[nodiscard]] std::uint8_t usage() const noexcept;
 
+    /// Shares of the memory, in percent.
     struct Percents {
-        std::uint8_t wired = 0;
-        std::uint8_t active = 0;
-        std::uint8_t compressed = 0;
-        std::uint8_t free = 0;
+        std::uint8_t wired = 0;      ///< cannot be moved out
+        std::uint8_t active = 0;     ///< in use by programs
+        std::uint8_t compressed = 0; ///< what the compressor occupies
+        std::uint8_t free = 0;       ///< free, with inactive memory
+        /// Whether all four are the same.
         friend bool operator==(const Percents&, const Percents&) = default;
     };
 
@@ -55,9 +59,11 @@ public:
     /// zeros before the first sample.
     [[nodiscard]] Percents percents() const noexcept;
 
+    /// Swap space, in bytes.
     struct Swap {
-        std::uint64_t total = 0;
-        std::uint64_t used = 0;
+        std::uint64_t total = 0; ///< all of it; 0 without swap
+        std::uint64_t used = 0;  ///< in use
+        /// Whether both are the same.
         friend bool operator==(const Swap&, const Swap&) = default;
     };
 

@@ -9,6 +9,7 @@
 
 namespace sentrel {
 
+/// Functions only.
 class SENTREL_API Notification {
 public:
     /// Hands one notification to the desktop and returns at once; what becomes of it is not told. Any thread. It shows

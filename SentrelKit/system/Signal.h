@@ -43,22 +43,31 @@ class Signal;
 /// What a channel of payload T stores and calls; a channel of `void` carries no payload.
 template <class T>
 struct SignalPayload {
+    /// What is stored of an event.
     using Value = T;
+    /// What a subscription calls.
     using Callback = std::function<void(const T&)>;
+    /// What decides whether an event is delivered.
     using Filter = std::function<bool(const T&)>;
 
+    /// Calls a callback or a filter with what was stored.
     template <class Function>
     static auto call(const Function& function, const Value& data) {
         return function(data);
     }
 };
 
+/// The payload of a channel that carries no value.
 template <>
 struct SignalPayload<void> {
+    /// What is stored of an event: nothing.
     using Value = std::monostate;
+    /// What a subscription calls.
     using Callback = std::function<void()>;
+    /// What decides whether an event is delivered.
     using Filter = std::function<bool()>;
 
+    /// Calls a callback or a filter.
     template <class Function>
     static auto call(const Function& function, const Value&) {
         return function();
@@ -78,8 +87,10 @@ class SignalListener : public std::enable_shared_from_this<SignalListener<T>> {
     };
 
 public:
+    /// How a subscription is held.
     using Handle = std::shared_ptr<SignalListener>;
 
+    /// For channels alone: `Key` is theirs.
     SignalListener(Key, std::weak_ptr<void> owner, const void* identity, typename Payload::Callback callback)
         : owner_(std::move(owner)), identity_(identity), callback_(std::move(callback)) {}
     SignalListener(const SignalListener&) = delete;
@@ -196,8 +207,11 @@ class Signal {
     using Value = typename Payload::Value;
 
 public:
+    /// A subscription of this channel.
     using Listener = SignalListener<T>;
+    /// How one is held.
     using Handle = typename Listener::Handle;
+    /// What a subscription calls with each value.
     using Callback = typename Payload::Callback;
 
     /// An empty channel that never fired; with true, it keeps the last value for `listenPast`.
@@ -217,6 +231,7 @@ public:
 
     /// Publishes a value to every subscription, in the order they were made.
     void fire(const Value& data) requires(!std::is_void_v<T>) { publish(data); }
+    /// The same without a value.
     void fire() requires std::is_void_v<T> { publish(Value{}); }
 
     /// Subscribes. Owners are compared by identity; a null owner's subscription is dead from the start.
@@ -295,6 +310,7 @@ public:
 
     /// Whether the last value is kept. Setting false forgets it at once; setting true keeps the next one fired.
     [[nodiscard]] bool retainLastData() const noexcept { return retainLastData_; }
+    /// Whether the last value is kept for `listenPast` from the next fire on.
     void setRetainLastData(bool retain) {
         if (!retain)
             clearLastData();

@@ -29,7 +29,11 @@ class Task;
 class SENTREL_API System {
 public:
     /// Which tasks a start by group means. No task is itself in `all`.
-    enum class Group : std::uint8_t { all, system, network };
+    enum class Group : std::uint8_t {
+        all,     ///< of every group
+        system,  ///< the machine itself: cpu, mem, disk, apps, gpu
+        network, ///< net
+    };
 
     /// The process's registry, made on first use, on any thread; it lives as long as the process.
     static System& shared();
@@ -40,13 +44,13 @@ public:
     System(const System&) = delete;
     System& operator=(const System&) = delete;
 
-    [[nodiscard]] CPU& cpu() const noexcept { return *cpu_; }
-    [[nodiscard]] GPU& gpu() const noexcept { return *gpu_; }
-    [[nodiscard]] Disk& disk() const noexcept { return *disk_; }
-    [[nodiscard]] Memory& mem() const noexcept { return *mem_; }
-    [[nodiscard]] Network& net() const noexcept { return *net_; }
-    [[nodiscard]] Battery& battery() const noexcept { return *battery_; }
-    [[nodiscard]] Applications& apps() const noexcept { return *apps_; }
+    [[nodiscard]] CPU& cpu() const noexcept { return *cpu_; }     ///< the processor; lives as long as the registry
+    [[nodiscard]] GPU& gpu() const noexcept { return *gpu_; }     ///< the graphics processors
+    [[nodiscard]] Disk& disk() const noexcept { return *disk_; }  ///< the volumes
+    [[nodiscard]] Memory& mem() const noexcept { return *mem_; }  ///< the memory
+    [[nodiscard]] Network& net() const noexcept { return *net_; } ///< the network
+    [[nodiscard]] Battery& battery() const noexcept { return *battery_; } ///< the battery
+    [[nodiscard]] Applications& apps() const noexcept { return *apps_; }  ///< the running applications
 
     /// Starts or resumes the tasks of a group that are not delayed: cpu (every 1.1 s) and mem (2.0 s) in `system`, net
     /// (1.1 s) in `network`. Their first samples come one interval later.
@@ -64,11 +68,12 @@ public:
 
     /// What one task samples and how, for inspection.
     struct TaskInfo {
-        SystemResourceType resource;
-        double interval; ///< seconds
-        Group group;
-        bool delayed; ///< starts only by its resource
-        Timer::Status status;
+        SystemResourceType resource; ///< what it samples
+        double interval;             ///< seconds
+        Group group;                 ///< which start by group means it
+        bool delayed;                ///< starts only by its resource
+        Timer::Status status;        ///< whether it runs
+        /// Whether everything is the same.
         friend bool operator==(const TaskInfo&, const TaskInfo&) = default;
     };
 

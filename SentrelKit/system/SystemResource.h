@@ -7,7 +7,16 @@
 namespace sentrel {
 
 /// The kinds of resources. `sensors` exists and no model reports it.
-enum class SystemResourceType : std::uint8_t { cpu, gpu, mem, disk, net, sensors, battery, app };
+enum class SystemResourceType : std::uint8_t {
+    cpu,     ///< the processor
+    gpu,     ///< the graphics processors
+    mem,     ///< the memory
+    disk,    ///< the volumes
+    net,     ///< the network
+    sensors, ///< no model
+    battery, ///< the battery
+    app,     ///< the running applications
+};
 
 /// What the registry and the scheduler know of a model.
 class SENTREL_API SystemResource {

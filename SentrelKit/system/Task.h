@@ -10,11 +10,12 @@ namespace sentrel {
 /// A timer on the background queue that samples one resource of the registry.
 class Task final : public Timer {
 public:
+    /// A stopped task that samples the resource every `interval` seconds.
     Task(double interval, std::shared_ptr<SystemResource> resource, System::Group group, bool delayed);
 
-    [[nodiscard]] double interval() const noexcept { return interval_; }
-    [[nodiscard]] const SystemResource& resource() const noexcept { return *resource_; }
-    [[nodiscard]] System::Group group() const noexcept { return group_; }
+    [[nodiscard]] double interval() const noexcept { return interval_; }                 ///< seconds
+    [[nodiscard]] const SystemResource& resource() const noexcept { return *resource_; } ///< what it samples
+    [[nodiscard]] System::Group group() const noexcept { return group_; } ///< which start by group means it
 
     /// A delayed task starts only by its resource, never by its group.
     [[nodiscard]] bool delayed() const noexcept { return delayed_; }

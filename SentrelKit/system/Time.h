@@ -9,16 +9,18 @@
 
 namespace sentrel {
 
+/// Functions only.
 class SENTREL_API Time {
 public:
     Time() = delete;
 
     /// A duration in whole units; all are negative or 0 for a negative duration.
     struct Split {
-        std::int64_t days = 0;
+        std::int64_t days = 0; ///< any number
         std::int64_t hrs = 0;  ///< -23 to 23
         std::int64_t mins = 0; ///< -59 to 59
         std::int64_t secs = 0; ///< -59 to 59
+        /// Whether all four are the same.
         friend bool operator==(const Split&, const Split&) = default;
     };
 
@@ -28,6 +30,7 @@ public:
     /// Milliseconds since 1970.
     [[nodiscard]] static std::int64_t milli();
 
+    /// Seconds as days, hours, minutes and seconds.
     [[nodiscard]] static Split split(std::int64_t seconds);
 
     /// "3 days, 4 hours, 12 minutes". Days and hours are left out when there are none, seconds always.

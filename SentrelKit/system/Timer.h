@@ -19,7 +19,13 @@ namespace sentrel {
 /// what becomes of an exception, stands at the queues (platform/Dispatch.h).
 class SENTREL_API Timer {
 public:
-    enum class Status : std::uint8_t { initial, started, suspended, canceled };
+    /// What a timer does.
+    enum class Status : std::uint8_t {
+        initial,   ///< made and never started
+        started,   ///< ticking
+        suspended, ///< stopped until it is started again
+        canceled,  ///< ended for good
+    };
 
     /// A stopped timer that ticks every `interval` seconds on the background queue, or else on the main queue. The
     /// interval is kept to the nanosecond; not-a-number, 0 and negative intervals count as one nanosecond.
@@ -32,6 +38,7 @@ public:
     Timer(const Timer&) = delete;
     Timer& operator=(const Timer&) = delete;
 
+    /// What the timer does now. On its owner's thread.
     [[nodiscard]] Status status() const noexcept { return status_; }
 
     /// Starts an initial or suspended timer; the first tick comes one whole interval later. Else nothing.

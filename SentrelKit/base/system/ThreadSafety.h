@@ -10,20 +10,31 @@
 #include <mutex>
 
 #if defined(__clang__)
+/// An attribute that only Clang knows; nothing under other compilers.
 #define SENTREL_THREAD_ATTRIBUTE(x) __attribute__((x))
 #else
 #define SENTREL_THREAD_ATTRIBUTE(x)
 #endif
 
+/// Marks a class as a lock; the name says what the messages call it.
 #define SENTREL_CAPABILITY(name) SENTREL_THREAD_ATTRIBUTE(capability(name))
+/// Marks a class that holds a lock from its making to its release.
 #define SENTREL_SCOPED_CAPABILITY SENTREL_THREAD_ATTRIBUTE(scoped_lockable)
+/// The field is read and written only with the lock held.
 #define SENTREL_GUARDED_BY(lock) SENTREL_THREAD_ATTRIBUTE(guarded_by(lock))
+/// What the field points to is read and written only with the lock held.
 #define SENTREL_PT_GUARDED_BY(lock) SENTREL_THREAD_ATTRIBUTE(pt_guarded_by(lock))
+/// The caller holds the locks.
 #define SENTREL_REQUIRES(...) SENTREL_THREAD_ATTRIBUTE(requires_capability(__VA_ARGS__))
+/// The call takes the locks.
 #define SENTREL_ACQUIRE(...) SENTREL_THREAD_ATTRIBUTE(acquire_capability(__VA_ARGS__))
+/// The call gives the locks back.
 #define SENTREL_RELEASE(...) SENTREL_THREAD_ATTRIBUTE(release_capability(__VA_ARGS__))
+/// The call takes the locks if it returns its first argument.
 #define SENTREL_TRY_ACQUIRE(...) SENTREL_THREAD_ATTRIBUTE(try_acquire_capability(__VA_ARGS__))
+/// The caller does not hold the locks.
 #define SENTREL_EXCLUDES(...) SENTREL_THREAD_ATTRIBUTE(locks_excluded(__VA_ARGS__))
+/// The function is not checked.
 #define SENTREL_NO_THREAD_SAFETY_ANALYSIS SENTREL_THREAD_ATTRIBUTE(no_thread_safety_analysis)
 
 namespace sentrel {

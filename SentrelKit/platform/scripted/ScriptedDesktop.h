@@ -20,11 +20,11 @@ public:
         return opens;
     }
 
-    std::vector<UserNotification> delivered;
+    std::vector<UserNotification> delivered;   ///< the notifications, in their order
     std::vector<bool> presentedWhileFrontmost; ///< for each delivery, whether it shows while the host is in front
-    std::vector<std::string> opened;
-    bool presentsWhileFrontmost = false;
-    bool opens = true; ///< what openAddress answers
+    std::vector<std::string> opened;           ///< the addresses, in their order
+    bool presentsWhileFrontmost = false;       ///< whether notifications show while the host is in front
+    bool opens = true;                         ///< what openAddress answers
 
 protected:
     void installPresentation() override { presentsWhileFrontmost = true; }

@@ -32,8 +32,10 @@ private:
     bool readable_ = true;
 };
 
+/// Queues on a virtual clock: what they hold runs only inside `advance`, on the thread that calls it.
 class SENTREL_API ScriptedDispatch final : public Dispatch {
 public:
+    /// Queues that follow a clock, which outlives them.
     explicit ScriptedDispatch(ScriptedClock& clock);
     ~ScriptedDispatch() override;
 

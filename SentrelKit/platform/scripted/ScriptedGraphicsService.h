@@ -10,9 +10,10 @@ namespace sentrel::platform {
 /// while its field holds nothing.
 class SENTREL_API ScriptedGraphicsService final : public GraphicsService {
 public:
+    /// What `pciDevices` answers.
     std::optional<std::vector<PropertyList::Dictionary>> pciDevicesValue = std::vector<PropertyList::Dictionary>();
-    std::optional<PropertyList::Bytes> activeDeviceIDValue;
-    int failure = ENODEV; ///< what errno says after a failure
+    std::optional<PropertyList::Bytes> activeDeviceIDValue; ///< what `activeDeviceID` answers
+    int failure = ENODEV;                                   ///< what errno says after a failure
 
     std::optional<std::vector<PropertyList::Dictionary>> pciDevices() override {
         if (!pciDevicesValue)

@@ -11,20 +11,21 @@ namespace sentrel::platform {
 /// holds nothing.
 class SENTREL_API ScriptedHostService final : public HostService {
 public:
-    std::optional<std::int64_t> bootTimeValue = 0;
-    std::optional<host_basic_info> hostInfoValue = host_basic_info{};
-    std::optional<HostLoadTicks> loadTicksValue = HostLoadTicks{};
-    std::optional<ProcessorSet> processorSetValue = ProcessorSet{1};
-    std::optional<ProcessorSetLoad> processorSetLoadValue = ProcessorSetLoad{};
-    std::optional<std::string> brandValue = std::string();
+    std::optional<std::int64_t> bootTimeValue = 0;                              ///< what `bootTime` answers
+    std::optional<host_basic_info> hostInfoValue = host_basic_info{};           ///< what `hostInfo` answers
+    std::optional<HostLoadTicks> loadTicksValue = HostLoadTicks{};              ///< what `loadTicks` answers
+    std::optional<ProcessorSet> processorSetValue = ProcessorSet{1};            ///< what `defaultProcessorSet` answers
+    std::optional<ProcessorSetLoad> processorSetLoadValue = ProcessorSetLoad{}; ///< what `processorSetLoad` answers
+    std::optional<std::string> brandValue = std::string();                      ///< what `brand` answers
+    /// What `virtualMemory` answers.
     std::optional<VirtualMemoryCounters> virtualMemoryValue = VirtualMemoryCounters{};
-    std::optional<SwapUsage> swapUsageValue = SwapUsage{};
-    std::optional<LoadAverages> loadAveragesValue = LoadAverages{};
-    std::optional<std::uint64_t> physicalMemoryValue = 0;
-    std::optional<double> awakeUptimeValue = 0.0;
-    std::optional<ThermalState> thermalStateValue = ThermalState::nominal;
-    int failure = EIO;  ///< what errno says after a failure
-    int brandAsked = 0; ///< how often the brand was asked for
+    std::optional<SwapUsage> swapUsageValue = SwapUsage{};                 ///< what `swapUsage` answers
+    std::optional<LoadAverages> loadAveragesValue = LoadAverages{};        ///< what `loadAverages` answers
+    std::optional<std::uint64_t> physicalMemoryValue = 0;                  ///< what `physicalMemory` answers
+    std::optional<double> awakeUptimeValue = 0.0;                          ///< what `awakeUptime` answers
+    std::optional<ThermalState> thermalStateValue = ThermalState::nominal; ///< what `thermalState` answers
+    int failure = EIO;                                                     ///< what errno says after a failure
+    int brandAsked = 0;                                                    ///< how often the brand was asked for
 
     std::optional<std::int64_t> bootTime() override { return answer(bootTimeValue); }
     std::optional<host_basic_info> hostInfo() override { return answer(hostInfoValue); }

@@ -17,6 +17,7 @@
 
 namespace sentrel::platform {
 
+/// The machine. Its services are set up and asked through the members that every platform has.
 class SENTREL_API ScriptedPlatform final : public Platform {
 public:
     ScriptedPlatform() = default;

@@ -23,7 +23,7 @@ public:
 
     /// A description for each power source; an absent one makes asking for it fail.
     std::vector<std::optional<PropertyList::Dictionary>> sources;
-    std::optional<PropertyList::Dictionary> adapter;
+    std::optional<PropertyList::Dictionary> adapter; ///< what `externalAdapterDetails` answers
     std::optional<PropertyList::Dictionary> battery; ///< the internal battery's properties; absent: no battery
 
     bool givesSnapshot = true;  ///< false: no snapshot can be taken

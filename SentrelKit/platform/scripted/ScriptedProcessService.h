@@ -26,6 +26,7 @@ public:
 
     /// What the service answers about an id; without a value the question fails.
     void setTaskInfo(std::int32_t processIdentifier, std::optional<TaskInfo> info);
+    /// What the service answers when asked for the parent of an id; without a value the question fails.
     void setParent(std::int32_t processIdentifier, std::optional<std::int32_t> parent);
 
     /// Adds an application to the set's end, or puts it in the place of the one with the same identity.

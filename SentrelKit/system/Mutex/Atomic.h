@@ -16,6 +16,7 @@ namespace sentrel {
 template <class T>
 class Atomic {
 public:
+    /// A box with a value. Stops the process with "Failed to initialize Mutex" if the system refuses the lock.
     explicit Atomic(T value = T{}, SourceLocation where = SourceLocation::current())
         : mutex_(where), value_(std::move(value)) {}
     Atomic(const Atomic&) = delete;

@@ -13,9 +13,10 @@ namespace sentrel {
 
 /// Where in the source a call stands. As the default argument `SourceLocation::current()` it names the caller.
 struct SourceLocation {
-    const char* file;
-    int line;
+    const char* file; ///< as the compiler was told it
+    int line;         ///< from 1
 
+    /// The place of the call that takes this as its default argument.
     [[nodiscard]] static constexpr SourceLocation current(const char* file = __builtin_FILE(),
                                                           int line = __builtin_LINE()) noexcept {
         return {file, line};
