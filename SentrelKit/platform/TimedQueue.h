@@ -20,13 +20,16 @@
 
 namespace sentrel::platform {
 
+/// The schedule of one queue.
 class SENTREL_API TimedQueue {
 public:
+    /// What runs: a closure, or the tick of a timer.
     using Work = std::function<void()>;
 
     /// A repeating timer's state. Shared between its owner and a tick that runs.
     class SENTREL_API Ticker {
     public:
+        /// A suspended timer that ticks every `interval` nanoseconds.
         Ticker(std::int64_t interval, Work tick);
 
     private:
@@ -51,6 +54,7 @@ public:
     /// then is released with it: outside the lock too.
     class Job {
     public:
+        /// Runs the closure.
         void run() const {
             const Entry& entry = entry_.mapped();
             (entry.ticker ? entry.ticker->tick_ : entry.work)();
@@ -63,6 +67,7 @@ public:
 
     /// A closure that may run from now on.
     void push(std::int64_t now, Work work) { pushAt(now, std::move(work)); }
+    /// A closure that may run from `deadline` on.
     void pushAt(std::int64_t deadline, Work work);
 
     /// The first tick comes one whole interval after now. A resumed ticker stays as it is.
@@ -87,6 +92,7 @@ public:
     /// The earliest deadline that has not passed.
     [[nodiscard]] std::optional<std::int64_t> nextDeadlineAfter(std::int64_t now) const;
 
+    /// Whether nothing waits.
     [[nodiscard]] bool empty() const noexcept { return schedule_.empty(); }
 
 private:

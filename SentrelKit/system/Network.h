@@ -27,6 +27,7 @@ namespace sentrel {
 /// each time the Internet comes back.
 class SENTREL_API Network final : public SystemResource {
 public:
+    /// How far the connection reaches.
     enum class ConnectionType : std::uint8_t {
         none,    ///< no active interface
         local,   ///< interfaces are active, the Internet cannot be reached
@@ -118,10 +119,11 @@ public:
     /// The public address (empty if the echo host told none), or "No Internet"; absent while nothing is known.
     [[nodiscard]] std::optional<std::string> publicAddress() const;
 
-    /// The machine's name, the default router, and the DNS servers joined with ", ". The last two outlive a
-    /// disconnection; in a connected network without a router there is none.
+    /// The machine's own name; absent while it has none.
     [[nodiscard]] std::optional<std::string> localhostName() const;
+    /// The default router; the last one after a disconnection, none in a connected network without a router.
     [[nodiscard]] std::optional<std::string> router() const;
+    /// The DNS servers joined with ", "; the last ones after a disconnection.
     [[nodiscard]] std::optional<std::string> dns() const;
 
     /// The interfaces of the last sample, in no promised order.

@@ -16,16 +16,16 @@ struct SENTREL_API ScriptedInterface {
     /// text adds a message without an address, any other text one whose address converts to no text.
     ScriptedInterface& addAddress(const std::string& numeric);
 
-    std::string name;
-    std::uint32_t index;
-    std::uint32_t flags = InterfaceInfo::up;
-    std::uint8_t linkType = InterfaceInfo::ethernetLinkType;
-    std::vector<std::uint8_t> hardwareAddress{0x02, 0x00, 0x00, 0x00, 0x00, 0x01};
-    std::int64_t bytesIn = 0;
-    std::int64_t bytesOut = 0;
-    std::vector<std::vector<std::uint8_t>> addresses;                  ///< raw socket addresses
-    std::optional<MediaStatus> media = MediaStatus{true, true};        ///< absent: the request fails
-    std::optional<PropertyList::Dictionary> properties{std::in_place}; ///< absent: reading them fails
+    std::string name;                                                              ///< such as "en0"
+    std::uint32_t index;                                                           ///< the system's number of it
+    std::uint32_t flags = InterfaceInfo::up;                                       ///< as in InterfaceInfo
+    std::uint8_t linkType = InterfaceInfo::ethernetLinkType;                       ///< as in InterfaceInfo
+    std::vector<std::uint8_t> hardwareAddress{0x02, 0x00, 0x00, 0x00, 0x00, 0x01}; ///< any number of bytes
+    std::int64_t bytesIn = 0;                                                      ///< received, as the counter stands
+    std::int64_t bytesOut = 0;                                                     ///< sent, as the counter stands
+    std::vector<std::vector<std::uint8_t>> addresses;                              ///< raw socket addresses
+    std::optional<MediaStatus> media = MediaStatus{true, true};                    ///< absent: the request fails
+    std::optional<PropertyList::Dictionary> properties{std::in_place};             ///< absent: reading them fails
     PropertyList::Dictionary related; ///< what a search finds beside the own properties
     bool registered = true;           ///< false: the registry has no entry for it
 };
@@ -33,6 +33,7 @@ struct SENTREL_API ScriptedInterface {
 /// A network made of values.
 class SENTREL_API ScriptedNetworkService final : public NetworkService {
 public:
+    /// A network without interfaces; its changes are told on the background queue of `dispatch`.
     explicit ScriptedNetworkService(ScriptedDispatch& dispatch) : dispatch_(dispatch) {}
 
     bool listInterfaces(const std::function<void(const InterfaceInfo&)>& each) override;
@@ -51,13 +52,13 @@ public:
     /// Delivers one change of the configuration to every scheduled watch with keys, on the virtual background queue.
     void change();
 
-    std::vector<ScriptedInterface> interfaces; ///< in the order in which they are listed
-    bool listsInterfaces = true;               ///< false: listing fails (errno EIO)
-    bool matchesInterfaces = true;             ///< false: the registry cannot be asked (errno EIO)
-    Connectivity reachable = Connectivity::yes;
-    std::function<void()> duringConnectivity; ///< what happens while `reachable` is asked for, if anything
+    std::vector<ScriptedInterface> interfaces;  ///< in the order in which they are listed
+    bool listsInterfaces = true;                ///< false: listing fails (errno EIO)
+    bool matchesInterfaces = true;              ///< false: the registry cannot be asked (errno EIO)
+    Connectivity reachable = Connectivity::yes; ///< what `connectivity` answers
+    std::function<void()> duringConnectivity;   ///< what happens while `reachable` is asked for, if anything
 
-    std::optional<std::string> localHostName;
+    std::optional<std::string> localHostName;  ///< the machine's name, if it has one
     std::optional<PropertyList> ipv4;          ///< the value of "State:/Network/Global/IPv4"
     std::optional<PropertyList> dns;           ///< the value of "State:/Network/Global/DNS"
     bool watches = true;                       ///< false: no watch can be made (errno EIO)

@@ -17,14 +17,14 @@ namespace sentrel::platform {
 
 /// A drive that can be asked for its health. Every step that is named in `failing` fails.
 struct ScriptedDrive {
-    bool exceeded = false; ///< the drive's own verdict
-    SmartData data{};      ///< what it answers to "read data"
-    bool dataIsSound = true;
+    bool exceeded = false;   ///< the drive's own verdict
+    SmartData data{};        ///< what it answers to "read data"
+    bool dataIsSound = true; ///< whether the check sum of the data is right
 };
 
 /// A disk, by its device name.
 struct ScriptedDisk {
-    std::optional<DiskDescription> description;
+    std::optional<DiskDescription> description; ///< absent: it cannot be described
     std::string whole;                          ///< device name of its whole disk; empty for itself
     bool hasMedia = true;                       ///< of the whole disk: whether it has an entry in the device tree
     std::optional<DiskStatistics> statistics;   ///< of the whole disk
@@ -34,6 +34,7 @@ struct ScriptedDisk {
     std::vector<bool> unmountAnswers; ///< of the whole disk, one an unmount: accepted or refused; then accepted
 };
 
+/// The disks and volumes. One thread, that of the test.
 class SENTREL_API ScriptedVolumeService final : public VolumeService {
 public:
     ScriptedVolumeService();
@@ -65,12 +66,12 @@ public:
     /// changes the machine meanwhile.
     std::function<void(const std::string& operation)> onCall;
 
-    std::vector<MountedFileSystem> mounts;
+    std::vector<MountedFileSystem> mounts;      ///< the mount table, in its order
     std::optional<std::int32_t> count;          ///< what counting answers; absent: the mounts as they are
     std::map<std::string, ScriptedDisk> disks;  ///< by device name
     std::map<std::string, std::string> icons;   ///< by mount point
     std::vector<std::string> acceptedTypeNames; ///< the ten names, unless changed
-    bool acceptsAnyRoot = false;
+    bool acceptsAnyRoot = false;                ///< whether "/" is shown whatever its type is
     std::vector<std::string> calls; ///< what disks and drives were asked to do, such as "enableOperations 1"
 
 private:

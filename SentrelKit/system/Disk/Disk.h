@@ -24,6 +24,7 @@ namespace sentrel {
 class SENTREL_API Disk final : public SystemResource {
 public:
     class Volume;
+    /// The volumes by their keys; a set that nobody changes any more.
     using Volumes = std::map<std::string, std::shared_ptr<Volume>>;
 
     /// Lists the volumes and asks their drives for their health, so it can take seconds while a drive is in trouble;
@@ -86,11 +87,11 @@ public:
     // These keep their first values for as long as the volume stays mounted; that is meant.
     /// The device name: the key in `volumes`. What follows the last "/" of what is mounted, if that is unique.
     [[nodiscard]] const std::string& device() const noexcept { return device_; }
-    [[nodiscard]] const std::string& fstype() const noexcept { return fstype_; }
-    [[nodiscard]] const std::string& model() const noexcept { return model_; } ///< of the device, or "unknown"
+    [[nodiscard]] const std::string& fstype() const noexcept { return fstype_; } ///< such as "apfs" or "ext4"
+    [[nodiscard]] const std::string& model() const noexcept { return model_; }   ///< of the device, or "unknown"
     /// Bytes; 0 until the file system answered for the first time, which a network share may do late.
     [[nodiscard]] std::int64_t total() const noexcept { return load(total_); }
-    [[nodiscard]] bool isRootFS() const noexcept { return isRootFS_; }
+    [[nodiscard]] bool isRootFS() const noexcept { return isRootFS_; } ///< mounted at "/"
     /// The name of the icon for the mount point, on Linux one of freedesktop's icon names.
     [[nodiscard]] const std::optional<std::string>& icon() const noexcept { return icon_; }
     /// The drive's health when the volume was first seen; absent if it could not be asked.
