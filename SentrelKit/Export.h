@@ -9,3 +9,6 @@
 
 /// Marks a name that host programs may use; every other symbol stays inside the libraries.
 #define SENTREL_API __attribute__((visibility("default")))
+
+/// Marks the definition of a class that is declared inside a marked one and yet stays inside the libraries.
+#define SENTREL_LOCAL __attribute__((visibility("hidden")))

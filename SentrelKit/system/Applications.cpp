@@ -94,7 +94,7 @@ bool identityBefore(const SharedApplication& a, const SharedApplication& b) noex
 } // namespace
 
 // The model itself. It lives as long as anyone works in it: a model that its own count observer releases, say.
-class Applications::Tracking : public std::enable_shared_from_this<Tracking> {
+class SENTREL_LOCAL Applications::Tracking : public std::enable_shared_from_this<Tracking> {
 public:
     void start();
     void release();

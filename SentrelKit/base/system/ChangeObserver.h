@@ -18,6 +18,7 @@ namespace sentrel {
 template <class Value>
 class ChangeObserver {
 public:
+    /// For an observer that was told nothing yet.
     explicit ChangeObserver(std::function<void(const Value&)> observer) : observer_(std::move(observer)) {}
     ChangeObserver(const ChangeObserver&) = delete;
     ChangeObserver& operator=(const ChangeObserver&) = delete;
