@@ -19,7 +19,13 @@ TimedQueue::Ticker::Ticker(std::int64_t interval, Work tick)
     : interval_(std::max<std::int64_t>(interval, 1)), tick_(std::move(tick)) {}
 
 void TimedQueue::pushAt(std::int64_t deadline, Work work) {
-    schedule_.emplace(deadline, Entry{std::move(work), nullptr});
+    if (spare_.empty()) {
+        schedule_.emplace(deadline, Entry{std::move(work), nullptr});
+        return;
+    }
+    spare_.key() = deadline;
+    spare_.mapped().work = std::move(work);
+    schedule_.insert(std::move(spare_));
 }
 
 void TimedQueue::resume(const std::shared_ptr<Ticker>& ticker, std::int64_t now) {
@@ -55,8 +61,11 @@ std::optional<TimedQueue::Job> TimedQueue::take(std::int64_t now) {
 
 void TimedQueue::finished(Job& job) {
     const std::shared_ptr<Ticker> ticker = job.entry_.mapped().ticker;
-    if (!ticker)
+    if (!ticker) {
+        job.ended_ = std::exchange(job.entry_.mapped().work, nullptr);
+        spare_ = std::move(job.entry_);
         return;
+    }
     running_.erase(std::find(running_.begin(), running_.end(), ticker));
     ticker->running_ = false;
     if (!ticker->resumed_)

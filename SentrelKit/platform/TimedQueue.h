@@ -62,7 +62,8 @@ public:
 
     private:
         friend class TimedQueue;
-        Schedule::node_type entry_; // goes back into the schedule as it is: a tick allocates nothing
+        Schedule::node_type entry_; // goes back to the queue: neither a tick nor a closure now and then allocates
+        Work ended_;                // a closure that has run, to be released with the job
     };
 
     /// A closure that may run from now on.
@@ -100,6 +101,7 @@ private:
     void unschedule(const std::shared_ptr<Ticker>& ticker);
 
     Schedule schedule_;
+    Schedule::node_type spare_; ///< an entry that was used, for the next closure
     std::vector<std::shared_ptr<Ticker>> running_;
 };
 

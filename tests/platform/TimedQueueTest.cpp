@@ -258,6 +258,34 @@ TEST(TimedQueue, ATickAllocatesNothing) {
     EXPECT_GT(ticks, 20);
 }
 
+TEST(TimedQueue, AClosureNowAndThenAllocatesNothing) {
+    if (!countsAllocations)
+        GTEST_SKIP() << "allocations cannot be counted under the address and the thread sanitizer";
+    TimedQueue queue;
+    int runs = 0;
+    queue.push(0, [&] { ++runs; });
+    runDue(queue, 0);
+    const std::size_t before = allocations();
+    for (std::int64_t now = 1; now <= 20; ++now) {
+        queue.push(now, [&] { ++runs; });
+        runDue(queue, now);
+    }
+    EXPECT_EQ(allocations(), before);
+    EXPECT_EQ(runs, 21);
+}
+
+TEST(TimedQueue, WhatAClosureHoldsIsReleasedWithItsJob) {
+    TimedQueue queue;
+    const auto held = std::make_shared<int>();
+    queue.push(0, [held] {});
+    std::optional<TimedQueue::Job> job = queue.take(0);
+    ASSERT_TRUE(job);
+    queue.finished(*job);
+    EXPECT_EQ(held.use_count(), 2);
+    job.reset();
+    EXPECT_EQ(held.use_count(), 1);
+}
+
 TEST(TimedQueue, AnIntervalBelowOneCountsAsOne) {
     TimedQueue queue;
     const auto ticker = std::make_shared<Ticker>(-5, [] {});
