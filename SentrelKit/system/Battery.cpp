@@ -227,7 +227,7 @@ double Battery::watts() const noexcept {
     return std::round((static_cast<double>(voltage()) / 1000) * (static_cast<double>(current()) / 1000));
 }
 
-std::uint8_t Battery::health() const noexcept {
+int Battery::health() const noexcept {
     const double design = designCapacity();
     if (design == 0)
         return 0;

@@ -91,7 +91,7 @@ public:
 
     /// Full charge now in percent of full charge as new, 0 to 100. 0 without a design capacity. Of a quotient above 255
     /// only the low 8 bits count before the cap: 300 % reads 44. That is meant.
-    [[nodiscard]] std::uint8_t health() const noexcept;
+    [[nodiscard]] int health() const noexcept;
 
 private:
     template <class T>

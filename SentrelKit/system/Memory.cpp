@@ -39,7 +39,7 @@ void Memory::update() {
     cachedFiles_.store(data.cached, std::memory_order_relaxed);
 }
 
-std::uint8_t Memory::usage() const noexcept {
+int Memory::usage() const noexcept {
     const std::uint64_t used = wired() + active() + compressed();
     return percentOf(used, used + free());
 }

@@ -43,14 +43,14 @@ public:
 
     /// Wired, active and compressed memory in percent of those and free, rounded half away from zero, 0 to 100; 0
     /// before the first sample.
-    [[nodiscard]] std::uint8_t usage() const noexcept;
+    [[nodiscard]] int usage() const noexcept;
 
     /// Shares of the memory, in percent.
     struct Percents {
-        std::uint8_t wired = 0;      ///< cannot be moved out
-        std::uint8_t active = 0;     ///< in use by programs
-        std::uint8_t compressed = 0; ///< what the compressor occupies
-        std::uint8_t free = 0;       ///< free, with inactive memory
+        int wired = 0;      ///< cannot be moved out
+        int active = 0;     ///< in use by programs
+        int compressed = 0; ///< what the compressor occupies
+        int free = 0;       ///< free, with inactive memory
         /// Whether all four are the same.
         friend bool operator==(const Percents&, const Percents&) = default;
     };

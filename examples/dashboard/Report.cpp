@@ -45,11 +45,11 @@ void printMemory(const Memory& memory) {
     std::puts("Memory");
     const auto percents = memory.percents();
     line("installed", byteStr(memory.physical()));
-    line("usage", format("%u %%", unsigned{memory.usage()}));
-    line("wired", format("%s (%u %%)", byteStr(memory.wired()).c_str(), unsigned{percents.wired}));
-    line("active", format("%s (%u %%)", byteStr(memory.active()).c_str(), unsigned{percents.active}));
-    line("compressed", format("%s (%u %%)", byteStr(memory.compressed()).c_str(), unsigned{percents.compressed}));
-    line("free", format("%s (%u %%)", byteStr(memory.free()).c_str(), unsigned{percents.free}));
+    line("usage", format("%d %%", memory.usage()));
+    line("wired", format("%s (%d %%)", byteStr(memory.wired()).c_str(), percents.wired));
+    line("active", format("%s (%d %%)", byteStr(memory.active()).c_str(), percents.active));
+    line("compressed", format("%s (%d %%)", byteStr(memory.compressed()).c_str(), percents.compressed));
+    line("free", format("%s (%d %%)", byteStr(memory.free()).c_str(), percents.free));
     line("applications", byteStr(memory.appMemory()));
     line("cached files", byteStr(memory.cachedFiles()));
     line("swap", swapText(memory));
@@ -96,7 +96,7 @@ void printBattery(const Battery& battery) {
     if (!showsBattery(battery))
         return;
     line("remaining", battery.timeRemaining());
-    line("health", format("%u %% (%s)", unsigned{battery.health()}, battery.condition().c_str()));
+    line("health", format("%d %% (%s)", battery.health(), battery.condition().c_str()));
     line("cycles", format("%" PRId64 " of %" PRId64, battery.cycleCount(), battery.designCycleCount()));
     line("power", format("%.0f W (adapter %" PRId64 " W)", battery.watts(), battery.acWatts()));
 }

@@ -95,7 +95,7 @@ std::map<std::string, std::string> batteryFigures() {
     figures["currentCapacity"] = text(battery.currentCapacity());
     figures["maxCapacity"] = text(battery.maxCapacity());
     figures["designCapacity"] = text(battery.designCapacity());
-    figures["healthPercent"] = text(int{battery.health()});
+    figures["healthPercent"] = text(battery.health());
     figures["cycleCount"] = text(battery.cycleCount());
     figures["designCycleCount"] = text(battery.designCycleCount());
     figures["temperature"] = text(battery.temperature());

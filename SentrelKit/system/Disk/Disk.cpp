@@ -276,9 +276,9 @@ std::shared_ptr<Disk::Volume> Disk::HD() const {
     return set_->root();
 }
 
-std::uint8_t Disk::usage() const {
+int Disk::usage() const {
     const std::shared_ptr<Volume> root = HD();
-    return root ? root->measureUsage() : std::uint8_t{0};
+    return root ? root->measureUsage() : 0;
 }
 
 void Disk::handleMountNotifications(const platform::VolumeNotification& /*notification*/) {

@@ -49,9 +49,9 @@ public:
     /// The root volume with all its facts, from when it was first seen; null before. Never waits. Any thread.
     [[nodiscard]] std::shared_ptr<Volume> HD() const;
 
-    /// The root volume's used space, measured anew, in percent: truncated, then kept in 8 bits without a range check,
-    /// which is meant. 0 without a root volume or if it cannot be measured. Any thread.
-    [[nodiscard]] std::uint8_t usage() const;
+    /// The root volume's used space, measured anew, in percent: truncated, then kept in 8 bits (0 to 255) without a
+    /// range check, which is meant. 0 without a root volume or if it cannot be measured. Any thread.
+    [[nodiscard]] int usage() const;
 
     /// Schedules a new listing on the background queue. Any thread.
     void handleMountNotifications(const platform::VolumeNotification& notification);
@@ -109,8 +109,9 @@ public:
     /// When the counters were taken: milliseconds since the epoch.
     [[nodiscard]] std::int64_t timestamp() const noexcept { return load(timestamp_); }
 
-    /// Used space in percent: truncated, then kept in 8 bits without a range check, which is meant. 0 if `total` is 0.
-    [[nodiscard]] std::uint8_t usagePercent() const noexcept;
+    /// Used space in percent: truncated, then kept in 8 bits (0 to 255) without a range check, which is meant. 0 if
+    /// `total` is 0.
+    [[nodiscard]] int usagePercent() const noexcept;
 
     /// Starts unmounting and ejecting the volume's whole disk; true if it was started. The volume goes with the unmount
     /// notice that follows; under Linux one with open files stays. False, with a line on the standard error stream, for
@@ -141,7 +142,7 @@ private:
 
     void sample();
     void relist(probes::DiskData data, std::int64_t time);
-    [[nodiscard]] std::uint8_t measureUsage();
+    [[nodiscard]] int measureUsage();
     void setRates(const probes::DiskData& data, std::int64_t gap) noexcept;
     void setActivity(const probes::DiskData& data, std::int64_t now) noexcept;
     void setTotal(std::int64_t total) noexcept;

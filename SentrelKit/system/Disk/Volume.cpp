@@ -18,7 +18,7 @@ double rate(std::int64_t now, std::int64_t before, std::int64_t gap) {
 
 } // namespace
 
-std::uint8_t Disk::Volume::usagePercent() const noexcept {
+int Disk::Volume::usagePercent() const noexcept {
     return percentOf(used(), total());
 }
 
@@ -67,7 +67,7 @@ void Disk::Volume::relist(probes::DiskData data, std::int64_t time) {
     setActivity(data, time);
 }
 
-std::uint8_t Disk::Volume::measureUsage() {
+int Disk::Volume::measureUsage() {
     const std::shared_ptr<const Label> label = label_.value();
     probes::DiskData data{};
     if (probes::_getDiskDataFor(label->path.c_str(), &data) <= 0)
