@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// What every public header begins with: the demand for C++20 and the mark of what the libraries export.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// Everything that a host program uses. A host that draws nothing may include the headers of `system` and `settings`

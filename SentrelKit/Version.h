@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// The version that a host is compiled against. It is told here alone: the build and the package read it from this

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Without "#pragma once": the macro may come back between two inclusions.
 
 /// X11's <X11/Xlib.h> makes macros of words that interfaces here use as names. The headers that use one include this

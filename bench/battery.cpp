@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What one delivery of the battery costs on a laptop's folder of attribute files, beside the bare system calls that
 // read each of the battery's attributes once. The files lie in a temporary folder: a real driver's own work comes on
 // top.

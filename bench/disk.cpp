@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One sample of the mounted volumes: beside the raw system calls on descriptors that this program keeps open (the
 // library must not: a kept descriptor would keep a volume from being unmounted), and beside two peers. The volumes are
 // small loop-mounted images in a mount namespace of this program's own; it needs root.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // links: fmt
 // One byte size, one rate and one plain number as text, beside the C library, {fmt} and std::to_chars doing the same:
 // the same unit is chosen by the same walk, and each ends in a std::string.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A sample of the processor and of memory: beside the raw system calls that it cannot do without, made by hand in this
 // program, and beside two peers.
 // links: libgtop-2.0 libproc2

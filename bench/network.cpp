@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // links: libgtop-2.0 libmnl
 
 /// One sample of the interfaces, beside the raw netlink floor (the statistics listing alone), beside the kernel's table

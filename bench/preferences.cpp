@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // links: libplist-2.0
 // Reading and writing preferences. A read of an unchanged suite is one stat and a look-up; the floor is measured beside
 // it, and what parsing the same file with libplist costs.

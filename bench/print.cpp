@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The formatting engine writing lines to a descriptor, beside dprintf (which formats and writes each line) and libfmt
 // (which formats into a buffer that is written when it is full, as the stream's is). Formatting alone is measured too.
 // links: fmt

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // links: libproc2 libgtop-2.0
 //
 // Processes: one listing and one sample with many processes that wait and a few that ran, beside the raw system calls

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // links: sigc++-2.0
 // Firing to 1, 10 and 1,000 listeners, and subscriptions that come and go, beside Boost.Signals2 with tracked owners,
 // sigc++ (whose slots are not tied to a shared owner's life) and a plain vector of functions each behind a weak-pointer

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Each component beside the same figure written directly in cairo, on the same kind of surface: a view should cost no
 // more than 1.15 times the bare calls. Compare the two rows of a name.
 //

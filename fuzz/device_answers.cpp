@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What devices and the udev database answer: counters, records, SCSI sense data, health logs.
 
 #include <SentrelKit/base/system/Assert.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The reply of an echo host, over a pipe that ends with it.
 
 #include <SentrelKit/base/io/InputStream.h>

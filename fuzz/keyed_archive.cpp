@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Keyed archives as they come out of a preference file. What is read can be archived again and reads the same.
 
 #include <SentrelKit/platform/KeyedArchive.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Mount tables of any content: what the kernel writes, and what it never would.
 
 #include <SentrelKit/base/system/Assert.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Whatever a netlink socket may hand over: answers and notices of links, addresses, routes and wireless interfaces.
 
 #include <SentrelKit/base/system/Assert.h>

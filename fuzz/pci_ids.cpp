@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The pci.ids file.
 
 #include <SentrelKit/platform/linux/HardwareDatabase.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Attribute files of any content: lines "name=value", an empty line ends a device.
 
 #include <SentrelKit/base/system/Assert.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The formatting engine: formats put together from any bytes, so that no precondition is broken, with the arguments
 // that they take; a conversion that agrees with the platform's printf gives the same bytes.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // /proc/cpuinfo and the processor lists of /sys/devices/system/cpu.
 
 #include <SentrelKit/platform/linux/CpuInfo.h>

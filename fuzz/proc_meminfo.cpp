@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // /proc/meminfo and, behind a zero byte, /proc/vmstat: whatever they say, every page is counted once.
 
 #include <SentrelKit/platform/linux/MemInfo.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // /proc/stat, and ticks that never decrease whatever two files follow each other.
 
 #include <SentrelKit/platform/linux/ProcStat.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the process table reads: the kernel's files of a process, whose command and control group any program chooses,
 // and desktop entries, which any package installs.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Preference files, binary and in XML. What is read and can be written reads the same again.
 
 #include <SentrelKit/platform/linux/PropertyListFormat.h>

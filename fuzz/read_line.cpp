@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The line reader: any bytes, in pieces of any size, into buffers of any size. The lines put together are the bytes
 // sent, without the zero bytes that end a line.
 

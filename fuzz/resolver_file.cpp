@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The resolver's configuration file.
 
 #include <SentrelKit/base/system/Assert.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The functions that change a text in place, on blocks of exactly the text's size.
 
 #include <SentrelKit/base/system/Mem.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Patterns from outside. What does not compile is fatal by contract, so it is checked first, as callers must; counted
 // repetitions, and repetitions of repetitions, are left out because the platform's compiler needs memory without bound
 // for them.

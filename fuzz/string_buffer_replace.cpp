@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Replacing in a string buffer, overlapping candidates included, beside a plain search from the start.
 
 #include <SentrelKit/base/util/StringBuffer.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Any property values (doubles of any bits, sizes, colours, texts) into every component, drawn on a small image: no
 // crash, no cairo error, and a bound on the time of one drawing that the fuzzer's own timeout keeps.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// Queues: where closures run. The main queue runs its closures one after the other on the thread that runs the host's

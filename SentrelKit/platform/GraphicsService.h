@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// The graphics processors. Any thread. An operation that fails gives no value and leaves the reason in errno.

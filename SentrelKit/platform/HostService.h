@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// The host: boot time, hardware description, processor load, memory, swap, clocks and heat. Every operation takes one

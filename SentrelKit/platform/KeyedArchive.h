@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// Values as keyed archives, in the layout of NSKeyedArchiver: what is archived on one system opens on the other.

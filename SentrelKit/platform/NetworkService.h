@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// What the machine tells about its network: interfaces with their counters, the facts of one interface, whether the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// The machine under the library: one service a subject, each answering single questions with plain values. The probes

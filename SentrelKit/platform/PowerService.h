@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// Power sources: what the machine runs on. A backend hands out what its system knows under the system's own key

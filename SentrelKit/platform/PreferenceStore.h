@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// Where preferences are kept: named suites of values by key, shared by every process of the user that opens a suite of

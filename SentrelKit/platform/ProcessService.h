@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// Processes and running applications, one question at a time. Any thread may ask. A process that has ended, that is a

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// The bookkeeping of a queue on a clock: closures and timer ticks, each with the moment from which on it may run. It

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// Mounted volumes and their disks: the mount table, space, cumulative counters, SMART health, unmounting and ejecting,

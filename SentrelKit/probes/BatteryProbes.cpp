@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/probes/BatteryProbes.h>
 
 #include <SentrelKit/base/system/Assert.h>

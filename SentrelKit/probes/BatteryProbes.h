@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// The first power source and the manufacture date of a battery. Source: the platform's PowerService (IOKit power

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// The mounted volumes worth showing, their space and their disks' counters, SMART health, and ejecting. Source: the

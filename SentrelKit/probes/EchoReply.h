@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// The reply of an echo host: the address in its first line that begins with "IP".

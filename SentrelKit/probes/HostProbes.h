@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// The host, its processor and its memory: each function asks the platform once and fills a plain record. They are

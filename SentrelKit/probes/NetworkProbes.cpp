@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/probes/NetworkProbes.h>
 
 #include <SentrelKit/base/io/OutputStream.h>

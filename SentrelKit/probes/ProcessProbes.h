@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// One process's resource use and its parent. Stateless, any thread; nothing is ever printed. A process that has ended

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// The one shared session object of the probe layer. The load hook makes it before any other function of the library

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// How types are kept among preferences. A host keeps a type of its own by specialising one of the two traits here.

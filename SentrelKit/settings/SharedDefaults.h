@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// The one suite that the library itself reads: the preferences that the host application and its widgets share.

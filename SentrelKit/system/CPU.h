@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// The processor: load, what runs, cores, brand, uptime, heat.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// Numbers as the short texts that the views show: byte sizes ("3.50 GB"), transfer rates ("12.4 KB/s"), temperatures

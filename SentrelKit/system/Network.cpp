@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/system/Network.h>
 
 #include <SentrelKit/base/system/ThreadSafety.h>

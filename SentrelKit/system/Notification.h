@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// User notifications: a banner in the desktop's notification centre, with one call.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// A typed event channel inside the process: a producer fires it with a value, and every subscription's callback gets

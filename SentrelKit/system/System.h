@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// The one registry of everything the library measures: a model for each resource and, for those that are sampled

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// Repeating timers on the main or the background queue, and closures that run once, later or elsewhere.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// Animations as values: what a layer's property is at a moment is a function of that moment. Main thread.

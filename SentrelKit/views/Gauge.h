@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// What both gauges have in common: a colour that follows the value through three bands.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// Points, sizes, rectangles and affine transforms, in points. Plain values: nothing is checked or clamped.

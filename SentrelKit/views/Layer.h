@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// Retained layers: a view's layer keeps what it shows and its animations, and draws them for any moment. Coordinates

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The example host: measures this machine for a few seconds, prints the figures and draws them.
 #include "Card.h"
 #include "Options.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// A minimal echo host: an HTTP server that answers each caller with its own address, in the line that
 /// `probes::_getPublicAddress` looks for.
 ///

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Draws every component on one sheet and writes it as a picture: PNG, SVG or PDF by the name's ending.
 //
 //     gallery docs/gallery.png

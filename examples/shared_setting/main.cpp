@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Two processes share a setting: one watches it, the other changes it.
 //
 //     shared_setting watch          prints the temperature unit whenever it changes, until interrupted

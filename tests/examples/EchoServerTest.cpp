@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/support/ChildProgram.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/Loopback.h"

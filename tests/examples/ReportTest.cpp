@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "examples/dashboard/Report.h"
 
 #include "tests/support/ScriptedMachine.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "examples/dashboard/TerminalText.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/probes/EchoReply.h>
 
 #include <SentrelKit/base/io/InputStream.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/probes/HostProbes.h>
 
 #include <SentrelKit/platform/Platform.h>

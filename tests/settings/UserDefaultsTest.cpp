@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/settings/UserDefaults.h>
 
 #include "tests/support/ConfigurationFolder.h"

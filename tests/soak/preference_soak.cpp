@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Several processes write different keys of one preference suite at once, are killed with SIGKILL at random moments and
 // started again where they stopped. Meanwhile this process reads: every acknowledged key must be there at the next
 // read, and the file must be a whole property list at every moment.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "PrivateBus.h"
 
 // GLib hands messages between its bus thread and the caller under locks of its own, which the thread sanitizer does not

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "ProcessTree.h"
 
 #include "tests/support/Fixtures.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// One sheet a component, with a cell for each of its states: what the golden pictures show and what the pixel check

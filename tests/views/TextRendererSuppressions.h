@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// What the sanitizers take wrongly in the text renderer. Include it in one file of a program that draws text.

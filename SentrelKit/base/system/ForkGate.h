@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// Keeps what locks guard whole across fork(2), which copies the calling thread alone: a lock that another thread holds

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// Clang's thread-safety annotations (nothing under other compilers) and the annotated lock of the lower layers.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// Which processes are applications under Linux, and which work for one. The kernel does not know applications; this is

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// SMART conversations with ATA drives through the kernel's SCSI generic interface (SG_IO), which carries ATA commands

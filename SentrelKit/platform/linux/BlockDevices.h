@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// Block devices as the kernel describes them under /sys/class/block: names, parts and stacks, counters, models,

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// A kept connection of the library's own to a message bus, made when it is first needed and anew once it was lost.

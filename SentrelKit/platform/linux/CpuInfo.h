@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// /proc/cpuinfo and the processor lists of /sys/devices/system/cpu.

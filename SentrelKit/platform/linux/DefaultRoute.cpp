@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/DefaultRoute.h>
 
 #include <SentrelKit/platform/linux/NetlinkAttributes.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// The names and icons that desktop entries (*.desktop files) give to applications.

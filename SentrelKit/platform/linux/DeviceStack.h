@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// How block devices stand on one another: partitions on disks, mapped and RAID devices on partitions, file systems on

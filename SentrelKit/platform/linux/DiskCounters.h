@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// The cumulative counters of whole disks, read from sysfs through kept descriptors.

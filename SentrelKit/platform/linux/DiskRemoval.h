@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// Unmounting and ejecting: by the desktop's storage service where it runs, else by the system calls. Both block.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// Walking the text files of /proc and /sys by hand: no locale, no allocation.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/LinkTable.h>
 
 #include <SentrelKit/platform/linux/NetlinkAttributes.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// The interfaces as the kernel listed them: names, flags, carrier, hardware addresses and addresses, without counters.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/LinuxClock.h>
 
 #include <SentrelKit/platform/linux/MonotonicTime.h>

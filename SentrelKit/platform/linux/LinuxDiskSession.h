@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// Disk sessions: device names to block devices, their SMART conversations, unmounting and

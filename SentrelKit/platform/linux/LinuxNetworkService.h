@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// The network over netlink: counters by the kernel's statistics listing at each sample; names, flags, carrier and

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// Preferences as property-list files: `$XDG_CONFIG_HOME/<suite>.plist`, or under ~/.config, mode 0600.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// Processes and running applications of a Linux machine. The rule that tells applications stands in ApplicationRule.h;

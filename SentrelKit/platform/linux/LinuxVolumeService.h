@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// Volumes under Linux: the mount table for the listing, statfs for space, the block devices of sysfs for disks, udev

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// /proc/loadavg: "0.10 0.03 0.01 1/94 8684", the three averages, runnable over existing threads, the newest id.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/MainQueue.h>
 
 #include <SentrelKit/platform/QueueTimer.h>

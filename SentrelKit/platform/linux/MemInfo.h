@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// /proc/meminfo and /proc/vmstat, and how they stand for the eleven virtual-memory counters.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// The kernel's mount table as values: the parser of /proc/<pid>/mountinfo (its format: proc(5)) and which of its

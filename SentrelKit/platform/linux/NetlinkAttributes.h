@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// Reading netlink messages: what a message promises and does not hold is absent, never read past its end.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// The health of NVMe drives, from their "SMART / Health Information" log page, in the form of a SMART conversation.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// The devices of the kernel's power-supply class as their drivers describe them, with what is no measurement taken

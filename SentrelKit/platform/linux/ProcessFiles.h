@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// What /proc tells of one process and of all together. Reading and parsing are apart: the parsers take bytes and give

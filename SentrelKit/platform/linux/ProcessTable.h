@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// All processes of the machine, followed from look to look with as few readings as possible, and the figures of each.

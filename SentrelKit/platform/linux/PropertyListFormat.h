@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// Property lists as files hold them. What is read comes from other programs: a reader takes any bytes, in time and

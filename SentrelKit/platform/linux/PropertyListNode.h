@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// Property lists as libplist holds them, which writes them. It trusts what it reads: nothing is read with it.

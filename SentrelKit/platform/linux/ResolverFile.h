@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// The resolver's configuration file: the DNS servers in it, and notices when it changes.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/SystemDisk.h>
 
 #include <SentrelKit/platform/linux/DeviceStack.h>

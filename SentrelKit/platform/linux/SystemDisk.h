@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// Which disks the running system stands on and cannot do without. That is where one of these lies:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// Reading the kernel's files. Every path under /proc, /sys, /etc and /run is taken relative to one root, which tests

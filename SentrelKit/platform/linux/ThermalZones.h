@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// The kernel's thermal zones (Documentation/driver-api/thermal/sysfs-api.rst), each against its own trip points.

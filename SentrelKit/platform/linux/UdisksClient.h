@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// The storage service of the desktop, org.freedesktop.UDisks2 on the system bus: unmounting and ejecting with the

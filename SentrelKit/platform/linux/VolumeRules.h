@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// Which mounts count as volumes under Linux. The accepted names of the library stand for these native types:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// The space of file systems, asked so that one which never answers holds nobody up. A mount that answers is asked

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// Notices of mounts, unmounts and new labels. The kernel tells of a changed mount table. Of a label written to a

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// What the kernel's wireless configuration (nl80211) tells about an interface.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// Queues on a virtual clock. Nothing runs by itself: the test advances the clock, and everything that is due runs on

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/scripted/ScriptedHostService.h>
 
 namespace sentrel::platform {

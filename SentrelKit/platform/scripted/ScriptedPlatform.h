@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// A whole machine made of values, with a virtual clock and virtual queues: for tests of models and of widgets, and for

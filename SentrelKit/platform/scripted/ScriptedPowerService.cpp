@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/scripted/ScriptedPowerService.h>
 
 #include <SentrelKit/platform/BatteryProperties.h>

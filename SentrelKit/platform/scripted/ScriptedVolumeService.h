@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// Disks and volumes made of values. Set the mounts and the disks, then let the probes look at them; each operation can

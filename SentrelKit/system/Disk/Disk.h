@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// The mounted volumes: their space, the activity of their disks, and their drives' health.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// The lock that samplers and the host's threads share, with an operation that runs a closure under it.

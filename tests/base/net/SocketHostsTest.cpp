@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Names with several addresses, in a child process that has a host table and a loopback network of its own.
 
 #include <SentrelKit/base/net/Socket.h>

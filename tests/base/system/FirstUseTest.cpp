@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/base/system/FirstUse.h>
 
 #include <atomic>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/Version.h>
 #include <SentrelKit/platform/scripted/ScriptedPlatform.h>
 #include <SentrelKit/system/Timer.h>

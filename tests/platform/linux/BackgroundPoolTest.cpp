@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/BackgroundPool.h>
 
 #include <SentrelKit/platform/linux/LinuxDispatch.h>

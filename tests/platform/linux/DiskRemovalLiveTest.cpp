@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Unmounting and ejecting for real: by the system calls, and by a storage service on a system bus of the test's own.
 
 #include <SentrelKit/probes/DiskProbes.h>

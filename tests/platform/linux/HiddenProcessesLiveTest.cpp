@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A /proc that hides other users' processes, as seen by an unprivileged user.
 
 #include <SentrelKit/platform/linux/LinuxProcessService.h>

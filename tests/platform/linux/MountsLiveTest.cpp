@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The volumes of a process in a root folder that is no mount point.
 
 #include "../../support/MountNamespace.h"

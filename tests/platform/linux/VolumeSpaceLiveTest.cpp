@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Space, listings and notices beside file systems that do not answer.
 
 #include <SentrelKit/platform/linux/VolumeSpace.h>

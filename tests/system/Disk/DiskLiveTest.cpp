@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The model on the real machine: loop-mounted file systems in a mount namespace of the program's own.
 
 #include <SentrelKit/system/Disk/Disk.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/system/Disk/Disk.h>
 
 #include <SentrelKit/probes/SystemManager.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Renders every specimen sheet into a folder, at both resolutions: for the pixel check, and to make the golden pictures
 // anew (look at each before it is committed).
 
