@@ -116,8 +116,8 @@ public:
 
     /// Starts unmounting and ejecting the volume's whole disk; true if it was started. The volume goes with the unmount
     /// notice that follows; under Linux one with open files stays. False, with a line on the standard error stream, for
-    /// another volume of a disk that the running system needs. Ejecting the root volume stops the process: "Cannot
-    /// unmount/eject the root filesystem".
+    /// another volume of a disk that the running system needs; false for a share. Ejecting the root volume stops the
+    /// process: "Cannot unmount/eject the root filesystem".
     bool eject() const;
 
     /// Asks the drive anew, for as long as it takes; the stored `smart` stays. Absent without a stored record or if the

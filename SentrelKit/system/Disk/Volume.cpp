@@ -26,7 +26,9 @@ int Disk::Volume::usagePercent() const noexcept {
 bool Disk::Volume::eject() const {
     if (isRootFS_)
         fatalError("Cannot unmount/eject the root filesystem");
-    return probes::_ejectDisk(device_.c_str()) != 0;
+    // A share or a data set lies on no disk of its own, also where its last part is the name of one.
+    const bool isOnDevice = source_.starts_with("/dev/");
+    return probes::_ejectDisk(isOnDevice ? device_.c_str() : source_.c_str()) != 0;
 }
 
 std::optional<Disk::Volume::SmartStatus> Disk::Volume::smartStatus() const {

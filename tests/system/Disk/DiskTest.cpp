@@ -728,6 +728,16 @@ TEST_F(DiskModel, SaysWhenAnEjectCouldNotBeStarted) {
     EXPECT_FALSE(disk.volumes().at("disk2")->eject());
 }
 
+// The disk whose name the share's last part is was unmounted.
+TEST_F(DiskModel, EjectingAShareTouchesNoDisk) {
+    volumes().mount("disk2", "/net", 100, 50, "nfs").from = "server:/disk2";
+    const Disk disk;
+    ASSERT_TRUE(disk.volumes().contains("disk2"));
+    EXPECT_FALSE(disk.volumes().at("disk2")->eject());
+    advance(0);
+    EXPECT_THAT(volumes().calls, testing::Each(testing::Not(testing::StartsWith("unmount"))));
+}
+
 // Once its eject took the root volume along, and lastly by force.
 TEST_F(DiskModel, DoesNotEjectAVolumeBesideTheRoot) {
     volumes().mount("disk1s1", "/");
