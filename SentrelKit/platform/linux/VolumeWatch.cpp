@@ -8,8 +8,10 @@
 
 #include <array>
 #include <atomic>
+#include <deque>
 #include <libudev.h>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <sys/epoll.h>
@@ -115,37 +117,49 @@ public:
     }
 
     void mountsChanged() {
-        const LockScope scope(lock_);
-        MountedVolumes current = read(volumes_);
-        const MountedVolumes before = std::exchange(volumes_, std::move(current));
-        followNodes();
-        tellDifference(before, volumes_, VolumeNotification::Kind::didUnmount);
-        tellDifference(volumes_, before, VolumeNotification::Kind::didMount);
+        {
+            const LockScope scope(lock_);
+            MountedVolumes current = read(volumes_);
+            const MountedVolumes before = std::exchange(volumes_, std::move(current));
+            followNodes();
+            noteDifference(before, volumes_, VolumeNotification::Kind::didUnmount);
+            noteDifference(volumes_, before, VolumeNotification::Kind::didMount);
+        }
+        tell();
     }
 
     /// No call of the observer begins from now on.
     void end() { ended_ = true; }
 
     void nodesWritten() {
-        const LockScope scope(lock_);
-        nodes_.drain();
-        compareNames();
+        {
+            const LockScope scope(lock_);
+            nodes_.drain();
+            compareNames();
+        }
+        tell();
     }
 
     void udevChanged() {
-        const LockScope scope(lock_);
-        udev_.drain();
-        compareNames();
+        {
+            const LockScope scope(lock_);
+            udev_.drain();
+            compareNames();
+        }
+        tell();
     }
 
     void lookAtLabels() {
-        const LockScope scope(lock_);
-        for (auto& [id, volume] : volumes_) {
-            if (!volume.tellsLabel)
-                continue;
-            if (const std::optional<std::string> label = labelOfMount(devices_.root(), volume.mount))
-                rename(volume, label->empty() ? deviceName(volume.mount) : *label);
+        {
+            const LockScope scope(lock_);
+            for (auto& [id, volume] : volumes_) {
+                if (!volume.tellsLabel)
+                    continue;
+                if (const std::optional<std::string> label = labelOfMount(devices_.root(), volume.mount))
+                    rename(volume, label->empty() ? deviceName(volume.mount) : *label);
+            }
         }
+        tell();
     }
 
 private:
@@ -194,25 +208,49 @@ private:
         return source.substr(source.rfind('/') + 1);
     }
 
-    void tellDifference(const MountedVolumes& all, const MountedVolumes& without, VolumeNotification::Kind kind) const {
+    void noteDifference(const MountedVolumes& all, const MountedVolumes& without, VolumeNotification::Kind kind)
+        SENTREL_REQUIRES(lock_) {
         for (const auto& [id, volume] : all) {
             const auto other = without.find(id);
             if (other == without.end() || other->second.mount.on != volume.mount.on)
-                tell({kind, {}, {}, volume.mount.on});
+                notices_.push_back({kind, {}, {}, volume.mount.on});
         }
     }
 
-    void rename(MountedVolume& volume, const std::string& name) const {
+    void rename(MountedVolume& volume, const std::string& name) SENTREL_REQUIRES(lock_) {
         if (volume.name == name)
             return;
         const std::string oldName = std::exchange(volume.name, name);
-        tell({VolumeNotification::Kind::didRename, oldName, name, volume.mount.on});
+        notices_.push_back({VolumeNotification::Kind::didRename, oldName, name, volume.mount.on});
     }
 
-    void tell(const VolumeNotification& notification) const {
-        if (!ended_)
-            observer_(notification);
+    // Tells what was noted, one notice at a time and in their order; the observer runs under no lock. Notices that come
+    // meanwhile are told by the thread that tells already.
+    void tell() {
+        while (const std::optional<VolumeNotification> notice = next()) {
+            const Telling telling{*this};
+            if (!ended_)
+                observer_(*notice);
+        }
     }
+
+    std::optional<VolumeNotification> next() {
+        const LockScope scope(lock_);
+        if (isTelling_ || notices_.empty())
+            return std::nullopt;
+        isTelling_ = true;
+        VolumeNotification notice = std::move(notices_.front());
+        notices_.pop_front();
+        return notice;
+    }
+
+    struct Telling {
+        Watcher& watcher;
+        ~Telling() {
+            const LockScope scope(watcher.lock_);
+            watcher.isTelling_ = false;
+        }
+    };
 
     void followNodes() SENTREL_REQUIRES(lock_) {
         std::set<std::string> nodes;
@@ -235,8 +273,10 @@ private:
     const BlockDevices& devices_;
     const std::function<void(const VolumeNotification&)> observer_;
     const UniqueFd table_;
-    Lock lock_; // also keeps the observer's calls one at a time
+    Lock lock_;
     MountedVolumes volumes_ SENTREL_GUARDED_BY(lock_);
+    std::deque<VolumeNotification> notices_ SENTREL_GUARDED_BY(lock_); // to be told
+    RunningFlag isTelling_ SENTREL_GUARDED_BY(lock_);
     std::atomic<bool> ended_{false};
     NodeEvents nodes_;
     UdevEvents udev_;
