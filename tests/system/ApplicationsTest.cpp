@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/system/Applications.h>
 
+#include "tests/support/Allocations.h"
 #include "tests/support/Await.h"
 #include "tests/support/ProcessMachine.h"
 #include "tests/support/ScriptedMachine.h"
@@ -70,6 +71,28 @@ TEST_F(ApplicationsTest, IsTheResourceOfItsKind) {
     EXPECT_EQ(applications.count(), 0);
     EXPECT_TRUE(applications.cpu().empty());
     EXPECT_TRUE(applications.mem().empty());
+}
+
+TEST_F(ApplicationsTest, SamplesWithoutAllocating) {
+    for (std::int32_t id = 100; id < 120; ++id)
+        launch(id, "a name that is too long to be kept in place");
+    launch(200, "Somebody Else's Mail Web Content"); // whose owner is looked for at each sample
+    Applications applications;
+    ASSERT_EQ(applications.unresolvedNamedProcesses(), 1);
+    const auto token = applications.observeCount([](std::int64_t) {});
+    std::size_t taken = 0;
+    for (std::uint64_t round = 1; round <= 64; ++round) {
+        for (std::int32_t id = 100; id < 120; ++id)
+            use(id, round * static_cast<std::uint64_t>(id));
+        machine->advance(1.3);
+        const std::size_t before = allocations();
+        applications.update();
+        if (round > 2)
+            taken += allocations() - before;
+    }
+    if (countsAllocations) {
+        EXPECT_EQ(taken, 0U);
+    }
 }
 
 TEST_F(ApplicationsTest, GivesTheThreeGreatestSharesTheGreatestFirst) {
