@@ -5,7 +5,6 @@
 #include <SentrelKit/platform/linux/LinuxMounts.h>
 #include <SentrelKit/platform/linux/MountTable.h>
 #include <SentrelKit/platform/linux/SystemDisk.h>
-#include <SentrelKit/platform/linux/VolumeRules.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -32,7 +31,7 @@ bool standsOn(const BlockDevices& devices, const MountEntry& mount, const std::s
 // Writes back what waits for it: the service then has little to do within its limit. A file system that may not answer
 // is left to the service, which is not waited for without end.
 void writeBack(const MountEntry& mount) {
-    if (mayNotAnswer(mount.type))
+    if (mount.mayNotAnswer)
         return;
     const UniqueFd folder(::open(mount.on.c_str(), O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC));
     if (folder)

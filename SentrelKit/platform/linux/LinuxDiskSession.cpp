@@ -151,7 +151,7 @@ private:
             if (std::optional<std::string> told = labelOfMount(devices.root(), *mount))
                 return told->empty() ? std::nullopt : told;
         }
-        return devices.label(name_);
+        return labelOfDevice(devices, *mounts, name_);
     }
 
     const std::shared_ptr<SessionState> session_;

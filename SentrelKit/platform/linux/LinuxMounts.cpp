@@ -99,4 +99,11 @@ std::optional<std::string> labelOfMount(const SystemRoot& root, const MountEntry
     return std::string(label.data(), ::strnlen(label.data(), label.size()));
 }
 
+std::optional<std::string> labelOfDevice(const BlockDevices& devices, const std::vector<MountEntry>& mounts,
+                                         const std::string& kernelName) {
+    const auto file = devices.attribute(devices.wholeDisk(kernelName), "loop/backing_file");
+    const MountEntry* const above = file ? mountOfPath(mounts, *file) : nullptr;
+    return above && above->mayNotAnswer ? std::nullopt : devices.label(kernelName);
+}
+
 } // namespace sentrel::platform

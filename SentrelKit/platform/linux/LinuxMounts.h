@@ -33,4 +33,9 @@ inline constexpr const char* mountTablePath = "/proc/self/mountinfo";
 /// that may not answer. Labels that change while mounted are seen here first, and often nowhere else.
 [[nodiscard]] std::optional<std::string> labelOfMount(const SystemRoot& root, const MountEntry& mount);
 
+/// The label of the file system on a device, as udev or the device itself has it; absent, without asking, if it is a
+/// loop device whose file lies where nobody may answer.
+[[nodiscard]] std::optional<std::string>
+labelOfDevice(const BlockDevices& devices, const std::vector<MountEntry>& mounts, const std::string& kernelName);
+
 } // namespace sentrel::platform

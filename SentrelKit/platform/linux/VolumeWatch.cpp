@@ -166,22 +166,22 @@ private:
     // The volumes now. Those that are known keep their names; the labels of the others are read.
     MountedVolumes read(const MountedVolumes& known) const {
         MountedVolumes volumes;
-        std::optional<std::vector<MountEntry>> mounts = readMountTable(devices_.root());
+        const std::optional<std::vector<MountEntry>> mounts = readMountTable(devices_.root());
         if (!mounts)
             return volumes;
         const std::vector<VolumeTraits> traits = volumeTraits(*mounts);
         for (std::size_t i = 0; i < mounts->size(); ++i) {
-            MountEntry& mount = (*mounts)[i];
+            const MountEntry& mount = (*mounts)[i];
             const bool isShown = !traits[i].dontBrowse;
             const auto same = known.find(mount.id);
             MountedVolume volume;
             if (same != known.end() && same->second.mount == mount && same->second.isShown == isShown) {
                 volume = same->second;
             } else {
-                volume.mount = std::move(mount);
+                volume.mount = mount;
                 volume.isShown = isShown;
                 if (isShown)
-                    describe(volume);
+                    describe(volume, *mounts);
             }
             const std::int64_t id = volume.mount.id;
             volumes.insert_or_assign(id, std::move(volume));
@@ -190,7 +190,7 @@ private:
     }
 
     // As the listing does.
-    void describe(MountedVolume& volume) const {
+    void describe(MountedVolume& volume, const std::vector<MountEntry>& mounts) const {
         volume.device = deviceOfMount(devices_, volume.mount).value_or(std::string());
         volume.name = deviceName(volume.mount);
         if (volume.device.empty())
@@ -198,7 +198,7 @@ private:
         std::optional<std::string> label = labelOfMount(devices_.root(), volume.mount);
         volume.tellsLabel = label.has_value();
         if (!label)
-            label = devices_.label(volume.device);
+            label = labelOfDevice(devices_, mounts, volume.device);
         if (label && !label->empty())
             volume.name = *label;
     }
