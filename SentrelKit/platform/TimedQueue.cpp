@@ -85,6 +85,15 @@ void TimedQueue::abandonJobs() {
     running_.clear();
 }
 
+void TimedQueue::clear() {
+    // Released last: what a closure holds may come back to the queue.
+    const Schedule dropped = std::exchange(schedule_, {});
+    for (const auto& [deadline, entry] : dropped) {
+        if (entry.ticker)
+            entry.ticker->waiting_ = entry.ticker->resumed_ = false;
+    }
+}
+
 std::optional<std::int64_t> TimedQueue::nextDeadline() const {
     if (schedule_.empty())
         return std::nullopt;

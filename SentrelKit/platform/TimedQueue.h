@@ -88,6 +88,9 @@ public:
     /// deadlines.
     void abandonJobs();
 
+    /// Lets go of all that waits; timers are suspended.
+    void clear();
+
     /// The earliest deadline, if any. It may have passed.
     [[nodiscard]] std::optional<std::int64_t> nextDeadline() const;
 

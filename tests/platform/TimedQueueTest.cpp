@@ -287,6 +287,20 @@ TEST(TimedQueue, WhatAClosureHoldsIsReleasedWithItsJob) {
     EXPECT_EQ(held.use_count(), 1);
 }
 
+TEST(TimedQueue, ClearingItReleasesClosuresAndSuspendsTimers) {
+    TimedQueue queue;
+    const auto held = std::make_shared<int>();
+    const auto ticker = std::make_shared<Ticker>(100, [] {});
+    queue.push(0, [held] {});
+    queue.resume(ticker, 0);
+    queue.clear();
+    EXPECT_EQ(held.use_count(), 1);
+    EXPECT_TRUE(queue.empty());
+    queue.suspend(ticker);
+    queue.resume(ticker, 500);
+    EXPECT_EQ(queue.nextDeadline(), 600);
+}
+
 TEST(TimedQueue, AnIntervalBelowOneCountsAsOne) {
     TimedQueue queue;
     const auto ticker = std::make_shared<Ticker>(-5, [] {});

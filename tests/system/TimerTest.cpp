@@ -178,6 +178,18 @@ TEST(Timer, DelaysOnTheBackgroundQueueUnlessAskedOtherwise) {
     EXPECT_EQ(onMain, machine->dispatch().mainQueue().get());
 }
 
+// It held the queue that held it.
+TEST(Timer, AClosureThatNeverRanIsReleasedWithItsMachine) {
+    const auto held = std::make_shared<int>();
+    {
+        ScriptedMachine machine;
+        const auto queue = dispatch::serialQueue("own");
+        queue->async([held, queue] {});
+        dispatch::mainQueue()->async([held, queue] {});
+    }
+    EXPECT_EQ(held.use_count(), 1);
+}
+
 TEST(Timer, RunsClosuresOnTheNamedQueue) {
     ScriptedMachine machine;
     const DispatchQueue* background = nullptr;

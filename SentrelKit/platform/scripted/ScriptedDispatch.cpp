@@ -74,7 +74,17 @@ ScriptedDispatch::ScriptedDispatch(ScriptedClock& clock)
     : clock_(clock), main_(std::make_shared<ScriptedQueue>(clock)),
       background_(std::make_shared<ScriptedQueue>(clock)), queues_{main_, background_} {}
 
-ScriptedDispatch::~ScriptedDispatch() = default;
+ScriptedDispatch::~ScriptedDispatch() {
+    clear();
+}
+
+// A closure that never ran may hold the queue that holds it.
+void ScriptedDispatch::clear() {
+    for (const auto& weak : queues_) {
+        if (const std::shared_ptr<ScriptedQueue> queue = weak.lock())
+            queue->queue.clear();
+    }
+}
 
 std::shared_ptr<DispatchQueue> ScriptedDispatch::mainQueue() {
     return main_;

@@ -54,6 +54,9 @@ public:
     /// Runs what is ready at this moment, and what that makes ready, without moving the clock.
     void runPending() { advance(0); }
 
+    /// Releases the closures that wait and suspends the timers.
+    void clear();
+
     /// The queue whose closure runs now, or null outside of any.
     [[nodiscard]] const DispatchQueue* currentQueue() const noexcept { return running_; }
 

@@ -22,6 +22,10 @@ namespace sentrel::platform {
 class SENTREL_API ScriptedPlatform final : public Platform {
 public:
     ScriptedPlatform() = default;
+    /// Releases the closures that never ran, while what they hold can still reach the machine.
+    ~ScriptedPlatform() override { dispatch_.clear(); }
+    ScriptedPlatform(const ScriptedPlatform&) = delete;
+    ScriptedPlatform& operator=(const ScriptedPlatform&) = delete;
 
     ScriptedClock& clock() noexcept override { return clock_; }
     ScriptedDispatch& dispatch() noexcept override { return dispatch_; }

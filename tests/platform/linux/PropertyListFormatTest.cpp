@@ -215,7 +215,7 @@ TEST(PropertyListFormat, EveryChangedByteOfABinaryFileIsSafe) {
 std::string bigEndian(std::uint64_t value, std::size_t size) {
     std::string bytes;
     for (std::size_t i = size; i-- > 0;)
-        bytes += static_cast<char>(value >> (8 * i));
+        bytes += i < sizeof value ? static_cast<char>(value >> (8 * i)) : '\0';
     return bytes;
 }
 
