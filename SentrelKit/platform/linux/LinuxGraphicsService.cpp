@@ -68,7 +68,7 @@ UniqueFd openFolder(const std::string& path) {
 class EntryLine {
 public:
     EntryLine(int folder, std::string_view entry, const char* file) noexcept {
-        std::array<char, 2 * NAME_MAX> path;
+        std::array<char, std::size_t{2} * NAME_MAX> path;
         std::snprintf(path.data(), path.size(), "%.*s/%s", static_cast<int>(entry.size()), entry.data(), file);
         const UniqueFd line(::openat(folder, path.data(), O_RDONLY | O_CLOEXEC));
         const ssize_t size = line ? ::read(line.get(), content_.data(), content_.size()) : 0;

@@ -127,13 +127,13 @@ private:
                                                       ProcessEntry* entry) noexcept;
     void doubt(ProcessEntry& entry) noexcept;
 
+    ProcessEntry fresh_; // kept for the memory of its texts
     ProcessFiles files_;
     std::unique_ptr<ProcessClocks> clocks_;
     std::vector<ProcessEntry> entries_;
     std::vector<std::int32_t> ids_;      // of the entries, close together for the search
     std::vector<ProcessEntry> previous_; // kept for its memory, as the next
     std::vector<std::int32_t> listed_;
-    ProcessEntry fresh_;             // kept for the memory of its texts
     std::optional<Figures> figures_; // as they stood at the last listing; empty: list at the next look
     bool isListed_ = false;
     std::int64_t followedAt_ = -1; // negative: not yet
