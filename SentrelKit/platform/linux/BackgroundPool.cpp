@@ -10,7 +10,6 @@
 #include <cerrno>
 #include <chrono>
 #include <fcntl.h>
-#include <iterator>
 #include <limits>
 #include <pthread.h>
 #include <sys/epoll.h>
@@ -49,32 +48,20 @@ void enter() {
     pthread_setname_np(pthread_self(), "sentrel-bg");
 }
 
-// What a forked child cannot end properly, only let go: threads that exist in the parent alone.
-std::vector<std::thread>& abandonedThreads() {
-    static std::vector<std::thread>& threads = *new std::vector<std::thread>;
-    return threads;
-}
-
 } // namespace
 
 BackgroundPool::BackgroundPool(RunLater runLater) : runLater_(std::move(runLater)) {}
 
 void BackgroundPool::stop() {
-    std::vector<std::thread> threads;
-    {
-        const LockScope scope(lock_);
-        stopping_ = true;
-        threads.swap(threads_);
-        std::move(endedThreads_.begin(), endedThreads_.end(), std::back_inserter(threads));
-        endedThreads_.clear();
-        work_.notify_all();
-        keeper_.notify_all();
-        if (poller_.waker)
-            eventfd_write(poller_.waker.get(), 1);
-        setAlarm(1);
-    }
-    for (std::thread& thread : threads)
-        thread.join();
+    const LockScope scope(lock_);
+    stopping_ = true;
+    work_.notify_all();
+    keeper_.notify_all();
+    if (poller_.waker)
+        eventfd_write(poller_.waker.get(), 1);
+    setAlarm(1);
+    while (threads_ > 0)
+        ended_.wait(lock_);
 }
 
 std::shared_ptr<BackgroundPool::Lane> BackgroundPool::makeLane(bool serial) {
@@ -153,12 +140,8 @@ void BackgroundPool::retry() {
 
 void BackgroundPool::afterForkInChild() {
     const LockScope scope(lock_);
-    for (auto* threads : {&threads_, &endedThreads_}) {
-        std::move(threads->begin(), threads->end(), std::back_inserter(abandonedThreads()));
-        threads->clear();
-    }
     ++term_;
-    keepers_ = blocked_ = workers_ = idleWorkers_ = 0;
+    threads_ = keepers_ = blocked_ = workers_ = idleWorkers_ = 0;
     kept_ = waiting_ = hasStandIn_ = workerComes_ = retryAsked_ = false;
     callBound_.reset();
     // The poller is shared with the parent, and so are the descriptors it watches: what arrives there is the parent's.
@@ -247,24 +230,17 @@ bool BackgroundPool::arm(const Watch& watch, int operation) {
 }
 
 bool BackgroundPool::startThread(void (BackgroundPool::*role)()) {
-    for (std::thread& thread : endedThreads_)
-        thread.join();
-    endedThreads_.clear();
-    std::thread thread = platform::startThread([this, role] { (this->*role)(); });
-    if (!had(thread.joinable(), shortOfThreads_, "thread"))
+    const bool isStarted = runOnOwnThread([self = shared_from_this(), role] { (*self.*role)(); });
+    if (!had(isStarted, shortOfThreads_, "thread"))
         return false;
-    threads_.push_back(std::move(thread));
+    ++threads_;
     return true;
 }
 
 // The calling thread is about to end.
 void BackgroundPool::leave() {
-    const auto own = std::find_if(threads_.begin(), threads_.end(),
-                                  [](const auto& thread) { return thread.get_id() == std::this_thread::get_id(); });
-    if (own == threads_.end())
-        return; // `stop` waits for it
-    endedThreads_.push_back(std::move(*own));
-    threads_.erase(own);
+    --threads_;
+    ended_.notify_all();
 }
 
 // Runs a job outside the lock. False if the job forked and this is the child, which has given it up.

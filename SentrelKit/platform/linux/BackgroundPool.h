@@ -13,7 +13,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace sentrel::platform {
@@ -148,8 +147,7 @@ private:
     std::map<std::uint64_t, std::shared_ptr<Watch>> watches_ SENTREL_GUARDED_BY(lock_);
     std::uint64_t lastWatch_ SENTREL_GUARDED_BY(lock_) = 0;
 
-    std::vector<std::thread> threads_ SENTREL_GUARDED_BY(lock_);
-    std::vector<std::thread> endedThreads_ SENTREL_GUARDED_BY(lock_); ///< to be joined
+    std::size_t threads_ SENTREL_GUARDED_BY(lock_) = 0; ///< each keeps the pool
     bool stopping_ SENTREL_GUARDED_BY(lock_) = false;
 
     Poller poller_ SENTREL_GUARDED_BY(lock_);
@@ -166,6 +164,7 @@ private:
     std::size_t idleWorkers_ SENTREL_GUARDED_BY(lock_) = 0;
     bool workerComes_ SENTREL_GUARDED_BY(lock_) = false; ///< one was called and has not looked yet
 
+    Condition ended_ SENTREL_GUARDED_BY(lock_);  ///< for who waits until there is no thread any more
     Condition work_ SENTREL_GUARDED_BY(lock_);   ///< for idle workers
     Condition keeper_ SENTREL_GUARDED_BY(lock_); ///< for keepers, where there is no poller
 

@@ -7,6 +7,7 @@
 #include <csignal>
 #include <deque>
 #include <system_error>
+#include <thread>
 #include <utility>
 
 namespace sentrel::platform {
@@ -31,22 +32,15 @@ private:
 
 } // namespace
 
-std::thread startThread(std::function<void()> work) {
+bool runOnOwnThread(std::function<void()> work) {
     const SignalsBlocked scope;
     try {
-        return std::thread(std::move(work));
+        std::thread(std::move(work)).detach();
+        return true;
     } catch (const std::system_error& failure) {
         errno = failure.code().value();
-        return {};
-    }
-}
-
-bool runOnOwnThread(std::function<void()> work) {
-    std::thread thread = startThread(std::move(work));
-    if (!thread.joinable())
         return false;
-    thread.detach();
-    return true;
+    }
 }
 
 struct OwnThreadQueue::State {

@@ -3,16 +3,12 @@
 
 #include <functional>
 #include <memory>
-#include <thread>
 
 namespace sentrel::platform {
 
-/// Runs the closure on a new thread that takes no signals: those belong to the host's own threads. An empty thread,
-/// with errno set, if there is none to be had.
-[[nodiscard]] std::thread startThread(std::function<void()> work);
-
-/// As `startThread`, detached: for work that may block for long, or for ever, and must not hold a worker of a queue.
-/// False, with errno set, if there is no thread to be had.
+/// Runs the closure on a new detached thread that takes no signals: those belong to the host's own threads. For queues,
+/// and for work that may block for long, or for ever, and must not hold a worker of one. False, with errno set, if
+/// there is no thread to be had.
 bool runOnOwnThread(std::function<void()> work);
 
 /// Runs closures one after the other off the caller's thread, on a thread that lives while there is work.
