@@ -32,7 +32,7 @@ namespace sentrel::platform {
 /// it has and asks again every `retryInterval`.
 ///
 /// A forked child starts with no thread and no watch; its lanes work again from their next use on.
-class BackgroundPool final : public ForkGuard, public std::enable_shared_from_this<BackgroundPool> {
+class BackgroundPool final : public std::enable_shared_from_this<BackgroundPool> {
 public:
     using Work = TimedQueue::Work;
 
@@ -68,7 +68,6 @@ public:
     /// get its first thread.
     using RunLater = std::function<void(std::int64_t nanoseconds, Work work)>;
     explicit BackgroundPool(RunLater runLater = nullptr);
-    ~BackgroundPool() override = default;
 
     /// Ends all threads and waits for what they run; closures that have not begun never do. Not from a thread of the
     /// pool. Queues may outlive this.
@@ -106,7 +105,7 @@ private:
         bool open() noexcept;
     };
 
-    void afterForkInChild() override;
+    void afterForkInChild() SENTREL_EXCLUDES(lock_);
 
     TimedQueue& tickQueue(Lane& lane) SENTREL_REQUIRES(lock_) { return lane.serial ? lane.queue : calls_; }
     [[nodiscard]] Shortage use() SENTREL_REQUIRES(lock_);
@@ -172,6 +171,8 @@ private:
     bool shortOfDescriptors_ SENTREL_GUARDED_BY(lock_) = false; ///< likewise
     std::string report_ SENTREL_GUARDED_BY(lock_);              ///< what is to be told
     bool retryAsked_ SENTREL_GUARDED_BY(lock_) = false;
+
+    const ForkGuard forkGuard_{[this] { afterForkInChild(); }};
 };
 
 } // namespace sentrel::platform

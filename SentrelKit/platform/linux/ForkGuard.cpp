@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <pthread.h>
+#include <utility>
 #include <vector>
 
 namespace sentrel::platform {
@@ -24,11 +25,11 @@ struct ForkHandlers {
     static void inChild() {
         const LockScope scope(shared().lock);
         for (ForkGuard* guard : shared().guards)
-            guard->afterForkInChild();
+            guard->inChild_();
     }
 };
 
-ForkGuard::ForkGuard() {
+ForkGuard::ForkGuard(std::function<void()> inChild) : inChild_(std::move(inChild)) {
     ForkHandlers& handlers = ForkHandlers::shared();
     const LockScope scope(handlers.lock);
     handlers.guards.push_back(this);

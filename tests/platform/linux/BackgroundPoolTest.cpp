@@ -456,7 +456,7 @@ TEST_F(BackgroundPoolShortage, QueuesBeginToWorkOnceThereIsAThread) {
         dispatch.runMain(0.9); // the host's loop goes on; nobody calls the queues
         return ticked.count() > 0 && ran.count() == 2;
     });
-    EXPECT_EQ(end.status, 0);
+    EXPECT_EQ(end.status, 0) << end.errors;
     EXPECT_EQ(lines(end.errors), 1) << end.errors;
     EXPECT_EQ(end.errors, "Error: no thread for the background queue -- Resource temporarily unavailable\n");
 }
@@ -478,7 +478,7 @@ TEST_F(BackgroundPoolShortage, TicksNeedNoFurtherThreadAndClosuresRunOnceThereIs
         const auto recovery = std::chrono::steady_clock::now();
         return ran.await() && std::chrono::steady_clock::now() - recovery < std::chrono::seconds(1);
     });
-    EXPECT_EQ(end.status, 0);
+    EXPECT_EQ(end.status, 0) << end.errors;
     EXPECT_EQ(end.errors, "Error: no thread for the background queue -- Resource temporarily unavailable\n");
 }
 
@@ -509,7 +509,7 @@ TEST_F(BackgroundPoolFork, ATimerWhoseTickRunsAtTheForkTicksInTheChild) {
             queue->async([&] { closure.happened(); });
             return closure.await() && ticked.await(3);
         });
-        EXPECT_EQ(end.status, 0);
+        EXPECT_EQ(end.status, 0) << end.errors;
         gate.open();
         EXPECT_TRUE(inside.await(3)) << "the parent's timer ticks on";
     }
@@ -556,7 +556,7 @@ TEST_F(BackgroundPoolFork, AChildDoesNotServeItsParentsWatches) {
         dispatch.backgroundQueue()->after(20 * millisecond, [&] { closure.happened(); });
         return closure.await() && inside.count() == 0;
     });
-    EXPECT_EQ(end.status, 0);
+    EXPECT_EQ(end.status, 0) << end.errors;
     EXPECT_TRUE(inside.await());
 }
 
