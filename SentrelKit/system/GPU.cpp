@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/system/GPU.h>
 
+#include <SentrelKit/base/system/ForkGate.h>
 #include <SentrelKit/base/util/Str.h>
 #include <SentrelKit/platform/GraphicsService.h>
 #include <SentrelKit/platform/Platform.h>
@@ -57,6 +58,7 @@ void GPU::find() {
 }
 
 void GPU::update() {
+    const ForkGate::Inside whole; // what the sampling thread keeps has no lock
     isDiscrete_ = probes::_getActiveGPUDeviceID(active_) && discrete_ && active_ == discrete_->deviceID;
 }
 

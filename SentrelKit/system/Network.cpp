@@ -230,6 +230,7 @@ Network::Network()
 Network::~Network() = default;
 
 void Network::update() {
+    const ForkGate::Inside whole; // what the sampling thread keeps has no lock
     ++samples_;
     seen_ = 0;
     position_ = 0;

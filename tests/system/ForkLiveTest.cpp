@@ -49,7 +49,7 @@ TEST(ForkLive, AChildSamplesReadsAndKeepsPreferencesWhileItsParentIsBusy) {
             while (!ended)
                 use();
         });
-    int failures = 0;
+    std::vector<int> failures; // the children's status
     for (int round = 0; round < 50; ++round) {
         const pid_t child = ::fork();
         if (child == 0) {
@@ -65,12 +65,12 @@ TEST(ForkLive, AChildSamplesReadsAndKeepsPreferencesWhileItsParentIsBusy) {
         }
         int status = 0;
         if (::waitpid(child, &status, 0) != child || status != 0)
-            ++failures;
+            failures.push_back(status);
     }
     ended = true;
     for (std::thread& thread : busy)
         thread.join();
-    EXPECT_EQ(failures, 0);
+    EXPECT_EQ(failures, std::vector<int>{});
 }
 
 } // namespace

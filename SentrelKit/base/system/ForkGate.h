@@ -24,6 +24,15 @@ public:
     /// After a lock was given back.
     static void leave() noexcept;
 
+    /// Inside for a scope: for what one thread alone changes, without a lock, and a child must find whole.
+    class Inside {
+    public:
+        Inside() noexcept { enter(); }
+        ~Inside() { leave(); }
+        Inside(const Inside&) = delete;
+        Inside& operator=(const Inside&) = delete;
+    };
+
     /// How many forks lie between this process and the one that loaded the library: another value than before tells
     /// that the threads of before are gone. Any thread.
     [[nodiscard]] static unsigned generation() noexcept;
