@@ -3,8 +3,8 @@
 // read each of the battery's attributes once. The files lie in a temporary folder: a real driver's own work comes on
 // top.
 
-#include <SentrelKit/platform/linux/LinuxPowerService.h>
-#include <SentrelKit/platform/linux/PowerReader.h>
+#include <SentrelKit/platform/linux/power/LinuxPowerService.h>
+#include <SentrelKit/platform/linux/power/PowerReader.h>
 
 #include <benchmark/benchmark.h>
 

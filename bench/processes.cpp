@@ -6,7 +6,7 @@
 // calling thread: no pass waits for anything, and so a machine that is busy with other things spoils them least.
 
 #include <SentrelKit/platform/Platform.h>
-#include <SentrelKit/platform/linux/LinuxProcessService.h>
+#include <SentrelKit/platform/linux/processes/LinuxProcessService.h>
 #include <SentrelKit/system/Applications.h>
 
 #include <benchmark/benchmark.h>

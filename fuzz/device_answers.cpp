@@ -2,9 +2,9 @@
 // What devices and the udev database answer: counters, records, SCSI sense data, health logs.
 
 #include <SentrelKit/base/system/Assert.h>
-#include <SentrelKit/platform/linux/AtaSmart.h>
-#include <SentrelKit/platform/linux/BlockDevices.h>
-#include <SentrelKit/platform/linux/NvmeSmart.h>
+#include <SentrelKit/platform/linux/volumes/AtaSmart.h>
+#include <SentrelKit/platform/linux/volumes/BlockDevices.h>
+#include <SentrelKit/platform/linux/volumes/NvmeSmart.h>
 
 #include <algorithm>
 #include <cstddef>

@@ -2,8 +2,8 @@
 // Mount tables of any content: what the kernel writes, and what it never would.
 
 #include <SentrelKit/base/system/Assert.h>
-#include <SentrelKit/platform/linux/MountTable.h>
-#include <SentrelKit/platform/linux/VolumeRules.h>
+#include <SentrelKit/platform/linux/volumes/MountTable.h>
+#include <SentrelKit/platform/linux/volumes/VolumeRules.h>
 
 #include <cstddef>
 #include <cstdint>

@@ -2,10 +2,10 @@
 // Whatever a netlink socket may hand over: answers and notices of links, addresses, routes and wireless interfaces.
 
 #include <SentrelKit/base/system/Assert.h>
-#include <SentrelKit/platform/linux/DefaultRoute.h>
-#include <SentrelKit/platform/linux/LinkTable.h>
-#include <SentrelKit/platform/linux/NetlinkSocket.h>
-#include <SentrelKit/platform/linux/WirelessQuery.h>
+#include <SentrelKit/platform/linux/network/DefaultRoute.h>
+#include <SentrelKit/platform/linux/network/LinkTable.h>
+#include <SentrelKit/platform/linux/network/NetlinkSocket.h>
+#include <SentrelKit/platform/linux/network/WirelessQuery.h>
 
 #include <cstddef>
 #include <cstdint>

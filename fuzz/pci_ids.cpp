@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The pci.ids file.
 
-#include <SentrelKit/platform/linux/HardwareDatabase.h>
+#include <SentrelKit/platform/linux/graphics/HardwareDatabase.h>
 
 #include <cstddef>
 #include <cstdlib>

@@ -2,7 +2,7 @@
 // Attribute files of any content: lines "name=value", an empty line ends a device.
 
 #include <SentrelKit/base/system/Assert.h>
-#include <SentrelKit/platform/linux/PowerFigures.h>
+#include <SentrelKit/platform/linux/power/PowerFigures.h>
 
 #include <cstddef>
 #include <cstdint>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // /proc/cpuinfo and the processor lists of /sys/devices/system/cpu.
 
-#include <SentrelKit/platform/linux/CpuInfo.h>
+#include <SentrelKit/platform/linux/host/CpuInfo.h>
 
 #include <cstddef>
 #include <cstdlib>

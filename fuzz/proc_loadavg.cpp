@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // /proc/loadavg.
 
-#include <SentrelKit/platform/linux/LoadAverage.h>
+#include <SentrelKit/platform/linux/host/LoadAverage.h>
 
 #include <cstddef>
 #include <cstdlib>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // /proc/meminfo and, behind a zero byte, /proc/vmstat: whatever they say, every page is counted once.
 
-#include <SentrelKit/platform/linux/MemInfo.h>
+#include <SentrelKit/platform/linux/host/MemInfo.h>
 
 #include <cstddef>
 #include <cstdlib>

@@ -2,9 +2,9 @@
 // What the process table reads: the kernel's files of a process, whose command and control group any program chooses,
 // and desktop entries, which any package installs.
 
-#include <SentrelKit/platform/linux/ApplicationRule.h>
-#include <SentrelKit/platform/linux/DesktopEntries.h>
-#include <SentrelKit/platform/linux/ProcessFiles.h>
+#include <SentrelKit/platform/linux/processes/ApplicationRule.h>
+#include <SentrelKit/platform/linux/processes/DesktopEntries.h>
+#include <SentrelKit/platform/linux/processes/ProcessFiles.h>
 
 #include <cstddef>
 #include <cstdint>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Preference files, binary and in XML. What is read and can be written reads the same again.
 
-#include <SentrelKit/platform/linux/PropertyListFormat.h>
+#include <SentrelKit/platform/linux/preferences/PropertyListFormat.h>
 
 #include <cstddef>
 #include <cstdint>

@@ -2,7 +2,7 @@
 // The resolver's configuration file.
 
 #include <SentrelKit/base/system/Assert.h>
-#include <SentrelKit/platform/linux/ResolverFile.h>
+#include <SentrelKit/platform/linux/network/ResolverFile.h>
 
 #include <cstddef>
 #include <cstdint>

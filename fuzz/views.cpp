@@ -17,7 +17,7 @@
 #include <SentrelKit/views/Square.h>
 #include <SentrelKit/views/Thermometer.h>
 #include <SentrelKit/views/Triangle.h>
-#include <SentrelKit/views/canvas/CairoCanvas.h>
+#include <SentrelKit/views/drawing/cairo/CairoCanvas.h>
 
 #include <tests/views/TextRendererSuppressions.h>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <SentrelKit/base/system/WallClock.h>
+#include <SentrelKit/base/system/detail/WallClock.h>
 
 #include <cstdint>
 

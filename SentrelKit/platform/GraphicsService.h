@@ -4,7 +4,7 @@
 /// The graphics processors. Any thread. An operation that fails gives no value and leaves the reason in errno.
 
 #include <SentrelKit/Export.h>
-#include <SentrelKit/platform/PropertyList.h>
+#include <SentrelKit/base/util/PropertyList.h>
 
 #include <optional>
 #include <vector>

@@ -3,7 +3,7 @@
 
 /// Values as keyed archives, in the layout of NSKeyedArchiver: what is archived on one system opens on the other.
 
-#include <SentrelKit/platform/PropertyList.h>
+#include <SentrelKit/base/util/PropertyList.h>
 
 #include <cstdint>
 #include <optional>

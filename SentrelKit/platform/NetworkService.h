@@ -5,7 +5,7 @@
 /// Internet can be reached, and the configuration that the host shows (local host name, DNS servers, router).
 
 #include <SentrelKit/Export.h>
-#include <SentrelKit/platform/PropertyList.h>
+#include <SentrelKit/base/util/PropertyList.h>
 
 #include <cstdint>
 #include <functional>

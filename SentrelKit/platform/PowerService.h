@@ -5,7 +5,7 @@
 /// names; a key that the system cannot tell is missing, never zero. Any thread may ask.
 
 #include <SentrelKit/Export.h>
-#include <SentrelKit/platform/PropertyList.h>
+#include <SentrelKit/base/util/PropertyList.h>
 
 #include <cstddef>
 #include <memory>

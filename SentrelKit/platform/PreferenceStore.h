@@ -4,7 +4,7 @@
 /// Where preferences are kept: named suites of values by key, shared by every process of the user that opens a suite of
 /// the same name.
 
-#include <SentrelKit/platform/PropertyList.h>
+#include <SentrelKit/base/util/PropertyList.h>
 
 #include <memory>
 #include <optional>

@@ -3,8 +3,8 @@
 
 #include <SentrelKit/base/system/Assert.h>
 #include <SentrelKit/base/system/System.h>
-#include <SentrelKit/base/system/ThreadSafety.h>
 #include <SentrelKit/base/system/Time.h>
+#include <SentrelKit/base/system/detail/ThreadSafety.h>
 #include <SentrelKit/platform/Platform.h>
 #include <SentrelKit/platform/PowerService.h>
 #include <SentrelKit/probes/SystemManager.h>

@@ -6,8 +6,8 @@
 /// monotonic clock on Linux).
 
 #include <SentrelKit/Export.h>
+#include <SentrelKit/base/util/PropertyList.h>
 #include <SentrelKit/platform/HostService.h>
-#include <SentrelKit/platform/PropertyList.h>
 
 #include <cstdint>
 #include <functional>

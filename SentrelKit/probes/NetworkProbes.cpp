@@ -5,8 +5,8 @@
 #include <SentrelKit/base/net/Socket.h>
 #include <SentrelKit/base/system/Net.h>
 #include <SentrelKit/base/system/System.h>
-#include <SentrelKit/base/system/ThreadSafety.h>
 #include <SentrelKit/base/system/Time.h>
+#include <SentrelKit/base/system/detail/ThreadSafety.h>
 #include <SentrelKit/base/util/Str.h>
 #include <SentrelKit/platform/NetworkService.h>
 #include <SentrelKit/platform/Platform.h>

@@ -9,7 +9,7 @@
 /// first other use of a queue, on.
 
 #include <SentrelKit/Export.h>
-#include <SentrelKit/base/system/ThreadSafety.h>
+#include <SentrelKit/base/system/detail/ThreadSafety.h>
 #include <SentrelKit/platform/Dispatch.h>
 #include <SentrelKit/platform/HostService.h>
 

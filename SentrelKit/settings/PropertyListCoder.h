@@ -3,7 +3,7 @@
 
 /// How types are kept among preferences. A host keeps a type of its own by specialising one of the two traits here.
 
-#include <SentrelKit/platform/PropertyList.h>
+#include <SentrelKit/base/util/PropertyList.h>
 
 #include <cmath>
 #include <concepts>

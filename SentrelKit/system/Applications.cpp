@@ -2,7 +2,7 @@
 #include <SentrelKit/system/Applications.h>
 
 #include <SentrelKit/base/system/ChangeObserver.h>
-#include <SentrelKit/base/system/WallClock.h>
+#include <SentrelKit/base/system/detail/WallClock.h>
 #include <SentrelKit/platform/Platform.h>
 #include <SentrelKit/probes/HostProbes.h>
 #include <SentrelKit/probes/ProcessProbes.h>

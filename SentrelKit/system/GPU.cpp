@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/system/GPU.h>
 
-#include <SentrelKit/base/system/ForkGate.h>
+#include <SentrelKit/base/system/detail/ForkGate.h>
 #include <SentrelKit/base/util/Str.h>
 #include <SentrelKit/platform/GraphicsService.h>
 #include <SentrelKit/platform/Platform.h>

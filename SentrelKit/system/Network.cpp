@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/system/Network.h>
 
-#include <SentrelKit/base/system/ThreadSafety.h>
+#include <SentrelKit/base/system/detail/ThreadSafety.h>
 #include <SentrelKit/probes/NetworkProbes.h>
 #include <SentrelKit/probes/SystemManager.h>
 #include <SentrelKit/system/Notification.h>

@@ -2,7 +2,7 @@
 #include <SentrelKit/views/CircleChart.h>
 
 #include <SentrelKit/views/PercentText.h>
-#include <SentrelKit/views/canvas/Canvas.h>
+#include <SentrelKit/views/drawing/Canvas.h>
 
 #include <algorithm>
 #include <cmath>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <SentrelKit/platform/PropertyList.h>
-#include <SentrelKit/views/Geometry.h>
+#include <SentrelKit/base/util/PropertyList.h>
+#include <SentrelKit/views/drawing/Geometry.h>
 
 #include <string>
 #include <string_view>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/views/FUIButton.h>
 
-#include <SentrelKit/views/Layer.h>
+#include <SentrelKit/views/layers/Layer.h>
 
 #include <utility>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <SentrelKit/views/Color.h>
+#include <SentrelKit/views/drawing/Color.h>
 
 namespace sentrel {
 

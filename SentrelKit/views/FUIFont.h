@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <SentrelKit/views/Font.h>
+#include <SentrelKit/views/drawing/Font.h>
 
 namespace sentrel {
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/views/FUIIndicator.h>
 
-#include <SentrelKit/views/canvas/Canvas.h>
+#include <SentrelKit/views/drawing/Canvas.h>
 
 namespace sentrel {
 

@@ -3,8 +3,8 @@
 
 /// What both gauges have in common: a colour that follows the value through three bands.
 
-#include <SentrelKit/views/Color.h>
 #include <SentrelKit/views/FUIColor.h>
+#include <SentrelKit/views/drawing/Color.h>
 
 #include <utility>
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/views/LineChart.h>
 
-#include <SentrelKit/views/Path.h>
-#include <SentrelKit/views/canvas/Canvas.h>
+#include <SentrelKit/views/drawing/Canvas.h>
+#include <SentrelKit/views/drawing/Path.h>
 
 #include <algorithm>
 

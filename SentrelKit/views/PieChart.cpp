@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/views/PieChart.h>
 
-#include <SentrelKit/views/Path.h>
 #include <SentrelKit/views/PercentText.h>
-#include <SentrelKit/views/canvas/Canvas.h>
+#include <SentrelKit/views/drawing/Canvas.h>
+#include <SentrelKit/views/drawing/Path.h>
 
 #include <algorithm>
 #include <numeric>

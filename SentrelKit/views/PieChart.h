@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <SentrelKit/views/Color.h>
 #include <SentrelKit/views/View.h>
+#include <SentrelKit/views/drawing/Color.h>
 
 #include <optional>
 #include <string>

@@ -3,7 +3,7 @@
 
 #include <SentrelKit/views/FUIColor.h>
 #include <SentrelKit/views/View.h>
-#include <SentrelKit/views/canvas/Canvas.h>
+#include <SentrelKit/views/drawing/Canvas.h>
 
 namespace sentrel {
 

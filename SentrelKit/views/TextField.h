@@ -2,7 +2,7 @@
 #pragma once
 
 #include <SentrelKit/views/View.h>
-#include <SentrelKit/views/canvas/Canvas.h>
+#include <SentrelKit/views/drawing/Canvas.h>
 
 #include <optional>
 #include <string>

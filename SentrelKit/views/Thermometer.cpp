@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/views/Thermometer.h>
 
-#include <SentrelKit/views/Layer.h>
+#include <SentrelKit/views/layers/Layer.h>
 
 #include <array>
 #include <cstddef>

@@ -2,8 +2,8 @@
 #include <SentrelKit/views/View.h>
 
 #include <SentrelKit/base/system/Assert.h>
-#include <SentrelKit/views/Layer.h>
-#include <SentrelKit/views/canvas/Canvas.h>
+#include <SentrelKit/views/drawing/Canvas.h>
+#include <SentrelKit/views/layers/Layer.h>
 
 #include <algorithm>
 #include <utility>

@@ -3,8 +3,8 @@
 
 #include <SentrelKit/Export.h>
 #include <SentrelKit/views/Coder.h>
-#include <SentrelKit/views/Geometry.h>
-#include <SentrelKit/views/MediaTime.h>
+#include <SentrelKit/views/drawing/Geometry.h>
+#include <SentrelKit/views/layers/MediaTime.h>
 
 #include <cstdint>
 #include <functional>

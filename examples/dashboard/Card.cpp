@@ -10,8 +10,8 @@
 #include <SentrelKit/system/Formatting.h>
 #include <SentrelKit/system/Time.h>
 #include <SentrelKit/views/FUIColor.h>
-#include <SentrelKit/views/Path.h>
-#include <SentrelKit/views/canvas/Canvas.h>
+#include <SentrelKit/views/drawing/Canvas.h>
+#include <SentrelKit/views/drawing/Path.h>
 
 #include <string>
 #include <utility>

@@ -3,7 +3,7 @@
 
 #include <SentrelKit/probes/SystemManager.h>
 
-#include "../support/ScriptedMachine.h"
+#include "tests/support/ScriptedMachine.h"
 
 #include <algorithm>
 #include <gmock/gmock.h>

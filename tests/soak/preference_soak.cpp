@@ -7,7 +7,7 @@
 
 #include "tests/support/ConfigurationFolder.h"
 
-#include <SentrelKit/platform/linux/PropertyListFormat.h>
+#include <SentrelKit/platform/linux/preferences/PropertyListFormat.h>
 #include <SentrelKit/settings/UserDefaults.h>
 
 #include <cerrno>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "Allocations.h"
+#include "tests/support/Allocations.h"
 
 #include <cstdlib>
 #include <new>

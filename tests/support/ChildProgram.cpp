@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "ChildProgram.h"
+#include "tests/support/ChildProgram.h"
 
 #include <array>
 #include <csignal>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "EchoServer.h"
+#include "tests/support/EchoServer.h"
 
 #include <arpa/inet.h>
 #include <array>

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #define FUSE_USE_VERSION 31
 
-#include "HangingFileSystem.h"
+#include "tests/support/HangingFileSystem.h"
 
-#include "Eventually.h"
+#include "tests/support/Eventually.h"
 
 #include <atomic>
 #include <cerrno>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "Await.h"
-#include "TemporaryFolder.h"
+#include "tests/support/Await.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <cstdint>
 #include <string>

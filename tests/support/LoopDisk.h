@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "TemporaryFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <cstdint>
 #include <string>

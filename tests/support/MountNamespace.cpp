@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "MountNamespace.h"
+#include "tests/support/MountNamespace.h"
 
 #include <sched.h>
 #include <sys/mount.h>

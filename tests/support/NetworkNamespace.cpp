@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "NetworkNamespace.h"
+#include "tests/support/NetworkNamespace.h"
 
 #include <cstdio>
 #include <cstdlib>

@@ -3,7 +3,7 @@
 
 #include "tests/support/TemporaryFolder.h"
 
-#include <SentrelKit/platform/linux/LinuxPowerService.h>
+#include <SentrelKit/platform/linux/power/LinuxPowerService.h>
 #include <SentrelKit/platform/scripted/ScriptedPlatform.h>
 #include <SentrelKit/probes/BatteryProbes.h>
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "ChildProgram.h"
-#include "EnvironmentValue.h"
+#include "tests/support/ChildProgram.h"
+#include "tests/support/EnvironmentValue.h"
 
 #include <memory>
 #include <optional>

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "TemporaryFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
-#include <SentrelKit/platform/linux/SystemRoot.h>
+#include <SentrelKit/platform/linux/common/SystemRoot.h>
 
 #include <cstdint>
 #include <string>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "EnvironmentValue.h"
-#include "TemporaryFolder.h"
+#include "tests/support/EnvironmentValue.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <stdexcept>
 #include <sys/socket.h>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "TemporaryFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <cstdlib>
 #include <filesystem>

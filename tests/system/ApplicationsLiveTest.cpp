@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/system/Applications.h>
 
-#include <SentrelKit/platform/linux/LinuxProcessService.h>
+#include <SentrelKit/platform/linux/processes/LinuxProcessService.h>
 
 #include "tests/support/Actor.h"
 #include "tests/support/Eventually.h"

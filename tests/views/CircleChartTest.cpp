@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "DrawnCalls.h"
+#include "tests/views/DrawnCalls.h"
 
 #include <SentrelKit/views/CircleChart.h>
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include <SentrelKit/views/View.h>
-#include <SentrelKit/views/canvas/RecordingCanvas.h>
+#include <SentrelKit/views/drawing/RecordingCanvas.h>
 
 #include <gtest/gtest.h>
 

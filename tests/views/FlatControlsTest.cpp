@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "DrawnCalls.h"
+#include "tests/views/DrawnCalls.h"
 
 #include <SentrelKit/platform/scripted/ScriptedPlatform.h>
 #include <SentrelKit/views/FUIButton.h>
 #include <SentrelKit/views/FUIIndicator.h>
 #include <SentrelKit/views/FUILink.h>
-#include <SentrelKit/views/Layer.h>
 #include <SentrelKit/views/PointerRouter.h>
+#include <SentrelKit/views/layers/Layer.h>
 
 namespace sentrel {
 

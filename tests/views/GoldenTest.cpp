@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "DrawnCalls.h"
-#include "Specimens.h"
-#include "TextRendererSuppressions.h"
+#include "tests/views/DrawnCalls.h"
+#include "tests/views/Specimens.h"
+#include "tests/views/TextRendererSuppressions.h"
 
 #include "tests/support/Fixtures.h"
 

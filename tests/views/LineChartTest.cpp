@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/views/LineChart.h>
 
-#include <SentrelKit/views/canvas/RecordingCanvas.h>
+#include <SentrelKit/views/drawing/RecordingCanvas.h>
 
 #include <gtest/gtest.h>
 

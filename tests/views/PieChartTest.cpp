@@ -2,7 +2,7 @@
 #include <SentrelKit/views/PieChart.h>
 
 #include <SentrelKit/views/FUIColor.h>
-#include <SentrelKit/views/canvas/RecordingCanvas.h>
+#include <SentrelKit/views/drawing/RecordingCanvas.h>
 
 #include <gtest/gtest.h>
 

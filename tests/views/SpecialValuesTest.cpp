@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "DrawnCalls.h"
+#include "tests/views/DrawnCalls.h"
 
 #include <SentrelKit/platform/scripted/ScriptedPlatform.h>
 #include <SentrelKit/views/Circle.h>
@@ -10,13 +10,13 @@
 #include <SentrelKit/views/GaugeBar.h>
 #include <SentrelKit/views/GaugeCircleChart.h>
 #include <SentrelKit/views/HorizontalLine.h>
-#include <SentrelKit/views/Layer.h>
 #include <SentrelKit/views/LineChart.h>
 #include <SentrelKit/views/PieChart.h>
 #include <SentrelKit/views/Square.h>
 #include <SentrelKit/views/Thermometer.h>
 #include <SentrelKit/views/Triangle.h>
-#include <SentrelKit/views/canvas/CairoCanvas.h>
+#include <SentrelKit/views/drawing/cairo/CairoCanvas.h>
+#include <SentrelKit/views/layers/Layer.h>
 
 #include <cairo.h>
 

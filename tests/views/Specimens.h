@@ -20,7 +20,7 @@
 #include <SentrelKit/views/Square.h>
 #include <SentrelKit/views/Thermometer.h>
 #include <SentrelKit/views/Triangle.h>
-#include <SentrelKit/views/canvas/Picture.h>
+#include <SentrelKit/views/drawing/Picture.h>
 
 #include <cmath>
 #include <limits>

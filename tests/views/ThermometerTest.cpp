@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "DrawnCalls.h"
+#include "tests/views/DrawnCalls.h"
 
 #include <SentrelKit/platform/scripted/ScriptedPlatform.h>
-#include <SentrelKit/views/Layer.h>
 #include <SentrelKit/views/Thermometer.h>
+#include <SentrelKit/views/layers/Layer.h>
 
 #include <cmath>
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/views/FUIColor.h>
 #include <SentrelKit/views/FUIFont.h>
-#include <SentrelKit/views/Layer.h>
 #include <SentrelKit/views/TextField.h>
 #include <SentrelKit/views/View.h>
-#include <SentrelKit/views/canvas/RecordingCanvas.h>
+#include <SentrelKit/views/drawing/RecordingCanvas.h>
+#include <SentrelKit/views/layers/Layer.h>
 
 #include <gtest/gtest.h>
 

@@ -3,8 +3,8 @@
 
 /// One observer of a value that changes on any thread.
 
-#include <SentrelKit/base/system/ForkGate.h>
-#include <SentrelKit/base/system/ThreadSafety.h>
+#include <SentrelKit/base/system/detail/ForkGate.h>
+#include <SentrelKit/base/system/detail/ThreadSafety.h>
 
 #include <functional>
 #include <optional>

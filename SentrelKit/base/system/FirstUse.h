@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <SentrelKit/base/system/ThreadSafety.h>
+#include <SentrelKit/base/system/detail/ThreadSafety.h>
 
 #include <atomic>
 

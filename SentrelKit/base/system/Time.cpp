@@ -2,7 +2,7 @@
 #include <SentrelKit/base/system/Time.h>
 
 #include <SentrelKit/base/system/System.h>
-#include <SentrelKit/base/system/WallClock.h>
+#include <SentrelKit/base/system/detail/WallClock.h>
 
 #include <cstdio>
 #include <ctime>

@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/LinuxPlatform.h>
 
-#include <SentrelKit/platform/linux/LinuxClock.h>
-#include <SentrelKit/platform/linux/LinuxDesktop.h>
-#include <SentrelKit/platform/linux/LinuxDispatch.h>
-#include <SentrelKit/platform/linux/LinuxGraphicsService.h>
-#include <SentrelKit/platform/linux/LinuxHostService.h>
-#include <SentrelKit/platform/linux/LinuxNetworkService.h>
-#include <SentrelKit/platform/linux/LinuxPowerService.h>
-#include <SentrelKit/platform/linux/LinuxPreferenceStore.h>
-#include <SentrelKit/platform/linux/LinuxProcessService.h>
-#include <SentrelKit/platform/linux/LinuxVolumeService.h>
+#include <SentrelKit/platform/linux/desktop/LinuxDesktop.h>
+#include <SentrelKit/platform/linux/dispatch/LinuxDispatch.h>
+#include <SentrelKit/platform/linux/graphics/LinuxGraphicsService.h>
+#include <SentrelKit/platform/linux/host/LinuxClock.h>
+#include <SentrelKit/platform/linux/host/LinuxHostService.h>
+#include <SentrelKit/platform/linux/network/LinuxNetworkService.h>
+#include <SentrelKit/platform/linux/power/LinuxPowerService.h>
+#include <SentrelKit/platform/linux/preferences/LinuxPreferenceStore.h>
+#include <SentrelKit/platform/linux/processes/LinuxProcessService.h>
+#include <SentrelKit/platform/linux/volumes/LinuxVolumeService.h>
 
 #include <utility>
 

@@ -4,7 +4,7 @@
 /// The real machine under Linux: every service, with the root that its files are read under.
 
 #include <SentrelKit/platform/Platform.h>
-#include <SentrelKit/platform/linux/SystemRoot.h>
+#include <SentrelKit/platform/linux/common/SystemRoot.h>
 
 #include <memory>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/scripted/ScriptedDispatch.h>
 
-#include <SentrelKit/platform/QueueTimer.h>
+#include <SentrelKit/platform/support/QueueTimer.h>
 
 #include <algorithm>
 #include <cerrno>

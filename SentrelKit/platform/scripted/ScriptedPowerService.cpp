@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/scripted/ScriptedPowerService.h>
 
-#include <SentrelKit/platform/BatteryProperties.h>
+#include <SentrelKit/platform/support/BatteryProperties.h>
 
 #include <cerrno>
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <SentrelKit/base/system/ThreadSafety.h>
+#include <SentrelKit/base/system/detail/ThreadSafety.h>
 #include <SentrelKit/platform/ProcessService.h>
-#include <SentrelKit/platform/RunningApplicationsObservers.h>
+#include <SentrelKit/platform/support/RunningApplicationsObservers.h>
 
 #include <cstdint>
 #include <map>

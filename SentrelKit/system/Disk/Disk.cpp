@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/system/Disk/Disk.h>
 
-#include <SentrelKit/base/system/ThreadSafety.h>
+#include <SentrelKit/base/system/detail/ThreadSafety.h>
 #include <SentrelKit/platform/Platform.h>
 #include <SentrelKit/system/Timer.h>
 

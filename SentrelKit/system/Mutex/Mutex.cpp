@@ -2,7 +2,7 @@
 #include <SentrelKit/system/Mutex/Mutex.h>
 
 #include <SentrelKit/base/system/Assert.h>
-#include <SentrelKit/base/system/ForkGate.h>
+#include <SentrelKit/base/system/detail/ForkGate.h>
 
 namespace sentrel {
 

@@ -4,7 +4,7 @@
 /// The lock that samplers and the host's threads share, with an operation that runs a closure under it.
 
 #include <SentrelKit/Export.h>
-#include <SentrelKit/base/system/ThreadSafety.h>
+#include <SentrelKit/base/system/detail/ThreadSafety.h>
 
 #include <functional>
 #include <pthread.h>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/base/system/Time.h>
-#include <SentrelKit/base/system/WallClock.h>
+#include <SentrelKit/base/system/detail/WallClock.h>
 
 #include <cerrno>
 #include <cstdint>

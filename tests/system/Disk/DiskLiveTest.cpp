@@ -3,9 +3,9 @@
 
 #include <SentrelKit/system/Disk/Disk.h>
 
-#include "../../support/HangingFileSystem.h"
-#include "../../support/LoopDisk.h"
-#include "../../support/MountNamespace.h"
+#include "tests/support/HangingFileSystem.h"
+#include "tests/support/LoopDisk.h"
+#include "tests/support/MountNamespace.h"
 
 #include <SentrelKit/platform/Dispatch.h>
 #include <SentrelKit/platform/Platform.h>

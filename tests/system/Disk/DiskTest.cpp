@@ -3,8 +3,8 @@
 
 #include <SentrelKit/probes/SystemManager.h>
 
-#include "../../support/Await.h"
-#include "../../support/ScriptedMachine.h"
+#include "tests/support/Await.h"
+#include "tests/support/ScriptedMachine.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,0 +1,187 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <SentrelKit/platform/linux/graphics/LinuxGraphicsService.h>
+
+#include <SentrelKit/platform/linux/common/Folder.h>
+#include <SentrelKit/platform/linux/graphics/HardwareDatabase.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <climits>
+#include <cstdio>
+#include <fcntl.h>
+#include <string>
+#include <string_view>
+#include <unistd.h>
+#include <utility>
+
+namespace sentrel::platform {
+
+namespace {
+
+constexpr std::string_view devicesFolder = "/sys/bus/pci/devices/";
+constexpr std::string_view cardsFolder = "/sys/class/drm/";
+
+// Reads "0x8086".
+std::optional<std::uint32_t> hexadecimal(std::string_view text) noexcept {
+    if (!text.starts_with("0x"))
+        return std::nullopt;
+    std::uint32_t value = 0;
+    const char* end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data() + 2, end, value, 16);
+    if (error != std::errc() || stop != end)
+        return std::nullopt;
+    return value;
+}
+
+std::optional<std::uint32_t> readHexadecimal(const SystemRoot& root, const std::string& path) {
+    const std::optional<std::string> text = root.readLine(path);
+    return text ? hexadecimal(*text) : std::nullopt;
+}
+
+std::optional<std::uint16_t> pciNumber(std::optional<std::uint32_t> value) noexcept {
+    if (!value || *value > 0xffff)
+        return std::nullopt;
+    return static_cast<std::uint16_t>(*value);
+}
+
+std::optional<std::uint16_t> readPciNumber(const SystemRoot& root, const std::string& path) {
+    return pciNumber(readHexadecimal(root, path));
+}
+
+// Base class 03 of the class code (PCI code and ID assignment): VGA, XGA, 3D and other controllers.
+bool isDisplay(const SystemRoot& root, const std::string& device) {
+    const std::optional<std::uint32_t> code = readHexadecimal(root, device + "/class");
+    return code && *code >> 16 == 0x03;
+}
+
+std::array<std::uint8_t, 4> deviceIDOf(std::uint16_t device) noexcept {
+    return {static_cast<std::uint8_t>(device & 0xff), static_cast<std::uint8_t>(device >> 8), 0, 0};
+}
+
+UniqueFd openFolder(const std::string& path) {
+    return UniqueFd(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+}
+
+/// A one-line file below an entry of an open folder, read without memory from the heap; empty if it cannot be read.
+class EntryLine {
+public:
+    EntryLine(int folder, std::string_view entry, const char* file) noexcept {
+        std::array<char, std::size_t{2} * NAME_MAX> path;
+        std::snprintf(path.data(), path.size(), "%.*s/%s", static_cast<int>(entry.size()), entry.data(), file);
+        const UniqueFd line(::openat(folder, path.data(), O_RDONLY | O_CLOEXEC));
+        const ssize_t size = line ? ::read(line.get(), content_.data(), content_.size()) : 0;
+        text_ = std::string_view(content_.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
+        text_ = text_.substr(0, text_.find_last_not_of(" \t\r\n") + 1);
+    }
+    EntryLine(const EntryLine&) = delete;
+    EntryLine& operator=(const EntryLine&) = delete;
+
+    [[nodiscard]] std::string_view text() const noexcept { return text_; }
+
+private:
+    std::array<char, 32> content_;
+    std::string_view text_;
+};
+
+/// The best of the displays so far: a boot display before others, then the first by name.
+class BestDisplay {
+public:
+    void offer(std::string_view name, bool boots, std::uint16_t number) noexcept {
+        if (number_ && (boots != boots_ ? boots_ : this->name() <= name))
+            return;
+        length_ = name.copy(name_.data(), name_.size());
+        boots_ = boots;
+        number_ = number;
+    }
+    [[nodiscard]] std::optional<std::uint16_t> number() const noexcept { return number_; }
+
+private:
+    [[nodiscard]] std::string_view name() const noexcept { return {name_.data(), length_}; }
+
+    std::array<char, NAME_MAX> name_;
+    std::size_t length_ = 0;
+    bool boots_ = false;
+    std::optional<std::uint16_t> number_;
+};
+
+bool isBootDisplay(int folder, std::string_view entry, const char* file) noexcept {
+    return EntryLine(folder, entry, file).text() == "1";
+}
+
+// A connector is named after its card: "card0-HDMI-A-1".
+std::optional<std::uint16_t> connectedDisplay(const std::string& path) {
+    BestDisplay best;
+    const UniqueFd cards = openFolder(path);
+    static_cast<void>(forEachName(cards.get(), [&](std::string_view connector) {
+        const std::size_t dash = connector.find('-');
+        if (!connector.starts_with("card") || dash == std::string_view::npos ||
+            EntryLine(cards.get(), connector, "status").text() != "connected")
+            return;
+        const std::string_view card = connector.substr(0, dash);
+        if (const auto number = pciNumber(hexadecimal(EntryLine(cards.get(), card, "device/device").text())))
+            best.offer(card, isBootDisplay(cards.get(), card, "device/boot_vga"), *number);
+    }));
+    return best.number();
+}
+
+std::optional<std::uint16_t> bootDisplay(const std::string& path) {
+    BestDisplay best;
+    const UniqueFd devices = openFolder(path);
+    static_cast<void>(forEachName(devices.get(), [&](std::string_view device) {
+        if (!isBootDisplay(devices.get(), device, "boot_vga"))
+            return;
+        if (const auto number = pciNumber(hexadecimal(EntryLine(devices.get(), device, "device").text())))
+            best.offer(device, true, *number);
+    }));
+    return best.number();
+}
+
+} // namespace
+
+LinuxGraphicsService::LinuxGraphicsService(SystemRoot root)
+    : root_(std::move(root)), cardsFolder_(root_.path(cardsFolder)), devicesFolder_(root_.path(devicesFolder)) {}
+
+std::optional<std::vector<PropertyList::Dictionary>> LinuxGraphicsService::pciDevices() {
+    const std::optional<std::vector<std::string>> names = namesIn(root_, devicesFolder);
+    if (!names)
+        return std::nullopt;
+    std::vector<PropertyList::Dictionary> devices;
+    for (const std::string& name : *names) {
+        const std::string folder = std::string(devicesFolder) + name;
+        const std::optional<std::uint16_t> vendor = readPciNumber(root_, folder + "/vendor");
+        const std::optional<std::uint16_t> device = readPciNumber(root_, folder + "/device");
+        if (!vendor || !device)
+            continue;
+        PropertyList::Dictionary properties;
+        const std::array<std::uint8_t, 4> id = deviceIDOf(*device);
+        properties["device-id"] = PropertyList::Bytes(id.begin(), id.end());
+        if (isDisplay(root_, folder)) {
+            properties["IOName"] = "display";
+            if (const std::optional<PciNames> found = lookUpPciNames(root_, *vendor, *device)) {
+                const std::string model = displayName(*found, *device);
+                properties["model"] = PropertyList::Bytes(model.begin(), model.end());
+            }
+        } else {
+            properties["IOName"] = "pci";
+        }
+        devices.push_back(std::move(properties));
+    }
+    return devices;
+}
+
+bool LinuxGraphicsService::activeDeviceID(PropertyList::Bytes& deviceID) {
+    std::optional<std::uint16_t> number = connectedDisplay(cardsFolder_);
+    if (!number)
+        number = bootDisplay(devicesFolder_);
+    if (!number) {
+        errno = ENODEV;
+        return false;
+    }
+    const std::array<std::uint8_t, 4> bytes = deviceIDOf(*number);
+    deviceID.assign(bytes.begin(), bytes.end());
+    return true;
+}
+
+} // namespace sentrel::platform

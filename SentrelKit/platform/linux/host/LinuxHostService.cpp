@@ -1,0 +1,204 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <SentrelKit/platform/linux/host/LinuxHostService.h>
+
+#include <SentrelKit/platform/linux/common/KernelText.h>
+#include <SentrelKit/platform/linux/host/CpuInfo.h>
+#include <SentrelKit/platform/linux/host/CpuTopology.h>
+#include <SentrelKit/platform/linux/host/LoadAverage.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <ctime>
+#include <limits>
+#include <string>
+#include <unistd.h>
+
+namespace sentrel::platform {
+
+namespace {
+
+// "btime" stands behind a line for each processor and one for all interrupts, a few hundred KiB on the largest
+// machines.
+constexpr std::size_t statLimit = std::size_t{4} << 20;
+
+constexpr std::int64_t secondsBetweenSearches = 60;
+
+constexpr std::uintptr_t machineSet = 1;
+
+// A file that is there but makes no sense.
+std::nullopt_t malformed() noexcept {
+    errno = EBADMSG;
+    return std::nullopt;
+}
+
+std::optional<timespec> readClock(clockid_t clock) noexcept {
+    timespec now{};
+    if (::clock_gettime(clock, &now) != 0)
+        return std::nullopt;
+    return now;
+}
+
+} // namespace
+
+LinuxHostService::LinuxHostService(const SystemRoot& root)
+    : root_(root), stat_(root, "/proc/stat"), loadAverage_(root, "/proc/loadavg"), processes_(root),
+      memInfo_(root, "/proc/meminfo"), vmStat_(root, "/proc/vmstat"),
+      zswapPool_(root, "/sys/module/zswap/parameters/zpool"), zones_(root) {}
+
+std::optional<std::int64_t> LinuxHostService::bootTime() {
+    const std::optional<std::string> content = root_.read("/proc/stat", statLimit);
+    if (!content)
+        return std::nullopt;
+    const std::optional<std::int64_t> time = parseBootTime(*content);
+    return time ? time : malformed();
+}
+
+std::optional<host_basic_info> LinuxHostService::hostInfo() {
+    const std::optional<CpuTopology> topology = readCpuTopology(root_);
+    if (!topology)
+        return std::nullopt;
+    host_basic_info info;
+    info.max_cpus = static_cast<std::int32_t>(topology->possible);
+    info.avail_cpus = static_cast<std::int32_t>(topology->logicalOnline);
+    info.physical_cpu = static_cast<std::int32_t>(topology->physicalOnline);
+    info.physical_cpu_max = static_cast<std::int32_t>(topology->physical);
+    info.logical_cpu = static_cast<std::int32_t>(topology->logicalOnline);
+    info.logical_cpu_max = static_cast<std::int32_t>(topology->logical);
+    info.max_mem = physicalMemory().value_or(0);
+    info.memory_size =
+        static_cast<std::uint32_t>(std::min<std::uint64_t>(info.max_mem, std::numeric_limits<std::uint32_t>::max()));
+    return info;
+}
+
+std::optional<HostLoadTicks> LinuxHostService::loadTicks() noexcept {
+    const LockScope scope(loadLock_);
+    std::array<char, 512> buffer; // the first line at its longest: ten numbers of twenty digits
+    const std::optional<std::string_view> content = stat_.read(buffer);
+    if (!content)
+        return std::nullopt;
+    const std::optional<ProcessorTimes> times = parseProcessorTimes(wholeLines(*content, buffer.size()));
+    if (!times)
+        return malformed();
+    return ticks_.add(*times);
+}
+
+std::optional<ProcessorSet> LinuxHostService::defaultProcessorSet() noexcept {
+    const LockScope scope(loadLock_);
+    if (!processes_.open())
+        return std::nullopt;
+    return ProcessorSet{machineSet};
+}
+
+std::optional<ProcessorSetLoad> LinuxHostService::processorSetLoad(ProcessorSet set) noexcept {
+    if (set.handle != machineSet) {
+        errno = EINVAL;
+        return std::nullopt;
+    }
+    const LockScope scope(loadLock_);
+    const std::optional<std::uint32_t> tasks = processes_.read();
+    std::array<char, 128> buffer;
+    const std::optional<std::string_view> content = loadAverage_.read(buffer);
+    const std::optional<LoadAverageLine> line = content ? parseLoadAverage(*content) : std::nullopt;
+    // Either figure is worth having alone.
+    if (!tasks && !line)
+        return std::nullopt;
+    return ProcessorSetLoad{tasks.value_or(0), line ? line->threads : 0};
+}
+
+std::optional<std::size_t> LinuxHostService::brand(std::span<char> buffer) {
+    const std::optional<std::string> cpuInfo = root_.read("/proc/cpuinfo");
+    if (cpuInfo) {
+        if (const std::optional<std::string_view> text = findBrand(*cpuInfo))
+            return text->copy(buffer.data(), buffer.size());
+    }
+    // Boards whose processor has no name are known by their own.
+    const std::optional<std::string> model = root_.read("/proc/device-tree/model");
+    if (!model)
+        return std::nullopt;
+    const std::string_view text = std::string_view(*model).substr(0, model->find('\0')); // ends in a zero byte
+    return text.copy(buffer.data(), buffer.size());
+}
+
+std::optional<MemInfo> LinuxHostService::readMemInfo() noexcept {
+    std::array<char, 8192> buffer;
+    const std::optional<std::string_view> content = memInfo_.read(buffer);
+    if (!content)
+        return std::nullopt;
+    const std::optional<MemInfo> info = parseMemInfo(wholeLines(*content, buffer.size()));
+    return info ? info : malformed();
+}
+
+std::uint64_t LinuxHostService::compressedBytes(const MemInfo& info, const VmStat& stat) noexcept {
+    std::uint64_t bytes = stat.zsmallocPages * static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
+    if (info.zswap > 0) {
+        // The pool of zswap is among the zsmalloc pages unless another allocator was chosen, which newer kernels do not
+        // offer.
+        std::array<char, 64> buffer;
+        const std::optional<std::string_view> pool = zswapPool_.read(buffer);
+        if (pool && !pool->starts_with("zsmalloc"))
+            bytes += info.zswap * 1024;
+    }
+    return bytes;
+}
+
+std::optional<VirtualMemoryCounters> LinuxHostService::virtualMemory() noexcept {
+    const LockScope scope(memoryLock_);
+    const std::optional<MemInfo> info = readMemInfo();
+    if (!info)
+        return std::nullopt;
+    std::array<char, 16384> buffer;
+    const std::optional<std::string_view> content = vmStat_.read(buffer);
+    const VmStat stat = content ? parseVmStat(wholeLines(*content, buffer.size())) : VmStat();
+    return memoryCounters(*info, stat, compressedBytes(*info, stat));
+}
+
+std::optional<SwapUsage> LinuxHostService::swapUsage() noexcept {
+    const LockScope scope(memoryLock_);
+    const std::optional<MemInfo> info = readMemInfo();
+    if (!info)
+        return std::nullopt;
+    return swapUsageOf(*info);
+}
+
+std::optional<LoadAverages> LinuxHostService::loadAverages() noexcept {
+    const LockScope scope(loadLock_);
+    std::array<char, 128> buffer;
+    const std::optional<std::string_view> content = loadAverage_.read(buffer);
+    if (!content)
+        return std::nullopt;
+    const std::optional<LoadAverageLine> line = parseLoadAverage(*content);
+    if (!line)
+        return malformed();
+    return line->averages;
+}
+
+std::optional<std::uint64_t> LinuxHostService::physicalMemory() {
+    const LockScope scope(memoryLock_);
+    const std::optional<MemInfo> info = readMemInfo();
+    if (!info)
+        return std::nullopt;
+    return info->memTotal * 1024;
+}
+
+std::optional<double> LinuxHostService::awakeUptime() noexcept {
+    const std::optional<timespec> now = readClock(CLOCK_MONOTONIC);
+    if (!now)
+        return std::nullopt;
+    return static_cast<double>(now->tv_sec) + static_cast<double>(now->tv_nsec) / 1e9;
+}
+
+std::optional<ThermalState> LinuxHostService::thermalState() {
+    const std::optional<timespec> now = readClock(CLOCK_MONOTONIC);
+    if (!now)
+        return std::nullopt;
+    const LockScope scope(thermalLock_);
+    // Zones come with drivers and their trip points can be set: both are looked up once a minute, not at every reading.
+    if (!zonesFound_ || now->tv_sec - *zonesFound_ >= secondsBetweenSearches) {
+        zones_.find();
+        zonesFound_ = now->tv_sec;
+    }
+    return zones_.state();
+}
+
+} // namespace sentrel::platform

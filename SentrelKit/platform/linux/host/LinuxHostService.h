@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <SentrelKit/base/system/detail/ThreadSafety.h>
+#include <SentrelKit/platform/HostService.h>
+#include <SentrelKit/platform/linux/common/SystemRoot.h>
+#include <SentrelKit/platform/linux/host/MemInfo.h>
+#include <SentrelKit/platform/linux/host/ProcStat.h>
+#include <SentrelKit/platform/linux/host/ProcessCount.h>
+#include <SentrelKit/platform/linux/host/ThermalZones.h>
+
+namespace sentrel::platform {
+
+/// The host as /proc, /sys and the monotonic clock tell it. What stands for what is said in ProcStat.h, MemInfo.h,
+/// CpuTopology.h, ProcessCount.h and ThermalZones.h.
+///
+/// The one processor set is the machine: processes of other process-id namespaces count too, as do their threads.
+class LinuxHostService final : public HostService {
+public:
+    explicit LinuxHostService(const SystemRoot& root = SystemRoot());
+
+    std::optional<std::int64_t> bootTime() override;
+    std::optional<host_basic_info> hostInfo() override;
+    std::optional<HostLoadTicks> loadTicks() noexcept override;
+    std::optional<ProcessorSet> defaultProcessorSet() noexcept override;
+    std::optional<ProcessorSetLoad> processorSetLoad(ProcessorSet set) noexcept override;
+    std::optional<std::size_t> brand(std::span<char> buffer) override;
+    std::optional<VirtualMemoryCounters> virtualMemory() noexcept override;
+    std::optional<SwapUsage> swapUsage() noexcept override;
+    std::optional<LoadAverages> loadAverages() noexcept override;
+    std::optional<std::uint64_t> physicalMemory() override;
+    std::optional<double> awakeUptime() noexcept override;
+    std::optional<ThermalState> thermalState() override;
+
+private:
+    [[nodiscard]] std::optional<MemInfo> readMemInfo() noexcept SENTREL_REQUIRES(memoryLock_);
+    [[nodiscard]] std::uint64_t compressedBytes(const MemInfo& info, const VmStat& stat) noexcept
+        SENTREL_REQUIRES(memoryLock_);
+
+    const SystemRoot root_;
+
+    Lock loadLock_;
+    KeptFile stat_ SENTREL_GUARDED_BY(loadLock_);
+    KeptFile loadAverage_ SENTREL_GUARDED_BY(loadLock_);
+    SteadyTicks ticks_ SENTREL_GUARDED_BY(loadLock_);
+    ProcessCount processes_ SENTREL_GUARDED_BY(loadLock_);
+
+    Lock memoryLock_;
+    KeptFile memInfo_ SENTREL_GUARDED_BY(memoryLock_);
+    KeptFile vmStat_ SENTREL_GUARDED_BY(memoryLock_);
+    KeptFile zswapPool_ SENTREL_GUARDED_BY(memoryLock_);
+
+    Lock thermalLock_;
+    ThermalZones zones_ SENTREL_GUARDED_BY(thermalLock_);
+    std::optional<std::int64_t> zonesFound_ SENTREL_GUARDED_BY(thermalLock_); // seconds of CLOCK_MONOTONIC
+};
+
+} // namespace sentrel::platform

@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <SentrelKit/platform/linux/host/ProcStat.h>
+
+#include <SentrelKit/platform/linux/common/KernelText.h>
+
+namespace sentrel::platform {
+
+namespace {
+
+std::uint64_t growth(std::uint64_t now, std::uint64_t before) noexcept {
+    return now > before ? now - before : 0;
+}
+
+} // namespace
+
+std::optional<ProcessorTimes> parseProcessorTimes(std::string_view stat) noexcept {
+    std::optional<std::string_view> line = takeLine(stat);
+    if (!line || !line->starts_with("cpu "))
+        return std::nullopt;
+    line->remove_prefix(4);
+
+    ProcessorTimes times;
+    for (std::uint64_t* column : {&times.user, &times.nice, &times.system, &times.idle}) {
+        const std::optional<std::uint64_t> value = takeNumber(*line);
+        if (!value)
+            return std::nullopt;
+        *column = *value;
+    }
+    for (std::uint64_t* column : {&times.iowait, &times.irq, &times.softirq, &times.steal})
+        *column = takeNumber(*line).value_or(0);
+    return times;
+}
+
+std::optional<std::int64_t> parseBootTime(std::string_view stat) noexcept {
+    while (std::optional<std::string_view> line = takeLine(stat)) {
+        if (line->starts_with("btime ")) {
+            line->remove_prefix(6);
+            return takeNumber<std::int64_t>(*line);
+        }
+    }
+    return std::nullopt;
+}
+
+HostLoadTicks SteadyTicks::add(const ProcessorTimes& times) noexcept {
+    user_ += growth(times.user, last_.user);
+    nice_ += growth(times.nice, last_.nice);
+    system_ += growth(times.system, last_.system) + growth(times.irq, last_.irq) +
+               growth(times.softirq, last_.softirq) + growth(times.steal, last_.steal);
+    // One sum: when a waiting processor turns out idle the kernel moves its time from the one counter to the other.
+    idle_ += growth(times.idle + times.iowait, last_.idle + last_.iowait);
+    last_ = times;
+
+    // The counters are 32 bits wide and wrap.
+    return {static_cast<std::uint32_t>(user_), static_cast<std::uint32_t>(system_), static_cast<std::uint32_t>(idle_),
+            static_cast<std::uint32_t>(nice_)};
+}
+
+} // namespace sentrel::platform

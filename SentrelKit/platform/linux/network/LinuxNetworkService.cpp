@@ -1,0 +1,219 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <SentrelKit/platform/linux/network/LinuxNetworkService.h>
+
+#include <SentrelKit/platform/linux/dispatch/LinuxDispatch.h>
+#include <SentrelKit/platform/linux/network/LinuxConfigurationWatch.h>
+#include <SentrelKit/platform/linux/network/LinuxInterfaceEntry.h>
+#include <SentrelKit/platform/linux/network/NetlinkAttributes.h>
+
+#include <cerrno>
+#include <cstddef>
+#include <cstring>
+#include <linux/if_link.h>
+#include <linux/rtnetlink.h>
+#include <utility>
+
+namespace sentrel::platform {
+
+namespace {
+
+// The connectivity service of the desktop, where one runs (NMConnectivityState of its D-Bus interface).
+constexpr BusObject connectivityService{"org.freedesktop.NetworkManager", "/org/freedesktop/NetworkManager",
+                                        "org.freedesktop.DBus.Properties"};
+constexpr std::uint32_t connectivityUnknown = 0;
+constexpr std::uint32_t connectivityFull = 4;
+
+Connectivity meaningOf(std::uint32_t state) noexcept {
+    switch (state) {
+    case connectivityUnknown:
+        return Connectivity::unknown;
+    case connectivityFull:
+        return Connectivity::yes;
+    default:
+        return Connectivity::no;
+    }
+}
+
+Connectivity askConnectivityService(BusConnection& bus) {
+    const VariantPointer answer =
+        bus.call(connectivityService, "Get", g_variant_new("(ss)", connectivityService.service, "Connectivity"),
+                 G_VARIANT_TYPE("(v)"), G_DBUS_CALL_FLAGS_NO_AUTO_START);
+    if (!answer)
+        return Connectivity::unknown;
+    GVariant* inner = nullptr;
+    g_variant_get(answer.get(), "(v)", &inner);
+    const VariantPointer state(inner);
+    return g_variant_is_of_type(inner, G_VARIANT_TYPE_UINT32) ? meaningOf(g_variant_get_uint32(inner))
+                                                              : Connectivity::unknown;
+}
+
+} // namespace
+
+LinuxNetworkService::LinuxNetworkService(SystemRoot root, LinuxDispatch& dispatch)
+    : root_(std::move(root)), dispatch_(dispatch),
+      notices_(NETLINK_ROUTE,
+               {RTNLGRP_LINK, RTNLGRP_IPV4_IFADDR, RTNLGRP_IPV6_IFADDR, RTNLGRP_IPV4_ROUTE, RTNLGRP_IPV6_ROUTE}),
+      route_(NETLINK_ROUTE), countersRequest_(RTM_GETSTATS, NLM_F_DUMP), bus_(G_BUS_TYPE_SYSTEM) {
+    countersRequest_.extra<if_stats_msg>().filter_mask = IFLA_STATS_FILTER_BIT(IFLA_STATS_LINK_64);
+}
+
+void LinuxNetworkService::takeNotices() {
+    const bool whole = notices_.takeNotices([this](const nlmsghdr& message) SENTREL_NO_THREAD_SAFETY_ANALYSIS {
+        switch (message.nlmsg_type) {
+        case RTM_NEWROUTE:
+        case RTM_DELROUTE:
+            routesStale_ = routesStale_ || concernsDefaultRoute(message);
+            break;
+        default:
+            // The kernel drops the routes of a link or of an address that goes without a word on each.
+            linksStale_ = true;
+            routesStale_ = true;
+        }
+    });
+    if (!whole) {
+        linksStale_ = true;
+        routesStale_ = true;
+    }
+}
+
+bool LinuxNetworkService::refreshLinks() {
+    takeNotices();
+    if (!linksStale_)
+        return true;
+    std::shared_ptr<const LinkTable> links = LinkTable::read(route_);
+    if (!links)
+        return false;
+    links_ = std::move(links);
+    linksStale_ = false;
+    return true;
+}
+
+bool LinuxNetworkService::refreshRoutes() {
+    takeNotices();
+    if (!routesStale_)
+        return true;
+    // A kernel without IPv6 answers with an error, which says as much as an answer without a route.
+    const bool answered4 = readDefaultRoute(route_, AF_INET, route4_);
+    const bool answered6 = readDefaultRoute(route_, AF_INET6, route6_);
+    routesStale_ = !answered4 && !answered6;
+    return !routesStale_;
+}
+
+bool LinuxNetworkService::readCounters() {
+    return route_.ask(
+        countersRequest_, [this]() SENTREL_NO_THREAD_SAFETY_ANALYSIS { counters_.clear(); },
+        [this](const nlmsghdr& message) SENTREL_NO_THREAD_SAFETY_ANALYSIS {
+            const auto* header = headerOf<if_stats_msg>(payloadOf(message));
+            if (!header)
+                return;
+            const NetlinkAttributes<IFLA_STATS_LINK_64> attributes(payloadOf(message), sizeof(if_stats_msg));
+            const NetlinkBytes bytes = attributes.bytes(IFLA_STATS_LINK_64);
+            if (bytes.size() < offsetof(rtnl_link_stats64, rx_errors))
+                return;
+            Counters counters{header->ifindex, 0, 0};
+            std::memcpy(&counters.bytesIn, bytes.data() + offsetof(rtnl_link_stats64, rx_bytes), sizeof(std::int64_t));
+            std::memcpy(&counters.bytesOut, bytes.data() + offsetof(rtnl_link_stats64, tx_bytes), sizeof(std::int64_t));
+            counters_.push_back(counters);
+        });
+}
+
+std::shared_ptr<const LinkTable> LinuxNetworkService::beginListing() {
+    const LockScope scope(lock_);
+    if (!refreshLinks() || !readCounters())
+        return nullptr;
+    handingOver_ = true;
+    return links_;
+}
+
+bool LinuxNetworkService::listInterfaces(const std::function<void(const InterfaceInfo&)>& each) {
+    const LockScope listing(listing_);
+    const std::shared_ptr<const LinkTable> links = beginListing();
+    if (!links)
+        return false;
+    std::size_t position = 0;
+    for (const Counters& counters : counters_) {
+        // One that came after the links were listed has given notice and is found the next time.
+        const Link* link = links->find(counters.index, position);
+        if (!link)
+            continue;
+        position = links->position(*link);
+        handedOver_.store(position++, std::memory_order_relaxed);
+        InterfaceInfo info;
+        info.name = link->name.data();
+        info.index = link->index;
+        info.flags = link->flags;
+        info.linkType = link->linkType;
+        info.hardwareAddress = std::span(link->hardware).first(link->hardwareLength);
+        info.bytesIn = counters.bytesIn;
+        info.bytesOut = counters.bytesOut;
+        info.addresses = links->addresses(*link);
+        each(info);
+    }
+    const LockScope scope(lock_);
+    handingOver_ = false;
+    return true;
+}
+
+// While a listing is handed over, what is asked about its interfaces is answered from the same moment.
+bool LinuxNetworkService::currentLinks() {
+    return handingOver_ || refreshLinks();
+}
+
+std::optional<MediaStatus> LinuxNetworkService::mediaStatus(std::string_view name) {
+    const LockScope scope(lock_);
+    if (!currentLinks())
+        return std::nullopt;
+    const Link* link = links_->find(name.substr(0, IFNAMSIZ - 1), handedOver_.load(std::memory_order_relaxed));
+    if (!link) {
+        errno = ENODEV;
+        return std::nullopt;
+    }
+    return MediaStatus{link->carrierKnown, link->carrier};
+}
+
+std::optional<std::unique_ptr<InterfaceEntry>> LinuxNetworkService::matchInterface(const std::string& name) {
+    const LockScope scope(lock_);
+    if (!currentLinks())
+        return std::nullopt;
+    const Link* link = links_->find(name, handedOver_.load(std::memory_order_relaxed));
+    if (!link)
+        return std::unique_ptr<InterfaceEntry>();
+    return std::make_unique<LinuxInterfaceEntry>(*this, root_, name, link->index);
+}
+
+bool LinuxNetworkService::isPrimary(std::uint32_t index) {
+    const LockScope scope(lock_);
+    if (!refreshRoutes())
+        return false;
+    const std::optional<DefaultRoute>& route = route4_ ? route4_ : route6_;
+    return route && route->interface == index;
+}
+
+std::optional<std::string> LinuxNetworkService::networkName(std::uint32_t index) {
+    const LockScope scope(lock_);
+    return wireless_.networkName(index);
+}
+
+std::int64_t LinuxNetworkService::bitRate(std::uint32_t index) {
+    const LockScope scope(lock_);
+    return wireless_.bitRate(index);
+}
+
+Connectivity LinuxNetworkService::connectivity() {
+    {
+        const LockScope scope(lock_);
+        if (!refreshRoutes())
+            return Connectivity::unknown;
+        if (!route4_ && !route6_)
+            return Connectivity::no;
+    }
+    const LockScope scope(busLock_);
+    const Connectivity word = askConnectivityService(bus_);
+    return word == Connectivity::unknown ? Connectivity::yes : word;
+}
+
+std::unique_ptr<ConfigurationWatch> LinuxNetworkService::watchConfiguration(std::function<void()> changed) {
+    return LinuxConfigurationWatch::make(root_, dispatch_, std::move(changed));
+}
+
+} // namespace sentrel::platform

@@ -1,0 +1,171 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <SentrelKit/platform/linux/power/PowerChanges.h>
+
+#include <SentrelKit/base/system/detail/ThreadSafety.h>
+
+#include <atomic>
+#include <cerrno>
+#include <glib-unix.h>
+#include <libudev.h>
+#include <new>
+#include <utility>
+
+namespace sentrel::platform {
+
+namespace {
+
+struct ReleaseUdev {
+    void operator()(udev* library) const noexcept { udev_unref(library); }
+    void operator()(udev_monitor* monitor) const noexcept { udev_monitor_unref(monitor); }
+    void operator()(udev_device* device) const noexcept { udev_device_unref(device); }
+};
+
+using UdevMonitor = std::unique_ptr<udev_monitor, ReleaseUdev>;
+
+// The kernel's own notices: nothing here needs what udev's rules add, and they also come where no udev daemon runs.
+UdevMonitor listenToPowerSupplies() {
+    const std::unique_ptr<udev, ReleaseUdev> library(udev_new());
+    if (!library)
+        return nullptr;
+    UdevMonitor monitor(udev_monitor_new_from_netlink(library.get(), "kernel"));
+    if (!monitor || udev_monitor_filter_add_match_subsystem_devtype(monitor.get(), "power_supply", nullptr) < 0 ||
+        udev_monitor_enable_receiving(monitor.get()) < 0)
+        return nullptr;
+    return monitor;
+}
+
+gint64 microseconds(std::chrono::milliseconds time) {
+    return std::chrono::duration_cast<std::chrono::microseconds>(time).count();
+}
+
+// What the source does on its loop. The thread that adds it and the thread that runs the loop may differ: all state is
+// under the lock, from the set-up on.
+class Watcher {
+public:
+    Watcher(std::shared_ptr<PowerReader> reader, const PowerChangeTimes& times, void (*changed)(void*), void* context)
+        : reader_(std::move(reader)), times_(times), changed_(changed), context_(context) {}
+
+    ~Watcher() {
+        // The last to let go may be a thread that never looked: it sees the others' last writes.
+        const LockScope scope(lock_);
+    }
+
+    Watcher(const Watcher&) = delete;
+    Watcher& operator=(const Watcher&) = delete;
+
+    void attach(GSource* source) {
+        const LockScope scope(lock_);
+        monitor_ = listenToPowerSupplies();
+        if (monitor_)
+            g_source_add_unix_fd(source, udev_monitor_get_fd(monitor_.get()), G_IO_IN);
+        figures_ = reader_->read();
+        schedule(source, g_get_monotonic_time());
+        GMainContext* context = g_main_context_ref_thread_default();
+        g_source_attach(source, context);
+        g_main_context_unref(context);
+    }
+
+    void dispatch(GSource* source) {
+        void (*changed)(void*) = nullptr;
+        void* context = nullptr;
+        {
+            const LockScope scope(lock_);
+            const gint64 now = g_get_monotonic_time();
+            if (takeNotices() && !settling_) {
+                settling_ = true;
+                deadline_ = now + microseconds(times_.settling);
+                g_source_set_ready_time(source, deadline_);
+            }
+            if (deadline_ < 0 || now < deadline_)
+                return;
+            if (look()) {
+                changed = changed_;
+                context = context_;
+            }
+            settling_ = false;
+            schedule(source, now);
+        }
+        if (changed)
+            changed(context);
+    }
+
+private:
+    // Takes all notices that wait; true if there was any, or if the kernel had to drop some.
+    bool takeNotices() SENTREL_REQUIRES(lock_) {
+        if (!monitor_)
+            return false;
+        bool any = false;
+        errno = 0;
+        while (const std::unique_ptr<udev_device, ReleaseUdev> device{udev_monitor_receive_device(monitor_.get())})
+            any = true;
+        return any || errno == ENOBUFS;
+    }
+
+    bool look() SENTREL_REQUIRES(lock_) {
+        PowerFigures figures = reader_->read();
+        if (figures == figures_)
+            return false;
+        figures_ = std::move(figures);
+        return true;
+    }
+
+    void schedule(GSource* source, gint64 now) SENTREL_REQUIRES(lock_) {
+        deadline_ = figures_.battery ? now + microseconds(times_.polling) : -1;
+        g_source_set_ready_time(source, deadline_);
+    }
+
+    Lock lock_;
+    std::shared_ptr<PowerReader> reader_ SENTREL_GUARDED_BY(lock_);
+    PowerChangeTimes times_ SENTREL_GUARDED_BY(lock_);
+    void (*changed_)(void*) SENTREL_GUARDED_BY(lock_);
+    void* context_ SENTREL_GUARDED_BY(lock_);
+    UdevMonitor monitor_ SENTREL_GUARDED_BY(lock_);
+    PowerFigures figures_ SENTREL_GUARDED_BY(lock_);
+    bool settling_ SENTREL_GUARDED_BY(lock_) = false; ///< a notice came, its figures are not looked at yet
+    gint64 deadline_ SENTREL_GUARDED_BY(lock_) = -1;  ///< when to look; -1 is never
+};
+
+struct WatcherSource {
+    GSource base;
+    // Atomic because it is written by the thread that adds the source and read by the loop's thread.
+    std::atomic<Watcher*> watcher;
+};
+
+Watcher* watcherOf(GSource* source) {
+    return reinterpret_cast<WatcherSource*>(source)->watcher.load(std::memory_order_acquire);
+}
+
+gboolean dispatch(GSource* source, GSourceFunc /*callback*/, gpointer /*data*/) {
+    watcherOf(source)->dispatch(source);
+    return G_SOURCE_CONTINUE;
+}
+
+void finalize(GSource* source) {
+    delete watcherOf(source);
+}
+
+// Without check functions GLib looks at the descriptor and the ready time itself.
+GSourceFuncs sourceFunctions = {nullptr, nullptr, dispatch, finalize, nullptr, nullptr};
+
+} // namespace
+
+PowerChanges::PowerChanges(std::shared_ptr<PowerReader> reader, const PowerChangeTimes& times,
+                           void (*changed)(void* context), void* context)
+    : source_(g_source_new(&sourceFunctions, sizeof(WatcherSource))) {
+    auto* watcher = new Watcher(std::move(reader), times, changed, context);
+    auto* const slot = new (&reinterpret_cast<WatcherSource*>(source_)->watcher) std::atomic<Watcher*>(nullptr);
+    slot->store(watcher, std::memory_order_release);
+    g_source_set_name(source_, "SentrelKit power sources");
+    watcher->attach(source_);
+}
+
+PowerChanges::~PowerChanges() {
+    if (source_) {
+        g_source_destroy(source_);
+        g_source_unref(source_);
+    }
+}
+
+PowerChanges::PowerChanges(PowerChanges&& other) noexcept : source_(std::exchange(other.source_, nullptr)) {}
+
+} // namespace sentrel::platform

@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <SentrelKit/platform/linux/processes/DesktopEntries.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <glib.h>
+#include <memory>
+
+namespace sentrel::platform {
+
+namespace {
+
+constexpr std::size_t largestEntry = 1U << 20;
+
+struct KeyFileFree {
+    void operator()(GKeyFile* file) const noexcept { g_key_file_free(file); }
+};
+using KeyFile = std::unique_ptr<GKeyFile, KeyFileFree>;
+
+std::optional<std::string> localizedText(GKeyFile* file, const char* key) {
+    const std::unique_ptr<char, decltype(&g_free)> text(
+        g_key_file_get_locale_string(file, G_KEY_FILE_DESKTOP_GROUP, key, nullptr, nullptr), &g_free);
+    if (!text || !*text)
+        return std::nullopt;
+    return std::string(text.get());
+}
+
+std::string environment(const char* name, const std::string& fallback) {
+    const char* value = std::getenv(name);
+    return value && *value ? std::string(value) : fallback;
+}
+
+// Only absolute folders count, as freedesktop defines base directories.
+void append(std::vector<std::string>& folders, std::string_view folder) {
+    if (!folder.empty() && folder.front() == '/')
+        folders.push_back(std::string(folder) + "/applications");
+}
+
+} // namespace
+
+std::optional<DesktopEntry> parseDesktopEntry(std::string_view text) {
+    const KeyFile file(g_key_file_new());
+    if (!g_key_file_load_from_data(file.get(), text.data(), text.size(), G_KEY_FILE_NONE, nullptr) ||
+        !g_key_file_has_group(file.get(), G_KEY_FILE_DESKTOP_GROUP))
+        return std::nullopt;
+    return DesktopEntry{localizedText(file.get(), G_KEY_FILE_DESKTOP_KEY_NAME),
+                        localizedText(file.get(), G_KEY_FILE_DESKTOP_KEY_ICON)};
+}
+
+std::vector<std::string> desktopEntryFolders() {
+    const std::string home = environment("HOME", "");
+    const std::string data = environment("XDG_DATA_HOME", home.empty() ? "" : home + "/.local/share");
+    const std::string shared = environment("XDG_DATA_DIRS", "/usr/local/share:/usr/share");
+
+    std::vector<std::string> folders;
+    append(folders, data);
+    for (std::string_view rest = shared; !rest.empty();) {
+        const std::size_t end = std::min(rest.find(':'), rest.size());
+        append(folders, rest.substr(0, end));
+        rest.remove_prefix(std::min(end + 1, rest.size()));
+    }
+    append(folders, data.empty() ? "" : data + "/flatpak/exports/share");
+    append(folders, "/var/lib/flatpak/exports/share");
+    folders.emplace_back("/var/lib/snapd/desktop/applications");
+    return folders;
+}
+
+std::optional<DesktopEntry> findDesktopEntry(const SystemRoot& root, std::string_view identifier) {
+    if (identifier.empty() || identifier.find('/') != std::string_view::npos)
+        return std::nullopt;
+    std::string file("/");
+    file += identifier;
+    file += ".desktop";
+    for (const std::string& folder : desktopEntryFolders()) {
+        if (const std::optional<std::string> text = root.read(folder + file, largestEntry))
+            return parseDesktopEntry(*text);
+    }
+    return std::nullopt;
+}
+
+} // namespace sentrel::platform

@@ -1,0 +1,130 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <SentrelKit/platform/linux/processes/LinuxProcessService.h>
+
+#include <SentrelKit/platform/linux/processes/DesktopEntries.h>
+
+#include <utility>
+
+namespace sentrel::platform {
+
+namespace {
+
+// The kernel cuts a command here (TASK_COMM_LEN of linux/sched.h, less the terminator).
+constexpr std::size_t longestCommand = 15;
+
+// Whether the command is this name, as far as the kernel keeps it.
+bool isCommandOf(std::string_view command, std::string_view name) noexcept {
+    return command.size() < longestCommand ? command == name : name.substr(0, command.size()) == command;
+}
+
+std::unique_ptr<ProcessClocks> clocksOf(const SystemRoot& root) {
+    if (root.isReal())
+        return std::make_unique<KernelProcessClocks>();
+    return std::make_unique<CapturedProcessClocks>(root);
+}
+
+} // namespace
+
+LinuxProcessService::LinuxProcessService(const SystemRoot& root) : LinuxProcessService(root, clocksOf(root)) {}
+
+LinuxProcessService::LinuxProcessService(const SystemRoot& root, std::unique_ptr<ProcessClocks> clocks)
+    : root_(root), table_(root, std::move(clocks)), set_(std::make_shared<RunningApplications>()) {}
+
+LinuxProcessService::~LinuxProcessService() = default;
+
+std::optional<TaskInfo> LinuxProcessService::taskInfo(std::int32_t processIdentifier) noexcept {
+    const LockScope scope(lock_);
+    return table_.taskInfo(processIdentifier);
+}
+
+std::optional<std::int32_t> LinuxProcessService::parent(std::int32_t processIdentifier) noexcept {
+    const LockScope scope(lock_);
+    return table_.parent(processIdentifier);
+}
+
+RunningApplications LinuxProcessService::runningApplications() {
+    return *look();
+}
+
+std::unique_ptr<RunningApplicationsObservation>
+LinuxProcessService::observeRunningApplications(RunningApplicationsObserver observer) {
+    return observers_.add(std::move(observer));
+}
+
+void LinuxProcessService::refreshRunningApplications() {
+    observers_.tell([this] { return look(); });
+}
+
+RunningApplicationsObservers::SharedSet LinuxProcessService::look() {
+    const LockScope scope(lock_);
+    if (table_.look())
+        takeStock();
+    return set_;
+}
+
+// Applies the rule to the table, and makes a new set if the outcome differs from the last.
+void LinuxProcessService::takeStock() {
+    std::vector<ProcessEntry>& entries = table_.entries();
+    std::vector<const ProcessFacts*> facts;
+    facts.reserve(entries.size());
+    for (const ProcessEntry& entry : entries)
+        facts.push_back(&entry.facts);
+    const std::vector<std::int32_t> owners = applicationOwners(facts);
+
+    RunningApplications applications;
+    RunningApplications helpers;
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        ProcessEntry& entry = entries[i];
+        if (owners[i] != entry.owner)
+            entry.application.reset();
+        entry.owner = owners[i];
+        if (entry.owner == 0)
+            continue;
+        if (!entry.application)
+            entry.application = describe(entry);
+        (entry.owner == entry.facts.id ? applications : helpers).push_back(entry.application);
+    }
+    applications.insert(applications.end(), helpers.begin(), helpers.end());
+    if (applications != *set_)
+        set_ = std::make_shared<RunningApplications>(std::move(applications));
+}
+
+std::shared_ptr<const RunningApplication> LinuxProcessService::describe(const ProcessEntry& entry) {
+    RunningApplication application;
+    application.processIdentifier = entry.facts.id;
+    application.startTime = entry.facts.startTime;
+    application.owner = entry.owner;
+    if (entry.owner == entry.facts.id) {
+        const std::string identifier = applicationIdentifier(entry.facts.scope);
+        if (!identifier.empty())
+            application.bundleIdentifier = identifier;
+        if (std::optional<DesktopEntry> desktop = findDesktopEntry(root_, identifier)) {
+            application.localizedName = std::move(desktop->name);
+            application.icon = std::move(desktop->icon);
+        }
+    }
+    if (!application.localizedName)
+        application.localizedName = programName(entry.facts);
+    return std::make_shared<const RunningApplication>(std::move(application));
+}
+
+// The name under which users know the program: the program's file or the script that it runs, uncut, rather than what
+// the process calls itself at the moment. But a remote log-in is known by whose it is: "sshd: user@notty".
+std::string LinuxProcessService::programName(const ProcessFacts& facts) {
+    const std::string_view file = lastPathComponent(facts.program);
+    if (isRemoteLogin(facts)) {
+        const std::vector<std::string> arguments = table_.files().arguments(facts.id);
+        if (!arguments.empty() && arguments.front().rfind("sshd", 0) == 0)
+            return arguments.front();
+    }
+    if (isCommandOf(facts.command, file))
+        return std::string(file);
+    for (const std::string& argument : table_.files().arguments(facts.id)) {
+        const std::string_view name = lastPathComponent(argument);
+        if (!name.empty() && isCommandOf(facts.command, name))
+            return std::string(name);
+    }
+    return file.empty() ? facts.command : std::string(file);
+}
+
+} // namespace sentrel::platform

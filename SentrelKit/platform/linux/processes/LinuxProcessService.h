@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+/// Processes and running applications of a Linux machine. The rule that tells applications stands in ApplicationRule.h;
+/// what is read when, in ProcessTable.h.
+///
+/// The set is looked at by `runningApplications` and `refreshRunningApplications`, never by itself. A name is, for an
+/// application scope, what the scope's desktop entry says in the user's language; otherwise, and for all that works for
+/// an application, the program's own name.
+
+#include <SentrelKit/base/system/detail/ThreadSafety.h>
+#include <SentrelKit/platform/ProcessService.h>
+#include <SentrelKit/platform/linux/processes/ProcessTable.h>
+#include <SentrelKit/platform/support/RunningApplicationsObservers.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace sentrel::platform {
+
+class LinuxProcessService final : public ProcessService {
+public:
+    /// On the real root with the kernel's clocks; elsewhere with those of captured files.
+    explicit LinuxProcessService(const SystemRoot& root);
+    LinuxProcessService(const SystemRoot& root, std::unique_ptr<ProcessClocks> clocks);
+    ~LinuxProcessService() override;
+    LinuxProcessService(const LinuxProcessService&) = delete;
+    LinuxProcessService& operator=(const LinuxProcessService&) = delete;
+
+    std::optional<TaskInfo> taskInfo(std::int32_t processIdentifier) noexcept override;
+    std::optional<std::int32_t> parent(std::int32_t processIdentifier) noexcept override;
+    RunningApplications runningApplications() override;
+    std::unique_ptr<RunningApplicationsObservation>
+    observeRunningApplications(RunningApplicationsObserver observer) override;
+    void refreshRunningApplications() override;
+
+private:
+    [[nodiscard]] RunningApplicationsObservers::SharedSet look() SENTREL_EXCLUDES(lock_);
+    void takeStock() SENTREL_REQUIRES(lock_);
+    [[nodiscard]] std::shared_ptr<const RunningApplication> describe(const ProcessEntry& entry) SENTREL_REQUIRES(lock_);
+    [[nodiscard]] std::string programName(const ProcessFacts& facts) SENTREL_REQUIRES(lock_);
+
+    const SystemRoot root_;
+    Lock lock_;
+    ProcessTable table_ SENTREL_GUARDED_BY(lock_);
+    RunningApplicationsObservers::SharedSet set_ SENTREL_GUARDED_BY(lock_);
+    RunningApplicationsObservers observers_;
+};
+
+} // namespace sentrel::platform

@@ -1,0 +1,350 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <SentrelKit/platform/linux/processes/ProcessFiles.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <climits>
+#include <cstdio>
+#include <cstring>
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+namespace sentrel::platform {
+
+namespace {
+
+constexpr std::size_t bufferSize = 32768;
+
+// Takes the next word off the text: blanks before it are skipped.
+std::string_view takeWord(std::string_view& text) noexcept {
+    text.remove_prefix(std::min(text.find_first_not_of(" \n"), text.size()));
+    const std::string_view word = text.substr(0, std::min(text.find_first_of(" \n"), text.size()));
+    text.remove_prefix(word.size());
+    return word;
+}
+
+template <class Number>
+bool toNumber(std::string_view word, Number& number) noexcept {
+    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), number);
+    return error == std::errc() && end == word.data() + word.size();
+}
+
+template <class Number>
+bool takeNumber(std::string_view& text, Number& number) noexcept {
+    return toNumber(takeWord(text), number);
+}
+
+bool skipWords(std::string_view& text, int count) noexcept {
+    while (count-- > 0) {
+        if (takeWord(text).empty())
+            return false;
+    }
+    return true;
+}
+
+bool startsWith(std::string_view text, std::string_view prefix) noexcept {
+    return text.substr(0, prefix.size()) == prefix;
+}
+
+bool endsWith(std::string_view text, std::string_view suffix) noexcept {
+    return text.size() >= suffix.size() && text.substr(text.size() - suffix.size()) == suffix;
+}
+
+bool isApplicationUnit(std::string_view name) noexcept {
+    return startsWith(name, "app-") && (endsWith(name, ".scope") || endsWith(name, ".service"));
+}
+
+// The innermost application unit of a control group's path.
+std::string_view applicationUnit(std::string_view path) noexcept {
+    while (!path.empty()) {
+        const std::size_t slash = path.rfind('/');
+        const std::string_view name = path.substr(slash == std::string_view::npos ? 0 : slash + 1);
+        if (isApplicationUnit(name))
+            return name;
+        path = path.substr(0, slash == std::string_view::npos ? 0 : slash);
+    }
+    return {};
+}
+
+int hexDigit(char c) noexcept {
+    if (c >= '0' && c <= '9')
+        return c - '0';
+    if (c >= 'a' && c <= 'f')
+        return c - 'a' + 10;
+    return -1;
+}
+
+// Undoes systemd's escaping of unit names: "\x2d" is "-".
+std::string unescaped(std::string_view name) {
+    std::string plain;
+    plain.reserve(name.size());
+    for (std::size_t i = 0; i < name.size(); ++i) {
+        if (name[i] == '\\' && i + 3 < name.size() && name[i + 1] == 'x' && hexDigit(name[i + 2]) >= 0 &&
+            hexDigit(name[i + 3]) >= 0) {
+            plain += static_cast<char>(hexDigit(name[i + 2]) * 16 + hexDigit(name[i + 3]));
+            i += 3;
+        } else {
+            plain += name[i];
+        }
+    }
+    return plain;
+}
+
+// "<id>/<name>" in the caller's buffer.
+using ProcessPath = std::array<char, 40>;
+const char* processPath(ProcessPath& path, std::int32_t id, const char* name) noexcept {
+    std::snprintf(path.data(), path.size(), "%d/%s", id, name);
+    return path.data();
+}
+
+UniqueFd openAt(int folder, const char* name, int flags) noexcept {
+    int fd;
+    do
+        fd = ::openat(folder, name, O_RDONLY | O_CLOEXEC | flags);
+    while (fd < 0 && errno == EINTR);
+    return UniqueFd(fd);
+}
+
+// The kernel's record of getdents64(2), whose type the C library keeps to itself.
+struct KernelEntry {
+    std::uint64_t inode;
+    std::int64_t offset;
+    std::uint16_t length;
+    std::uint8_t type;
+    char name[1]; // goes on to the end of the record
+};
+
+} // namespace
+
+std::optional<ProcessStat> parseProcessStat(std::string_view text) noexcept {
+    // A command may hold blanks and parentheses itself: it ends at the last one.
+    const std::size_t open = text.find('(');
+    const std::size_t close = text.rfind(')');
+    if (open == std::string_view::npos || close == std::string_view::npos || close < open)
+        return std::nullopt;
+    ProcessStat stat;
+    stat.command = text.substr(open + 1, close - open - 1);
+    text.remove_prefix(close + 1);
+
+    const std::string_view state = takeWord(text);
+    if (state.size() != 1)
+        return std::nullopt;
+    stat.state = state.front();
+
+    const bool complete =
+        takeNumber(text, stat.parent) && skipWords(text, 1) /* pgrp */ && takeNumber(text, stat.session) &&
+        takeNumber(text, stat.terminal) && skipWords(text, 1) /* tpgid */ && takeNumber(text, stat.flags) &&
+        skipWords(text, 4) /* faults */ && takeNumber(text, stat.userTicks) && takeNumber(text, stat.systemTicks) &&
+        skipWords(text, 4) /* times of collected children, priority, nice */ && takeNumber(text, stat.threads) &&
+        skipWords(text, 1) /* itrealvalue */ && takeNumber(text, stat.startTicks);
+    if (!complete)
+        return std::nullopt;
+    return stat;
+}
+
+std::optional<std::uint64_t> parseResidentPages(std::string_view text) noexcept {
+    std::uint64_t pages = 0;
+    if (!skipWords(text, 1) || !takeNumber(text, pages))
+        return std::nullopt;
+    return pages;
+}
+
+std::optional<std::int32_t> parseLastId(std::string_view text) noexcept {
+    std::int32_t id = 0;
+    if (!skipWords(text, 4) || !takeNumber(text, id))
+        return std::nullopt;
+    return id;
+}
+
+std::string_view applicationScope(std::string_view cgroups) noexcept {
+    while (!cgroups.empty()) {
+        const std::size_t end = std::min(cgroups.find('\n'), cgroups.size());
+        const std::string_view line = cgroups.substr(0, end);
+        cgroups.remove_prefix(std::min(end + 1, cgroups.size()));
+
+        // "<hierarchy>:<controllers>:<path>"
+        const std::size_t first = line.find(':');
+        const std::size_t second = first == std::string_view::npos ? first : line.find(':', first + 1);
+        if (second == std::string_view::npos)
+            continue;
+        const std::string_view controllers = line.substr(first + 1, second - first - 1);
+        if (!controllers.empty() && controllers != "name=systemd")
+            continue;
+        const std::string_view unit = applicationUnit(line.substr(second + 1));
+        if (!unit.empty())
+            return unit;
+    }
+    return {};
+}
+
+std::string applicationIdentifier(std::string_view scope) {
+    // The desktop environments' convention: app[-<launcher>]-<id>-<random>.scope,
+    // app[-<launcher>]-<id>[@<random>].service
+    if (!isApplicationUnit(scope))
+        return {};
+    const bool service = endsWith(scope, ".service");
+    scope.remove_prefix(std::strlen("app-"));
+    scope.remove_suffix(std::strlen(service ? ".service" : ".scope"));
+    if (service) {
+        scope = scope.substr(0, scope.find('@'));
+    } else {
+        const std::size_t random = scope.rfind('-');
+        if (random == std::string_view::npos)
+            return {};
+        scope = scope.substr(0, random);
+    }
+    const std::size_t launcher = scope.rfind('-');
+    if (launcher != std::string_view::npos)
+        scope.remove_prefix(launcher + 1);
+    return unescaped(scope);
+}
+
+ProcessFiles::ProcessFiles(const SystemRoot& root) : root_(root), loadavg_(root, "/proc/loadavg") {}
+
+bool ProcessFiles::open() noexcept {
+    if (folder_)
+        return true;
+    folder_ = openAt(AT_FDCWD, root_.path("/proc").c_str(), O_DIRECTORY);
+    if (folder_ && buffer_.empty())
+        buffer_.resize(bufferSize);
+    return static_cast<bool>(folder_);
+}
+
+bool ProcessFiles::list(std::vector<std::int32_t>& ids) {
+    ids.clear();
+    if (!open() || ::lseek(folder_.get(), 0, SEEK_SET) != 0)
+        return false;
+    bool sorted = true;
+    for (;;) {
+        const ssize_t filled = ::getdents64(folder_.get(), buffer_.data(), buffer_.size());
+        if (filled < 0 && errno == EINTR)
+            continue;
+        if (filled < 0)
+            return false;
+        if (filled == 0)
+            break;
+        for (std::size_t at = 0; at < static_cast<std::size_t>(filled);) {
+            const char* record = buffer_.data() + at;
+            std::uint16_t length = 0;
+            std::memcpy(&length, record + offsetof(KernelEntry, length), sizeof length);
+            std::int32_t id = 0;
+            const char* name = record + offsetof(KernelEntry, name);
+            if (name[0] >= '1' && name[0] <= '9' && toNumber(std::string_view(name), id)) {
+                sorted = sorted && (ids.empty() || ids.back() < id);
+                ids.push_back(id);
+            }
+            at += length;
+        }
+    }
+    if (!sorted) { // the kernel lists in rising order, folders of files do not
+        std::sort(ids.begin(), ids.end());
+        ids.erase(std::unique(ids.begin(), ids.end()), ids.end());
+    }
+    return true;
+}
+
+std::optional<std::uint64_t> ProcessFiles::linkCount() noexcept {
+    struct stat folder;
+    if (!open() || ::fstat(folder_.get(), &folder) != 0)
+        return std::nullopt;
+    return folder.st_nlink;
+}
+
+std::optional<std::int32_t> ProcessFiles::lastId() noexcept {
+    std::array<char, 128> text;
+    const std::optional<std::string_view> content = loadavg_.read(text);
+    return content ? parseLastId(*content) : std::nullopt;
+}
+
+std::optional<std::string_view> ProcessFiles::read(std::int32_t id, const char* name) noexcept {
+    ProcessPath path;
+    if (!open())
+        return std::nullopt;
+    const UniqueFd file = openAt(folder_.get(), processPath(path, id, name), 0);
+    if (!file)
+        return std::nullopt;
+    ssize_t count;
+    do
+        count = ::read(file.get(), buffer_.data(), buffer_.size());
+    while (count < 0 && errno == EINTR);
+    if (count < 0)
+        return std::nullopt;
+    return std::string_view(buffer_.data(), static_cast<std::size_t>(count));
+}
+
+std::optional<ProcessStat> ProcessFiles::stat(std::int32_t id) noexcept {
+    const std::optional<std::string_view> text = read(id, "stat");
+    return text ? parseProcessStat(*text) : std::nullopt;
+}
+
+std::optional<std::uint64_t> ProcessFiles::residentPages(std::int32_t id) noexcept {
+    const std::optional<std::string_view> text = read(id, "statm");
+    return text ? parseResidentPages(*text) : std::nullopt;
+}
+
+std::optional<std::uint64_t> ProcessFiles::residentPagesOfOtherThreads(std::int32_t id) {
+    ProcessPath path;
+    const UniqueFd tasks = openAt(folder_.get(), processPath(path, id, "task"), O_DIRECTORY);
+    if (!tasks)
+        return std::nullopt;
+    DIR* folder = ::fdopendir(::dup(tasks.get()));
+    if (!folder)
+        return std::nullopt;
+    std::optional<std::uint64_t> pages;
+    while (const dirent* entry = ::readdir(folder)) {
+        std::int32_t thread = 0;
+        if (!toNumber(std::string_view(entry->d_name), thread) || thread == id)
+            continue;
+        pages = residentPages(thread); // /proc answers for a thread's id too, without listing it
+        if (pages && *pages > 0)
+            break;
+    }
+    ::closedir(folder);
+    return pages;
+}
+
+std::optional<std::uint32_t> ProcessFiles::user(std::int32_t id) noexcept {
+    ProcessPath path;
+    struct stat folder;
+    // The folder itself carries the effective user; files in it may be root's where a process is not to be traced.
+    if (!open() || ::fstatat(folder_.get(), processPath(path, id, ""), &folder, 0) != 0)
+        return std::nullopt;
+    return folder.st_uid;
+}
+
+std::string_view ProcessFiles::program(std::int32_t id) noexcept {
+    static_assert(bufferSize >= PATH_MAX);
+    ProcessPath path;
+    if (!open())
+        return {};
+    const ssize_t length = ::readlinkat(folder_.get(), processPath(path, id, "exe"), buffer_.data(), buffer_.size());
+    if (length <= 0)
+        return {};
+    std::string_view program(buffer_.data(), static_cast<std::size_t>(length));
+    constexpr std::string_view deleted = " (deleted)"; // replaced by an update while it ran
+    if (endsWith(program, deleted))
+        program.remove_suffix(deleted.size());
+    return program;
+}
+
+std::string_view ProcessFiles::scope(std::int32_t id) noexcept {
+    const std::optional<std::string_view> text = read(id, "cgroup");
+    return text ? applicationScope(*text) : std::string_view();
+}
+
+std::vector<std::string> ProcessFiles::arguments(std::int32_t id) {
+    constexpr std::size_t enough = 4;
+    std::vector<std::string> arguments;
+    std::string_view text = read(id, "cmdline").value_or(std::string_view());
+    while (!text.empty() && arguments.size() < enough) {
+        const std::size_t end = std::min(text.find('\0'), text.size());
+        arguments.emplace_back(text.substr(0, end));
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    return arguments;
+}
+
+} // namespace sentrel::platform

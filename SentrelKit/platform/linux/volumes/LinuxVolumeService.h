@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+/// Volumes under Linux: the mount table for the listing, statfs for space, the block devices of sysfs for disks, udev
+/// and the device itself for labels and models, SG_IO and NVMe admin commands for SMART, the desktop's storage service
+/// or the system calls for unmounting. What counts as a volume: VolumeRules.h.
+
+#include <SentrelKit/platform/VolumeService.h>
+#include <SentrelKit/platform/linux/common/SystemRoot.h>
+#include <SentrelKit/platform/linux/volumes/DeviceControl.h>
+#include <SentrelKit/platform/linux/volumes/LinuxDiskSession.h>
+#include <SentrelKit/platform/linux/volumes/VolumeSpace.h>
+
+namespace sentrel::platform {
+
+class LinuxDispatch;
+
+class LinuxVolumeService final : public VolumeService {
+public:
+    /// The dispatch and the control outlive the service, and the service outlives its sessions and observations.
+    LinuxVolumeService(const SystemRoot& root, LinuxDispatch& dispatch, DeviceControl& control = systemControl());
+
+    [[nodiscard]] std::int32_t countMountedFileSystems() override;
+    [[nodiscard]] std::int32_t listMountedFileSystems(std::span<MountedFileSystem> entries) override;
+    [[nodiscard]] AcceptedTypes acceptedTypes() const noexcept override;
+    [[nodiscard]] std::optional<FileSystemSpace> space(const char* path) override;
+    [[nodiscard]] std::unique_ptr<DiskSession> openSession() override;
+    [[nodiscard]] std::unique_ptr<VolumeObservation>
+    observe(std::function<void(const VolumeNotification&)> observer) override;
+    [[nodiscard]] std::optional<std::string> iconForPath(const std::string& path) override;
+
+private:
+    static DeviceControl& systemControl() noexcept;
+
+    DiskMachine machine_;
+    LinuxDispatch& dispatch_;
+    VolumeSpace space_;
+};
+
+} // namespace sentrel::platform

@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <SentrelKit/platform/linux/volumes/VolumeIcon.h>
+
+#include <SentrelKit/platform/linux/volumes/LinuxMounts.h>
+#include <SentrelKit/platform/linux/volumes/VolumeRules.h>
+
+namespace sentrel::platform {
+
+std::optional<std::string> volumeIcon(const BlockDevices& devices, const MountEntry& mount) {
+    const std::optional<std::string> device = deviceOfMount(devices, mount);
+    if (!device) {
+        if (mount.type != "fuseblk" && mayNotAnswer(mount.type))
+            return "folder-remote";
+        return std::nullopt;
+    }
+    const std::string disk = devices.bottomDisk(*device);
+    if (disk.starts_with("sr"))
+        return "drive-optical";
+    if (disk.starts_with("mmcblk"))
+        return "media-flash";
+    if (devices.attribute(disk, "removable") == "1")
+        return "drive-removable-media";
+    return "drive-harddisk";
+}
+
+} // namespace sentrel::platform

@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+/// Which mounts count as volumes under Linux. The accepted names of the library stand for these native types:
+///
+/// | name                    | native types                                                                    |
+/// | ----------------------- | ------------------------------------------------------------------------------- |
+/// | hfs                     | hfs, hfsplus                                                                    |
+/// | apfs, ufs (local disks) | apfs, ext2, ext3, ext4, xfs, btrfs, zfs, f2fs, bcachefs, jfs, nilfs2, reiserfs, ufs |
+/// | msdos                   | msdos, vfat                                                                     |
+/// | exfat                   | exfat, fuse.exfat                                                               |
+/// | ntfs                    | ntfs, ntfs3, fuseblk (the user-space drivers of ntfs and exfat), fuse.ntfs-3g   |
+/// | cd9660, cddafs          | iso9660                                                                         |
+/// | udf                     | udf                                                                             |
+/// | nfs (network shares)    | nfs, nfs4, cifs, smb3, ceph, fuse.glusterfs, fuse.sshfs                         |
+///
+/// The root file system counts whatever its type (overlay and memory-backed roots included). "Do not browse" are:
+/// - mounts that another mount covers;
+/// - views of a part of a file system (bind mounts of a folder or a file; a btrfs subvolume is no such view), and
+///   further views of one that is already shown: the root comes first, then mount-table order;
+/// - mounts at system places: the boot and firmware partitions, package images, container layers and volumes, and
+///   everything under /dev, /proc, /sys and /run but /run/media.
+
+#include <SentrelKit/platform/linux/volumes/MountTable.h>
+
+#include <span>
+#include <string_view>
+#include <vector>
+
+namespace sentrel::platform {
+
+/// The native types of the table above.
+[[nodiscard]] std::span<const std::string_view> nativeVolumeTypes() noexcept;
+
+/// True for types whose questions another machine or a user program answers, and which may therefore never answer.
+[[nodiscard]] bool mayNotAnswer(std::string_view type) noexcept;
+
+/// Marks the entries whose own type may not answer, and those whose mount points are looked up in such a one.
+void markWhatMayNotAnswer(std::vector<MountEntry>& entries);
+
+/// What the mount table tells of an entry as a volume.
+struct VolumeTraits {
+    bool isRoot = false;
+    bool dontBrowse = false;
+};
+
+/// The traits of each entry.
+[[nodiscard]] std::vector<VolumeTraits> volumeTraits(const std::vector<MountEntry>& entries);
+
+} // namespace sentrel::platform

@@ -1,0 +1,334 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <SentrelKit/platform/linux/volumes/VolumeWatch.h>
+
+#include <SentrelKit/base/system/detail/ThreadSafety.h>
+#include <SentrelKit/platform/linux/common/UniqueFd.h>
+#include <SentrelKit/platform/linux/volumes/LinuxMounts.h>
+#include <SentrelKit/platform/linux/volumes/VolumeRules.h>
+
+#include <array>
+#include <atomic>
+#include <deque>
+#include <libudev.h>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <sys/epoll.h>
+#include <sys/inotify.h>
+#include <utility>
+#include <vector>
+
+namespace sentrel::platform {
+
+namespace {
+
+constexpr std::int64_t labelInterval = 2'000'000'000; // nanoseconds
+
+struct UdevReleaser {
+    void operator()(udev* context) const noexcept { udev_unref(context); }
+    void operator()(udev_monitor* monitor) const noexcept { udev_monitor_unref(monitor); }
+    void operator()(udev_device* device) const noexcept { udev_device_unref(device); }
+};
+
+// udev's word that a block device changed, given once its database holds the change.
+class UdevEvents {
+public:
+    UdevEvents() {
+        context_.reset(udev_new());
+        if (context_)
+            monitor_.reset(udev_monitor_new_from_netlink(context_.get(), "udev"));
+        if (monitor_ && (udev_monitor_filter_add_match_subsystem_devtype(monitor_.get(), "block", nullptr) < 0 ||
+                         udev_monitor_enable_receiving(monitor_.get()) < 0))
+            monitor_.reset();
+    }
+
+    [[nodiscard]] int descriptor() const { return monitor_ ? udev_monitor_get_fd(monitor_.get()) : -1; }
+
+    void drain() {
+        while (std::unique_ptr<udev_device, UdevReleaser>(udev_monitor_receive_device(monitor_.get()))) {
+        }
+    }
+
+private:
+    std::unique_ptr<udev, UdevReleaser> context_;
+    std::unique_ptr<udev_monitor, UdevReleaser> monitor_;
+};
+
+// The closing of device nodes after writing.
+class NodeEvents {
+public:
+    NodeEvents() : inotify_(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {}
+
+    [[nodiscard]] int descriptor() const { return inotify_.get(); }
+
+    void setNodes(const std::set<std::string>& nodes) {
+        if (!inotify_)
+            return;
+        std::erase_if(watches_, [&](const auto& watch) {
+            if (nodes.contains(watch.first))
+                return false;
+            ::inotify_rm_watch(inotify_.get(), watch.second);
+            return true;
+        });
+        for (const std::string& node : nodes) {
+            if (watches_.contains(node))
+                continue;
+            const int watch = ::inotify_add_watch(inotify_.get(), node.c_str(), IN_CLOSE_WRITE);
+            if (watch >= 0)
+                watches_.emplace(node, watch);
+        }
+    }
+
+    void drain() {
+        alignas(inotify_event) std::array<char, 4096> events;
+        while (::read(inotify_.get(), events.data(), events.size()) > 0) {
+        }
+    }
+
+private:
+    UniqueFd inotify_;
+    std::map<std::string, int> watches_;
+};
+
+struct MountedVolume {
+    MountEntry mount;
+    bool isShown = false;
+    std::string device;      // the kernel's name, empty without one
+    std::string name;        // as the user knows it: the label, else the device
+    bool tellsLabel = false; // whether the file system itself can be asked for its label
+};
+
+using MountedVolumes = std::map<std::int64_t, MountedVolume>; // by mount
+
+class Watcher {
+public:
+    Watcher(const BlockDevices& devices, std::function<void(const VolumeNotification&)> observer)
+        : devices_(devices), observer_(std::move(observer)), table_(devices.root().open(mountTablePath)) {}
+
+    [[nodiscard]] int tableDescriptor() const { return table_.get(); }
+    [[nodiscard]] int nodeDescriptor() const { return nodes_.descriptor(); }
+    [[nodiscard]] int udevDescriptor() const { return udev_.descriptor(); }
+
+    void start() {
+        const LockScope scope(lock_);
+        volumes_ = read({});
+        followNodes();
+    }
+
+    void mountsChanged() {
+        {
+            const LockScope scope(lock_);
+            MountedVolumes current = read(volumes_);
+            const MountedVolumes before = std::exchange(volumes_, std::move(current));
+            followNodes();
+            noteDifference(before, volumes_, VolumeNotification::Kind::didUnmount);
+            noteDifference(volumes_, before, VolumeNotification::Kind::didMount);
+        }
+        tell();
+    }
+
+    /// No call of the observer begins from now on.
+    void end() { ended_ = true; }
+
+    void nodesWritten() {
+        {
+            const LockScope scope(lock_);
+            nodes_.drain();
+            compareNames();
+        }
+        tell();
+    }
+
+    void udevChanged() {
+        {
+            const LockScope scope(lock_);
+            udev_.drain();
+            compareNames();
+        }
+        tell();
+    }
+
+    void lookAtLabels() {
+        {
+            const LockScope scope(lock_);
+            for (auto& [id, volume] : volumes_) {
+                if (!volume.tellsLabel)
+                    continue;
+                if (const std::optional<std::string> label = labelOfMount(devices_.root(), volume.mount))
+                    rename(volume, label->empty() ? deviceName(volume.mount) : *label);
+            }
+        }
+        tell();
+    }
+
+private:
+    // The volumes now. Those that are known keep their names; the labels of the others are read.
+    MountedVolumes read(const MountedVolumes& known) const {
+        MountedVolumes volumes;
+        const std::optional<std::vector<MountEntry>> mounts = readMountTable(devices_.root());
+        if (!mounts)
+            return volumes;
+        const std::vector<VolumeTraits> traits = volumeTraits(*mounts);
+        for (std::size_t i = 0; i < mounts->size(); ++i) {
+            const MountEntry& mount = (*mounts)[i];
+            const bool isShown = !traits[i].dontBrowse;
+            const auto same = known.find(mount.id);
+            MountedVolume volume;
+            if (same != known.end() && same->second.mount == mount && same->second.isShown == isShown) {
+                volume = same->second;
+            } else {
+                volume.mount = mount;
+                volume.isShown = isShown;
+                if (isShown)
+                    describe(volume, *mounts);
+            }
+            const std::int64_t id = volume.mount.id;
+            volumes.insert_or_assign(id, std::move(volume));
+        }
+        return volumes;
+    }
+
+    // As the listing does.
+    void describe(MountedVolume& volume, const std::vector<MountEntry>& mounts) const {
+        volume.device = deviceOfMount(devices_, volume.mount).value_or(std::string());
+        volume.name = deviceName(volume.mount);
+        if (volume.device.empty())
+            return;
+        std::optional<std::string> label = labelOfMount(devices_.root(), volume.mount);
+        volume.tellsLabel = label.has_value();
+        if (!label)
+            label = labelOfDevice(devices_, mounts, volume.device);
+        if (label && !label->empty())
+            volume.name = *label;
+    }
+
+    std::string deviceName(const MountEntry& mount) const {
+        const std::string source = mountSource(devices_, mount);
+        return source.substr(source.rfind('/') + 1);
+    }
+
+    void noteDifference(const MountedVolumes& all, const MountedVolumes& without, VolumeNotification::Kind kind)
+        SENTREL_REQUIRES(lock_) {
+        for (const auto& [id, volume] : all) {
+            const auto other = without.find(id);
+            if (other == without.end() || other->second.mount.on != volume.mount.on)
+                notices_.push_back({kind, {}, {}, volume.mount.on});
+        }
+    }
+
+    void rename(MountedVolume& volume, const std::string& name) SENTREL_REQUIRES(lock_) {
+        if (volume.name == name)
+            return;
+        const std::string oldName = std::exchange(volume.name, name);
+        notices_.push_back({VolumeNotification::Kind::didRename, oldName, name, volume.mount.on});
+    }
+
+    // Tells what was noted, one notice at a time and in their order; the observer runs under no lock. Notices that come
+    // meanwhile are told by the thread that tells already.
+    void tell() {
+        while (const std::optional<VolumeNotification> notice = next()) {
+            const Telling telling{*this};
+            if (!ended_)
+                observer_(*notice);
+        }
+    }
+
+    std::optional<VolumeNotification> next() {
+        const LockScope scope(lock_);
+        if (isTelling_ || notices_.empty())
+            return std::nullopt;
+        isTelling_ = true;
+        VolumeNotification notice = std::move(notices_.front());
+        notices_.pop_front();
+        return notice;
+    }
+
+    struct Telling {
+        Watcher& watcher;
+        ~Telling() {
+            const LockScope scope(watcher.lock_);
+            watcher.isTelling_ = false;
+        }
+    };
+
+    void followNodes() SENTREL_REQUIRES(lock_) {
+        std::set<std::string> nodes;
+        for (const auto& [id, volume] : volumes_) {
+            if (!volume.device.empty())
+                nodes.insert(BlockDevices::node(volume.device));
+        }
+        nodes_.setNodes(nodes);
+    }
+
+    void compareNames() SENTREL_REQUIRES(lock_) {
+        const MountedVolumes now = read({});
+        for (auto& [id, volume] : volumes_) {
+            const auto current = now.find(id);
+            if (current != now.end() && current->second.mount == volume.mount)
+                rename(volume, current->second.name);
+        }
+    }
+
+    const BlockDevices& devices_;
+    const std::function<void(const VolumeNotification&)> observer_;
+    const UniqueFd table_;
+    Lock lock_;
+    MountedVolumes volumes_ SENTREL_GUARDED_BY(lock_);
+    std::deque<VolumeNotification> notices_ SENTREL_GUARDED_BY(lock_); // to be told
+    RunningFlag isTelling_ SENTREL_GUARDED_BY(lock_);
+    std::atomic<bool> ended_{false};
+    NodeEvents nodes_;
+    UdevEvents udev_;
+};
+
+class Observation final : public VolumeObservation {
+public:
+    Observation(std::shared_ptr<Watcher> watcher, LinuxDispatch& dispatch) : watcher_(std::move(watcher)) {
+        follow(dispatch, watcher_->nodeDescriptor(), EPOLLIN, &Watcher::nodesWritten);
+        follow(dispatch, watcher_->udevDescriptor(), EPOLLIN, &Watcher::udevChanged);
+        // The mount table tells of a change as an urgent, erroneous state (proc(5)).
+        isComplete_ = follow(dispatch, watcher_->tableDescriptor(), EPOLLPRI | EPOLLERR, &Watcher::mountsChanged);
+        if (!isComplete_)
+            return;
+        watcher_->start();
+        labels_ =
+            dispatch.backgroundQueue()->makeTimer(labelInterval, [watcher = watcher_] { watcher->lookAtLabels(); });
+        labels_->resume();
+    }
+
+    ~Observation() override { watcher_->end(); }
+    Observation(const Observation&) = delete;
+    Observation& operator=(const Observation&) = delete;
+
+    [[nodiscard]] bool isComplete() const noexcept { return isComplete_; }
+
+private:
+    bool follow(LinuxDispatch& dispatch, int descriptor, std::uint32_t events, void (Watcher::*happened)()) {
+        if (descriptor < 0)
+            return false;
+        std::unique_ptr<DescriptorWatch> watch =
+            dispatch.watch(descriptor, events, [watcher = watcher_, happened] { (*watcher.*happened)(); });
+        if (!watch)
+            return false;
+        watches_.push_back(std::move(watch));
+        return true;
+    }
+
+    std::shared_ptr<Watcher> watcher_; // a callback that still runs keeps it
+    std::vector<std::unique_ptr<DescriptorWatch>> watches_;
+    std::unique_ptr<RepeatingTimer> labels_;
+    bool isComplete_ = false;
+};
+
+} // namespace
+
+std::unique_ptr<VolumeObservation> watchVolumes(const BlockDevices& devices, LinuxDispatch& dispatch,
+                                                std::function<void(const VolumeNotification&)> observer) {
+    auto observation = std::make_unique<Observation>(std::make_shared<Watcher>(devices, std::move(observer)), dispatch);
+    if (!observation->isComplete())
+        return nullptr;
+    return observation;
+}
+
+} // namespace sentrel::platform

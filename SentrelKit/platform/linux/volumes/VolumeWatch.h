@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+/// Notices of mounts, unmounts and new labels. The kernel tells of a changed mount table. Of a label written to a
+/// device tell udev, once its database holds it, and the closing of the device's node, which also works where no udev
+/// runs. Of a label given to a mounted file system tells nobody: those that can be asked cheaply are looked at every
+/// two seconds.
+
+#include <SentrelKit/platform/VolumeService.h>
+#include <SentrelKit/platform/linux/dispatch/LinuxDispatch.h>
+#include <SentrelKit/platform/linux/volumes/BlockDevices.h>
+
+#include <functional>
+#include <memory>
+
+namespace sentrel::platform {
+
+/// Null, with errno set, if the mount table cannot be watched. The devices and the dispatch outlive the observation.
+[[nodiscard]] std::unique_ptr<VolumeObservation> watchVolumes(const BlockDevices& devices, LinuxDispatch& dispatch,
+                                                              std::function<void(const VolumeNotification&)> observer);
+
+} // namespace sentrel::platform

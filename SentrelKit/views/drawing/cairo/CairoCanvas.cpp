@@ -1,0 +1,242 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <SentrelKit/views/drawing/cairo/CairoCanvas.h>
+
+#include <SentrelKit/views/drawing/cairo/FontFace.h>
+#include <SentrelKit/views/drawing/cairo/PangoText.h>
+
+#include <pango/pangocairo.h>
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+
+namespace sentrel {
+
+namespace {
+
+// Cairo keeps device coordinates in 24 bits before the binary point and lets larger ones wrap. Coordinates and widths
+// are held to these numbers of pixels, whose sum stays inside.
+constexpr double farthest = 2.0e6;
+constexpr double widest = 5.0e4;
+constexpr double sharpestMiter = 100.0;
+
+bool isFinite(Point point) noexcept {
+    return std::isfinite(point.x) && std::isfinite(point.y);
+}
+
+bool isFinite(const Color& color) noexcept {
+    return std::isfinite(color.red) && std::isfinite(color.green) && std::isfinite(color.blue) &&
+           std::isfinite(color.alpha);
+}
+
+bool isFinite(const PathElement& element) noexcept {
+    switch (element.kind) {
+    case PathElement::Kind::closePath:
+        return true;
+    case PathElement::Kind::curveTo:
+        return isFinite(element.points[0]) && isFinite(element.points[1]) && isFinite(element.points[2]);
+    case PathElement::Kind::arc:
+        return isFinite(element.points[0]) && std::isfinite(element.radius) && std::isfinite(element.startAngle) &&
+               std::isfinite(element.endAngle);
+    case PathElement::Kind::moveTo:
+    case PathElement::Kind::lineTo:
+    default:
+        return isFinite(element.points[0]);
+    }
+}
+
+bool isUsable(const cairo_matrix_t& matrix) noexcept {
+    const double determinant = matrix.xx * matrix.yy - matrix.xy * matrix.yx;
+    return std::isfinite(determinant) && std::abs(determinant) > 1.0e-12 && std::isfinite(matrix.x0) &&
+           std::isfinite(matrix.y0) && std::abs(matrix.x0) <= farthest && std::abs(matrix.y0) <= farthest;
+}
+
+double longestStep(const cairo_matrix_t& matrix) noexcept {
+    return std::sqrt(
+        std::max(matrix.xx * matrix.xx + matrix.yx * matrix.yx, matrix.xy * matrix.xy + matrix.yy * matrix.yy));
+}
+
+// A dash pattern that cairo takes and that is not finer than the device can show.
+bool isUsable(const std::vector<double>& dash, double phase, double scale) noexcept {
+    double period = 0.0;
+    for (const double length : dash) {
+        if (!std::isfinite(length) || length < 0.0)
+            return false;
+        period += length;
+    }
+    return std::isfinite(phase) && std::isfinite(period) && period * scale >= 1.0;
+}
+
+struct DestroyPattern {
+    void operator()(cairo_pattern_t* pattern) const noexcept { cairo_pattern_destroy(pattern); }
+};
+
+} // namespace
+
+CairoCanvas::CairoCanvas(cairo_t* context) : context_(cairo_reference(context)) {
+    cairo_save(context_);
+    cairo_matrix_t matrix;
+    cairo_get_matrix(context_, &matrix);
+    state_ = {longestStep(matrix), isUsable(matrix)};
+}
+
+CairoCanvas::~CairoCanvas() {
+    while (!saved_.empty())
+        restore();
+    cairo_new_path(context_);
+    cairo_restore(context_);
+    cairo_destroy(context_);
+}
+
+void CairoCanvas::save() {
+    saved_.push_back(state_);
+    cairo_save(context_);
+}
+
+void CairoCanvas::restore() {
+    if (saved_.empty())
+        return;
+    state_ = saved_.back();
+    saved_.pop_back();
+    cairo_restore(context_);
+}
+
+void CairoCanvas::concat(const Transform& transform) {
+    if (!state_.drawable)
+        return;
+    cairo_matrix_t mapped;
+    cairo_get_matrix(context_, &mapped);
+    const cairo_matrix_t first{transform.a, transform.b, transform.c, transform.d, transform.tx, transform.ty};
+    cairo_matrix_multiply(&mapped, &first, &mapped);
+    state_ = {longestStep(mapped), isUsable(mapped)};
+    if (state_.drawable)
+        cairo_set_matrix(context_, &mapped);
+}
+
+// Lays the path down in cairo. False, with nothing laid down, for one that must not be drawn.
+bool CairoCanvas::trace(const Path& path) {
+    cairo_new_path(context_);
+    if (!state_.drawable || !std::ranges::all_of(path.elements(), [](const PathElement& e) { return isFinite(e); }))
+        return false;
+    const double limit = farthest / state_.scale;
+    const auto held = [limit](double coordinate) { return std::clamp(coordinate, -limit, limit); };
+    for (const PathElement& element : path.elements()) {
+        const auto& [p, q, r] = element.points;
+        switch (element.kind) {
+        case PathElement::Kind::lineTo:
+            cairo_line_to(context_, held(p.x), held(p.y));
+            break;
+        case PathElement::Kind::curveTo:
+            cairo_curve_to(context_, held(p.x), held(p.y), held(q.x), held(q.y), held(r.x), held(r.y));
+            break;
+        case PathElement::Kind::closePath:
+            cairo_close_path(context_);
+            break;
+        case PathElement::Kind::arc: {
+            if (element.radius <= 0.0)
+                break;
+            const PathElement arc = element.boundedArc();
+            constexpr double radian = 3.14159265358979323846 / 180.0;
+            const auto sweep = arc.endAngle < arc.startAngle ? cairo_arc_negative : cairo_arc;
+            sweep(context_, held(p.x), held(p.y), held(arc.radius), arc.startAngle * radian, arc.endAngle * radian);
+            break;
+        }
+        case PathElement::Kind::moveTo:
+        default:
+            cairo_move_to(context_, held(p.x), held(p.y));
+            break;
+        }
+    }
+    return true;
+}
+
+bool CairoCanvas::setPaint(const Paint& paint) {
+    if (const auto* color = std::get_if<Color>(&paint)) {
+        if (!isFinite(*color))
+            return false;
+        cairo_set_source_rgba(context_, color->red, color->green, color->blue, color->alpha);
+        return true;
+    }
+    const auto& gradient = std::get<LinearGradient>(paint);
+    if (gradient.colors.empty() || !isFinite(gradient.start) || !isFinite(gradient.end) ||
+        !std::ranges::all_of(gradient.colors, [](const Color& color) { return isFinite(color); }))
+        return false;
+    const double limit = farthest / state_.scale;
+    const auto held = [limit](double coordinate) { return std::clamp(coordinate, -limit, limit); };
+    const std::unique_ptr<cairo_pattern_t, DestroyPattern> pattern(cairo_pattern_create_linear(
+        held(gradient.start.x), held(gradient.start.y), held(gradient.end.x), held(gradient.end.y)));
+    const auto last = static_cast<double>(std::max<std::size_t>(gradient.colors.size() - 1, 1));
+    double index = 0.0;
+    for (const Color& color : gradient.colors) {
+        cairo_pattern_add_color_stop_rgba(pattern.get(), index / last, color.red, color.green, color.blue, color.alpha);
+        index += 1.0;
+    }
+    cairo_set_source(context_, pattern.get());
+    return true;
+}
+
+bool CairoCanvas::setStrokeStyle(const Path& path) {
+    if (!std::isfinite(path.lineWidth()) || !std::isfinite(path.miterLimit()))
+        return false;
+    const double width = std::max(path.lineWidth(), 0.0);
+    cairo_set_line_width(context_, width > 0.0 ? std::min(width, widest / state_.scale) : 1.0 / state_.scale);
+    cairo_set_line_cap(context_, static_cast<cairo_line_cap_t>(path.lineCapStyle()));
+    cairo_set_line_join(context_, static_cast<cairo_line_join_t>(path.lineJoinStyle()));
+    cairo_set_miter_limit(context_, std::clamp(path.miterLimit(), 1.0, sharpestMiter));
+    const std::vector<double>& dash = path.lineDash();
+    if (isUsable(dash, path.lineDashPhase(), state_.scale))
+        cairo_set_dash(context_, dash.data(), static_cast<int>(dash.size()), path.lineDashPhase());
+    else
+        cairo_set_dash(context_, nullptr, 0, 0.0);
+    return true;
+}
+
+void CairoCanvas::clip(const Path& path) {
+    state_.drawable = trace(path);
+    if (state_.drawable)
+        cairo_clip(context_);
+}
+
+void CairoCanvas::fill(const Path& path, const Paint& paint) {
+    if (!path.empty() && trace(path) && setPaint(paint))
+        cairo_fill(context_);
+}
+
+void CairoCanvas::stroke(const Path& path, const Paint& paint) {
+    if (!path.empty() && trace(path) && setStrokeStyle(path) && setPaint(paint))
+        cairo_stroke(context_);
+}
+
+void CairoCanvas::drawText(const std::string& text, const Font& font, const Color& color, Rect box,
+                           TextAlignment alignment) {
+    const bool usable = isFinite(Point{box.x, box.y}) && isFinite(Point{box.width, box.height}) && isFinite(color) &&
+                        isTextSize(font.size()) && isTextSize(font.size() * state_.scale);
+    if (!state_.drawable || !usable || text.empty())
+        return;
+    save();
+    concat(Transform::translation(box.center().x, box.center().y));
+    cairo_matrix_t matrix;
+    cairo_get_matrix(context_, &matrix);
+    if (matrix.xx * matrix.yy - matrix.xy * matrix.yx < 0.0)
+        concat(Transform::scale(1.0, -1.0));
+    // Laid out at its size on the device: Pango fails for small sizes under large transforms.
+    const double scale = state_.scale;
+    concat(Transform::scale(1.0 / scale, 1.0 / scale));
+    if (state_.drawable) {
+        PangoLayout* layout = layoutLine(context_, text, font.face(), font.size() * scale);
+        PangoRectangle logical{};
+        pango_layout_get_extents(layout, nullptr, &logical);
+        const double width = static_cast<double>(logical.width) / PANGO_SCALE;
+        const double height = static_cast<double>(logical.height) / PANGO_SCALE;
+        const double boxWidth = box.width * scale;
+        const double part = alignment == TextAlignment::left ? 0.0 : alignment == TextAlignment::center ? 0.5 : 1.0;
+        cairo_new_path(context_);
+        cairo_move_to(context_, (boxWidth - width) * part - boxWidth / 2.0, -height / 2.0);
+        cairo_set_source_rgba(context_, color.red, color.green, color.blue, color.alpha);
+        pango_cairo_show_layout(context_, layout);
+        cairo_new_path(context_);
+    }
+    restore();
+}
+
+} // namespace sentrel

@@ -1,0 +1,204 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <SentrelKit/views/drawing/cairo/PangoText.h>
+
+#include <SentrelKit/base/system/detail/ThreadSafety.h>
+#include <SentrelKit/views/drawing/cairo/FontFace.h>
+
+#include <fontconfig/fontconfig.h>
+#include <hb-ot.h>
+#include <pango/pangocairo.h>
+#include <pango/pangofc-fontmap.h>
+
+#include <array>
+#include <map>
+#include <memory>
+#include <utility>
+
+namespace sentrel {
+
+namespace {
+
+struct Unref {
+    void operator()(void* object) const noexcept { g_object_unref(object); }
+};
+struct FreeText {
+    void operator()(void* text) const noexcept { g_free(text); }
+};
+struct DestroyPattern {
+    void operator()(FcPattern* pattern) const noexcept { FcPatternDestroy(pattern); }
+};
+struct DestroyObjects {
+    void operator()(FcObjectSet* objects) const noexcept { FcObjectSetDestroy(objects); }
+};
+struct DestroyFonts {
+    void operator()(FcFontSet* fonts) const noexcept { FcFontSetDestroy(fonts); }
+};
+
+// The thread's layout. Outlines are neither hinted nor placed on whole pixels, so that a text looks the same at every
+// scale and on every surface.
+PangoLayout* threadLayout() {
+    thread_local const std::unique_ptr<PangoLayout, Unref> layout = [] {
+        const std::unique_ptr<PangoContext, Unref> context(
+            pango_font_map_create_context(pango_cairo_font_map_get_default()));
+        cairo_font_options_t* options = cairo_font_options_create();
+        cairo_font_options_set_antialias(options, CAIRO_ANTIALIAS_GRAY);
+        cairo_font_options_set_hint_style(options, CAIRO_HINT_STYLE_NONE);
+        cairo_font_options_set_hint_metrics(options, CAIRO_HINT_METRICS_OFF);
+        pango_cairo_context_set_font_options(context.get(), options);
+        cairo_font_options_destroy(options);
+        pango_context_set_round_glyph_positions(context.get(), FALSE);
+        std::unique_ptr<PangoLayout, Unref> made(pango_layout_new(context.get()));
+        pango_layout_set_single_paragraph_mode(made.get(), TRUE);
+        return made;
+    }();
+    return layout.get();
+}
+
+const char* postScriptName(FcPattern* pattern) noexcept {
+    FcChar8* name = nullptr;
+    if (FcPatternGetString(pattern, FC_POSTSCRIPT_NAME, 0, &name) != FcResultMatch)
+        return "";
+    return reinterpret_cast<const char*>(name);
+}
+
+// Whether the text renderer, asked for this description, takes this very face. The face itself is asked: what the
+// renderer matched it with was made on a thread of its own.
+bool rendersAs(const PangoFontDescription* description, const std::string& name) {
+    const std::unique_ptr<PangoFont, Unref> font(
+        pango_context_load_font(pango_layout_get_context(threadLayout()), description));
+    if (!font)
+        return false;
+    std::array<char, 128> text{}; // PostScript names have 63 characters at most
+    auto size = static_cast<unsigned>(text.size());
+    hb_ot_name_get_utf8(hb_font_get_face(pango_font_get_hb_font(font.get())), HB_OT_NAME_ID_POSTSCRIPT_NAME,
+                        HB_LANGUAGE_INVALID, &size, text.data());
+    return name == text.data();
+}
+
+std::shared_ptr<const FontFace> findFace(const std::string& name) {
+    const std::unique_ptr<FcPattern, DestroyPattern> wanted(FcPatternCreate());
+    FcPatternAddString(wanted.get(), FC_POSTSCRIPT_NAME, reinterpret_cast<const FcChar8*>(name.c_str()));
+    const std::unique_ptr<FcObjectSet, DestroyObjects> objects(
+        FcObjectSetBuild(FC_POSTSCRIPT_NAME, FC_FAMILY, FC_STYLE, FC_WEIGHT, FC_SLANT, FC_WIDTH, nullptr));
+    const std::unique_ptr<FcFontSet, DestroyFonts> fonts(FcFontList(nullptr, wanted.get(), objects.get()));
+    if (!fonts)
+        return nullptr;
+    for (int i = 0; i < fonts->nfont; ++i) {
+        if (name != postScriptName(fonts->fonts[i]))
+            continue;
+        auto face = std::make_shared<FontFace>();
+        face->name = name;
+        face->description.reset(pango_fc_font_description_from_pattern(fonts->fonts[i], FALSE));
+        PangoFontDescription* sized = pango_font_description_copy(face->description.get());
+        pango_font_description_set_absolute_size(sized, 12.0 * PANGO_SCALE);
+        const bool exact = rendersAs(sized, name);
+        pango_font_description_free(sized);
+        if (exact)
+            return face;
+    }
+    return nullptr;
+}
+
+// The faces asked for so far, the missing ones as null: a look-up walks every font of the machine.
+class Faces {
+public:
+    std::shared_ptr<const FontFace> find(const std::string& name) {
+        const LockScope scope(lock_);
+        const auto known = faces_.find(name);
+        if (known != faces_.end())
+            return known->second;
+        return faces_[name] = findFace(name);
+    }
+
+    bool add(const std::string& path) {
+        const LockScope scope(lock_);
+        if (!FcConfigAppFontAddFile(nullptr, reinterpret_cast<const FcChar8*>(path.c_str())))
+            return false;
+        pango_fc_font_map_config_changed(PANGO_FC_FONT_MAP(pango_cairo_font_map_get_default()));
+        faces_.clear();
+        return true;
+    }
+
+private:
+    Lock lock_;
+    std::map<std::string, std::shared_ptr<const FontFace>> faces_ SENTREL_GUARDED_BY(lock_);
+};
+
+Faces& faces() {
+    static Faces shared;
+    return shared;
+}
+
+// Characters that no font has would show as boxes with their number: they become blank.
+void blankUnknownGlyphs(PangoLayout* layout) {
+    PangoLayoutIter* runs = pango_layout_get_iter(layout);
+    do {
+        PangoLayoutRun* run = pango_layout_iter_get_run(runs);
+        for (int i = 0; run && i < run->glyphs->num_glyphs; ++i)
+            if (run->glyphs->glyphs[i].glyph & PANGO_GLYPH_UNKNOWN_FLAG)
+                run->glyphs->glyphs[i].glyph = PANGO_GLYPH_EMPTY;
+    } while (pango_layout_iter_next_run(runs));
+    pango_layout_iter_free(runs);
+}
+
+} // namespace
+
+void FontFace::Free::operator()(_PangoFontDescription* owned) const noexcept {
+    pango_font_description_free(owned);
+}
+
+Font::Font(std::shared_ptr<const FontFace> face, double size) noexcept : face_(std::move(face)), size_(size) {}
+
+std::optional<Font> Font::withName(const std::string& faceName, double size) {
+    std::shared_ptr<const FontFace> face = faces().find(faceName);
+    if (!face)
+        return std::nullopt;
+    return Font(std::move(face), size);
+}
+
+Font Font::systemFont(double size) {
+    static const std::shared_ptr<const FontFace> face = [] {
+        auto made = std::make_shared<FontFace>();
+        made->name = "sans-serif";
+        made->description.reset(pango_font_description_from_string("sans-serif"));
+        return made;
+    }();
+    return {face, size};
+}
+
+bool Font::registerFile(const std::string& path) {
+    return faces().add(path);
+}
+
+const std::string& Font::name() const noexcept {
+    return face_->name;
+}
+
+PangoLayout* layoutLine(cairo_t* context, const std::string& text, const FontFace& face, double size) {
+    PangoLayout* layout = threadLayout();
+    if (context)
+        pango_cairo_update_layout(context, layout);
+    PangoFontDescription* description = pango_font_description_copy_static(face.description.get());
+    pango_font_description_set_absolute_size(description, size * PANGO_SCALE);
+    pango_layout_set_font_description(layout, description);
+    pango_font_description_free(description);
+    const auto length = static_cast<gssize>(text.size());
+    if (g_utf8_validate(text.data(), length, nullptr)) {
+        pango_layout_set_text(layout, text.data(), static_cast<int>(text.size()));
+    } else {
+        const std::unique_ptr<char, FreeText> valid(g_utf8_make_valid(text.data(), length));
+        pango_layout_set_text(layout, valid.get(), -1);
+    }
+    blankUnknownGlyphs(layout);
+    return layout;
+}
+
+Size textSize(const std::string& text, const Font& font) {
+    if (!isTextSize(font.size()))
+        return {};
+    PangoRectangle logical{};
+    pango_layout_get_extents(layoutLine(nullptr, text, font.face(), font.size()), nullptr, &logical);
+    return {static_cast<double>(logical.width) / PANGO_SCALE, static_cast<double>(logical.height) / PANGO_SCALE};
+}
+
+} // namespace sentrel

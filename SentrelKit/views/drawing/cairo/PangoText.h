@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+/// One line of text laid out by Pango.
+
+#include <SentrelKit/views/drawing/Font.h>
+
+#include <string>
+
+struct _cairo;
+struct _PangoLayout;
+
+namespace sentrel {
+
+/// Whether Pango can lay text out at a font size: it keeps sizes and places in 1/1024 units of an int.
+[[nodiscard]] constexpr bool isTextSize(double size) noexcept {
+    return size >= 0.1 && size <= 4096.0;
+}
+
+/// The calling thread's layout, set to one line of a text at a font size that `isTextSize`. It is good until the next
+/// call on the thread. For a context, its transform is taken into account; null measures only.
+[[nodiscard]] _PangoLayout* layoutLine(_cairo* context, const std::string& text, const FontFace& face, double size);
+
+} // namespace sentrel

@@ -1,0 +1,365 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <SentrelKit/platform/linux/network/LinuxNetworkService.h>
+
+#include <SentrelKit/base/system/Net.h>
+#include <SentrelKit/platform/linux/dispatch/LinuxDispatch.h>
+
+#include "tests/support/Fixtures.h"
+#include "tests/support/NetworkNamespace.h"
+#include "tests/support/PrivateBus.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <map>
+#include <sstream>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace sentrel::platform {
+namespace {
+
+/// What a listing tells of one interface, kept.
+struct Listed {
+    std::string name;
+    std::uint32_t index = 0;
+    bool up = false;
+    bool ethernet = false;
+    std::size_t hardwareLength = 0;
+    std::int64_t bytesIn = 0;
+    std::int64_t bytesOut = 0;
+    std::vector<std::string> addresses;
+};
+
+/// The kernel tells of carriers a moment after they changed.
+template <class Condition>
+bool eventually(Condition&& condition) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
+
+/// The service in a network namespace of its own, on this thread.
+class LinuxNetworkServiceTest : public testing::Test {
+protected:
+    void SetUp() override {
+        if (!NetworkNamespace::available())
+            GTEST_SKIP() << "needs root, network namespaces, veth and ip";
+        space_ = std::make_unique<NetworkNamespace>();
+        other_ = std::make_unique<NetworkNamespace>();
+        scope_ = std::make_unique<NetworkNamespace::Scope>(*space_);
+    }
+
+    std::vector<Listed> list() {
+        std::vector<Listed> listed;
+        listing_ = network_.listInterfaces([&](const InterfaceInfo& info) {
+            Listed one;
+            one.name = info.name;
+            one.index = info.index;
+            one.up = (info.flags & InterfaceInfo::up) != 0;
+            one.ethernet = info.linkType == InterfaceInfo::ethernetLinkType;
+            one.hardwareLength = info.hardwareAddress.size();
+            one.bytesIn = info.bytesIn;
+            one.bytesOut = info.bytesOut;
+            for (const SocketAddress& address : info.addresses) {
+                std::array<char, 65> text{};
+                if (Net_getAddrInfo(reinterpret_cast<const sockaddr*>(address.data()),
+                                    static_cast<std::uint32_t>(address.size()), text.data(), text.size()) == 0)
+                    one.addresses.emplace_back(text.data());
+            }
+            listed.push_back(std::move(one));
+        });
+        return listed;
+    }
+
+    std::optional<Listed> find(const std::string& name) {
+        for (Listed& one : list()) {
+            if (one.name == name)
+                return std::move(one);
+        }
+        return std::nullopt;
+    }
+
+    bool isActive(const std::string& name) {
+        const auto media = network_.mediaStatus(name);
+        return media && media->valid && media->active;
+    }
+
+    PropertyList property(const std::string& name, const std::string& key) {
+        const auto entry = network_.matchInterface(name);
+        const auto properties = entry && *entry ? (*entry)->properties() : std::nullopt;
+        const auto found = properties ? properties->find(key) : PropertyList::Dictionary::const_iterator();
+        return properties && found != properties->end() ? found->second : PropertyList();
+    }
+
+    std::unique_ptr<NetworkNamespace> space_;
+    std::unique_ptr<NetworkNamespace> other_;
+    std::unique_ptr<NetworkNamespace::Scope> scope_;
+    LinuxDispatch dispatch_;
+    LinuxNetworkService network_{SystemRoot(), dispatch_};
+    bool listing_ = false;
+};
+
+TEST_F(LinuxNetworkServiceTest, ListsAnInterfaceWithItsAddressesInTheKernelsOrder) {
+    space_->connect("lan0", "192.0.2.1", *other_, "peer0", "192.0.2.2");
+    space_->ip("addr add 2001:db8::1/64 dev lan0 nodad");
+    const auto lan = find("lan0");
+    ASSERT_TRUE(lan);
+    EXPECT_TRUE(lan->up);
+    EXPECT_TRUE(lan->ethernet);
+    EXPECT_EQ(lan->hardwareLength, 6U);
+    ASSERT_GE(lan->addresses.size(), 2U);
+    EXPECT_EQ(lan->addresses[0], "192.0.2.1");
+    EXPECT_EQ(lan->addresses[1], "2001:db8::1");
+    const auto loopback = find("lo");
+    ASSERT_TRUE(loopback);
+    EXPECT_FALSE(loopback->ethernet);
+}
+
+TEST_F(LinuxNetworkServiceTest, GivesALinkLocalAddressTheNameOfItsLinkForScope) {
+    space_->ip("link add lan0 type veth peer name peer0 netns " + other_->path());
+    space_->ip("link set lan0 addrgenmode none");
+    space_->ip("addr add fe80::7/64 dev lan0 nodad");
+    space_->ip("link set lan0 up");
+    ASSERT_TRUE(find("lan0"));
+    EXPECT_EQ(find("lan0")->addresses, std::vector<std::string>{"fe80::7%lan0"});
+    space_->ip("link set lan0 down");
+    space_->ip("link set lan0 name wan7");
+    space_->ip("addr replace fe80::7/64 dev wan7 nodad");
+    ASSERT_TRUE(find("wan7"));
+    EXPECT_EQ(find("wan7")->addresses, std::vector<std::string>{"fe80::7%wan7"});
+}
+
+TEST_F(LinuxNetworkServiceTest, TellsTheCarrierOfALink) {
+    space_->connect("lan0", "192.0.2.1", *other_, "peer0", "192.0.2.2");
+    EXPECT_TRUE(isActive("lan0"));
+    other_->ip("link set peer0 down");
+    EXPECT_TRUE(eventually([&] { return !isActive("lan0"); }));
+    other_->ip("link set peer0 up");
+    EXPECT_TRUE(eventually([&] { return isActive("lan0"); }));
+    EXPECT_FALSE(network_.mediaStatus("none0"));
+    EXPECT_EQ(errno, ENODEV);
+}
+
+TEST_F(LinuxNetworkServiceTest, SeesALinkGoDownAndUp) {
+    space_->connect("lan0", "192.0.2.1", *other_, "peer0", "192.0.2.2");
+    EXPECT_TRUE(find("lan0")->up);
+    space_->ip("link set lan0 down");
+    EXPECT_FALSE(find("lan0")->up);
+    space_->ip("link set lan0 up");
+    EXPECT_TRUE(find("lan0")->up);
+}
+
+TEST_F(LinuxNetworkServiceTest, FollowsAnInterfaceThatIsRenamedOrMovedOrMadeAnew) {
+    space_->connect("lan0", "192.0.2.1", *other_, "peer0", "192.0.2.2");
+    const std::uint32_t index = find("lan0")->index;
+    space_->ip("link set lan0 down");
+    space_->ip("link set lan0 name wan0");
+    EXPECT_FALSE(find("lan0"));
+    ASSERT_TRUE(find("wan0"));
+    EXPECT_EQ(find("wan0")->index, index);
+    space_->ip("link set wan0 netns " + other_->path());
+    EXPECT_FALSE(find("wan0"));
+    other_->ip("link del wan0");
+    space_->connect("wan0", "192.0.2.1", *other_, "peer0", "192.0.2.2");
+    ASSERT_TRUE(find("wan0"));
+    EXPECT_NE(find("wan0")->index, index);
+}
+
+TEST_F(LinuxNetworkServiceTest, SeesAddressesComeAndGo) {
+    space_->connect("lan0", "192.0.2.1", *other_, "peer0", "192.0.2.2");
+    EXPECT_EQ(find("lan0")->addresses.front(), "192.0.2.1");
+    space_->ip("addr add 198.51.100.4/24 dev lan0");
+    space_->ip("addr del 192.0.2.1/24 dev lan0");
+    EXPECT_EQ(find("lan0")->addresses.front(), "198.51.100.4");
+}
+
+TEST_F(LinuxNetworkServiceTest, CountsAsTheKernelDoes) {
+    space_->connect("lan0", "192.0.2.1", *other_, "peer0", "192.0.2.2");
+    space_->ip("neigh replace 192.0.2.2 lladdr 02:00:00:00:00:09 dev lan0");
+    const auto before = find("lan0");
+    ASSERT_EQ(std::system("ping -c 1 -s 1000 -W 1 192.0.2.2 >/dev/null 2>&1 || "
+                          "bash -c 'head -c 1000 /dev/zero >/dev/udp/192.0.2.2/9'"),
+              0);
+    const auto after = find("lan0");
+    // Ethernet header 14, IP header 20, UDP or ICMP header 8, 1000 bytes, and what IPv6 sends by itself beside them.
+    EXPECT_GE(after->bytesOut - before->bytesOut, 1042);
+    std::ifstream table("/proc/thread-self/net/dev");
+    std::string line;
+    while (std::getline(table, line) && line.find("lan0:") == std::string::npos) {
+    }
+    std::istringstream numbers(line.substr(line.find(':') + 1));
+    std::array<std::int64_t, 16> columns{};
+    for (std::int64_t& column : columns)
+        numbers >> column;
+    const auto again = find("lan0");
+    EXPECT_LE(after->bytesOut, columns[8]);
+    EXPECT_GE(again->bytesOut, columns[8]);
+    EXPECT_LE(after->bytesIn, columns[0]);
+    EXPECT_GE(again->bytesIn, columns[0]);
+}
+
+TEST_F(LinuxNetworkServiceTest, ListsAThousandInterfacesAfterMoreNoticesThanItsBufferHolds) {
+    ASSERT_TRUE(find("lo"));
+    std::ostringstream commands;
+    for (int pair = 0; pair < 500; ++pair)
+        commands << "link add a" << pair << " type veth peer name b" << pair << "\n";
+    for (int pair = 0; pair < 500; ++pair)
+        commands << "addr add 10." << pair / 250 << "." << pair % 250 << ".1/32 dev a" << pair << "\nlink set a" << pair
+                 << " up\nlink set b" << pair << " up\n";
+    space_->ipBatch(commands.str());
+    const std::vector<Listed> listed = list();
+    EXPECT_TRUE(listing_);
+    EXPECT_EQ(listed.size(), 1001U);
+    EXPECT_TRUE(eventually([&] { return isActive("a499"); }));
+    EXPECT_EQ(find("a499")->addresses.front(), "10.1.249.1");
+    space_->ip("link set b499 down");
+    EXPECT_TRUE(eventually([&] { return !isActive("a499"); })) << "it still hears of changes";
+}
+
+TEST_F(LinuxNetworkServiceTest, AsksAgainWhereAListingIsInterrupted) {
+    std::ostringstream commands;
+    for (int pair = 0; pair < 60; ++pair)
+        commands << "link add a" << pair << " type veth peer name b" << pair << "\n";
+    space_->ipBatch(commands.str());
+    std::atomic<bool> done{false};
+    std::thread flapping([&] {
+        while (!done)
+            space_->ipBatch("link add flap0 type veth peer name flap1\nlink del flap0\n");
+    });
+    for (int round = 0; round < 100; ++round) {
+        std::map<std::string, int> names;
+        for (const Listed& one : list())
+            ++names[one.name];
+        if (!listing_)
+            continue; // gave up after many attempts, which is a failure that the probe reports
+        for (int pair = 0; pair < 60; ++pair)
+            EXPECT_EQ(names["a" + std::to_string(pair)], 1) << "in round " << round;
+    }
+    done = true;
+    flapping.join();
+    EXPECT_FALSE(list().empty());
+    EXPECT_TRUE(listing_);
+}
+
+TEST_F(LinuxNetworkServiceTest, CallsTheInterfaceOfTheDefaultRoutePrimary) {
+    space_->connect("lan0", "192.0.2.1", *other_, "peer0", "192.0.2.2");
+    space_->connect("lan1", "198.51.100.1", *other_, "peer1", "198.51.100.2");
+    EXPECT_EQ(property("lan0", "IOPrimaryInterface"), PropertyList(false));
+    space_->ip("route add default via 192.0.2.2 metric 100");
+    EXPECT_EQ(property("lan0", "IOPrimaryInterface"), PropertyList(true));
+    space_->ip("route add default via 198.51.100.2 metric 50");
+    EXPECT_EQ(property("lan0", "IOPrimaryInterface"), PropertyList(false));
+    EXPECT_EQ(property("lan1", "IOPrimaryInterface"), PropertyList(true));
+    space_->ip("link set lan1 down");
+    EXPECT_EQ(property("lan0", "IOPrimaryInterface"), PropertyList(true));
+}
+
+TEST_F(LinuxNetworkServiceTest, TakesTheIPv6RouteWhereThereIsNoOther) {
+    space_->connect("lan0", "192.0.2.1", *other_, "peer0", "192.0.2.2");
+    space_->ip("addr add 2001:db8::1/64 dev lan0 nodad");
+    space_->ip("route add ::/0 via 2001:db8::2 dev lan0");
+    EXPECT_EQ(property("lan0", "IOPrimaryInterface"), PropertyList(true));
+    EXPECT_EQ(network_.connectivity(), Connectivity::yes);
+}
+
+TEST_F(LinuxNetworkServiceTest, SaysThatNothingCanBeReachedWithoutADefaultRoute) {
+    EXPECT_EQ(network_.connectivity(), Connectivity::no);
+    space_->connect("lan0", "192.0.2.1", *other_, "peer0", "192.0.2.2");
+    EXPECT_EQ(network_.connectivity(), Connectivity::no);
+    space_->ip("route add default via 192.0.2.2");
+    EXPECT_EQ(network_.connectivity(), Connectivity::yes);
+    other_->ip("link set peer0 down");
+    EXPECT_TRUE(eventually([&] { return network_.connectivity() == Connectivity::no; })) << "there is no carrier";
+}
+
+TEST_F(LinuxNetworkServiceTest, TakesTheWordOfTheConnectivityServiceWhereOneRuns) {
+    const PrivateBus bus;
+    if (!bus.runs() || std::system("/usr/bin/python3 -c 'import dbus, gi' 2>/dev/null") != 0)
+        GTEST_SKIP() << "needs dbus-daemon and Python with dbus and gi";
+    space_->connect("lan0", "192.0.2.1", *other_, "peer0", "192.0.2.2");
+    space_->ip("route add default via 192.0.2.2");
+    struct Case {
+        const char* word;
+        Connectivity meaning;
+    };
+    for (const Case& each :
+         {Case{"4", Connectivity::yes}, Case{"3", Connectivity::no}, Case{"2", Connectivity::no},
+          Case{"1", Connectivity::no}, Case{"0", Connectivity::yes}, Case{"text", Connectivity::yes}}) {
+        ChildProgram service({"/usr/bin/python3", fixturePath("connectivity/service.py"), each.word});
+        ASSERT_EQ(service.readLine(), "ready");
+        EXPECT_EQ(network_.connectivity(), each.meaning) << each.word;
+    }
+    EXPECT_EQ(network_.connectivity(), Connectivity::yes) << "the service is gone";
+}
+
+TEST_F(LinuxNetworkServiceTest, KnowsTheSpeedOfAWiredLink) {
+    space_->connect("lan0", "192.0.2.1", *other_, "peer0", "192.0.2.2");
+    const auto entry = network_.matchInterface("lan0");
+    ASSERT_TRUE(entry && *entry);
+    // veth reports 10 Gbit/s.
+    EXPECT_EQ((*entry)->search("IOLinkSpeed"), PropertyList(std::int64_t{10'000'000'000}));
+    EXPECT_TRUE((*entry)->search("USB Product Name").empty());
+    EXPECT_TRUE((*entry)->search("IOSomethingElse").empty());
+    EXPECT_TRUE(property("lan0", "IO80211SSID").empty());
+    const auto loopback = network_.matchInterface("lo");
+    ASSERT_TRUE(loopback && *loopback);
+    EXPECT_TRUE((*loopback)->search("IOLinkSpeed").empty());
+}
+
+TEST_F(LinuxNetworkServiceTest, HasNoEntryForAnInterfaceThatIsNotThere) {
+    const auto entry = network_.matchInterface("none0");
+    ASSERT_TRUE(entry);
+    EXPECT_FALSE(*entry);
+}
+
+TEST_F(LinuxNetworkServiceTest, FindsTheUsbProductAboveADeviceOfTheSameInterfaceOnly) {
+    space_->connect("lan0", "192.0.2.1", *other_, "peer0", "192.0.2.2");
+    const TemporaryFolder tree;
+    const std::string usb = "sys/devices/pci0000:00/usb1/1-2";
+    tree.write(usb + "/idVendor", "0b95\n");
+    tree.write(usb + "/product", "Gigabit Adapter\n");
+    tree.makeFolder(usb + "/1-2:1.0/net/lan0");
+    tree.link(usb + "/1-2:1.0/net/lan0/device", "../..");
+    tree.write(usb + "/1-2:1.0/net/lan0/ifindex", std::to_string(find("lan0")->index) + "\n");
+    tree.link("sys/class/net/lan0", "../../devices/pci0000:00/usb1/1-2/1-2:1.0/net/lan0");
+    LinuxNetworkService network(SystemRoot(tree.path()), dispatch_);
+    const auto product = [&] { return (*network.matchInterface("lan0").value()).search("USB Product Name"); };
+    EXPECT_EQ(product(), PropertyList("Gigabit Adapter"));
+    tree.write(usb + "/1-2:1.0/net/lan0/ifindex", "99999\n");
+    EXPECT_TRUE(product().empty()) << "an interface of another network namespace";
+}
+
+TEST_F(LinuxNetworkServiceTest, CallsADeviceWirelessWhoseDriverOnlySaysSoInTheDeviceTree) {
+    space_->connect("wlan0", "192.0.2.1", *other_, "peer0", "192.0.2.2");
+    const TemporaryFolder tree;
+    tree.makeFolder("sys/class/net/wlan0/wireless");
+    LinuxNetworkService network(SystemRoot(tree.path()), dispatch_);
+    const auto properties = network.matchInterface("wlan0").value()->properties();
+    ASSERT_TRUE(properties);
+    EXPECT_EQ(properties->at("IO80211SSID"), PropertyList(""));
+}
+
+TEST_F(LinuxNetworkServiceTest, AnswersInAForkedChildWithoutDisturbingItsParent) {
+    space_->connect("lan0", "192.0.2.1", *other_, "peer0", "192.0.2.2");
+    ASSERT_TRUE(find("lan0"));
+    const pid_t child = ::fork();
+    if (child == 0)
+        ::_exit(find("lan0") && listing_ ? 0 : 1);
+    int status = -1;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+    EXPECT_TRUE(find("lan0"));
+}
+
+} // namespace
+} // namespace sentrel::platform
