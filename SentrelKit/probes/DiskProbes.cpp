@@ -5,6 +5,7 @@
 #include <SentrelKit/base/system/Time.h>
 #include <SentrelKit/base/util/Str.h>
 #include <SentrelKit/platform/Platform.h>
+#include <SentrelKit/platform/VolumeService.h>
 #include <SentrelKit/probes/SystemManager.h>
 
 #include <algorithm>

@@ -6,7 +6,7 @@
 /// themselves on Linux). Any thread; all but ejecting happen on the calling thread.
 
 #include <SentrelKit/Export.h>
-#include <SentrelKit/platform/VolumeService.h>
+#include <SentrelKit/platform/DiskSession.h>
 
 #include <cstdint>
 #include <functional>

@@ -3,6 +3,7 @@
 
 #include <SentrelKit/base/system/detail/ThreadSafety.h>
 #include <SentrelKit/platform/Platform.h>
+#include <SentrelKit/platform/VolumeService.h>
 #include <SentrelKit/system/Timer.h>
 
 #include <string_view>

@@ -4,7 +4,7 @@
 /// The mounted volumes: their space, the activity of their disks, and their drives' health.
 
 #include <SentrelKit/Export.h>
-#include <SentrelKit/platform/VolumeService.h>
+#include <SentrelKit/platform/VolumeNotification.h>
 #include <SentrelKit/probes/DiskProbes.h>
 #include <SentrelKit/system/Mutex/Atomic.h>
 #include <SentrelKit/system/SystemResource.h>

@@ -4,7 +4,7 @@
 /// SMART conversations with ATA drives through the kernel's SCSI generic interface (SG_IO), which carries ATA commands
 /// inside "ATA PASS-THROUGH (16)" (T10 SAT) also to drives behind USB bridges. Each command has a time-out of its own.
 
-#include <SentrelKit/platform/VolumeService.h>
+#include <SentrelKit/platform/SmartInterface.h>
 #include <SentrelKit/platform/linux/volumes/DeviceControl.h>
 
 #include <cstdint>

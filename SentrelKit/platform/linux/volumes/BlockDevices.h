@@ -4,7 +4,7 @@
 /// Block devices as the kernel describes them under /sys/class/block: names, parts and stacks, counters, models,
 /// labels.
 
-#include <SentrelKit/platform/VolumeService.h>
+#include <SentrelKit/platform/MediaEntry.h>
 #include <SentrelKit/platform/linux/common/SystemRoot.h>
 
 #include <cstdint>

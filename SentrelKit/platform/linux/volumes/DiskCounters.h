@@ -4,7 +4,7 @@
 /// The cumulative counters of whole disks, read from sysfs through kept descriptors.
 
 #include <SentrelKit/base/system/detail/ThreadSafety.h>
-#include <SentrelKit/platform/VolumeService.h>
+#include <SentrelKit/platform/MediaEntry.h>
 #include <SentrelKit/platform/linux/volumes/BlockDevices.h>
 
 #include <cstdint>

@@ -3,7 +3,7 @@
 
 /// Unmounting and ejecting: by the desktop's storage service where it runs, else by the system calls. Both block.
 
-#include <SentrelKit/platform/VolumeService.h>
+#include <SentrelKit/platform/StorageDevice.h>
 #include <SentrelKit/platform/linux/volumes/BlockDevices.h>
 #include <SentrelKit/platform/linux/volumes/DeviceControl.h>
 #include <SentrelKit/platform/linux/volumes/UdisksClient.h>

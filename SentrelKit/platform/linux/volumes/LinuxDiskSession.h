@@ -4,7 +4,7 @@
 /// Disk sessions: device names to block devices, their SMART conversations, unmounting and
 /// ejecting.
 
-#include <SentrelKit/platform/VolumeService.h>
+#include <SentrelKit/platform/DiskSession.h>
 #include <SentrelKit/platform/linux/volumes/BlockDevices.h>
 #include <SentrelKit/platform/linux/volumes/DeviceControl.h>
 #include <SentrelKit/platform/linux/volumes/DiskCounters.h>

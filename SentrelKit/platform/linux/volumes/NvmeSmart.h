@@ -3,7 +3,7 @@
 
 /// The health of NVMe drives, from their "SMART / Health Information" log page, in the form of a SMART conversation.
 
-#include <SentrelKit/platform/VolumeService.h>
+#include <SentrelKit/platform/SmartInterface.h>
 #include <SentrelKit/platform/linux/volumes/DeviceControl.h>
 
 #include <array>

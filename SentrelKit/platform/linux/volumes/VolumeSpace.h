@@ -6,7 +6,7 @@
 /// for up to 250 ms.
 
 #include <SentrelKit/base/system/detail/ThreadSafety.h>
-#include <SentrelKit/platform/VolumeService.h>
+#include <SentrelKit/platform/MountedFileSystem.h>
 #include <SentrelKit/platform/linux/common/TextMap.h>
 #include <SentrelKit/platform/linux/volumes/BlockingCalls.h>
 #include <SentrelKit/platform/linux/volumes/MountTable.h>

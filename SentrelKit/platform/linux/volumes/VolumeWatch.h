@@ -6,7 +6,7 @@
 /// runs. Of a label given to a mounted file system tells nobody: those that can be asked cheaply are looked at every
 /// two seconds.
 
-#include <SentrelKit/platform/VolumeService.h>
+#include <SentrelKit/platform/VolumeNotification.h>
 #include <SentrelKit/platform/linux/dispatch/LinuxDispatch.h>
 #include <SentrelKit/platform/linux/volumes/BlockDevices.h>
 

@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+/// The devices by their names.
+
+#include <SentrelKit/Export.h>
+#include <SentrelKit/platform/StorageDevice.h>
+
+#include <memory>
+#include <string_view>
+
+namespace sentrel {
+class DispatchQueue;
+}
+
+namespace sentrel::platform {
+
+/// An open conversation with the system about disks.
+class SENTREL_API DiskSession {
+public:
+    virtual ~DiskSession() = default;
+
+    /// The disk with that device name (the last part of the device's path), or null. A known disk costs no allocation.
+    [[nodiscard]] virtual std::shared_ptr<Disk> disk(std::string_view deviceName) = 0;
+
+    /// Chooses the queue on which completions are called; null for none: completions are then dropped.
+    virtual void setQueue(std::shared_ptr<DispatchQueue> queue) = 0;
+};
+
+} // namespace sentrel::platform

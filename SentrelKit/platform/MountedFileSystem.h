@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+/// Mounted file systems as values.
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace sentrel::platform {
+
+/// The space of one file system, in blocks.
+struct FileSystemSpace {
+    std::uint64_t blockSize = 0;  ///< bytes
+    std::uint64_t blocks = 0;     ///< all blocks
+    std::uint64_t freeBlocks = 0; ///< free blocks, also those that only privileged users may fill
+};
+
+/// One entry of the mount table. A fresh one is empty.
+struct MountedFileSystem {
+    std::string type;        ///< file-system type name, as the system names it
+    std::string from;        ///< what is mounted: a device path, or a share, or any text; may be empty
+    std::string on;          ///< mount point, absolute
+    FileSystemSpace space;   ///< as last known without waiting; zeros where that is not known
+    bool isRoot = false;     ///< the root file system
+    bool dontBrowse = false; ///< not meant to be shown to the user
+};
+
+/// The file-system types that are shown.
+struct AcceptedTypes {
+    std::span<const std::string_view> names; ///< exact type names
+    bool anyRoot = false;                    ///< the root file system counts whatever its type
+};
+
+} // namespace sentrel::platform
