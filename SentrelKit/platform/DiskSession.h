@@ -21,7 +21,7 @@ public:
     virtual ~DiskSession() = default;
 
     /// The disk with that device name (the last part of the device's path), or null. A known disk costs no allocation.
-    [[nodiscard]] virtual std::shared_ptr<Disk> disk(std::string_view deviceName) = 0;
+    [[nodiscard]] virtual std::shared_ptr<StorageDevice> disk(std::string_view deviceName) = 0;
 
     /// Chooses the queue on which completions are called; null for none: completions are then dropped.
     virtual void setQueue(std::shared_ptr<DispatchQueue> queue) = 0;

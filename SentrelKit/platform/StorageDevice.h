@@ -31,17 +31,18 @@ struct Dissenter {
 };
 
 /// A disk, a part of one, or a stacked device.
-class SENTREL_API Disk : public std::enable_shared_from_this<Disk> {
+class SENTREL_API StorageDevice : public std::enable_shared_from_this<StorageDevice> {
 public:
     /// Hears how an unmount ended: the disk, and the objection to it or null.
-    using UnmountCompletion = std::function<void(const std::shared_ptr<Disk>& disk, const Dissenter* dissenter)>;
+    using UnmountCompletion =
+        std::function<void(const std::shared_ptr<StorageDevice>& disk, const Dissenter* dissenter)>;
 
-    virtual ~Disk() = default;
+    virtual ~StorageDevice() = default;
 
     /// Absent if nothing is known of the disk. May read the device.
     [[nodiscard]] virtual std::optional<DiskDescription> description() = 0;
     /// The disk that this one is a part of, or itself; null if it went away.
-    [[nodiscard]] virtual std::shared_ptr<Disk> wholeDisk() = 0;
+    [[nodiscard]] virtual std::shared_ptr<StorageDevice> wholeDisk() = 0;
     /// The disk's entry in the device tree, or null.
     [[nodiscard]] virtual std::shared_ptr<MediaEntry> media() = 0;
 

@@ -62,7 +62,7 @@ bool isAccepted(const platform::MountedFileSystem& mount, const platform::Accept
 }
 
 void describe(platform::DiskSession& session, const char* bsdName, char* name, char* model) {
-    const std::shared_ptr<platform::Disk> disk = session.disk(bsdName);
+    const std::shared_ptr<platform::StorageDevice> disk = session.disk(bsdName);
     if (!disk)
         return;
     const std::optional<platform::DiskDescription> description = disk->description();
@@ -94,8 +94,8 @@ void report(platform::DiskSession& session, const platform::MountedFileSystem& m
     block(timestamp, &data);
 }
 
-std::shared_ptr<platform::MediaEntry> wholeMedia(const std::shared_ptr<platform::Disk>& disk) {
-    const std::shared_ptr<platform::Disk> whole = disk->wholeDisk();
+std::shared_ptr<platform::MediaEntry> wholeMedia(const std::shared_ptr<platform::StorageDevice>& disk) {
+    const std::shared_ptr<platform::StorageDevice> whole = disk->wholeDisk();
     return whole ? whole->media() : nullptr;
 }
 
@@ -176,7 +176,8 @@ int _getDiskDataFor(const char* path, DiskData* data) {
 int _getDiskActivity(const char* bsdName, const char* mountPoint, DiskData* data) {
     if (_getDiskDataFor(mountPoint, data) == 0)
         return 0;
-    const std::shared_ptr<platform::Disk> disk = System->daSession ? System->daSession->disk(bsdName) : nullptr;
+    const std::shared_ptr<platform::StorageDevice> disk =
+        System->daSession ? System->daSession->disk(bsdName) : nullptr;
     if (!disk)
         return 1;
     const std::shared_ptr<platform::MediaEntry> media = wholeMedia(disk);
@@ -193,7 +194,7 @@ std::uint8_t _getSMARTData(const char* bsdName, SMARTData* data) {
     const std::unique_ptr<platform::DiskSession> session = openOwnSession();
     if (!session)
         return 0;
-    const std::shared_ptr<platform::Disk> disk = session->disk(bsdName);
+    const std::shared_ptr<platform::StorageDevice> disk = session->disk(bsdName);
     std::shared_ptr<platform::MediaEntry> entry = disk ? wholeMedia(disk) : nullptr;
     while (entry && !entry->isSmartCapable())
         entry = entry->parent();
@@ -208,7 +209,7 @@ int _ejectDisk(const char* bsdName) {
     const std::shared_ptr<platform::DiskSession> session = openOwnSession();
     if (!session)
         return 0;
-    const std::shared_ptr<platform::Disk> disk = session->disk(bsdName);
+    const std::shared_ptr<platform::StorageDevice> disk = session->disk(bsdName);
     if (!disk)
         return 0;
     if (disk->isSystemDisk()) {
@@ -217,17 +218,17 @@ int _ejectDisk(const char* bsdName) {
         return 0;
     }
     session->setQueue(System->backgroundQueue);
-    const std::shared_ptr<platform::Disk> whole = disk->wholeDisk();
+    const std::shared_ptr<platform::StorageDevice> whole = disk->wholeDisk();
     if (!whole)
         return 0;
-    whole->unmount({.whole = true},
-                   [session](const std::shared_ptr<platform::Disk>& unmounted, const platform::Dissenter* dissenter) {
-                       onUnmountCallback(unmounted, dissenter, session);
-                   });
+    whole->unmount({.whole = true}, [session](const std::shared_ptr<platform::StorageDevice>& unmounted,
+                                              const platform::Dissenter* dissenter) {
+        onUnmountCallback(unmounted, dissenter, session);
+    });
     return 1;
 }
 
-void onUnmountCallback(const std::shared_ptr<platform::Disk>& disk, const platform::Dissenter* dissenter,
+void onUnmountCallback(const std::shared_ptr<platform::StorageDevice>& disk, const platform::Dissenter* dissenter,
                        const std::shared_ptr<platform::DiskSession>& session) {
     if (dissenter)
         disk->unmount({.force = true}, nullptr);

@@ -62,15 +62,16 @@ SENTREL_API int _getDiskActivity(const char* bsdName, const char* mountPoint, Di
 SENTREL_API std::uint8_t _getSMARTData(const char* bsdName, SMARTData* data);
 
 /// Starts unmounting every volume of the device's whole disk; `onUnmountCallback` then ejects it. Returns 1 if the
-/// unmount was started, else 0. A disk that the running system needs (see `platform::Disk::isSystemDisk`) is refused:
-/// 0, a line on the standard error stream, and nothing of it is touched.
+/// unmount was started, else 0. A disk that the running system needs (see `platform::StorageDevice::isSystemDisk`) is
+/// refused: 0, a line on the standard error stream, and nothing of it is touched.
 SENTREL_API int _ejectDisk(const char* bsdName);
 
 /// What follows the unmount, on the background queue: a refused one is repeated by force, so that it never stops the
 /// eject (that is meant), and the disk is told to eject in every case; what that does to a disk in use is the system's
 /// affair (Linux leaves it as it is). The dissenter is absent after success; the session is the eject's own and is let
 /// go.
-SENTREL_API void onUnmountCallback(const std::shared_ptr<platform::Disk>& disk, const platform::Dissenter* dissenter,
+SENTREL_API void onUnmountCallback(const std::shared_ptr<platform::StorageDevice>& disk,
+                                   const platform::Dissenter* dissenter,
                                    const std::shared_ptr<platform::DiskSession>& session);
 
 } // namespace sentrel::probes

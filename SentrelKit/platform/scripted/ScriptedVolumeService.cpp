@@ -86,7 +86,7 @@ private:
     const std::uint32_t height_;
 };
 
-class ScriptedVolumeService::Handle final : public Disk {
+class ScriptedVolumeService::Handle final : public StorageDevice {
 public:
     using Queue = std::shared_ptr<std::shared_ptr<DispatchQueue>>;
 
@@ -99,7 +99,7 @@ public:
             return std::nullopt;
         return disk->description;
     }
-    std::shared_ptr<Disk> wholeDisk() override {
+    std::shared_ptr<StorageDevice> wholeDisk() override {
         const ScriptedDisk* disk = find(name_);
         if (!disk || service_.fails("wholeDisk"))
             return nullptr;
@@ -164,7 +164,7 @@ public:
     explicit Session(ScriptedVolumeService& service) : service_(service) {}
     ~Session() override { service_.calls.emplace_back("close session"); }
 
-    std::shared_ptr<Disk> disk(std::string_view deviceName) override {
+    std::shared_ptr<StorageDevice> disk(std::string_view deviceName) override {
         const std::string name(deviceName);
         if (!service_.disks.contains(name) || service_.fails("disk"))
             return nullptr;

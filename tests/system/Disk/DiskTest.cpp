@@ -11,7 +11,18 @@
 #include <limits>
 #include <string>
 #include <thread>
+#include <type_traits>
 #include <vector>
+
+namespace host {
+
+using namespace sentrel;
+using namespace sentrel::platform;
+
+// The seam's devices have another name than the model, so that a host may open both namespaces.
+static_assert(std::is_same_v<Disk, sentrel::Disk>);
+
+} // namespace host
 
 namespace sentrel {
 namespace {

@@ -92,7 +92,7 @@ struct SessionState {
     std::uint64_t mountsGeneration SENTREL_GUARDED_BY(lock) = 0;
 };
 
-class BlockDisk final : public Disk {
+class BlockDisk final : public StorageDevice {
 public:
     BlockDisk(std::shared_ptr<SessionState> session, std::string kernelName)
         : session_(std::move(session)), name_(std::move(kernelName)),
@@ -107,7 +107,7 @@ public:
         return DiskDescription{label(), session_->machine.devices.model(name_)};
     }
 
-    std::shared_ptr<Disk> wholeDisk() override { return whole_ ? whole_ : shared_from_this(); }
+    std::shared_ptr<StorageDevice> wholeDisk() override { return whole_ ? whole_ : shared_from_this(); }
 
     std::shared_ptr<MediaEntry> media() override {
         return media_ ? media_ : std::make_shared<BlockEntry>(session_->machine, name_);
@@ -157,15 +157,15 @@ private:
     const std::shared_ptr<SessionState> session_;
     const std::string name_;
     const std::string wholeName_;
-    std::shared_ptr<Disk> whole_;       // null if this is the whole disk
-    std::shared_ptr<MediaEntry> media_; // kept for whole disks, whose counters are read at each sample
+    std::shared_ptr<StorageDevice> whole_; // null if this is the whole disk
+    std::shared_ptr<MediaEntry> media_;    // kept for whole disks, whose counters are read at each sample
 };
 
 class LinuxDiskSession final : public DiskSession {
 public:
     explicit LinuxDiskSession(DiskMachine& machine) : state_(std::make_shared<SessionState>(machine)) {}
 
-    std::shared_ptr<Disk> disk(std::string_view deviceName) override {
+    std::shared_ptr<StorageDevice> disk(std::string_view deviceName) override {
         const std::uint64_t generation = state_->machine.generation.load(std::memory_order_relaxed);
         const LockScope scope(lock_);
         const auto known = disks_.find(deviceName);
@@ -177,7 +177,7 @@ public:
             return known->second.disk;
         }
         forgetUnused(generation);
-        std::shared_ptr<Disk> disk = kernelName ? std::make_shared<BlockDisk>(state_, *kernelName) : nullptr;
+        std::shared_ptr<StorageDevice> disk = kernelName ? std::make_shared<BlockDisk>(state_, *kernelName) : nullptr;
         if (!disk)
             errno = ENODEV;
         disks_.insert_or_assign(std::string(deviceName), Known{std::move(kernelName), disk, generation});
@@ -192,8 +192,8 @@ public:
 private:
     struct Known {
         std::optional<std::string> kernelName;
-        std::shared_ptr<Disk> disk;   // null without such a device
-        std::uint64_t generation = 0; // at which this was last seen to hold
+        std::shared_ptr<StorageDevice> disk; // null without such a device
+        std::uint64_t generation = 0;        // at which this was last seen to hold
     };
 
     void forgetUnused(std::uint64_t generation) SENTREL_REQUIRES(lock_) {

@@ -80,14 +80,14 @@ struct Unmounted {
 };
 
 std::optional<Unmounted> unmountWhole(DiskSession& session, const std::string& device, bool force = false) {
-    const std::shared_ptr<Disk> disk = session.disk(device);
+    const std::shared_ptr<StorageDevice> disk = session.disk(device);
     if (!disk)
         return std::nullopt;
     Event done;
     Unmounted answer;
     session.setQueue(dispatch::backgroundQueue());
     disk->wholeDisk()->unmount({.whole = true, .force = force},
-                               [&](const std::shared_ptr<Disk>&, const Dissenter* dissenter) {
+                               [&](const std::shared_ptr<StorageDevice>&, const Dissenter* dissenter) {
                                    answer.isRefused = dissenter != nullptr;
                                    answer.reason = dissenter ? dissenter->reason : "";
                                    done.happened();

@@ -39,7 +39,7 @@ protected:
     }
 
     std::optional<DiskStatistics> statisticsOf(DiskSession& session, const std::string& device) {
-        const std::shared_ptr<Disk> disk = session.disk(device);
+        const std::shared_ptr<StorageDevice> disk = session.disk(device);
         return disk ? disk->wholeDisk()->media()->statistics() : std::nullopt;
     }
 
