@@ -3,7 +3,7 @@
 
 #include <SentrelKit/base/io/InputStream.h>
 #include <SentrelKit/base/system/Assert.h>
-#include <SentrelKit/probes/EchoReply.h>
+#include <SentrelKit/probes/detail/EchoReply.h>
 
 #include <array>
 #include <cctype>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Keyed archives as they come out of a preference file. What is read can be archived again and reads the same.
 
-#include <SentrelKit/platform/KeyedArchive.h>
+#include <SentrelKit/platform/detail/KeyedArchive.h>
 
 #include <cstddef>
 #include <cstdint>

@@ -2,7 +2,6 @@
 // Any property values (doubles of any bits, sizes, colours, texts) into every component, drawn on a small image: no
 // crash, no cairo error, and a bound on the time of one drawing that the fuzzer's own timeout keeps.
 
-#include <SentrelKit/views/AddressSyntax.h>
 #include <SentrelKit/views/Circle.h>
 #include <SentrelKit/views/FUIButton.h>
 #include <SentrelKit/views/FUIFont.h>
@@ -17,6 +16,7 @@
 #include <SentrelKit/views/Square.h>
 #include <SentrelKit/views/Thermometer.h>
 #include <SentrelKit/views/Triangle.h>
+#include <SentrelKit/views/detail/AddressSyntax.h>
 #include <SentrelKit/views/drawing/cairo/CairoCanvas.h>
 
 #include <tests/views/TextRendererSuppressions.h>

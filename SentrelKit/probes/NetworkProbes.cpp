@@ -10,8 +10,8 @@
 #include <SentrelKit/base/util/Str.h>
 #include <SentrelKit/platform/NetworkService.h>
 #include <SentrelKit/platform/Platform.h>
-#include <SentrelKit/probes/EchoReply.h>
 #include <SentrelKit/probes/SystemManager.h>
+#include <SentrelKit/probes/detail/EchoReply.h>
 
 #include <algorithm>
 #include <array>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/settings/UserDefaults.h>
 
-#include <SentrelKit/platform/KeyedArchive.h>
 #include <SentrelKit/platform/Platform.h>
+#include <SentrelKit/platform/detail/KeyedArchive.h>
 
 namespace sentrel {
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/system/Applications.h>
 
-#include <SentrelKit/base/system/ChangeObserver.h>
+#include <SentrelKit/base/system/detail/ChangeObserver.h>
 #include <SentrelKit/base/system/detail/WallClock.h>
 #include <SentrelKit/platform/Platform.h>
 #include <SentrelKit/probes/HostProbes.h>

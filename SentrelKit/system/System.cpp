@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/system/System.h>
 
-#include <SentrelKit/base/system/FirstUse.h>
-#include <SentrelKit/system/Task.h>
+#include <SentrelKit/base/system/detail/FirstUse.h>
+#include <SentrelKit/system/detail/Task.h>
 
 #include <utility>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/views/Bar.h>
 
-#include <SentrelKit/views/PercentText.h>
+#include <SentrelKit/views/detail/PercentText.h>
 
 #include <utility>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/views/CircleChart.h>
 
-#include <SentrelKit/views/PercentText.h>
+#include <SentrelKit/views/detail/PercentText.h>
 #include <SentrelKit/views/drawing/Canvas.h>
 
 #include <algorithm>

@@ -4,7 +4,7 @@
 #include <SentrelKit/platform/Desktop.h>
 #include <SentrelKit/platform/Platform.h>
 #include <SentrelKit/system/Timer.h>
-#include <SentrelKit/views/AddressSyntax.h>
+#include <SentrelKit/views/detail/AddressSyntax.h>
 
 #include <utility>
 

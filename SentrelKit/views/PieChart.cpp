@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/views/PieChart.h>
 
-#include <SentrelKit/views/PercentText.h>
+#include <SentrelKit/views/detail/PercentText.h>
 #include <SentrelKit/views/drawing/Canvas.h>
 #include <SentrelKit/views/drawing/Path.h>
 

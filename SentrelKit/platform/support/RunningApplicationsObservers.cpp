@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/support/RunningApplicationsObservers.h>
 
-#include <SentrelKit/base/system/ChangeObserver.h>
+#include <SentrelKit/base/system/detail/ChangeObserver.h>
 #include <SentrelKit/base/system/detail/ThreadSafety.h>
 
 #include <algorithm>

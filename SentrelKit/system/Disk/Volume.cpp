@@ -2,7 +2,7 @@
 #include <SentrelKit/base/system/Assert.h>
 #include <SentrelKit/base/system/Time.h>
 #include <SentrelKit/system/Disk/Disk.h>
-#include <SentrelKit/system/Disk/UsagePercent.h>
+#include <SentrelKit/system/Disk/detail/UsagePercent.h>
 
 #include <utility>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <SentrelKit/platform/KeyedArchive.h>
+#include <SentrelKit/platform/detail/KeyedArchive.h>
 
 #include <SentrelKit/platform/linux/preferences/PropertyListFormat.h>
 #include <SentrelKit/platform/linux/preferences/PropertyListNode.h>

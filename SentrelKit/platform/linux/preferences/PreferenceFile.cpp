@@ -2,7 +2,7 @@
 #include <SentrelKit/platform/linux/preferences/PreferenceFile.h>
 
 #include <SentrelKit/base/system/System.h>
-#include <SentrelKit/platform/KeyedArchive.h>
+#include <SentrelKit/platform/detail/KeyedArchive.h>
 #include <SentrelKit/platform/linux/preferences/PropertyListFormat.h>
 
 #include <algorithm>

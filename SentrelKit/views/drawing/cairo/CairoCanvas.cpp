@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/views/drawing/cairo/CairoCanvas.h>
 
-#include <SentrelKit/views/drawing/cairo/FontFace.h>
-#include <SentrelKit/views/drawing/cairo/PangoText.h>
+#include <SentrelKit/views/drawing/cairo/detail/FontFace.h>
+#include <SentrelKit/views/drawing/cairo/detail/PangoText.h>
 
 #include <pango/pangocairo.h>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <SentrelKit/probes/EchoReply.h>
+#include <SentrelKit/probes/detail/EchoReply.h>
 
 #include <SentrelKit/base/io/InputStream.h>
 #include <SentrelKit/base/system/Net.h>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <SentrelKit/views/drawing/cairo/PangoText.h>
+#include <SentrelKit/views/drawing/cairo/detail/PangoText.h>
 
 #include <SentrelKit/base/system/detail/ThreadSafety.h>
-#include <SentrelKit/views/drawing/cairo/FontFace.h>
+#include <SentrelKit/views/drawing/cairo/detail/FontFace.h>
 
 #include <fontconfig/fontconfig.h>
 #include <hb-ot.h>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <SentrelKit/base/system/ChangeObserver.h>
+#include <SentrelKit/base/system/detail/ChangeObserver.h>
 
 #include "tests/support/Await.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <SentrelKit/base/system/FirstUse.h>
+#include <SentrelKit/base/system/detail/FirstUse.h>
 
 #include <atomic>
 #include <gtest/gtest.h>

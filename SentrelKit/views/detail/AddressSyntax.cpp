@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <SentrelKit/views/AddressSyntax.h>
+#include <SentrelKit/views/detail/AddressSyntax.h>
 
 namespace sentrel {
 

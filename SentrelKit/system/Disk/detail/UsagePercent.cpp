@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <SentrelKit/system/Disk/UsagePercent.h>
+#include <SentrelKit/system/Disk/detail/UsagePercent.h>
 
 namespace sentrel {
 

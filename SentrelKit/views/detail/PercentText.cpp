@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <SentrelKit/views/PercentText.h>
+#include <SentrelKit/views/detail/PercentText.h>
 
 #include <array>
 #include <cmath>
