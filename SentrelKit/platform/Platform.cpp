@@ -2,6 +2,8 @@
 #include <SentrelKit/platform/Platform.h>
 
 #include <SentrelKit/platform/Clock.h>
+#include <SentrelKit/platform/detail/Native.h>
+#include <SentrelKit/platform/detail/Session.h>
 
 #include <atomic>
 

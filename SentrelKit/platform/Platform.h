@@ -59,13 +59,4 @@ private:
     std::shared_ptr<void> session_;
 };
 
-/// Makes what the layer above keeps for the platform in force, and with its release brings back what it kept before.
-using SessionMaker = std::shared_ptr<void> (*)();
-
-/// Tells overrides how sessions are made. The probes call it once, at load.
-void setSessionMaker(SessionMaker maker) noexcept;
-
-/// Builds the real machine. Each backend folder defines it once; `current()` calls it once.
-[[nodiscard]] Platform& makeNative();
-
 } // namespace sentrel::platform

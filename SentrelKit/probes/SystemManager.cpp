@@ -6,6 +6,7 @@
 #include <SentrelKit/platform/NetworkService.h>
 #include <SentrelKit/platform/Platform.h>
 #include <SentrelKit/platform/VolumeService.h>
+#include <SentrelKit/platform/detail/Session.h>
 
 #include <utility>
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/LinuxPlatform.h>
 
+#include <SentrelKit/platform/detail/Native.h>
 #include <SentrelKit/platform/linux/desktop/LinuxDesktop.h>
 #include <SentrelKit/platform/linux/dispatch/LinuxDispatch.h>
 #include <SentrelKit/platform/linux/graphics/LinuxGraphicsService.h>
