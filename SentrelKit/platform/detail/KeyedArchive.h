@@ -12,10 +12,10 @@
 namespace sentrel::platform {
 
 /// The archive of a value, a binary property list. Absent for nothing and for texts that are not UTF-8. Any thread.
-[[nodiscard]] SENTREL_API std::optional<PropertyList::Bytes> keyedArchive(const PropertyList& value);
+[[nodiscard]] std::optional<PropertyList::Bytes> keyedArchive(const PropertyList& value);
 
 /// The value of an archive: text, number, bytes, date, address, list or dictionary, mutable or not. Absent for anything
 /// else, for a damaged archive and for one that refers to itself. Any thread.
-[[nodiscard]] SENTREL_API std::optional<PropertyList> keyedUnarchive(std::span<const std::uint8_t> archive);
+[[nodiscard]] std::optional<PropertyList> keyedUnarchive(std::span<const std::uint8_t> archive);
 
 } // namespace sentrel::platform

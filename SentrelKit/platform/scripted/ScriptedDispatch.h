@@ -17,6 +17,7 @@ class ScriptedQueue;
 /// A wall clock and a monotonic clock that move together when told to.
 class SENTREL_API ScriptedClock final : public Clock {
 public:
+    /// The wall clock; false, with errno EFAULT, while it cannot be read.
     bool read(WallClockReading& reading) noexcept override;
     std::int64_t monotonicNanoseconds() noexcept override { return monotonic_; }
 

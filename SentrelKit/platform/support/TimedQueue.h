@@ -9,8 +9,6 @@
 /// first run. A closure that posts itself again and again thus never gets ahead of a timer, nor a timer whose tick
 /// takes longer than its interval ahead of a closure.
 
-#include <SentrelKit/Export.h>
-
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -22,13 +20,13 @@
 namespace sentrel::platform {
 
 /// The schedule of one queue.
-class SENTREL_API TimedQueue {
+class TimedQueue {
 public:
     /// What runs: a closure, or the tick of a timer.
     using Work = std::function<void()>;
 
     /// A repeating timer's state. Shared between its owner and a tick that runs.
-    class SENTREL_API Ticker {
+    class Ticker {
     public:
         /// A suspended timer that ticks every `interval` nanoseconds.
         Ticker(std::int64_t interval, Work tick);

@@ -3,8 +3,6 @@
 
 /// The reply of an echo host: the address in its first line that begins with "IP".
 
-#include <SentrelKit/Export.h>
-
 #include <cstddef>
 #include <cstdint>
 

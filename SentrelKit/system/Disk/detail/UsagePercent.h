@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <SentrelKit/Export.h>
-
 #include <cstdint>
 
 namespace sentrel {
