@@ -4,8 +4,15 @@ include(CMakePackageConfigHelpers)
 install(TARGETS SentrelKitCore SentrelKitViews SentrelKitTesting EXPORT SentrelKitTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(EXPORT SentrelKitTargets NAMESPACE SentrelKit:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/SentrelKit)
-install(DIRECTORY SentrelKit DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h"
-        PATTERN platform/linux EXCLUDE PATTERN platform/macos EXCLUDE PATTERN embed EXCLUDE)
+
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS packaging/installed-headers)
+file(READ packaging/installed-headers installed_headers)
+string(REGEX MATCHALL "SentrelKit/[^ \n]+\\.h" installed_headers "${installed_headers}")
+foreach(header IN LISTS installed_headers)
+    get_filename_component(folder ${header} DIRECTORY)
+    install(FILES ${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${folder})
+endforeach()
+
 install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/SentrelKit)
 
 # A host of the static libraries links what they are made of too; the shared ones bring it themselves.

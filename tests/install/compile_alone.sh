@@ -1,0 +1,10 @@
+#!/usr/bin/env bash
+# Compiles each installed header alone, with the warnings that a careful host has on.
+# usage: compile_alone.sh PREFIX COMPILER
+set -euo pipefail
+cd "$1/include"
+compile() {
+    "$1" -std=c++20 -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror -fsyntax-only -I. -x c++ - <<<"#include <$2>"
+}
+export -f compile
+find SentrelKit -name '*.h' -print0 | xargs -0 -P "$(nproc)" -I {} bash -c 'compile "$@"' compile "$2" {}

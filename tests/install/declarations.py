@@ -1,0 +1,64 @@
+#!/usr/bin/env python3
+"""Asks that the installed libraries define each function and variable that the installed headers declare.
+
+usage: declarations.py PREFIX CLANG
+"""
+import json
+import pathlib
+import subprocess
+import sys
+
+prefix, clang = pathlib.Path(sys.argv[1]), sys.argv[2]
+functions = {"FunctionDecl", "CXXMethodDecl", "CXXConstructorDecl", "CXXDestructorDecl", "CXXConversionDecl"}
+
+defined_here = set()  # inline, by the compiler, or not at all on purpose
+declared = {}  # the name that the linker knows: the name in the source
+
+
+def is_defined(node):
+    if node["kind"] == "VarDecl":
+        return node.get("inline") or node.get("constexpr") or (
+            "init" in node and node.get("storageClass") not in ("extern", "static"))
+    return (node.get("pure") or node.get("explicitlyDefaulted") or node.get("explicitlyDeleted") or
+            node.get("isImplicit") or any(inner.get("kind") == "CompoundStmt" for inner in node.get("inner", [])))
+
+
+def read(node, scope):
+    kind, name = node.get("kind"), node.get("name", "")
+    if kind == "NamespaceDecl" or kind == "CXXRecordDecl":
+        for inner in node.get("inner", []):
+            read(inner, f"{scope}::{name}".removeprefix("::"))
+    elif kind == "FriendDecl" or kind == "LinkageSpecDecl":
+        for inner in node.get("inner", []):
+            read(inner, scope)
+    elif kind in functions or kind == "VarDecl":
+        if is_defined(node):
+            defined_here.add(node.get("mangledName"))
+        elif "mangledName" in node:
+            declared[node["mangledName"]] = f"{scope}::{name}"
+
+
+headers = sorted(path.relative_to(prefix / "include") for path in (prefix / "include").rglob("*.h"))
+dump = subprocess.run([clang, "-std=c++20", "-fsyntax-only", f"-I{prefix}/include", "-x", "c++", "-Xclang",
+                       "-ast-dump=json", "-Xclang", "-ast-dump-filter=sentrel", "-"], check=True, text=True,
+                      input="".join(f"#include <{header}>\n" for header in headers), stdout=subprocess.PIPE).stdout
+decoder = json.JSONDecoder()
+while dump := dump.lstrip():
+    node, end = decoder.raw_decode(dump)
+    read(node, "")
+    dump = dump[end:]
+
+exported = set()
+for library in prefix.rglob("libSentrelKit*"):
+    if library.suffix in (".so", ".a"):
+        dynamic = ["-D"] if library.suffix == ".so" else []
+        symbols = subprocess.run(["nm", *dynamic, "--defined-only", "--format=posix", library], check=True, text=True,
+                                 stdout=subprocess.PIPE).stdout
+        exported |= {line.split(" ")[0] for line in symbols.splitlines()}
+
+failures = [f"{source} is declared in an installed header, but no library defines it ({name})"
+            for name, source in declared.items() if name not in defined_here | exported]
+if len(declared) < 500:
+    failures.append("the headers declare next to nothing")
+print("\n".join(failures))
+sys.exit(1 if failures else 0)
