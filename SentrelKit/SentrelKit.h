@@ -5,7 +5,7 @@
 /// one by one and link SentrelKit::Core alone.
 
 #include <SentrelKit/Version.h>
-#include <SentrelKit/platform/Dispatch.h>
+#include <SentrelKit/platform/DispatchQueue.h>
 #include <SentrelKit/probes/NetworkProbes.h>
 #include <SentrelKit/settings/DefaultsKey.h>
 #include <SentrelKit/settings/Number.h>

@@ -10,7 +10,7 @@
 
 #include <SentrelKit/Export.h>
 #include <SentrelKit/base/system/detail/ThreadSafety.h>
-#include <SentrelKit/platform/Dispatch.h>
+#include <SentrelKit/platform/DispatchQueue.h>
 #include <SentrelKit/platform/HostService.h>
 
 #include <functional>

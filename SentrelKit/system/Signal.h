@@ -22,7 +22,7 @@
 ///   what a queue or a delay still holds for it;
 /// - an exception of a callback passes through `fire`; the subscriptions behind it miss that value.
 
-#include <SentrelKit/platform/Dispatch.h>
+#include <SentrelKit/platform/DispatchQueue.h>
 #include <SentrelKit/system/Mutex/Atomic.h>
 
 #include <atomic>

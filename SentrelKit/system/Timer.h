@@ -5,7 +5,7 @@
 
 #include <SentrelKit/Export.h>
 #include <SentrelKit/X11Names.h>
-#include <SentrelKit/platform/Dispatch.h>
+#include <SentrelKit/platform/DispatchQueue.h>
 
 #include <cstdint>
 #include <functional>
@@ -17,7 +17,7 @@ namespace sentrel {
 ///
 /// One thread, the owner's, calls start, suspend and cancel and releases the timer; the closure runs on the timer's
 /// queue. Releasing is safe in every state, also from inside the closure; no tick begins after it. What runs first, and
-/// what becomes of an exception, stands at the queues (platform/Dispatch.h).
+/// what becomes of an exception, stands at the queues (platform/DispatchQueue.h).
 class SENTREL_API Timer {
 public:
     /// What a timer does.

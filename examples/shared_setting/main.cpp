@@ -6,7 +6,7 @@
 //     shared_setting fahrenheit
 //     shared_setting                shows both sides: starts a watcher, chooses each unit and stops it again
 
-#include <SentrelKit/platform/Dispatch.h>
+#include <SentrelKit/platform/DispatchQueue.h>
 #include <SentrelKit/settings/SharedDefaults.h>
 #include <SentrelKit/system/Formatting.h>
 #include <SentrelKit/system/Timer.h>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Loads the shared library the way a host with plug-ins does and checks what loading alone does to the process.
-#include <SentrelKit/platform/Dispatch.h>
+#include <SentrelKit/platform/DispatchQueue.h>
 
 #include <cstdio>
 #include <cstring>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/system/Network.h>
 
-#include <SentrelKit/platform/Dispatch.h>
+#include <SentrelKit/platform/DispatchQueue.h>
 #include <SentrelKit/platform/Platform.h>
 #include <SentrelKit/platform/linux/LinuxPlatform.h>
 #include <SentrelKit/probes/SystemManager.h>

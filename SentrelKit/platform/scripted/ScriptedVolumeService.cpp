@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/scripted/ScriptedVolumeService.h>
 
-#include <SentrelKit/platform/Dispatch.h>
+#include <SentrelKit/platform/DispatchQueue.h>
 
 #include <algorithm>
 #include <cerrno>

@@ -7,7 +7,7 @@
 #include "tests/support/LoopDisk.h"
 #include "tests/support/MountNamespace.h"
 
-#include <SentrelKit/platform/Dispatch.h>
+#include <SentrelKit/platform/DispatchQueue.h>
 #include <SentrelKit/platform/Platform.h>
 #include <SentrelKit/probes/SystemManager.h>
 #include <algorithm>

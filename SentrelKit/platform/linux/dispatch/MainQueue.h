@@ -2,7 +2,7 @@
 #pragma once
 
 #include <SentrelKit/base/system/detail/ThreadSafety.h>
-#include <SentrelKit/platform/Dispatch.h>
+#include <SentrelKit/platform/DispatchQueue.h>
 #include <SentrelKit/platform/support/TimedQueue.h>
 
 #include <cstdint>

@@ -2,7 +2,7 @@
 #include <SentrelKit/platform/linux/volumes/LinuxDiskSession.h>
 
 #include <SentrelKit/base/system/detail/ThreadSafety.h>
-#include <SentrelKit/platform/Dispatch.h>
+#include <SentrelKit/platform/DispatchQueue.h>
 #include <SentrelKit/platform/linux/common/OwnThread.h>
 #include <SentrelKit/platform/linux/common/TextMap.h>
 #include <SentrelKit/platform/linux/volumes/AtaSmart.h>

@@ -12,7 +12,7 @@
 #include "tests/support/SilentBus.h"
 #include "tests/support/TemporaryFolder.h"
 
-#include <SentrelKit/platform/Dispatch.h>
+#include <SentrelKit/platform/DispatchQueue.h>
 #include <SentrelKit/platform/Platform.h>
 #include <SentrelKit/platform/linux/volumes/DiskRemoval.h>
 #include <atomic>

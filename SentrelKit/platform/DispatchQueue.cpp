@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <SentrelKit/platform/Dispatch.h>
+#include <SentrelKit/platform/DispatchQueue.h>
 
+#include <SentrelKit/platform/Dispatch.h>
 #include <SentrelKit/platform/Platform.h>
 
 #include <limits>
