@@ -31,12 +31,18 @@ void FUIButton::setTitle(std::weak_ptr<TextField> title) noexcept {
 }
 
 void FUIButton::setBorderRadius(double radius) {
-    button_->setCornerRadius(radius);
+    button_->changeTogether([&] {
+        button_->setCornerRadius(radius);
+        button_->setNeedsDisplay();
+    });
     borderRadius_ = radius;
 }
 
 void FUIButton::setBackgroundColor(Color color) {
-    button_->setBackgroundColor(color);
+    button_->changeTogether([&] {
+        button_->setBackgroundColor(color);
+        button_->setNeedsDisplay();
+    });
     backgroundColor_ = color;
 }
 
@@ -47,8 +53,10 @@ void FUIButton::aimateBackgroundColor(Color color) {
         fade.fromValue = *current;
     fade.toValue = color;
     fade.duration = 0.25;
-    button_->addAnimation(std::move(fade), "backgroundColor");
-    button_->setBackgroundColor(color);
+    button_->changeTogether([&] {
+        button_->addAnimation(std::move(fade), "backgroundColor");
+        button_->setBackgroundColor(color);
+    });
 }
 
 void FUIButton::mouseEntered(const MouseEvent& /*event*/) {

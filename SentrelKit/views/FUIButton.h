@@ -28,17 +28,17 @@ public:
     /// The radius of all four corners in points, drawn as at most half a side; 4.0 from the start.
     [[nodiscard]] double borderRadius() const noexcept { return borderRadius_; }
 
-    /// Shows at once.
+    /// Shows at once. Asks for one redraw, also for an equal radius: meant so.
     void setBorderRadius(double radius);
 
     /// The resting fill; `FUIColor::turquoise()` from the start.
     [[nodiscard]] Color backgroundColor() const noexcept { return backgroundColor_; }
 
-    /// Shows at once, also under the pointer or while pressed.
+    /// Shows at once, also under the pointer or while pressed. Asks for one redraw, also for an equal colour: meant so.
     void setBackgroundColor(Color color);
 
     /// Fades the fill to a colour in 0.25 s, from the fill that was set last (not from what a fade under way shows),
-    /// and stays there. The spelling of the name is meant.
+    /// and stays there. Asks for one redraw. The spelling of the name: meant so.
     void aimateBackgroundColor(Color color);
 
     /// Turns the view's layer on; it is drawn anew when it asks for it.

@@ -19,8 +19,9 @@ void FUILink::setUrl(std::optional<std::string> url) {
 }
 
 void FUILink::showColor(std::optional<Color> color) {
+    if (color == textColor())
+        setNeedsDisplay(true);
     setTextColor(color);
-    setNeedsDisplay(true);
 }
 
 void FUILink::mouseEntered(const MouseEvent& /*event*/) {

@@ -39,7 +39,10 @@ void View::setFrame(Rect frame) {
     needsDisplay_ = true;
     if (superview_)
         superview_->needsDisplay_ = true;
-    callDisplayHandlers();
+    if (layer_ && layer_->frame() != bounds())
+        layer_->setFrame(bounds()); // its request is the view's too
+    else
+        callDisplayHandlers();
 }
 
 void View::setNeedsDisplay(bool needed) {
@@ -139,10 +142,8 @@ void View::displayInto(Canvas& canvas, const Transform& place, double now) {
     const CanvasState state(canvas);
     canvas.concat(place);
     canvas.clip(Path::rect(bounds()));
-    if (layer_) {
-        layer_->setFrame(bounds());
+    if (layer_)
         layer_->display(canvas, now);
-    }
     drawRect(canvas, bounds());
     for (const std::shared_ptr<View>& view : subviews_)
         view->displayInto(canvas, view->toSuperview(), now);

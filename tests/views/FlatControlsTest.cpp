@@ -80,6 +80,19 @@ TEST_F(FUILinks, ChangesItsColourWithEachEventAndAsksForARedraw) {
     expectShown(FUIColor::asbestos());
 }
 
+TEST_F(FUILinks, AsksForOneRedrawWithEachEvent) {
+    int calls = 0;
+    link.setDisplayHandler([&] { ++calls; });
+    link.mouseEntered(event);
+    EXPECT_EQ(calls, 1);
+    link.mouseDown(event);
+    EXPECT_EQ(calls, 2);
+    link.mouseUp(event);
+    EXPECT_EQ(calls, 3);
+    link.mouseUp(event); // meant so: also without another colour
+    EXPECT_EQ(calls, 4);
+}
+
 TEST_F(FUILinks, FallsBackToTheDefaultTextColourForAbsentColours) {
     link.setHoverColor(std::nullopt);
     link.setActiveColor(std::nullopt);
@@ -215,6 +228,25 @@ TEST_F(FUIButtons, ShowsANewRadiusOrColourAtOnceAndMarksItsLayer) {
     EXPECT_EQ(button.backgroundColor(), FUIColor::amethyst());
     EXPECT_EQ(button.layer()->backgroundColor(), FUIColor::amethyst());
     EXPECT_TRUE(button.layer()->needsDisplay());
+}
+
+TEST_F(FUIButtons, AsksForOneRedrawWithEachEvent) {
+    int calls = 0;
+    button.setDisplayHandler([&] { ++calls; });
+    button.mouseEntered(event);
+    EXPECT_EQ(calls, 1);
+    button.mouseDown(event);
+    EXPECT_EQ(calls, 2);
+    button.mouseUp(event);
+    EXPECT_EQ(calls, 3);
+    button.setBorderRadius(9.0);
+    EXPECT_EQ(calls, 4);
+    button.setBackgroundColor(FUIColor::amethyst());
+    EXPECT_EQ(calls, 5);
+    button.setBackgroundColor(FUIColor::amethyst()); // meant so: also for an equal colour
+    EXPECT_EQ(calls, 6);
+    button.setBorderRadius(9.0);
+    EXPECT_EQ(calls, 7);
 }
 
 TEST_F(FUIButtons, FadesInAQuarterOfASecondFromTheColourSetLast) {

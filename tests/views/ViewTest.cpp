@@ -320,6 +320,25 @@ TEST(View, IsDirtyAndTellsTheHostWhileALayerInItChanges) {
     EXPECT_TRUE(root.dirtyRects().empty());
 }
 
+// Drawing after a resize asked for the next frame, which then changed nothing.
+TEST(View, AsksOnceForAResizeAndDrawsItsLayerAtTheNewSize) {
+    View view({0, 0, 30, 40});
+    view.setWantsLayer(true);
+    view.layer()->setBackgroundColor(FUIColor::white());
+    RecordingCanvas canvas;
+    view.display(canvas);
+    int calls = 0;
+    view.setDisplayHandler([&] { ++calls; });
+    view.setFrame({0, 0, 50, 60});
+    EXPECT_EQ(calls, 1);
+    EXPECT_EQ(view.layer()->bounds(), (Rect{0, 0, 50, 60}));
+    view.display(canvas);
+    EXPECT_EQ(calls, 1);
+    EXPECT_TRUE(view.dirtyRects().empty());
+    view.setFrame({10, 10, 50, 60});
+    EXPECT_EQ(calls, 2);
+}
+
 TEST(View, OutlivesItsLayerAndTheOtherWayRound) {
     std::shared_ptr<Layer> layer;
     {

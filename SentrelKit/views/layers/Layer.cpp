@@ -27,25 +27,19 @@ Layer::~Layer() {
 }
 
 void Layer::setFrame(Rect frame) {
-    if (frame == frame_)
-        return;
-    frame_ = frame;
-    setNeedsDisplay();
+    change(frame_, frame);
 }
 
 void Layer::setAnchorPoint(Point anchor) {
-    anchorPoint_ = anchor;
-    setNeedsDisplay();
+    change(anchorPoint_, anchor);
 }
 
 void Layer::setBackgroundColor(std::optional<Color> color) {
-    backgroundColor_ = color;
-    setNeedsDisplay();
+    change(backgroundColor_, color);
 }
 
 void Layer::setCornerRadius(double radius) {
-    cornerRadius_ = radius;
-    setNeedsDisplay();
+    change(cornerRadius_, radius);
 }
 
 void Layer::addSublayer(std::shared_ptr<Layer> layer) {
@@ -96,7 +90,23 @@ bool Layer::needsDisplay() const noexcept {
 
 void Layer::setNeedsDisplay() {
     needsDisplay_ = true;
-    callDisplayHandlers();
+    if (isChanging_)
+        hasAsked_ = true;
+    else
+        callDisplayHandlers();
+}
+
+void Layer::changeTogether(const std::function<void()>& changes) {
+    {
+        struct Changing {
+            bool& is;
+            bool before = std::exchange(is, true);
+            ~Changing() { is = before; }
+        } const changing{isChanging_};
+        changes();
+    }
+    if (!isChanging_ && std::exchange(hasAsked_, false))
+        callDisplayHandlers();
 }
 
 void Layer::callDisplayHandlers() const {
@@ -150,18 +160,15 @@ void Layer::display(Canvas& canvas, double now) {
 void Layer::drawContents(Canvas& /*canvas*/) const {}
 
 void ShapeLayer::setPath(Path path) {
-    path_ = std::move(path);
-    setNeedsDisplay();
+    change(path_, std::move(path));
 }
 
 void ShapeLayer::setFillColor(std::optional<Color> color) {
-    fillColor_ = color;
-    setNeedsDisplay();
+    change(fillColor_, color);
 }
 
 void ShapeLayer::setStrokeColor(std::optional<Color> color) {
-    strokeColor_ = color;
-    setNeedsDisplay();
+    change(strokeColor_, color);
 }
 
 void ShapeLayer::drawAsMask(Canvas& canvas, const Paint& paint) const {
@@ -179,23 +186,19 @@ void ShapeLayer::drawContents(Canvas& canvas) const {
 }
 
 void GradientLayer::setColors(std::vector<Color> colors) {
-    colors_ = std::move(colors);
-    setNeedsDisplay();
+    change(colors_, std::move(colors));
 }
 
 void GradientLayer::setStartPoint(Point point) {
-    startPoint_ = point;
-    setNeedsDisplay();
+    change(startPoint_, point);
 }
 
 void GradientLayer::setEndPoint(Point point) {
-    endPoint_ = point;
-    setNeedsDisplay();
+    change(endPoint_, point);
 }
 
 void GradientLayer::setMask(std::shared_ptr<ShapeLayer> mask) {
-    mask_ = std::move(mask);
-    setNeedsDisplay();
+    change(mask_, std::move(mask));
 }
 
 void GradientLayer::drawContents(Canvas& canvas) const {

@@ -33,7 +33,7 @@ public:
     /// The unturned rectangle in points, in the coordinates of the layer or view above.
     [[nodiscard]] Rect frame() const noexcept { return frame_; }
 
-    /// Asks for a redraw if the frame changes.
+    /// Asks for a redraw if that changes anything.
     void setFrame(Rect frame);
 
     /// The unturned rectangle in the layer's own coordinates: origin 0, size of the frame.
@@ -42,19 +42,19 @@ public:
     /// The pivot of rotations, in units of the frame's size; the middle from the start.
     [[nodiscard]] Point anchorPoint() const noexcept { return anchorPoint_; }
 
-    /// Asks for a redraw.
+    /// Asks for a redraw if that changes anything.
     void setAnchorPoint(Point anchor);
 
     /// The fill of the whole layer; absent is none.
     [[nodiscard]] std::optional<Color> backgroundColor() const noexcept { return backgroundColor_; }
 
-    /// Asks for a redraw.
+    /// Asks for a redraw if that changes anything.
     void setBackgroundColor(std::optional<Color> color);
 
     /// The radius of the background's corners in points, drawn as at most half a side; 0.0 from the start.
     [[nodiscard]] double cornerRadius() const noexcept { return cornerRadius_; }
 
-    /// Asks for a redraw.
+    /// Asks for a redraw if that changes anything.
     void setCornerRadius(double radius);
 
     /// The layers in it, the topmost last.
@@ -87,6 +87,10 @@ public:
     /// Asks for a redraw.
     void setNeedsDisplay();
 
+    /// Makes changes of this layer that ask for one redraw, at their end, however many of them ask. An exception of
+    /// `changes` passes through; what it changed before is asked for with the next such changes.
+    void changeTogether(const std::function<void()>& changes);
+
     /// Called each time a redraw is asked for, of this layer or one in it. For the view that holds it. It may set and
     /// take off handlers, itself included: one that was taken off is not called any more.
     void setDisplayHandler(std::function<void()> handler);
@@ -104,6 +108,15 @@ protected:
     /// Draws what the layer holds over its background, in coordinates of its bounds.
     virtual void drawContents(Canvas& canvas) const;
 
+    /// Sets a property and asks for a redraw if it is another value.
+    template <class T>
+    void change(T& property, T value) {
+        if (value == property)
+            return;
+        property = std::move(value);
+        setNeedsDisplay();
+    }
+
 private:
     void callDisplayHandlers() const;
     [[nodiscard]] AnimationValue valueAt(const char* keyPath, double now, const AnimationValue& own) const noexcept;
@@ -117,6 +130,8 @@ private:
     std::vector<std::pair<std::string, BasicAnimation>> animations_;
     std::shared_ptr<const std::function<void()>> displayHandler_; // shared with a call that is under way
     bool needsDisplay_ = true;
+    bool isChanging_ = false; // several changes together,
+    bool hasAsked_ = false;   // of which one has asked
 };
 
 /// A layer that shows one path. Main thread.
@@ -126,19 +141,19 @@ public:
     /// cap, join and miter limit.
     [[nodiscard]] const Path& path() const noexcept { return path_; }
 
-    /// Asks for a redraw.
+    /// Asks for a redraw if that changes anything.
     void setPath(Path path);
 
     /// The fill of the figure; absent is none, black from the start.
     [[nodiscard]] std::optional<Color> fillColor() const noexcept { return fillColor_; }
 
-    /// Asks for a redraw.
+    /// Asks for a redraw if that changes anything.
     void setFillColor(std::optional<Color> color);
 
     /// The colour of the outline; absent is none, as from the start.
     [[nodiscard]] std::optional<Color> strokeColor() const noexcept { return strokeColor_; }
 
-    /// Asks for a redraw.
+    /// Asks for a redraw if that changes anything.
     void setStrokeColor(std::optional<Color> color);
 
     /// Draws with another paint all that the layer covers: what shows through it as a mask.
@@ -159,26 +174,26 @@ public:
     /// The colours, at equal distances; without any, as from the start, nothing shows.
     [[nodiscard]] const std::vector<Color>& colors() const noexcept { return colors_; }
 
-    /// Asks for a redraw.
+    /// Asks for a redraw if that changes anything.
     void setColors(std::vector<Color> colors);
 
     /// Where the first colour stands, in units of the bounds' size; (0.5, 0.0) from the start.
     [[nodiscard]] Point startPoint() const noexcept { return startPoint_; }
 
-    /// Asks for a redraw.
+    /// Asks for a redraw if that changes anything.
     void setStartPoint(Point point);
 
     /// Where the last colour stands, in units of the bounds' size; (0.5, 1.0) from the start.
     [[nodiscard]] Point endPoint() const noexcept { return endPoint_; }
 
-    /// Asks for a redraw.
+    /// Asks for a redraw if that changes anything.
     void setEndPoint(Point point);
 
     /// Where the gradient shows, in coordinates of the bounds, or null for all over. Its colours do not matter, only
     /// what it covers.
     [[nodiscard]] const std::shared_ptr<ShapeLayer>& mask() const noexcept { return mask_; }
 
-    /// Asks for a redraw. A change inside the mask asks for none here.
+    /// Asks for a redraw if it is another one. A change inside the mask asks for none here.
     void setMask(std::shared_ptr<ShapeLayer> mask);
 
 protected:

@@ -7,6 +7,10 @@
 #include <SentrelKit/platform/scripted/ScriptedPlatform.h>
 
 #include <cmath>
+#include <functional>
+#include <memory>
+#include <stdexcept>
+#include <utility>
 
 namespace sentrel {
 
@@ -225,6 +229,80 @@ TEST(Layer, AsksOnceForAnAnimationThatReplacesAnother) {
     layer.setDisplayHandler([&] { ++calls; });
     layer.addAnimation(fade(FUIColor::white(), FUIColor::black(), 100.0, 1.0), "fade");
     EXPECT_EQ(calls, 1);
+}
+
+TEST(Layer, AsksForARedrawOnlyWhenAPropertyChanges) {
+    Layer layer;
+    ShapeLayer shape;
+    GradientLayer gradient;
+    const auto mask = std::make_shared<ShapeLayer>();
+    const std::pair<const char*, std::function<void()>> setters[] = {
+        {"frame",
+         [&] {
+             layer.setFrame({1, 2, 3, 4});
+         }},
+        {"anchor",
+         [&] {
+             layer.setAnchorPoint({0.0, 1.0});
+         }},
+        {"background", [&] { layer.setBackgroundColor(FUIColor::white()); }},
+        {"corners", [&] { layer.setCornerRadius(3.0); }},
+        {"path",
+         [&] {
+             shape.setPath(Path::line({0, 0}, {1, 1}));
+         }},
+        {"fill", [&] { shape.setFillColor(std::nullopt); }},
+        {"stroke", [&] { shape.setStrokeColor(FUIColor::white()); }},
+        {"colours", [&] { gradient.setColors({FUIColor::white()}); }},
+        {"start",
+         [&] {
+             gradient.setStartPoint({0.0, 0.0});
+         }},
+        {"end",
+         [&] {
+             gradient.setEndPoint({1.0, 0.0});
+         }},
+        {"mask", [&] { gradient.setMask(mask); }},
+    };
+    int calls = 0;
+    for (Layer* each : {&layer, static_cast<Layer*>(&shape), static_cast<Layer*>(&gradient)})
+        each->setDisplayHandler([&] { ++calls; });
+    for (const auto& [name, set] : setters) {
+        calls = 0;
+        set();
+        EXPECT_EQ(calls, 1) << name;
+        set();
+        EXPECT_EQ(calls, 1) << name;
+    }
+}
+
+TEST(Layer, AsksOnceForChangesMadeTogether) {
+    Layer layer;
+    RecordingCanvas canvas;
+    layer.display(canvas, 0.0);
+    int calls = 0;
+    layer.setDisplayHandler([&] { ++calls; });
+    layer.changeTogether([&] {
+        layer.setCornerRadius(3.0);
+        layer.changeTogether([&] { layer.setBackgroundColor(FUIColor::white()); });
+        layer.setNeedsDisplay();
+        EXPECT_EQ(calls, 0);
+    });
+    EXPECT_EQ(calls, 1);
+    EXPECT_TRUE(layer.needsDisplay());
+    layer.changeTogether([&] { layer.setCornerRadius(3.0); });
+    EXPECT_EQ(calls, 1);
+
+    const auto failing = [&] {
+        layer.setCornerRadius(4.0);
+        throw std::runtime_error("no more");
+    };
+    EXPECT_THROW(layer.changeTogether(failing), std::runtime_error);
+    EXPECT_EQ(calls, 1);
+    layer.changeTogether([] {});
+    EXPECT_EQ(calls, 2);
+    layer.setCornerRadius(5.0);
+    EXPECT_EQ(calls, 3);
 }
 
 TEST(Layer, LetsItsSublayersOutliveIt) {
