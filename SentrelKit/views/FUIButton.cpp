@@ -82,13 +82,7 @@ void FUIButton::mouseUp(const MouseEvent& /*event*/) {
 
 void FUIButton::updateTrackingAreas() {
     Control::updateTrackingAreas();
-    removeTrackingAreas();
-    addTrackingArea(
-        {bounds(), TrackingArea::mouseEnteredAndExited | TrackingArea::activeAlways | TrackingArea::inVisibleRect});
-}
-
-void FUIButton::resetCursorRects() {
-    addCursorRect(bounds(), Cursor::pointingHand);
+    trackPointer();
 }
 
 } // namespace sentrel

@@ -59,8 +59,8 @@ public:
     /// Replaces all tracking areas by one over the bounds.
     void updateTrackingAreas() override;
 
-    /// Adds the pointing hand over the bounds.
-    void resetCursorRects() override;
+    /// The pointing hand.
+    [[nodiscard]] Cursor cursor() const override { return Cursor::pointingHand; }
 
 protected:
     /// The layer that carries fill and corners.

@@ -39,8 +39,4 @@ void FUIIndicator::updateTrackingAreas() {
     addTrackingArea({bounds(), TrackingArea::mouseEnteredAndExited | TrackingArea::activeAlways});
 }
 
-void FUIIndicator::resetCursorRects() {
-    addCursorRect(bounds(), Cursor::pointingHand);
-}
-
 } // namespace sentrel

@@ -50,8 +50,8 @@ public:
     /// Adds one more area each time and removes none: meant so.
     void updateTrackingAreas() override;
 
-    /// Adds the pointing hand over the bounds.
-    void resetCursorRects() override;
+    /// The pointing hand.
+    [[nodiscard]] Cursor cursor() const override { return Cursor::pointingHand; }
 
 private:
     Signal<void> onClicked_;

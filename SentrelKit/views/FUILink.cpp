@@ -48,13 +48,7 @@ void FUILink::mouseUp(const MouseEvent& /*event*/) {
 
 void FUILink::updateTrackingAreas() {
     TextField::updateTrackingAreas();
-    removeTrackingAreas();
-    addTrackingArea(
-        {bounds(), TrackingArea::mouseEnteredAndExited | TrackingArea::activeAlways | TrackingArea::inVisibleRect});
-}
-
-void FUILink::resetCursorRects() {
-    addCursorRect(bounds(), Cursor::pointingHand);
+    trackPointer();
 }
 
 } // namespace sentrel

@@ -51,8 +51,8 @@ public:
     /// Replaces all tracking areas by one over the bounds.
     void updateTrackingAreas() override;
 
-    /// Adds the pointing hand over the bounds.
-    void resetCursorRects() override;
+    /// The pointing hand.
+    [[nodiscard]] Cursor cursor() const override { return Cursor::pointingHand; }
 
 private:
     void showColor(std::optional<Color> color);

@@ -176,6 +176,12 @@ void View::removeTrackingAreas() noexcept {
 
 void View::updateTrackingAreas() {}
 
+void View::trackPointer() {
+    removeTrackingAreas();
+    addTrackingArea(
+        {bounds(), TrackingArea::mouseEnteredAndExited | TrackingArea::activeAlways | TrackingArea::inVisibleRect});
+}
+
 void View::addCursorRect(Rect rect, Cursor cursor) {
     cursorRects_.push_back({rect, cursor});
 }
@@ -184,7 +190,10 @@ void View::discardCursorRects() noexcept {
     cursorRects_.clear();
 }
 
-void View::resetCursorRects() {}
+void View::resetCursorRects() {
+    if (cursor() != Cursor::arrow)
+        addCursorRect(bounds(), cursor());
+}
 
 void View::preparePointer() {
     updateTrackingAreas();

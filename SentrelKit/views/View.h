@@ -178,8 +178,11 @@ public:
     /// Takes every rectangle off.
     void discardCursorRects() noexcept;
 
+    /// What the pointer looks like over the whole view; the arrow unless overridden.
+    [[nodiscard]] virtual Cursor cursor() const { return Cursor::arrow; }
+
     /// Called, after the earlier ones were discarded, when the view comes into a tree or changes its size: the place to
-    /// add cursor rectangles.
+    /// add cursor rectangles. Adds one over the bounds for a `cursor` that is not the arrow, unless overridden.
     virtual void resetCursorRects();
 
     /// Registers the pointer's rectangles of this view and those inside it anew. For the host of a surface.
@@ -207,6 +210,9 @@ public:
     [[nodiscard]] bool isAnimating(double now = mediaTime()) const;
 
 protected:
+    /// Replaces all tracking areas by one that follows the bounds, whichever program is in front.
+    void trackPointer();
+
     /// The layer of a view that wants one; a plain one unless the view brings its own.
     [[nodiscard]] virtual std::shared_ptr<Layer> makeBackingLayer();
 
