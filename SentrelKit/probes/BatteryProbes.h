@@ -22,7 +22,7 @@ struct BatteryData {
     std::uint8_t isCharging;  ///< 1 or 0
     std::int32_t current;     ///< mA, negative while discharging; 0 if not known
     /// Charge ÷ full charge × 100, truncated toward zero, so that 29 of 100 can read 28. The smallest integer if this
-    /// is no finite number in range, as without a full charge; that is meant.
+    /// is no finite number in range, as without a full charge: meant so.
     std::int32_t percent;
     std::int32_t watts; ///< power of the external adapter; 0 without one, or if it does not tell
 };

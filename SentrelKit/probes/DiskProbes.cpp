@@ -49,7 +49,7 @@ void copyText(char* buffer, std::size_t size, std::string_view text) {
 }
 
 void setSpace(DiskData& data, const platform::FileSystemSpace& space) {
-    // Unsigned on purpose: what the counts of a broken file system make of it stays defined.
+    // Unsigned: meant so. What the counts of a broken file system make of it stays defined.
     data.used = static_cast<std::int64_t>((space.blocks - space.freeBlocks) * space.blockSize);
     data.free = static_cast<std::int64_t>(space.freeBlocks * space.blockSize);
     data.total = static_cast<std::int64_t>(space.blocks * space.blockSize);

@@ -15,7 +15,7 @@
 namespace sentrel::probes {
 
 /// One volume. Lives on the probe's stack: its texts are valid only during the call. Bytes written come before bytes
-/// read; that order is meant.
+/// read: meant so.
 struct DiskData {
     const char* name;  ///< the file system's label, else `bsdName`; UTF-8, at most 64 bytes
     const char* model; ///< the device's model, "unknown" without one; UTF-8, at most 63 bytes
@@ -67,7 +67,7 @@ SENTREL_API std::uint8_t _getSMARTData(const char* bsdName, SMARTData* data);
 SENTREL_API int _ejectDisk(const char* bsdName);
 
 /// What follows the unmount, on the background queue: a refused one is repeated by force, so that it never stops the
-/// eject (that is meant), and the disk is told to eject in every case; what that does to a disk in use is the system's
+/// eject (meant so), and the disk is told to eject in every case; what that does to a disk in use is the system's
 /// affair (Linux leaves it as it is). The dissenter is absent after success; the session is the eject's own and is let
 /// go.
 SENTREL_API void onUnmountCallback(const std::shared_ptr<platform::StorageDevice>& disk,

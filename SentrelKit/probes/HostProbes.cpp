@@ -19,7 +19,7 @@ namespace {
 constexpr std::size_t brandSize = 64;
 static_assert(sizeof(SystemManager::cpuBrand) == brandSize + 1);
 
-// The page size of the records, not the host's: meant.
+// The page size of the records, not the host's: meant so.
 std::uint64_t bytes(std::uint32_t pages) noexcept {
     return std::uint64_t{pages} << 12;
 }
@@ -107,7 +107,7 @@ int _getMEMData(MEMData* data) {
     data->pageins = counters->pageins;
     data->pageouts = counters->pageouts;
     data->faults = counters->faults;
-    // Both in 32 bits before they are widened: meant.
+    // Both in 32 bits before they are widened: meant so.
     data->app = bytes(counters->internal_page_count - counters->purgeable_count);
     data->cached = bytes(counters->purgeable_count + counters->external_page_count);
     return 1;

@@ -34,7 +34,7 @@ struct MEMData {
     std::uint64_t pageins;    ///< count
     std::uint64_t pageouts;   ///< count
     std::uint64_t faults;     ///< count
-    std::uint64_t app;        ///< bytes of programs; wraps to a huge value if more is purgeable than they have: meant
+    std::uint64_t app;        ///< bytes of programs; wraps around if more is purgeable than they have: meant so
     std::uint64_t cached;     ///< bytes of files
 };
 

@@ -90,7 +90,7 @@ void SystemManager::updateSystemConfigurationProperties() {
     // Reading stays under the lock, so that of two refreshes the later reading also stands last.
     const LockScope scope(lock_);
     configuration_.localhostName = scSession_->localHostName();
-    // Deliberate: a key without a value leaves its field, so the last known DNS servers and router survive a
+    // A key without a value leaves its field: meant so. The last known DNS servers and router survive a
     // disconnection. A value without the entry empties it: a connected network without a router has none.
     if (const std::optional<PropertyList> dns = scSession_->value(dnsKey))
         configuration_.dnsAddrs = texts(dns->find("ServerAddresses"));

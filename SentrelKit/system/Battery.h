@@ -72,7 +72,7 @@ public:
     [[nodiscard]] double temperature() const noexcept { return load(temperature_); } ///< degrees Celsius
 
     /// "2:05 remaining", "0:59 until charged", "Calculating..." while it cannot be known, empty when there is no time
-    /// to tell. "Calculating..", with two dots, before the first change; that is meant.
+    /// to tell. "Calculating..", with two dots, before the first change: meant so.
     [[nodiscard]] std::string timeRemaining() const;
 
     [[nodiscard]] std::int64_t voltage() const noexcept { return load(voltage_); } ///< mV
@@ -91,7 +91,7 @@ public:
     [[nodiscard]] double watts() const noexcept;
 
     /// Full charge now in percent of full charge as new, 0 to 100. 0 without a design capacity. Of a quotient above 255
-    /// only the low 8 bits count before the cap: 300 % reads 44. That is meant.
+    /// only the low 8 bits count before the cap: 300 % reads 44: meant so.
     [[nodiscard]] int health() const noexcept;
 
 private:

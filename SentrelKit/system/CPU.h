@@ -18,7 +18,7 @@ namespace sentrel {
 
 /// The model of the processor. The registry owns the one instance and samples it every 1.1 seconds.
 ///
-/// The first sample of a process is the load since boot, by design; each later one is the load since the sample before.
+/// The first sample of a process is the load since boot: meant so. Each later one is the load since the sample before.
 /// The figures of a sample are 0 before the first one and keep their values between samples.
 ///
 /// Getters answer from any thread without a lock (`brand` under a short one) and may mix two samples. Source: the

@@ -16,7 +16,7 @@ namespace sentrel {
 
 namespace {
 
-/// Ends at "ZB" on purpose: what is too large for it has no text.
+/// Ends at "ZB": meant so. What is too large for it has no text.
 constexpr std::array<std::string_view, 8> kByteNotation{"B", "KB", "MB", "GB", "TB", "PB", "EB", "ZB"};
 
 constexpr std::string_view degreeSign = "\u00B0";
@@ -128,7 +128,7 @@ std::string bytes2str(double value, double base, ByteNotation roundFrom) {
     return {};
 }
 
-/// Chooses the unit with the strict bound "below 1024" and starts at "KB": meant to differ from sizes.
+/// Chooses the unit with the strict bound "below 1024" and starts at "KB", unlike sizes: meant so.
 std::string bps2str(double value) {
     constexpr double perUnit = 1.0 / 1024;
     for (std::size_t index = 1; index < kByteNotation.size(); ++index) {

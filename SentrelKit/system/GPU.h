@@ -51,7 +51,7 @@ public:
 
     /// True if the current one has the device id of the integrated one; also when there is neither.
     [[nodiscard]] bool isUsingIntegratedGPU() const;
-    /// Whenever the integrated one is not in use: meant.
+    /// Whenever the integrated one is not in use: meant so.
     [[nodiscard]] bool isUsingDiscreteGPU() const { return !isUsingIntegratedGPU(); }
 
     /// An integrated and a discrete one.

@@ -58,7 +58,7 @@ Memory::Percents Memory::percents() const noexcept {
 Memory::Swap Memory::swap() const {
     const std::optional<platform::SwapUsage> usage = platform::current().host().swapUsage();
     if (!usage) {
-        // The placeholder stays in the text and the pointer's value follows it, not the words it points to: meant.
+        // The placeholder stays in the text and the pointer's value follows it, not the words it points to: meant so.
         std::printf("Cannot get swap statistics -- %%@Optional(0x%016" PRIxPTR ")\n",
                     reinterpret_cast<std::uintptr_t>(System_getLastError()));
         return {};

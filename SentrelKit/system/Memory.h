@@ -31,7 +31,7 @@ public:
     [[nodiscard]] std::uint64_t wired() const noexcept { return load(wired_); }   ///< cannot be moved out, bytes
     [[nodiscard]] std::uint64_t active() const noexcept { return load(active_); } ///< in use by programs, bytes
     [[nodiscard]] std::uint64_t compressed() const noexcept { return load(compressed_); } ///< the compressor, bytes
-    [[nodiscard]] std::uint64_t free() const noexcept { return load(free_); } ///< with inactive memory: meant; bytes
+    [[nodiscard]] std::uint64_t free() const noexcept { return load(free_); } ///< bytes, with inactive memory: meant so
     [[nodiscard]] std::uint64_t appMemory() const noexcept { return load(appMemory_); }     ///< of programs, bytes
     [[nodiscard]] std::uint64_t cachedFiles() const noexcept { return load(cachedFiles_); } ///< of files, bytes
 

@@ -114,7 +114,7 @@ private:
             publicAddress = std::move(found);
     }
 
-    // An address that could not be found is kept as an empty one and not asked for again, which is meant.
+    // An address that could not be found is kept as an empty one and not asked for again: meant so.
     void fetchAddress(std::uint64_t connectionsLost) {
         setAddress(std::nullopt, connectionsLost);
         setAddress(probes::lookUpPublicAddress(), connectionsLost);

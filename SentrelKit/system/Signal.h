@@ -105,7 +105,7 @@ public:
 
     /// Defers deliveries by so many seconds, on the queue set with `dispatch` or on the main queue. The fires of one
     /// such period make one delivery, of the newest value, one delay after the first of them. A subscription that is
-    /// also one-shot never delivers; that is meant.
+    /// also one-shot never delivers: meant so.
     Handle queue(double delay) {
         if (!queuedData_)
             queuedData_ = std::make_unique<Atomic<std::optional<Value>>>();

@@ -48,7 +48,7 @@ public:
     /// Suspends a started timer. Else nothing.
     void suspend();
 
-    /// Ends a started timer for good. An initial or suspended timer stays as it is: this asymmetry is meant.
+    /// Ends a started timer for good. An initial or suspended timer stays as it is: meant so.
     void cancel();
 
     /// Runs the closure once, `seconds` from now, on the background queue or else on the main queue. Any thread.

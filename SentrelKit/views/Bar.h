@@ -19,14 +19,14 @@ public:
     /// Whether its ends are round or square; round from the start.
     [[nodiscard]] bool rounded() const noexcept { return rounded_; }
 
-    /// Requests no redraw.
+    /// Asks for no redraw.
     void setRounded(bool rounded) noexcept { rounded_ = rounded; }
 
     /// The value in percent, not clamped: above 100 the line leaves the view on the right, below 0 on the left. For a
     /// value that is not finite there is no line.
     [[nodiscard]] double percent() const noexcept { return percent_; }
 
-    /// Requests a redraw if the value changes, and takes a pending request back if it does not: meant so.
+    /// Asks for a redraw if the value changes, and takes a pending request back if it does not: meant so.
     virtual void setPercent(double percent);
 
     /// The value as a whole percentage: "42%".

@@ -26,13 +26,13 @@ public:
     /// The arc's colour; the circle under it has it at alpha 0.2. `FUIColor::emerald()` from the start.
     [[nodiscard]] Color color() const noexcept { return color_; }
 
-    /// Requests a redraw if the colour changes, and takes a pending request back if it does not: meant so.
+    /// Asks for a redraw if the colour changes, and takes a pending request back if it does not: meant so.
     void setColor(Color color);
 
     /// The ring's thickness in points, not clamped; 4.0 from the start.
     [[nodiscard]] double lineWidth() const noexcept { return lineWidth_; }
 
-    /// Requests no redraw.
+    /// Asks for no redraw.
     void setLineWidth(double width) noexcept { lineWidth_ = width; }
 
     /// The value in percent, not clamped: from 100 on the ring is full. Below 0.5, and for a value that is not a

@@ -22,7 +22,7 @@ public:
     /// The host's label on the button, or null. The host lays it out, say as a subview of the button.
     [[nodiscard]] std::shared_ptr<TextField> title() const noexcept { return title_.lock(); }
 
-    /// The label is not kept alive. Requests no redraw.
+    /// The label is not kept alive. Asks for no redraw.
     void setTitle(std::weak_ptr<TextField> title) noexcept;
 
     /// The radius of all four corners in points, drawn as at most half a side; 4.0 from the start.

@@ -23,19 +23,19 @@ public:
     /// The fill while active; `FUIColor::clouds()` from the start.
     [[nodiscard]] Color activeColor() const noexcept { return activeColor_; }
 
-    /// Requests a redraw, also for an equal colour: meant so.
+    /// Asks for a redraw, also for an equal colour: meant so.
     void setActiveColor(Color color);
 
     /// The fill while inactive; `FUIColor::silver()` from the start.
     [[nodiscard]] Color inactiveColor() const noexcept { return inactiveColor_; }
 
-    /// Requests a redraw, also for an equal colour: meant so.
+    /// Asks for a redraw, also for an equal colour: meant so.
     void setInactiveColor(Color color);
 
     /// The state shown; inactive from the start.
     [[nodiscard]] bool isActive() const noexcept { return isActive_; }
 
-    /// Requests a redraw, also for an equal state: meant so.
+    /// Asks for a redraw, also for an equal state: meant so.
     void setIsActive(bool active);
 
     /// Fills the ellipse in the rectangle with the colour of the state.

@@ -28,7 +28,7 @@ public:
     /// Whether setting `percent` chooses the colour, as from the start; if not, the colour stays as the host set it.
     [[nodiscard]] bool colorize() const noexcept { return colorize_; }
 
-    /// Counts when `percent` is next set. Requests no redraw.
+    /// Counts when `percent` is next set. Asks for no redraw.
     void setColorize(bool colorize) noexcept { colorize_ = colorize; }
 
     /// Chooses the colour of the value's band, then does what the plain bar does: so an equal value takes a pending

@@ -18,7 +18,7 @@ public:
     /// Whether its ends are round or square; square from the start.
     [[nodiscard]] bool rounded() const noexcept { return rounded_; }
 
-    /// Requests no redraw.
+    /// Asks for no redraw.
     void setRounded(bool rounded) noexcept { rounded_ = rounded; }
 
     void drawRect(Canvas& canvas, Rect rect) override;

@@ -25,13 +25,13 @@ public:
     /// own. Fewer than two, and samples whose largest is 0, leave the line out.
     [[nodiscard]] const std::vector<std::int64_t>& dataPoints() const noexcept { return dataPoints_; }
 
-    /// Requests no redraw.
+    /// Asks for no redraw.
     void setDataPoints(std::vector<std::int64_t> samples) noexcept { dataPoints_ = std::move(samples); }
 
     /// The card's colour; `FUIColor::turquoise()` from the start.
     [[nodiscard]] Color background() const noexcept { return background_; }
 
-    /// Requests no redraw.
+    /// Asks for no redraw.
     void setBackground(Color color) noexcept { background_ = color; }
 
     /// Always: y grows downward.

@@ -24,7 +24,7 @@ public:
     /// to 0 show nothing, and those whose sum only rounding keeps from 0 whole discs. None from the start.
     [[nodiscard]] const std::vector<double>& dataPoints() const noexcept { return dataPoints_; }
 
-    /// Requests a redraw if the amounts change, and takes a pending request back if they do not: meant so. Amounts with
+    /// Asks for a redraw if the amounts change, and takes a pending request back if they do not: meant so. Amounts with
     /// one that is not a number always change.
     void setDataPoints(std::vector<double> amounts);
 
@@ -32,7 +32,7 @@ public:
     /// Absent from the start.
     [[nodiscard]] const std::optional<std::vector<Color>>& colorPoints() const noexcept { return colorPoints_; }
 
-    /// Requests no redraw: set the colours before the amounts.
+    /// Asks for no redraw: set the colours before the amounts.
     void setColorPoints(std::optional<std::vector<Color>> colors) noexcept { colorPoints_ = std::move(colors); }
 
     /// Always: y grows downward.

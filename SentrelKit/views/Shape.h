@@ -19,25 +19,25 @@ public:
     /// Whether the figure is filled or only its outline stroked; filled from the start.
     [[nodiscard]] bool fill() const noexcept { return fill_; }
 
-    /// Requests no redraw.
+    /// Asks for no redraw.
     void setFill(bool fill) noexcept { fill_ = fill; }
 
     /// The width of outlines, lines and bars in points, not clamped; 2.0 from the start.
     [[nodiscard]] double lineWidth() const noexcept { return lineWidth_; }
 
-    /// Requests no redraw.
+    /// Asks for no redraw.
     void setLineWidth(double width) noexcept { lineWidth_ = width; }
 
     /// The colour of the whole figure; `FUIColor::peterRiver()` from the start.
     [[nodiscard]] Color color() const noexcept { return color_; }
 
-    /// Requests a redraw if the colour changes, and takes a pending request back if it does not: meant so.
+    /// Asks for a redraw if the colour changes, and takes a pending request back if it does not: meant so.
     void setColor(Color color);
 
     /// Whether the view's coordinates start at the upper left, y growing downward; not so from the start.
     [[nodiscard]] bool flip() const noexcept { return flip_; }
 
-    /// Requests no redraw.
+    /// Asks for no redraw.
     void setFlip(bool flip) noexcept { flip_ = flip; }
 
     /// As `flip` says.
@@ -45,7 +45,7 @@ public:
 
 protected:
     /// Makes the line width, and round or square caps, what every later path of the process starts with, as each line
-    /// and bar that is drawn does. It is meant to stay so afterwards.
+    /// and bar that is drawn does. It stays so afterwards: meant so.
     void leaveLineDefaults(bool rounded) const noexcept;
 
 private:

@@ -21,13 +21,13 @@ public:
     /// The radius of all four corners in points, drawn as at most half a side; 0.0 from the start.
     [[nodiscard]] double cornerRadius() const noexcept { return cornerRadius_; }
 
-    /// Requests no redraw.
+    /// Asks for no redraw.
     void setCornerRadius(double radius) noexcept { cornerRadius_ = radius; }
 
     /// A label that the host keeps with the square, or null. Drawing never reads it.
     [[nodiscard]] std::shared_ptr<TextField> myLabel() const noexcept { return myLabel_.lock(); }
 
-    /// The label is not kept alive. Requests no redraw.
+    /// The label is not kept alive. Asks for no redraw.
     void setMyLabel(std::weak_ptr<TextField> label) noexcept;
 
     void drawRect(Canvas& canvas, Rect rect) override;

@@ -22,25 +22,25 @@ public:
     /// The text, UTF-8.
     [[nodiscard]] const std::string& stringValue() const noexcept { return stringValue_; }
 
-    /// Requests a redraw if the text changes. Bytes that are not UTF-8 are drawn as replacement characters.
+    /// Asks for a redraw if the text changes. Bytes that are not UTF-8 are drawn as replacement characters.
     void setStringValue(std::string_view text);
 
     /// The text's colour; absent is the default, black.
     [[nodiscard]] std::optional<Color> textColor() const noexcept { return textColor_; }
 
-    /// Requests a redraw if the colour changes.
+    /// Asks for a redraw if the colour changes.
     void setTextColor(std::optional<Color> color);
 
     /// The text's font; absent is the desktop's sans-serif face at 13 points.
     [[nodiscard]] const std::optional<Font>& font() const noexcept { return font_; }
 
-    /// Requests a redraw if the font changes.
+    /// Asks for a redraw if the font changes.
     void setFont(std::optional<Font> font);
 
     /// The place of the text in the width; left from the start.
     [[nodiscard]] TextAlignment alignment() const noexcept { return alignment_; }
 
-    /// Requests a redraw if the alignment changes.
+    /// Asks for a redraw if the alignment changes.
     void setAlignment(TextAlignment alignment);
 
     /// The size in points that shows the whole text; none for a font that is too small or too large to be drawn.

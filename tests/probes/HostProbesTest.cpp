@@ -260,7 +260,7 @@ TEST(MEMData, ReportsAFailureInOneLineAndLeavesTheRecordUntouched) {
     testing::internal::CaptureStderr();
     EXPECT_EQ(_getMEMData(&data), 0);
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              std::string("Error: host_statistics64 -- ") + System_getError(EACCES)); // no line end: meant
+              std::string("Error: host_statistics64 -- ") + System_getError(EACCES)); // no line end: meant so
     EXPECT_EQ(data.free, 1u);
     EXPECT_EQ(data.active, 2u);
     EXPECT_EQ(data.cached, 10u);

@@ -125,7 +125,7 @@ TEST(NetworkData, ReadsAMissingOrShortHardwareAddressAndOneThatBeginsWithZeroAsN
         lan.hardwareAddress = bytes;
         machine->network().interfaces = {lan};
         ASSERT_EQ(listing().size(), 1U);
-        EXPECT_EQ(listing()[0].mac, ""); // a first byte of zero counts as none: meant
+        EXPECT_EQ(listing()[0].mac, ""); // a first byte of zero counts as none: meant so
     }
 }
 

@@ -274,7 +274,7 @@ TEST_F(ApplicationsTest, FoldsOneLevelAPassInTheOrderOfTheList) {
     use(102, 330);
     sampleAfter(applications, 1.1);
     EXPECT_DOUBLE_EQ(find(applications, 100)->cpu(), 30);
-    EXPECT_DOUBLE_EQ(find(applications, 101)->cpu(), 30) << "meant: what reaches it after its own turn stays";
+    EXPECT_DOUBLE_EQ(find(applications, 101)->cpu(), 30) << "meant so: what reaches it after its own turn stays";
     EXPECT_DOUBLE_EQ(find(applications, 102)->cpu(), 0);
 }
 

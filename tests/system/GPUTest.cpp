@@ -76,7 +76,7 @@ TEST(GPU, WithOnlyADiscreteOneIsCurrentOnlyWhileItIsActive) {
     EXPECT_FALSE(gpu.hasBoth());
     EXPECT_FALSE(gpu.current());
     EXPECT_EQ(gpu.name(), "");
-    EXPECT_TRUE(gpu.isUsingIntegratedGPU()); // both absent compare as equal: meant
+    EXPECT_TRUE(gpu.isUsingIntegratedGPU()); // both absent compare as equal: meant so
     EXPECT_FALSE(gpu.isUsingDiscreteGPU());
     machine->graphics().activeDeviceIDValue = radeonID;
     gpu.update();

@@ -43,7 +43,7 @@ TEST(Memory, TakesASampleWithInactiveMemoryAsFree) {
     machine->host().virtualMemoryValue = platform::VirtualMemoryCounters{1, 2, 3, 4, 5, 6, 7, 8, 100, 30, 50};
     Memory memory;
     memory.update();
-    EXPECT_EQ(memory.free(), 4 * page); // 1 free, 3 inactive: meant
+    EXPECT_EQ(memory.free(), 4 * page); // 1 free, 3 inactive: meant so
     EXPECT_EQ(memory.active(), 2 * page);
     EXPECT_EQ(memory.wired(), 4 * page);
     EXPECT_EQ(memory.compressed(), 5 * page);

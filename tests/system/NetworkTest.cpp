@@ -317,7 +317,7 @@ TEST_F(NetworkTest, KeepsAnEmptyPublicAddressWhereTheEchoHostTellsNone) {
     EchoServer server(EchoServer::reply("nothing\r\n"));
     const EchoHostGuard guard({"127.0.0.1", server.port()});
     samples(100);
-    EXPECT_EQ(model().publicAddress(), ""); // and does not ask again: meant
+    EXPECT_EQ(model().publicAddress(), ""); // and does not ask again: meant so
     EXPECT_EQ(server.requests().size(), 1U);
 }
 

@@ -47,7 +47,7 @@ SENTREL_API char* InputStream_readLine(InputStream* S, char* s, std::int32_t siz
 
 /// Reads up to `count` bytes and returns how many; fewer than `count` after a time-out or at the end. A count below 1
 /// reads nothing. The result is -1 whenever the stream is closed at the end of the call, even if bytes were copied:
-/// meant.
+/// meant so.
 SENTREL_API std::int32_t InputStream_readBytes(InputStream* S, void* b, std::int32_t count) noexcept;
 
 /// Throws the buffered bytes away.

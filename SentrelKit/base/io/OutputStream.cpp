@@ -131,7 +131,7 @@ void putd(OutputStream* S, const char* digits, int length, Layout layout) noexce
     }
     const std::size_t signLength = sign != '\0' ? 1 : 0;
     const int zeros = precision - length; // may be negative
-    // A zero with precision 0 takes no room from the width although its digit is printed: meant.
+    // A zero with precision 0 takes no room from the width although its digit is printed: meant so.
     const int field = precision == 0 && length == 1 && *digits == '0' ? 0 : std::max(length, precision);
     const int padding = layout.width - field - (sign != '\0' ? 1 : 0);
     if (!layout.has('-') && !zeroPadded)

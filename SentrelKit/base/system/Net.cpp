@@ -165,7 +165,7 @@ int connectToAny(const addrinfo* addresses) noexcept {
         if (descriptor == -1)
             continue;
         if (!prepare(descriptor)) {
-            closeKeepingError(descriptor); // the other addresses are not tried: meant
+            closeKeepingError(descriptor); // the other addresses are not tried: meant so
             return -1;
         }
         if (connectWithin(descriptor, *address, connectTimeout))

@@ -65,7 +65,7 @@ SENTREL_API bool Net_abort(int descriptor) noexcept;
 [[nodiscard]] SENTREL_API bool Net_resolve(const char* host) noexcept;
 
 /// Writes six hardware-address bytes as "%02x:%02x:%02x:%02x:%02x:%02x" into the result, which holds 18 bytes, and
-/// returns it. The text is empty when the bytes are missing, and whenever the first one is 0, which is meant.
+/// returns it. The text is empty when the bytes are missing, and whenever the first one is 0: meant so.
 SENTREL_API char* Net_mac2str(char* result, const unsigned char* mac) noexcept;
 
 } // namespace sentrel

@@ -23,7 +23,7 @@ bool readClock(WallClockReading& reading) noexcept {
 bool inRange(std::int32_t value, std::int32_t low, std::int32_t high) noexcept {
     if (value >= low && value <= high)
         return true;
-    std::printf("#v is outside the range (%d..%d)", low, high); // "#v" and the stream are meant
+    std::printf("#v is outside the range (%d..%d)", low, high); // "#v" and the stream: meant so
     return false;
 }
 

@@ -95,7 +95,7 @@ SENTREL_API char* Str_copy(char* destination, const char* source, std::int32_t n
 [[nodiscard]] [[gnu::format(printf, 1, 0)]] SENTREL_API char* Str_vcat(const char* format, va_list arguments) noexcept;
 
 /// Cuts a text of more than n + 4 characters to its first `n` (at least 0) and "...". A text of n + 4 characters or
-/// fewer stays as it is, although the cut one has n + 3: that is meant.
+/// fewer stays as it is, although the cut one has n + 3: meant so.
 SENTREL_API char* Str_trunc(char* s, std::int32_t n) noexcept;
 
 /// Cuts `s` at the first occurrence of `t`, without regard to case.

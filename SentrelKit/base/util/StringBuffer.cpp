@@ -96,7 +96,7 @@ void StringBuffer_vappend(StringBuffer* S, const char* format, va_list arguments
         return;
     int produced = formatBehind(S, format, arguments);
     if (produced >= 0 && std::int64_t{S->used} + produced >= S->capacity) {
-        // The old capacity, not the used length, is the base: meant.
+        // The old capacity, not the used length, is the base: meant so.
         resize(S, std::int64_t{S->capacity} + produced + 256);
         produced = formatBehind(S, format, arguments);
     }

@@ -51,7 +51,7 @@ public:
     [[nodiscard]] std::shared_ptr<Volume> HD() const;
 
     /// The root volume's used space, measured anew, in percent: truncated, then kept in 8 bits (0 to 255) without a
-    /// range check, which is meant. 0 without a root volume or if it cannot be measured. Any thread.
+    /// range check: meant so. 0 without a root volume or if it cannot be measured. Any thread.
     [[nodiscard]] int usage() const;
 
     /// Schedules a new listing on the background queue. Any thread.
@@ -85,7 +85,7 @@ public:
     [[nodiscard]] std::string name() const { return label_.value()->name; } ///< as shown to the user
     [[nodiscard]] std::string path() const { return label_.value()->path; } ///< mount point
 
-    // These keep their first values for as long as the volume stays mounted; that is meant.
+    // These keep their first values for as long as the volume stays mounted: meant so.
     /// The device name: the key in `volumes`. What follows the last "/" of what is mounted, if that is unique.
     [[nodiscard]] const std::string& device() const noexcept { return device_; }
     [[nodiscard]] const std::string& fstype() const noexcept { return fstype_; } ///< such as "apfs" or "ext4"
@@ -103,14 +103,14 @@ public:
     [[nodiscard]] std::int64_t wbytes() const noexcept { return load(wbytes_); } ///< written since boot
     [[nodiscard]] std::int64_t rbytes() const noexcept { return load(rbytes_); } ///< read since boot
     /// Written bytes per second over the last gap between samples: (counter now - counter before) * 1000 / milliseconds
-    /// between, only over a positive gap; neither smoothed nor clamped: a counter that went back gives a negative rate,
-    /// which is meant. 0.0 at first.
+    /// between, only over a positive gap; neither smoothed nor clamped: a counter that went back gives a negative rate:
+    /// meant so. 0.0 at first.
     [[nodiscard]] double wbytesps() const noexcept { return load(wbytesps_); }
     [[nodiscard]] double rbytesps() const noexcept { return load(rbytesps_); } ///< the same for reading
     /// When the counters were taken: milliseconds since the epoch.
     [[nodiscard]] std::int64_t timestamp() const noexcept { return load(timestamp_); }
 
-    /// Used space in percent: truncated, then kept in 8 bits (0 to 255) without a range check, which is meant. 0 if
+    /// Used space in percent: truncated, then kept in 8 bits (0 to 255) without a range check: meant so. 0 if
     /// `total` is 0.
     [[nodiscard]] int usagePercent() const noexcept;
 

@@ -220,7 +220,7 @@ TEST(InputStream, ReadBytesIsMinusOneOnAClosedStreamEvenIfBytesWereCopied) {
     EXPECT_EQ(InputStream_read(input), 'a');
     connection.far.reset();
     char buffer[8] = {};
-    EXPECT_EQ(InputStream_readBytes(input, buffer, 8), -1); // the asymmetry is meant
+    EXPECT_EQ(InputStream_readBytes(input, buffer, 8), -1); // meant so
     EXPECT_STREQ(buffer, "bc");
     EXPECT_TRUE(InputStream_isClosed(input));
     EXPECT_EQ(InputStream_readBytes(input, buffer, 0), -1);

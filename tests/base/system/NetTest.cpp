@@ -253,7 +253,7 @@ TEST(Net, WritesHardwareAddresses) {
 TEST(Net, AHardwareAddressThatBeginsWith0IsEmpty) {
     const unsigned char mac[6] = {0x00, 0x1b, 0x63, 0x84, 0x45, 0xe6};
     char text[18];
-    EXPECT_STREQ(Net_mac2str(text, mac), ""); // meant
+    EXPECT_STREQ(Net_mac2str(text, mac), ""); // meant so
 }
 
 TEST(NetDeathTest, AHardwareAddressNeedsAResult) {

@@ -128,7 +128,7 @@ TEST(Time, EveryPartIsChecked) {
         std::int32_t year, month, day, hour, minute, second;
         const char* printed;
     };
-    // The literal "#v" and the standard output are meant.
+    // The literal "#v" and the standard output: meant so.
     const Case cases[] = {
         {2038, 1, 1, 0, 0, 0, "#v is outside the range (1970..2037)"},
         {1969, 12, 31, 0, 0, 0, "#v is outside the range (1970..2037)"},

@@ -240,7 +240,7 @@ TEST(Str, TruncLeavesTextsOfUpToFourMoreCharacters) {
     const auto truncated = [](const char* text, std::int32_t n) {
         return applied([n](char* s) { return Str_trunc(s, n); }, text);
     };
-    EXPECT_EQ(truncated("1234567", 3), "1234567"); // although the cut text would be shorter: meant
+    EXPECT_EQ(truncated("1234567", 3), "1234567"); // although the cut text would be shorter: meant so
     EXPECT_EQ(truncated("12345678", 3), "123...");
     EXPECT_EQ(truncated("12345", 0), "...");
     EXPECT_EQ(truncated("1234", 0), "1234");

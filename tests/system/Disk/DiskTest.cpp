@@ -695,7 +695,7 @@ TEST_F(DiskModel, GivesAVolumesUsageInPercent) {
         int percent;
     };
     const std::vector<Case> cases = {{1000, 400, 60}, {3, 1, 66}, {1000, 1, 99}, {1000, 0, 100},
-                                     {1000, 1000, 0}, {0, 0, 0},  {10, 11, 246}, // -10 percent in 8 bits; meant
+                                     {1000, 1000, 0}, {0, 0, 0},  {10, 11, 246}, // -10 percent in 8 bits: meant so
                                      {100, 0, 100}};
     for (const Case& each : cases) {
         SCOPED_TRACE(std::to_string(each.blocks) + " " + std::to_string(each.freeBlocks));
