@@ -1,8 +1,11 @@
 #!/usr/bin/env python3
-"""Asks that the installed libraries define each function and variable that the installed headers declare.
+"""Reads the declarations of the installed headers and asks that a host can use them: that the installed libraries
+define each function and variable, and that no name is ambiguous in a source with "using namespace" for sentrel and for
+one of the namespaces in it.
 
 usage: declarations.py PREFIX CLANG
 """
+import collections
 import json
 import pathlib
 import subprocess
@@ -10,9 +13,16 @@ import sys
 
 prefix, clang = pathlib.Path(sys.argv[1]), sys.argv[2]
 functions = {"FunctionDecl", "CXXMethodDecl", "CXXConstructorDecl", "CXXDestructorDecl", "CXXConversionDecl"}
+types = {"CXXRecordDecl", "ClassTemplateDecl", "EnumDecl", "TypeAliasDecl", "TypedefDecl", "TypeAliasTemplateDecl",
+         "ConceptDecl"}
+
+# The probes' pointer System and the registry's class System live side by side: that is meant. A host that says
+# "System::shared()" gets the class in any case.
+ambiguous_on_purpose = {"System"}
 
 defined_here = set()  # inline, by the compiler, or not at all on purpose
 declared = {}  # the name that the linker knows: the name in the source
+names = collections.defaultdict(lambda: collections.defaultdict(set))  # namespace: name: the kinds or types it has
 
 
 def is_defined(node):
@@ -36,6 +46,8 @@ def read(node, scope):
             defined_here.add(node.get("mangledName"))
         elif "mangledName" in node:
             declared[node["mangledName"]] = f"{scope}::{name}"
+    if kind in functions or kind in types or kind == "VarDecl":
+        names[scope][name].add(node["type"]["qualType"] if kind in functions else kind)
 
 
 headers = sorted(path.relative_to(prefix / "include") for path in (prefix / "include").rglob("*.h"))
@@ -58,7 +70,13 @@ for library in prefix.rglob("libSentrelKit*"):
 
 failures = [f"{source} is declared in an installed header, but no library defines it ({name})"
             for name, source in declared.items() if name not in defined_here | exported]
-if len(declared) < 500:
+for scope in ("sentrel::platform", "sentrel::probes"):
+    for name in (names["sentrel"].keys() & names[scope].keys()) - ambiguous_on_purpose:
+        kinds = names["sentrel"][name], names[scope][name]
+        # Functions are overloads of each other unless they take the same.
+        if kinds[0] & kinds[1] or (kinds[0] | kinds[1]) & (types | {"VarDecl"}):
+            failures.append(f"{name} is ambiguous between sentrel and {scope}")
+if len(declared) < 500 or any(len(names[scope]) < 10 for scope in ("sentrel", "sentrel::platform", "sentrel::probes")):
     failures.append("the headers declare next to nothing")
 print("\n".join(failures))
 sys.exit(1 if failures else 0)

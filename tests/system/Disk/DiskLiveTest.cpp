@@ -9,6 +9,7 @@
 
 #include <SentrelKit/platform/DispatchQueue.h>
 #include <SentrelKit/platform/Platform.h>
+#include <SentrelKit/platform/VolumeService.h>
 #include <SentrelKit/probes/SystemManager.h>
 #include <algorithm>
 #include <array>

@@ -14,6 +14,7 @@
 
 #include <SentrelKit/platform/DispatchQueue.h>
 #include <SentrelKit/platform/Platform.h>
+#include <SentrelKit/platform/VolumeService.h>
 #include <SentrelKit/platform/linux/volumes/DiskRemoval.h>
 #include <atomic>
 #include <chrono>
