@@ -19,7 +19,7 @@
 #include <SentrelKit/views/detail/AddressSyntax.h>
 #include <SentrelKit/views/drawing/cairo/CairoCanvas.h>
 
-#include <tests/views/TextRendererSuppressions.h>
+#include "tests/views/TextRendererSuppressions.h"
 
 #include <cairo.h>
 

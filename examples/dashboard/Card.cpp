@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "Card.h"
+#include "examples/dashboard/Card.h"
 
-#include "Labels.h"
-#include "RingPanel.h"
-#include "Table.h"
-#include "Texts.h"
-#include "VolumePanel.h"
+#include "examples/dashboard/Labels.h"
+#include "examples/dashboard/RingPanel.h"
+#include "examples/dashboard/Table.h"
+#include "examples/dashboard/Texts.h"
+#include "examples/dashboard/VolumePanel.h"
 
 #include <SentrelKit/system/Formatting.h>
 #include <SentrelKit/system/Time.h>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "Labels.h"
+#include "examples/dashboard/Labels.h"
 
 #include <SentrelKit/views/FUIColor.h>
 #include <SentrelKit/views/FUIFont.h>

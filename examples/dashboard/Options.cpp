@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "Options.h"
+#include "examples/dashboard/Options.h"
 
-#include "TerminalText.h"
+#include "examples/dashboard/TerminalText.h"
 
 #include <cmath>
 #include <cstdio>

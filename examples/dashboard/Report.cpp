@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "Report.h"
+#include "examples/dashboard/Report.h"
 
-#include "TerminalText.h"
-#include "Texts.h"
+#include "examples/dashboard/TerminalText.h"
+#include "examples/dashboard/Texts.h"
 
 #include <SentrelKit/system/Formatting.h>
 #include <SentrelKit/system/Time.h>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "Table.h"
+#include "examples/dashboard/Table.h"
 
 #include <SentrelKit/views/GaugeCircleChart.h>
 

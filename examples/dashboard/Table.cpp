@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "Table.h"
+#include "examples/dashboard/Table.h"
 
-#include "Labels.h"
+#include "examples/dashboard/Labels.h"
 
 namespace dashboard {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "TerminalText.h"
+#include "examples/dashboard/TerminalText.h"
 
 #include <cstddef>
 

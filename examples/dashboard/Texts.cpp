@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "Texts.h"
+#include "examples/dashboard/Texts.h"
 
 #include <SentrelKit/system/Formatting.h>
 

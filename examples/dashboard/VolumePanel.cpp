@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "VolumePanel.h"
+#include "examples/dashboard/VolumePanel.h"
 
-#include "Labels.h"
-#include "Table.h"
-#include "Texts.h"
+#include "examples/dashboard/Labels.h"
+#include "examples/dashboard/Table.h"
+#include "examples/dashboard/Texts.h"
 
 #include <algorithm>
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // The example host: measures this machine for a few seconds, prints the figures and draws them.
-#include "Card.h"
-#include "Options.h"
-#include "Report.h"
-#include "TerminalText.h"
+#include "examples/dashboard/Card.h"
+#include "examples/dashboard/Options.h"
+#include "examples/dashboard/Report.h"
+#include "examples/dashboard/TerminalText.h"
 
 #include <SentrelKit/SentrelKit.h>
 

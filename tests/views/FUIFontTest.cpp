@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/views/FUIFont.h>
 
-#include <tests/support/TemporaryFolder.h>
+#include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 

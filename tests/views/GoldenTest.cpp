@@ -5,7 +5,7 @@
 
 #include "tests/support/Fixtures.h"
 
-#include <tests/support/TemporaryFolder.h>
+#include "tests/support/TemporaryFolder.h"
 
 #include <cairo.h>
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/base/io/OutputStream.h>
 
-#include <tests/support/Loopback.h>
-#include <tests/support/Stops.h>
+#include "tests/support/Loopback.h"
+#include "tests/support/Stops.h"
 
 #include <csignal>
 #include <cstdarg>

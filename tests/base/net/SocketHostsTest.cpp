@@ -3,9 +3,9 @@
 
 #include <SentrelKit/base/net/Socket.h>
 
+#include "tests/support/Loopback.h"
+#include "tests/support/TemporaryFolder.h"
 #include <SentrelKit/base/system/Net.h>
-#include <tests/support/Loopback.h>
-#include <tests/support/TemporaryFolder.h>
 
 #include <csignal>
 #include <functional>

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/base/net/Socket.h>
 
+#include "tests/support/Loopback.h"
+#include "tests/support/Stops.h"
 #include <SentrelKit/base/io/InputStream.h>
 #include <SentrelKit/base/io/OutputStream.h>
 #include <SentrelKit/base/system/Net.h>
-#include <tests/support/Loopback.h>
-#include <tests/support/Stops.h>
 
 #include <atomic>
 #include <csignal>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/base/system/Mem.h>
 
-#include <tests/support/Stops.h>
+#include "tests/support/Stops.h"
 
 #include <cerrno>
 #include <cstdint>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/base/system/Net.h>
 
-#include <tests/support/Loopback.h>
-#include <tests/support/Stops.h>
+#include "tests/support/Loopback.h"
+#include "tests/support/Stops.h"
 
 #include <atomic>
 #include <csignal>

@@ -2,7 +2,7 @@
 #include <SentrelKit/base/system/Assert.h>
 #include <SentrelKit/base/system/System.h>
 
-#include <tests/support/Stops.h>
+#include "tests/support/Stops.h"
 
 #include <cerrno>
 #include <string>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/base/util/Str.h>
 
+#include "tests/support/Stops.h"
 #include <SentrelKit/base/system/Mem.h>
-#include <tests/support/Stops.h>
 
 #include <cstring>
 #include <string>

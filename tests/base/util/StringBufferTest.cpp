@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/base/util/StringBuffer.h>
 
-#include <tests/support/Stops.h>
+#include "tests/support/Stops.h"
 
 #include <string>
 

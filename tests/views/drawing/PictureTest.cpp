@@ -2,7 +2,7 @@
 #include <SentrelKit/views/GaugeCircleChart.h>
 #include <SentrelKit/views/drawing/Picture.h>
 
-#include <tests/support/TemporaryFolder.h>
+#include "tests/support/TemporaryFolder.h"
 
 #include <cairo.h>
 #include <gtest/gtest.h>

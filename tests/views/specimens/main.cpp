@@ -2,8 +2,8 @@
 // Renders every specimen sheet into a folder, at both resolutions: for the pixel check, and to make the golden pictures
 // anew (look at each before it is committed).
 
-#include <tests/views/Specimens.h>
-#include <tests/views/TextRendererSuppressions.h>
+#include "tests/views/Specimens.h"
+#include "tests/views/TextRendererSuppressions.h"
 
 #include <cstdio>
 

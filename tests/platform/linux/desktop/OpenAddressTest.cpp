@@ -4,9 +4,9 @@
 #include <SentrelKit/platform/linux/desktop/LinuxDesktop.h>
 #include <SentrelKit/platform/linux/dispatch/LinuxDispatch.h>
 
-#include <tests/support/Eventually.h>
-#include <tests/support/MainLoop.h>
-#include <tests/support/TemporaryFolder.h>
+#include "tests/support/Eventually.h"
+#include "tests/support/MainLoop.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
