@@ -3,6 +3,7 @@
 
 #include <SentrelKit/system/Disk/Disk.h>
 
+#include "tests/support/Eventually.h"
 #include "tests/support/HangingFileSystem.h"
 #include "tests/support/LoopDisk.h"
 #include "tests/support/MountNamespace.h"
@@ -17,14 +18,12 @@
 #include <cstdint>
 #include <fcntl.h>
 #include <fstream>
-#include <functional>
 #include <gtest/gtest.h>
 #include <sstream>
 #include <string>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
-#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -36,17 +35,6 @@ using SteadyClock = std::chrono::steady_clock;
 using VolumePointer = std::shared_ptr<Disk::Volume>;
 
 const testing::Environment* const ownNamespace = testing::AddGlobalTestEnvironment(new OwnMountNamespace);
-
-// Waits for something that the model learns on another thread; false if it takes longer than a test may take.
-bool comesTrue(const std::function<bool()>& condition) {
-    const SteadyClock::time_point end = SteadyClock::now() + 30s;
-    while (!condition()) {
-        if (SteadyClock::now() > end)
-            return false;
-        std::this_thread::sleep_for(2ms);
-    }
-    return true;
-}
 
 VolumePointer find(const Disk& disk, const std::string& device) {
     const Disk::Volumes volumes = disk.volumes();
@@ -124,7 +112,7 @@ TEST_F(LiveDisk, ShowsALoopMountedImageWithinASecondByItsLabel) {
     for (int i = 0; i < 3; ++i) {
         const SteadyClock::time_point begin = SteadyClock::now();
         image.mount();
-        ASSERT_TRUE(comesTrue([&] { return find(disk, image.device()) != nullptr; }));
+        ASSERT_TRUE(eventually([&] { return find(disk, image.device()) != nullptr; }));
         fastest = std::min(fastest, SteadyClock::now() - begin);
         const VolumePointer volume = find(disk, image.device());
         EXPECT_EQ(volume->name(), "LIVE VOL");
@@ -133,7 +121,7 @@ TEST_F(LiveDisk, ShowsALoopMountedImageWithinASecondByItsLabel) {
         EXPECT_EQ(volume->model(), "unknown");
         EXPECT_FALSE(volume->isRootFS());
         image.unmount();
-        ASSERT_TRUE(comesTrue([&] { return find(disk, image.device()) == nullptr; }));
+        ASSERT_TRUE(eventually([&] { return find(disk, image.device()) == nullptr; }));
     }
     EXPECT_LT(fastest, 1s);
 }
@@ -183,7 +171,7 @@ TEST_F(LiveDisk, FollowsANewLabel) {
     ASSERT_TRUE(volume);
     EXPECT_EQ(volume->name(), "BEFORE");
     image.setLabel("AFTER");
-    EXPECT_TRUE(comesTrue([&] { return volume->name() == "AFTER"; }));
+    EXPECT_TRUE(eventually([&] { return volume->name() == "AFTER"; }));
     EXPECT_EQ(find(disk, image.device()), volume);
     EXPECT_EQ(volume->path(), image.path());
 }
@@ -196,10 +184,10 @@ TEST_F(LiveDisk, KeepsAVolumesObjectWhileASecondOneComesAndGoes) {
     const VolumePointer volume = find(disk, first.device());
     ASSERT_TRUE(volume);
     second.mount();
-    ASSERT_TRUE(comesTrue([&] { return find(disk, second.device()) != nullptr; }));
+    ASSERT_TRUE(eventually([&] { return find(disk, second.device()) != nullptr; }));
     EXPECT_EQ(find(disk, first.device()), volume);
     second.unmount();
-    ASSERT_TRUE(comesTrue([&] { return find(disk, second.device()) == nullptr; }));
+    ASSERT_TRUE(eventually([&] { return find(disk, second.device()) == nullptr; }));
     EXPECT_EQ(find(disk, first.device()), volume);
 }
 
@@ -223,7 +211,7 @@ TEST_F(LiveDisk, MissesNotTheLastStateAfterAThousandMounts) {
         ASSERT_EQ(::umount2(busy.c_str(), 0), 0);
     }
     image.mount();
-    EXPECT_TRUE(comesTrue([&] { return find(disk, image.device()) != nullptr; }));
+    EXPECT_TRUE(eventually([&] { return find(disk, image.device()) != nullptr; }));
 }
 
 TEST_F(LiveDisk, ReadsAMountPointWithBlanksLineFeedsAndBackslashes) {
@@ -320,7 +308,7 @@ TEST_F(LiveDisk, WorksOnBesideALocalDiskBelowAFileSystemThatStoppedAnswering) {
         ASSERT_TRUE(find(*disk, below.device()));
         EXPECT_FALSE(find(*disk, below.device())->smartStatus());
         image.setLabel("AFTER");
-        EXPECT_TRUE(comesTrue([&] { return find(*disk, image.device())->name() == "AFTER"; }));
+        EXPECT_TRUE(eventually([&] { return find(*disk, image.device())->name() == "AFTER"; }));
         disk->update();
     }));
     const VolumePointer volume = find(*disk, below.device());
@@ -328,7 +316,7 @@ TEST_F(LiveDisk, WorksOnBesideALocalDiskBelowAFileSystemThatStoppedAnswering) {
     EXPECT_EQ(volume->path(), above.inside());
     EXPECT_EQ(volume->total(), 0);
     above.answer();
-    EXPECT_TRUE(comesTrue([&] {
+    EXPECT_TRUE(eventually([&] {
         disk->update();
         return volume->total() > 0;
     }));
@@ -346,7 +334,7 @@ TEST_F(LiveDisk, TakesTheTotalOfAShareThatAnswersLate) {
     ASSERT_TRUE(volume);
     EXPECT_EQ(volume->total(), 0);
     share.answer();
-    EXPECT_TRUE(comesTrue([&] {
+    EXPECT_TRUE(eventually([&] {
         disk.update();
         return volume->total() > 0;
     }));

@@ -23,6 +23,7 @@
 #include <functional>
 #include <grp.h>
 #include <memory>
+#include <numeric>
 #include <stdexcept>
 #include <string>
 #include <sys/epoll.h>
@@ -209,25 +210,25 @@ TEST(BackgroundPool, TicksGoOnOnceThoseThatBlockedReturn) {
     EXPECT_TRUE(ticked.await(3));
 }
 
+// How often each thread of the pool has gone to sleep.
+std::vector<long> poolSwitches() {
+    std::vector<long> all;
+    for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+        std::ifstream status(task.path() / "status");
+        std::string line;
+        bool ours = false;
+        while (std::getline(status, line)) {
+            ours = ours || line == "Name:\tsentrel-bg";
+            if (ours && line.starts_with("voluntary_ctxt_switches:"))
+                all.push_back(std::stol(line.substr(line.find('\t'))));
+        }
+    }
+    std::sort(all.begin(), all.end());
+    return all;
+}
+
 // Samples were run by as many threads as happened to be free, each of which woke another one up first.
 TEST(BackgroundPool, QuickTicksNeedOneThreadThatWakesUpAndOneThatSleeps) {
-    struct Switches {
-        static std::vector<long> read() {
-            std::vector<long> all;
-            for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
-                std::ifstream status(task.path() / "status");
-                std::string line;
-                bool ours = false;
-                while (std::getline(status, line)) {
-                    ours = ours || line == "Name:\tsentrel-bg";
-                    if (ours && line.starts_with("voluntary_ctxt_switches:"))
-                        all.push_back(std::stol(line.substr(line.find('\t'))));
-                }
-            }
-            std::sort(all.begin(), all.end());
-            return all;
-        }
-    };
     Event ticked;
     LinuxDispatch dispatch;
     std::vector<std::unique_ptr<RepeatingTimer>> timers;
@@ -236,11 +237,11 @@ TEST(BackgroundPool, QuickTicksNeedOneThreadThatWakesUpAndOneThatSleeps) {
         timers.back()->resume();
     }
     ASSERT_TRUE(ticked.await(20));
-    ASSERT_TRUE(eventually([] { return Switches::read().size() == 2; }));
-    const std::vector<long> before = Switches::read();
+    ASSERT_TRUE(eventually([] { return poolSwitches().size() == 2; }));
+    const std::vector<long> before = poolSwitches();
     const int ticksBefore = ticked.count();
     ASSERT_TRUE(ticked.await(ticksBefore + 200));
-    const std::vector<long> after = Switches::read();
+    const std::vector<long> after = poolSwitches();
     const int ticks = ticked.count() - ticksBefore;
     ASSERT_EQ(after.size(), 2U) << "no other thread was needed";
     // A loaded machine may make a tick late, so that the second thread looks after it.
@@ -351,6 +352,12 @@ long processorMilliseconds() {
     return time.tv_sec * 1000 + time.tv_nsec / millisecond;
 }
 
+long wakeUpsOfProcess() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_nvcsw;
+}
+
 class BackgroundPoolShortage : public testing::Test {
 protected:
     void SetUp() override {
@@ -385,11 +392,25 @@ protected:
         return setDescriptors(limit.rlim_max);
     }
 
-    // While nothing can be had: too little time to tell, far too much to spin.
-    static bool isQuiet() {
-        const long before = processorMilliseconds();
-        std::this_thread::sleep_for(std::chrono::milliseconds(1200));
-        return processorMilliseconds() - before < 200;
+    // While nothing can be had: a few wake-ups for each tick, not one after the other.
+    static bool isQuietBetweenTicks(Event& ticked) {
+        constexpr int ticks = 12;
+        const long wakeUpsBefore = wakeUpsOfProcess();
+        const long timeBefore = processorMilliseconds();
+        return ticked.await(ticked.count() + ticks) && wakeUpsOfProcess() - wakeUpsBefore <= ticks * 10 &&
+               processorMilliseconds() - timeBefore < 200;
+    }
+
+    // The same without any tick: the pool's thread wakes up to ask again, and sleeps between.
+    static bool asksAgainAndSleeps() {
+        const auto wakeUps = [] {
+            const std::vector<long> all = poolSwitches();
+            return std::accumulate(all.begin(), all.end(), 0L);
+        };
+        const auto start = std::chrono::steady_clock::now();
+        const long before = wakeUps();
+        return eventually([&] { return wakeUps() >= before + 3; }) &&
+               std::chrono::steady_clock::now() - start >= std::chrono::milliseconds(200);
     }
 
 private:
@@ -427,7 +448,7 @@ TEST_F(BackgroundPoolShortage, TimersTickThroughAShortageOfDescriptorsAndWatches
             const auto timer = dispatch.backgroundQueue()->makeTimer(100 * millisecond, [&] { ticked.happened(); });
             timer->resume();
             dispatch.backgroundQueue()->after(50 * millisecond, [&] { ticked.happened(); });
-            if (!ticked.await(4) || !isQuiet() || !giveDescriptors())
+            if (!ticked.await(4) || !isQuietBetweenTicks(ticked) || !giveDescriptors())
                 return false;
             const auto recovery = std::chrono::steady_clock::now();
             eventfd_write(descriptor.get(), 1);
@@ -473,7 +494,7 @@ TEST_F(BackgroundPoolShortage, TicksNeedNoFurtherThreadAndClosuresRunOnceThereIs
             return false;
         queue->async([&] { ran.happened(); });
         timer->suspend();
-        if (!isQuiet() || ran.count() != 0 || !giveThreads())
+        if (!asksAgainAndSleeps() || ran.count() != 0 || !giveThreads())
             return false;
         const auto recovery = std::chrono::steady_clock::now();
         return ran.await() && std::chrono::steady_clock::now() - recovery < std::chrono::seconds(1);

@@ -4,6 +4,7 @@
 #include <SentrelKit/base/system/Net.h>
 #include <SentrelKit/platform/linux/dispatch/LinuxDispatch.h>
 
+#include "tests/support/Eventually.h"
 #include "tests/support/Fixtures.h"
 #include "tests/support/NetworkNamespace.h"
 #include "tests/support/PrivateBus.h"
@@ -12,7 +13,6 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
-#include <chrono>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <map>
@@ -35,18 +35,6 @@ struct Listed {
     std::int64_t bytesOut = 0;
     std::vector<std::string> addresses;
 };
-
-/// The kernel tells of carriers a moment after they changed.
-template <class Condition>
-bool eventually(Condition&& condition) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
-}
 
 /// The service in a network namespace of its own, on this thread.
 class LinuxNetworkServiceTest : public testing::Test {
