@@ -2,8 +2,8 @@
 #include <SentrelKit/platform/linux/dispatch/BackgroundPool.h>
 
 #include <SentrelKit/base/system/System.h>
+#include <SentrelKit/platform/linux/common/MonotonicTime.h>
 #include <SentrelKit/platform/linux/common/OwnThread.h>
-#include <SentrelKit/platform/linux/dispatch/MonotonicTime.h>
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/dispatch/MainQueue.h>
 
-#include <SentrelKit/platform/linux/dispatch/MonotonicTime.h>
+#include <SentrelKit/platform/linux/common/MonotonicTime.h>
 #include <SentrelKit/platform/support/QueueTimer.h>
 
 #include <atomic>

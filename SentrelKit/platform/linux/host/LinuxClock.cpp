@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/host/LinuxClock.h>
 
-#include <SentrelKit/platform/linux/dispatch/MonotonicTime.h>
+#include <SentrelKit/platform/linux/common/MonotonicTime.h>
 
 namespace sentrel::platform {
 
