@@ -1,39 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/common/SystemRoot.h>
 
+#include <SentrelKit/platform/linux/common/File.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 
 namespace sentrel::platform {
-
-namespace {
-
-UniqueFd openForReading(const std::string& path) {
-    int fd;
-    do
-        fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
-    while (fd < 0 && errno == EINTR);
-    return UniqueFd(fd);
-}
-
-// Fills the buffer from the file's start; the count, or -1 with errno set.
-ssize_t readFromStart(int fd, char* buffer, std::size_t size) noexcept {
-    std::size_t filled = 0;
-    while (filled < size) {
-        const ssize_t count = ::pread(fd, buffer + filled, size - filled, static_cast<off_t>(filled));
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count < 0)
-            return -1;
-        if (count == 0)
-            break;
-        filled += static_cast<std::size_t>(count);
-    }
-    return static_cast<ssize_t>(filled);
-}
-
-} // namespace
 
 SystemRoot::SystemRoot(std::string folder) : prefix_(std::move(folder)) {
     while (!prefix_.empty() && prefix_.back() == '/')
@@ -49,7 +23,7 @@ std::string SystemRoot::path(std::string_view absolute) const {
 }
 
 UniqueFd SystemRoot::open(std::string_view absolute) const {
-    return openForReading(path(absolute));
+    return openAt(AT_FDCWD, path(absolute).c_str());
 }
 
 std::optional<std::string> SystemRoot::read(std::string_view absolute, std::size_t limit) const {
@@ -60,16 +34,12 @@ std::optional<std::string> SystemRoot::read(std::string_view absolute, std::size
     while (content.size() < limit) {
         const std::size_t filled = content.size();
         content.resize(std::min(limit, filled + 4096));
-        const ssize_t count =
-            ::pread(file.get(), content.data() + filled, content.size() - filled, static_cast<off_t>(filled));
-        if (count < 0 && errno == EINTR) {
-            content.resize(filled);
-            continue;
-        }
-        if (count < 0)
+        const std::optional<std::size_t> count =
+            readAt(file.get(), std::span(content).subspan(filled), static_cast<off_t>(filled));
+        if (!count)
             return std::nullopt;
-        content.resize(filled + static_cast<std::size_t>(count));
-        if (count == 0)
+        content.resize(filled + *count);
+        if (*count == 0)
             break;
     }
     return content;
@@ -88,19 +58,26 @@ std::optional<std::string> SystemRoot::readLine(std::string_view absolute) const
 
 KeptFile::KeptFile(const SystemRoot& root, std::string_view absolute) : path_(root.path(absolute)) {}
 
-std::optional<std::string_view> KeptFile::read(std::span<char> buffer) noexcept {
-    if (!fd_)
-        fd_ = openForReading(path_);
-    if (!fd_)
-        return std::nullopt;
-    const ssize_t count = readFromStart(fd_.get(), buffer.data(), buffer.size());
-    if (count < 0) {
-        const int reason = errno;
-        fd_.reset();
-        errno = reason;
-        return std::nullopt;
+std::optional<std::string_view> KeptFile::readBy(Reading reading, std::span<char> buffer) noexcept {
+    std::optional<std::size_t> count = file_ ? reading(file_.get(), buffer) : std::nullopt;
+    if (!count) { // at first, and when another file took the name
+        file_ = openAt(AT_FDCWD, path_.c_str());
+        count = file_ ? reading(file_.get(), buffer) : std::nullopt;
     }
-    return std::string_view(buffer.data(), static_cast<std::size_t>(count));
+    if (count)
+        return std::string_view(buffer.data(), *count);
+    const int reason = errno;
+    file_.reset();
+    errno = reason;
+    return std::nullopt;
+}
+
+std::optional<std::string_view> KeptFile::read(std::span<char> buffer) noexcept {
+    return readBy(readOnce, buffer);
+}
+
+std::optional<std::string_view> KeptFile::readTable(std::span<char> buffer) noexcept {
+    return readBy(readToEnd, buffer);
 }
 
 } // namespace sentrel::platform

@@ -44,13 +44,21 @@ class KeptFile {
 public:
     KeptFile(const SystemRoot& root, std::string_view absolute);
 
-    /// Reads the file's first bytes into the buffer and returns them; absent, with errno set, if it cannot be read. A
-    /// descriptor that fails is closed, and the next call opens the file anew.
+    /// Reads the file's first bytes into the buffer, with one system call, and returns them; absent, with errno set, if
+    /// it cannot be read. A descriptor that fails is closed and the file opened anew, at once. For files that come
+    /// whole (`readOnce`).
     [[nodiscard]] std::optional<std::string_view> read(std::span<char> buffer) noexcept;
 
+    /// The same for a table of /proc, which comes a page at a time.
+    [[nodiscard]] std::optional<std::string_view> readTable(std::span<char> buffer) noexcept;
+
 private:
+    using Reading = std::optional<std::size_t> (*)(int file, std::span<char> buffer) noexcept;
+
+    [[nodiscard]] std::optional<std::string_view> readBy(Reading reading, std::span<char> buffer) noexcept;
+
     std::string path_;
-    UniqueFd fd_;
+    UniqueFd file_;
 };
 
 } // namespace sentrel::platform

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/graphics/LinuxGraphicsService.h>
 
+#include <SentrelKit/platform/linux/common/File.h>
 #include <SentrelKit/platform/linux/common/Folder.h>
 #include <SentrelKit/platform/linux/graphics/HardwareDatabase.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <charconv>
@@ -13,7 +13,6 @@
 #include <fcntl.h>
 #include <string>
 #include <string_view>
-#include <unistd.h>
 #include <utility>
 
 namespace sentrel::platform {
@@ -60,19 +59,13 @@ std::array<std::uint8_t, 4> deviceIDOf(std::uint16_t device) noexcept {
     return {static_cast<std::uint8_t>(device & 0xff), static_cast<std::uint8_t>(device >> 8), 0, 0};
 }
 
-UniqueFd openFolder(const std::string& path) {
-    return UniqueFd(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-}
-
 /// A one-line file below an entry of an open folder, read without memory from the heap; empty if it cannot be read.
 class EntryLine {
 public:
     EntryLine(int folder, std::string_view entry, const char* file) noexcept {
         std::array<char, std::size_t{2} * NAME_MAX> path;
         std::snprintf(path.data(), path.size(), "%.*s/%s", static_cast<int>(entry.size()), entry.data(), file);
-        const UniqueFd line(::openat(folder, path.data(), O_RDONLY | O_CLOEXEC));
-        const ssize_t size = line ? ::read(line.get(), content_.data(), content_.size()) : 0;
-        text_ = std::string_view(content_.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
+        text_ = readFileAt(folder, path.data(), content_).value_or(std::string_view());
         text_ = text_.substr(0, text_.find_last_not_of(" \t\r\n") + 1);
     }
     EntryLine(const EntryLine&) = delete;
@@ -113,7 +106,7 @@ bool isBootDisplay(int folder, std::string_view entry, const char* file) noexcep
 // A connector is named after its card: "card0-HDMI-A-1".
 std::optional<std::uint16_t> connectedDisplay(const std::string& path) {
     BestDisplay best;
-    const UniqueFd cards = openFolder(path);
+    const UniqueFd cards = openAt(AT_FDCWD, path.c_str(), O_DIRECTORY);
     static_cast<void>(forEachName(cards.get(), [&](std::string_view connector) {
         const std::size_t dash = connector.find('-');
         if (!connector.starts_with("card") || dash == std::string_view::npos ||
@@ -128,7 +121,7 @@ std::optional<std::uint16_t> connectedDisplay(const std::string& path) {
 
 std::optional<std::uint16_t> bootDisplay(const std::string& path) {
     BestDisplay best;
-    const UniqueFd devices = openFolder(path);
+    const UniqueFd devices = openAt(AT_FDCWD, path.c_str(), O_DIRECTORY);
     static_cast<void>(forEachName(devices.get(), [&](std::string_view device) {
         if (!isBootDisplay(devices.get(), device, "boot_vga"))
             return;

@@ -148,7 +148,7 @@ std::optional<VirtualMemoryCounters> LinuxHostService::virtualMemory() noexcept 
     if (!info)
         return std::nullopt;
     std::array<char, 16384> buffer;
-    const std::optional<std::string_view> content = vmStat_.read(buffer);
+    const std::optional<std::string_view> content = vmStat_.readTable(buffer);
     const VmStat stat = content ? parseVmStat(wholeLines(*content, buffer.size())) : VmStat();
     return memoryCounters(*info, stat, compressedBytes(*info, stat));
 }

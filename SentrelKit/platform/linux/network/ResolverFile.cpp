@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/network/ResolverFile.h>
 
+#include <SentrelKit/platform/linux/common/File.h>
+
 #include <arpa/inet.h>
 #include <array>
 #include <cerrno>
-#include <climits>
 #include <cstdint>
 #include <cstring>
 #include <netinet/in.h>
@@ -49,13 +50,12 @@ std::string nameOf(const std::string& path) {
     return path.substr(path.rfind('/') + 1);
 }
 
-std::optional<std::string> targetOf(const std::string& path) {
-    std::array<char, PATH_MAX> target{};
-    const ssize_t length = ::readlink(path.c_str(), target.data(), target.size());
-    if (length <= 0)
+// The path that a symbolic link names.
+std::optional<std::string> pathBehind(const std::string& link) {
+    std::optional<std::string> target = linkTarget(link);
+    if (!target || target->empty())
         return std::nullopt;
-    const std::string text(target.data(), static_cast<std::size_t>(length));
-    return text.front() == '/' ? text : folderOf(path) + "/" + text;
+    return target->front() == '/' ? target : folderOf(link) + "/" + *target;
 }
 
 bool onlyLocalService(const std::vector<std::string>& servers) {
@@ -134,7 +134,7 @@ void ResolverFileWatch::watchFile(std::string path) {
                 continue;
             return;
         }
-        if (auto target = targetOf(path)) {
+        if (auto target = pathBehind(path)) {
             path = std::move(*target);
             continue;
         }

@@ -3,6 +3,7 @@
 
 #include <SentrelKit/base/system/System.h>
 #include <SentrelKit/platform/detail/KeyedArchive.h>
+#include <SentrelKit/platform/linux/common/File.h>
 #include <SentrelKit/platform/linux/preferences/PropertyListFormat.h>
 
 #include <algorithm>
@@ -121,22 +122,6 @@ private:
     bool held_ = false;
 };
 
-bool readAll(int fd, std::vector<std::uint8_t>& bytes) noexcept {
-    std::size_t done = 0;
-    while (done < bytes.size()) {
-        const ssize_t got = ::pread(fd, bytes.data() + done, bytes.size() - done, static_cast<off_t>(done));
-        if (got < 0 && errno == EINTR)
-            continue;
-        if (got < 0)
-            return false;
-        if (got == 0)
-            break;
-        done += static_cast<std::size_t>(got);
-    }
-    bytes.resize(done);
-    return true;
-}
-
 bool writeAll(int fd, const PropertyList::Bytes& bytes) noexcept {
     std::size_t done = 0;
     while (done < bytes.size()) {
@@ -159,8 +144,10 @@ PreferenceFile::Content load(int fd, const struct stat& status) {
         return nullptr;
     }
     std::vector<std::uint8_t> bytes(static_cast<std::size_t>(status.st_size));
-    if (!readAll(fd, bytes))
+    const auto size = readToEnd(fd, {reinterpret_cast<char*>(bytes.data()), bytes.size()});
+    if (!size)
         return nullptr;
+    bytes.resize(*size); // it may have become shorter meanwhile
     if (bytes.empty())
         return emptyContent();
     auto value = decodePropertyList(bytes);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/processes/ProcessFiles.h>
 
+#include <SentrelKit/platform/linux/common/File.h>
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -98,14 +100,6 @@ using ProcessPath = std::array<char, 40>;
 const char* processPath(ProcessPath& path, std::int32_t id, const char* name) noexcept {
     std::snprintf(path.data(), path.size(), "%d/%s", id, name);
     return path.data();
-}
-
-UniqueFd openAt(int folder, const char* name, int flags) noexcept {
-    int fd;
-    do
-        fd = ::openat(folder, name, O_RDONLY | O_CLOEXEC | flags);
-    while (fd < 0 && errno == EINTR);
-    return UniqueFd(fd);
 }
 
 // The kernel's record of getdents64(2), whose type the C library keeps to itself.
@@ -263,16 +257,7 @@ std::optional<std::string_view> ProcessFiles::read(std::int32_t id, const char* 
     ProcessPath path;
     if (!open())
         return std::nullopt;
-    const UniqueFd file = openAt(folder_.get(), processPath(path, id, name), 0);
-    if (!file)
-        return std::nullopt;
-    ssize_t count;
-    do
-        count = ::read(file.get(), buffer_.data(), buffer_.size());
-    while (count < 0 && errno == EINTR);
-    if (count < 0)
-        return std::nullopt;
-    return std::string_view(buffer_.data(), static_cast<std::size_t>(count));
+    return readFileAt(folder_.get(), processPath(path, id, name), buffer_);
 }
 
 std::optional<ProcessStat> ProcessFiles::stat(std::int32_t id) noexcept {

@@ -7,7 +7,11 @@
 
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
 
 namespace sentrel::platform {
 namespace {
@@ -86,6 +90,34 @@ TEST(KeptFile, TriesAgainAfterAFailure) {
     EXPECT_EQ(errno, ENOENT);
     folder.write("proc/stat", "there");
     EXPECT_EQ(file.read(buffer), "there");
+}
+
+TEST(KeptFile, OpensTheFileAnewWhenItsDescriptorFails) {
+    // What a process tells of itself cannot be read any more once it has ended; here another file then has the name.
+    const TemporaryFolder folder;
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::pause();
+        ::_exit(0);
+    }
+    folder.link("proc/stat", "/proc/" + std::to_string(child) + "/stat");
+    KeptFile file{SystemRoot(folder.path()), "/proc/stat"};
+    std::array<char, 512> buffer{};
+    EXPECT_TRUE(file.read(buffer));
+    ::kill(child, SIGKILL);
+    ::waitpid(child, nullptr, 0);
+    EXPECT_EQ(file.read(buffer), std::nullopt);
+    EXPECT_TRUE(errno == ENOENT || errno == ESRCH) << errno;
+    folder.remove("proc/stat");
+    folder.write("proc/stat", "another");
+    EXPECT_EQ(file.read(buffer), "another");
+}
+
+TEST(KeptFile, ReadsATableWhole) {
+    KeptFile file{SystemRoot(), "/proc/self/maps"};
+    std::vector<char> buffer(std::size_t{1} << 20);
+    const std::size_t page = file.read(buffer).value().size();
+    EXPECT_LT(page, file.readTable(buffer).value().size());
 }
 
 } // namespace
