@@ -3,7 +3,7 @@
 
 #include <SentrelKit/platform/linux/common/SystemRoot.h>
 
-#include <cerrno>
+#include <array>
 #include <cstddef>
 #include <dirent.h>
 #include <optional>
@@ -13,28 +13,28 @@
 
 namespace sentrel::platform {
 
+/// Lists an open folder from where its descriptor stands, in the kernel's order, "." and ".." left out. Takes no memory
+/// from the heap.
+class FolderReader {
+public:
+    /// The folder stays the caller's.
+    explicit FolderReader(int folder) noexcept : folder_(folder) {}
+
+    /// The next entry, good until the next call; null after the last one and, with errno set, when listing failed.
+    [[nodiscard]] const dirent64* next() noexcept;
+
+    /// Whether listing failed, once `next` gave null.
+    [[nodiscard]] bool hasFailed() const noexcept { return hasFailed_; }
+
+private:
+    const int folder_;
+    std::size_t at_ = 0;
+    std::size_t filled_ = 0;
+    bool hasFailed_ = false;
+    alignas(dirent64) std::array<char, 4096> records_; // of getdents64(2)
+};
+
 /// The names in a folder, "." and ".." left out, in byte order; absent, with errno set, if it cannot be read.
 [[nodiscard]] std::optional<std::vector<std::string>> namesIn(const SystemRoot& root, std::string_view folder);
-
-/// Calls back with each name in an open folder that was not read yet, "." and ".." left out, in the kernel's order.
-/// Takes no memory. False, with errno set, if it cannot be read.
-template <class Each>
-bool forEachName(int folder, Each&& each) {
-    alignas(dirent64) char buffer[4096];
-    for (;;) {
-        const ssize_t filled = ::getdents64(folder, buffer, sizeof buffer);
-        if (filled < 0 && errno == EINTR)
-            continue;
-        if (filled <= 0)
-            return filled == 0;
-        for (std::size_t at = 0; at < static_cast<std::size_t>(filled);) {
-            const auto* entry = reinterpret_cast<const dirent64*>(buffer + at);
-            const std::string_view name = entry->d_name;
-            if (name != "." && name != "..")
-                each(name);
-            at += entry->d_reclen;
-        }
-    }
-}
 
 } // namespace sentrel::platform

@@ -107,27 +107,31 @@ bool isBootDisplay(int folder, std::string_view entry, const char* file) noexcep
 std::optional<std::uint16_t> connectedDisplay(const std::string& path) {
     BestDisplay best;
     const UniqueFd cards = openAt(AT_FDCWD, path.c_str(), O_DIRECTORY);
-    static_cast<void>(forEachName(cards.get(), [&](std::string_view connector) {
+    FolderReader entries(cards.get());
+    while (const dirent64* entry = entries.next()) {
+        const std::string_view connector = entry->d_name;
         const std::size_t dash = connector.find('-');
         if (!connector.starts_with("card") || dash == std::string_view::npos ||
             EntryLine(cards.get(), connector, "status").text() != "connected")
-            return;
+            continue;
         const std::string_view card = connector.substr(0, dash);
         if (const auto number = pciNumber(hexadecimal(EntryLine(cards.get(), card, "device/device").text())))
             best.offer(card, isBootDisplay(cards.get(), card, "device/boot_vga"), *number);
-    }));
+    }
     return best.number();
 }
 
 std::optional<std::uint16_t> bootDisplay(const std::string& path) {
     BestDisplay best;
     const UniqueFd devices = openAt(AT_FDCWD, path.c_str(), O_DIRECTORY);
-    static_cast<void>(forEachName(devices.get(), [&](std::string_view device) {
+    FolderReader entries(devices.get());
+    while (const dirent64* entry = entries.next()) {
+        const std::string_view device = entry->d_name;
         if (!isBootDisplay(devices.get(), device, "boot_vga"))
-            return;
+            continue;
         if (const auto number = pciNumber(hexadecimal(EntryLine(devices.get(), device, "device").text())))
             best.offer(device, true, *number);
-    }));
+    }
     return best.number();
 }
 

@@ -1,24 +1,23 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/host/ProcessCount.h>
 
-#include <array>
+#include <SentrelKit/platform/linux/common/Folder.h>
+
 #include <cerrno>
-#include <cstring>
-#include <dirent.h>
 #include <fcntl.h>
 #include <limits>
 #include <sys/stat.h>
-#include <sys/syscall.h>
+#include <unistd.h>
 
 namespace sentrel::platform {
 
 namespace {
 
-bool isFolder(int parent, const char* name, unsigned char type) noexcept {
-    if (type != DT_UNKNOWN)
-        return type == DT_DIR;
+bool isFolder(int parent, const dirent64& entry) noexcept {
+    if (entry.d_type != DT_UNKNOWN)
+        return entry.d_type == DT_DIR;
     struct stat status {};
-    return ::fstatat(parent, name, &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(status.st_mode);
+    return ::fstatat(parent, entry.d_name, &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(status.st_mode);
 }
 
 } // namespace
@@ -33,30 +32,15 @@ bool ProcessCount::countStanding() noexcept {
     if (::lseek(folder_.get(), 0, SEEK_SET) != 0)
         return false;
     std::uint64_t folders = 0;
-    for (;;) {
-        // getdents64(2) itself: readdir would fill far more than the standing entries need, and allocate.
-        alignas(dirent64) std::array<char, 4096> buffer;
-        const long size = ::syscall(SYS_getdents64, folder_.get(), buffer.data(), buffer.size());
-        if (size < 0)
-            return false;
-        if (size == 0)
-            break;
-        bool processes = false;
-        for (std::size_t at = 0; at < static_cast<std::size_t>(size);) {
-            std::uint16_t length;
-            std::memcpy(&length, buffer.data() + at + offsetof(dirent64, d_reclen), sizeof length);
-            const char* name = buffer.data() + at + offsetof(dirent64, d_name);
-            const auto type = static_cast<unsigned char>(buffer[at + offsetof(dirent64, d_type)]);
-            if (name[0] >= '1' && name[0] <= '9')
-                processes = true;
-            else if (name[0] != '.' && isFolder(folder_.get(), name, type))
-                ++folders;
-            at += length;
-        }
-        // The kernel lists the processes last; a folder of captured files is in no order.
-        if (processes && root_.isReal())
+    FolderReader entries(folder_.get());
+    while (const dirent64* entry = entries.next()) {
+        if (entry->d_name[0] < '1' || entry->d_name[0] > '9')
+            folders += isFolder(folder_.get(), *entry) ? 1 : 0;
+        else if (root_.isReal()) // the kernel lists the processes last; a folder of captured files is in no order
             break;
     }
+    if (entries.hasFailed())
+        return false;
     standing_ = folders + 2;
     return true;
 }

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/power/PowerSupply.h>
 
+#include <SentrelKit/platform/linux/common/Folder.h>
+
 #include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
-#include <dirent.h>
 #include <initializer_list>
-#include <memory>
 #include <string_view>
 #include <utility>
 
@@ -144,19 +144,6 @@ AdapterSupply readAdapter(std::string name, const PowerAttributes& attributes) {
             .current = magnitude(attributes, {"current_max", "input_current_limit", "current_now"})};
 }
 
-// In the order of the names. Without the folder, none.
-std::vector<std::string> deviceNames(const SystemRoot& root) {
-    std::vector<std::string> names;
-    const std::unique_ptr<DIR, int (*)(DIR*)> devices(::opendir(root.path(folder).c_str()), ::closedir);
-    if (!devices)
-        return names;
-    while (const dirent* entry = ::readdir(devices.get()))
-        if (entry->d_name[0] != '.')
-            names.emplace_back(entry->d_name);
-    std::sort(names.begin(), names.end());
-    return names;
-}
-
 } // namespace
 
 void addPowerSupply(PowerSupplies& supplies, std::string name, const PowerAttributes& attributes) {
@@ -171,7 +158,7 @@ void addPowerSupply(PowerSupplies& supplies, std::string name, const PowerAttrib
 
 PowerSupplies readPowerSupplies(const SystemRoot& root) {
     PowerSupplies supplies;
-    for (std::string& name : deviceNames(root)) {
+    for (std::string& name : namesIn(root, folder).value_or(std::vector<std::string>())) {
         std::string path = std::string(folder) + "/" + name + "/";
         const std::size_t stem = path.size();
         addPowerSupply(supplies, std::move(name), [&](const char* attribute) {

@@ -2,6 +2,7 @@
 #include <SentrelKit/platform/linux/processes/ProcessFiles.h>
 
 #include <SentrelKit/platform/linux/common/File.h>
+#include <SentrelKit/platform/linux/common/Folder.h>
 
 #include <algorithm>
 #include <array>
@@ -10,7 +11,6 @@
 #include <climits>
 #include <cstdio>
 #include <cstring>
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 
@@ -101,15 +101,6 @@ const char* processPath(ProcessPath& path, std::int32_t id, const char* name) no
     std::snprintf(path.data(), path.size(), "%d/%s", id, name);
     return path.data();
 }
-
-// The kernel's record of getdents64(2), whose type the C library keeps to itself.
-struct KernelEntry {
-    std::uint64_t inode;
-    std::int64_t offset;
-    std::uint16_t length;
-    std::uint8_t type;
-    char name[1]; // goes on to the end of the record
-};
 
 } // namespace
 
@@ -212,27 +203,16 @@ bool ProcessFiles::list(std::vector<std::int32_t>& ids) {
     if (!open() || ::lseek(folder_.get(), 0, SEEK_SET) != 0)
         return false;
     bool sorted = true;
-    for (;;) {
-        const ssize_t filled = ::getdents64(folder_.get(), buffer_.data(), buffer_.size());
-        if (filled < 0 && errno == EINTR)
-            continue;
-        if (filled < 0)
-            return false;
-        if (filled == 0)
-            break;
-        for (std::size_t at = 0; at < static_cast<std::size_t>(filled);) {
-            const char* record = buffer_.data() + at;
-            std::uint16_t length = 0;
-            std::memcpy(&length, record + offsetof(KernelEntry, length), sizeof length);
-            std::int32_t id = 0;
-            const char* name = record + offsetof(KernelEntry, name);
-            if (name[0] >= '1' && name[0] <= '9' && toNumber(std::string_view(name), id)) {
-                sorted = sorted && (ids.empty() || ids.back() < id);
-                ids.push_back(id);
-            }
-            at += length;
+    FolderReader entries(folder_.get());
+    while (const dirent64* entry = entries.next()) {
+        std::int32_t id = 0;
+        if (entry->d_name[0] >= '1' && entry->d_name[0] <= '9' && toNumber(std::string_view(entry->d_name), id)) {
+            sorted = sorted && (ids.empty() || ids.back() < id);
+            ids.push_back(id);
         }
     }
+    if (entries.hasFailed())
+        return false;
     if (!sorted) { // the kernel lists in rising order, folders of files do not
         std::sort(ids.begin(), ids.end());
         ids.erase(std::unique(ids.begin(), ids.end()), ids.end());
@@ -275,11 +255,9 @@ std::optional<std::uint64_t> ProcessFiles::residentPagesOfOtherThreads(std::int3
     const UniqueFd tasks = openAt(folder_.get(), processPath(path, id, "task"), O_DIRECTORY);
     if (!tasks)
         return std::nullopt;
-    DIR* folder = ::fdopendir(::dup(tasks.get()));
-    if (!folder)
-        return std::nullopt;
     std::optional<std::uint64_t> pages;
-    while (const dirent* entry = ::readdir(folder)) {
+    FolderReader entries(tasks.get());
+    while (const dirent64* entry = entries.next()) {
         std::int32_t thread = 0;
         if (!toNumber(std::string_view(entry->d_name), thread) || thread == id)
             continue;
@@ -287,7 +265,6 @@ std::optional<std::uint64_t> ProcessFiles::residentPagesOfOtherThreads(std::int3
         if (pages && *pages > 0)
             break;
     }
-    ::closedir(folder);
     return pages;
 }
 
