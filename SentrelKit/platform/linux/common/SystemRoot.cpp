@@ -2,6 +2,7 @@
 #include <SentrelKit/platform/linux/common/SystemRoot.h>
 
 #include <SentrelKit/platform/linux/common/File.h>
+#include <SentrelKit/platform/linux/common/KernelText.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -46,14 +47,8 @@ std::optional<std::string> SystemRoot::read(std::string_view absolute, std::size
 }
 
 std::optional<std::string> SystemRoot::readLine(std::string_view absolute) const {
-    std::optional<std::string> content = read(absolute);
-    if (content) {
-        constexpr std::string_view blanks = " \t\r\n";
-        const std::size_t end = content->find_last_not_of(blanks);
-        content->erase(end == std::string::npos ? 0 : end + 1);
-        content->erase(0, std::min(content->find_first_not_of(blanks), content->size()));
-    }
-    return content;
+    const std::optional<std::string> content = read(absolute);
+    return content ? std::optional<std::string>(trimmed(*content)) : std::nullopt;
 }
 
 KeptFile::KeptFile(const SystemRoot& root, std::string_view absolute) : path_(root.path(absolute)) {}

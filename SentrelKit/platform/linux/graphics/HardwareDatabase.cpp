@@ -20,9 +20,7 @@ std::optional<std::string_view> nameUnder(std::string_view line, std::string_vie
     line.remove_prefix(number.size());
     if (!line.starts_with(' '))
         return std::nullopt;
-    skipBlanks(line);
-    const std::size_t end = line.find_last_not_of(" \t\r");
-    return line.substr(0, end == std::string_view::npos ? 0 : end + 1);
+    return trimmed(line);
 }
 
 std::string hexadecimal(std::uint16_t number) {

@@ -3,11 +3,11 @@
 
 #include <SentrelKit/platform/linux/common/File.h>
 #include <SentrelKit/platform/linux/common/Folder.h>
+#include <SentrelKit/platform/linux/common/KernelText.h>
 #include <SentrelKit/platform/linux/graphics/HardwareDatabase.h>
 
 #include <array>
 #include <cerrno>
-#include <charconv>
 #include <climits>
 #include <cstdio>
 #include <fcntl.h>
@@ -22,36 +22,21 @@ namespace {
 constexpr std::string_view devicesFolder = "/sys/bus/pci/devices/";
 constexpr std::string_view cardsFolder = "/sys/class/drm/";
 
-// Reads "0x8086".
-std::optional<std::uint32_t> hexadecimal(std::string_view text) noexcept {
-    if (!text.starts_with("0x"))
-        return std::nullopt;
-    std::uint32_t value = 0;
-    const char* end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data() + 2, end, value, 16);
-    if (error != std::errc() || stop != end)
-        return std::nullopt;
-    return value;
+// Reads "0x8086"; absent if it does not fit.
+template <class Integer>
+std::optional<Integer> hexadecimal(std::string_view text) noexcept {
+    return text.starts_with("0x") ? toNumber<Integer>(text.substr(2), 16) : std::nullopt;
 }
 
-std::optional<std::uint32_t> readHexadecimal(const SystemRoot& root, const std::string& path) {
+template <class Integer>
+std::optional<Integer> readHexadecimal(const SystemRoot& root, const std::string& path) {
     const std::optional<std::string> text = root.readLine(path);
-    return text ? hexadecimal(*text) : std::nullopt;
-}
-
-std::optional<std::uint16_t> pciNumber(std::optional<std::uint32_t> value) noexcept {
-    if (!value || *value > 0xffff)
-        return std::nullopt;
-    return static_cast<std::uint16_t>(*value);
-}
-
-std::optional<std::uint16_t> readPciNumber(const SystemRoot& root, const std::string& path) {
-    return pciNumber(readHexadecimal(root, path));
+    return text ? hexadecimal<Integer>(*text) : std::nullopt;
 }
 
 // Base class 03 of the class code (PCI code and ID assignment): VGA, XGA, 3D and other controllers.
 bool isDisplay(const SystemRoot& root, const std::string& device) {
-    const std::optional<std::uint32_t> code = readHexadecimal(root, device + "/class");
+    const std::optional<std::uint32_t> code = readHexadecimal<std::uint32_t>(root, device + "/class");
     return code && *code >> 16 == 0x03;
 }
 
@@ -65,8 +50,7 @@ public:
     EntryLine(int folder, std::string_view entry, const char* file) noexcept {
         std::array<char, std::size_t{2} * NAME_MAX> path;
         std::snprintf(path.data(), path.size(), "%.*s/%s", static_cast<int>(entry.size()), entry.data(), file);
-        text_ = readFileAt(folder, path.data(), content_).value_or(std::string_view());
-        text_ = text_.substr(0, text_.find_last_not_of(" \t\r\n") + 1);
+        text_ = trimmed(readFileAt(folder, path.data(), content_).value_or(std::string_view()));
     }
     EntryLine(const EntryLine&) = delete;
     EntryLine& operator=(const EntryLine&) = delete;
@@ -115,7 +99,7 @@ std::optional<std::uint16_t> connectedDisplay(const std::string& path) {
             EntryLine(cards.get(), connector, "status").text() != "connected")
             continue;
         const std::string_view card = connector.substr(0, dash);
-        if (const auto number = pciNumber(hexadecimal(EntryLine(cards.get(), card, "device/device").text())))
+        if (const auto number = hexadecimal<std::uint16_t>(EntryLine(cards.get(), card, "device/device").text()))
             best.offer(card, isBootDisplay(cards.get(), card, "device/boot_vga"), *number);
     }
     return best.number();
@@ -129,7 +113,7 @@ std::optional<std::uint16_t> bootDisplay(const std::string& path) {
         const std::string_view device = entry->d_name;
         if (!isBootDisplay(devices.get(), device, "boot_vga"))
             continue;
-        if (const auto number = pciNumber(hexadecimal(EntryLine(devices.get(), device, "device").text())))
+        if (const auto number = hexadecimal<std::uint16_t>(EntryLine(devices.get(), device, "device").text()))
             best.offer(device, true, *number);
     }
     return best.number();
@@ -147,8 +131,8 @@ std::optional<std::vector<PropertyList::Dictionary>> LinuxGraphicsService::pciDe
     std::vector<PropertyList::Dictionary> devices;
     for (const std::string& name : *names) {
         const std::string folder = std::string(devicesFolder) + name;
-        const std::optional<std::uint16_t> vendor = readPciNumber(root_, folder + "/vendor");
-        const std::optional<std::uint16_t> device = readPciNumber(root_, folder + "/device");
+        const std::optional<std::uint16_t> vendor = readHexadecimal<std::uint16_t>(root_, folder + "/vendor");
+        const std::optional<std::uint16_t> device = readHexadecimal<std::uint16_t>(root_, folder + "/device");
         if (!vendor || !device)
             continue;
         PropertyList::Dictionary properties;

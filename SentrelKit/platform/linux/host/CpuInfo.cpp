@@ -10,23 +10,17 @@ namespace {
 // Far above the kernel's own limit (NR_CPUS, 8192): a list beyond it is no list of processors.
 constexpr std::uint32_t mostProcessors = 65536;
 
-constexpr std::string_view blanks = " \t\r";
-
 struct Entry {
     std::string_view key;
     std::string_view value;
 };
 
-// Splits "key<blanks>: value".
-std::optional<Entry> splitEntry(std::string_view line) noexcept {
-    const std::size_t colon = line.find(':');
-    if (colon == std::string_view::npos)
-        return std::nullopt;
-    Entry entry{line.substr(0, colon), line.substr(colon + 1)};
-    entry.key = entry.key.substr(0, entry.key.find_last_not_of(blanks) + 1);
-    if (entry.value.starts_with(' '))
-        entry.value.remove_prefix(1);
-    return entry;
+// Splits "key<blanks>: value". A line without a colon has no value.
+Entry splitEntry(std::string_view line) noexcept {
+    const std::string_view key = trimmed(takeUpTo(line, ':'));
+    if (line.starts_with(' '))
+        line.remove_prefix(1);
+    return {key, line};
 }
 
 } // namespace
@@ -38,9 +32,9 @@ std::optional<std::string_view> findBrand(std::string_view cpuinfo) noexcept {
     for (const std::string_view key : keys) {
         std::string_view text = cpuinfo;
         while (const std::optional<std::string_view> line = takeLine(text)) {
-            const std::optional<Entry> entry = splitEntry(*line);
-            if (entry && entry->key == key && entry->value.find_first_not_of(blanks) != std::string_view::npos)
-                return entry->value;
+            const Entry entry = splitEntry(*line);
+            if (entry.key == key && !trimmed(entry.value).empty())
+                return entry.value;
         }
     }
     return std::nullopt;
@@ -49,19 +43,17 @@ std::optional<std::string_view> findBrand(std::string_view cpuinfo) noexcept {
 std::vector<ProcessorCore> parseProcessors(std::string_view cpuinfo) {
     std::vector<ProcessorCore> processors;
     while (const std::optional<std::string_view> line = takeLine(cpuinfo)) {
-        std::optional<Entry> entry = splitEntry(*line);
-        if (!entry)
-            continue;
-        const std::optional<std::uint32_t> number = takeNumber<std::uint32_t>(entry->value);
+        Entry entry = splitEntry(*line);
+        const std::optional<std::uint32_t> number = takeNumber<std::uint32_t>(entry.value);
         if (!number)
             continue;
-        if (entry->key == "processor") {
+        if (entry.key == "processor") {
             if (processors.size() == mostProcessors)
                 break;
             processors.push_back({*number, std::nullopt, std::nullopt});
-        } else if (!processors.empty() && entry->key == "physical id") {
+        } else if (!processors.empty() && entry.key == "physical id") {
             processors.back().package = *number;
-        } else if (!processors.empty() && entry->key == "core id") {
+        } else if (!processors.empty() && entry.key == "core id") {
             processors.back().core = *number;
         }
     }
@@ -69,7 +61,7 @@ std::vector<ProcessorCore> parseProcessors(std::string_view cpuinfo) {
 }
 
 std::optional<std::vector<std::uint32_t>> parseProcessorList(std::string_view text) {
-    text = text.substr(0, text.find_last_not_of(" \t\r\n") + 1);
+    text = trimmed(text);
     std::vector<std::uint32_t> numbers;
     while (!text.empty()) {
         const std::optional<std::uint32_t> first = takeNumber<std::uint32_t>(text);

@@ -15,9 +15,8 @@ std::uint64_t growth(std::uint64_t now, std::uint64_t before) noexcept {
 
 std::optional<ProcessorTimes> parseProcessorTimes(std::string_view stat) noexcept {
     std::optional<std::string_view> line = takeLine(stat);
-    if (!line || !line->starts_with("cpu "))
+    if (!line || takeUpTo(*line, ' ') != "cpu")
         return std::nullopt;
-    line->remove_prefix(4);
 
     ProcessorTimes times;
     for (std::uint64_t* column : {&times.user, &times.nice, &times.system, &times.idle}) {
@@ -33,10 +32,8 @@ std::optional<ProcessorTimes> parseProcessorTimes(std::string_view stat) noexcep
 
 std::optional<std::int64_t> parseBootTime(std::string_view stat) noexcept {
     while (std::optional<std::string_view> line = takeLine(stat)) {
-        if (line->starts_with("btime ")) {
-            line->remove_prefix(6);
+        if (takeUpTo(*line, ' ') == "btime")
             return takeNumber<std::int64_t>(*line);
-        }
     }
     return std::nullopt;
 }

@@ -2,6 +2,7 @@
 #include <SentrelKit/platform/linux/network/ResolverFile.h>
 
 #include <SentrelKit/platform/linux/common/File.h>
+#include <SentrelKit/platform/linux/common/KernelText.h>
 
 #include <arpa/inet.h>
 #include <array>
@@ -30,8 +31,6 @@ constexpr std::uint32_t fileEvents = IN_CLOSE_WRITE | IN_MODIFY | IN_DELETE_SELF
 
 constexpr int maximumLinks = 16;
 
-constexpr std::string_view blanks = " \t\r\f\v";
-
 bool isAddress(std::string_view text) {
     if (text.find('\0') != std::string_view::npos)
         return false;
@@ -41,21 +40,12 @@ bool isAddress(std::string_view text) {
            inet_pton(AF_INET6, address.c_str(), bytes.data()) == 1;
 }
 
-std::string folderOf(const std::string& path) {
-    const std::size_t slash = path.rfind('/');
-    return slash == 0 || slash == std::string::npos ? "/" : path.substr(0, slash);
-}
-
-std::string nameOf(const std::string& path) {
-    return path.substr(path.rfind('/') + 1);
-}
-
 // The path that a symbolic link names.
 std::optional<std::string> pathBehind(const std::string& link) {
     std::optional<std::string> target = linkTarget(link);
     if (!target || target->empty())
         return std::nullopt;
-    return target->front() == '/' ? target : folderOf(link) + "/" + *target;
+    return target->front() == '/' ? target : parentFolder(link) + "/" + *target;
 }
 
 bool onlyLocalService(const std::vector<std::string>& servers) {
@@ -71,18 +61,10 @@ bool onlyLocalService(const std::vector<std::string>& servers) {
 std::vector<std::string> parseNameServers(std::string_view content) {
     constexpr std::string_view keyword = "nameserver";
     std::vector<std::string> servers;
-    while (!content.empty()) {
-        const std::size_t end = content.find('\n');
-        std::string_view line = content.substr(0, end);
-        content.remove_prefix(end == std::string_view::npos ? content.size() : end + 1);
-        if (!line.starts_with(keyword))
+    while (std::optional<std::string_view> line = takeLine(content)) {
+        if (!line->starts_with(keyword) || takeWord(*line) != keyword)
             continue;
-        line.remove_prefix(keyword.size());
-        const std::size_t first = line.find_first_not_of(blanks);
-        if (first == 0 || first == std::string_view::npos)
-            continue;
-        line.remove_prefix(first);
-        const std::string_view address = line.substr(0, line.find_first_of(blanks));
+        const std::string_view address = takeWord(*line);
         if (isAddress(address))
             servers.emplace_back(address);
     }
@@ -126,8 +108,9 @@ void ResolverFileWatch::watchAnew() {
 void ResolverFileWatch::watchFile(std::string path) {
     for (int links = 0; links < maximumLinks; ++links) {
         std::string missing = path;
-        while (!watchFolder(folderOf(missing), nameOf(missing)) && folderOf(missing) != "/")
-            missing = folderOf(missing);
+        while (!watchFolder(parentFolder(missing), std::string(lastPathComponent(missing))) &&
+               parentFolder(missing) != "/")
+            missing = parentFolder(missing);
         if (missing != path) {
             // The folder may have come while the one above it was not yet watched.
             if (::access(missing.c_str(), F_OK) == 0)

@@ -2,10 +2,10 @@
 #include <SentrelKit/platform/linux/power/PowerSupply.h>
 
 #include <SentrelKit/platform/linux/common/Folder.h>
+#include <SentrelKit/platform/linux/common/KernelText.h>
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cmath>
 #include <initializer_list>
 #include <string_view>
@@ -24,13 +24,7 @@ constexpr std::string_view folder = "/sys/class/power_supply";
 
 std::optional<std::int64_t> wholeNumber(const PowerAttributes& attributes, const char* name) {
     const std::optional<std::string> text = attributes(name);
-    if (!text)
-        return std::nullopt;
-    std::int64_t value = 0;
-    const auto [end, error] = std::from_chars(text->data(), text->data() + text->size(), value);
-    if (error != std::errc() || end != text->data() + text->size())
-        return std::nullopt;
-    return value;
+    return text ? toNumber<std::int64_t>(*text) : std::nullopt;
 }
 
 bool isSentinel(std::int64_t value) {

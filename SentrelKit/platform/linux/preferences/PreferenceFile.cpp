@@ -4,6 +4,7 @@
 #include <SentrelKit/base/system/System.h>
 #include <SentrelKit/platform/detail/KeyedArchive.h>
 #include <SentrelKit/platform/linux/common/File.h>
+#include <SentrelKit/platform/linux/common/KernelText.h>
 #include <SentrelKit/platform/linux/preferences/PropertyListFormat.h>
 
 #include <algorithm>
@@ -40,11 +41,8 @@ bool isSameVersion(const struct stat& a, const struct stat& b) noexcept {
            sameTime(a.st_ctim, b.st_ctim);
 }
 
-std::string folderOf(const std::string& path) {
-    return path.substr(0, path.rfind('/'));
-}
 std::string hiddenSibling(const std::string& path, const char* suffix) {
-    return folderOf(path) + "/." + path.substr(path.rfind('/') + 1) + suffix;
+    return parentFolder(path) + "/." + std::string(lastPathComponent(path)) + suffix;
 }
 
 /// The file to replace: the path itself, or what a symbolic link there leads to. Absent, with errno set, for a link
@@ -194,7 +192,7 @@ bool PreferenceFile::change(const std::function<bool(PropertyList::Dictionary&)>
     const auto target = replaceTarget(path_);
     if (!target)
         return refuse(System_getLastError());
-    if (g_mkdir_with_parents(folderOf(*target).c_str(), S_IRWXU) != 0)
+    if (g_mkdir_with_parents(parentFolder(*target).c_str(), S_IRWXU) != 0)
         return refuse(System_getLastError());
     const ProcessLock processLock(hiddenSibling(*target, ".lock"));
     if (!processLock.held())
@@ -237,7 +235,7 @@ bool PreferenceFile::replace(const PropertyList::Dictionary& content, const std:
         return false;
     }
     // The new file is in place whether or not the folder can be synchronised too.
-    if (const UniqueFd folder(::open(folderOf(target).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)); folder)
+    if (const UniqueFd folder(::open(parentFolder(target).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)); folder)
         static_cast<void>(::fsync(folder.get()));
 
     // Kept open for reading only: a file open for writing would stop the disk from being made read-only.

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/preferences/PropertyListXml.h>
 
-#include <charconv>
+#include <SentrelKit/platform/linux/common/KernelText.h>
+
 #include <chrono>
 #include <cstddef>
 #include <cstdio>
@@ -24,20 +25,6 @@ using Value = std::optional<PropertyList>;
 
 constexpr auto depthLimit = static_cast<std::size_t>(propertyListDepthLimit);
 
-constexpr std::string_view blanks = " \t\r\n";
-
-bool isBlank(std::string_view text) noexcept {
-    return text.find_first_not_of(blanks) == std::string_view::npos;
-}
-
-/// The text without the blanks around it.
-std::string trimmed(std::string_view text) {
-    const std::size_t first = text.find_first_not_of(blanks);
-    if (first == std::string_view::npos)
-        return {};
-    return std::string(text.substr(first, text.find_last_not_of(blanks) + 1 - first));
-}
-
 /// Decimal, or hexadecimal after 0x; with or without a sign.
 Value integer(std::string_view digits) {
     const bool negative = digits.starts_with('-');
@@ -46,13 +33,11 @@ Value integer(std::string_view digits) {
     const bool hexadecimal = digits.starts_with("0x") || digits.starts_with("0X");
     if (hexadecimal)
         digits.remove_prefix(2);
-    std::uint64_t value = 0;
-    const char* const end = digits.data() + digits.size();
-    const auto result = std::from_chars(digits.data(), end, value, hexadecimal ? 16 : 10);
+    const std::optional<std::uint64_t> value = toNumber(digits, hexadecimal ? 16 : 10);
     constexpr std::uint64_t mostNegative = std::uint64_t{1} << 63;
-    if (result.ec != std::errc() || result.ptr != end || (negative && value > mostNegative))
+    if (!value || (negative && *value > mostNegative))
         return std::nullopt;
-    return PropertyList(static_cast<std::int64_t>(negative ? 0 - value : value));
+    return PropertyList(static_cast<std::int64_t>(negative ? 0 - *value : *value));
 }
 
 Value real(const std::string& digits) {
@@ -155,7 +140,7 @@ private:
 
     bool content(std::string_view text) {
         if (!inText_)
-            return isBlank(text);
+            return trimmed(text).empty();
         text_ += text;
         return true;
     }
@@ -169,10 +154,10 @@ private:
         if (element == "integer")
             return integer(trimmed(text_));
         if (element == "real")
-            return real(trimmed(text_));
+            return real(std::string(trimmed(text_)));
         if (element == "date")
-            return date(trimmed(text_));
-        if ((element == "true" || element == "false") && isBlank(text_))
+            return date(std::string(trimmed(text_)));
+        if ((element == "true" || element == "false") && trimmed(text_).empty())
             return PropertyList(element == "true");
         return std::nullopt;
     }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/processes/ApplicationRule.h>
 
+#include <SentrelKit/platform/linux/common/KernelText.h>
+
 #include <algorithm>
 #include <array>
 #include <map>
@@ -209,9 +211,7 @@ private:
         if (process.program == application.program)
             return true;
         const std::string_view folder = installationFolder(application.program);
-        const std::string_view program = process.program;
-        return !folder.empty() && program.size() > folder.size() && program.substr(0, folder.size()) == folder &&
-               program[folder.size()] == '/';
+        return !folder.empty() && liesWithin(process.program, folder);
     }
 
     // Settles the process, and before it the chain of its parents as far as that is open. What is being settled counts
@@ -276,11 +276,6 @@ private:
 };
 
 } // namespace
-
-std::string_view lastPathComponent(std::string_view path) noexcept {
-    const std::size_t slash = path.rfind('/');
-    return slash == std::string_view::npos ? path : path.substr(slash + 1);
-}
 
 bool mayBeLauncher(const ProcessFacts& process) noexcept {
     const std::string_view name = kindName(process);

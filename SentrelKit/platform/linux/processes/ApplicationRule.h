@@ -58,9 +58,6 @@ struct ProcessFacts {
     friend bool operator==(const ProcessFacts&, const ProcessFacts&) = default;
 };
 
-/// The last part of a path.
-[[nodiscard]] std::string_view lastPathComponent(std::string_view path) noexcept;
-
 /// The folder that belongs to the program alone, without a `bin` or the like at its end; empty if there is none.
 [[nodiscard]] std::string_view installationFolder(std::string_view program) noexcept;
 

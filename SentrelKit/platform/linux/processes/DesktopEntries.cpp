@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/processes/DesktopEntries.h>
 
-#include <algorithm>
+#include <SentrelKit/platform/linux/common/KernelText.h>
+
 #include <cstdlib>
 #include <glib.h>
 #include <memory>
@@ -54,11 +55,8 @@ std::vector<std::string> desktopEntryFolders() {
 
     std::vector<std::string> folders;
     append(folders, data);
-    for (std::string_view rest = shared; !rest.empty();) {
-        const std::size_t end = std::min(rest.find(':'), rest.size());
-        append(folders, rest.substr(0, end));
-        rest.remove_prefix(std::min(end + 1, rest.size()));
-    }
+    for (std::string_view rest = shared; !rest.empty();)
+        append(folders, takeUpTo(rest, ':'));
     append(folders, data.empty() ? "" : data + "/flatpak/exports/share");
     append(folders, "/var/lib/flatpak/exports/share");
     folders.emplace_back("/var/lib/snapd/desktop/applications");

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/processes/LinuxProcessService.h>
 
+#include <SentrelKit/platform/linux/common/KernelText.h>
 #include <SentrelKit/platform/linux/processes/DesktopEntries.h>
 
 #include <utility>

@@ -3,11 +3,11 @@
 
 #include <SentrelKit/platform/linux/common/File.h>
 #include <SentrelKit/platform/linux/common/Folder.h>
+#include <SentrelKit/platform/linux/common/KernelText.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <charconv>
 #include <climits>
 #include <cstdio>
 #include <cstring>
@@ -20,23 +20,11 @@ namespace {
 
 constexpr std::size_t bufferSize = 32768;
 
-// Takes the next word off the text: blanks before it are skipped.
-std::string_view takeWord(std::string_view& text) noexcept {
-    text.remove_prefix(std::min(text.find_first_not_of(" \n"), text.size()));
-    const std::string_view word = text.substr(0, std::min(text.find_first_of(" \n"), text.size()));
-    text.remove_prefix(word.size());
-    return word;
-}
-
-template <class Number>
-bool toNumber(std::string_view word, Number& number) noexcept {
-    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), number);
-    return error == std::errc() && end == word.data() + word.size();
-}
-
 template <class Number>
 bool takeNumber(std::string_view& text, Number& number) noexcept {
-    return toNumber(takeWord(text), number);
+    const std::optional<Number> value = toNumber<Number>(takeWord(text));
+    number = value.value_or(number);
+    return value.has_value();
 }
 
 bool skipWords(std::string_view& text, int count) noexcept {
@@ -47,52 +35,19 @@ bool skipWords(std::string_view& text, int count) noexcept {
     return true;
 }
 
-bool startsWith(std::string_view text, std::string_view prefix) noexcept {
-    return text.substr(0, prefix.size()) == prefix;
-}
-
-bool endsWith(std::string_view text, std::string_view suffix) noexcept {
-    return text.size() >= suffix.size() && text.substr(text.size() - suffix.size()) == suffix;
-}
-
 bool isApplicationUnit(std::string_view name) noexcept {
-    return startsWith(name, "app-") && (endsWith(name, ".scope") || endsWith(name, ".service"));
+    return name.starts_with("app-") && (name.ends_with(".scope") || name.ends_with(".service"));
 }
 
 // The innermost application unit of a control group's path.
 std::string_view applicationUnit(std::string_view path) noexcept {
     while (!path.empty()) {
-        const std::size_t slash = path.rfind('/');
-        const std::string_view name = path.substr(slash == std::string_view::npos ? 0 : slash + 1);
+        const std::string_view name = lastPathComponent(path);
         if (isApplicationUnit(name))
             return name;
-        path = path.substr(0, slash == std::string_view::npos ? 0 : slash);
+        path.remove_suffix(std::min(name.size() + 1, path.size()));
     }
     return {};
-}
-
-int hexDigit(char c) noexcept {
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    return -1;
-}
-
-// Undoes systemd's escaping of unit names: "\x2d" is "-".
-std::string unescaped(std::string_view name) {
-    std::string plain;
-    plain.reserve(name.size());
-    for (std::size_t i = 0; i < name.size(); ++i) {
-        if (name[i] == '\\' && i + 3 < name.size() && name[i + 1] == 'x' && hexDigit(name[i + 2]) >= 0 &&
-            hexDigit(name[i + 3]) >= 0) {
-            plain += static_cast<char>(hexDigit(name[i + 2]) * 16 + hexDigit(name[i + 3]));
-            i += 3;
-        } else {
-            plain += name[i];
-        }
-    }
-    return plain;
 }
 
 // "<id>/<name>" in the caller's buffer.
@@ -145,20 +100,13 @@ std::optional<std::int32_t> parseLastId(std::string_view text) noexcept {
 }
 
 std::string_view applicationScope(std::string_view cgroups) noexcept {
-    while (!cgroups.empty()) {
-        const std::size_t end = std::min(cgroups.find('\n'), cgroups.size());
-        const std::string_view line = cgroups.substr(0, end);
-        cgroups.remove_prefix(std::min(end + 1, cgroups.size()));
-
+    while (std::optional<std::string_view> path = takeLine(cgroups)) {
         // "<hierarchy>:<controllers>:<path>"
-        const std::size_t first = line.find(':');
-        const std::size_t second = first == std::string_view::npos ? first : line.find(':', first + 1);
-        if (second == std::string_view::npos)
-            continue;
-        const std::string_view controllers = line.substr(first + 1, second - first - 1);
+        takeUpTo(*path, ':');
+        const std::string_view controllers = takeUpTo(*path, ':');
         if (!controllers.empty() && controllers != "name=systemd")
             continue;
-        const std::string_view unit = applicationUnit(line.substr(second + 1));
+        const std::string_view unit = applicationUnit(*path);
         if (!unit.empty())
             return unit;
     }
@@ -170,7 +118,7 @@ std::string applicationIdentifier(std::string_view scope) {
     // app[-<launcher>]-<id>[@<random>].service
     if (!isApplicationUnit(scope))
         return {};
-    const bool service = endsWith(scope, ".service");
+    const bool service = scope.ends_with(".service");
     scope.remove_prefix(std::strlen("app-"));
     scope.remove_suffix(std::strlen(service ? ".service" : ".scope"));
     if (service) {
@@ -184,7 +132,7 @@ std::string applicationIdentifier(std::string_view scope) {
     const std::size_t launcher = scope.rfind('-');
     if (launcher != std::string_view::npos)
         scope.remove_prefix(launcher + 1);
-    return unescaped(scope);
+    return withoutHexEscapes(scope);
 }
 
 ProcessFiles::ProcessFiles(const SystemRoot& root) : root_(root), loadavg_(root, "/proc/loadavg") {}
@@ -205,11 +153,11 @@ bool ProcessFiles::list(std::vector<std::int32_t>& ids) {
     bool sorted = true;
     FolderReader entries(folder_.get());
     while (const dirent64* entry = entries.next()) {
-        std::int32_t id = 0;
-        if (entry->d_name[0] >= '1' && entry->d_name[0] <= '9' && toNumber(std::string_view(entry->d_name), id)) {
-            sorted = sorted && (ids.empty() || ids.back() < id);
-            ids.push_back(id);
-        }
+        const std::optional<std::int32_t> id = toNumber<std::int32_t>(entry->d_name);
+        if (!id || *id < 1)
+            continue;
+        sorted = sorted && (ids.empty() || ids.back() < *id);
+        ids.push_back(*id);
     }
     if (entries.hasFailed())
         return false;
@@ -258,10 +206,10 @@ std::optional<std::uint64_t> ProcessFiles::residentPagesOfOtherThreads(std::int3
     std::optional<std::uint64_t> pages;
     FolderReader entries(tasks.get());
     while (const dirent64* entry = entries.next()) {
-        std::int32_t thread = 0;
-        if (!toNumber(std::string_view(entry->d_name), thread) || thread == id)
+        const std::optional<std::int32_t> thread = toNumber<std::int32_t>(entry->d_name);
+        if (!thread || *thread == id)
             continue;
-        pages = residentPages(thread); // /proc answers for a thread's id too, without listing it
+        pages = residentPages(*thread); // /proc answers for a thread's id too, without listing it
         if (pages && *pages > 0)
             break;
     }
@@ -287,7 +235,7 @@ std::string_view ProcessFiles::program(std::int32_t id) noexcept {
         return {};
     std::string_view program(buffer_.data(), static_cast<std::size_t>(length));
     constexpr std::string_view deleted = " (deleted)"; // replaced by an update while it ran
-    if (endsWith(program, deleted))
+    if (program.ends_with(deleted))
         program.remove_suffix(deleted.size());
     return program;
 }
@@ -301,11 +249,8 @@ std::vector<std::string> ProcessFiles::arguments(std::int32_t id) {
     constexpr std::size_t enough = 4;
     std::vector<std::string> arguments;
     std::string_view text = read(id, "cmdline").value_or(std::string_view());
-    while (!text.empty() && arguments.size() < enough) {
-        const std::size_t end = std::min(text.find('\0'), text.size());
-        arguments.emplace_back(text.substr(0, end));
-        text.remove_prefix(std::min(end + 1, text.size()));
-    }
+    while (!text.empty() && arguments.size() < enough)
+        arguments.emplace_back(takeUpTo(text, '\0'));
     return arguments;
 }
 

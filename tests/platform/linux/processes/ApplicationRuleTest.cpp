@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/processes/ApplicationRule.h>
+
+#include <SentrelKit/platform/linux/common/KernelText.h>
 #include <SentrelKit/platform/linux/processes/ProcessFiles.h>
 
 #include "tests/support/ProcessTree.h"
