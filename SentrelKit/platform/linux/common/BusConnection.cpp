@@ -53,7 +53,7 @@ private:
 
 BusConnection::Cancellable BusConnection::beginWait() {
     const LockScope scope(lock_);
-    wait_ = Cancellable(g_cancellable_new(), ObjectRelease());
+    wait_ = Cancellable(g_cancellable_new(), Release<g_object_unref>());
     if (ended_)
         g_cancellable_cancel(wait_.get());
     return wait_;
@@ -87,15 +87,14 @@ bool BusConnection::connect() {
     if (g_cancellable_is_cancelled(wait.get()))
         return false;
     const TimeLimit limit(wait, connectLimit); // a bus may accept and say nothing for ever
-    char* address = limit.isKept() ? g_dbus_address_get_for_bus_sync(bus_, wait.get(), nullptr) : nullptr;
+    const TextPointer address(limit.isKept() ? g_dbus_address_get_for_bus_sync(bus_, wait.get(), nullptr) : nullptr);
     if (!address)
         return false;
     connection_.reset(g_dbus_connection_new_for_address_sync(
-        address,
+        address.get(),
         static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
                                           G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
         nullptr, wait.get(), nullptr));
-    g_free(address);
     return connection_ != nullptr;
 }
 

@@ -4,25 +4,12 @@
 /// A kept connection of the library's own to a message bus, made when it is first needed and anew once it was lost.
 
 #include <SentrelKit/base/system/detail/ThreadSafety.h>
+#include <SentrelKit/platform/linux/common/GLibOwners.h>
 
 #include <gio/gio.h>
 #include <memory>
 
 namespace sentrel::platform {
-
-struct ObjectRelease {
-    void operator()(gpointer object) const noexcept { g_object_unref(object); }
-};
-struct VariantRelease {
-    void operator()(GVariant* variant) const noexcept { g_variant_unref(variant); }
-};
-struct ErrorRelease {
-    void operator()(GError* error) const noexcept { g_error_free(error); }
-};
-template <class Object>
-using ObjectPointer = std::unique_ptr<Object, ObjectRelease>;
-using VariantPointer = std::unique_ptr<GVariant, VariantRelease>;
-using ErrorPointer = std::unique_ptr<GError, ErrorRelease>;
 
 /// One object of a service, as one of its interfaces.
 struct BusObject {

@@ -47,20 +47,14 @@ Capabilities readCapabilities(GVariant* names) {
 
 // The bus closes the connection of a client that sends a text with bytes that are no UTF-8.
 std::string validText(const std::string& text) {
-    char* valid = g_utf8_make_valid(text.c_str(), -1);
-    std::string result(valid);
-    g_free(valid);
-    return result;
+    return TextPointer(g_utf8_make_valid(text.c_str(), -1)).get();
 }
 
 std::string bodyOf(const UserNotification& notification, bool markup) {
     std::string text = validText(notification.text.value_or(std::string()));
     if (!markup)
         return text;
-    char* escaped = g_markup_escape_text(text.c_str(), -1);
-    std::string body(escaped);
-    g_free(escaped);
-    return body;
+    return TextPointer(g_markup_escape_text(text.c_str(), -1)).get();
 }
 
 GVariant* actionsOf(const UserNotification& notification, const Capabilities& capabilities) {

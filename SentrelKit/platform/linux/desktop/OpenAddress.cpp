@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/desktop/OpenAddress.h>
 
-#include <gio/gdesktopappinfo.h>
-#include <gio/gio.h>
+#include <SentrelKit/platform/linux/common/GLibOwners.h>
 
 #include <array>
 #include <csignal>
+#include <gio/gdesktopappinfo.h>
+#include <gio/gio.h>
 
 namespace sentrel::platform {
 
@@ -20,29 +21,24 @@ void takeAllSignals(gpointer /*data*/) {
     sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
-GAppInfo* defaultApplication(const std::string& address) {
-    char* scheme = g_uri_parse_scheme(address.c_str());
-    GAppInfo* application = g_app_info_get_default_for_uri_scheme(scheme);
-    g_free(scheme);
+ObjectPointer<GAppInfo> defaultApplication(const std::string& address) {
+    const TextPointer scheme(g_uri_parse_scheme(address.c_str()));
+    ObjectPointer<GAppInfo> application(g_app_info_get_default_for_uri_scheme(scheme.get()));
     if (application)
         return application;
-    GFile* file = g_file_new_for_uri(address.c_str());
-    application = g_file_query_default_handler(file, nullptr, nullptr);
-    g_object_unref(file);
-    return application;
+    const ObjectPointer<GFile> file(g_file_new_for_uri(address.c_str()));
+    return ObjectPointer<GAppInfo>(g_file_query_default_handler(file.get(), nullptr, nullptr));
 }
 
 bool startApplication(const std::string& address) {
-    GAppInfo* application = defaultApplication(address);
+    const ObjectPointer<GAppInfo> application = defaultApplication(address);
     if (!application) // inside a sandbox there is none, but the desktop's portal
         return g_app_info_launch_default_for_uri(address.c_str(), nullptr, nullptr) != FALSE;
     std::string argument = address;
     GList addresses{argument.data(), nullptr, nullptr};
-    const bool started = g_desktop_app_info_launch_uris_as_manager(G_DESKTOP_APP_INFO(application), &addresses, nullptr,
-                                                                   G_SPAWN_SEARCH_PATH, takeAllSignals, nullptr,
-                                                                   nullptr, nullptr, nullptr);
-    g_object_unref(application);
-    return started;
+    return g_desktop_app_info_launch_uris_as_manager(G_DESKTOP_APP_INFO(application.get()), &addresses, nullptr,
+                                                     G_SPAWN_SEARCH_PATH, takeAllSignals, nullptr, nullptr, nullptr,
+                                                     nullptr);
 }
 
 // The opener of desktops whose applications GIO does not know.

@@ -2,10 +2,10 @@
 #include <SentrelKit/platform/linux/graphics/HardwareDatabase.h>
 
 #include <SentrelKit/platform/linux/common/KernelText.h>
+#include <SentrelKit/platform/linux/common/Owner.h>
 
 #include <cstdio>
 #include <libudev.h>
-#include <memory>
 
 namespace sentrel::platform {
 
@@ -49,12 +49,8 @@ std::string_view shortVendor(std::string_view name) noexcept {
 }
 
 std::optional<PciNames> lookUpCompiled(std::uint16_t vendor, std::uint16_t device) {
-    struct Release {
-        void operator()(udev* context) const noexcept { udev_unref(context); }
-        void operator()(udev_hwdb* database) const noexcept { udev_hwdb_unref(database); }
-    };
-    const std::unique_ptr<udev, Release> context(udev_new());
-    const std::unique_ptr<udev_hwdb, Release> database(context ? udev_hwdb_new(context.get()) : nullptr);
+    const Owner<udev, udev_unref> context(udev_new());
+    const Owner<udev_hwdb, udev_hwdb_unref> database(context ? udev_hwdb_new(context.get()) : nullptr);
     if (!database)
         return std::nullopt;
 

@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <SentrelKit/platform/linux/common/Owner.h>
+
 #include <array>
 #include <cstdint>
 #include <functional>
 #include <libmnl/libmnl.h>
-#include <memory>
 #include <sys/types.h>
 #include <vector>
 
@@ -54,9 +55,6 @@ public:
 
 private:
     enum class Outcome { complete, interrupted, refused, broken };
-    struct Close {
-        void operator()(mnl_socket* socket) const noexcept { mnl_socket_close(socket); }
-    };
 
     [[nodiscard]] bool connect();
     [[nodiscard]] bool isOurs() const noexcept;
@@ -64,7 +62,7 @@ private:
 
     int protocol_;
     std::vector<unsigned> groups_;
-    std::unique_ptr<mnl_socket, Close> socket_;
+    Owner<mnl_socket, mnl_socket_close> socket_;
     pid_t owner_ = 0;
     std::uint32_t sequence_ = 0;
     std::vector<char> buffer_;

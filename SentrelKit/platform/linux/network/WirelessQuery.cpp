@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/network/WirelessQuery.h>
 
+#include <SentrelKit/platform/linux/common/GLibOwners.h>
 #include <SentrelKit/platform/linux/network/NetlinkAttributes.h>
 
 #include <algorithm>
@@ -35,10 +36,7 @@ std::string parseNetworkName(const nlmsghdr& message) {
         return {};
     // A hidden network's name is a row of zero bytes; a name is a text up to the first of them.
     const auto* start = reinterpret_cast<const char*>(bytes.data());
-    char* valid = g_utf8_make_valid(start, std::find(start, start + bytes.size(), '\0') - start);
-    std::string name(valid);
-    g_free(valid);
-    return name;
+    return TextPointer(g_utf8_make_valid(start, std::find(start, start + bytes.size(), '\0') - start)).get();
 }
 
 std::int64_t parseBitRate(const nlmsghdr& message) {

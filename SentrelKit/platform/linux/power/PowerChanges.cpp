@@ -2,37 +2,16 @@
 #include <SentrelKit/platform/linux/power/PowerChanges.h>
 
 #include <SentrelKit/base/system/detail/ThreadSafety.h>
+#include <SentrelKit/platform/linux/common/UdevMonitor.h>
 
 #include <atomic>
-#include <cerrno>
 #include <glib-unix.h>
-#include <libudev.h>
 #include <new>
 #include <utility>
 
 namespace sentrel::platform {
 
 namespace {
-
-struct ReleaseUdev {
-    void operator()(udev* library) const noexcept { udev_unref(library); }
-    void operator()(udev_monitor* monitor) const noexcept { udev_monitor_unref(monitor); }
-    void operator()(udev_device* device) const noexcept { udev_device_unref(device); }
-};
-
-using UdevMonitor = std::unique_ptr<udev_monitor, ReleaseUdev>;
-
-// The kernel's own notices: nothing here needs what udev's rules add, and they also come where no udev daemon runs.
-UdevMonitor listenToPowerSupplies() {
-    const std::unique_ptr<udev, ReleaseUdev> library(udev_new());
-    if (!library)
-        return nullptr;
-    UdevMonitor monitor(udev_monitor_new_from_netlink(library.get(), "kernel"));
-    if (!monitor || udev_monitor_filter_add_match_subsystem_devtype(monitor.get(), "power_supply", nullptr) < 0 ||
-        udev_monitor_enable_receiving(monitor.get()) < 0)
-        return nullptr;
-    return monitor;
-}
 
 gint64 microseconds(std::chrono::milliseconds time) {
     return std::chrono::duration_cast<std::chrono::microseconds>(time).count();
@@ -55,9 +34,10 @@ public:
 
     void attach(GSource* source) {
         const LockScope scope(lock_);
-        monitor_ = listenToPowerSupplies();
-        if (monitor_)
-            g_source_add_unix_fd(source, udev_monitor_get_fd(monitor_.get()), G_IO_IN);
+        // The kernel's own notices: nothing here needs what udev's rules add.
+        monitor_ = UdevMonitor("kernel", "power_supply");
+        if (monitor_.descriptor() >= 0)
+            g_source_add_unix_fd(source, monitor_.descriptor(), G_IO_IN);
         figures_ = reader_->read();
         schedule(source, g_get_monotonic_time());
         GMainContext* context = g_main_context_ref_thread_default();
@@ -71,7 +51,7 @@ public:
         {
             const LockScope scope(lock_);
             const gint64 now = g_get_monotonic_time();
-            if (takeNotices() && !settling_) {
+            if (monitor_.takeNotices() && !settling_) {
                 settling_ = true;
                 deadline_ = now + microseconds(times_.settling);
                 g_source_set_ready_time(source, deadline_);
@@ -90,17 +70,6 @@ public:
     }
 
 private:
-    // Takes all notices that wait; true if there was any, or if the kernel had to drop some.
-    bool takeNotices() SENTREL_REQUIRES(lock_) {
-        if (!monitor_)
-            return false;
-        bool any = false;
-        errno = 0;
-        while (const std::unique_ptr<udev_device, ReleaseUdev> device{udev_monitor_receive_device(monitor_.get())})
-            any = true;
-        return any || errno == ENOBUFS;
-    }
-
     bool look() SENTREL_REQUIRES(lock_) {
         PowerFigures figures = reader_->read();
         if (figures == figures_)

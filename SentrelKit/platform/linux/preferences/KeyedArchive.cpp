@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/detail/KeyedArchive.h>
 
+#include <SentrelKit/platform/linux/common/GLibOwners.h>
 #include <SentrelKit/platform/linux/preferences/PropertyListFormat.h>
 #include <SentrelKit/platform/linux/preferences/PropertyListNode.h>
 
@@ -271,12 +272,9 @@ private:
         const auto* baseAddress = base ? base->as<PropertyList::Address>() : nullptr;
         if (!baseAddress)
             return std::nullopt;
-        char* resolved = g_uri_resolve_relative(baseAddress->text.c_str(), text->c_str(), G_URI_FLAGS_NONE, nullptr);
-        if (!resolved)
-            return std::nullopt;
-        PropertyList::Address whole{resolved};
-        g_free(resolved);
-        return PropertyList(std::move(whole));
+        const TextPointer resolved(
+            g_uri_resolve_relative(baseAddress->text.c_str(), text->c_str(), G_URI_FLAGS_NONE, nullptr));
+        return resolved ? Value(PropertyList(PropertyList::Address{resolved.get()})) : std::nullopt;
     }
 
     const PropertyList* file_;

@@ -4,6 +4,7 @@
 #include <SentrelKit/base/system/System.h>
 #include <SentrelKit/platform/detail/KeyedArchive.h>
 #include <SentrelKit/platform/linux/common/File.h>
+#include <SentrelKit/platform/linux/common/GLibOwners.h>
 #include <SentrelKit/platform/linux/common/KernelText.h>
 #include <SentrelKit/platform/linux/preferences/PropertyListFormat.h>
 
@@ -48,11 +49,8 @@ std::string hiddenSibling(const std::string& path, const char* suffix) {
 /// The file to replace: the path itself, or what a symbolic link there leads to. Absent, with errno set, for a link
 /// that leads nowhere.
 std::optional<std::string> replaceTarget(const std::string& path) {
-    if (char* resolved = ::realpath(path.c_str(), nullptr)) {
-        std::string target = resolved;
-        std::free(resolved);
-        return target;
-    }
+    if (const Owner<char, ::free> resolved{::realpath(path.c_str(), nullptr)})
+        return resolved.get();
     const int error = errno;
     struct stat link {};
     if (error == ENOENT && ::lstat(path.c_str(), &link) != 0)
@@ -248,11 +246,8 @@ bool PreferenceFile::replace(const PropertyList::Dictionary& content, const std:
 }
 
 PropertyList keptFromAddress(const PropertyList::Address& address) {
-    if (char* path = g_filename_from_uri(address.text.c_str(), nullptr, nullptr)) {
-        PropertyList kept{std::string_view(path)};
-        g_free(path);
-        return kept;
-    }
+    if (const TextPointer path{g_filename_from_uri(address.text.c_str(), nullptr, nullptr)})
+        return PropertyList(std::string_view(path.get()));
     auto archive = keyedArchive(PropertyList(address));
     return archive ? PropertyList(std::move(*archive)) : PropertyList();
 }
@@ -268,12 +263,8 @@ std::optional<PropertyList::Address> addressFromKept(const PropertyList& kept) {
         return std::nullopt;
     const bool underHome = text->starts_with("~/");
     const std::string path = underHome ? g_get_home_dir() + text->substr(1) : *text;
-    char* uri = g_filename_to_uri(path.c_str(), nullptr, nullptr);
-    if (!uri)
-        return std::nullopt;
-    PropertyList::Address address{uri};
-    g_free(uri);
-    return address;
+    const TextPointer uri(g_filename_to_uri(path.c_str(), nullptr, nullptr));
+    return uri ? std::optional(PropertyList::Address{uri.get()}) : std::nullopt;
 }
 
 } // namespace sentrel::platform

@@ -4,21 +4,17 @@
 /// Property lists as libplist holds them, which writes them. It trusts what it reads: nothing is read with it.
 
 #include <SentrelKit/base/util/PropertyList.h>
+#include <SentrelKit/platform/linux/common/Owner.h>
 
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <plist/plist.h>
 #include <string_view>
 
 namespace sentrel::platform {
 
-struct PropertyListNodeRelease {
-    void operator()(void* node) const noexcept { plist_free(node); }
-};
-
 /// Owns a tree of nodes.
-using PropertyListNode = std::unique_ptr<void, PropertyListNodeRelease>;
+using PropertyListNode = Owner<void, plist_free>;
 
 /// The binary form of a node.
 [[nodiscard]] std::optional<PropertyList::Bytes> binaryPropertyList(plist_t node);

@@ -2,12 +2,12 @@
 #include <SentrelKit/platform/linux/preferences/PropertyListXml.h>
 
 #include <SentrelKit/platform/linux/common/KernelText.h>
+#include <SentrelKit/platform/linux/common/Owner.h>
 
 #include <chrono>
 #include <cstddef>
 #include <cstdio>
 #include <glib.h>
-#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -15,11 +15,6 @@
 namespace sentrel::platform {
 
 namespace {
-
-struct Release {
-    void operator()(GMarkupParseContext* context) const noexcept { g_markup_parse_context_free(context); }
-    void operator()(guchar* bytes) const noexcept { g_free(bytes); }
-};
 
 using Value = std::optional<PropertyList>;
 
@@ -75,7 +70,7 @@ Value bytes(const std::string& base64) {
     if (base64.find_first_not_of(known) != std::string::npos)
         return std::nullopt;
     std::size_t size = 0;
-    const std::unique_ptr<guchar, Release> decoded(g_base64_decode(base64.c_str(), &size));
+    const Owner<guchar, g_free> decoded(g_base64_decode(base64.c_str(), &size));
     return PropertyList(PropertyList::Bytes(decoded.get(), decoded.get() + size));
 }
 
@@ -84,7 +79,7 @@ class XmlReader {
 public:
     Value read(std::string_view text) {
         constexpr GMarkupParser calls{&XmlReader::onStart, &XmlReader::onEnd, &XmlReader::onText, nullptr, nullptr};
-        const std::unique_ptr<GMarkupParseContext, Release> context(
+        const Owner<GMarkupParseContext, g_markup_parse_context_free> context(
             g_markup_parse_context_new(&calls, G_MARKUP_TREAT_CDATA_AS_TEXT, this, nullptr));
         const bool complete =
             g_markup_parse_context_parse(context.get(), text.data(), static_cast<gssize>(text.size()), nullptr) &&

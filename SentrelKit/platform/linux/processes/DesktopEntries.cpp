@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/processes/DesktopEntries.h>
 
+#include <SentrelKit/platform/linux/common/GLibOwners.h>
 #include <SentrelKit/platform/linux/common/KernelText.h>
 
 #include <cstdlib>
 #include <glib.h>
-#include <memory>
 
 namespace sentrel::platform {
 
@@ -13,14 +13,8 @@ namespace {
 
 constexpr std::size_t largestEntry = 1U << 20;
 
-struct KeyFileFree {
-    void operator()(GKeyFile* file) const noexcept { g_key_file_free(file); }
-};
-using KeyFile = std::unique_ptr<GKeyFile, KeyFileFree>;
-
 std::optional<std::string> localizedText(GKeyFile* file, const char* key) {
-    const std::unique_ptr<char, decltype(&g_free)> text(
-        g_key_file_get_locale_string(file, G_KEY_FILE_DESKTOP_GROUP, key, nullptr, nullptr), &g_free);
+    const TextPointer text(g_key_file_get_locale_string(file, G_KEY_FILE_DESKTOP_GROUP, key, nullptr, nullptr));
     if (!text || !*text)
         return std::nullopt;
     return std::string(text.get());
@@ -40,7 +34,7 @@ void append(std::vector<std::string>& folders, std::string_view folder) {
 } // namespace
 
 std::optional<DesktopEntry> parseDesktopEntry(std::string_view text) {
-    const KeyFile file(g_key_file_new());
+    const Owner<GKeyFile, g_key_file_free> file(g_key_file_new());
     if (!g_key_file_load_from_data(file.get(), text.data(), text.size(), G_KEY_FILE_NONE, nullptr) ||
         !g_key_file_has_group(file.get(), G_KEY_FILE_DESKTOP_GROUP))
         return std::nullopt;

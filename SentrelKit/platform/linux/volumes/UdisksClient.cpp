@@ -18,11 +18,6 @@ constexpr const char* loopInterface = "org.freedesktop.UDisks2.Loop";
 constexpr std::string_view ownErrors = "org.freedesktop.UDisks2.Error.";
 constexpr std::string_view notMounted = "org.freedesktop.UDisks2.Error.NotMounted";
 
-struct TextRelease {
-    void operator()(gchar* text) const noexcept { g_free(text); }
-};
-using TextPointer = std::unique_ptr<gchar, TextRelease>;
-
 } // namespace
 
 BusAnswer UdisksClient::ask(const std::string& path, const char* interface, const char* method, GVariant* arguments,
