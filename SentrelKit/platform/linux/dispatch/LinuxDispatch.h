@@ -2,6 +2,7 @@
 #pragma once
 
 #include <SentrelKit/platform/Dispatch.h>
+#include <SentrelKit/platform/linux/common/EventSource.h>
 
 #include <cstdint>
 #include <functional>
@@ -11,12 +12,6 @@ namespace sentrel::platform {
 
 class BackgroundPool;
 class MainQueue;
-
-/// Keeps a descriptor watched; releasing it ends the watch. A callback that already runs finishes, no new one begins.
-class DescriptorWatch {
-public:
-    virtual ~DescriptorWatch() = default;
-};
 
 /// The main queue on the default GLib main context, the background queue on low-priority threads that start with the
 /// first use of a queue: they run at a niceness of 10, or the host's own if that is higher. Ticks of the background
