@@ -19,7 +19,7 @@ class MainQueue;
 ///
 /// Without a thread or a descriptor to be had, the queues say so once on the standard error stream and work again
 /// within a second after there are some. If not one thread could be had, it is the main queue that asks again.
-class LinuxDispatch final : public Dispatch {
+class LinuxDispatch final : public Dispatch, public EventSource {
 public:
     LinuxDispatch();
     ~LinuxDispatch() override;
@@ -31,13 +31,8 @@ public:
     std::shared_ptr<DispatchQueue> serialQueue(const std::string& name) override;
     void runMain(double seconds) override;
 
-    /// Calls back on the background queue whenever the descriptor has one of the epoll events (EPOLLIN, EPOLLPRI...);
-    /// calls of one watch never overlap. Events that come during a call make one more; so does what the call was for,
-    /// where the descriptor still shows it as the call begins: a call may find nothing to do. Starts no thread by
-    /// itself: the watch is served from the first use of a queue on. The descriptor is not owned and must stay open as
-    /// long as the watch. Null, with errno set, on failure.
     [[nodiscard]] std::unique_ptr<DescriptorWatch> watch(int descriptor, std::uint32_t events,
-                                                         std::function<void()> ready);
+                                                         std::function<void()> ready) override;
 
 private:
     std::shared_ptr<MainQueue> main_;

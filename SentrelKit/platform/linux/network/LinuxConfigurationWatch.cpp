@@ -156,14 +156,14 @@ struct LinuxConfigurationWatch::State {
     std::optional<std::string> lastHostName SENTREL_GUARDED_BY(lock);
 };
 
-std::unique_ptr<LinuxConfigurationWatch> LinuxConfigurationWatch::make(const SystemRoot& root, LinuxDispatch& dispatch,
+std::unique_ptr<LinuxConfigurationWatch> LinuxConfigurationWatch::make(const SystemRoot& root, EventSource& events,
                                                                        std::function<void()> changed) {
     auto state = std::make_shared<State>(root, std::move(changed));
-    return std::unique_ptr<LinuxConfigurationWatch>(new LinuxConfigurationWatch(dispatch, std::move(state)));
+    return std::unique_ptr<LinuxConfigurationWatch>(new LinuxConfigurationWatch(events, std::move(state)));
 }
 
-LinuxConfigurationWatch::LinuxConfigurationWatch(LinuxDispatch& dispatch, std::shared_ptr<State> state)
-    : dispatch_(dispatch), state_(std::move(state)) {}
+LinuxConfigurationWatch::LinuxConfigurationWatch(EventSource& events, std::shared_ptr<State> state)
+    : events_(events), state_(std::move(state)) {}
 
 LinuxConfigurationWatch::~LinuxConfigurationWatch() {
     state_->end();
@@ -193,7 +193,7 @@ void LinuxConfigurationWatch::schedule() {
     const LockScope scope(state.lock);
     const auto watch = [this](int descriptor, std::uint32_t events, void (State::*notice)()) {
         if (descriptor >= 0)
-            watches_.push_back(dispatch_.watch(descriptor, events, [shared = state_, notice] { (*shared.*notice)(); }));
+            watches_.push_back(events_.watch(descriptor, events, [shared = state_, notice] { (*shared.*notice)(); }));
     };
     watch(state.routeNotices.descriptor(), EPOLLIN, &State::routesMayHaveChanged);
     watch(state.resolver.descriptor(), EPOLLIN, &State::resolverMayHaveChanged);

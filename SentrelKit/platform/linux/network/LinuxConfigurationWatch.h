@@ -2,8 +2,8 @@
 #pragma once
 
 #include <SentrelKit/platform/NetworkService.h>
+#include <SentrelKit/platform/linux/common/EventSource.h>
 #include <SentrelKit/platform/linux/common/SystemRoot.h>
-#include <SentrelKit/platform/linux/dispatch/LinuxDispatch.h>
 
 namespace sentrel::platform {
 
@@ -12,7 +12,7 @@ namespace sentrel::platform {
 /// active Ethernet-like interface has an IPv4 address.
 class LinuxConfigurationWatch final : public ConfigurationWatch {
 public:
-    [[nodiscard]] static std::unique_ptr<LinuxConfigurationWatch> make(const SystemRoot& root, LinuxDispatch& dispatch,
+    [[nodiscard]] static std::unique_ptr<LinuxConfigurationWatch> make(const SystemRoot& root, EventSource& events,
                                                                        std::function<void()> changed);
     ~LinuxConfigurationWatch() override;
     LinuxConfigurationWatch(const LinuxConfigurationWatch&) = delete;
@@ -26,9 +26,9 @@ public:
 private:
     struct State;
 
-    LinuxConfigurationWatch(LinuxDispatch& dispatch, std::shared_ptr<State> state);
+    LinuxConfigurationWatch(EventSource& events, std::shared_ptr<State> state);
 
-    LinuxDispatch& dispatch_;
+    EventSource& events_;
     std::shared_ptr<State> state_; // shared with a callback that runs while the watch is released
     std::vector<std::unique_ptr<DescriptorWatch>> watches_;
 };

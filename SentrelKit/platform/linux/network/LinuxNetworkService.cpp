@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/network/LinuxNetworkService.h>
 
-#include <SentrelKit/platform/linux/dispatch/LinuxDispatch.h>
 #include <SentrelKit/platform/linux/network/LinuxConfigurationWatch.h>
 #include <SentrelKit/platform/linux/network/LinuxInterfaceEntry.h>
 #include <SentrelKit/platform/linux/network/NetlinkAttributes.h>
@@ -49,8 +48,8 @@ Connectivity askConnectivityService(BusConnection& bus) {
 
 } // namespace
 
-LinuxNetworkService::LinuxNetworkService(SystemRoot root, LinuxDispatch& dispatch)
-    : root_(std::move(root)), dispatch_(dispatch),
+LinuxNetworkService::LinuxNetworkService(SystemRoot root, EventSource& events)
+    : root_(std::move(root)), events_(events),
       notices_(NETLINK_ROUTE,
                {RTNLGRP_LINK, RTNLGRP_IPV4_IFADDR, RTNLGRP_IPV6_IFADDR, RTNLGRP_IPV4_ROUTE, RTNLGRP_IPV6_ROUTE}),
       route_(NETLINK_ROUTE), countersRequest_(RTM_GETSTATS, NLM_F_DUMP), bus_(G_BUS_TYPE_SYSTEM) {
@@ -213,7 +212,7 @@ Connectivity LinuxNetworkService::connectivity() {
 }
 
 std::unique_ptr<ConfigurationWatch> LinuxNetworkService::watchConfiguration(std::function<void()> changed) {
-    return LinuxConfigurationWatch::make(root_, dispatch_, std::move(changed));
+    return LinuxConfigurationWatch::make(root_, events_, std::move(changed));
 }
 
 } // namespace sentrel::platform

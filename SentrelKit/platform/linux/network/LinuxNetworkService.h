@@ -18,11 +18,11 @@
 
 namespace sentrel::platform {
 
-class LinuxDispatch;
+class EventSource;
 
 class LinuxNetworkService final : public NetworkService {
 public:
-    LinuxNetworkService(SystemRoot root, LinuxDispatch& dispatch);
+    LinuxNetworkService(SystemRoot root, EventSource& events);
 
     bool listInterfaces(const std::function<void(const InterfaceInfo&)>& each) override;
     std::optional<MediaStatus> mediaStatus(std::string_view name) override;
@@ -51,7 +51,7 @@ private:
     [[nodiscard]] std::int64_t bitRate(std::uint32_t index);
 
     SystemRoot root_;
-    LinuxDispatch& dispatch_;
+    EventSource& events_;
 
     Lock listing_; // taken before lock_, held while a listing is handed over
     std::vector<Counters> counters_ SENTREL_GUARDED_BY(listing_);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/network/LinuxConfigurationWatch.h>
 
+#include <SentrelKit/platform/linux/dispatch/LinuxDispatch.h>
+
 #include "tests/support/Await.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/NetworkNamespace.h"
