@@ -112,17 +112,14 @@ std::string displayName(const PciNames& names, std::uint16_t device) {
 }
 
 std::optional<PciNames> lookUpPciNames(const SystemRoot& root, std::uint16_t vendor, std::uint16_t device) {
-    std::optional<PciNames> best;
+    std::optional<PciNames> best = root.isReal() ? lookUpCompiled(vendor, device) : std::nullopt;
+    if (best && best->device)
+        return best;
     for (const std::string_view path : {"/usr/share/misc/pci.ids", "/usr/share/hwdata/pci.ids"}) {
         if (const std::optional<std::string> content = root.read(path, databaseLimit)) {
-            best = findPciNames(*content, vendor, device);
-            break;
+            std::optional<PciNames> listed = findPciNames(*content, vendor, device);
+            return listed && (listed->device || !best) ? listed : best;
         }
-    }
-    if (root.isReal() && (!best || !best->device)) {
-        std::optional<PciNames> compiled = lookUpCompiled(vendor, device);
-        if (compiled && (!best || compiled->device))
-            best = std::move(compiled);
     }
     return best;
 }

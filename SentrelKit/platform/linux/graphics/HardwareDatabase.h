@@ -29,7 +29,8 @@ struct PciNames {
 /// that is not listed is shown by its number: "Intel Device 3ea0".
 [[nodiscard]] std::string displayName(const PciNames& names, std::uint16_t device);
 
-/// Looks a device up in the pci.ids file, else in the compiled database of the device manager.
+/// Looks a device up in the device manager's compiled database, which is searched without being read whole; what it
+/// does not know, and any device where there is none (containers, captured files), in the text of the pci.ids file.
 [[nodiscard]] std::optional<PciNames> lookUpPciNames(const SystemRoot& root, std::uint16_t vendor,
                                                      std::uint16_t device);
 

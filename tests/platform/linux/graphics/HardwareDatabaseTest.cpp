@@ -3,7 +3,13 @@
 
 #include "tests/support/TemporaryFolder.h"
 
+#include <algorithm>
+#include <array>
 #include <gtest/gtest.h>
+#include <sched.h>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace sentrel::platform {
 namespace {
@@ -66,6 +72,71 @@ TEST(HardwareDatabase, LooksInEitherPlaceAndFindsNothingInNeither) {
     EXPECT_TRUE(lookUpPciNames(root, 0x8086, 0x3ea0));
     folder.write("usr/share/misc/pci.ids", "8086  Other\n");
     EXPECT_EQ(lookUpPciNames(root, 0x8086, 0x3ea0)->vendor, "Other");
+}
+
+// A compiled database that knows one device: a trie of one node, as systemd lays it out (its hwdb-internal.h).
+std::string compiledDatabase(const std::string& alias, const std::string& vendor, const std::string& model) {
+    std::string strings;
+    const auto number = [](std::uint64_t value) {
+        std::string bytes;
+        for (int i = 0; i < 8; ++i)
+            bytes += static_cast<char>(value >> (8 * i));
+        return bytes;
+    };
+    constexpr std::uint64_t header = 80;
+    constexpr std::uint64_t node = 24;
+    constexpr std::uint64_t child = 16;
+    constexpr std::uint64_t value = 16;
+    constexpr std::uint64_t nodes = node + 2 * value;
+    const auto text = [&](const std::string& content) {
+        const std::uint64_t place = header + nodes + strings.size();
+        strings += content + '\0';
+        return number(place);
+    };
+    std::string tree = text(alias) + number(0) + number(2); // no children, two values
+    tree += text(" ID_MODEL_FROM_DATABASE") + text(model);
+    tree += text(" ID_VENDOR_FROM_DATABASE") + text(vendor);
+    return "KSLPHHRH" + number(252) + number(header + nodes + strings.size()) + number(header) + number(node) +
+           number(child) + number(value) + number(header) + number(nodes) + number(strings.size()) + tree + strings;
+}
+
+// The name of a device in a machine whose root is that folder.
+std::string nameIn(const TemporaryFolder& machine, std::uint16_t vendor, std::uint16_t device) {
+    std::array<int, 2> answer{};
+    if (::pipe(answer.data()) != 0)
+        return {};
+    const pid_t child = ::fork();
+    if (child == 0) {
+        if (::geteuid() != 0 && ::unshare(CLONE_NEWUSER) != 0) // where all users may have a root of their own
+            ::_exit(1);
+        if (::chroot(machine.path().c_str()) != 0 || ::chdir("/") != 0)
+            ::_exit(1);
+        const auto names = lookUpPciNames(SystemRoot(), vendor, device);
+        const std::string name = names ? displayName(*names, device) : "none";
+        ::_exit(::write(answer[1], name.data(), name.size()) < 0 ? 1 : 0);
+    }
+    ::close(answer[1]);
+    std::array<char, 256> name{};
+    const ssize_t size = ::read(answer[0], name.data(), name.size());
+    ::close(answer[0]);
+    ::waitpid(child, nullptr, 0);
+    return {name.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0))};
+}
+
+TEST(HardwareDatabase, AsksTheCompiledOneFirstAndTheTextForWhatThatDoesNotKnow) {
+    const TemporaryFolder machine;
+    machine.makeFolder("etc");
+    EXPECT_EQ(nameIn(machine, 0x8086, 0x3ea0), "none");
+    machine.write("usr/share/misc/pci.ids", database);
+    EXPECT_EQ(nameIn(machine, 0x8086, 0x3ea0), "Intel UHD Graphics 620");
+    machine.write("etc/udev/hwdb.bin",
+                  compiledDatabase("pci:v00008086d00003EA0", "Intel Corporation", "Lake [UHD Graphics, compiled]"));
+    EXPECT_EQ(nameIn(machine, 0x8086, 0x3ea0), "Intel UHD Graphics, compiled");
+    EXPECT_EQ(nameIn(machine, 0x8086, 0x5a85), "Intel HD Graphics 500");
+    EXPECT_EQ(nameIn(machine, 0x8086, 0x0001), "Intel Device 0001");
+    machine.remove("usr");
+    EXPECT_EQ(nameIn(machine, 0x8086, 0x3ea0), "Intel UHD Graphics, compiled");
+    EXPECT_EQ(nameIn(machine, 0x8086, 0x5a85), "none");
 }
 
 TEST(HardwareDatabase, OfThisMachineKnowsTheOldestIntegratedProcessors) {
