@@ -102,13 +102,11 @@ std::optional<PciNames> findPciNames(std::string_view database, std::uint16_t ve
 }
 
 std::string displayName(const PciNames& names, std::uint16_t device) {
-    std::string name(shortVendor(names.vendor));
-    name += ' ';
-    if (names.device)
-        name += bracketed(*names.device).value_or(*names.device);
-    else
-        name += "Device " + hexadecimal(device);
-    return name;
+    const std::string vendor = std::string(shortVendor(names.vendor)) + ' ';
+    if (!names.device)
+        return vendor + "Device " + hexadecimal(device);
+    const std::string name(bracketed(*names.device).value_or(*names.device));
+    return name.starts_with(vendor) ? name : vendor + name;
 }
 
 std::optional<PciNames> lookUpPciNames(const SystemRoot& root, std::uint16_t vendor, std::uint16_t device) {

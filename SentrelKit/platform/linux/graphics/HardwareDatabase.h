@@ -24,9 +24,9 @@ struct PciNames {
 [[nodiscard]] std::optional<PciNames> findPciNames(std::string_view database, std::uint16_t vendor,
                                                    std::uint16_t device);
 
-/// The name to show: the vendor's short name and the device's trade name, which stand in square brackets where there
-/// are such. "Intel Corporation" and "WhiskeyLake-U GT2 [UHD Graphics 620]" give "Intel UHD Graphics 620". A device
-/// that is not listed is shown by its number: "Intel Device 3ea0".
+/// The name to show: the vendor's short name, unless the other begins with it, and the device's trade name, which
+/// stands in square brackets where there are such. "Intel Corporation" and "WhiskeyLake-U GT2 [UHD Graphics 620]" give
+/// "Intel UHD Graphics 620". A device that is not listed is shown by its number: "Intel Device 3ea0".
 [[nodiscard]] std::string displayName(const PciNames& names, std::uint16_t device);
 
 /// Looks a device up in the device manager's compiled database, which is searched without being read whole; what it

@@ -62,6 +62,8 @@ TEST(HardwareDatabase, ShowsTheShortVendorAndTheTradeName) {
           Case{0x8086, 0x7d55, "Intel Device 7d55"}})
         EXPECT_EQ(displayName(*findPciNames(database, each.vendor, each.device), each.device), each.name);
     EXPECT_EQ(displayName({"Maker, Inc.", "Odd ][ []"}, 1), "Maker Odd ][ []");
+    EXPECT_EQ(displayName({"Intel Corporation", "Meteor Lake-P [Intel Arc Graphics]"}, 1), "Intel Arc Graphics");
+    EXPECT_EQ(displayName({"Intel Corporation", "Intelligent [Intelligent One]"}, 1), "Intel Intelligent One");
 }
 
 TEST(HardwareDatabase, LooksInEitherPlaceAndFindsNothingInNeither) {
