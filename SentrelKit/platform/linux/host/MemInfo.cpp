@@ -4,15 +4,72 @@
 #include <SentrelKit/platform/linux/common/KernelText.h>
 
 #include <algorithm>
-#include <iterator>
+#include <array>
 #include <limits>
 
 namespace sentrel::platform {
 
 namespace {
 
+// A line of a file, by the text before its number, and where the number goes.
+template <class Record>
+struct Field {
+    std::string_view key;
+    std::uint64_t Record::*value;
+};
+
+// Reads the lines that the table names, each once, in whatever order they come. Without one that is there, or with one
+// whose number makes no sense, the record keeps what it had.
+template <class Record, std::size_t Count>
+void readFields(std::string_view content, const std::array<Field<Record>, Count>& table, char separator,
+                std::uint64_t largest, Record& record) noexcept {
+    std::size_t left = Count;
+    while (left > 0) {
+        std::optional<std::string_view> line = takeLine(content);
+        if (!line)
+            return;
+        const std::string_view key = takeUpTo(*line, separator);
+        const auto field =
+            std::find_if(table.begin(), table.end(), [key](const auto& each) { return each.key == key; });
+        if (field == table.end())
+            continue;
+        const std::optional<std::uint64_t> value = takeNumber(*line);
+        if (!value || *value > largest)
+            continue;
+        record.*field->value = *value;
+        --left;
+    }
+}
+
+constexpr std::uint64_t unlimited = std::numeric_limits<std::uint64_t>::max();
+
 // No machine has more: one with 2^50 KiB would overflow nothing below.
 constexpr std::uint64_t largestKiB = std::uint64_t{1} << 50;
+constexpr std::uint64_t missing = unlimited;
+
+struct MemInfoLines : MemInfo {
+    std::uint64_t available = missing;
+};
+
+// In the kernel's order (meminfo_proc_show).
+constexpr auto memInfoFields = std::to_array<Field<MemInfoLines>>({{"MemTotal", &MemInfoLines::memTotal},
+                                                                   {"MemFree", &MemInfoLines::memFree},
+                                                                   {"MemAvailable", &MemInfoLines::available},
+                                                                   {"Buffers", &MemInfoLines::buffers},
+                                                                   {"Cached", &MemInfoLines::cached},
+                                                                   {"Active(anon)", &MemInfoLines::activeAnon},
+                                                                   {"Inactive(anon)", &MemInfoLines::inactiveAnon},
+                                                                   {"SwapTotal", &MemInfoLines::swapTotal},
+                                                                   {"SwapFree", &MemInfoLines::swapFree},
+                                                                   {"Zswap", &MemInfoLines::zswap},
+                                                                   {"AnonPages", &MemInfoLines::anonPages},
+                                                                   {"Shmem", &MemInfoLines::shmem},
+                                                                   {"SReclaimable", &MemInfoLines::reclaimableSlab}});
+
+constexpr auto vmStatFields = std::to_array<Field<VmStat>>({{"nr_zspages", &VmStat::zsmallocPages},
+                                                            {"pgpgin", &VmStat::kibIn},
+                                                            {"pgpgout", &VmStat::kibOut},
+                                                            {"pgfault", &VmStat::faults}});
 
 std::uint64_t lessBy(std::uint64_t value, std::uint64_t part) noexcept {
     return value - std::min(value, part);
@@ -26,106 +83,19 @@ std::uint32_t pages(std::uint64_t kib) noexcept {
 } // namespace
 
 std::optional<MemInfo> parseMemInfo(std::string_view content) noexcept {
-    MemInfo info;
-    bool hasTotal = false;
-    bool hasFree = false;
-    while (std::optional<std::string_view> line = takeLine(content)) {
-        const std::size_t colon = line->find(':');
-        if (colon == std::string_view::npos)
-            continue;
-        const std::string_view key = line->substr(0, colon);
-
-        // The keys are told apart by their first letter before they are compared: half of the cost of a sample.
-        std::uint64_t* field = nullptr;
-        std::uint64_t available = 0;
-        switch (key.empty() ? '\0' : key.front()) {
-        case 'M':
-            if (key == "MemTotal")
-                field = &info.memTotal;
-            else if (key == "MemFree")
-                field = &info.memFree;
-            else if (key == "MemAvailable")
-                field = &available;
-            break;
-        case 'B':
-            if (key == "Buffers")
-                field = &info.buffers;
-            break;
-        case 'C':
-            if (key == "Cached")
-                field = &info.cached;
-            break;
-        case 'A':
-            if (key == "Active(anon)")
-                field = &info.activeAnon;
-            else if (key == "AnonPages")
-                field = &info.anonPages;
-            break;
-        case 'I':
-            if (key == "Inactive(anon)")
-                field = &info.inactiveAnon;
-            break;
-        case 'S':
-            if (key == "Shmem")
-                field = &info.shmem;
-            else if (key == "SReclaimable")
-                field = &info.reclaimableSlab;
-            else if (key == "SwapTotal")
-                field = &info.swapTotal;
-            else if (key == "SwapFree")
-                field = &info.swapFree;
-            break;
-        case 'Z':
-            if (key == "Zswap")
-                field = &info.zswap;
-            break;
-        default:
-            break;
-        }
-        if (!field)
-            continue;
-
-        line->remove_prefix(colon + 1);
-        const std::optional<std::uint64_t> value = takeNumber(*line);
-        if (!value || *value > largestKiB)
-            continue;
-        *field = *value;
-        hasTotal = hasTotal || field == &info.memTotal;
-        hasFree = hasFree || field == &info.memFree;
-        if (field == &available)
-            info.memAvailable = available;
-    }
-    if (!hasTotal || !hasFree || info.memTotal == 0)
+    MemInfoLines lines;
+    lines.memFree = missing;
+    readFields(content, memInfoFields, ':', largestKiB, lines);
+    if (lines.memTotal == 0 || lines.memFree == missing)
         return std::nullopt;
-    return info;
+    if (lines.available != missing)
+        lines.memAvailable = lines.available;
+    return static_cast<const MemInfo&>(lines);
 }
 
 VmStat parseVmStat(std::string_view content) noexcept {
-    struct Wanted {
-        std::string_view key;
-        std::uint64_t VmStat::*field;
-    };
-    static constexpr Wanted wanted[] = {{"nr_zspages ", &VmStat::zsmallocPages},
-                                        {"pgpgin ", &VmStat::kibIn},
-                                        {"pgpgout ", &VmStat::kibOut},
-                                        {"pgfault ", &VmStat::faults}};
     VmStat stat;
-    std::size_t left = std::size(wanted);
-    while (left > 0) {
-        std::optional<std::string_view> line = takeLine(content);
-        if (!line)
-            break;
-        if (!line->starts_with("pg") && !line->starts_with("nr_z"))
-            continue;
-        for (const Wanted& entry : wanted) {
-            if (line->starts_with(entry.key)) {
-                line->remove_prefix(entry.key.size());
-                stat.*entry.field = takeNumber(*line).value_or(0);
-                --left;
-                break;
-            }
-        }
-    }
+    readFields(content, vmStatFields, ' ', unlimited, stat);
     return stat;
 }
 
