@@ -58,7 +58,7 @@ void LinuxProcessService::refreshRunningApplications() {
 
 RunningApplicationsObservers::SharedSet LinuxProcessService::look() {
     const LockScope scope(lock_);
-    if (table_.look())
+    if (table_.refresh())
         takeStock();
     return set_;
 }

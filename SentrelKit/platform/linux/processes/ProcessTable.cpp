@@ -11,7 +11,8 @@ namespace {
 
 constexpr std::int64_t second = 1'000'000'000;
 constexpr std::int64_t longestStanding = 10 * second;
-constexpr std::int64_t youth = second / 2;
+constexpr std::int64_t gracePeriod = second / 2;
+constexpr std::int64_t leastFollowing = second / 2;
 constexpr std::int64_t leastComputing = second / 50; // more than a shell takes to start
 constexpr std::int32_t fewIds = 64;                  // asking for each still costs less than a listing
 
@@ -72,33 +73,33 @@ std::int64_t CapturedProcessClocks::now() noexcept {
 ProcessTable::ProcessTable(const SystemRoot& root, std::unique_ptr<ProcessClocks> clocks)
     : files_(root), clocks_(std::move(clocks)), pageSize_(static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE))) {}
 
-bool ProcessTable::look() {
+bool ProcessTable::refresh() {
     // Read before the listing: what starts in between moves them once more.
-    const std::optional<Figures> figures = readFigures();
+    const std::optional<IdCounters> counters = readIdCounters();
     bool changed = false;
-    if (!figures || !figures_ || *figures != *figures_) {
-        const std::optional<bool> few = figures && figures_ ? takeFewNewIds(*figures) : std::nullopt;
-        changed = few ? *few : list(figures);
+    if (!counters || !counters_ || *counters != *counters_) {
+        const std::optional<bool> few = counters && counters_ ? takeFewNewIds(*counters) : std::nullopt;
+        changed = few ? *few : list(counters);
     }
     changed = followLaunchers() || changed;
     return readAgain() || changed;
 }
 
-std::optional<ProcessTable::Figures> ProcessTable::readFigures() noexcept {
+std::optional<ProcessTable::IdCounters> ProcessTable::readIdCounters() noexcept {
     const std::optional<std::uint64_t> linkCount = files_.linkCount();
     const std::optional<std::int32_t> lastId = files_.lastId();
     if (!linkCount || !lastId)
         return std::nullopt;
-    return Figures{*lastId, *linkCount};
+    return IdCounters{*lastId, *linkCount};
 }
 
 // True if one of the few new ids is a process of more than passing interest; absent if only a listing can tell what
 // happened.
-std::optional<bool> ProcessTable::takeFewNewIds(const Figures& figures) {
-    if (figures.lastId < figures_->lastId || figures.lastId - figures_->lastId > fewIds)
+std::optional<bool> ProcessTable::takeFewNewIds(const IdCounters& counters) {
+    if (counters.lastId < counters_->lastId || counters.lastId - counters_->lastId > fewIds)
         return std::nullopt;
     listed_.clear();
-    for (std::int32_t id = figures_->lastId + 1; id <= figures.lastId; ++id) {
+    for (std::int32_t id = counters_->lastId + 1; id <= counters.lastId; ++id) {
         // Threads are given ids too, but only a process has a process clock.
         if (!clocks_->processNanoseconds(id))
             continue;
@@ -106,7 +107,7 @@ std::optional<bool> ProcessTable::takeFewNewIds(const Figures& figures) {
             return std::nullopt;
         listed_.push_back(id);
     }
-    if (figures.linkCount != figures_->linkCount + listed_.size())
+    if (counters.linkCount != counters_->linkCount + listed_.size())
         return std::nullopt;
 
     bool changed = false;
@@ -114,29 +115,29 @@ std::optional<bool> ProcessTable::takeFewNewIds(const Figures& figures) {
         const auto place = std::lower_bound(ids_.begin(), ids_.end(), id);
         ProcessEntry& entry = *entries_.insert(entries_.begin() + (place - ids_.begin()), readEntry(id));
         ids_.insert(place, id);
-        entry.isYoung = true;
+        entry.isInGracePeriod = true;
         entry.factsReadAt = clocks_->now();
         changed = changed || entry.facts.isCandidate;
     }
-    figures_ = figures;
+    counters_ = counters;
     return changed;
 }
 
-bool ProcessTable::list(const std::optional<Figures>& figures) {
+bool ProcessTable::list(const std::optional<IdCounters>& counters) {
     if (!files_.list(listed_))
         return false;
-    if (figures && figures_) {
+    if (counters && counters_) {
         for (ProcessEntry& entry : entries_) {
-            if (wasGivenOutSince(entry.facts.id, *figures))
-                entry.isDoubted = true;
+            if (wasGivenOutSince(entry.facts.id, *counters))
+                entry.isInvalid = true;
         }
     }
     const bool changed = listed_ != ids_ && takeListing();
     if (changed)
-        doubtOrphans();
+        invalidateOrphans();
     isListed_ = true;
     // A count below what was listed is no count of processes: such a file system is listed each time.
-    figures_ = figures && figures->linkCount > ids_.size() ? figures : std::nullopt;
+    counters_ = counters && counters->linkCount > ids_.size() ? counters : std::nullopt;
     return changed;
 }
 
@@ -161,7 +162,7 @@ bool ProcessTable::takeListing() {
             continue;
         }
         ProcessEntry& entry = entries_.emplace_back(readEntry(id));
-        entry.isYoung = isListed_;
+        entry.isInGracePeriod = isListed_;
         entry.factsReadAt = now;
         changed = changed || entry.facts.isCandidate;
     }
@@ -173,24 +174,24 @@ bool ProcessTable::takeListing() {
 }
 
 // What lost its parent has a new one.
-void ProcessTable::doubtOrphans() noexcept {
+void ProcessTable::invalidateOrphans() noexcept {
     for (ProcessEntry& entry : entries_) {
         if (entry.facts.isCandidate && entry.facts.parent != 0 && !find(entry.facts.parent))
-            entry.isDoubted = true;
+            entry.isInvalid = true;
     }
 }
 
 // The kernel gives ids out in rising order and begins anew after the highest: those given out since lie between the
 // last one of then and the last one of now.
-bool ProcessTable::wasGivenOutSince(std::int32_t id, const Figures& now) const noexcept {
-    const std::int32_t then = figures_->lastId;
+bool ProcessTable::wasGivenOutSince(std::int32_t id, const IdCounters& now) const noexcept {
+    const std::int32_t then = counters_->lastId;
     return then <= now.lastId ? id > then && id <= now.lastId : id > then || id <= now.lastId;
 }
 
 // True if one of them began or ceased to compute. In less than half a second no share can be told.
 bool ProcessTable::followLaunchers() noexcept {
     const std::int64_t now = clocks_->now();
-    if (followedAt_ >= 0 && now - followedAt_ < youth)
+    if (followedAt_ >= 0 && now - followedAt_ < leastFollowing)
         return false;
     followedAt_ = now;
     bool changed = false;
@@ -209,7 +210,7 @@ bool ProcessTable::follow(ProcessEntry& entry, std::int64_t now) noexcept {
     const std::int64_t time = isKnown ? now - entry.followedAt : age(entry);
     const auto used = static_cast<std::int64_t>(*ran - (isKnown ? entry.ran : 0));
     if (isKnown && used != 0 && entry.owner == 0) // it may run another program by now
-        entry.isDoubted = true;
+        entry.isInvalid = true;
     if (time > 0 && used >= std::max(leastComputing, time / 100))
         entry.computedAt = now;
     entry.ran = *ran;
@@ -227,7 +228,8 @@ std::int64_t ProcessTable::age(const ProcessEntry& entry) noexcept {
 bool ProcessTable::isDueForReading(const ProcessEntry& entry, std::int64_t now) const noexcept {
     const std::int64_t age = now - entry.factsReadAt;
     const bool mayBecomeAnother = entry.owner == 0 && !entry.isKernelThread;
-    return entry.isDoubted || (entry.isYoung && age >= youth) || (mayBecomeAnother && age >= longestStanding);
+    return entry.isInvalid || (entry.isInGracePeriod && age >= gracePeriod) ||
+           (mayBecomeAnother && age >= longestStanding);
 }
 
 bool ProcessTable::readAgain() {
@@ -238,8 +240,8 @@ bool ProcessTable::readAgain() {
             continue;
         ProcessEntry& fresh = fresh_;
         readEntry(entry.facts.id, fresh);
-        entry.isYoung = false;
-        entry.isDoubted = false;
+        entry.isInGracePeriod = false;
+        entry.isInvalid = false;
         entry.factsReadAt = now;
         const bool isReused = fresh.facts.startTime != entry.facts.startTime;
         fresh.facts.isComputing = !isReused && fresh.mayBeLauncher && entry.facts.isComputing;
@@ -252,15 +254,13 @@ bool ProcessTable::readAgain() {
         if (isReused || !entry.mayBeLauncher)
             entry.ran = 0, entry.followedAt = entry.computedAt = 0;
         entry.isKernelThread = fresh.isKernelThread;
-        entry.isYoung = isReused;
+        entry.isInGracePeriod = isReused;
         if (isReused || !entry.facts.isCandidate)
             entry.clock = 0;
     }
     return changed;
 }
 
-// An id that tells nothing (it has ended meanwhile, or is hidden) keeps a place without facts, so that not every
-// listing asks for it again.
 // An id that tells nothing (it has ended meanwhile, or is hidden) keeps a place without facts, so that not every
 // listing asks for it again.
 ProcessEntry ProcessTable::readEntry(std::int32_t id) {
@@ -298,11 +298,11 @@ ProcessEntry* ProcessTable::find(std::int32_t id) noexcept {
     return found != ids_.end() && *found == id ? &entries_[static_cast<std::size_t>(found - ids_.begin())] : nullptr;
 }
 
-// What was to be there and cannot be measured, or is another process by now, is found out at the next look.
-void ProcessTable::doubt(ProcessEntry& entry) noexcept {
-    entry.isDoubted = true;
+// What was to be there and cannot be measured, or is another process by now, is found out at the next refresh.
+void ProcessTable::invalidate(ProcessEntry& entry) noexcept {
+    entry.isInvalid = true;
     entry.clock = 0;
-    figures_.reset();
+    counters_.reset();
 }
 
 std::optional<TaskInfo> ProcessTable::taskInfo(std::int32_t id) noexcept {
@@ -310,30 +310,30 @@ std::optional<TaskInfo> ProcessTable::taskInfo(std::int32_t id) noexcept {
     const std::optional<std::uint64_t> clock = clocks_->processNanoseconds(id);
     if (!clock) {
         if (entry && entry->facts.isCandidate)
-            doubt(*entry);
+            invalidate(*entry);
         return std::nullopt;
     }
     if (!entry || entry->clock != *clock || *clock == 0)
-        return readFigures(id, *clock, entry);
+        return readTaskInfo(id, *clock, entry);
 
     const std::int64_t now = clocks_->now();
     if (now >= entry->memoryDueAt) {
         const std::optional<std::uint64_t> pages = files_.residentPages(id);
         if (!pages || (*pages == 0) != (entry->figures.residentBytes == 0))
-            return readFigures(id, *clock, entry);
+            return readTaskInfo(id, *clock, entry);
         entry->figures.residentBytes = *pages * pageSize_;
         entry->memoryDueAt = now + longestStanding;
     }
     return entry->figures;
 }
 
-std::optional<TaskInfo> ProcessTable::readFigures(std::int32_t id, std::uint64_t nanoseconds,
-                                                  ProcessEntry* entry) noexcept {
+std::optional<TaskInfo> ProcessTable::readTaskInfo(std::int32_t id, std::uint64_t nanoseconds,
+                                                   ProcessEntry* entry) noexcept {
     const std::optional<ProcessStat> stat = files_.stat(id);
     const bool isFollowed = entry && entry->facts.isCandidate;
     if (!stat || stat->isZombie()) {
         if (isFollowed)
-            doubt(*entry);
+            invalidate(*entry);
         return std::nullopt;
     }
     const bool isKnown = isFollowed && entry->facts.startTime == stat->startTicks;
@@ -358,9 +358,9 @@ std::optional<TaskInfo> ProcessTable::readFigures(std::int32_t id, std::uint64_t
         entry->clock = nanoseconds;
         entry->memoryDueAt = clocks_->now() + firstStanding(id);
         if (stat->command != entry->facts.command || stat->parent != entry->facts.parent)
-            entry->isDoubted = true;
+            entry->isInvalid = true;
     } else if (isFollowed) {
-        doubt(*entry);
+        invalidate(*entry);
     }
     return figures;
 }
