@@ -9,11 +9,17 @@
 
 namespace sentrel::platform {
 
+/// Nanoseconds of one of the kernel's clocks; absent, with errno set, if there is none of that kind.
+inline std::optional<std::int64_t> clockNanoseconds(clockid_t clock) noexcept {
+    timespec time{};
+    if (clock_gettime(clock, &time) != 0)
+        return std::nullopt;
+    return std::int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
+}
+
 /// Nanoseconds of CLOCK_MONOTONIC.
 inline std::int64_t monotonicNow() noexcept {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return std::int64_t{now.tv_sec} * 1'000'000'000 + now.tv_nsec;
+    return clockNanoseconds(CLOCK_MONOTONIC).value_or(0);
 }
 
 /// The moment so many nanoseconds from now; negative counts as 0, and what would overflow is never reached.

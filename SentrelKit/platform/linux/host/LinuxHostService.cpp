@@ -2,6 +2,7 @@
 #include <SentrelKit/platform/linux/host/LinuxHostService.h>
 
 #include <SentrelKit/platform/linux/common/KernelText.h>
+#include <SentrelKit/platform/linux/common/MonotonicTime.h>
 #include <SentrelKit/platform/linux/host/CpuInfo.h>
 #include <SentrelKit/platform/linux/host/CpuTopology.h>
 #include <SentrelKit/platform/linux/host/LoadAverage.h>
@@ -9,7 +10,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <ctime>
 #include <limits>
 #include <string>
 #include <unistd.h>
@@ -22,7 +22,7 @@ namespace {
 // machines.
 constexpr std::size_t statLimit = std::size_t{4} << 20;
 
-constexpr std::int64_t secondsBetweenSearches = 60;
+constexpr std::int64_t searchInterval = 60'000'000'000; // nanoseconds
 
 constexpr std::uintptr_t machineSet = 1;
 
@@ -30,13 +30,6 @@ constexpr std::uintptr_t machineSet = 1;
 std::nullopt_t malformed() noexcept {
     errno = EBADMSG;
     return std::nullopt;
-}
-
-std::optional<timespec> readClock(clockid_t clock) noexcept {
-    timespec now{};
-    if (::clock_gettime(clock, &now) != 0)
-        return std::nullopt;
-    return now;
 }
 
 } // namespace
@@ -182,21 +175,17 @@ std::optional<std::uint64_t> LinuxHostService::physicalMemory() {
 }
 
 std::optional<double> LinuxHostService::awakeUptime() noexcept {
-    const std::optional<timespec> now = readClock(CLOCK_MONOTONIC);
-    if (!now)
-        return std::nullopt;
-    return static_cast<double>(now->tv_sec) + static_cast<double>(now->tv_nsec) / 1e9;
+    const std::optional<std::int64_t> now = clockNanoseconds(CLOCK_MONOTONIC);
+    return now ? std::optional(static_cast<double>(*now) / 1e9) : std::nullopt;
 }
 
 std::optional<ThermalState> LinuxHostService::thermalState() {
-    const std::optional<timespec> now = readClock(CLOCK_MONOTONIC);
-    if (!now)
-        return std::nullopt;
+    const std::int64_t now = monotonicNow();
     const LockScope scope(thermalLock_);
     // Zones come with drivers and their trip points can be set: both are looked up once a minute, not at every reading.
-    if (!zonesFound_ || now->tv_sec - *zonesFound_ >= secondsBetweenSearches) {
+    if (!zonesFound_ || now - *zonesFound_ >= searchInterval) {
         zones_.find();
-        zonesFound_ = now->tv_sec;
+        zonesFound_ = now;
     }
     return zones_.state();
 }

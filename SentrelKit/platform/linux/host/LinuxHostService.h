@@ -52,7 +52,7 @@ private:
 
     Lock thermalLock_;
     ThermalZones zones_ SENTREL_GUARDED_BY(thermalLock_);
-    std::optional<std::int64_t> zonesFound_ SENTREL_GUARDED_BY(thermalLock_); // seconds of CLOCK_MONOTONIC
+    std::optional<std::int64_t> zonesFound_ SENTREL_GUARDED_BY(thermalLock_); // CLOCK_MONOTONIC
 };
 
 } // namespace sentrel::platform

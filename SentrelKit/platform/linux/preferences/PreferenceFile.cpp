@@ -167,8 +167,7 @@ const PreferenceFile::Version& PreferenceFile::newestVersion() {
         newest.content = emptyContent();
         return newest;
     }
-    // Not blocking: a pipe in the file's place is refused after it was opened.
-    newest.fd.reset(::open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    newest.fd = openAt(AT_FDCWD, path_.c_str()); // a pipe in the file's place is refused once it is open
     if (newest.fd && ::fstat(newest.fd.get(), &newest.status) == 0)
         newest.content = load(newest.fd.get(), newest.status);
     newest.error = errno;
@@ -233,13 +232,13 @@ bool PreferenceFile::replace(const PropertyList::Dictionary& content, const std:
         return false;
     }
     // The new file is in place whether or not the folder can be synchronised too.
-    if (const UniqueFd folder(::open(parentFolder(target).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)); folder)
+    if (const UniqueFd folder = openAt(AT_FDCWD, parentFolder(target).c_str(), O_DIRECTORY))
         static_cast<void>(::fsync(folder.get()));
 
     // Kept open for reading only: a file open for writing would stop the disk from being made read-only.
     const LockScope lock(lock_);
     Version& newest = version_.emplace();
-    newest.fd.reset(::open(target.c_str(), O_RDONLY | O_CLOEXEC));
+    newest.fd = openAt(AT_FDCWD, target.c_str());
     if (newest.fd && ::fstat(newest.fd.get(), &newest.status) == 0)
         newest.content = std::make_shared<const PropertyList::Dictionary>(content);
     return true;

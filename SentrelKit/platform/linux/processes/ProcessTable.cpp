@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/processes/ProcessTable.h>
 
+#include <SentrelKit/platform/linux/common/MonotonicTime.h>
+
 #include <algorithm>
 #include <unistd.h>
 #include <utility>
@@ -15,10 +17,6 @@ constexpr std::int64_t gracePeriod = second / 2;
 constexpr std::int64_t leastFollowing = second / 2;
 constexpr std::int64_t leastComputing = second / 50; // more than a shell takes to start
 constexpr std::int32_t fewIds = 64;                  // asking for each still costs less than a listing
-
-std::int64_t nanoseconds(const timespec& time) noexcept {
-    return time.tv_sec * second + time.tv_nsec;
-}
 
 // How long the memory of a process stands the first time. Most processes are first read together.
 std::int64_t firstStanding(std::int32_t id) noexcept {
@@ -38,23 +36,16 @@ std::optional<std::uint64_t> KernelProcessClocks::processNanoseconds(std::int32_
     // CPUCLOCK_SCHED of the kernel's linux/posix-timers.h, for a whole process.
     constexpr clockid_t scheduled = 2;
     const clockid_t clock = static_cast<clockid_t>(~static_cast<unsigned>(id) << 3) | scheduled;
-    timespec time{};
-    if (id < 1 || ::clock_gettime(clock, &time) != 0)
-        return std::nullopt;
-    return static_cast<std::uint64_t>(nanoseconds(time));
+    const std::optional<std::int64_t> ran = id < 1 ? std::nullopt : clockNanoseconds(clock);
+    return ran ? std::optional(static_cast<std::uint64_t>(*ran)) : std::nullopt;
 }
 
 std::int64_t KernelProcessClocks::now() noexcept {
-    timespec time{};
-    ::clock_gettime(CLOCK_MONOTONIC_COARSE, &time);
-    return nanoseconds(time);
+    return clockNanoseconds(CLOCK_MONOTONIC_COARSE).value_or(0);
 }
 
 std::optional<std::int64_t> KernelProcessClocks::sinceBoot() noexcept {
-    timespec time{};
-    if (::clock_gettime(CLOCK_BOOTTIME, &time) != 0)
-        return std::nullopt;
-    return nanoseconds(time);
+    return clockNanoseconds(CLOCK_BOOTTIME);
 }
 
 CapturedProcessClocks::CapturedProcessClocks(const SystemRoot& root) : files_(root) {}
