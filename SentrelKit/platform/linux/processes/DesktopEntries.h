@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// The names and icons that desktop entries (*.desktop files) give to applications.
+/// The names and icons that desktop entries (*.desktop files) give to applications. GKeyFile reads them; the search is
+/// here because GIO's (GDesktopAppInfo) keeps a thread that wakes at every change of the folders, knows the folders of
+/// the environment as it first was and no others, and leaves out what this machine itself could not start.
 
 #include <SentrelKit/platform/linux/common/SystemRoot.h>
 
