@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/volumes/MountTable.h>
 
-#include <charconv>
+#include <SentrelKit/platform/linux/common/KernelText.h>
+
 #include <map>
 #include <unordered_map>
 #include <utility>
@@ -34,9 +35,9 @@ private:
 
 template <class Number>
 bool parseNumber(std::string_view text, Number& number) {
-    const char* end = text.data() + text.size();
-    const auto result = std::from_chars(text.data(), end, number);
-    return result.ec == std::errc() && result.ptr == end;
+    const std::optional<Number> value = toNumber<Number>(text);
+    number = value.value_or(number);
+    return value.has_value();
 }
 
 bool parseDevice(std::string_view text, MountEntry& entry) {
@@ -67,12 +68,6 @@ std::string unescaped(std::string_view text) {
 }
 
 namespace {
-
-bool liesWithin(std::string_view path, std::string_view folder) {
-    if (folder == "/")
-        return path.starts_with('/');
-    return path.starts_with(folder) && (path.size() == folder.size() || path[folder.size()] == '/');
-}
 
 /// Follows the mounts as a path look-up would.
 class Reachability {
@@ -220,7 +215,8 @@ const MountEntry* mountOfPath(const std::vector<MountEntry>& entries, std::strin
     const std::vector<bool> visible = visibleMounts(entries);
     const MountEntry* best = nullptr;
     for (std::size_t i = 0; i < entries.size(); ++i) {
-        if (visible[i] && liesWithin(path, entries[i].on) && (!best || entries[i].on.size() >= best->on.size()))
+        if (visible[i] && liesWithin(path, entries[i].on == "/" ? std::string_view() : entries[i].on) &&
+            (!best || entries[i].on.size() >= best->on.size()))
             best = &entries[i];
     }
     return best;

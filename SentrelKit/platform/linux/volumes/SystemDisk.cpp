@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/volumes/SystemDisk.h>
 
+#include <SentrelKit/platform/linux/common/KernelText.h>
 #include <SentrelKit/platform/linux/volumes/DeviceStack.h>
 #include <SentrelKit/platform/linux/volumes/LinuxMounts.h>
 #include <SentrelKit/platform/linux/volumes/MountTable.h>
@@ -25,24 +26,12 @@ constexpr auto systemTrees = std::to_array<std::string_view>(
      "/libx32", "/nix",  "/ostree", "/proc", "/run", "/sbin", "/sys", "/sysroot", "/usr",   "/var"});
 constexpr auto systemFolders = std::to_array<std::string_view>({"/", "/home", "/root", "/tmp"});
 
-bool isAt(std::string_view path, std::string_view folder) {
-    return path.starts_with(folder) && (path.size() == folder.size() || path[folder.size()] == '/');
-}
-
 bool isSystemPlace(std::string_view path) {
-    if (isAt(path, "/run/media"))
+    if (liesWithin(path, "/run/media"))
         return false;
     return std::find(systemFolders.begin(), systemFolders.end(), path) != systemFolders.end() ||
            std::any_of(systemTrees.begin(), systemTrees.end(),
-                       [path](std::string_view tree) { return isAt(path, tree); });
-}
-
-// The text up to the separator, which is taken off with it.
-std::string_view takeUpTo(std::string_view& text, char separator) {
-    const std::size_t end = std::min(text.find(separator), text.size());
-    const std::string_view taken = text.substr(0, end);
-    text.remove_prefix(std::min(end + 1, text.size()));
-    return taken;
+                       [path](std::string_view tree) { return liesWithin(path, tree); });
 }
 
 // The devices that the system stands on, gathered from one mount table.

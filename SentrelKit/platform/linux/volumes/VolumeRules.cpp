@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/volumes/VolumeRules.h>
 
+#include <SentrelKit/platform/linux/common/KernelText.h>
+
 #include <algorithm>
 #include <array>
 #include <set>
@@ -30,17 +32,13 @@ bool isUserSpace(std::string_view type) {
     return type == "fuse" || type == "fuseblk" || type.starts_with("fuse.");
 }
 
-bool isAt(std::string_view path, std::string_view folder) {
-    return path.starts_with(folder) && (path.size() == folder.size() || path[folder.size()] == '/');
-}
-
 bool isSystemPlace(std::string_view path) {
-    if (isAt(path, "/run/media"))
+    if (liesWithin(path, "/run/media"))
         return false;
     if (path.find("/.local/share/containers/") != std::string_view::npos)
         return true;
     return std::any_of(systemPlaces.begin(), systemPlaces.end(),
-                       [&](std::string_view place) { return isAt(path, place); });
+                       [&](std::string_view place) { return liesWithin(path, place); });
 }
 
 // The subvolume is the last option that btrfs tells, so commas in its name do no harm.
