@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/volumes/DiskCounters.h>
 
+#include <SentrelKit/platform/linux/common/MonotonicTime.h>
+
 #include <array>
-#include <ctime>
 #include <string_view>
-#include <unistd.h>
 
 namespace sentrel::platform {
 
@@ -18,30 +18,16 @@ void add(std::optional<std::int64_t>& sum, const std::optional<std::int64_t>& pa
         sum = sum.value_or(0) + *part;
 }
 
+std::optional<DiskStatistics> readCounters(KeptFile& file) {
+    std::array<char, 512> text;
+    const std::optional<std::string_view> content = file.read(text);
+    return content ? std::optional(parseBlockStatistics(*content)) : std::nullopt;
+}
+
 } // namespace
 
-std::optional<DiskStatistics> CounterFile::read() {
-    std::optional<DiskStatistics> statistics = readOpen();
-    if (!statistics) {
-        file_ = root_.open(path_); // at first, and when another device took the name
-        statistics = readOpen();
-    }
-    return statistics;
-}
-
-std::optional<DiskStatistics> CounterFile::readOpen() {
-    // The kernel gives the file whole to one read.
-    std::array<char, 512> text;
-    const ssize_t count = file_ ? ::pread(file_.get(), text.data(), text.size(), 0) : -1;
-    if (count <= 0)
-        return std::nullopt;
-    return parseBlockStatistics({text.data(), static_cast<std::size_t>(count)});
-}
-
 std::int64_t CounterGroup::coarseClock() noexcept {
-    timespec now{};
-    ::clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
-    return std::int64_t{now.tv_sec} * 1'000 * millisecond + now.tv_nsec;
+    return clockNanoseconds(CLOCK_MONOTONIC_COARSE).value_or(0);
 }
 
 void CounterGroup::readTogether(std::int64_t now) {
@@ -57,13 +43,13 @@ void CounterGroup::readTogether(std::int64_t now) {
 // A stacked device or an NVMe namespace whose own counters stand at zero is summed up over what carries it, as older
 // kernels count only there.
 std::optional<DiskStatistics> CounterGroup::Member::read() {
-    const std::optional<DiskStatistics> whole = own.read();
+    const std::optional<DiskStatistics> whole = readCounters(own);
     const bool counted = whole && (whole->bytesRead.value_or(0) != 0 || whole->bytesWritten.value_or(0) != 0);
     if (counted || below.empty())
         return whole;
     DiskStatistics sum;
-    for (CounterFile& file : below) {
-        const std::optional<DiskStatistics> part = file.read();
+    for (KeptFile& file : below) {
+        const std::optional<DiskStatistics> part = readCounters(file);
         if (!part)
             return whole;
         add(sum.bytesRead, part->bytesRead);
@@ -75,7 +61,7 @@ std::optional<DiskStatistics> CounterGroup::Member::read() {
 DiskCounters::DiskCounters(CounterGroup& group, const BlockDevices& devices, const std::string& kernelName)
     : group_(group) {
     const auto file = [&devices](const std::string& device, std::string_view name) {
-        return CounterFile(devices.root(), BlockDevices::folder(device, name));
+        return KeptFile(devices.root(), BlockDevices::folder(device, name));
     };
     CounterGroup::Member member{.own = file(kernelName, "stat")};
     for (const std::string& component : devices.components(kernelName))

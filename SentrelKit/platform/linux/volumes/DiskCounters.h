@@ -17,21 +17,6 @@
 
 namespace sentrel::platform {
 
-/// A "stat" file, kept open.
-class CounterFile {
-public:
-    CounterFile(const SystemRoot& root, std::string absolute) : root_(root), path_(std::move(absolute)) {}
-
-    [[nodiscard]] std::optional<DiskStatistics> read();
-
-private:
-    [[nodiscard]] std::optional<DiskStatistics> readOpen();
-
-    const SystemRoot& root_;
-    std::string path_;
-    UniqueFd file_;
-};
-
 /// Disks whose counters are read together. A sample asks for one disk after the other, and looks a path up before each:
 /// counters that are read in between find the processor's caches cold. So the first disk that needs a new reading
 /// brings along those that were asked for since their last one.
@@ -46,8 +31,8 @@ private:
     friend class DiskCounters;
 
     struct Member {
-        CounterFile own;
-        std::vector<CounterFile> below{}; // of what carries the disk
+        KeptFile own;
+        std::vector<KeptFile> below{}; // of what carries the disk
         std::optional<DiskStatistics> reading{};
         std::int64_t readAt = std::numeric_limits<std::int64_t>::min() / 2;
         bool wasGiven = false;
