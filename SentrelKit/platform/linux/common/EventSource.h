@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <SentrelKit/platform/Dispatch.h>
+
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -13,11 +15,9 @@ public:
     virtual ~DescriptorWatch() = default;
 };
 
-/// Where the services of Linux have their descriptors watched. Any thread.
-class EventSource {
+/// The queues as the services of Linux need them: descriptors are watched on the background one. Any thread.
+class EventSource : public Dispatch {
 public:
-    virtual ~EventSource() = default;
-
     /// Calls back on the background queue whenever the descriptor has one of the epoll events (EPOLLIN, EPOLLPRI...);
     /// calls of one watch never overlap. Events that come during a call make one more; so does what the call was for,
     /// where the descriptor still shows it as the call begins: a call may find nothing to do. Starts no thread by

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <SentrelKit/platform/Dispatch.h>
 #include <SentrelKit/platform/linux/common/EventSource.h>
 
 #include <cstdint>
@@ -19,7 +18,7 @@ class MainQueue;
 ///
 /// Without a thread or a descriptor to be had, the queues say so once on the standard error stream and work again
 /// within a second after there are some. If not one thread could be had, it is the main queue that asks again.
-class LinuxDispatch final : public Dispatch, public EventSource {
+class LinuxDispatch final : public EventSource {
 public:
     LinuxDispatch();
     ~LinuxDispatch() override;

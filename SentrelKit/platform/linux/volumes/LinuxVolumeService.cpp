@@ -23,7 +23,7 @@ bool isVolume(const MountEntry& mount, const VolumeTraits& traits) {
 
 } // namespace
 
-LinuxVolumeService::LinuxVolumeService(const SystemRoot& root, LinuxDispatch& dispatch, DeviceControl& control)
+LinuxVolumeService::LinuxVolumeService(const SystemRoot& root, EventSource& dispatch, DeviceControl& control)
     : machine_(root, control), dispatch_(dispatch) {}
 
 DeviceControl& LinuxVolumeService::systemControl() noexcept {

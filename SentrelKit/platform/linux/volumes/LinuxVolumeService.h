@@ -13,12 +13,12 @@
 
 namespace sentrel::platform {
 
-class LinuxDispatch;
+class EventSource;
 
 class LinuxVolumeService final : public VolumeService {
 public:
     /// The dispatch and the control outlive the service, and the service outlives its sessions and observations.
-    LinuxVolumeService(const SystemRoot& root, LinuxDispatch& dispatch, DeviceControl& control = systemControl());
+    LinuxVolumeService(const SystemRoot& root, EventSource& dispatch, DeviceControl& control = systemControl());
 
     [[nodiscard]] std::int32_t countMountedFileSystems() override;
     [[nodiscard]] std::int32_t listMountedFileSystems(std::span<MountedFileSystem> entries) override;
@@ -33,7 +33,7 @@ private:
     static DeviceControl& systemControl() noexcept;
 
     DiskMachine machine_;
-    LinuxDispatch& dispatch_;
+    EventSource& dispatch_;
     VolumeSpace space_;
 };
 

@@ -284,7 +284,7 @@ private:
 
 class Observation final : public VolumeObservation {
 public:
-    Observation(std::shared_ptr<Watcher> watcher, LinuxDispatch& dispatch) : watcher_(std::move(watcher)) {
+    Observation(std::shared_ptr<Watcher> watcher, EventSource& dispatch) : watcher_(std::move(watcher)) {
         follow(dispatch, watcher_->nodeDescriptor(), EPOLLIN, &Watcher::nodesWritten);
         follow(dispatch, watcher_->udevDescriptor(), EPOLLIN, &Watcher::udevChanged);
         // The mount table tells of a change as an urgent, erroneous state (proc(5)).
@@ -304,7 +304,7 @@ public:
     [[nodiscard]] bool isComplete() const noexcept { return isComplete_; }
 
 private:
-    bool follow(LinuxDispatch& dispatch, int descriptor, std::uint32_t events, void (Watcher::*happened)()) {
+    bool follow(EventSource& dispatch, int descriptor, std::uint32_t events, void (Watcher::*happened)()) {
         if (descriptor < 0)
             return false;
         std::unique_ptr<DescriptorWatch> watch =
@@ -323,7 +323,7 @@ private:
 
 } // namespace
 
-std::unique_ptr<VolumeObservation> watchVolumes(const BlockDevices& devices, LinuxDispatch& dispatch,
+std::unique_ptr<VolumeObservation> watchVolumes(const BlockDevices& devices, EventSource& dispatch,
                                                 std::function<void(const VolumeNotification&)> observer) {
     auto observation = std::make_unique<Observation>(std::make_shared<Watcher>(devices, std::move(observer)), dispatch);
     if (!observation->isComplete())

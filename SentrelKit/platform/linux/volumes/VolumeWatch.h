@@ -7,7 +7,7 @@
 /// two seconds.
 
 #include <SentrelKit/platform/VolumeNotification.h>
-#include <SentrelKit/platform/linux/dispatch/LinuxDispatch.h>
+#include <SentrelKit/platform/linux/common/EventSource.h>
 #include <SentrelKit/platform/linux/volumes/BlockDevices.h>
 
 #include <functional>
@@ -16,7 +16,7 @@
 namespace sentrel::platform {
 
 /// Null, with errno set, if the mount table cannot be watched. The devices and the dispatch outlive the observation.
-[[nodiscard]] std::unique_ptr<VolumeObservation> watchVolumes(const BlockDevices& devices, LinuxDispatch& dispatch,
+[[nodiscard]] std::unique_ptr<VolumeObservation> watchVolumes(const BlockDevices& devices, EventSource& dispatch,
                                                               std::function<void(const VolumeNotification&)> observer);
 
 } // namespace sentrel::platform
