@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "examples/dashboard/Report.h"
 
-#include "tests/support/ScriptedMachine.h"
+#include <SentrelKit/platform/scripted/ScriptedMachine.h>
 
 #include <gtest/gtest.h>
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/probes/BatteryProbes.h>
 
+#include <SentrelKit/platform/scripted/ScriptedMachine.h>
 #include <SentrelKit/probes/SystemManager.h>
 
 #include "tests/support/CommaLocale.h"
-#include "tests/support/ScriptedMachine.h"
 #include "tests/support/TimeZone.h"
 
 #include <gtest/gtest.h>

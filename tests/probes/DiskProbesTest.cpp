@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/probes/DiskProbes.h>
 
+#include <SentrelKit/platform/scripted/ScriptedMachine.h>
 #include <SentrelKit/probes/SystemManager.h>
-
-#include "tests/support/ScriptedMachine.h"
 
 #include <algorithm>
 #include <gmock/gmock.h>

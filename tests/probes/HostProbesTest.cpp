@@ -3,10 +3,10 @@
 
 #include <SentrelKit/base/system/System.h>
 #include <SentrelKit/platform/linux/LinuxPlatform.h>
+#include <SentrelKit/platform/scripted/ScriptedMachine.h>
 #include <SentrelKit/probes/SystemManager.h>
 
 #include "tests/support/Fixtures.h"
-#include "tests/support/ScriptedMachine.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <cerrno>

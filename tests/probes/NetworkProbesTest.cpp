@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/probes/NetworkProbes.h>
 
+#include <SentrelKit/platform/scripted/ScriptedMachine.h>
 #include <SentrelKit/probes/SystemManager.h>
 
 #include "tests/support/EchoHostGuard.h"
 #include "tests/support/EchoServer.h"
-#include "tests/support/ScriptedMachine.h"
 
 #include <chrono>
 #include <cstdlib>

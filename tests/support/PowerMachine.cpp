@@ -3,7 +3,7 @@
 
 #include "tests/support/Fixtures.h"
 
-#include <SentrelKit/probes/SystemManager.h>
+#include <SentrelKit/probes/BatteryProbes.h>
 #include <SentrelKit/system/Battery.h>
 
 #include <cstdlib>
@@ -68,9 +68,6 @@ void PowerSupplyTree::set(std::string_view device, std::string_view attribute, s
 void PowerSupplyTree::remove(std::string_view device, std::string_view attribute) const {
     folder_.remove(std::string(classFolder) + std::string(device) + "/" + std::string(attribute));
 }
-
-PowerMachine::PowerMachine(const platform::SystemRoot& root, const platform::PowerChangeTimes& times)
-    : platform_(root, times) {}
 
 std::map<std::string, std::string> batteryFigures() {
     std::map<std::string, std::string> figures;

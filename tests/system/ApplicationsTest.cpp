@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/system/Applications.h>
 
+#include <SentrelKit/platform/scripted/ScriptedMachine.h>
+
 #include "tests/support/Allocations.h"
 #include "tests/support/Await.h"
-#include "tests/support/ProcessMachine.h"
-#include "tests/support/ScriptedMachine.h"
 
 #include <gtest/gtest.h>
 
@@ -819,7 +819,7 @@ private:
 // when 10,000 processes had ended at once.
 TEST(ApplicationsDuringASample, KeepNoReaderAndNoNoticeWaiting) {
     HeldProcesses processes(100);
-    const ProcessMachine machine(processes);
+    const ScriptedMachine machine({.processes = &processes});
     processes.launch(100);
     processes.launch(101);
     Applications applications;

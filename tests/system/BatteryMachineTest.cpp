@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <SentrelKit/platform/linux/power/LinuxPowerService.h>
+#include <SentrelKit/platform/scripted/ScriptedMachine.h>
+
 #include "tests/support/PowerMachine.h"
 #include "tests/support/TimeZone.h"
 
@@ -14,8 +17,9 @@ class BatteryMachine : public testing::TestWithParam<const char*> {};
 TEST_P(BatteryMachine, ShowsTheFiguresWorkedOutByHand) {
     const TimeZone utc("UTC");
     const PowerSupplyTree tree(GetParam());
-    PowerMachine machine(tree.root());
-    machine.scripted().clock().setWallMicroseconds(noonOf13March2024 * 1'000'000);
+    platform::LinuxPowerService power(tree.root());
+    ScriptedMachine machine({.power = &power});
+    machine->clock().setWallMicroseconds(noonOf13March2024 * 1'000'000);
     EXPECT_EQ(batteryFigures(), expectedBatteryFigures(GetParam()));
 }
 
@@ -27,7 +31,8 @@ INSTANTIATE_TEST_SUITE_P(Captured, BatteryMachine, testing::ValuesIn(powerMachin
 
 TEST(BatteryMachines, WithoutTheKernelsFolderHaveNoBattery) {
     const TemporaryFolder nothing;
-    const PowerMachine machine{platform::SystemRoot(nothing.path())};
+    platform::LinuxPowerService power{platform::SystemRoot(nothing.path())};
+    const ScriptedMachine machine({.power = &power});
     EXPECT_EQ(batteryFigures(), expectedBatteryFigures("mouse-desktop"));
 }
 

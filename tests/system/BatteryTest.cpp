@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/system/Battery.h>
 
+#include <SentrelKit/platform/scripted/ScriptedMachine.h>
 #include <SentrelKit/probes/BatteryProbes.h>
 
 #include "tests/support/Eventually.h"
-#include "tests/support/ScriptedMachine.h"
 #include "tests/support/TimeZone.h"
 
 #include <gtest/gtest.h>

@@ -2,9 +2,9 @@
 #include <SentrelKit/system/GPU.h>
 
 #include <SentrelKit/platform/linux/LinuxPlatform.h>
+#include <SentrelKit/platform/scripted/ScriptedMachine.h>
 
 #include "tests/support/Allocations.h"
-#include "tests/support/ScriptedMachine.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>

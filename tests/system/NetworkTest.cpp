@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/system/Network.h>
 
+#include <SentrelKit/platform/linux/dispatch/LinuxDispatch.h>
+#include <SentrelKit/platform/scripted/ScriptedMachine.h>
+
 #include "tests/support/Allocations.h"
 #include "tests/support/Await.h"
 #include "tests/support/EchoHostGuard.h"
 #include "tests/support/EchoServer.h"
 #include "tests/support/Eventually.h"
-#include "tests/support/ScriptedMachine.h"
-#include "tests/support/ThreadedMachine.h"
 
 #include <atomic>
 #include <chrono>
@@ -488,6 +489,12 @@ protected:
             letGo_.set_value();
     }
 
+    /// Waits for what still runs on the queues while the machine that it asks is there.
+    struct ThatRuns {
+        ~ThatRuns() { queues.reset(); }
+        std::unique_ptr<platform::LinuxDispatch>& queues;
+    };
+
     Event asked_;
     std::promise<void> letGo_;
     bool answered_ = false;
@@ -503,7 +510,9 @@ protected:
         static_cast<void>(EchoServer::send(connection, "IP: 203.0.113.7\r\n"));
     }};
     EchoHostGuard guard_{{"127.0.0.1", server_.port()}};
-    ThreadedMachine machine_;
+    std::unique_ptr<platform::LinuxDispatch> queues_ = std::make_unique<platform::LinuxDispatch>();
+    ScriptedMachine machine_{{.dispatch = queues_.get()}};
+    const ThatRuns waits_{queues_};
     Network model_;
 };
 

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <SentrelKit/platform/scripted/ScriptedMachine.h>
 #include <SentrelKit/system/Battery.h>
 #include <SentrelKit/system/Disk/Disk.h>
 #include <SentrelKit/system/Memory.h>
-
-#include "tests/support/ScriptedMachine.h"
 
 #include <gtest/gtest.h>
 #include <sstream>

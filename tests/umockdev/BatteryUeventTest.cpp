@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/system/Battery.h>
 
+#include <SentrelKit/platform/linux/power/LinuxPowerService.h>
+#include <SentrelKit/platform/scripted/ScriptedMachine.h>
+
 #include "tests/support/Fixtures.h"
 #include "tests/support/MainLoop.h"
 #include "tests/support/PowerMachine.h"
@@ -49,8 +52,9 @@ protected:
     void load(const std::string& machine) {
         std::ifstream file(fixturePath("battery/") + machine + ".umockdev");
         add(std::string(std::istreambuf_iterator<char>(file), {}));
-        machine_.emplace(platform::SystemRoot());
-        machine_->scripted().clock().setWallMicroseconds(noonOf13March2024 * 1'000'000);
+        power_.emplace(platform::SystemRoot());
+        machine_.emplace(platform::ReplacedServices{.power = &*power_});
+        (*machine_)->clock().setWallMicroseconds(noonOf13March2024 * 1'000'000);
     }
 
     // Adds devices described as in the fixtures.
@@ -86,7 +90,8 @@ private:
 
     std::unique_ptr<UMockdevTestbed, Release> testbed_;
     std::map<std::string, std::string> paths_; ///< by device name
-    std::optional<PowerMachine> machine_;
+    std::optional<platform::LinuxPowerService> power_;
+    std::optional<ScriptedMachine> machine_;
 };
 
 // What a listener finds in the model at each event.

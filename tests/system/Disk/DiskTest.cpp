@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/system/Disk/Disk.h>
 
+#include <SentrelKit/platform/scripted/ScriptedMachine.h>
 #include <SentrelKit/probes/SystemManager.h>
 
 #include "tests/support/Await.h"
-#include "tests/support/ScriptedMachine.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
