@@ -53,7 +53,7 @@ protected:
     }
 
     // What disks and drives were asked since the last look.
-    std::vector<std::string> takeCalls() { return std::exchange(volumes().calls, {}); }
+    std::vector<std::string> takeCalls() { return volumes().calls.take(); }
 
 private:
     ScriptedMachine machine_;
@@ -170,7 +170,8 @@ TEST_F(DiskProbes, ReportNothingAndSayNothingWhenTheListingFails) {
     volumes().mount("disk1", "/");
     for (const char* operation : {"countMountedFileSystems", "openSession", "listMountedFileSystems"}) {
         SCOPED_TRACE(operation);
-        volumes().failing = {{operation, true}};
+        volumes().calls.succeed();
+        volumes().calls.fail(operation);
         CaptureStderr();
         EXPECT_TRUE(list().empty());
         EXPECT_EQ(GetCapturedStderr(), "");
@@ -197,7 +198,7 @@ TEST_F(DiskProbes, ReportNothingForAnEmptyMountTable) {
 TEST_F(DiskProbes, ReportAVolumeWithTheListedSpaceWhenItsOwnCannotBeAsked) {
     volumes().mount("disk1", "/", 100, 40);
     volumes().disks["disk1"].statistics = platform::DiskStatistics{1, 2};
-    volumes().failing["space"] = true;
+    volumes().calls.fail("space");
     CaptureStderr();
     const std::vector<Reported> reported = list();
     GetCapturedStderr();
@@ -208,7 +209,7 @@ TEST_F(DiskProbes, ReportAVolumeWithTheListedSpaceWhenItsOwnCannotBeAsked) {
 
 TEST_F(DiskProbes, CloseTheListingsOwnSession) {
     list();
-    EXPECT_THAT(takeCalls(), testing::Contains("close session"));
+    EXPECT_THAT(takeCalls(), testing::Contains("release session"));
 }
 
 TEST_F(DiskProbes, FillOnlyTheSpaceOfAPath) {
@@ -245,7 +246,7 @@ TEST_F(DiskProbes, ComputeSpaceInUnsignedArithmetic) {
 
 TEST_F(DiskProbes, FailTheActivityWithoutSpaceAndDoNotLookForTheDisk) {
     volumes().mount("disk1", "/");
-    volumes().failing["space"] = true;
+    volumes().calls.fail("space");
     takeCalls();
     DiskData data{};
     CaptureStderr();
@@ -259,7 +260,8 @@ TEST_F(DiskProbes, KeepTheCountersAndSucceedWhenAnyStepToThemFails) {
     volumes().disks["disk1"].statistics = platform::DiskStatistics{1, 2};
     for (const char* step : {"disk", "wholeDisk", "media", "statistics"}) {
         SCOPED_TRACE(step);
-        volumes().failing = {{step, true}};
+        volumes().calls.succeed();
+        volumes().calls.fail(step);
         DiskData data{};
         data.bytesRead = 77;
         data.bytesWritten = 88;
@@ -308,10 +310,12 @@ TEST_F(DiskProbes, AskAHealthyDriveInTheStatedOrderAndUndoWhatWasTurnedOn) {
     EXPECT_EQ(smart.healthy, 1);
     EXPECT_EQ(smart.temperature, 41.0);
     EXPECT_THAT(takeCalls(),
-                ElementsAre("openSession", "disk", "wholeDisk", "media", "isSmartCapable", "createSmartPlugIn",
-                            "queryInterface", "enableOperations 1", "enableAutosave 1", "returnStatus",
-                            "executeOffLineImmediate 0", "readData", "validateData", "enableAutosave 0",
-                            "enableOperations 0", "release interface", "destroy plug-in", "close session"));
+                ElementsAre("openSession", "disk disk1", "wholeDisk disk1", "media disk1", "isSmartCapable disk1",
+                            "createSmartPlugIn disk1", "queryInterface disk1", "enableOperations disk1 1",
+                            "enableAutosave disk1 1", "returnStatus disk1", "executeOffLineImmediate disk1 0",
+                            "readData disk1", "validateData disk1", "enableAutosave disk1 0",
+                            "enableOperations disk1 0", "release interface disk1", "release plug-in disk1",
+                            "release media disk1", "release disk disk1", "release session"));
 }
 
 TEST_F(DiskProbes, FindTheTemperatureInTheLastOfThirtyAttributes) {
@@ -344,12 +348,14 @@ TEST_F(DiskProbes, CallADriveUnhealthyThatReportsAnExceededThreshold) {
 }
 
 TEST_F(DiskProbes, StopTheConversationAtTheFirstFailureAndUndoItAllTheSame) {
-    const std::vector<std::string> steps = {"enableOperations 1",        "enableAutosave 1", "returnStatus",
-                                            "executeOffLineImmediate 0", "readData",         "validateData"};
+    const std::vector<std::string> steps = {"enableOperations disk1 1", "enableAutosave disk1 1",
+                                            "returnStatus disk1",       "executeOffLineImmediate disk1 0",
+                                            "readData disk1",           "validateData disk1"};
     setAttribute(drive("disk1").drive.data, 0, 194, 41);
     for (std::size_t failing = 0; failing < steps.size(); ++failing) {
         SCOPED_TRACE(steps[failing]);
-        volumes().failing = {{steps[failing].substr(0, steps[failing].find(' ')), true}};
+        volumes().calls.succeed();
+        volumes().calls.fail(steps[failing].substr(0, steps[failing].find(' ')));
         takeCalls();
         SMARTData smart;
         EXPECT_EQ(_getSMARTData("disk1", &smart), 1);
@@ -360,15 +366,25 @@ TEST_F(DiskProbes, StopTheConversationAtTheFirstFailureAndUndoItAllTheSame) {
         std::vector<std::string> conversation(calls.begin() + 7, calls.end());
         std::vector<std::string> expected(steps.begin(), steps.begin() + static_cast<std::ptrdiff_t>(failing) + 1);
         for (const char* call :
-             {"enableAutosave 0", "enableOperations 0", "release interface", "destroy plug-in", "close session"})
+             {"enableAutosave disk1 0", "enableOperations disk1 0", "release interface disk1", "release plug-in disk1",
+              "release media disk1", "release disk disk1", "release session"})
             expected.emplace_back(call);
         EXPECT_EQ(conversation, expected);
     }
 }
 
+TEST_F(DiskProbes, TurnTheOperationsOffAlsoWhenTheAutosaveCannotBeTurnedOff) {
+    setAttribute(drive("disk1").drive.data, 0, 194, 41);
+    volumes().calls.fail("enableAutosave", {.arguments = "disk1 0"});
+    SMARTData smart;
+    EXPECT_EQ(_getSMARTData("disk1", &smart), 1);
+    EXPECT_EQ(smart.temperature, 41.0);
+    EXPECT_THAT(takeCalls(), testing::Contains("enableOperations disk1 0"));
+}
+
 TEST_F(DiskProbes, KeepAnExceededVerdictWhenALaterStepFails) {
     drive("disk1").drive.exceeded = true;
-    volumes().failing["readData"] = true;
+    volumes().calls.fail("readData");
     SMARTData smart;
     EXPECT_EQ(_getSMARTData("disk1", &smart), 1);
     EXPECT_EQ(smart.healthy, 0);
@@ -378,13 +394,14 @@ TEST_F(DiskProbes, CallADriveCapableWhosePlugInOrInterfaceFails) {
     drive("disk1");
     for (const char* step : {"createSmartPlugIn", "queryInterface"}) {
         SCOPED_TRACE(step);
-        volumes().failing = {{step, true}};
+        volumes().calls.succeed();
+        volumes().calls.fail(step);
         takeCalls();
         SMARTData smart{0, 0, 99.0};
         EXPECT_EQ(_getSMARTData("disk1", &smart), 1);
         EXPECT_EQ(smart.healthy, 1);
         EXPECT_EQ(smart.temperature, 0.0);
-        EXPECT_THAT(takeCalls(), testing::Not(testing::Contains("enableOperations 1")));
+        EXPECT_THAT(takeCalls(), testing::Each(testing::Not(testing::StartsWith("enableOperations"))));
     }
 }
 
@@ -394,9 +411,8 @@ TEST_F(DiskProbes, LookForTheDriveUpwardsFromTheMediaOfTheWholeDisk) {
     takeCalls();
     SMARTData smart;
     EXPECT_EQ(_getSMARTData("disk1s2", &smart), 1);
-    const std::vector<std::string> calls = takeCalls();
-    EXPECT_EQ(std::count(calls.begin(), calls.end(), "isSmartCapable"), 3);
-    EXPECT_EQ(std::count(calls.begin(), calls.end(), "parent"), 2);
+    EXPECT_EQ(volumes().calls.count("isSmartCapable"), 3U);
+    EXPECT_EQ(volumes().calls.count("parent"), 2U);
 }
 
 TEST_F(DiskProbes, CallADiskIncapableWhenNoStepLeadsToADrive) {
@@ -410,7 +426,8 @@ TEST_F(DiskProbes, CallADiskIncapableWhenNoStepLeadsToADrive) {
     drive("disk1");
     for (const char* step : {"disk", "wholeDisk", "media", "isSmartCapable"}) {
         SCOPED_TRACE(step);
-        volumes().failing = {{step, true}};
+        volumes().calls.succeed();
+        volumes().calls.fail(step);
         CaptureStderr();
         EXPECT_EQ(_getSMARTData("disk1", &smart), 0);
         EXPECT_EQ(GetCapturedStderr(), "");
@@ -419,7 +436,7 @@ TEST_F(DiskProbes, CallADiskIncapableWhenNoStepLeadsToADrive) {
 
 TEST_F(DiskProbes, ReportAFailingSessionOfTheHealthQueryAndOfTheEject) {
     drive("disk1");
-    volumes().failing["openSession"] = true;
+    volumes().calls.fail("openSession");
     SMARTData smart;
     CaptureStderr();
     EXPECT_EQ(_getSMARTData("disk1", &smart), 0);
@@ -435,30 +452,46 @@ TEST_F(DiskProbes, UnmountTheWholeDiskThenEjectIt) {
     takeCalls();
 
     EXPECT_EQ(_ejectDisk("disk2s1"), 1);
-    EXPECT_THAT(takeCalls(),
-                ElementsAre("openSession", "disk", "schedule session", "wholeDisk", "unmount disk2 whole"));
+    EXPECT_THAT(takeCalls(), ElementsAre("openSession", "disk disk2s1", "isSystemDisk disk2s1", "setQueue",
+                                         "wholeDisk disk2s1", "unmount disk2 whole", "release disk disk2s1"));
 
     advance(0);
-    EXPECT_THAT(takeCalls(), ElementsAre("eject disk2", "unschedule session", "close session"));
+    EXPECT_THAT(takeCalls(), ElementsAre("eject disk2", "setQueue none", "release disk disk2", "release session"));
+}
+
+TEST_F(DiskProbes, EjectOnlyOnceTheSystemHasAnsweredTheUnmount) {
+    volumes().disks["disk2"];
+    volumes().calls.hold("unmount");
+    EXPECT_EQ(_ejectDisk("disk2"), 1);
+    advance(3600);
+    EXPECT_EQ(volumes().calls.count("eject"), 0U);
+    EXPECT_THAT(volumes().calls.openHandles(), testing::Contains("disk disk2")) << "kept for the answer";
+    volumes().calls.resume("unmount");
+    advance(0);
+    EXPECT_EQ(volumes().calls.count("eject"), 1U);
+    EXPECT_THAT(volumes().calls.openHandles(), testing::Not(testing::Contains("disk disk2")));
 }
 
 TEST_F(DiskProbes, RepeatARefusedUnmountByForceAndEjectAllTheSame) {
-    volumes().disks["disk2"].unmountAnswers = {false, false};
+    volumes().disks["disk2"];
+    volumes().calls.fail("unmount");
     EXPECT_EQ(_ejectDisk("disk2"), 1);
     takeCalls();
     advance(0);
-    EXPECT_THAT(takeCalls(), ElementsAre("unmount disk2 force", "eject disk2", "unschedule session", "close session"));
+    EXPECT_THAT(takeCalls(), ElementsAre("unmount disk2 force", "eject disk2", "setQueue none", "release disk disk2",
+                                         "release session"));
 }
 
 TEST_F(DiskProbes, ReleaseTheSessionWhenThereIsNothingToEject) {
     takeCalls();
     EXPECT_EQ(_ejectDisk("nosuch"), 0);
-    EXPECT_THAT(takeCalls(), ElementsAre("openSession", "close session"));
+    EXPECT_THAT(takeCalls(), ElementsAre("openSession", "disk nosuch", "release session"));
     volumes().disks["disk2"];
-    volumes().failing["wholeDisk"] = true;
+    volumes().calls.fail("wholeDisk");
     takeCalls();
     EXPECT_EQ(_ejectDisk("disk2"), 0);
-    EXPECT_THAT(takeCalls(), ElementsAre("openSession", "disk", "schedule session", "wholeDisk", "close session"));
+    EXPECT_THAT(takeCalls(), ElementsAre("openSession", "disk disk2", "isSystemDisk disk2", "setQueue",
+                                         "wholeDisk disk2", "release disk disk2", "release session"));
 }
 
 // Once the whole disk was unmounted, "/" with it.
@@ -475,7 +508,8 @@ TEST_F(DiskProbes, EjectNothingOfADiskThatCarriesTheRoot) {
         EXPECT_EQ(GetCapturedStderr(), "Error: DADiskUnmount refused for '" + device +
                                            "', a disk that the system runs from -- Device or resource busy");
         advance(0);
-        EXPECT_THAT(takeCalls(), ElementsAre("openSession", "disk", "close session"));
+        EXPECT_THAT(takeCalls(), ElementsAre("openSession", "disk " + device, "isSystemDisk " + device,
+                                             "release disk " + device, "release session"));
     }
 }
 

@@ -34,7 +34,7 @@ TEST(BootTime, IsThePlatformsAndZeroWhereItCannotBeTold) {
     ScriptedMachine machine;
     machine->host().bootTimeValue = 1795246600;
     EXPECT_EQ(_getboottime(), 1795246600);
-    machine->host().bootTimeValue.reset();
+    machine->host().calls.fail("bootTime");
     testing::internal::CaptureStderr();
     EXPECT_EQ(_getboottime(), 0);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
@@ -42,8 +42,8 @@ TEST(BootTime, IsThePlatformsAndZeroWhereItCannotBeTold) {
 
 TEST(HostInfo, IsHandedToTheBlockOnceBeforeTheCallReturns) {
     ScriptedMachine machine;
-    machine->host().hostInfoValue->logical_cpu = 6;
-    machine->host().hostInfoValue->max_mem = 1ull << 40;
+    machine->host().hostInfoValue.logical_cpu = 6;
+    machine->host().hostInfoValue.max_mem = 1ull << 40;
     int calls = 0;
     _getHostInfo([&](const host_basic_info* info) {
         ++calls;
@@ -55,7 +55,7 @@ TEST(HostInfo, IsHandedToTheBlockOnceBeforeTheCallReturns) {
 
 TEST(HostInfo, DoesNotCallTheBlockOnFailureAndReportsNothing) {
     ScriptedMachine machine;
-    machine->host().hostInfoValue.reset();
+    machine->host().calls.fail("hostInfo");
     testing::internal::CaptureStderr();
     _getHostInfo([](const host_basic_info*) { ADD_FAILURE() << "called"; });
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
@@ -122,7 +122,7 @@ TEST(CPUDataDeathTest, MeasuresFromBootAtTheFirstCallOfAProcess) {
 TEST(CPUData, IsZeroWhenTheTicksCannotBeReadAndMeasuresOnFromTheLastOnes) {
     ScriptedMachine machine;
     sample(machine, {100, 100, 100, 100});
-    machine->host().loadTicksValue.reset();
+    machine->host().calls.fail("loadTicks", {.call = 1});
     machine->host().processorSetLoadValue = platform::ProcessorSetLoad{12, 34};
     CPUData data{1, 2, 3, 4, 5};
     EXPECT_EQ(_getCPUData(&data), 1);
@@ -140,12 +140,12 @@ TEST(CPUData, HasNoTasksWithoutADefaultSetOrItsStatistics) {
     ScriptedMachine machine;
     machine->host().processorSetLoadValue = platform::ProcessorSetLoad{12, 34};
     EXPECT_EQ(sample(machine, {}).tasks, 12u);
-    machine->host().processorSetValue.reset();
+    machine->host().calls.fail("defaultProcessorSet");
     CPUData data = sample(machine, {});
     EXPECT_EQ(data.tasks, 0u);
     EXPECT_EQ(data.threads, 0u);
     machine->host().processorSetValue = platform::ProcessorSet{7};
-    machine->host().processorSetLoadValue.reset();
+    machine->host().calls.fail("processorSetLoad");
     data = sample(machine, {});
     EXPECT_EQ(data.tasks, 0u);
     EXPECT_EQ(data.threads, 0u);
@@ -202,7 +202,7 @@ TEST(CPUBrand, IsEmptyOnFailure) {
     ScriptedMachine machine;
     machine->host().brandValue = "Before";
     EXPECT_STREQ(_getCPUBrand(), "Before");
-    machine->host().brandValue.reset();
+    machine->host().calls.fail("brand");
     EXPECT_STREQ(_getCPUBrand(), "");
 }
 
@@ -232,8 +232,8 @@ TEST(MEMData, TurnsPagesOf4096BytesIntoBytesAndCopiesCounts) {
 
 TEST(MEMData, DoesNotOverflowWithMoreThan4GiB) {
     ScriptedMachine machine;
-    machine->host().virtualMemoryValue->free_count = 0xffff'ffffu;
-    machine->host().virtualMemoryValue->faults = 1ull << 60;
+    machine->host().virtualMemoryValue.free_count = 0xffff'ffffu;
+    machine->host().virtualMemoryValue.faults = 1ull << 60;
     MEMData data{};
     EXPECT_EQ(_getMEMData(&data), 1);
     EXPECT_EQ(data.free, 0xffff'ffffull * 4096);
@@ -243,9 +243,9 @@ TEST(MEMData, DoesNotOverflowWithMoreThan4GiB) {
 // Meant: the difference and the sum are 32 bits wide.
 TEST(MEMData, WrapsWhenMoreIsPurgeableThanProgramsHave) {
     ScriptedMachine machine;
-    machine->host().virtualMemoryValue->internal_page_count = 10;
-    machine->host().virtualMemoryValue->purgeable_count = 11;
-    machine->host().virtualMemoryValue->external_page_count = 0xffff'fffau;
+    machine->host().virtualMemoryValue.internal_page_count = 10;
+    machine->host().virtualMemoryValue.purgeable_count = 11;
+    machine->host().virtualMemoryValue.external_page_count = 0xffff'fffau;
     MEMData data{};
     EXPECT_EQ(_getMEMData(&data), 1);
     EXPECT_EQ(data.app, 0xffff'ffffull * 4096);
@@ -254,8 +254,7 @@ TEST(MEMData, WrapsWhenMoreIsPurgeableThanProgramsHave) {
 
 TEST(MEMData, ReportsAFailureInOneLineAndLeavesTheRecordUntouched) {
     ScriptedMachine machine;
-    machine->host().virtualMemoryValue.reset();
-    machine->host().failure = EACCES;
+    machine->host().calls.fail("virtualMemory", {.error = EACCES});
     MEMData data{1, 2, 3, 4, 5, 6, 7, 8, 9, 10};
     testing::internal::CaptureStderr();
     EXPECT_EQ(_getMEMData(&data), 0);

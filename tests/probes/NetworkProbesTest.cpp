@@ -86,9 +86,9 @@ TEST(NetworkData, NeverReportsALoopbackDownInactiveOrOtherwiseLinkedInterface) {
     ScriptedInterface unsure = ethernet("en3");
     unsure.media = platform::MediaStatus{false, true};
     ScriptedInterface silent = ethernet("en4");
-    silent.media.reset();
     ScriptedInterface tunnel = ethernet("utun0");
     tunnel.linkType = 1;
+    machine->network().calls.fail("mediaStatus", {.arguments = "en4", .error = ENXIO});
     machine->network().interfaces = {loopback, down, inactive, unsure, silent, tunnel};
     EXPECT_THAT(names(), IsEmpty());
 }
@@ -138,7 +138,7 @@ TEST(NetworkData, CapsANameAt65Bytes) {
 TEST(NetworkData, SaysThatTheListCannotBeHadAndReportsNothing) {
     ScriptedMachine machine;
     machine->network().interfaces = {ethernet("en0")};
-    machine->network().listsInterfaces = false;
+    machine->network().calls.fail("listInterfaces");
     testing::internal::CaptureStderr();
     EXPECT_THAT(names(), IsEmpty());
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "Error: _getNetworkData -- Input/output error");
@@ -239,9 +239,8 @@ TEST(NetworkExtra, CutsALongNameBetweenCharacters) {
 
 TEST(NetworkExtra, IsSilentOfAnInterfaceThatTheRegistryDoesNotKnow) {
     ScriptedMachine machine;
-    ScriptedInterface lan("en0");
-    lan.properties.reset();
-    machine->network().interfaces = {lan};
+    machine->network().interfaces = {ScriptedInterface("en0")};
+    machine->network().calls.fail("properties");
     testing::internal::CaptureStderr();
     EXPECT_EQ(extraOf("en0").calls, 0) << "its properties cannot be read";
     EXPECT_EQ(extraOf("en9").calls, 0) << "there is none";
@@ -250,7 +249,7 @@ TEST(NetworkExtra, IsSilentOfAnInterfaceThatTheRegistryDoesNotKnow) {
 
 TEST(NetworkExtra, SaysThatTheRegistryCannotBeAsked) {
     ScriptedMachine machine;
-    machine->network().matchesInterfaces = false;
+    machine->network().calls.fail("matchInterface");
     testing::internal::CaptureStderr();
     EXPECT_EQ(extraOf("en0").calls, 0);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "Error: _getNetworkExtra for 'en0' -- Input/output error");

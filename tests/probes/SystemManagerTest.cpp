@@ -47,10 +47,11 @@ TEST(SystemManager, StandsBeforeAnythingElseWithADashAsBrand) {
 
 TEST(SystemManager, AsksForExactlyTheThreeKeysInTheirOrderAndThenSchedules) {
     ScriptedMachine machine;
-    EXPECT_EQ(machine->network().notificationKeys,
-              (std::vector<std::string>{"State:/Network/Global/IPv4", "State:/Network/Global/DNS",
-                                        "Setup:/Network/HostNames"}));
-    EXPECT_TRUE(machine->network().scheduled);
+    EXPECT_EQ(machine->network().calls.list(),
+              (std::vector<std::string>{"watchConfiguration",
+                                        "setNotificationKeys State:/Network/Global/IPv4 State:/Network/Global/DNS "
+                                        "Setup:/Network/HostNames",
+                                        "schedule"}));
 }
 
 TEST(SystemManager, DeliversOnceAtRegistrationOnTheCallersThreadAlsoWithoutANetwork) {
@@ -162,11 +163,11 @@ TEST(SystemManager, WhatABlockHoldsMayAskForTheConfigurationAsItIsReleased) {
 
 TEST(SystemManager, ReportsRefusedKeysAndGoesOn) {
     platform::ScriptedPlatform machine;
-    machine.network().acceptsKeys = false;
+    machine.network().calls.fail("setNotificationKeys");
     testing::internal::CaptureStderr();
     const platform::Override override(machine);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "Error installing System Configuration Notification\n");
-    EXPECT_TRUE(machine.network().scheduled);
+    EXPECT_EQ(machine.network().calls.count("schedule"), 1U);
     int calls = 0;
     _networkConfigureNotification([&](const auto&...) { ++calls; });
     EXPECT_EQ(calls, 1);
@@ -174,14 +175,14 @@ TEST(SystemManager, ReportsRefusedKeysAndGoesOn) {
 
 TEST(SystemManager, StopsTheProcessWithoutAConfigurationSession) {
     platform::ScriptedPlatform machine;
-    machine.network().watches = false;
+    machine.network().calls.fail("watchConfiguration");
     EXPECT_DEATH(const platform::Override override(machine),
                  "self->scSession.*-\\[SystemManager setUpSystemConfiguration\\], file SentrelKit, line");
 }
 
 TEST(SystemManager, StopsTheProcessWithoutADiskSession) {
     platform::ScriptedPlatform machine;
-    machine.volumes().failing["openSession"] = true;
+    machine.volumes().calls.fail("openSession");
     EXPECT_DEATH(const platform::Override override(machine),
                  "\\(daSession\\), function -\\[SystemManager init\\], file SentrelKit, line");
 }

@@ -321,12 +321,14 @@ TEST(UserDefaults, ReportsARefusedChangeAndReadsTheFallbacksWhenTheSuiteFails) {
     const UserDefaults defaults(suiteName);
     const auto suite = machine.preferences().scripted(suiteName);
     EXPECT_TRUE(defaults.set("key", 1));
-    suite->setWritable(false);
+    for (const char* change : {"setInteger", "remove"})
+        suite->calls.fail(change);
     EXPECT_FALSE(defaults.set("key", 2));
     EXPECT_FALSE(defaults.remove("key"));
     EXPECT_FALSE(defaults.removeAll());
     EXPECT_EQ(defaults["key"].intValue(), 1);
-    suite->setReadable(false);
+    for (const char* question : {"object", "address", "keys"})
+        suite->calls.fail(question);
     EXPECT_EQ(defaults["key"].intValue(), 0);
     EXPECT_FALSE(defaults.hasKey("key"));
     EXPECT_EQ(defaults.get(DefaultsKey<std::vector<std::string>>("key")), std::vector<std::string>());
@@ -385,7 +387,7 @@ TEST(Degrees, FollowTheSharedPreference) {
         temperature = kept;
         EXPECT_EQ(degrees(21.5), expected);
     }
-    machine.preferences().scripted("Q4R7TWXN20.SentrelSharingDefaults")->setReadable(false);
+    machine.preferences().scripted("Q4R7TWXN20.SentrelSharingDefaults")->calls.fail("object");
     EXPECT_EQ(degrees(21.5), "22°");
 }
 

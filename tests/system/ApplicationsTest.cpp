@@ -161,7 +161,7 @@ TEST_F(ApplicationsTest, MeasuresFewThreadsAgainstAsManyCores) {
 }
 
 TEST_F(ApplicationsTest, TakesOneCoreForGrantedWhereTheHostCannotBeDescribed) {
-    machine->host().hostInfoValue.reset();
+    machine->host().calls.fail("hostInfo");
     launch(100, "a");
     Applications applications;
     use(100, 550, 8);
@@ -595,7 +595,7 @@ TEST_F(ApplicationsTest, LetsTheShareStandWhileTheClockCannotBeRead) {
     Applications applications;
     use(100, 550);
     sampleAfter(applications, 1.1);
-    machine->clock().setReadable(false);
+    machine->clock().calls.fail("read", {.error = EFAULT});
     use(100, 700, 1, 5000);
     sampleAfter(applications, 1.1);
     EXPECT_DOUBLE_EQ(find(applications, 100)->cpu(), 50);
@@ -781,67 +781,44 @@ TEST_F(ApplicationsTest, LetsReadersAndNoticesComeDuringSamples) {
     EXPECT_EQ(applications.count(), 100);
 }
 
-// The scripted processes, of which one can be held in its answer, as a slow machine would.
-class HeldProcesses final : public platform::ProcessService {
-public:
-    explicit HeldProcesses(std::int32_t heldId) : heldId_(heldId) {}
-
-    std::optional<TaskInfo> taskInfo(std::int32_t id) noexcept override {
-        if (id == heldId_ && isHolding) {
-            entered.happened();
-            EXPECT_TRUE(goOn.await());
-        }
-        return scripted.taskInfo(id);
-    }
-    std::optional<std::int32_t> parent(std::int32_t id) noexcept override { return scripted.parent(id); }
-    platform::RunningApplications runningApplications() override { return scripted.runningApplications(); }
-    std::unique_ptr<platform::RunningApplicationsObservation>
-    observeRunningApplications(platform::RunningApplicationsObserver observer) override {
-        return scripted.observeRunningApplications(std::move(observer));
-    }
-    void refreshRunningApplications() override { scripted.refreshRunningApplications(); }
-
-    void launch(std::int32_t id) {
-        scripted.setTaskInfo(id, TaskInfo{.residentBytes = 1000, .threads = 1, .startTime = 7});
-        scripted.launch({.processIdentifier = id, .startTime = 7, .localizedName = "a"});
-    }
-
-    platform::ScriptedProcessService scripted;
-    Event entered;
-    Event goOn;
-    std::atomic<bool> isHolding{false};
-
-private:
-    const std::int32_t heldId_;
-};
-
 // Readers, and the thread that brought a notice, waited for the whole of a sample that a low priority starved: 13 s
 // when 10,000 processes had ended at once.
 TEST(ApplicationsDuringASample, KeepNoReaderAndNoNoticeWaiting) {
-    HeldProcesses processes(100);
-    const ScriptedMachine machine({.processes = &processes});
-    processes.launch(100);
-    processes.launch(101);
+    ScriptedMachine machine;
+    platform::ScriptedProcessService& processes = machine->processes();
+    const auto launch = [&](std::int32_t id) {
+        processes.setTaskInfo(id, TaskInfo{.residentBytes = 1000, .threads = 1, .startTime = 7});
+        processes.launch({.processIdentifier = id, .startTime = 7, .localizedName = "a"});
+    };
+    launch(100);
+    launch(101);
     Applications applications;
     std::vector<std::int64_t> heard;
     const auto token = applications.observeCount([&](std::int64_t count) { heard.push_back(count); });
-    processes.isHolding = true;
+    Event entered;
+    Event goOn;
+    processes.calls.onCall([&](const std::string& call) {
+        if (call == "taskInfo 100") {
+            entered.happened();
+            EXPECT_TRUE(goOn.await());
+        }
+    });
     std::thread sampler([&] { applications.update(); });
-    ASSERT_TRUE(processes.entered.await());
+    ASSERT_TRUE(entered.await());
 
     EXPECT_EQ(applications.cpu().size(), 2U);
     EXPECT_EQ(applications.mem().size(), 2U);
     EXPECT_EQ(applications.count(), 2);
     EXPECT_EQ(applications.unresolvedNamedProcesses(), 0);
-    processes.scripted.terminate(101);
-    processes.scripted.refreshRunningApplications();
-    processes.launch(102);
-    processes.launch(103);
-    processes.scripted.refreshRunningApplications();
+    processes.terminate(101);
+    processes.refreshRunningApplications();
+    launch(102);
+    launch(103);
+    processes.refreshRunningApplications();
     EXPECT_TRUE(heard.empty()) << "the sampling thread takes the set over";
 
-    processes.isHolding = false;
-    processes.goOn.happened();
+    processes.calls.onCall(nullptr);
+    goOn.happened();
     sampler.join();
     EXPECT_EQ(applications.count(), 3);
     EXPECT_EQ(heard, (std::vector<std::int64_t>{3}));

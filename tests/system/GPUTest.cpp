@@ -143,7 +143,7 @@ TEST(GPU, TakesAMissingDeviceIdForAnEmptyOne) {
 
 TEST(GPU, HasNothingWhereTheDevicesCannotBeListed) {
     ScriptedMachine machine;
-    machine->graphics().pciDevicesValue.reset();
+    machine->graphics().calls.fail("pciDevices");
     machine->graphics().activeDeviceIDValue = radeonID;
     const GPU gpu;
     EXPECT_FALSE(gpu.integrated());

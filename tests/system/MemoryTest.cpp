@@ -34,7 +34,7 @@ TEST(Memory, KnowsItsSizeFromTheStartAndIsElseZero) {
     EXPECT_EQ(memory.wired() + memory.active() + memory.compressed() + memory.free(), 0u);
     EXPECT_EQ(memory.appMemory() + memory.cachedFiles(), 0u);
     EXPECT_EQ(memory.pagesIn() + memory.pagesOut() + memory.pagesFault(), 0u);
-    machine->host().physicalMemoryValue.reset();
+    machine->host().calls.fail("physicalMemory");
     EXPECT_EQ(Memory().physical(), 0u);
 }
 
@@ -93,7 +93,7 @@ TEST(Memory, KeepsItsFiguresWhenASampleFails) {
     ScriptedMachine machine;
     Memory memory;
     sample(machine, memory, 2, 3, 1, 4, 0);
-    machine->host().virtualMemoryValue.reset();
+    machine->host().calls.fail("virtualMemory", {.call = 1});
     testing::internal::CaptureStderr();
     memory.update();
     EXPECT_NE(testing::internal::GetCapturedStderr().find("Error: host_statistics64 -- "), std::string::npos);
@@ -113,7 +113,7 @@ TEST(Memory, TellsSwapOnDemand) {
 // Meant: the placeholder stays, and behind it stands where the error text is, not the text.
 TEST(Memory, SaysThatSwapCannotBeToldInItsOwnWay) {
     ScriptedMachine machine;
-    machine->host().swapUsageValue.reset();
+    machine->host().calls.fail("swapUsage");
     const Memory memory;
     testing::internal::CaptureStdout();
     EXPECT_EQ(memory.swap(), Memory::Swap{});

@@ -47,9 +47,15 @@ protected:
         for (int i = 0; i < count; ++i)
             sample();
     }
+    void duringTheCheck(const std::function<void()>& meanwhile) {
+        machine_->network().calls.onCall([meanwhile](const std::string& call) {
+            if (meanwhile && call == "connectivity")
+                meanwhile();
+        });
+    }
     ScriptedInterface& lan() { return machine_->network().interface("en0"); }
     std::shared_ptr<Network::Interface> en0() { return model().interfaces().at("en0"); }
-    const std::vector<platform::UserNotification>& delivered() { return machine_->desktop().delivered; }
+    std::vector<platform::UserNotification> delivered() { return machine_->desktop().delivered(); }
 
     ScriptedMachine machine_;
     std::unique_ptr<Network> model_;
@@ -289,7 +295,7 @@ TEST_F(NetworkTest, ForgetsEverythingWhileThereIsNoInterfaceAndChecksAtOnceAfter
 
 TEST_F(NetworkTest, KeepsNoInterfaceWhereTheListCannotBeHad) {
     sample();
-    machine_->network().listsInterfaces = false;
+    machine_->network().calls.fail("listInterfaces");
     testing::internal::CaptureStderr();
     sample();
     testing::internal::GetCapturedStderr();
@@ -419,8 +425,7 @@ TEST_F(NetworkTest, SamplesWithoutAllocatingAlsoWhereItSubmitsACheck) {
 
 // Each sample after one without an interface submitted one more check, whether or not the one before had ended.
 TEST_F(NetworkTest, SubmitsNoCheckWhileOneIsUnderWay) {
-    int asked = 0;
-    machine_->network().duringConnectivity = [&asked] { ++asked; };
+    const auto asked = [this] { return machine_->network().calls.count("connectivity"); };
     const std::vector<ScriptedInterface> interfaces = machine_->network().interfaces;
     for (int flap = 0; flap < 20; ++flap) {
         machine_->network().interfaces.clear();
@@ -429,21 +434,21 @@ TEST_F(NetworkTest, SubmitsNoCheckWhileOneIsUnderWay) {
         model().update();
     }
     machine_->dispatch().runPending();
-    EXPECT_EQ(asked, 1);
+    EXPECT_EQ(asked(), 1U);
     EXPECT_EQ(model().connection(), ConnectionType::internet) << "the check asked about the newest connection";
     samples(20);
-    EXPECT_EQ(asked, 2) << "the check of the last return, which had been put off";
+    EXPECT_EQ(asked(), 2U) << "the check of the last return, which had been put off";
 }
 
 TEST_F(NetworkTest, ChecksANewConnectionAsSoonAsTheCheckOfTheOneBeforeHasEnded) {
     const std::vector<ScriptedInterface> interfaces = machine_->network().interfaces;
-    machine_->network().duringConnectivity = [&] {
-        machine_->network().duringConnectivity = nullptr;
+    duringTheCheck([&] {
+        duringTheCheck(nullptr);
         machine_->network().interfaces.clear();
         model().update();
         machine_->network().interfaces = interfaces;
         model().update();
-    };
+    });
     sample();
     EXPECT_EQ(model().connection(), ConnectionType::none) << "the answer was about the connection before";
     sample();
@@ -455,10 +460,10 @@ TEST_F(NetworkTest, PassesOverAnAnswerThatComesAfterTheConnectionWent) {
     for (const Connectivity answer : {Connectivity::yes, Connectivity::no}) {
         machine_->network().interfaces = {ScriptedInterface("en0", 2).addAddress("192.0.2.4")};
         machine_->network().reachable = answer;
-        machine_->network().duringConnectivity = [&] {
+        duringTheCheck([&] {
             machine_->network().interfaces.clear();
             model().update();
-        };
+        });
         sample();
         EXPECT_EQ(model().connection(), ConnectionType::none);
         EXPECT_EQ(model().publicAddress(), std::nullopt);

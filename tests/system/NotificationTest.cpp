@@ -11,8 +11,8 @@ namespace {
 TEST(Notification, OfATitleAloneHasTheDefaultSoundAndNothingElse) {
     ScriptedMachine machine;
     Notification::notify("Network");
-    ASSERT_EQ(machine->desktop().delivered.size(), 1U);
-    const platform::UserNotification& delivered = machine->desktop().delivered[0];
+    ASSERT_EQ(machine->desktop().delivered().size(), 1U);
+    const platform::UserNotification delivered = machine->desktop().delivered()[0];
     EXPECT_EQ(delivered.title, "Network");
     EXPECT_EQ(delivered.text, std::nullopt);
     EXPECT_EQ(delivered.sound, machine->desktop().defaultSoundName());
@@ -23,15 +23,15 @@ TEST(Notification, OfATitleAloneHasTheDefaultSoundAndNothingElse) {
 TEST(Notification, WithAnAbsentSoundIsSilent) {
     ScriptedMachine machine;
     Notification::notify("Network", "Connected", std::nullopt);
-    ASSERT_EQ(machine->desktop().delivered.size(), 1U);
-    EXPECT_EQ(machine->desktop().delivered[0].sound, std::nullopt);
+    ASSERT_EQ(machine->desktop().delivered().size(), 1U);
+    EXPECT_EQ(machine->desktop().delivered()[0].sound, std::nullopt);
 }
 
 TEST(Notification, HandsOverAllThatItIsGiven) {
     ScriptedMachine machine;
     Notification::notify("Network", "Connected", "chime", "Open", true);
-    ASSERT_EQ(machine->desktop().delivered.size(), 1U);
-    const platform::UserNotification& delivered = machine->desktop().delivered[0];
+    ASSERT_EQ(machine->desktop().delivered().size(), 1U);
+    const platform::UserNotification delivered = machine->desktop().delivered()[0];
     EXPECT_EQ(delivered.text, "Connected");
     EXPECT_EQ(delivered.sound, "chime");
     EXPECT_EQ(delivered.actionButtonTitle, "Open");
@@ -40,10 +40,12 @@ TEST(Notification, HandsOverAllThatItIsGiven) {
 
 TEST(Notification, ShowsWhileTheHostIsInFrontFromTheFirstOneOn) {
     ScriptedMachine machine;
-    EXPECT_FALSE(machine->desktop().presentsWhileFrontmost);
+    EXPECT_EQ(machine->desktop().calls.count("presentWhileFrontmost"), 0U);
     Notification::notify("First");
     Notification::notify("Second");
-    EXPECT_EQ(machine->desktop().presentedWhileFrontmost, (std::vector<bool>{true, true}));
+    std::vector<std::string> calls = machine->desktop().calls.list();
+    std::erase(calls, "defaultSoundName");
+    EXPECT_EQ(calls, (std::vector<std::string>{"presentWhileFrontmost", "deliver First", "deliver Second"}));
 }
 
 } // namespace

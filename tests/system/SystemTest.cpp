@@ -70,7 +70,7 @@ TEST(System, HoldsOneModelOfEachKind) {
 
 TEST(System, MakesFiveTasksInOrderOnAMachineWithOneGraphicsProcessorAndSamplesNothing) {
     ScriptedMachine machine;
-    machine->graphics().pciDevicesValue = {{display("Intel Something", 1)}};
+    machine->graphics().pciDevicesValue = {display("Intel Something", 1)};
     System system;
     const std::vector<System::TaskInfo> expected = {
         {Kind::cpu, 1.1, Group::system, false, Status::initial},
@@ -86,7 +86,7 @@ TEST(System, MakesFiveTasksInOrderOnAMachineWithOneGraphicsProcessorAndSamplesNo
 
 TEST(System, SamplesTheGraphicsProcessorWhereThereAreTwo) {
     ScriptedMachine machine;
-    machine->graphics().pciDevicesValue = {{display("Intel Something", 1), display("Other", 2)}};
+    machine->graphics().pciDevicesValue = {display("Intel Something", 1), display("Other", 2)};
     System system;
     ASSERT_EQ(system.tasks().size(), 6U);
     EXPECT_EQ(system.tasks()[5], (System::TaskInfo{Kind::gpu, 1.1, Group::system, true, Status::initial}));
@@ -166,7 +166,7 @@ TEST(System, ASecondStartDoesNotShiftTheFirstSample) {
 
 TEST(System, TheFirstSampleAfterARestartComesOneIntervalLater) {
     ScriptedMachine machine;
-    machine->host().virtualMemoryValue->wire_count = 1;
+    machine->host().virtualMemoryValue.wire_count = 1;
     System system;
     system.start(system.mem());
     machine->advance(1.9);

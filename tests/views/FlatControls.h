@@ -15,7 +15,7 @@ namespace sentrel {
 class FlatControls : public LineDefaults {
 protected:
     void advance(double seconds) { machine.advance(seconds); }
-    [[nodiscard]] const std::vector<std::string>& opened() { return machine.desktop().opened; }
+    [[nodiscard]] std::vector<std::string> opened() { return machine.desktop().opened(); }
 
     platform::ScriptedPlatform machine;
     platform::Override scope{machine};

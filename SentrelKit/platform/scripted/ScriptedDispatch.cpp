@@ -4,16 +4,14 @@
 #include <SentrelKit/platform/support/QueueTimer.h>
 
 #include <algorithm>
-#include <cerrno>
+#include <string>
 #include <utility>
 
 namespace sentrel::platform {
 
 bool ScriptedClock::read(WallClockReading& reading) noexcept {
-    if (!readable_) {
-        errno = EFAULT;
+    if (calls.fails("read"))
         return false;
-    }
     const std::int64_t microseconds = (wallOffset_ + monotonic_) / 1000;
     reading.seconds = microseconds / 1'000'000;
     reading.microseconds = static_cast<std::int32_t>(microseconds % 1'000'000);
@@ -22,12 +20,17 @@ bool ScriptedClock::read(WallClockReading& reading) noexcept {
 
 class ScriptedQueue final : public DispatchQueue, public std::enable_shared_from_this<ScriptedQueue> {
 public:
-    explicit ScriptedQueue(ScriptedClock& clock) : clock_(clock) {}
+    ScriptedQueue(ScriptedDispatch& dispatch, ScriptedClock& clock, std::string name)
+        : dispatch_(dispatch), clock_(clock), name_(std::move(name)) {}
 
-    void async(std::function<void()> work) override { after(0, std::move(work)); }
+    void async(std::function<void()> work) override {
+        dispatch_.calls.record("async", name_);
+        push(0, std::move(work));
+    }
 
     void after(std::int64_t nanoseconds, std::function<void()> work) override {
-        queue.pushAt(clock_.monotonicNanoseconds() + std::max<std::int64_t>(nanoseconds, 0), std::move(work));
+        dispatch_.calls.record("after", name_ + ' ' + std::to_string(nanoseconds));
+        push(nanoseconds, std::move(work));
     }
 
     std::unique_ptr<RepeatingTimer> makeTimer(std::int64_t nanoseconds, std::function<void()> tick) override;
@@ -40,14 +43,40 @@ public:
     TimedQueue queue;
 
 private:
+    void push(std::int64_t nanoseconds, std::function<void()> work) {
+        queue.pushAt(clock_.monotonicNanoseconds() + std::max<std::int64_t>(nanoseconds, 0), std::move(work));
+    }
+
+    ScriptedDispatch& dispatch_;
     ScriptedClock& clock_;
+    const std::string name_;
 };
 
-std::unique_ptr<RepeatingTimer> ScriptedQueue::makeTimer(std::int64_t nanoseconds, std::function<void()> tick) {
-    return std::make_unique<QueueTimer<ScriptedQueue>>(shared_from_this(), nanoseconds, std::move(tick));
-}
-
 namespace {
+
+// Tells of what it is asked, and of its end.
+class ScriptedTimer final : public RepeatingTimer {
+public:
+    ScriptedTimer(ScriptedCalls& calls, const std::string& queue, std::unique_ptr<RepeatingTimer> timer)
+        : timer_(std::move(timer)), handle_(calls, "timer " + queue) {}
+
+    void resume() override {
+        handle_.record("resume");
+        timer_->resume();
+    }
+    void suspend() override {
+        handle_.record("suspend");
+        timer_->suspend();
+    }
+    void cancel() override {
+        handle_.record("cancel");
+        timer_->cancel();
+    }
+
+private:
+    std::unique_ptr<RepeatingTimer> timer_;
+    const ScriptedHandle handle_;
+};
 
 // The time in which a job runs; it ends also when the job throws.
 class Running {
@@ -70,9 +99,16 @@ private:
 
 } // namespace
 
+std::unique_ptr<RepeatingTimer> ScriptedQueue::makeTimer(std::int64_t nanoseconds, std::function<void()> tick) {
+    dispatch_.calls.record("makeTimer", name_ + ' ' + std::to_string(nanoseconds));
+    return std::make_unique<ScriptedTimer>(
+        dispatch_.calls, name_,
+        std::make_unique<QueueTimer<ScriptedQueue>>(shared_from_this(), nanoseconds, std::move(tick)));
+}
+
 ScriptedDispatch::ScriptedDispatch(ScriptedClock& clock)
-    : clock_(clock), main_(std::make_shared<ScriptedQueue>(clock)),
-      background_(std::make_shared<ScriptedQueue>(clock)), queues_{main_, background_} {}
+    : clock_(clock), main_(std::make_shared<ScriptedQueue>(*this, clock, "main")),
+      background_(std::make_shared<ScriptedQueue>(*this, clock, "background")), queues_{main_, background_} {}
 
 ScriptedDispatch::~ScriptedDispatch() {
     clear();
@@ -94,8 +130,9 @@ std::shared_ptr<DispatchQueue> ScriptedDispatch::backgroundQueue() {
     return background_;
 }
 
-std::shared_ptr<DispatchQueue> ScriptedDispatch::serialQueue(const std::string& /*name*/) {
-    auto queue = std::make_shared<ScriptedQueue>(clock_);
+std::shared_ptr<DispatchQueue> ScriptedDispatch::serialQueue(const std::string& name) {
+    calls.record("serialQueue", name);
+    auto queue = std::make_shared<ScriptedQueue>(*this, clock_, name);
     queues_.push_back(queue);
     return queue;
 }

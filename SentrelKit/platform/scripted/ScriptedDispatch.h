@@ -6,6 +6,7 @@
 
 #include <SentrelKit/platform/Clock.h>
 #include <SentrelKit/platform/Dispatch.h>
+#include <SentrelKit/platform/scripted/ScriptedCalls.h>
 
 #include <memory>
 #include <vector>
@@ -14,7 +15,9 @@ namespace sentrel::platform {
 
 class ScriptedQueue;
 
-/// A wall clock and a monotonic clock that move together when told to.
+/// A wall clock and a monotonic clock that move together when told to. As made it is 14 July 2017, 02:40 UTC. The
+/// monotonic clock, which every queue and every frame reads, is not recorded. Moved on one thread, read on any other
+/// one only while it stands.
 class SENTREL_API ScriptedClock final : public Clock {
 public:
     /// The wall clock; false, with errno EFAULT, while it cannot be read.
@@ -24,17 +27,17 @@ public:
     /// Sets the wall clock alone, as an administrator would. Microseconds since the epoch.
     void setWallMicroseconds(std::int64_t microseconds) noexcept { wallOffset_ = microseconds * 1000 - monotonic_; }
 
-    /// Makes reading the wall clock fail (errno EFAULT) or work again.
-    void setReadable(bool readable) noexcept { readable_ = readable; }
+    ScriptedCalls calls; ///< what was asked, and how it fails
 
 private:
     friend class ScriptedDispatch;
     std::int64_t monotonic_ = 0;
-    std::int64_t wallOffset_ = 1'500'000'000'000'000'000; ///< 14 July 2017, 02:40 UTC
-    bool readable_ = true;
+    std::int64_t wallOffset_ = 1'500'000'000'000'000'000; ///< nanoseconds since the epoch at the monotonic zero
 };
 
-/// Queues on a virtual clock: what they hold runs only inside `advance`, on the thread that calls it.
+/// Queues on a virtual clock: what they hold runs only inside `advance`, on the thread that calls it. Closures and
+/// timers are recorded with the name of their queue ("main", "background" or that of a serial queue) and their delay or
+/// interval in nanoseconds: "async background", "makeTimer main 1000000000". Handles are told as "timer main".
 class SENTREL_API ScriptedDispatch final : public Dispatch {
 public:
     /// Queues that follow a clock, which outlives them.
@@ -57,6 +60,8 @@ public:
 
     /// Releases the closures that wait and suspends the timers.
     void clear();
+
+    ScriptedCalls calls; ///< what was asked; nothing of it fails
 
     /// The queue whose closure runs now, or null outside of any.
     [[nodiscard]] const DispatchQueue* currentQueue() const noexcept { return running_; }

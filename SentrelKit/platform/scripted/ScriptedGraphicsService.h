@@ -2,30 +2,32 @@
 #pragma once
 
 #include <SentrelKit/platform/GraphicsService.h>
+#include <SentrelKit/platform/scripted/ScriptedCalls.h>
 
 #include <cerrno>
+#include <optional>
+#include <vector>
 
 namespace sentrel::platform {
 
-/// Graphics processors made of values: each answer is a public field. An operation fails, with `failure` in errno,
-/// while its field holds nothing.
+/// Graphics processors made of values: each answer is a public field. As made, a machine without PCI devices and
+/// without a display. The values are set on the test's thread while no other one asks.
 class SENTREL_API ScriptedGraphicsService final : public GraphicsService {
 public:
-    /// What `pciDevices` answers.
-    std::optional<std::vector<PropertyList::Dictionary>> pciDevicesValue = std::vector<PropertyList::Dictionary>();
-    std::optional<PropertyList::Bytes> activeDeviceIDValue; ///< what `activeDeviceID` answers
-    int failure = ENODEV;                                   ///< what errno says after a failure
+    ScriptedCalls calls;                                      ///< what was asked, and how it fails
+    std::vector<PropertyList::Dictionary> pciDevicesValue;    ///< what `pciDevices` answers
+    std::optional<PropertyList::Bytes> activeDeviceIDValue{}; ///< absent: no display, so that asking fails with ENODEV
 
     std::optional<std::vector<PropertyList::Dictionary>> pciDevices() override {
-        if (!pciDevicesValue)
-            errno = failure;
-        return pciDevicesValue;
+        return calls.fails("pciDevices") ? std::nullopt : std::optional(pciDevicesValue);
     }
     bool activeDeviceID(PropertyList::Bytes& deviceID) override {
+        if (calls.fails("activeDeviceID"))
+            return false;
         if (activeDeviceIDValue)
             deviceID = *activeDeviceIDValue;
         else
-            errno = failure;
+            errno = ENODEV;
         return activeDeviceIDValue.has_value();
     }
 };

@@ -44,23 +44,49 @@ std::vector<std::uint8_t> rawAddress(const std::string& numeric) {
 
 class ScriptedEntry final : public InterfaceEntry {
 public:
-    ScriptedEntry(std::optional<PropertyList::Dictionary> properties, PropertyList::Dictionary related)
-        : properties_(std::move(properties)), related_(std::move(related)) {}
+    ScriptedEntry(ScriptedCalls& calls, const ScriptedInterface& interface)
+        : calls_(calls), name_(interface.name), properties_(interface.properties), related_(interface.related),
+          handle_(calls, "entry " + name_) {}
 
-    std::optional<PropertyList::Dictionary> properties() override { return properties_; }
+    std::optional<PropertyList::Dictionary> properties() override {
+        return calls_.fails("properties", name_) ? std::nullopt : std::optional(properties_);
+    }
 
     PropertyList search(std::string_view key) override {
-        if (properties_) {
-            if (const auto own = properties_->find(key); own != properties_->end())
-                return own->second;
-        }
+        if (calls_.fails("search", name_ + ' ' + std::string(key)))
+            return {};
+        if (const auto own = properties_.find(key); own != properties_.end())
+            return own->second;
         const auto found = related_.find(key);
         return found == related_.end() ? PropertyList() : found->second;
     }
 
 private:
-    std::optional<PropertyList::Dictionary> properties_;
-    PropertyList::Dictionary related_;
+    ScriptedCalls& calls_;
+    const std::string name_;
+    const PropertyList::Dictionary properties_;
+    const PropertyList::Dictionary related_;
+    const ScriptedHandle handle_;
+};
+
+// The interfaces as they stood when a listing began, and the addresses of the one that is handed out.
+struct Listed {
+    std::vector<ScriptedInterface> interfaces;
+    std::vector<SocketAddress> addresses;
+
+    InterfaceInfo info(const ScriptedInterface& entry) {
+        addresses.assign(entry.addresses.begin(), entry.addresses.end());
+        InterfaceInfo info;
+        info.name = entry.name;
+        info.index = entry.index;
+        info.flags = entry.flags;
+        info.linkType = entry.linkType;
+        info.hardwareAddress = entry.hardwareAddress;
+        info.bytesIn = entry.bytesIn;
+        info.bytesOut = entry.bytesOut;
+        info.addresses = addresses;
+        return info;
+    }
 };
 
 } // namespace
@@ -74,19 +100,25 @@ struct ScriptedNetworkService::Listener {
 class ScriptedNetworkService::Watch final : public ConfigurationWatch {
 public:
     Watch(ScriptedNetworkService& network, std::shared_ptr<Listener> listener)
-        : network_(network), listener_(std::move(listener)) {}
+        : network_(network), listener_(std::move(listener)), handle_(network.calls, "watch") {}
 
     bool setNotificationKeys(const std::vector<std::string>& keys) override {
-        network_.notificationKeys = keys;
-        listener_->hasKeys = network_.acceptsKeys;
-        return network_.acceptsKeys;
+        std::string named;
+        for (const std::string& key : keys)
+            named.append(named.empty() ? "" : " ").append(key);
+        listener_->hasKeys = !network_.calls.fails("setNotificationKeys", named);
+        return listener_->hasKeys;
     }
     void schedule() override {
-        network_.scheduled = true;
+        network_.calls.record("schedule");
         listener_->scheduled = true;
     }
-    std::optional<std::string> localHostName() override { return network_.localHostName; }
+    std::optional<std::string> localHostName() override {
+        return network_.calls.fails("localHostName") ? std::nullopt : network_.localHostName;
+    }
     std::optional<PropertyList> value(std::string_view key) override {
+        if (network_.calls.fails("value", std::string(key)))
+            return std::nullopt;
         if (key == "State:/Network/Global/IPv4")
             return network_.ipv4;
         return key == "State:/Network/Global/DNS" ? network_.dns : std::nullopt;
@@ -95,6 +127,7 @@ public:
 private:
     ScriptedNetworkService& network_;
     std::shared_ptr<Listener> listener_;
+    const ScriptedHandle handle_;
 };
 
 ScriptedInterface::ScriptedInterface(std::string interfaceName, std::uint32_t interfaceIndex)
@@ -106,64 +139,56 @@ ScriptedInterface& ScriptedInterface::addAddress(const std::string& numeric) {
 }
 
 bool ScriptedNetworkService::listInterfaces(const std::function<void(const InterfaceInfo&)>& each) {
-    if (!listsInterfaces) {
-        errno = EIO;
+    if (calls.fails("listInterfaces"))
         return false;
+    // The room of the listing before, taken away: a hook may list too.
+    thread_local Listed kept;
+    Listed listed = std::exchange(kept, {});
+    listed.interfaces = interfaces;
+    for (const ScriptedInterface& entry : listed.interfaces) {
+        calls.entry("listInterfaces", entry.name);
+        each(listed.info(entry));
     }
-    for (const ScriptedInterface& entry : interfaces) {
-        addresses_.assign(entry.addresses.begin(), entry.addresses.end());
-        InterfaceInfo info;
-        info.name = entry.name;
-        info.index = entry.index;
-        info.flags = entry.flags;
-        info.linkType = entry.linkType;
-        info.hardwareAddress = entry.hardwareAddress;
-        info.bytesIn = entry.bytesIn;
-        info.bytesOut = entry.bytesOut;
-        info.addresses = addresses_;
-        each(info);
-    }
+    kept = std::move(listed);
     return true;
 }
 
-std::optional<MediaStatus> ScriptedNetworkService::mediaStatus(std::string_view name) {
+const ScriptedInterface* ScriptedNetworkService::find(std::string_view name) const {
     const auto entry = std::find_if(interfaces.begin(), interfaces.end(),
                                     [&](const ScriptedInterface& candidate) { return candidate.name == name; });
-    if (entry == interfaces.end() || !entry->media) {
-        errno = ENXIO;
+    return entry == interfaces.end() ? nullptr : &*entry;
+}
+
+std::optional<MediaStatus> ScriptedNetworkService::mediaStatus(std::string_view name) {
+    if (calls.fails("mediaStatus", std::string(name)))
         return std::nullopt;
-    }
-    return entry->media;
+    if (const ScriptedInterface* entry = find(name))
+        return entry->media;
+    errno = ENXIO;
+    return std::nullopt;
 }
 
 std::optional<std::unique_ptr<InterfaceEntry>> ScriptedNetworkService::matchInterface(const std::string& name) {
-    if (!matchesInterfaces) {
-        errno = EIO;
+    if (calls.fails("matchInterface", name))
         return std::nullopt;
-    }
-    const auto entry = std::find_if(interfaces.begin(), interfaces.end(),
-                                    [&](const ScriptedInterface& candidate) { return candidate.name == name; });
-    if (entry == interfaces.end() || !entry->registered)
+    const ScriptedInterface* entry = find(name);
+    if (!entry || !entry->registered)
         return std::unique_ptr<InterfaceEntry>();
-    return std::make_unique<ScriptedEntry>(entry->properties, entry->related);
+    return std::make_unique<ScriptedEntry>(calls, *entry);
 }
 
 ScriptedInterface& ScriptedNetworkService::interface(std::string_view name) {
-    const auto entry = std::find_if(interfaces.begin(), interfaces.end(),
-                                    [&](const ScriptedInterface& candidate) { return candidate.name == name; });
-    SENTREL_ASSERT(entry != interfaces.end());
-    return *entry;
+    const ScriptedInterface* entry = find(name);
+    SENTREL_ASSERT(entry);
+    return interfaces[static_cast<std::size_t>(entry - interfaces.data())];
 }
 
 std::unique_ptr<ConfigurationWatch> ScriptedNetworkService::watchConfiguration(std::function<void()> changed) {
-    if (!watches) {
-        errno = EIO;
+    if (calls.fails("watchConfiguration"))
         return nullptr;
-    }
     auto listener = std::make_shared<Listener>();
     listener->changed = std::move(changed);
     listeners_.push_back(listener);
-    scheduled = false;
     return std::make_unique<Watch>(*this, std::move(listener));
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <SentrelKit/platform/NetworkService.h>
+#include <SentrelKit/platform/scripted/ScriptedCalls.h>
 #include <SentrelKit/platform/scripted/ScriptedDispatch.h>
 
 #include <map>
@@ -25,13 +26,16 @@ struct SENTREL_API ScriptedInterface {
     std::int64_t bytesIn = 0;                                                      ///< received, as the counter stands
     std::int64_t bytesOut = 0;                                                     ///< sent, as the counter stands
     std::vector<std::vector<std::uint8_t>> addresses;                              ///< raw socket addresses
-    std::optional<MediaStatus> media = MediaStatus{true, true};                    ///< absent: the request fails
-    std::optional<PropertyList::Dictionary> properties{std::in_place};             ///< absent: reading them fails
+    MediaStatus media{true, true};                                                 ///< what `mediaStatus` answers
+    PropertyList::Dictionary properties;                                           ///< of its registry entry
     PropertyList::Dictionary related; ///< what a search finds beside the own properties
     bool registered = true;           ///< false: the registry has no entry for it
 };
 
-/// A network made of values.
+/// A network made of values. As made it has no interfaces, no configuration and no name, and reaches the Internet. The
+/// values are set on the test's thread while no other one asks. Questions about an interface and calls on its entry are
+/// recorded with its name; handles are told as "entry en0" and "watch". A question about an interface that is not there
+/// fails with ENXIO.
 class SENTREL_API ScriptedNetworkService final : public NetworkService {
 public:
     /// A network without interfaces; its changes are told on the background queue of `dispatch`.
@@ -40,40 +44,31 @@ public:
     bool listInterfaces(const std::function<void(const InterfaceInfo&)>& each) override;
     std::optional<MediaStatus> mediaStatus(std::string_view name) override;
     std::optional<std::unique_ptr<InterfaceEntry>> matchInterface(const std::string& name) override;
-    Connectivity connectivity() override {
-        if (const auto meanwhile = duringConnectivity)
-            meanwhile();
-        return reachable;
-    }
+    /// Unknown if it fails.
+    Connectivity connectivity() override { return calls.fails("connectivity") ? Connectivity::unknown : reachable; }
     std::unique_ptr<ConfigurationWatch> watchConfiguration(std::function<void()> changed) override;
 
     /// The interface of that name, which must exist.
     ScriptedInterface& interface(std::string_view name);
 
-    /// Delivers one change of the configuration to every scheduled watch with keys, on the virtual background queue.
+    /// Delivers one change of the configuration to every scheduled watch with keys, on the background queue.
     void change();
 
+    ScriptedCalls calls;                        ///< what was asked, and how it fails
     std::vector<ScriptedInterface> interfaces;  ///< in the order in which they are listed
-    bool listsInterfaces = true;                ///< false: listing fails (errno EIO)
-    bool matchesInterfaces = true;              ///< false: the registry cannot be asked (errno EIO)
     Connectivity reachable = Connectivity::yes; ///< what `connectivity` answers
-    std::function<void()> duringConnectivity;   ///< what happens while `reachable` is asked for, if anything
-
-    std::optional<std::string> localHostName;  ///< the machine's name, if it has one
-    std::optional<PropertyList> ipv4;          ///< the value of "State:/Network/Global/IPv4"
-    std::optional<PropertyList> dns;           ///< the value of "State:/Network/Global/DNS"
-    bool watches = true;                       ///< false: no watch can be made (errno EIO)
-    bool acceptsKeys = true;                   ///< false: notification keys cannot be installed
-    std::vector<std::string> notificationKeys; ///< the keys that were asked for last
-    bool scheduled = false;                    ///< whether the newest watch was scheduled
+    std::optional<std::string> localHostName;   ///< the machine's name, if it has one
+    std::optional<PropertyList> ipv4;           ///< the value of "State:/Network/Global/IPv4"
+    std::optional<PropertyList> dns;            ///< the value of "State:/Network/Global/DNS"
 
 private:
+    [[nodiscard]] const ScriptedInterface* find(std::string_view name) const;
+
     class Watch;
     struct Listener;
 
     ScriptedDispatch& dispatch_;
     std::vector<std::weak_ptr<Listener>> listeners_;
-    std::vector<SocketAddress> addresses_; ///< of the interface that is being listed
 };
 
 } // namespace sentrel::platform

@@ -2,8 +2,8 @@
 #pragma once
 
 /// A whole machine made of values, with a virtual clock and virtual queues: for tests of models and of widgets, and for
-/// demos. Its services answer what they were told to and can be made to fail. One thread only, unless a service says
-/// otherwise.
+/// demos. Each service answers what its values say, records every call and can be made to fail (ScriptedCalls). Set up
+/// on one thread, that of the test, which also moves the clock on; a service says what other threads may do.
 
 #include <SentrelKit/platform/Platform.h>
 #include <SentrelKit/platform/scripted/ScriptedDesktop.h>
@@ -38,7 +38,8 @@ public:
     ScriptedDesktop& desktop() noexcept override { return desktop_; }
     ScriptedPreferenceStore& preferences() noexcept override { return preferences_; }
 
-    /// Moves the virtual clock on by so many seconds; what comes due runs on this thread.
+    /// Moves the virtual clock on by so many seconds; what comes due on the way runs on this thread, at its time. An
+    /// exception of a closure passes through.
     void advance(double seconds) { dispatch_.advance(seconds); }
 
 private:

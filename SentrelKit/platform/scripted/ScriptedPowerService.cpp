@@ -3,7 +3,7 @@
 
 #include <SentrelKit/platform/support/BatteryProperties.h>
 
-#include <cerrno>
+#include <string>
 
 namespace sentrel::platform {
 
@@ -11,33 +11,54 @@ namespace {
 
 class Info final : public PowerSourcesInfo {
 public:
-    explicit Info(const ScriptedPowerService& machine) : sources_(machine.sources), listed_(machine.givesList) {}
+    explicit Info(ScriptedPowerService& machine)
+        : calls_(machine.calls), sources_(machine.sources), handle_(machine.calls, "power sources") {}
 
     std::optional<std::size_t> count() const override {
-        return listed_ ? std::optional(sources_.size()) : std::nullopt;
+        return calls_.fails("count") ? std::nullopt : std::optional(sources_.size());
     }
-    std::optional<PropertyList::Dictionary> description(std::size_t index) const override { return sources_.at(index); }
+    std::optional<PropertyList::Dictionary> description(std::size_t index) const override {
+        return calls_.fails("description", std::to_string(index)) ? std::nullopt : std::optional(sources_.at(index));
+    }
 
 private:
-    std::vector<std::optional<PropertyList::Dictionary>> sources_;
-    bool listed_;
+    const ScriptedCalls& calls_;
+    const std::vector<PropertyList::Dictionary> sources_;
+    const ScriptedHandle handle_;
+};
+
+class Battery final : public BatteryService {
+public:
+    explicit Battery(ScriptedPowerService& machine)
+        : calls_(machine.calls), properties_(*machine.battery), handle_(machine.calls, "battery") {}
+
+    std::optional<PropertyList> property(std::string_view key) const override {
+        return calls_.fails("property", std::string(key)) ? std::nullopt : properties_.property(key);
+    }
+
+private:
+    const ScriptedCalls& calls_;
+    const BatteryProperties properties_;
+    const ScriptedHandle handle_;
 };
 
 } // namespace
 
 std::unique_ptr<PowerSourcesInfo> ScriptedPowerService::powerSources() {
-    return givesSnapshot ? std::make_unique<Info>(*this) : nullptr;
+    return calls.fails("powerSources") ? nullptr : std::make_unique<Info>(*this);
+}
+
+std::optional<PropertyList::Dictionary> ScriptedPowerService::externalAdapterDetails() {
+    return calls.fails("externalAdapterDetails") ? std::nullopt : adapter;
 }
 
 std::unique_ptr<BatteryService> ScriptedPowerService::batteryService() {
-    return battery ? std::make_unique<BatteryProperties>(*battery) : nullptr;
+    return calls.fails("batteryService") || !battery ? nullptr : std::make_unique<Battery>(*this);
 }
 
 bool ScriptedPowerService::addChangeSource(void (*changed)(void* context), void* context) {
-    if (!takesObservers) {
-        errno = EIO;
+    if (calls.fails("addChangeSource"))
         return false;
-    }
     changeSources_.emplace_back(changed, context);
     return true;
 }

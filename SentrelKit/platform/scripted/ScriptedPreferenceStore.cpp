@@ -3,58 +3,60 @@
 
 namespace sentrel::platform {
 
-std::optional<PropertyList> ScriptedPreferenceSuite::object(std::string_view key) const {
+std::optional<PropertyList> ScriptedPreferenceSuite::find(std::string_view key) const {
     const LockScope lock(lock_);
     const auto entry = content_.find(key);
-    return readable_ && entry != content_.end() ? std::optional(entry->second) : std::nullopt;
+    return entry == content_.end() ? std::nullopt : std::optional(entry->second);
+}
+
+std::optional<PropertyList> ScriptedPreferenceSuite::object(std::string_view key) const {
+    return calls.fails("object", std::string(key)) ? std::nullopt : find(key);
 }
 
 std::optional<PropertyList::Address> ScriptedPreferenceSuite::address(std::string_view key) const {
-    const auto kept = object(key);
+    if (calls.fails("address", std::string(key)))
+        return std::nullopt;
+    const auto kept = find(key);
     const auto* address = kept ? kept->as<PropertyList::Address>() : nullptr;
     return address ? std::optional(*address) : std::nullopt;
 }
 
 bool ScriptedPreferenceSuite::setObject(std::string_view key, const PropertyList& value) {
-    return !value.empty() && !value.as<PropertyList::Address>() && set(key, value);
+    return !value.empty() && !value.as<PropertyList::Address>() && set("setObject", key, value);
 }
 
 bool ScriptedPreferenceSuite::remove(std::span<const std::string> keys) {
+    std::string named;
+    for (const std::string& key : keys)
+        named.append(named.empty() ? "" : " ").append(key);
+    if (calls.fails("remove", named))
+        return false;
     const LockScope lock(lock_);
-    if (writable_)
-        for (const std::string& key : keys)
-            content_.erase(key);
-    return writable_;
+    for (const std::string& key : keys)
+        content_.erase(key);
+    return true;
 }
 
 std::vector<std::string> ScriptedPreferenceSuite::keys() const {
+    if (calls.fails("keys"))
+        return {};
     const LockScope lock(lock_);
     std::vector<std::string> keys;
-    if (readable_)
-        for (const auto& entry : content_)
-            keys.push_back(entry.first);
+    for (const auto& entry : content_)
+        keys.push_back(entry.first);
     return keys;
 }
 
-void ScriptedPreferenceSuite::setWritable(bool writable) {
+bool ScriptedPreferenceSuite::set(std::string_view operation, std::string_view key, const PropertyList& value) {
+    if (calls.fails(operation, std::string(key)))
+        return false;
     const LockScope lock(lock_);
-    writable_ = writable;
-}
-
-void ScriptedPreferenceSuite::setReadable(bool readable) {
-    const LockScope lock(lock_);
-    readable_ = readable;
-}
-
-bool ScriptedPreferenceSuite::set(std::string_view key, const PropertyList& value) {
-    const LockScope lock(lock_);
-    if (writable_)
-        content_.insert_or_assign(std::string(key), value);
-    return writable_;
+    content_.insert_or_assign(std::string(key), value);
+    return true;
 }
 
 std::shared_ptr<PreferenceSuite> ScriptedPreferenceStore::suite(const std::string& name) {
-    return scripted(name);
+    return calls.fails("suite", name) ? nullptr : scripted(name);
 }
 
 std::shared_ptr<ScriptedPreferenceSuite> ScriptedPreferenceStore::scripted(const std::string& name) {

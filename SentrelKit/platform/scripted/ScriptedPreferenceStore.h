@@ -3,37 +3,36 @@
 
 #include <SentrelKit/base/system/detail/ThreadSafety.h>
 #include <SentrelKit/platform/PreferenceStore.h>
+#include <SentrelKit/platform/scripted/ScriptedCalls.h>
 
 #include <map>
 
 namespace sentrel::platform {
 
-/// A suite in memory that can be made to refuse changes or to be unreadable. Any thread.
+/// A suite in memory, empty as made. Questions and changes are recorded with the key, a removal with each key; a change
+/// that fails is not kept, and a question that fails finds nothing. Any thread.
 class SENTREL_API ScriptedPreferenceSuite final : public PreferenceSuite {
 public:
     std::optional<PropertyList> object(std::string_view key) const override;
     std::optional<PropertyList::Address> address(std::string_view key) const override;
-    bool setDouble(std::string_view key, double value) override { return set(key, value); }
-    bool setInteger(std::string_view key, std::int64_t value) override { return set(key, value); }
-    bool setBoolean(std::string_view key, bool value) override { return set(key, value); }
-    bool setAddress(std::string_view key, const PropertyList::Address& value) override { return set(key, value); }
+    bool setDouble(std::string_view key, double value) override { return set("setDouble", key, value); }
+    bool setInteger(std::string_view key, std::int64_t value) override { return set("setInteger", key, value); }
+    bool setBoolean(std::string_view key, bool value) override { return set("setBoolean", key, value); }
+    bool setAddress(std::string_view key, const PropertyList::Address& value) override {
+        return set("setAddress", key, value);
+    }
     bool setObject(std::string_view key, const PropertyList& value) override;
     bool remove(std::span<const std::string> keys) override;
     std::vector<std::string> keys() const override;
 
-    /// Whether changes are kept (the usual case) or refused.
-    void setWritable(bool writable);
-
-    /// Whether the values can be read (the usual case).
-    void setReadable(bool readable);
+    ScriptedCalls calls; ///< what was asked, and how it fails
 
 private:
-    bool set(std::string_view key, const PropertyList& value);
+    bool set(std::string_view operation, std::string_view key, const PropertyList& value);
+    [[nodiscard]] std::optional<PropertyList> find(std::string_view key) const;
 
     mutable Lock lock_;
     PropertyList::Dictionary content_ SENTREL_GUARDED_BY(lock_);
-    bool writable_ SENTREL_GUARDED_BY(lock_) = true;
-    bool readable_ SENTREL_GUARDED_BY(lock_) = true;
 };
 
 /// Suites in memory, kept as long as the store. Any thread.
@@ -41,8 +40,10 @@ class SENTREL_API ScriptedPreferenceStore final : public PreferenceStore {
 public:
     std::shared_ptr<PreferenceSuite> suite(const std::string& name) override;
 
-    /// The same suite, to be made to fail; null for the empty name, which no suite has.
+    /// The same suite, to set it up; null for the empty name, which no suite has. Not recorded.
     [[nodiscard]] std::shared_ptr<ScriptedPreferenceSuite> scripted(const std::string& name);
+
+    ScriptedCalls calls; ///< the suites that were asked for, and whether there can be one; a suite has calls of its own
 
 private:
     Lock lock_;

@@ -25,26 +25,34 @@ void assign(std::map<std::int32_t, Value>& values, std::int32_t key, const std::
 } // namespace
 
 std::optional<TaskInfo> ScriptedProcessService::taskInfo(std::int32_t processIdentifier) noexcept {
+    if (calls.fails("taskInfo", std::to_string(processIdentifier)))
+        return std::nullopt;
     const LockScope scope(lock_);
     return lookUp(figures_, processIdentifier);
 }
 
 std::optional<std::int32_t> ScriptedProcessService::parent(std::int32_t processIdentifier) noexcept {
+    if (calls.fails("parent", std::to_string(processIdentifier)))
+        return std::nullopt;
     const LockScope scope(lock_);
     return lookUp(parents_, processIdentifier);
 }
 
 RunningApplications ScriptedProcessService::runningApplications() {
+    if (calls.fails("runningApplications"))
+        return {};
     const LockScope scope(lock_);
     return *set_;
 }
 
 std::unique_ptr<RunningApplicationsObservation>
 ScriptedProcessService::observeRunningApplications(RunningApplicationsObserver observer) {
+    calls.record("observeRunningApplications");
     return observers_.add(std::move(observer));
 }
 
 void ScriptedProcessService::refreshRunningApplications() {
+    calls.record("refreshRunningApplications");
     observers_.tell([this] {
         const LockScope scope(lock_);
         return set_;

@@ -3,6 +3,7 @@
 
 #include <SentrelKit/base/system/detail/ThreadSafety.h>
 #include <SentrelKit/platform/ProcessService.h>
+#include <SentrelKit/platform/scripted/ScriptedCalls.h>
 #include <SentrelKit/platform/support/RunningApplicationsObservers.h>
 
 #include <cstdint>
@@ -13,7 +14,8 @@
 
 namespace sentrel::platform {
 
-/// Processes made of values. A process that was not set up, or was taken away, fails every question. Any thread.
+/// Processes made of values. As made there are none. A process that was not set up, or was taken away, fails every
+/// question. Questions about a process are recorded with its id. Any thread.
 class SENTREL_API ScriptedProcessService final : public ProcessService {
 public:
     std::optional<TaskInfo> taskInfo(std::int32_t processIdentifier) noexcept override;
@@ -24,6 +26,8 @@ public:
 
     /// Tells the observers of the set as it stands; they hear nothing before.
     void refreshRunningApplications() override;
+
+    ScriptedCalls calls; ///< what was asked, and how it fails
 
     /// What the service answers about an id; without a value the question fails.
     void setTaskInfo(std::int32_t processIdentifier, std::optional<TaskInfo> info);

@@ -5,85 +5,91 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <utility>
 
 namespace sentrel::platform {
 
 class ScriptedVolumeService::Interface final : public SmartInterface {
 public:
-    Interface(ScriptedVolumeService& service, const ScriptedDrive& drive) : service_(service), drive_(drive) {}
-    ~Interface() override { service_.calls.emplace_back("release interface"); }
+    Interface(ScriptedCalls& calls, std::string name, const ScriptedDrive& drive)
+        : calls_(calls), name_(std::move(name)), drive_(drive), handle_(calls, "interface " + name_) {}
 
-    bool enableOperations(bool enable) override { return !service_.fails("enableOperations", flag(enable)); }
-    bool enableAutosave(bool enable) override { return !service_.fails("enableAutosave", flag(enable)); }
+    bool enableOperations(bool enable) override { return !fails("enableOperations", flag(enable)); }
+    bool enableAutosave(bool enable) override { return !fails("enableAutosave", flag(enable)); }
     std::optional<bool> returnStatus() override {
-        if (service_.fails("returnStatus"))
+        if (fails("returnStatus"))
             return std::nullopt;
         return drive_.exceeded;
     }
-    bool executeOffLineImmediate(bool captive) override {
-        return !service_.fails("executeOffLineImmediate", flag(captive));
-    }
+    bool executeOffLineImmediate(bool captive) override { return !fails("executeOffLineImmediate", flag(captive)); }
     bool readData(SmartData& data) override {
-        if (service_.fails("readData"))
+        if (fails("readData"))
             return false;
         data = drive_.data;
         return true;
     }
-    bool validateData(const SmartData& /*data*/) override {
-        return !service_.fails("validateData") && drive_.dataIsSound;
-    }
+    bool validateData(const SmartData& /*data*/) override { return !fails("validateData") && drive_.dataIsSound; }
 
 private:
-    static std::string flag(bool value) { return value ? "1" : "0"; }
+    static const char* flag(bool value) { return value ? " 1" : " 0"; }
 
-    ScriptedVolumeService& service_;
+    bool fails(const char* operation, const char* argument = "") { return calls_.fails(operation, name_ + argument); }
+
+    ScriptedCalls& calls_;
+    const std::string name_;
     const ScriptedDrive drive_;
+    const ScriptedHandle handle_;
 };
 
 class ScriptedVolumeService::PlugIn final : public SmartPlugIn {
 public:
-    PlugIn(ScriptedVolumeService& service, const ScriptedDrive& drive) : service_(service), drive_(drive) {}
-    ~PlugIn() override { service_.calls.emplace_back("destroy plug-in"); }
+    PlugIn(ScriptedCalls& calls, std::string name, const ScriptedDrive& drive)
+        : calls_(calls), name_(std::move(name)), drive_(drive), handle_(calls, "plug-in " + name_) {}
 
     std::unique_ptr<SmartInterface> queryInterface() override {
-        if (service_.fails("queryInterface"))
+        if (calls_.fails("queryInterface", name_))
             return nullptr;
-        return std::make_unique<Interface>(service_, drive_);
+        return std::make_unique<Interface>(calls_, name_, drive_);
     }
 
 private:
-    ScriptedVolumeService& service_;
+    ScriptedCalls& calls_;
+    const std::string name_;
     const ScriptedDrive drive_;
+    const ScriptedHandle handle_;
 };
 
 class ScriptedVolumeService::Media final : public MediaEntry {
 public:
-    Media(ScriptedVolumeService& service, ScriptedDisk disk, std::uint32_t height)
-        : service_(service), disk_(std::move(disk)), height_(height) {}
+    Media(ScriptedCalls& calls, std::string name, ScriptedDisk disk, std::uint32_t height)
+        : calls_(calls), name_(std::move(name)), disk_(std::move(disk)), height_(height),
+          handle_(calls, "media " + name_) {}
 
     std::optional<DiskStatistics> statistics() override {
-        if (service_.fails("statistics"))
+        if (calls_.fails("statistics", name_))
             return std::nullopt;
         return disk_.statistics;
     }
-    bool isSmartCapable() override { return !service_.fails("isSmartCapable") && disk_.smartAncestor == height_; }
+    bool isSmartCapable() override { return !calls_.fails("isSmartCapable", name_) && disk_.smartAncestor == height_; }
     std::shared_ptr<MediaEntry> parent() override {
         constexpr std::uint32_t top = 3;
-        if (service_.fails("parent") || height_ == top)
+        if (calls_.fails("parent", name_) || height_ == top)
             return nullptr;
-        return std::make_shared<Media>(service_, disk_, height_ + 1);
+        return std::make_shared<Media>(calls_, name_, disk_, height_ + 1);
     }
     std::unique_ptr<SmartPlugIn> createSmartPlugIn() override {
-        if (service_.fails("createSmartPlugIn"))
+        if (calls_.fails("createSmartPlugIn", name_))
             return nullptr;
-        return std::make_unique<PlugIn>(service_, disk_.drive);
+        return std::make_unique<PlugIn>(calls_, name_, disk_.drive);
     }
 
 private:
-    ScriptedVolumeService& service_;
+    ScriptedCalls& calls_;
+    const std::string name_;
     const ScriptedDisk disk_;
     const std::uint32_t height_;
+    const ScriptedHandle handle_;
 };
 
 class ScriptedVolumeService::Handle final : public StorageDevice {
@@ -91,29 +97,33 @@ public:
     using Queue = std::shared_ptr<std::shared_ptr<DispatchQueue>>;
 
     Handle(ScriptedVolumeService& service, std::string name, Queue queue)
-        : service_(service), name_(std::move(name)), queue_(std::move(queue)) {}
+        : service_(service), name_(std::move(name)), queue_(std::move(queue)), handle_(service.calls, "disk " + name_) {
+    }
 
     std::optional<DiskDescription> description() override {
+        const bool fails = service_.calls.fails("description", name_);
         const ScriptedDisk* disk = find(name_);
-        if (!disk || service_.fails("description"))
-            return std::nullopt;
-        return disk->description;
+        return disk && !fails ? disk->description : std::nullopt;
     }
     std::shared_ptr<StorageDevice> wholeDisk() override {
+        const bool fails = service_.calls.fails("wholeDisk", name_);
         const ScriptedDisk* disk = find(name_);
-        if (!disk || service_.fails("wholeDisk"))
+        if (!disk || fails)
             return nullptr;
         if (disk->whole.empty())
             return shared_from_this();
         return std::make_shared<Handle>(service_, disk->whole, queue_);
     }
     std::shared_ptr<MediaEntry> media() override {
+        const bool fails = service_.calls.fails("media", name_);
         const ScriptedDisk* disk = find(name_);
-        if (!disk || !disk->hasMedia || service_.fails("media"))
+        if (!disk || !disk->hasMedia || fails)
             return nullptr;
-        return std::make_shared<Media>(service_, *disk, 0);
+        return std::make_shared<Media>(service_.calls, name_, *disk, 0);
     }
     bool isSystemDisk() override {
+        if (service_.calls.fails("isSystemDisk", name_))
+            return true;
         const std::string whole = wholeOf(name_);
         const ScriptedDisk* disk = find(whole);
         const bool carriesRoot =
@@ -126,22 +136,21 @@ public:
         return true;
     }
     void unmount(UnmountOptions options, UnmountCompletion completion) override {
-        service_.calls.push_back("unmount " + name_ + (options.whole ? " whole" : "") +
-                                 (options.force ? " force" : ""));
-        bool accepted = true;
-        if (const auto disk = service_.disks.find(name_);
-            disk != service_.disks.end() && !disk->second.unmountAnswers.empty()) {
-            accepted = disk->second.unmountAnswers.front();
-            disk->second.unmountAnswers.erase(disk->second.unmountAnswers.begin());
-        }
-        if (!completion || !*queue_)
+        const bool refused =
+            service_.calls.fails("unmount", name_ + (options.whole ? " whole" : "") + (options.force ? " force" : ""));
+        const std::string reason = refused ? std::strerror(errno) : "";
+        if (!completion)
             return;
-        (*queue_)->async([self = shared_from_this(), accepted, completion = std::move(completion)] {
-            const Dissenter dissenter{"in use"};
-            completion(self, accepted ? nullptr : &dissenter);
+        service_.calls.complete("unmount", [=, queue = queue_, self = shared_from_this()] {
+            if (!*queue)
+                return;
+            (*queue)->async([=] {
+                const Dissenter dissenter{reason};
+                completion(self, refused ? &dissenter : nullptr);
+            });
         });
     }
-    void eject() override { service_.calls.push_back("eject " + name_); }
+    void eject() override { service_.calls.record("eject", name_); }
 
 private:
     [[nodiscard]] const ScriptedDisk* find(const std::string& name) const {
@@ -157,33 +166,34 @@ private:
     ScriptedVolumeService& service_;
     const std::string name_;
     const Queue queue_;
+    const ScriptedHandle handle_;
 };
 
 class ScriptedVolumeService::Session final : public DiskSession {
 public:
-    explicit Session(ScriptedVolumeService& service) : service_(service) {}
-    ~Session() override { service_.calls.emplace_back("close session"); }
+    explicit Session(ScriptedVolumeService& service) : service_(service), handle_(service.calls, "session") {}
 
     std::shared_ptr<StorageDevice> disk(std::string_view deviceName) override {
-        const std::string name(deviceName);
-        if (!service_.disks.contains(name) || service_.fails("disk"))
+        std::string name(deviceName);
+        if (service_.calls.fails("disk", name) || !service_.disks.contains(name))
             return nullptr;
-        return std::make_shared<Handle>(service_, name, queue_);
+        return std::make_shared<Handle>(service_, std::move(name), queue_);
     }
     void setQueue(std::shared_ptr<DispatchQueue> queue) override {
-        service_.calls.emplace_back(queue ? "schedule session" : "unschedule session");
+        service_.calls.record("setQueue", queue ? "" : "none");
         *queue_ = std::move(queue);
     }
 
 private:
     ScriptedVolumeService& service_;
     Handle::Queue queue_ = std::make_shared<std::shared_ptr<DispatchQueue>>();
+    const ScriptedHandle handle_;
 };
 
 class ScriptedVolumeService::Observation final : public VolumeObservation {
 public:
     Observation(ScriptedVolumeService& service, std::function<void(const VolumeNotification&)> observer)
-        : service_(service), observer_(std::move(observer)) {
+        : service_(service), observer_(std::move(observer)), handle_(service.calls, "observation") {
         service_.observers_.push_back(&observer_);
     }
     ~Observation() override { std::erase(service_.observers_, &observer_); }
@@ -191,6 +201,7 @@ public:
 private:
     ScriptedVolumeService& service_;
     std::function<void(const VolumeNotification&)> observer_;
+    const ScriptedHandle handle_;
 };
 
 ScriptedVolumeService::ScriptedVolumeService()
@@ -198,38 +209,32 @@ ScriptedVolumeService::ScriptedVolumeService()
 
 ScriptedVolumeService::~ScriptedVolumeService() = default;
 
-bool ScriptedVolumeService::fails(const std::string& operation, const std::string& arguments) {
-    calls.push_back(arguments.empty() ? operation : operation + ' ' + arguments);
-    if (onCall)
-        onCall(calls.back());
-    const auto failure = failing.find(operation);
-    if (failure == failing.end() || !failure->second)
-        return false;
-    errno = EIO;
-    return true;
-}
-
 std::int32_t ScriptedVolumeService::countMountedFileSystems() {
-    if (fails("countMountedFileSystems"))
+    if (calls.fails("countMountedFileSystems"))
         return -1;
     return count.value_or(static_cast<std::int32_t>(mounts.size()));
 }
 
 std::int32_t ScriptedVolumeService::listMountedFileSystems(std::span<MountedFileSystem> entries) {
-    if (fails("listMountedFileSystems"))
+    if (calls.fails("listMountedFileSystems"))
         return -1;
-    const std::size_t filled = std::min(entries.size(), mounts.size());
-    std::copy_n(mounts.begin(), filled, entries.begin());
+    const std::vector<MountedFileSystem> listed = mounts;
+    const std::size_t filled = std::min(entries.size(), listed.size());
+    for (std::size_t i = 0; i < filled; ++i) {
+        calls.entry("listMountedFileSystems", listed[i].on);
+        entries[i] = listed[i];
+    }
     return static_cast<std::int32_t>(filled);
 }
 
 AcceptedTypes ScriptedVolumeService::acceptedTypes() const noexcept {
+    calls.record("acceptedTypes");
     typeViews_.assign(acceptedTypeNames.begin(), acceptedTypeNames.end());
     return {typeViews_, acceptsAnyRoot};
 }
 
 std::optional<FileSystemSpace> ScriptedVolumeService::space(const char* path) {
-    if (fails("space", path))
+    if (calls.fails("space", path))
         return std::nullopt;
     const auto mounted =
         std::find_if(mounts.begin(), mounts.end(), [path](const auto& entry) { return entry.on == path; });
@@ -240,23 +245,22 @@ std::optional<FileSystemSpace> ScriptedVolumeService::space(const char* path) {
 }
 
 std::unique_ptr<DiskSession> ScriptedVolumeService::openSession() {
-    if (fails("openSession"))
+    if (calls.fails("openSession"))
         return nullptr;
     return std::make_unique<Session>(*this);
 }
 
 std::unique_ptr<VolumeObservation>
 ScriptedVolumeService::observe(std::function<void(const VolumeNotification&)> observer) {
-    if (fails("observe"))
+    if (calls.fails("observe"))
         return nullptr;
     return std::make_unique<Observation>(*this, std::move(observer));
 }
 
 std::optional<std::string> ScriptedVolumeService::iconForPath(const std::string& path) {
+    const bool fails = calls.fails("iconForPath", path);
     const auto icon = icons.find(path);
-    if (icon == icons.end() || fails("iconForPath", path))
-        return std::nullopt;
-    return icon->second;
+    return icon == icons.end() || fails ? std::nullopt : std::optional(icon->second);
 }
 
 void ScriptedVolumeService::notify(const VolumeNotification& notification) const {

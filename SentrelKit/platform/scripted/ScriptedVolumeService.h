@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// Disks and volumes made of values. Set the mounts and the disks, then let the probes look at them; each operation can
-/// be made to fail or to wait, and `calls` tells which operations were used, in their order.
+/// Disks and volumes made of values: set the mounts and the disks, then let the probes look at them.
 
 #include <SentrelKit/platform/VolumeService.h>
+#include <SentrelKit/platform/scripted/ScriptedCalls.h>
 
 #include <cstdint>
 #include <functional>
@@ -16,7 +16,7 @@
 
 namespace sentrel::platform {
 
-/// A drive that can be asked for its health. Every step that is named in `failing` fails.
+/// A drive that can be asked for its health.
 struct ScriptedDrive {
     bool exceeded = false;   ///< the drive's own verdict
     SmartData data{};        ///< what it answers to "read data"
@@ -31,11 +31,15 @@ struct ScriptedDisk {
     std::optional<DiskStatistics> statistics;   ///< of the whole disk
     std::optional<std::uint32_t> smartAncestor; ///< how many parents above the media carry "SMART Capable"; 0: itself
     ScriptedDrive drive;                        ///< behind that entry
-    bool isSystemDisk = false;        ///< of the whole disk; one with a mount that is the root is one without this
-    std::vector<bool> unmountAnswers; ///< of the whole disk, one an unmount: accepted or refused; then accepted
+    bool isSystemDisk = false; ///< of the whole disk; one with a mount that is the root is one without this
 };
 
-/// The disks and volumes. One thread, that of the test.
+/// The disks and volumes. As made there are none. The values are set on the test's thread while no other one asks.
+///
+/// Calls on a disk, its media, its drive and the conversation with it have the device's name as their first argument:
+/// "unmount disk2 whole force", "enableOperations disk1 1". Handles are told as "session", "disk disk1", "media disk1",
+/// "plug-in disk1", "interface disk1" and "observation". An unmount that fails is one that was refused, for the reason
+/// that its errno names; its completion can be held back. Neither it nor an eject changes the values.
 class SENTREL_API ScriptedVolumeService final : public VolumeService {
 public:
     ScriptedVolumeService();
@@ -60,20 +64,13 @@ public:
     /// Removes the mount at that path.
     void unmount(const std::string& path);
 
-    /// Whether the next uses of an operation, named as in `calls` without its arguments, fail.
-    std::map<std::string, bool> failing;
-
-    /// Called with each operation, named as in `calls`, before it answers, on the thread that asks: holds it up, or
-    /// changes the machine meanwhile.
-    std::function<void(const std::string& operation)> onCall;
-
+    ScriptedCalls calls;                        ///< what was asked, and how it fails
     std::vector<MountedFileSystem> mounts;      ///< the mount table, in its order
     std::optional<std::int32_t> count;          ///< what counting answers; absent: the mounts as they are
     std::map<std::string, ScriptedDisk> disks;  ///< by device name
     std::map<std::string, std::string> icons;   ///< by mount point
     std::vector<std::string> acceptedTypeNames; ///< the ten names, unless changed
     bool acceptsAnyRoot = false;                ///< whether "/" is shown whatever its type is
-    std::vector<std::string> calls; ///< what disks and drives were asked to do, such as "enableOperations 1"
 
 private:
     class Session;
@@ -82,8 +79,6 @@ private:
     class PlugIn;
     class Interface;
     class Observation;
-
-    bool fails(const std::string& operation, const std::string& arguments = {});
 
     std::vector<std::function<void(const VolumeNotification&)>*> observers_;
     mutable std::vector<std::string_view> typeViews_;

@@ -225,13 +225,13 @@ TEST_F(DiskModel, KeepsCountersThatASampleDoesNotFind) {
         EXPECT_EQ(volume->rbytes(), 1'000'000'000'000);
         EXPECT_EQ(volume->wbytes(), 2'000'000'000'000);
     };
-    volumes().failing["statistics"] = true;
+    volumes().calls.fail("statistics");
     advance(1);
     disk.update();
     expectNoRate();
     mountLater("disk2", "/b"); // a listing gives 0 for what it does not find
     expectNoRate();
-    volumes().failing.clear();
+    volumes().calls.succeed();
     advance(1);
     disk.update();
     expectNoRate();
@@ -249,7 +249,7 @@ TEST_F(DiskModel, LeavesAVolumeAsItWasWhenItsSpaceCannotBeHad) {
     Disk disk;
     count("disk1", 500, 500);
     advance(1);
-    volumes().failing["space"] = true;
+    volumes().calls.fail("space");
     testing::internal::CaptureStderr();
     disk.update();
     testing::internal::GetCapturedStderr();
@@ -258,7 +258,7 @@ TEST_F(DiskModel, LeavesAVolumeAsItWasWhenItsSpaceCannotBeHad) {
     EXPECT_EQ(volume->timestamp(), 1'500'000'000'000);
     EXPECT_EQ(volume->rbytesps(), 0.0);
 
-    volumes().failing.clear(); // the next rate spans both gaps
+    volumes().calls.succeed(); // the next rate spans both gaps
     advance(1);
     disk.update();
     EXPECT_DOUBLE_EQ(volume->rbytesps(), 249.5);
@@ -279,7 +279,7 @@ TEST_F(DiskModel, FollowsSpaceButKeepsTheFirstTotal) {
 TEST_F(DiskModel, TakesTheTotalFromTheFirstRealAnswer) {
     volumes().mount("disk1", "/");
     volumes().mounts[0].space = {};
-    volumes().failing["space"] = true;
+    volumes().calls.fail("space");
     testing::internal::CaptureStderr();
     Disk disk;
     disk.update();
@@ -289,7 +289,7 @@ TEST_F(DiskModel, TakesTheTotalFromTheFirstRealAnswer) {
     EXPECT_EQ(disk.usage(), 0);
     testing::internal::GetCapturedStderr();
 
-    volumes().failing.clear();
+    volumes().calls.succeed();
     volumes().mounts[0].space = {4096, 1000, 400};
     disk.update();
     EXPECT_EQ(volume->total(), 1000 * 4096);
@@ -319,7 +319,7 @@ TEST_F(DiskModel, KeepsASpaceThatAListingCannotMeasure) {
     volumes().mount("disk1", "/", 1000, 400);
     Disk disk;
     volumes().mounts[0].space = {};
-    volumes().failing["space"] = true;
+    volumes().calls.fail("space");
     testing::internal::CaptureStderr();
     mountLater("disk2", "/b");
     testing::internal::GetCapturedStderr();
@@ -388,7 +388,7 @@ TEST_F(DiskModel, AsksADriveForItsHealthOnlyWhenItsVolumeIsNew) {
     disk.update();
     disk.handleMountNotifications({});
     advance(0);
-    EXPECT_THAT(volumes().calls, testing::Not(testing::Contains("createSmartPlugIn")));
+    EXPECT_THAT(volumes().calls.list(), testing::Not(testing::Contains("createSmartPlugIn")));
 }
 
 TEST_F(DiskModel, DropsAVolumeThatIsNoLongerMountedAndLeavesItsLastFigures) {
@@ -431,10 +431,10 @@ TEST_F(DiskModel, MergesNoticesThatCameBeforeTheListingBeganAndMissesNoneAfter) 
     for (int i = 0; i < 1000; ++i)
         volumes().notify({VolumeNotification::Kind::didMount, {}, {}, "/x"});
     advance(0);
-    EXPECT_EQ(std::count(volumes().calls.begin(), volumes().calls.end(), "listMountedFileSystems"), 1);
+    EXPECT_EQ(volumes().calls.count("listMountedFileSystems"), 1U);
     volumes().notify({VolumeNotification::Kind::didMount, {}, {}, "/x"});
     advance(0);
-    EXPECT_EQ(std::count(volumes().calls.begin(), volumes().calls.end(), "listMountedFileSystems"), 2);
+    EXPECT_EQ(volumes().calls.count("listMountedFileSystems"), 2U);
 }
 
 TEST_F(DiskModel, KeepsTheLaterOfTwoMountsOfOneDevice) {
@@ -512,11 +512,11 @@ TEST_F(DiskModel, HasNoRootVolumeBeforeAllItsFactsAreThere) {
     volumes().disks["disk1"].smartAncestor = 0;
     count("disk1", 1, 2);
     std::size_t looks = 0;
-    volumes().onCall = [&](const std::string& /*operation*/) {
+    volumes().calls.onCall([&](const std::string& /*operation*/) {
         ++looks;
         EXPECT_EQ(disk.HD(), nullptr);
         EXPECT_THAT(devicesOf(disk), ElementsAre("disk2"));
-    };
+    });
     disk.handleMountNotifications({});
     advance(0);
     EXPECT_GT(looks, 0U);
@@ -548,15 +548,15 @@ TEST_F(DiskModel, IsReadAndRenamedWhileASampleOrAListingAsksTheMachine) {
         ASSERT_TRUE(isDone); // else the reader waits for this very call, and joining it would wait for ever
         reader.join();
     };
-    volumes().onCall = readAndRename;
+    volumes().calls.onCall(readAndRename);
     disk.update();
     EXPECT_GT(operations, 0);
     EXPECT_EQ(disk.HD()->name(), "name " + std::to_string(operations));
     const int before = operations;
-    volumes().onCall = [&](const std::string& operation) {
+    volumes().calls.onCall([&](const std::string& operation) {
         if (operations < before + 20)
             readAndRename(operation);
-    };
+    });
     advance(0);
     EXPECT_EQ(operations, before + 20);
 }
@@ -568,12 +568,12 @@ TEST_F(DiskModel, KeepsANameThatCameDuringAListing) {
     Disk disk;
     volumes().mount("disk2", "/b");
     volumes().disks["disk2"].description = platform::DiskDescription{"Fresh", {}};
-    volumes().onCall = [&](const std::string& operation) {
+    volumes().calls.onCall([&](const std::string& operation) {
         if (operation != "space /b")
             return;
         disk.handleRenameNotification({VolumeNotification::Kind::didRename, "Old", "New", "/new"});
         disk.handleRenameNotification({VolumeNotification::Kind::didRename, "Fresh", "Named", "/named"});
-    };
+    });
     disk.handleMountNotifications({});
     advance(0);
     EXPECT_EQ(disk.volumes().at("disk1")->name(), "New");
@@ -585,10 +585,10 @@ TEST_F(DiskModel, ListsOnceMoreWhenANoticeComesDuringAListing) {
     volumes().mount("disk1", "/");
     Disk disk;
     int notices = 0;
-    volumes().onCall = [&](const std::string& operation) {
+    volumes().calls.onCall([&](const std::string& operation) {
         if (operation == "listMountedFileSystems" && ++notices <= 2)
             volumes().notify({VolumeNotification::Kind::didMount, {}, {}, "/x"});
-    };
+    });
     disk.handleMountNotifications({});
     advance(0);
     EXPECT_EQ(notices, 3);
@@ -645,12 +645,12 @@ TEST_F(DiskModel, HearsNothingOnceItIsGone) {
     advance(0); // the listing that was still scheduled
     volumes().notify({VolumeNotification::Kind::didMount, {}, {}, "/x"});
     advance(0);
-    EXPECT_TRUE(volumes().calls.empty());
+    EXPECT_THAT(volumes().calls.list(), testing::IsEmpty());
 }
 
 TEST_F(DiskModel, WorksWithoutNotices) {
     volumes().mount("disk1", "/");
-    volumes().failing["observe"] = true;
+    volumes().calls.fail("observe");
     Disk disk;
     disk.update();
     EXPECT_THAT(devicesOf(disk), ElementsAre("disk1"));
@@ -671,7 +671,7 @@ TEST_F(DiskModel, HasNoUsageWithoutARootVolumeOrWithoutItsSpace) {
     EXPECT_EQ(Disk().HD(), nullptr);
     volumes().mount("disk1", "/");
     const Disk disk;
-    volumes().failing["space"] = true;
+    volumes().calls.fail("space");
     testing::internal::CaptureStderr();
     EXPECT_EQ(disk.usage(), 0);
     testing::internal::GetCapturedStderr();
@@ -728,7 +728,7 @@ TEST_F(DiskModel, EjectsAVolumeAndLeavesItToTheUnmountNotice) {
     volumes().calls.clear();
     EXPECT_TRUE(disk.volumes().at("disk2")->eject());
     advance(0);
-    EXPECT_THAT(volumes().calls, testing::Contains("eject disk2"));
+    EXPECT_THAT(volumes().calls.list(), testing::Contains("eject disk2"));
     EXPECT_THAT(devicesOf(disk), ElementsAre("disk2"));
 }
 
@@ -746,7 +746,7 @@ TEST_F(DiskModel, EjectingAShareTouchesNoDisk) {
     ASSERT_TRUE(disk.volumes().contains("disk2"));
     EXPECT_FALSE(disk.volumes().at("disk2")->eject());
     advance(0);
-    EXPECT_THAT(volumes().calls, testing::Each(testing::Not(testing::StartsWith("unmount"))));
+    EXPECT_THAT(volumes().calls.list(), testing::Each(testing::Not(testing::StartsWith("unmount"))));
 }
 
 // Once its eject took the root volume along, and lastly by force.
@@ -760,7 +760,7 @@ TEST_F(DiskModel, DoesNotEjectAVolumeBesideTheRoot) {
     EXPECT_FALSE(disk.volumes().at("disk1s2")->eject());
     EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::StartsWith("Error: "));
     advance(0);
-    EXPECT_THAT(volumes().calls, testing::Each(testing::Not(testing::StartsWith("unmount"))));
+    EXPECT_THAT(volumes().calls.list(), testing::Each(testing::Not(testing::StartsWith("unmount"))));
 }
 
 using DiskModelDeathTest = DiskModel;
@@ -795,7 +795,7 @@ TEST_F(DiskModel, HasNoStatusWithoutAStoredRecordNorFromADriveThatIsGone) {
     const Disk disk;
     volumes().calls.clear();
     EXPECT_FALSE(disk.volumes().at("disk2")->smartStatus());
-    EXPECT_TRUE(volumes().calls.empty()); // without asking
+    EXPECT_THAT(volumes().calls.list(), testing::IsEmpty()); // without asking
     volumes().disks.erase("disk1");
     EXPECT_FALSE(disk.volumes().at("disk1")->smartStatus());
 }
