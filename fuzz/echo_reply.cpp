@@ -3,6 +3,7 @@
 
 #include <SentrelKit/base/io/InputStream.h>
 #include <SentrelKit/base/system/Assert.h>
+#include <SentrelKit/platform/support/StreamConnection.h>
 #include <SentrelKit/probes/detail/EchoReply.h>
 
 #include <array>
@@ -21,7 +22,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::array<char, 65> address{};
     address.fill('?');
     sentrel::InputStream* stream = sentrel::InputStream_new(ends[0]);
-    sentrel::probes::readEchoReply(stream, address.data(), address.size());
+    sentrel::platform::StreamConnection reply(stream);
+    sentrel::probes::readEchoReply(reply, address.data(), address.size());
     sentrel::InputStream_free(&stream);
     ::close(ends[0]);
     SENTREL_ASSERT(written);

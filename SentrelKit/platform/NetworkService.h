@@ -6,6 +6,7 @@
 
 #include <SentrelKit/Export.h>
 #include <SentrelKit/base/util/PropertyList.h>
+#include <SentrelKit/platform/Connection.h>
 
 #include <cstdint>
 #include <functional>
@@ -108,6 +109,14 @@ public:
     /// Whether the Internet can be reached, as far as the system knows without contacting anyone. May wait a few
     /// seconds for a system service.
     virtual Connectivity connectivity() = 0;
+
+    /// Whether the name of a host resolves to at least one IPv4 address. May wait for the resolver. As it stands here
+    /// it asks the system's, which every backend does.
+    virtual bool resolves(const std::string& host);
+
+    /// A connection to a host (name or numeric address) and port; each of its addresses is tried for at most 2 seconds.
+    /// Null, with errno set, on failure. As it stands here it is a socket, on every backend.
+    [[nodiscard]] virtual std::unique_ptr<Connection> connect(const std::string& host, std::int32_t port);
 
     /// A watch that is not yet scheduled; `changed` hears of each change. Null, with errno set, on failure.
     virtual std::unique_ptr<ConfigurationWatch> watchConfiguration(std::function<void()> changed) = 0;

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/probes/NetworkProbes.h>
 
-#include <SentrelKit/base/io/OutputStream.h>
-#include <SentrelKit/base/net/Socket.h>
 #include <SentrelKit/base/system/Net.h>
 #include <SentrelKit/base/system/System.h>
 #include <SentrelKit/base/system/Time.h>
@@ -17,6 +15,7 @@
 #include <array>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <span>
 #include <string_view>
 #include <utility>
@@ -207,22 +206,20 @@ std::optional<EchoHost> echoHost() {
 
 int _isConnectedToInternet() {
     if (const std::optional<EchoHost> host = echoHost())
-        return Net_resolve(host->name.c_str()) ? 1 : 0;
+        return platform::current().network().resolves(host->name) ? 1 : 0;
     return platform::current().network().connectivity() == platform::Connectivity::yes ? 1 : 0;
 }
 
 std::optional<std::string> lookUpPublicAddress() {
     storePublicAddress({});
     const std::optional<EchoHost> host = echoHost();
-    Socket* socket = host ? Socket_new(host->name.c_str(), host->port) : nullptr;
-    if (!socket)
+    const std::unique_ptr<platform::Connection> connection =
+        host ? platform::current().network().connect(host->name, host->port) : nullptr;
+    if (!connection)
         return std::nullopt;
     PublicAddressText address{};
-    OutputStream* request = Socket_getOutputStream(socket);
-    OutputStream_print(request, "GET / HTTP/1.1\r\nHost: %s\r\nConnection: Close\r\n\r\n", host->name.c_str());
-    if (OutputStream_flush(request) > 0)
-        readEchoReply(Socket_getInputStream(socket), address.data(), address.size());
-    Socket_free(&socket);
+    if (connection->write("GET / HTTP/1.1\r\nHost: " + host->name + "\r\nConnection: Close\r\n\r\n"))
+        readEchoReply(*connection, address.data(), address.size());
     storePublicAddress(address);
     return address.data();
 }

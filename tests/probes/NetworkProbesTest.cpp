@@ -422,5 +422,71 @@ TEST_F(PublicAddress, IsNoneAndNobodyIsContactedWithoutAnEchoHost) {
     EXPECT_EQ(_getPublicAddress(), nullptr);
 }
 
+/// The public address as a server of the scripted machine tells it, in the machine's own time.
+class ScriptedPublicAddress : public testing::Test {
+protected:
+    std::optional<std::string> ask(const platform::ScriptedServer& server) {
+        machine_->network().servers["echo.example.org"] = server;
+        const std::int64_t before = machine_->clock().monotonicNanoseconds();
+        std::optional<std::string> address = lookUpPublicAddress();
+        seconds_ = static_cast<double>(machine_->clock().monotonicNanoseconds() - before) * 1e-9;
+        return address;
+    }
+
+    const EchoHostGuard guard_{{"echo.example.org", 8080}};
+    ScriptedMachine machine_;
+    double seconds_ = 0;
+};
+
+TEST_F(ScriptedPublicAddress, ComesAfterAsLongAsTheServerTakes) {
+    platform::ScriptedServer server;
+    server.connectSeconds = 1.5;
+    server.reply = {{1, "HTTP/1.1 200 OK\r\n\r\nIP: 203"}, {1.9, ".0.113.7\r\n"}};
+    EXPECT_EQ(ask(server), "203.0.113.7");
+    EXPECT_NEAR(seconds_, 1.5 + 1 + 1.9, 1e-6);
+    EXPECT_THAT(machine_->network().calls.list(), testing::Contains("connect echo.example.org 8080"));
+    EXPECT_THAT(machine_->network().calls.openHandles(), ElementsAre("watch"));
+}
+
+TEST_F(ScriptedPublicAddress, IsNoneWhereNoConnectionIsMadeInTwoSeconds) {
+    platform::ScriptedServer server;
+    server.connectSeconds = 3;
+    EXPECT_EQ(ask(server), std::nullopt);
+    EXPECT_NEAR(seconds_, 2, 1e-6);
+}
+
+TEST_F(ScriptedPublicAddress, IsEmptyAfterTwoSecondsOfSilence) {
+    platform::ScriptedServer server;
+    server.reply = {{0, "HTTP/1.1 200 OK\r\n"}};
+    server.closes = false;
+    EXPECT_EQ(ask(server), "");
+    EXPECT_NEAR(seconds_, 2, 1e-6);
+    server.reply.push_back({2.1, "IP: 203.0.113.7\r\n"});
+    EXPECT_EQ(ask(server), "");
+    EXPECT_NEAR(seconds_, 2, 1e-6);
+}
+
+TEST_F(ScriptedPublicAddress, IsEmptyAfterThirtySecondsHoweverSteadilyTheReplyTrickles) {
+    platform::ScriptedServer server;
+    server.reply.assign(100, {1, "X"});
+    EXPECT_EQ(ask(server), "");
+    EXPECT_NEAR(seconds_, 30, 1e-6);
+}
+
+TEST_F(ScriptedPublicAddress, IsNoneOrEmptyWhereAStepFails) {
+    platform::ScriptedServer server;
+    server.reply = {{0, "IP: 203.0.113.7\r\n"}};
+    for (const char* step : {"connect", "write", "read"}) {
+        machine_->network().calls.fail(step, {.call = 1});
+        EXPECT_EQ(ask(server).value_or(""), "") << step;
+        EXPECT_EQ(ask(server), "203.0.113.7") << step;
+    }
+    server.resolves = false;
+    EXPECT_EQ(ask(server), std::nullopt);
+    EXPECT_EQ(_isConnectedToInternet(), 0);
+    machine_->network().servers["echo.example.org"].resolves = true;
+    EXPECT_EQ(_isConnectedToInternet(), 1);
+}
+
 } // namespace
 } // namespace sentrel::probes

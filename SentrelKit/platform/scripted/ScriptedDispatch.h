@@ -51,6 +51,9 @@ public:
     /// As `advance`.
     void runMain(double seconds) override { advance(seconds); }
 
+    /// The clock that the queues follow.
+    [[nodiscard]] ScriptedClock& clock() const noexcept { return clock_; }
+
     /// Moves the clock on by so many seconds, running everything that comes due on the way at its time. An exception of
     /// a closure passes through; what else is due stays for the next call.
     void advance(double seconds);

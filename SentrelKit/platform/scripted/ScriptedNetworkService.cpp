@@ -69,6 +69,56 @@ private:
     const ScriptedHandle handle_;
 };
 
+class ScriptedConnection final : public Connection {
+public:
+    ScriptedConnection(ScriptedDispatch& dispatch, ScriptedCalls& calls, std::string host, ScriptedServer server)
+        : dispatch_(dispatch), calls_(calls), host_(std::move(host)), server_(std::move(server)),
+          handle_(calls, "connection " + host_) {
+        due_ = clock().monotonicNanoseconds();
+        schedule();
+    }
+
+    bool write(std::string_view /*bytes*/) override { return !calls_.fails("write", host_); }
+
+    std::size_t read(std::span<char> bytes, std::int64_t milliseconds) override {
+        if (calls_.fails("read", host_ + ' ' + std::to_string(milliseconds)))
+            return 0;
+        if (next_ == server_.reply.size() && server_.closes)
+            return 0;
+        const std::int64_t wait = std::max<std::int64_t>(milliseconds, 0) * 1'000'000;
+        const std::int64_t left = next_ == server_.reply.size() ? wait + 1 : due_ - clock().monotonicNanoseconds();
+        dispatch_.advance(static_cast<double>(std::clamp<std::int64_t>(left, 0, wait)) * 1e-9);
+        if (left > wait)
+            return 0;
+        std::string& piece = server_.reply[next_].bytes;
+        const std::size_t count = piece.copy(bytes.data(), bytes.size());
+        piece.erase(0, count);
+        if (piece.empty()) {
+            ++next_;
+            schedule();
+        }
+        return count;
+    }
+
+    [[nodiscard]] std::int64_t milliseconds() const override { return clock().monotonicNanoseconds() / 1'000'000; }
+
+private:
+    [[nodiscard]] ScriptedClock& clock() const { return dispatch_.clock(); }
+
+    void schedule() {
+        if (next_ < server_.reply.size())
+            due_ += nanosecondsFromSeconds(server_.reply[next_].seconds);
+    }
+
+    ScriptedDispatch& dispatch_;
+    ScriptedCalls& calls_;
+    const std::string host_;
+    ScriptedServer server_;
+    std::size_t next_ = 0; // piece
+    std::int64_t due_ = 0; // when it comes
+    const ScriptedHandle handle_;
+};
+
 // The interfaces as they stood when a listing began, and the addresses of the one that is handed out.
 struct Listed {
     std::vector<ScriptedInterface> interfaces;
@@ -181,6 +231,33 @@ ScriptedInterface& ScriptedNetworkService::interface(std::string_view name) {
     const ScriptedInterface* entry = find(name);
     SENTREL_ASSERT(entry);
     return interfaces[static_cast<std::size_t>(entry - interfaces.data())];
+}
+
+bool ScriptedNetworkService::resolves(const std::string& host) {
+    if (calls.fails("resolves", host))
+        return false;
+    const auto server = servers.find(host);
+    return server == servers.end() ? NetworkService::resolves(host) : server->second.resolves;
+}
+
+std::unique_ptr<Connection> ScriptedNetworkService::connect(const std::string& host, std::int32_t port) {
+    if (calls.fails("connect", host + ' ' + std::to_string(port)))
+        return nullptr;
+    const auto found = servers.find(host);
+    if (found == servers.end())
+        return NetworkService::connect(host, port);
+    constexpr double patience = 2;
+    const ScriptedServer server = found->second;
+    if (!server.resolves) {
+        errno = EHOSTUNREACH;
+        return nullptr;
+    }
+    dispatch_.advance(std::min(server.connectSeconds, patience));
+    if (server.connectSeconds >= patience) {
+        errno = ETIMEDOUT;
+        return nullptr;
+    }
+    return std::make_unique<ScriptedConnection>(dispatch_, calls, host, server);
 }
 
 std::unique_ptr<ConfigurationWatch> ScriptedNetworkService::watchConfiguration(std::function<void()> changed) {

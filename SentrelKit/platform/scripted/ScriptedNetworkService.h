@@ -32,10 +32,26 @@ struct SENTREL_API ScriptedInterface {
     bool registered = true;           ///< false: the registry has no entry for it
 };
 
+/// A host that can be connected to. What it does takes time of the virtual clock: a wait for it moves the clock on, and
+/// runs what comes due meanwhile, on the thread that waits.
+struct ScriptedServer {
+    /// What comes of its reply, and when.
+    struct Piece {
+        double seconds = 0; ///< after the piece before, or after the connection was made
+        std::string bytes;  ///< at least one
+    };
+
+    bool resolves = true;      ///< whether its name has an address
+    double connectSeconds = 0; ///< until it accepts a connection; from 2 on the caller gives up (ETIMEDOUT)
+    std::vector<Piece> reply;  ///< to whatever it is asked
+    bool closes = true;        ///< whether it ends the connection after its reply; else it is silent from then on
+};
+
 /// A network made of values. As made it has no interfaces, no configuration and no name, and reaches the Internet. The
 /// values are set on the test's thread while no other one asks. Questions about an interface and calls on its entry are
 /// recorded with its name; handles are told as "entry en0" and "watch". A question about an interface that is not there
-/// fails with ENXIO.
+/// fails with ENXIO. A connection is recorded as "connect host port", what is sent and read on it as "write host" and
+/// "read host milliseconds", its handle as "connection host".
 class SENTREL_API ScriptedNetworkService final : public NetworkService {
 public:
     /// A network without interfaces; its changes are told on the background queue of `dispatch`.
@@ -46,6 +62,8 @@ public:
     std::optional<std::unique_ptr<InterfaceEntry>> matchInterface(const std::string& name) override;
     /// Unknown if it fails.
     Connectivity connectivity() override { return calls.fails("connectivity") ? Connectivity::unknown : reachable; }
+    bool resolves(const std::string& host) override;
+    [[nodiscard]] std::unique_ptr<Connection> connect(const std::string& host, std::int32_t port) override;
     std::unique_ptr<ConfigurationWatch> watchConfiguration(std::function<void()> changed) override;
 
     /// The interface of that name, which must exist.
@@ -54,12 +72,13 @@ public:
     /// Delivers one change of the configuration to every scheduled watch with keys, on the background queue.
     void change();
 
-    ScriptedCalls calls;                        ///< what was asked, and how it fails
-    std::vector<ScriptedInterface> interfaces;  ///< in the order in which they are listed
-    Connectivity reachable = Connectivity::yes; ///< what `connectivity` answers
-    std::optional<std::string> localHostName;   ///< the machine's name, if it has one
-    std::optional<PropertyList> ipv4;           ///< the value of "State:/Network/Global/IPv4"
-    std::optional<PropertyList> dns;            ///< the value of "State:/Network/Global/DNS"
+    ScriptedCalls calls;                           ///< what was asked, and how it fails
+    std::vector<ScriptedInterface> interfaces;     ///< in the order in which they are listed
+    Connectivity reachable = Connectivity::yes;    ///< what `connectivity` answers
+    std::map<std::string, ScriptedServer> servers; ///< by name; a host that is not among them is the real network's
+    std::optional<std::string> localHostName;      ///< the machine's name, if it has one
+    std::optional<PropertyList> ipv4;              ///< the value of "State:/Network/Global/IPv4"
+    std::optional<PropertyList> dns;               ///< the value of "State:/Network/Global/DNS"
 
 private:
     [[nodiscard]] const ScriptedInterface* find(std::string_view name) const;

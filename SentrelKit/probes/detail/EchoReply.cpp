@@ -1,38 +1,29 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/probes/detail/EchoReply.h>
 
-#include <SentrelKit/base/io/InputStream.h>
 #include <SentrelKit/base/util/Str.h>
+#include <SentrelKit/platform/Connection.h>
 
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <cstring>
+#include <span>
 
 namespace sentrel::probes {
 
 namespace {
 
-// The waits are those of real sockets, so their limit is of real time, under a scripted clock too.
-std::int64_t monotonicMilliseconds() {
-    using namespace std::chrono;
-    return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
-}
-
 /// As InputStream_readLine, but a sender that trickles cannot hold a line up for longer than the reply may take.
 class ReplyReader {
 public:
-    ReplyReader(InputStream* reply, const EchoReplyLimits& limits)
-        : reply_(reply), pieceTimeout_(InputStream_getTimeout(reply)),
-          deadline_(monotonicMilliseconds() + limits.milliseconds), bytesLeft_(limits.bytes) {}
-    ~ReplyReader() { InputStream_setTimeout(reply_, pieceTimeout_); }
-    ReplyReader(const ReplyReader&) = delete;
-    ReplyReader& operator=(const ReplyReader&) = delete;
+    ReplyReader(platform::Connection& reply, const EchoReplyLimits& limits)
+        : reply_(reply), limits_(limits), deadline_(reply.milliseconds() + limits.milliseconds),
+          bytesLeft_(limits.bytes) {}
 
     bool readLine(char* line, std::size_t size) {
         std::size_t length = 0;
         while (length < size - 1) {
-            const std::int32_t byte = read();
+            const int byte = read();
             if (byte <= 0)
                 break;
             line[length++] = static_cast<char>(byte);
@@ -44,28 +35,35 @@ public:
     }
 
 private:
-    std::int32_t read() {
-        if (bytesLeft_ == 0)
+    int read() {
+        if (bytesLeft_ == 0 || (buffered_.empty() && !fill()))
             return -1;
-        if (InputStream_buffered(reply_) == 0) {
-            const std::int64_t left = deadline_ - monotonicMilliseconds();
-            if (left <= 0)
-                return -1;
-            InputStream_setTimeout(reply_, std::min(left, pieceTimeout_));
-        }
         --bytesLeft_;
-        return InputStream_read(reply_);
+        const char byte = buffered_.front();
+        buffered_ = buffered_.subspan(1);
+        return static_cast<unsigned char>(byte);
     }
 
-    InputStream* reply_;
-    std::int64_t pieceTimeout_;
-    std::int64_t deadline_;
+    bool fill() {
+        const std::int64_t left = deadline_ - reply_.milliseconds();
+        if (left <= 0)
+            return false;
+        const std::size_t count = reply_.read(buffer_, std::min(left, limits_.pieceMilliseconds));
+        buffered_ = std::span<const char>(buffer_).first(count);
+        return count > 0;
+    }
+
+    platform::Connection& reply_;
+    const EchoReplyLimits limits_;
+    const std::int64_t deadline_;
     std::int64_t bytesLeft_;
+    std::array<char, 1500> buffer_{};
+    std::span<const char> buffered_;
 };
 
 } // namespace
 
-void readEchoReply(InputStream* reply, char* address, std::size_t size, const EchoReplyLimits& limits) {
+void readEchoReply(platform::Connection& reply, char* address, std::size_t size, const EchoReplyLimits& limits) {
     address[0] = '\0';
     ReplyReader reader(reply, limits);
     std::array<char, 256> line{};
