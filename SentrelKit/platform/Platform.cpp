@@ -31,7 +31,7 @@ Platform& current() noexcept {
 Override::Override(Platform& platform) : previous_(replacement.load(std::memory_order_acquire)) {
     install(&platform);
     if (makeSession)
-        session_ = makeSession();
+        session_ = makeSession(platform);
 }
 
 Override::~Override() {

@@ -43,8 +43,8 @@ public:
 
 /// Puts another platform and its clock in force for a scope, with a session of the probes of its own; what the probes
 /// kept for the platform before comes back with it. For tests and demos: made and released on one thread, nested scopes
-/// end in reverse order. Set the platform up first where the session's creation must see it; models that were made in
-/// the scope are released before it ends.
+/// end in reverse order. Set the platform up first where the session's creation must see it. A model stays with the
+/// session that it was made with, which it keeps until its own release.
 class SENTREL_API Override {
 public:
     /// Puts the platform in force; it has to outlive the override.

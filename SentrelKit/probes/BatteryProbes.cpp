@@ -5,9 +5,8 @@
 #include <SentrelKit/base/system/System.h>
 #include <SentrelKit/base/system/Time.h>
 #include <SentrelKit/base/system/detail/ThreadSafety.h>
-#include <SentrelKit/platform/Platform.h>
+#include <SentrelKit/platform/Clock.h>
 #include <SentrelKit/platform/PowerService.h>
-#include <SentrelKit/probes/SystemManager.h>
 
 #include <array>
 #include <cmath>
@@ -16,6 +15,7 @@
 #include <limits>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace sentrel::probes {
 
@@ -23,8 +23,22 @@ namespace {
 
 using platform::PowerService;
 
-// The registering thread and the loops that deliver may differ.
-Lock blockLock;
+// The texts of the date that was unpacked last.
+struct DateTexts {
+    std::array<char, 65> manufactured;
+    std::array<char, 65> age;
+};
+
+// What a source of changes is given: it lasts as long as its platform, and the session need not.
+using ChangeContext = std::weak_ptr<SystemManager>;
+
+// Never released, as the sources are not.
+ChangeContext* makeContext(SystemManager& session) {
+    static Lock& lock = *new Lock;
+    static auto& contexts = *new std::vector<std::unique_ptr<ChangeContext>>;
+    const LockScope scope(lock);
+    return contexts.emplace_back(std::make_unique<ChangeContext>(session.weak_from_this())).get();
+}
 
 // Toward zero; the smallest integer stands for everything that does not fit, as the processor's own conversion does.
 std::int32_t truncated(double value) {
@@ -79,8 +93,8 @@ const char* monthName(unsigned month) {
 
 } // namespace
 
-void _getBatteryData(const PowerSourcesBlock& block) {
-    PowerService& power = platform::current().power();
+void _getBatteryData(const PowerSourcesBlock& block, SystemManager& session) {
+    PowerService& power = session.platform().power();
     const std::unique_ptr<platform::PowerSourcesInfo> info = power.powerSources();
     if (!info || info->count().value_or(0) == 0)
         return;
@@ -103,33 +117,26 @@ void _getBatteryData(const PowerSourcesBlock& block) {
     block(&data);
 }
 
-void _batteryNotification(const PowerSourcesBlock& block) {
-    PowerSourcesBlock before = block;
-    {
-        const LockScope scope(blockLock);
-        System->swiftPowerSources.swap(before);
-    }
-    before = nullptr;
-    _getBatteryData(block);
-    if (!platform::current().power().addChangeSource(_powerSourceChangedAdapter, nullptr))
+void _batteryNotification(const PowerSourcesBlock& block, SystemManager& session) {
+    session.setPowerSources(block);
+    _getBatteryData(block, session);
+    if (!session.platform().power().addChangeSource(_powerSourceChangedAdapter, makeContext(session)))
         System_error("Error: power source notification -- %s\n", System_getLastError());
 }
 
-void _powerSourceChangedAdapter(void* /*context*/) {
-    PowerSourcesBlock block;
-    {
-        const LockScope scope(blockLock);
-        if (!System->swiftPowerSources)
-            assertionFailed("System->swiftPowerSources", __func__, "SentrelKit", __LINE__);
-        block = System->swiftPowerSources;
-    }
-    _getBatteryData(block);
+void _powerSourceChangedAdapter(void* context) {
+    const std::shared_ptr<SystemManager> changed = context ? static_cast<ChangeContext*>(context)->lock() : session();
+    if (!changed)
+        return;
+    const PowerSourcesBlock block = changed->powerSources();
+    if (!block)
+        assertionFailed("System->swiftPowerSources", __func__, "SentrelKit", __LINE__);
+    _getBatteryData(block, *changed);
 }
 
-std::pair<const char*, const char*>* _unpackBatteryDate(std::int32_t packed,
-                                                        std::pair<const char*, const char*>* pair) {
-    static std::array<char, 65> manufactured;
-    static std::array<char, 65> age;
+std::pair<const char*, const char*>* _unpackBatteryDate(std::int32_t packed, std::pair<const char*, const char*>* pair,
+                                                        SystemManager& session) {
+    auto& [manufactured, age] = session.shared<DateTexts>();
 
     const auto bits = static_cast<std::uint32_t>(packed);
     const auto day = static_cast<std::int32_t>(bits & 31);
@@ -139,7 +146,7 @@ std::pair<const char*, const char*>* _unpackBatteryDate(std::int32_t packed,
                   year);
 
     const std::int64_t built = Time_build(year, month == 0 ? 1 : month, day == 0 ? 1 : day, 0, 0, 0);
-    const double years = static_cast<double>(Time_daysBetween(Time_now(), built)) / 365.0;
+    const double years = static_cast<double>(Time_daysBetween(Time_now(session.platform().clock()), built)) / 365.0;
     // The decimal point is a point whatever locale the host set.
     char number[32];
     const int length = std::snprintf(number, sizeof number, "%.1f", years);

@@ -2,9 +2,10 @@
 #pragma once
 
 /// The first power source and the manufacture date of a battery. Source: the platform's PowerService (IOKit power
-/// sources on macOS, the power-supply class on Linux).
+/// sources on macOS, the power-supply class on Linux), of the session in force unless another is handed in.
 
 #include <SentrelKit/Export.h>
+#include <SentrelKit/probes/SystemManager.h>
 
 #include <cstdint>
 #include <functional>
@@ -27,27 +28,26 @@ struct BatteryData {
     std::int32_t watts; ///< power of the external adapter; 0 without one, or if it does not tell
 };
 
-/// Takes what the power sources say, valid only during the call.
-using PowerSourcesBlock = std::function<void(const BatteryData*)>;
-
 /// Calls the block at most once, before it returns: not at all on a machine without a power source. Any thread.
-SENTREL_API void _getBatteryData(const PowerSourcesBlock& block);
+SENTREL_API void _getBatteryData(const PowerSourcesBlock& block, SystemManager& session = *System);
 
 /// Keeps the block in place of any earlier one, calls it once at once, and from then on at each change of the power
 /// sources, on the calling thread's loop (on macOS its run loop; on Linux its default GLib main context) for as long as
-/// the process lives. Each call adds one more source of changes, and all deliver to the newest block, also in place of
-/// that of the models. The block runs under no lock and may call everything. If there can be no source, one line on the
-/// standard error stream says so.
-SENTREL_API void _batteryNotification(const PowerSourcesBlock& block);
+/// the session lives, which is that of the process for one that no override made. Each call adds one more source of
+/// changes, and all deliver to the newest block, also in place of that of the models. The block runs under no lock and
+/// may call everything. If there can be no source, one line on the standard error stream says so.
+SENTREL_API void _batteryNotification(const PowerSourcesBlock& block, SystemManager& session = *System);
 
-/// What every change of the power sources calls: delivers to the block. Without a block the process stops.
+/// What every change of the power sources calls: delivers to the block of the session in force, or, with one of the
+/// contexts that _batteryNotification hands out, to that of its session, if that still lives. Without a block the
+/// process stops.
 SENTREL_API void _powerSourceChangedAdapter(void* context);
 
 /// Unpacks a manufacture date (day in bits 0 to 4, month in bits 5 to 8, year minus 1980 above) into texts: first the
 /// battery's age ("3.5 years"), second the date ("14 Mar 2019"). Month 0 reads "Jan"; for months 13 to 15 the month's
-/// text is empty and Time_build complains. Returns the pair. Its texts are overwritten by the next call: one caller at
-/// a time.
-SENTREL_API std::pair<const char*, const char*>* _unpackBatteryDate(std::int32_t packed,
-                                                                    std::pair<const char*, const char*>* pair);
+/// text is empty and Time_build complains. Returns the pair. Its texts are the session's, overwritten by the next call:
+/// one caller at a time.
+SENTREL_API std::pair<const char*, const char*>*
+_unpackBatteryDate(std::int32_t packed, std::pair<const char*, const char*>* pair, SystemManager& session = *System);
 
 } // namespace sentrel::probes

@@ -4,9 +4,8 @@
 #include <SentrelKit/base/system/System.h>
 #include <SentrelKit/base/system/Time.h>
 #include <SentrelKit/base/util/Str.h>
-#include <SentrelKit/platform/Platform.h>
+#include <SentrelKit/platform/Clock.h>
 #include <SentrelKit/platform/VolumeService.h>
-#include <SentrelKit/probes/SystemManager.h>
 
 #include <algorithm>
 #include <array>
@@ -31,10 +30,6 @@ constexpr std::size_t attributeCount = 30;
 constexpr std::size_t attributeSize = 12;
 constexpr std::size_t attributeRaw = 5;
 constexpr std::uint8_t temperatureAttribute = 194;
-
-platform::VolumeService& volumes() {
-    return platform::current().volumes();
-}
 
 // Copies a text into a buffer of `size` bytes, cut where a UTF-8 character begins.
 void copyText(char* buffer, std::size_t size, std::string_view text) {
@@ -74,8 +69,8 @@ void describe(platform::DiskSession& session, const char* bsdName, char* name, c
         copyText(model, textSize, *description->deviceModel);
 }
 
-void report(platform::DiskSession& session, const platform::MountedFileSystem& mount, std::int64_t timestamp,
-            const DiskDataBlock& block) {
+void report(platform::DiskSession& disks, const platform::MountedFileSystem& mount, std::int64_t timestamp,
+            const DiskDataBlock& block, SystemManager& session) {
     DiskData data{};
     data.bsdName = Str_basename(mount.from.c_str());
     data.source = mount.from.c_str();
@@ -89,8 +84,8 @@ void report(platform::DiskSession& session, const platform::MountedFileSystem& m
     data.name = name.data();
     data.model = model.data();
     setSpace(data, mount.space);
-    describe(session, data.bsdName, name.data(), model.data());
-    static_cast<void>(_getDiskActivity(data.bsdName, data.mountPoint, &data));
+    describe(disks, data.bsdName, name.data(), model.data());
+    static_cast<void>(_getDiskActivity(data.bsdName, data.mountPoint, &data, session));
     block(timestamp, &data);
 }
 
@@ -134,8 +129,8 @@ void askDrive(platform::MediaEntry& entry, SMARTData& data) {
 }
 
 // A session for one operation; null, after a line on the standard error stream, if there is none.
-std::unique_ptr<platform::DiskSession> openOwnSession() {
-    std::unique_ptr<platform::DiskSession> session = volumes().openSession();
+std::unique_ptr<platform::DiskSession> openOwnSession(platform::VolumeService& volumes) {
+    std::unique_ptr<platform::DiskSession> session = volumes.openSession();
     if (!session)
         System_error("Error: DASessionCreate -- %s", System_getLastError());
     return session;
@@ -143,28 +138,28 @@ std::unique_ptr<platform::DiskSession> openOwnSession() {
 
 } // namespace
 
-void _getDiskData(const DiskDataBlock& block) {
-    platform::VolumeService& service = volumes();
+void _getDiskData(const DiskDataBlock& block, SystemManager& session) {
+    platform::VolumeService& service = session.platform().volumes();
     const std::int32_t count = service.countMountedFileSystems();
     if (count < 0)
         return;
-    const std::unique_ptr<platform::DiskSession> session = service.openSession();
-    if (!session)
+    const std::unique_ptr<platform::DiskSession> disks = service.openSession();
+    if (!disks)
         return;
     // Entries that the second question no longer fills stay empty, and no empty type is accepted.
     std::vector<platform::MountedFileSystem> mounts(static_cast<std::size_t>(count));
     if (service.listMountedFileSystems(mounts) <= 0)
         return;
-    const std::int64_t timestamp = Time_milli();
+    const std::int64_t timestamp = Time_milli(session.platform().clock());
     const platform::AcceptedTypes types = service.acceptedTypes();
     for (const platform::MountedFileSystem& mount : mounts) {
         if (isAccepted(mount, types))
-            report(*session, mount, timestamp, block);
+            report(*disks, mount, timestamp, block, session);
     }
 }
 
-int _getDiskDataFor(const char* path, DiskData* data) {
-    const std::optional<platform::FileSystemSpace> space = volumes().space(path);
+int _getDiskDataFor(const char* path, DiskData* data, SystemManager& session) {
+    const std::optional<platform::FileSystemSpace> space = session.platform().volumes().space(path);
     if (!space) {
         System_error("Error: statfs failed for '%s' -- %s\n", path, System_getLastError());
         return 0;
@@ -173,11 +168,11 @@ int _getDiskDataFor(const char* path, DiskData* data) {
     return 1;
 }
 
-int _getDiskActivity(const char* bsdName, const char* mountPoint, DiskData* data) {
-    if (_getDiskDataFor(mountPoint, data) == 0)
+int _getDiskActivity(const char* bsdName, const char* mountPoint, DiskData* data, SystemManager& session) {
+    if (_getDiskDataFor(mountPoint, data, session) == 0)
         return 0;
     const std::shared_ptr<platform::StorageDevice> disk =
-        System->daSession ? System->daSession->disk(bsdName) : nullptr;
+        session.daSession ? session.daSession->disk(bsdName) : nullptr;
     if (!disk)
         return 1;
     const std::shared_ptr<platform::MediaEntry> media = wholeMedia(disk);
@@ -189,12 +184,12 @@ int _getDiskActivity(const char* bsdName, const char* mountPoint, DiskData* data
     return 1;
 }
 
-std::uint8_t _getSMARTData(const char* bsdName, SMARTData* data) {
+std::uint8_t _getSMARTData(const char* bsdName, SMARTData* data, SystemManager& session) {
     *data = SMARTData{};
-    const std::unique_ptr<platform::DiskSession> session = openOwnSession();
-    if (!session)
+    const std::unique_ptr<platform::DiskSession> own = openOwnSession(session.platform().volumes());
+    if (!own)
         return 0;
-    const std::shared_ptr<platform::StorageDevice> disk = session->disk(bsdName);
+    const std::shared_ptr<platform::StorageDevice> disk = own->disk(bsdName);
     std::shared_ptr<platform::MediaEntry> entry = disk ? wholeMedia(disk) : nullptr;
     while (entry && !entry->isSmartCapable())
         entry = entry->parent();
@@ -205,11 +200,11 @@ std::uint8_t _getSMARTData(const char* bsdName, SMARTData* data) {
     return data->capable;
 }
 
-int _ejectDisk(const char* bsdName) {
-    const std::shared_ptr<platform::DiskSession> session = openOwnSession();
-    if (!session)
+int _ejectDisk(const char* bsdName, SystemManager& session) {
+    const std::shared_ptr<platform::DiskSession> own = openOwnSession(session.platform().volumes());
+    if (!own)
         return 0;
-    const std::shared_ptr<platform::StorageDevice> disk = session->disk(bsdName);
+    const std::shared_ptr<platform::StorageDevice> disk = own->disk(bsdName);
     if (!disk)
         return 0;
     if (disk->isSystemDisk()) {
@@ -217,14 +212,13 @@ int _ejectDisk(const char* bsdName) {
                      System_getLastError());
         return 0;
     }
-    session->setQueue(System->backgroundQueue);
+    own->setQueue(session.backgroundQueue);
     const std::shared_ptr<platform::StorageDevice> whole = disk->wholeDisk();
     if (!whole)
         return 0;
-    whole->unmount({.whole = true}, [session](const std::shared_ptr<platform::StorageDevice>& unmounted,
-                                              const platform::Dissenter* dissenter) {
-        onUnmountCallback(unmounted, dissenter, session);
-    });
+    whole->unmount({.whole = true},
+                   [own](const std::shared_ptr<platform::StorageDevice>& unmounted,
+                         const platform::Dissenter* dissenter) { onUnmountCallback(unmounted, dissenter, own); });
     return 1;
 }
 

@@ -3,10 +3,12 @@
 
 /// The mounted volumes worth showing, their space and their disks' counters, SMART health, and ejecting. Source: the
 /// platform's VolumeService (disk arbitration and the registry on macOS; the mount table, sysfs and the drives
-/// themselves on Linux). Any thread; all but ejecting happen on the calling thread.
+/// themselves on Linux), of the session in force unless another is handed in. Any thread; all but ejecting happen on
+/// the calling thread.
 
 #include <SentrelKit/Export.h>
 #include <SentrelKit/platform/DiskSession.h>
+#include <SentrelKit/probes/SystemManager.h>
 
 #include <cstdint>
 #include <functional>
@@ -45,31 +47,32 @@ using DiskDataBlock = std::function<void(std::int64_t timestamp, const DiskData*
 /// Calls the block once a shown volume, in mount-table order, before it returns. A device that is mounted twice comes
 /// twice; two sources may have one `bsdName`. If the mount table cannot be read or no session opened: no call and no
 /// message.
-SENTREL_API void _getDiskData(const DiskDataBlock& block);
+SENTREL_API void _getDiskData(const DiskDataBlock& block, SystemManager& session = *System);
 
 /// Fills used, free and total with the space at the path and returns 1. On failure: 0, a line on the standard error
 /// stream, and the record as it was.
-SENTREL_API int _getDiskDataFor(const char* path, DiskData* data);
+SENTREL_API int _getDiskDataFor(const char* path, DiskData* data, SystemManager& session = *System);
 
 /// As `_getDiskDataFor`, then fills bytesRead and bytesWritten where the device's whole disk counts them; a counter
 /// that is not found stays as it was. Returns 0 if the space could not be had, else 1. Allocates nothing once warm.
-SENTREL_API int _getDiskActivity(const char* bsdName, const char* mountPoint, DiskData* data);
+SENTREL_API int _getDiskActivity(const char* bsdName, const char* mountPoint, DiskData* data,
+                                 SystemManager& session = *System);
 
 /// Presets the record, asks the drive behind the device, and returns the capable byte. Blocks for as long as the drive
 /// takes to answer, seconds if it is in trouble: not for a sampling tick. Needs the right to send the drive commands;
 /// without it the drive counts as not capable. A step that fails leaves what follows at its preset: a drive whose
 /// status cannot be had stays healthy.
-SENTREL_API std::uint8_t _getSMARTData(const char* bsdName, SMARTData* data);
+SENTREL_API std::uint8_t _getSMARTData(const char* bsdName, SMARTData* data, SystemManager& session = *System);
 
 /// Starts unmounting every volume of the device's whole disk; `onUnmountCallback` then ejects it. Returns 1 if the
 /// unmount was started, else 0. A disk that the running system needs (see `platform::StorageDevice::isSystemDisk`) is
 /// refused: 0, a line on the standard error stream, and nothing of it is touched.
-SENTREL_API int _ejectDisk(const char* bsdName);
+SENTREL_API int _ejectDisk(const char* bsdName, SystemManager& session = *System);
 
-/// What follows the unmount, on the background queue: a refused one is repeated by force, so that it never stops the
-/// eject (meant so), and the disk is told to eject in every case; what that does to a disk in use is the system's
-/// affair (Linux leaves it as it is). The dissenter is absent after success; the session is the eject's own and is let
-/// go.
+/// What follows the unmount, on the session's background queue: a refused one is repeated by force, so that it never
+/// stops the eject (meant so), and the disk is told to eject in every case; what that does to a disk in use is the
+/// system's affair (Linux leaves it as it is). The dissenter is absent after success; the session is the eject's own
+/// and is let go.
 SENTREL_API void onUnmountCallback(const std::shared_ptr<platform::StorageDevice>& disk,
                                    const platform::Dissenter* dissenter,
                                    const std::shared_ptr<platform::DiskSession>& session);

@@ -6,8 +6,6 @@
 #include <SentrelKit/base/util/Str.h>
 #include <SentrelKit/base/util/StringBuffer.h>
 #include <SentrelKit/platform/GraphicsService.h>
-#include <SentrelKit/platform/Platform.h>
-#include <SentrelKit/probes/SystemManager.h>
 
 #include <algorithm>
 #include <utility>
@@ -36,19 +34,19 @@ void cleanBrand(char (&brand)[brandSize + 1]) {
 
 } // namespace
 
-std::int64_t _getboottime() {
-    return platform::current().host().bootTime().value_or(0);
+std::int64_t _getboottime(SystemManager& session) {
+    return session.platform().host().bootTime().value_or(0);
 }
 
-void _getHostInfo(const HostInfoBlock& block) {
-    if (const std::optional<host_basic_info> info = platform::current().host().hostInfo())
+void _getHostInfo(const HostInfoBlock& block, SystemManager& session) {
+    if (const std::optional<host_basic_info> info = session.platform().host().hostInfo())
         block(&*info);
 }
 
-int _getCPUData(CPUData* data) {
+int _getCPUData(CPUData* data, SystemManager& session) {
     SENTREL_ASSERT(data);
-    platform::HostService& host = platform::current().host();
-    platform::HostLoadTicks& prevTicks = System->prevTicks;
+    platform::HostService& host = session.platform().host();
+    platform::HostLoadTicks& prevTicks = session.prevTicks;
     const platform::HostLoadTicks ticks = host.loadTicks().value_or(prevTicks);
     *data = {};
 
@@ -73,28 +71,28 @@ int _getCPUData(CPUData* data) {
     return 1;
 }
 
-const char* _getCPUBrand() {
-    char(&brand)[brandSize + 1] = System->cpuBrand;
+const char* _getCPUBrand(SystemManager& session) {
+    char(&brand)[brandSize + 1] = session.cpuBrand;
     brand[0] = '\0';
-    const std::optional<std::size_t> length = platform::current().host().brand(std::span(brand, brandSize));
+    const std::optional<std::size_t> length = session.platform().host().brand(std::span(brand, brandSize));
     brand[std::min(length.value_or(0), brandSize)] = '\0';
     if (length)
         cleanBrand(brand);
     return brand;
 }
 
-std::optional<PropertyList::Bytes> _getActiveGPUDeviceID() {
+std::optional<PropertyList::Bytes> _getActiveGPUDeviceID(SystemManager& session) {
     PropertyList::Bytes deviceID;
-    return _getActiveGPUDeviceID(deviceID) ? std::optional(std::move(deviceID)) : std::nullopt;
+    return _getActiveGPUDeviceID(deviceID, session) ? std::optional(std::move(deviceID)) : std::nullopt;
 }
 
-bool _getActiveGPUDeviceID(PropertyList::Bytes& deviceID) {
-    return platform::current().graphics().activeDeviceID(deviceID);
+bool _getActiveGPUDeviceID(PropertyList::Bytes& deviceID, SystemManager& session) {
+    return session.platform().graphics().activeDeviceID(deviceID);
 }
 
-int _getMEMData(MEMData* data) {
+int _getMEMData(MEMData* data, SystemManager& session) {
     SENTREL_ASSERT(data);
-    const std::optional<platform::VirtualMemoryCounters> counters = platform::current().host().virtualMemory();
+    const std::optional<platform::VirtualMemoryCounters> counters = session.platform().host().virtualMemory();
     if (!counters) {
         System_error("Error: host_statistics64 -- %s", System_getLastError());
         return 0;

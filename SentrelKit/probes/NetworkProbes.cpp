@@ -6,9 +6,8 @@
 #include <SentrelKit/base/system/Time.h>
 #include <SentrelKit/base/system/detail/ThreadSafety.h>
 #include <SentrelKit/base/util/Str.h>
+#include <SentrelKit/platform/Clock.h>
 #include <SentrelKit/platform/NetworkService.h>
-#include <SentrelKit/platform/Platform.h>
-#include <SentrelKit/probes/SystemManager.h>
 #include <SentrelKit/probes/detail/EchoReply.h>
 
 #include <algorithm>
@@ -67,13 +66,6 @@ Configuration& configuration() {
 }
 
 using PublicAddressText = std::array<char, sizeof SystemManager::publicAddress>;
-
-// Look-ups that run at the same time, of two models say, write the one field one after the other.
-void storePublicAddress(const PublicAddressText& address) {
-    static Lock& lock = *new Lock;
-    const LockScope scope(lock);
-    std::copy(address.begin(), address.end(), System->publicAddress);
-}
 
 /// A name of at most 255 bytes, cut between characters.
 class NameBuffer {
@@ -169,17 +161,30 @@ private:
     std::array<char, 65> address_{};
 };
 
+/// The records of the last listing. Who lists takes them: another one meanwhile, of the block say, starts without.
+class KeptRecords {
+public:
+    std::vector<InterfaceRecord> exchange(std::vector<InterfaceRecord> records) noexcept {
+        const LockScope scope(lock_);
+        return std::exchange(records_, std::move(records));
+    }
+
+private:
+    Lock lock_;
+    std::vector<InterfaceRecord> records_ SENTREL_GUARDED_BY(lock_);
+};
+
 /// One listing of the interfaces, into records that may have served before.
 struct Listing {
-    platform::NetworkService& network;
+    platform::Platform& platform;
     std::vector<InterfaceRecord>& records;
     std::size_t count = 0; ///< how many of the records are of this listing
     std::int64_t time = 0;
 
     void take(const platform::InterfaceInfo& interface) {
         if (time == 0)
-            time = Time_milli();
-        if (!isCandidate(interface) || !isActive(network, interface.name))
+            time = Time_milli(platform.clock());
+        if (!isCandidate(interface) || !isActive(platform.network(), interface.name))
             return;
         if (count == records.size())
             records.emplace_back();
@@ -204,36 +209,35 @@ std::optional<EchoHost> echoHost() {
     return shared.host.name.empty() ? std::nullopt : std::optional(shared.host);
 }
 
-int _isConnectedToInternet() {
+int _isConnectedToInternet(SystemManager& session) {
     if (const std::optional<EchoHost> host = echoHost())
-        return platform::current().network().resolves(host->name) ? 1 : 0;
-    return platform::current().network().connectivity() == platform::Connectivity::yes ? 1 : 0;
+        return session.platform().network().resolves(host->name) ? 1 : 0;
+    return session.platform().network().connectivity() == platform::Connectivity::yes ? 1 : 0;
 }
 
-std::optional<std::string> lookUpPublicAddress() {
-    storePublicAddress({});
+std::optional<std::string> lookUpPublicAddress(SystemManager& session) {
+    session.setPublicAddress({});
     const std::optional<EchoHost> host = echoHost();
     const std::unique_ptr<platform::Connection> connection =
-        host ? platform::current().network().connect(host->name, host->port) : nullptr;
+        host ? session.platform().network().connect(host->name, host->port) : nullptr;
     if (!connection)
         return std::nullopt;
     PublicAddressText address{};
     if (connection->write("GET / HTTP/1.1\r\nHost: " + host->name + "\r\nConnection: Close\r\n\r\n"))
         readEchoReply(*connection, address.data(), address.size());
-    storePublicAddress(address);
+    session.setPublicAddress(address.data());
     return address.data();
 }
 
-const char* _getPublicAddress() {
-    return lookUpPublicAddress() ? System->publicAddress : nullptr;
+const char* _getPublicAddress(SystemManager& session) {
+    return lookUpPublicAddress(session) ? session.publicAddress : nullptr;
 }
 
-void _getNetworkData(const NetworkDataBlock& block) {
-    // This thread's records of the last time, taken for this listing: the block may list too.
-    thread_local std::vector<InterfaceRecord> kept;
-    std::vector<InterfaceRecord> records = std::exchange(kept, {});
-    Listing listing{platform::current().network(), records};
-    const bool listed = listing.network.listInterfaces(
+void _getNetworkData(const NetworkDataBlock& block, SystemManager& session) {
+    auto& kept = session.shared<KeptRecords>();
+    std::vector<InterfaceRecord> records = kept.exchange({});
+    Listing listing{session.platform(), records};
+    const bool listed = listing.platform.network().listInterfaces(
         [&listing](const platform::InterfaceInfo& interface) { listing.take(interface); });
     if (!listed)
         System_error("Error: _getNetworkData -- %s", System_getLastError());
@@ -243,11 +247,11 @@ void _getNetworkData(const NetworkDataBlock& block) {
         if (record.hasAddress())
             block(listing.time, record.name(), &data);
     }
-    kept = std::move(records);
+    kept.exchange(std::move(records));
 }
 
-void _getNetworkExtra(const char* name, const NetworkExtraBlock& block) {
-    const auto match = platform::current().network().matchInterface(name);
+void _getNetworkExtra(const char* name, const NetworkExtraBlock& block, SystemManager& session) {
+    const auto match = session.platform().network().matchInterface(name);
     if (!match) {
         System_error("Error: _getNetworkExtra for '%s' -- %s", name, System_getLastError());
         return;

@@ -1,13 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// Interfaces with their counters, reachability and the public address.
+/// Interfaces with their counters, reachability and the public address, of the machine in force unless another session
+/// is handed in. The echo host is one for the process.
 ///
 /// Privacy: the library contacts nobody by itself. There is no default echo host; until the host program or the
 /// environment names one, no name is resolved, no connection is opened, reachability is the system's own answer, and
 /// there is no public address.
 
 #include <SentrelKit/Export.h>
+#include <SentrelKit/probes/SystemManager.h>
 
 #include <cstdint>
 #include <functional>
@@ -54,26 +56,26 @@ SENTREL_API bool setEchoHost(const EchoHost& host);
 
 /// 1 if the echo host's name resolves to at least one IPv4 address, else 0. Without an echo host, 1 if the system says
 /// that the Internet can be reached, else 0. May wait for the resolver. Any thread.
-[[nodiscard]] SENTREL_API int _isConnectedToInternet();
+[[nodiscard]] SENTREL_API int _isConnectedToInternet(SystemManager& session = *System);
 
 /// Asks the echo host: the public address, empty if the reply held none; absent if there is no echo host or no
 /// connection. Waits at most 2 seconds to connect to each address of the host, 2 seconds for each piece of the reply,
 /// 30 seconds for the reply as a whole, and reads no more than 1 MiB of it. Any thread; callers do not wait for each
-/// other. Leaves what it found in the shared SystemManager's `publicAddress` too.
-[[nodiscard]] SENTREL_API std::optional<std::string> lookUpPublicAddress();
+/// other. Leaves what it found in the session's `publicAddress` too.
+[[nodiscard]] SENTREL_API std::optional<std::string> lookUpPublicAddress(SystemManager& session = *System);
 
-/// As `lookUpPublicAddress`, but gives the shared SystemManager's `publicAddress` itself, null where that is absent.
+/// As `lookUpPublicAddress`, but gives the session's `publicAddress` itself, null where that is absent.
 /// The next look-up, one of a model included, overwrites the text: one caller at a time, and none while a model
 /// samples.
-[[nodiscard]] SENTREL_API const char* _getPublicAddress();
+[[nodiscard]] SENTREL_API const char* _getPublicAddress(SystemManager& session = *System);
 
 /// Calls the block once for each interface that is Ethernet-like, up, active and has an address, in the system's order.
 /// The block runs under no lock: it may call every probe, this one included. Without the system's list one line on the
 /// standard error stream says so. Any thread. Source: netlink on Linux, the routing sysctl on macOS.
-SENTREL_API void _getNetworkData(const NetworkDataBlock& block);
+SENTREL_API void _getNetworkData(const NetworkDataBlock& block, SystemManager& session = *System);
 
 /// Calls the block once with the facts of the named interface; not at all if there is no such interface. If the
 /// system's registry cannot be asked, one line on the standard error stream says so. Any thread.
-SENTREL_API void _getNetworkExtra(const char* name, const NetworkExtraBlock& block);
+SENTREL_API void _getNetworkExtra(const char* name, const NetworkExtraBlock& block, SystemManager& session = *System);
 
 } // namespace sentrel::probes

@@ -3,6 +3,7 @@
 
 #include <SentrelKit/base/system/Assert.h>
 #include <SentrelKit/base/system/System.h>
+#include <SentrelKit/platform/Dispatch.h>
 #include <SentrelKit/platform/NetworkService.h>
 #include <SentrelKit/platform/Platform.h>
 #include <SentrelKit/platform/VolumeService.h>
@@ -43,24 +44,35 @@ void require(bool condition, const char* text, const char* operation, int line =
         assertionFailed(text, operation, "SentrelKit", line);
 }
 
-// The manager of a platform that is in force for a while; the one before stands aside meanwhile.
-class ScopedManager {
+// Never destroyed: what still runs while the process ends may use it.
+std::shared_ptr<SystemManager>& inForce() {
+    static auto& shared = *new std::shared_ptr<SystemManager>;
+    return shared;
+}
+
+std::shared_ptr<SystemManager> putInForce(std::shared_ptr<SystemManager> session) {
+    System = session.get();
+    return std::exchange(inForce(), std::move(session));
+}
+
+// The session with a platform that is in force for a while; the one before stands aside meanwhile.
+class ScopedSession {
 public:
-    ScopedManager() { _constructor(); }
-    ~ScopedManager() {
-        delete System;
-        System = previous_;
-    }
-    ScopedManager(const ScopedManager&) = delete;
-    ScopedManager& operator=(const ScopedManager&) = delete;
+    explicit ScopedSession(platform::Platform& platform)
+        : previous_(putInForce(std::make_shared<SystemManager>(platform))) {}
+    ~ScopedSession() { putInForce(std::move(previous_)); }
+    ScopedSession(const ScopedSession&) = delete;
+    ScopedSession& operator=(const ScopedSession&) = delete;
 
 private:
-    SystemManager* previous_ = std::exchange(System, nullptr);
+    std::shared_ptr<SystemManager> previous_;
 };
 
 __attribute__((constructor)) void loadHook() {
     _constructor();
-    platform::setSessionMaker([]() -> std::shared_ptr<void> { return std::make_shared<ScopedManager>(); });
+    platform::setSessionMaker([](platform::Platform& platform) -> std::shared_ptr<void> {
+        return std::make_shared<ScopedSession>(platform);
+    });
 }
 
 __attribute__((destructor)) void unloadHook() {
@@ -69,17 +81,18 @@ __attribute__((destructor)) void unloadHook() {
 
 } // namespace
 
-SystemManager::SystemManager() : backgroundQueue(dispatch::backgroundQueue()) {
+SystemManager::SystemManager(platform::Platform& platform)
+    : backgroundQueue(platform.dispatch().backgroundQueue()), platform_(platform) {
     cpuBrand[0] = '-';
     setUpSystemConfiguration();
-    daSession = platform::current().volumes().openSession();
+    daSession = platform.volumes().openSession();
     require(daSession != nullptr, "daSession", "-[SystemManager init]");
 }
 
 SystemManager::~SystemManager() = default;
 
 void SystemManager::setUpSystemConfiguration() {
-    scSession_ = platform::current().network().watchConfiguration([this] { scNotification(); });
+    scSession_ = platform_.network().watchConfiguration([this] { scNotification(); });
     require(scSession_ != nullptr, "self->scSession", "-[SystemManager setUpSystemConfiguration]");
     if (!scSession_->setNotificationKeys({ipv4Key, dnsKey, hostNamesKey}))
         System_error("Error installing System Configuration Notification\n");
@@ -99,7 +112,7 @@ void SystemManager::updateSystemConfigurationProperties() {
 }
 
 // The block may release this object.
-void SystemManager::scNotification() {
+NetworkConfiguration SystemManager::scNotification() {
     updateSystemConfigurationProperties();
     NetworkConfiguration configuration;
     NetworkConfigurationBlock block;
@@ -110,6 +123,7 @@ void SystemManager::scNotification() {
     }
     if (block)
         block(configuration.localhostName, configuration.routerAddr, configuration.dnsAddrs);
+    return configuration;
 }
 
 NetworkConfiguration SystemManager::configuration() const {
@@ -117,22 +131,46 @@ NetworkConfiguration SystemManager::configuration() const {
     return configuration_;
 }
 
+void SystemManager::setPublicAddress(const std::string& address) {
+    const LockScope scope(lock_);
+    publicAddress[address.copy(publicAddress, sizeof publicAddress - 1)] = '\0';
+}
+
+PowerSourcesBlock SystemManager::setPowerSources(PowerSourcesBlock block) {
+    const LockScope scope(lock_);
+    swiftPowerSources_.swap(block);
+    return block;
+}
+
+PowerSourcesBlock SystemManager::powerSources() const {
+    const LockScope scope(lock_);
+    return swiftPowerSources_;
+}
+
+std::shared_ptr<SystemManager> session() {
+    return System->shared_from_this();
+}
+
 void _constructor() {
-    delete std::exchange(System, nullptr);
-    System = new SystemManager;
+    putInForce(nullptr);
+    putInForce(std::make_shared<SystemManager>());
 }
 
 void _destructor() {}
 
-void _networkConfigureNotification(NetworkConfigurationBlock block) {
+void _networkConfigureNotification(NetworkConfigurationBlock block, SystemManager& session) {
+    const std::shared_ptr<SystemManager> kept = session.shared_from_this();
     // The one before is released with the parameter, outside the lock.
     {
-        const LockScope scope(System->lock_);
-        System->swiftNetworkConfigure_.swap(block);
+        const LockScope scope(session.lock_);
+        session.swiftNetworkConfigure_.swap(block);
     }
     // Somebody wants to hear: with this use of the queue the watch is served, if it was not yet.
-    System->backgroundQueue->async([] {});
-    System->scNotification();
+    session.backgroundQueue->async([] {});
+    // What was read before a change may be told after it; then the change is told once more.
+    NetworkConfiguration told = session.scNotification();
+    while (told != session.configuration())
+        told = session.scNotification();
 }
 
 } // namespace sentrel::probes

@@ -140,6 +140,23 @@ TEST(SystemManager, CallsOnlyTheBlockThatWasRegisteredLast) {
     EXPECT_EQ(second.size(), 2U);
 }
 
+// The change was told on the background queue, and then, late, what had been read before it.
+TEST(SystemManager, TellsTheNewestConfigurationLastWhereAChangeComesDuringARegistration) {
+    ScriptedMachine machine;
+    machine->network().localHostName = "otter";
+    std::vector<std::string> told;
+    bool isFirst = true;
+    _networkConfigureNotification([&](const auto& host, const auto&...) {
+        if (std::exchange(isFirst, false)) {
+            machine->network().localHostName = "badger";
+            machine->network().change();
+            machine->dispatch().runPending();
+        }
+        told.push_back(host.value());
+    });
+    EXPECT_EQ(told, (std::vector<std::string>{"badger", "otter", "badger"}));
+}
+
 TEST(SystemManager, ABlockMayRegisterAnotherFromInsideItsCall) {
     ScriptedMachine machine;
     std::vector<Call> calls;
@@ -217,6 +234,51 @@ TEST(SystemManager, EachMachineInForceHasASessionOfItsOwn) {
         EXPECT_EQ(data.user, 50);
     }
     EXPECT_EQ(System, real);
+}
+
+TEST(SystemManager, SessionsWithSeveralMachinesStandSideBySide) {
+    platform::ScriptedPlatform machines[2];
+    machines[0].host().brandValue = "Otter(R)";
+    machines[0].host().loadTicksValue = platform::HostLoadTicks{.user = 100, .system = 0, .idle = 100, .nice = 0};
+    machines[1].host().brandValue = "Badger(R)";
+    machines[1].host().loadTicksValue = platform::HostLoadTicks{.user = 100, .system = 0, .idle = 300, .nice = 0};
+    const auto first = std::make_shared<SystemManager>(machines[0]);
+    auto second = std::make_shared<SystemManager>(machines[1]);
+    CPUData data{};
+    _getCPUData(&data, *first);
+    EXPECT_EQ(data.user, 50);
+    _getCPUData(&data, *second);
+    EXPECT_EQ(data.user, 25);
+    EXPECT_STREQ(_getCPUBrand(*first), "Otter");
+    EXPECT_STREQ(_getCPUBrand(*second), "Badger");
+    EXPECT_STREQ(first->cpuBrand, "Otter");
+    first->setPublicAddress("192.0.2.1");
+    EXPECT_STREQ(second->publicAddress, "");
+    EXPECT_STREQ(System->publicAddress, "");
+    second.reset();
+    machines[0].host().loadTicksValue->user += 1;
+    _getCPUData(&data, *first);
+    EXPECT_EQ(data.user, 100);
+}
+
+TEST(SystemManager, KeepsOneObjectOfAKindForAllItsUsersAsLongAsItLives) {
+    platform::ScriptedPlatform machine;
+    auto session = std::make_shared<SystemManager>(machine);
+    const auto other = std::make_shared<SystemManager>(machine);
+    auto& kept = session->shared<std::shared_ptr<int>>();
+    kept = std::make_shared<int>(7);
+    const std::weak_ptr<int> number = kept;
+    EXPECT_EQ(&session->shared<std::shared_ptr<int>>(), &kept);
+    EXPECT_EQ(other->shared<std::shared_ptr<int>>(), nullptr);
+    EXPECT_EQ(session->shared<int>(), 0);
+    session.reset();
+    EXPECT_TRUE(number.expired());
+}
+
+TEST(SystemManager, APublicAddressIsCutToItsField) {
+    ScriptedMachine machine;
+    System->setPublicAddress(std::string(100, 'a'));
+    EXPECT_EQ(System->publicAddress, std::string(64, 'a'));
 }
 
 TEST(SystemManager, TheLoadHookReplacesAnObjectThatStoodBefore) {

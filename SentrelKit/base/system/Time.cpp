@@ -2,7 +2,6 @@
 #include <SentrelKit/base/system/Time.h>
 
 #include <SentrelKit/base/system/System.h>
-#include <SentrelKit/base/system/detail/WallClock.h>
 
 #include <cstdio>
 #include <ctime>
@@ -13,8 +12,8 @@ namespace {
 
 constexpr std::int64_t secondsPerDay = 86400;
 
-bool readClock(WallClockReading& reading) noexcept {
-    if (WallClock::current().read(reading))
+bool readClock(WallClock& clock, WallClockReading& reading) noexcept {
+    if (clock.read(reading))
         return true;
     System_error("Error: gettimeofday -- %s", System_getLastError());
     return false;
@@ -39,14 +38,14 @@ std::tm localTime(std::int64_t time) noexcept {
 
 } // namespace
 
-std::int64_t Time_now() noexcept {
+std::int64_t Time_now(WallClock& clock) noexcept {
     WallClockReading reading;
-    return readClock(reading) ? reading.seconds : 0;
+    return readClock(clock, reading) ? reading.seconds : 0;
 }
 
-std::int64_t Time_milli() noexcept {
+std::int64_t Time_milli(WallClock& clock) noexcept {
     WallClockReading reading;
-    readClock(reading);
+    readClock(clock, reading);
     return reading.seconds * 1000 + reading.microseconds / 1000;
 }
 

@@ -3,9 +3,10 @@
 
 /// @file
 /// Calendar time. Time values are seconds since the epoch; the calendar helpers give local time. Any thread. The
-/// current time comes from the clock in force (WallClock.h).
+/// current time comes from the clock in force (WallClock.h), or from the one that is handed in.
 
 #include <SentrelKit/Export.h>
+#include <SentrelKit/base/system/detail/WallClock.h>
 
 #include <cstdint>
 
@@ -13,11 +14,11 @@ namespace sentrel {
 
 /// The current time in seconds since the epoch. 0, and one line on the standard error stream, if the clock cannot be
 /// read.
-[[nodiscard]] SENTREL_API std::int64_t Time_now() noexcept;
+[[nodiscard]] SENTREL_API std::int64_t Time_now(WallClock& clock = WallClock::current()) noexcept;
 
 /// The current time in milliseconds since the epoch. If the clock cannot be read one line says so on the standard error
 /// stream, and the number means nothing.
-[[nodiscard]] SENTREL_API std::int64_t Time_milli() noexcept;
+[[nodiscard]] SENTREL_API std::int64_t Time_milli(WallClock& clock = WallClock::current()) noexcept;
 
 /// The local time value of a moment; the platform decides about daylight saving. Years 1970 to 2037, months 1 to 12,
 /// days 1 to 31, hours 0 to 23, minutes 0 to 59, seconds 0 to 61: the first part outside its range prints

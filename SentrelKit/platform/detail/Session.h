@@ -5,8 +5,11 @@
 
 namespace sentrel::platform {
 
-/// Makes what the layer above keeps for the platform in force, and with its release brings back what it kept before.
-using SessionMaker = std::shared_ptr<void> (*)();
+class Platform;
+
+/// Makes what the layer above keeps for a platform that comes in force, and with its release brings back what it kept
+/// before.
+using SessionMaker = std::shared_ptr<void> (*)(Platform& platform);
 
 /// Tells overrides how sessions are made. The probes call it once, at load.
 void setSessionMaker(SessionMaker maker) noexcept;
