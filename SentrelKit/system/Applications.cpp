@@ -2,8 +2,7 @@
 #include <SentrelKit/system/Applications.h>
 
 #include <SentrelKit/base/system/detail/ChangeObserver.h>
-#include <SentrelKit/base/system/detail/WallClock.h>
-#include <SentrelKit/platform/Platform.h>
+#include <SentrelKit/platform/Clock.h>
 #include <SentrelKit/probes/HostProbes.h>
 #include <SentrelKit/probes/ProcessProbes.h>
 #include <SentrelKit/system/Mutex/Mutex.h>
@@ -80,9 +79,9 @@ std::optional<std::string> ownerName(std::string_view name) {
     return std::nullopt;
 }
 
-std::optional<std::int64_t> nowMilliseconds() noexcept {
+std::optional<std::int64_t> nowMilliseconds(WallClock& clock) noexcept {
     WallClockReading reading;
-    if (!WallClock::current().read(reading))
+    if (!clock.read(reading))
         return std::nullopt;
     return reading.seconds * 1000 + reading.microseconds / 1000;
 }
@@ -97,6 +96,8 @@ bool identityBefore(const SharedApplication& a, const SharedApplication& b) noex
 // The model itself. It lives as long as anyone works in it: a model that its own count observer releases, say.
 class SENTREL_LOCAL Applications::Tracking : public std::enable_shared_from_this<Tracking> {
 public:
+    explicit Tracking(std::shared_ptr<probes::SystemManager> session) : session_(std::move(session)) {}
+
     void start();
     void release();
     void update();
@@ -160,6 +161,7 @@ private:
     Atomic<std::optional<RunningApplications>> pending_; // the newest set that was noticed and not yet taken over
     Atomic<std::vector<std::weak_ptr<CountObserver>>> countObservers_;
 
+    const std::shared_ptr<probes::SystemManager> session_;
     Mutex mutex_;
     std::vector<SharedProcess> prevProcesses_ SENTREL_GUARDED_BY(mutex_);
 
@@ -168,8 +170,8 @@ private:
     std::unique_ptr<platform::RunningApplicationsObservation> observation_;
 };
 
-Applications::Process::Process(SharedApplication app)
-    : app_(std::move(app)), ppid_(probes::_getParentPid(app_->processIdentifier)) {
+Applications::Process::Process(SharedApplication app, probes::SystemManager& session)
+    : app_(std::move(app)), ppid_(probes::_getParentPid(app_->processIdentifier, session)) {
     sampling_.pid = app_->processIdentifier;
     sampling_.startTime = app_->startTime;
 }
@@ -183,7 +185,8 @@ void Applications::Process::setParent(const std::shared_ptr<Process>& parent) {
     parent_.setValue(parent);
 }
 
-Applications::Applications() : tracking_(std::make_shared<Tracking>()) {
+Applications::Applications(std::shared_ptr<probes::SystemManager> session)
+    : tracking_(std::make_shared<Tracking>(std::move(session))) {
     tracking_->start();
 }
 
@@ -223,8 +226,9 @@ void Applications::observeValue(std::string_view, const platform::ProcessService
 }
 
 void Applications::Tracking::start() {
-    probes::_getHostInfo([this](const probes::host_basic_info* info) { activeLogicalCores_ = info->logical_cpu; });
-    platform::ProcessService& service = platform::current().processes();
+    probes::_getHostInfo([this](const probes::host_basic_info* info) { activeLogicalCores_ = info->logical_cpu; },
+                         *session_);
+    platform::ProcessService& service = session_->platform().processes();
     take(service.runningApplications());
     observation_ =
         service.observeRunningApplications([weak = weak_from_this()](const RunningApplications& applications) {
@@ -335,7 +339,7 @@ std::vector<Applications::Tracking::Change> Applications::Tracking::takeChanges(
         const bool isKnown = same != known.end() && (**same)->app() == *app;
         if (isKnown && (**same)->app_ == app)
             continue;
-        const auto process = std::make_shared<Process>(app);
+        const auto process = std::make_shared<Process>(app, *session_);
         if (isKnown) {
             changes.push_back({process, std::exchange(**same, process)});
             takeOver(*process, *changes.back().before);
@@ -414,7 +418,7 @@ void Applications::Tracking::resolveNames() {
 }
 
 void Applications::Tracking::update() {
-    platform::current().processes().refreshRunningApplications();
+    session_->platform().processes().refreshRunningApplications();
     if (isReleased_) // by a count observer
         return;
     mutex_.synchronise([this]() SENTREL_REQUIRES(mutex_) {
@@ -431,7 +435,7 @@ void Applications::Tracking::update() {
 void Applications::Tracking::sample(Process& process) const {
     Process::Sampling& sampling = process.sampling_;
     probes::ApplicationAttributes attributes;
-    if (probes::_getApplicationAttributes(sampling.pid, sampling.startTime, &attributes) <= 0) {
+    if (probes::_getApplicationAttributes(sampling.pid, sampling.startTime, &attributes, *session_) <= 0) {
         // It stays as it is: one that was folded away shows 0 and has nothing to add.
         if (sampling.parent) {
             sampling.cpu = 0;
@@ -441,7 +445,7 @@ void Applications::Tracking::sample(Process& process) const {
     }
     sampling.mem = attributes.residentSize;
 
-    const std::optional<std::int64_t> now = nowMilliseconds();
+    const std::optional<std::int64_t> now = nowMilliseconds(session_->platform().clock());
     if (!now)
         return;
     const std::int64_t elapsed = *now - sampling.prevtime;

@@ -5,6 +5,7 @@
 
 #include <SentrelKit/Export.h>
 #include <SentrelKit/platform/ProcessService.h>
+#include <SentrelKit/probes/SystemManager.h>
 #include <SentrelKit/system/Mutex/Atomic.h>
 #include <SentrelKit/system/SystemResource.h>
 
@@ -39,7 +40,8 @@ class SENTREL_API Applications final : public SystemResource {
 public:
     class Process;
 
-    Applications();
+    /// Reads the set of applications and asks for its changes.
+    explicit Applications(std::shared_ptr<probes::SystemManager> session = probes::session());
     ~Applications() override;
     Applications(const Applications&) = delete;
     Applications& operator=(const Applications&) = delete;
@@ -111,7 +113,8 @@ public:
     [[nodiscard]] bool isUnResolvedName() const noexcept { return isUnResolvedName_; }
 
     /// For the model: a process without figures yet.
-    explicit Process(std::shared_ptr<const platform::RunningApplication> app);
+    explicit Process(std::shared_ptr<const platform::RunningApplication> app,
+                     probes::SystemManager& session = *probes::System);
 
 private:
     friend class Applications;

@@ -2,7 +2,6 @@
 #include <SentrelKit/system/Battery.h>
 
 #include <SentrelKit/base/system/detail/ThreadSafety.h>
-#include <SentrelKit/platform/Platform.h>
 #include <SentrelKit/platform/PowerService.h>
 #include <SentrelKit/probes/BatteryProbes.h>
 
@@ -111,17 +110,11 @@ private:
     unsigned generation_ SENTREL_GUARDED_BY(lock_) = 0;
 };
 
-/// The observations of all models. They share one registration, as only the newest block is called.
+/// The observations of all models of a session. They share one registration, as only the newest block is called.
 class Battery::Observations {
 public:
-    // Never destroyed: a change may come while the process ends.
-    static Observations& shared() {
-        static Observations& observations = *new Observations;
-        return observations;
-    }
-
     /// Delivers the first figures at once.
-    void add(const std::shared_ptr<Observation>& observation) {
+    void add(const std::shared_ptr<Observation>& observation, probes::SystemManager& session) {
         const auto mark = std::make_shared<char>();
         bool isRegistered = false;
         {
@@ -133,9 +126,9 @@ public:
                 registration_ = mark;
         }
         if (isRegistered)
-            probes::_getBatteryData([&](const probes::BatteryData* data) { observation->deliver(*data); });
+            probes::_getBatteryData([&](const probes::BatteryData* data) { observation->deliver(*data); }, session);
         else
-            probes::_batteryNotification([mark](const probes::BatteryData* data) { shared().deliver(*data); });
+            probes::_batteryNotification([this, mark](const probes::BatteryData* data) { deliver(*data); }, session);
     }
 
 private:
@@ -155,9 +148,10 @@ private:
     std::weak_ptr<char> registration_ SENTREL_GUARDED_BY(lock_); // lives as long as the block is registered
 };
 
-Battery::Battery() : observation_(std::make_shared<Observation>(*this)) {
+Battery::Battery(std::shared_ptr<probes::SystemManager> session)
+    : session_(std::move(session)), observation_(std::make_shared<Observation>(*this)) {
     {
-        const std::unique_ptr<platform::BatteryService> service = platform::current().power().batteryService();
+        const std::unique_ptr<platform::BatteryService> service = session_->platform().power().batteryService();
         if (!service) {
             store(isACPowered_, std::optional(true));
             return;
@@ -165,7 +159,7 @@ Battery::Battery() : observation_(std::make_shared<Observation>(*this)) {
         hasBattery_ = true;
         readFixedFacts(*service);
     }
-    Observations::shared().add(observation_);
+    session_->shared<Observations>().add(observation_, *session_);
 }
 
 Battery::~Battery() {
@@ -178,14 +172,14 @@ void Battery::readFixedFacts(const platform::BatteryService& service) {
     store(installed_, read<bool>(service, "BatteryInstalled"));
     if (const auto packed = read<std::int64_t>(service, "ManufactureDate")) {
         std::pair<const char*, const char*> texts;
-        probes::_unpackBatteryDate(static_cast<std::int32_t>(*packed), &texts);
+        probes::_unpackBatteryDate(static_cast<std::int32_t>(*packed), &texts, *session_);
         age_ = texts.first;
         manufactured_ = texts.second;
     }
 }
 
 void Battery::update() {
-    const std::unique_ptr<platform::BatteryService> service = platform::current().power().batteryService();
+    const std::unique_ptr<platform::BatteryService> service = session_->platform().power().batteryService();
     if (!service)
         return;
     const std::optional<bool> isInstalled = read<bool>(*service, "BatteryInstalled");

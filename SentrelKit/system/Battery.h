@@ -4,6 +4,7 @@
 /// The internal battery and the power it runs on.
 
 #include <SentrelKit/Export.h>
+#include <SentrelKit/probes/SystemManager.h>
 #include <SentrelKit/system/Mutex/Atomic.h>
 #include <SentrelKit/system/Signal.h>
 #include <SentrelKit/system/SystemResource.h>
@@ -15,9 +16,6 @@
 
 namespace sentrel::platform {
 class BatteryService;
-}
-namespace sentrel::probes {
-struct BatteryData;
 }
 
 namespace sentrel {
@@ -33,8 +31,8 @@ class SENTREL_API Battery final : public SystemResource {
 public:
     /// Reads what never changes, takes the first figures and asks for changes. Without a battery: no figures, mains
     /// power, and never an event. There may be several models; all hear of changes, on the loop of the thread that made
-    /// the first of them.
-    Battery();
+    /// the first of their session.
+    explicit Battery(std::shared_ptr<probes::SystemManager> session = probes::session());
 
     /// From any thread, also while a change is delivered, which it then waits for, and from inside a callback of
     /// `onBatteryChanged`. No callback begins any more.
@@ -106,6 +104,7 @@ private:
     void readFixedFacts(const platform::BatteryService& service);
     void powerSourceChanged(const probes::BatteryData& data);
 
+    const std::shared_ptr<probes::SystemManager> session_;
     Signal<void> onBatteryChanged_;
     bool hasBattery_ = false;
     std::atomic<bool> installed_{false};

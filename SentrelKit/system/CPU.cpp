@@ -1,26 +1,30 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/system/CPU.h>
 
+#include <SentrelKit/base/system/Time.h>
+#include <SentrelKit/platform/Clock.h>
 #include <SentrelKit/platform/HostService.h>
-#include <SentrelKit/platform/Platform.h>
 #include <SentrelKit/probes/HostProbes.h>
-#include <SentrelKit/system/Time.h>
+
+#include <utility>
 
 namespace sentrel {
 
-CPU::CPU() {
-    probes::_getHostInfo([this](const probes::host_basic_info* info) {
-        physicalCores_ = info->physical_cpu_max;
-        logicalCores_ = info->logical_cpu_max;
-        activePhysicalCores_ = info->physical_cpu;
-        activeLogicalCores_ = info->logical_cpu;
-    });
-    bootTime_ = probes::_getboottime();
+CPU::CPU(std::shared_ptr<probes::SystemManager> session) : session_(std::move(session)) {
+    probes::_getHostInfo(
+        [this](const probes::host_basic_info* info) {
+            physicalCores_ = info->physical_cpu_max;
+            logicalCores_ = info->logical_cpu_max;
+            activePhysicalCores_ = info->physical_cpu;
+            activeLogicalCores_ = info->logical_cpu;
+        },
+        *session_);
+    bootTime_ = probes::_getboottime(*session_);
 }
 
 void CPU::update() {
     probes::CPUData data{};
-    if (probes::_getCPUData(&data) < 1)
+    if (probes::_getCPUData(&data, *session_) < 1)
         return;
     user_.store(data.user, std::memory_order_relaxed);
     sys_.store(data.system, std::memory_order_relaxed);
@@ -30,19 +34,19 @@ void CPU::update() {
 }
 
 std::string CPU::brand() const {
-    return brand_.withValue([](std::optional<std::string>& brand) {
+    return brand_.withValue([this](std::optional<std::string>& brand) {
         if (!brand)
-            brand = probes::_getCPUBrand();
+            brand = probes::_getCPUBrand(*session_);
         return *brand;
     });
 }
 
 std::int64_t CPU::uptime() const {
-    return Time::now() - bootTime_;
+    return Time_now(session_->platform().clock()) - bootTime_;
 }
 
 std::int64_t CPU::awakeTime() const {
-    return static_cast<std::int64_t>(platform::current().host().awakeUptime().value_or(0));
+    return static_cast<std::int64_t>(session_->platform().host().awakeUptime().value_or(0));
 }
 
 std::int64_t CPU::sleepTime() const {
@@ -50,11 +54,11 @@ std::int64_t CPU::sleepTime() const {
 }
 
 ThermalState CPU::thermalState() const {
-    return platform::current().host().thermalState().value_or(ThermalState::nominal);
+    return session_->platform().host().thermalState().value_or(ThermalState::nominal);
 }
 
 std::array<double, 3> CPU::loadavg() const {
-    return platform::current().host().loadAverages().value_or(platform::LoadAverages{});
+    return session_->platform().host().loadAverages().value_or(platform::LoadAverages{});
 }
 
 } // namespace sentrel

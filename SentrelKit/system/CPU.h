@@ -5,12 +5,14 @@
 
 #include <SentrelKit/Export.h>
 #include <SentrelKit/platform/ThermalState.h>
+#include <SentrelKit/probes/SystemManager.h>
 #include <SentrelKit/system/Mutex/Atomic.h>
 #include <SentrelKit/system/SystemResource.h>
 
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -18,7 +20,7 @@ namespace sentrel {
 
 /// The model of the processor. The registry owns the one instance and samples it every 1.1 seconds.
 ///
-/// The first sample of a process is the load since boot: meant so. Each later one is the load since the sample before.
+/// The first sample of a session is the load since boot: meant so. Each later one is the load since the sample before.
 /// The figures of a sample are 0 before the first one and keep their values between samples.
 ///
 /// Getters answer from any thread without a lock (`brand` under a short one) and may mix two samples. Source: the
@@ -26,11 +28,11 @@ namespace sentrel {
 class SENTREL_API CPU final : public SystemResource {
 public:
     /// Reads the number of cores and the moment of boot; each is 0 if it cannot be told.
-    CPU();
+    explicit CPU(std::shared_ptr<probes::SystemManager> session = probes::session());
 
     [[nodiscard]] SystemResourceType type() const noexcept override { return SystemResourceType::cpu; }
 
-    /// Takes one sample. The ticks it measures from are the process's, not the model's.
+    /// Takes one sample. The ticks it measures from are the session's, not the model's.
     void update() override;
 
     [[nodiscard]] double user() const noexcept { return load(user_); }     ///< percent, nice included, 0 to 100
@@ -78,6 +80,7 @@ private:
         return field.load(std::memory_order_relaxed);
     }
 
+    const std::shared_ptr<probes::SystemManager> session_;
     std::atomic<double> user_{0};
     std::atomic<double> sys_{0};
     std::atomic<double> idle_{0};

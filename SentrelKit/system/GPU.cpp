@@ -4,7 +4,6 @@
 #include <SentrelKit/base/system/detail/ForkGate.h>
 #include <SentrelKit/base/util/Str.h>
 #include <SentrelKit/platform/GraphicsService.h>
-#include <SentrelKit/platform/Platform.h>
 #include <SentrelKit/probes/HostProbes.h>
 
 #include <utility>
@@ -37,13 +36,13 @@ GPU::Processor describe(const PropertyList::Dictionary& properties) {
 
 } // namespace
 
-GPU::GPU() {
+GPU::GPU(std::shared_ptr<probes::SystemManager> session) : session_(std::move(session)) {
     find();
     update();
 }
 
 void GPU::find() {
-    const std::optional<std::vector<PropertyList::Dictionary>> devices = platform::current().graphics().pciDevices();
+    const std::optional<std::vector<PropertyList::Dictionary>> devices = session_->platform().graphics().pciDevices();
     if (!devices)
         return;
     for (const PropertyList::Dictionary& properties : *devices) {
@@ -59,7 +58,7 @@ void GPU::find() {
 
 void GPU::update() {
     const ForkGate::Inside whole; // what the sampling thread keeps has no lock
-    isDiscrete_ = probes::_getActiveGPUDeviceID(active_) && discrete_ && active_ == discrete_->deviceID;
+    isDiscrete_ = probes::_getActiveGPUDeviceID(active_, *session_) && discrete_ && active_ == discrete_->deviceID;
 }
 
 std::string GPU::name() const {

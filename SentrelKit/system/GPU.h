@@ -4,10 +4,12 @@
 /// The machine's graphics processors.
 
 #include <SentrelKit/Export.h>
+#include <SentrelKit/probes/SystemManager.h>
 #include <SentrelKit/system/SystemResource.h>
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -30,7 +32,7 @@ public:
     };
 
     /// Finds the processors and takes a first sample.
-    GPU();
+    explicit GPU(std::shared_ptr<probes::SystemManager> session = probes::session());
 
     [[nodiscard]] SystemResourceType type() const noexcept override { return SystemResourceType::gpu; }
 
@@ -60,6 +62,7 @@ public:
 private:
     void find();
 
+    const std::shared_ptr<probes::SystemManager> session_;
     std::optional<Processor> integrated_;
     std::optional<Processor> discrete_;
     std::atomic<bool> isDiscrete_{false}; // the current one

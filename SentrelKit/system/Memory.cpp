@@ -3,12 +3,12 @@
 
 #include <SentrelKit/base/system/System.h>
 #include <SentrelKit/platform/HostService.h>
-#include <SentrelKit/platform/Platform.h>
 #include <SentrelKit/probes/HostProbes.h>
 
 #include <cinttypes>
 #include <cmath>
 #include <cstdio>
+#include <utility>
 
 namespace sentrel {
 
@@ -23,11 +23,12 @@ std::uint8_t percentOf(std::uint64_t part, std::uint64_t total) noexcept {
 
 } // namespace
 
-Memory::Memory() : physical_(platform::current().host().physicalMemory().value_or(0)) {}
+Memory::Memory(std::shared_ptr<probes::SystemManager> session)
+    : session_(std::move(session)), physical_(session_->platform().host().physicalMemory().value_or(0)) {}
 
 void Memory::update() {
     probes::MEMData data{};
-    if (probes::_getMEMData(&data) < 1)
+    if (probes::_getMEMData(&data, *session_) < 1)
         return;
     free_.store(data.free + data.inactive, std::memory_order_relaxed);
     active_.store(data.active, std::memory_order_relaxed);
@@ -56,7 +57,7 @@ Memory::Percents Memory::percents() const noexcept {
 }
 
 Memory::Swap Memory::swap() const {
-    const std::optional<platform::SwapUsage> usage = platform::current().host().swapUsage();
+    const std::optional<platform::SwapUsage> usage = session_->platform().host().swapUsage();
     if (!usage) {
         // The placeholder stays in the text and the pointer's value follows it, not the words it points to: meant so.
         std::printf("Cannot get swap statistics -- %%@Optional(0x%016" PRIxPTR ")\n",

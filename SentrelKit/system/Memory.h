@@ -4,10 +4,12 @@
 /// Physical memory, paging and swap.
 
 #include <SentrelKit/Export.h>
+#include <SentrelKit/probes/SystemManager.h>
 #include <SentrelKit/system/SystemResource.h>
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 
 namespace sentrel {
 
@@ -20,7 +22,7 @@ namespace sentrel {
 class SENTREL_API Memory final : public SystemResource {
 public:
     /// Reads the size of the memory; 0 if it cannot be told.
-    Memory();
+    explicit Memory(std::shared_ptr<probes::SystemManager> session = probes::session());
 
     [[nodiscard]] SystemResourceType type() const noexcept override { return SystemResourceType::mem; }
 
@@ -77,6 +79,7 @@ private:
         return field.load(std::memory_order_relaxed);
     }
 
+    const std::shared_ptr<probes::SystemManager> session_;
     std::uint64_t physical_ = 0;
     std::atomic<std::uint64_t> wired_{0};
     std::atomic<std::uint64_t> active_{0};

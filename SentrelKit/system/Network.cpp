@@ -2,10 +2,9 @@
 #include <SentrelKit/system/Network.h>
 
 #include <SentrelKit/base/system/detail/ThreadSafety.h>
+#include <SentrelKit/platform/Desktop.h>
 #include <SentrelKit/probes/NetworkProbes.h>
-#include <SentrelKit/probes/SystemManager.h>
 #include <SentrelKit/system/Notification.h>
-#include <SentrelKit/system/Timer.h>
 
 #include <algorithm>
 #include <string_view>
@@ -52,6 +51,8 @@ std::optional<std::string> joined(const std::optional<std::vector<std::string>>&
 /// A check or a look-up takes as long as name servers and the echo host let it; meanwhile the connection that it asks
 /// about may go. Its outcome counts only while that connection stands, which the count of lost connections tells.
 struct Network::Reachability {
+    explicit Reachability(std::weak_ptr<probes::SystemManager> asked) : session_(std::move(asked)) {}
+
     /// The last interface has gone.
     void lose() {
         const LockScope scope(lock);
@@ -61,8 +62,11 @@ struct Network::Reachability {
     }
 
     void check() {
+        const std::shared_ptr<probes::SystemManager> session = session_.lock();
+        if (!session)
+            return;
         const std::uint64_t connectionsLost = lossesSoFar();
-        const bool isReachable = probes::_isConnectedToInternet() != 0;
+        const bool isReachable = probes::_isConnectedToInternet(*session) != 0;
         bool isBack = false;
         {
             const LockScope scope(lock);
@@ -76,14 +80,14 @@ struct Network::Reachability {
             isBack = connection.exchange(ConnectionType::internet) != ConnectionType::internet;
         }
         if (isBack)
-            Notification::notify("Network", "Connected to Internet");
+            announce(session->platform().desktop());
         const std::optional<std::string> known = address();
         if (!known || *known == noInternet)
-            fetchAddress(connectionsLost);
+            fetchAddress(*session, connectionsLost);
     }
 
     /// Waits for no check that runs: each look-up has a conversation of its own.
-    void refresh() {
+    void refresh(probes::SystemManager& session) {
         std::uint64_t connectionsLost = 0;
         {
             const LockScope scope(lock);
@@ -92,7 +96,7 @@ struct Network::Reachability {
                 return;
             connectionsLost = losses;
         }
-        fetchAddress(connectionsLost);
+        fetchAddress(session, connectionsLost);
     }
 
     [[nodiscard]] std::optional<std::string> address() {
@@ -115,10 +119,17 @@ private:
     }
 
     // An address that could not be found is kept as an empty one and not asked for again: meant so.
-    void fetchAddress(std::uint64_t connectionsLost) {
+    void fetchAddress(probes::SystemManager& session, std::uint64_t connectionsLost) {
         setAddress(std::nullopt, connectionsLost);
-        setAddress(probes::lookUpPublicAddress(), connectionsLost);
+        setAddress(probes::lookUpPublicAddress(session), connectionsLost);
     }
+
+    static void announce(platform::Desktop& desktop) {
+        Notification::notify(desktop, "Network", "Connected to Internet", desktop.defaultSoundName());
+    }
+
+    // A check whose turn comes when the model and its machine are gone has nothing to find out.
+    const std::weak_ptr<probes::SystemManager> session_;
 
     Lock lock; // never held during a question
     std::uint64_t losses SENTREL_GUARDED_BY(lock) = 0;
@@ -136,7 +147,7 @@ public:
     }
 
     /// False, with nothing submitted, while a check of this model is under way.
-    bool submit(const std::shared_ptr<Reachability>& reachability) {
+    bool submit(const std::shared_ptr<Reachability>& reachability, DispatchQueue& queue) {
         {
             const LockScope scope(lock_);
             const Check check{reachability, ForkGate::generation()};
@@ -144,7 +155,7 @@ public:
                 return false;
             underWay_.push_back(check);
         }
-        Timer::onBackground([checked = reachability.get()] {
+        queue.async([checked = reachability.get()] {
             const Ending ending{checked};
             checked->check();
         });
@@ -183,26 +194,20 @@ struct Network::Configuration {
     Atomic<std::optional<std::string>> dns;
 };
 
-/// What the models mirror the configuration into. They share one registration, as only the newest block is called.
+/// What the models of a session mirror its configuration into. They share one registration, as only the newest block is
+/// called.
 class Network::Mirrors {
 public:
-    // Never destroyed: a change may come while the process ends.
-    static Mirrors& shared() {
-        static Mirrors& mirrors = *new Mirrors;
-        return mirrors;
-    }
-
-    void add(const std::shared_ptr<Configuration>& mirror) {
+    void add(const std::shared_ptr<Configuration>& mirror, probes::SystemManager& session) {
         {
             const LockScope scope(lock_);
             std::erase_if(mirrors_, [](const auto& each) { return each.expired(); });
             mirrors_.push_back(mirror);
         }
-        probes::_networkConfigureNotification([](const std::optional<std::string>& localhostName,
-                                                 const std::optional<std::string>& router,
-                                                 const std::optional<std::vector<std::string>>& dns) {
-            shared().set(localhostName, router, joined(dns));
-        });
+        probes::_networkConfigureNotification(
+            [this](const std::optional<std::string>& localhostName, const std::optional<std::string>& router,
+                   const std::optional<std::vector<std::string>>& dns) { set(localhostName, router, joined(dns)); },
+            session);
     }
 
 private:
@@ -222,9 +227,10 @@ private:
     std::vector<std::weak_ptr<Configuration>> mirrors_ SENTREL_GUARDED_BY(lock_);
 };
 
-Network::Network()
-    : reachability_(std::make_shared<Reachability>()), configuration_(std::make_shared<Configuration>()) {
-    Mirrors::shared().add(configuration_);
+Network::Network(std::shared_ptr<probes::SystemManager> session)
+    : session_(std::move(session)), reachability_(std::make_shared<Reachability>(session_)),
+      configuration_(std::make_shared<Configuration>()) {
+    session_->shared<Mirrors>().add(configuration_, *session_);
 }
 
 Network::~Network() = default;
@@ -235,13 +241,15 @@ void Network::update() {
     seen_ = 0;
     position_ = 0;
     probes::_getNetworkData(
-        [this](std::int64_t time, const char* name, const probes::NetworkData* data) { sample(time, name, *data); });
+        [this](std::int64_t time, const char* name, const probes::NetworkData* data) { sample(time, name, *data); },
+        *session_);
     if (seen_ == 0) {
         reachability_->lose();
         nextNetworkCheck_ = 0;
     } else if (--nextNetworkCheck_ < 0) {
         // While a check is under way, of a connection that has gone perhaps, each sample tries again.
-        nextNetworkCheck_ = Checks::shared().submit(reachability_) ? samplesBetweenChecks : 0;
+        nextNetworkCheck_ =
+            Checks::shared().submit(reachability_, *session_->backgroundQueue) ? samplesBetweenChecks : 0;
     }
     // The set is replaced only when it is another one: a sample that finds the same interfaces allocates nothing.
     prevInterfaces_.withValue([this](Interfaces& current) {
@@ -276,16 +284,17 @@ void Network::sample(std::int64_t time, const char* name, const probes::NetworkD
     interface->take(time, data);
 }
 
-std::shared_ptr<Network::Interface> Network::discover(const char* name, const probes::NetworkData& data) {
+std::shared_ptr<Network::Interface> Network::discover(const char* name, const probes::NetworkData& data) const {
     auto interface = std::make_shared<Interface>();
     interface->mac_ = data.mac;
     interface->index_ = data.index;
-    probes::_getNetworkExtra(name, [&interface](const probes::NetworkExtra* extra) {
+    const auto take = [&interface](const probes::NetworkExtra* extra) {
         interface->linkSpeed_ = extra->linkSpeed;
         interface->isPrimary_ = extra->isPrimary != 0;
         interface->isWifi_ = extra->isWireless != 0;
         interface->name_ = extra->name;
-    });
+    };
+    probes::_getNetworkExtra(name, take, *session_);
     return interface;
 }
 
@@ -353,7 +362,7 @@ std::optional<std::string> Network::dns() const {
 }
 
 std::optional<std::string> Network::refreshPublicAddress() {
-    reachability_->refresh();
+    reachability_->refresh(*session_);
     return publicAddress();
 }
 

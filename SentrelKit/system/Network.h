@@ -5,6 +5,7 @@
 /// configuration that goes with it.
 
 #include <SentrelKit/Export.h>
+#include <SentrelKit/probes/SystemManager.h>
 #include <SentrelKit/system/Mutex/Atomic.h>
 #include <SentrelKit/system/SystemResource.h>
 
@@ -101,7 +102,7 @@ public:
     using Interfaces = std::map<std::string, std::shared_ptr<Interface>, std::less<>>;
 
     /// Registers with the configuration watch, which reports at once. There may be several models; all hear of changes.
-    Network();
+    explicit Network(std::shared_ptr<probes::SystemManager> session = probes::session());
     ~Network() override;
     Network(const Network&) = delete;
     Network& operator=(const Network&) = delete;
@@ -145,9 +146,10 @@ private:
     class Mirrors;
 
     void sample(std::int64_t time, const char* name, const probes::NetworkData& data);
-    [[nodiscard]] static std::shared_ptr<Interface> discover(const char* name, const probes::NetworkData& data);
+    [[nodiscard]] std::shared_ptr<Interface> discover(const char* name, const probes::NetworkData& data) const;
     [[nodiscard]] std::shared_ptr<Interface> known(const char* name, std::uint32_t index) const;
 
+    const std::shared_ptr<probes::SystemManager> session_;
     Atomic<Interfaces> prevInterfaces_;
     std::int64_t nextNetworkCheck_ = 0; // samples left; of the sampling thread alone, like the six below
     std::uint64_t samples_ = 0;

@@ -9,13 +9,18 @@ namespace sentrel {
 void Notification::notify(const std::string& title, const std::optional<std::string>& text,
                           const std::optional<std::string>& withSound,
                           const std::optional<std::string>& actionButtonTitle, bool hasReplyButton) {
+    notify(platform::current().desktop(), title, text, withSound, actionButtonTitle, hasReplyButton);
+}
+
+void Notification::notify(platform::Desktop& desktop, const std::string& title, const std::optional<std::string>& text,
+                          const std::optional<std::string>& withSound,
+                          const std::optional<std::string>& actionButtonTitle, bool hasReplyButton) {
     platform::UserNotification notification;
     notification.title = title;
     notification.text = text;
     notification.sound = withSound;
     notification.actionButtonTitle = actionButtonTitle;
     notification.hasReplyButton = hasReplyButton;
-    platform::Desktop& desktop = platform::current().desktop();
     desktop.presentWhileFrontmost();
     desktop.deliver(notification);
 }

@@ -10,6 +10,10 @@
 
 namespace sentrel {
 
+namespace platform {
+class Desktop;
+}
+
 /// Functions only.
 class SENTREL_API Notification {
 public:
@@ -21,6 +25,11 @@ public:
     /// out.
     static void notify(const std::string& title, const std::optional<std::string>& text = std::nullopt,
                        const std::optional<std::string>& withSound = defaultSoundName(),
+                       const std::optional<std::string>& actionButtonTitle = std::nullopt, bool hasReplyButton = false);
+
+    /// The same on the desktop of another machine. Without a sound it is silent.
+    static void notify(platform::Desktop& desktop, const std::string& title, const std::optional<std::string>& text,
+                       const std::optional<std::string>& withSound,
                        const std::optional<std::string>& actionButtonTitle = std::nullopt, bool hasReplyButton = false);
 
     /// The name of the platform's default notification sound.

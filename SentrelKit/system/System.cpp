@@ -8,8 +8,9 @@
 
 namespace sentrel {
 
-Task::Task(double interval, std::shared_ptr<SystemResource> resource, System::Group group, bool delayed)
-    : Timer(interval, true, [resource] { resource->update(); }), interval_(interval), delayed_(delayed),
+Task::Task(double interval, DispatchQueue& queue, std::shared_ptr<SystemResource> resource, System::Group group,
+           bool delayed)
+    : Timer(interval, queue, [resource] { resource->update(); }), interval_(interval), delayed_(delayed),
       resource_(std::move(resource)), group_(group) {}
 
 System& System::shared() {
@@ -19,10 +20,11 @@ System& System::shared() {
 }
 
 // The intervals are staggered on purpose, so that samples seldom fall together.
-System::System()
-    : cpu_(std::make_shared<CPU>()), gpu_(std::make_shared<GPU>()), disk_(std::make_shared<Disk>()),
-      mem_(std::make_shared<Memory>()), net_(std::make_shared<Network>()), battery_(std::make_shared<Battery>()),
-      apps_(std::make_shared<Applications>()) {
+System::System(std::shared_ptr<probes::SystemManager> session)
+    : session_(std::move(session)), cpu_(std::make_shared<CPU>(session_)), gpu_(std::make_shared<GPU>(session_)),
+      disk_(std::make_shared<Disk>(session_)), mem_(std::make_shared<Memory>(session_)),
+      net_(std::make_shared<Network>(session_)), battery_(std::make_shared<Battery>(session_)),
+      apps_(std::make_shared<Applications>(session_)) {
     add(1.1, cpu_, Group::system, false);
     add(2.0, mem_, Group::system, false);
     add(1.1, net_, Group::network, false);
@@ -31,6 +33,8 @@ System::System()
     if (gpu_->hasBoth())
         add(1.1, gpu_, Group::system, true);
 }
+
+System::System(platform::Platform& platform) : System(std::make_shared<probes::SystemManager>(platform)) {}
 
 System::~System() = default;
 
@@ -61,7 +65,7 @@ std::vector<System::TaskInfo> System::tasks() const {
 }
 
 void System::add(double interval, std::shared_ptr<SystemResource> resource, Group group, bool delayed) {
-    tasks_.push_back(std::make_unique<Task>(interval, std::move(resource), group, delayed));
+    tasks_.push_back(std::make_unique<Task>(interval, *session_->backgroundQueue, std::move(resource), group, delayed));
 }
 
 void System::forEachOfKind(const SystemResource& resource, const std::function<void(Task&)>& action) {

@@ -6,6 +6,7 @@
 
 #include <SentrelKit/Export.h>
 #include <SentrelKit/X11Names.h>
+#include <SentrelKit/probes/SystemManager.h>
 #include <SentrelKit/system/Applications.h>
 #include <SentrelKit/system/Battery.h>
 #include <SentrelKit/system/CPU.h>
@@ -39,8 +40,14 @@ public:
     /// The process's registry, made on first use, on any thread; it lives as long as the process.
     static System& shared();
 
-    /// A registry of its own on the platform in force, for tests and demos on a scripted machine. Hosts use `shared()`.
-    System();
+    /// A registry of its own, for tests and demos on a scripted machine; hosts use `shared()`. Everything in it stays
+    /// with the session's machine, whatever comes in force later, so that registries on several machines work side by
+    /// side.
+    explicit System(std::shared_ptr<probes::SystemManager> session = probes::session());
+
+    /// The same on a machine that need not be in force, with a session of its own. The platform outlives the registry.
+    explicit System(platform::Platform& platform);
+
     ~System();
     System(const System&) = delete;
     System& operator=(const System&) = delete;
@@ -85,6 +92,7 @@ private:
     void add(double interval, std::shared_ptr<SystemResource> resource, Group group, bool delayed);
     void forEachOfKind(const SystemResource& resource, const std::function<void(Task&)>& action);
 
+    const std::shared_ptr<probes::SystemManager> session_;
     std::shared_ptr<CPU> cpu_;
     std::shared_ptr<GPU> gpu_;
     std::shared_ptr<Disk> disk_;

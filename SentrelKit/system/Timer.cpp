@@ -14,7 +14,10 @@ std::shared_ptr<DispatchQueue> queue(bool background) {
 } // namespace
 
 Timer::Timer(double interval, bool background, std::function<void()> closure)
-    : timer_(queue(background)->makeTimer(nanosecondsFromSeconds(interval), std::move(closure))) {}
+    : Timer(interval, *queue(background), std::move(closure)) {}
+
+Timer::Timer(double interval, DispatchQueue& queue, std::function<void()> closure)
+    : timer_(queue.makeTimer(nanosecondsFromSeconds(interval), std::move(closure))) {}
 
 Timer::~Timer() = default;
 

@@ -32,6 +32,9 @@ public:
     /// interval is kept to the nanosecond; not-a-number, 0 and negative intervals count as one nanosecond.
     Timer(double interval, bool background, std::function<void()> closure);
 
+    /// A stopped timer that ticks every `interval` seconds on a queue.
+    Timer(double interval, DispatchQueue& queue, std::function<void()> closure);
+
     /// A stopped timer on the main queue. Note that `delay` has the opposite default.
     Timer(double interval, std::function<void()> closure) : Timer(interval, false, std::move(closure)) {}
 

@@ -2,9 +2,7 @@
 #include <SentrelKit/system/Disk/Disk.h>
 
 #include <SentrelKit/base/system/detail/ThreadSafety.h>
-#include <SentrelKit/platform/Platform.h>
 #include <SentrelKit/platform/VolumeService.h>
-#include <SentrelKit/system/Timer.h>
 
 #include <string_view>
 #include <utility>
@@ -75,8 +73,11 @@ struct Rename {
 /// none.
 class Disk::VolumeSet : public std::enable_shared_from_this<VolumeSet> {
 public:
+    explicit VolumeSet(std::shared_ptr<probes::SystemManager> session) : session_(std::move(session)) {}
+
     using Snapshot = std::shared_ptr<const Volumes>;
 
+    [[nodiscard]] probes::SystemManager& session() const { return *session_; }
     [[nodiscard]] Snapshot volumes() const { return volumes_.value(); }
     [[nodiscard]] std::shared_ptr<Volume> root() const { return root_.value(); }
 
@@ -95,14 +96,14 @@ public:
             return !wasScheduled;
         });
         if (isFirst)
-            Timer::onBackground([self = shared_from_this()] { self->loadWhileWanted(); });
+            session_->backgroundQueue->async([self = shared_from_this()] { self->loadWhileWanted(); });
     }
 
     void sample() {
         const Turn turn(sampling_);
         const Snapshot snapshot = volumes();
         for (const auto& [device, volume] : *snapshot)
-            volume->sample();
+            volume->sample(*session_);
     }
 
     void hear(const platform::VolumeNotification& notification) {
@@ -162,9 +163,9 @@ private:
             renames_.clear();
         });
         std::vector<Listed> listing;
-        probes::_getDiskData([&listing](std::int64_t timestamp, const probes::DiskData* data) {
-            listing.emplace_back(timestamp, *data);
-        });
+        probes::_getDiskData([&listing](std::int64_t timestamp,
+                                        const probes::DiskData* data) { listing.emplace_back(timestamp, *data); },
+                             *session_);
         publish(merge(listing));
     }
 
@@ -208,16 +209,16 @@ private:
         return name;
     }
 
-    [[nodiscard]] static std::shared_ptr<Volume> makeVolume(const Listed& listed, std::string device) {
-        auto volume = std::make_shared<Volume>();
-        volume->icon_ = platform::current().volumes().iconForPath(listed.path);
+    [[nodiscard]] std::shared_ptr<Volume> makeVolume(const Listed& listed, std::string device) const {
+        auto volume = std::make_shared<Volume>(session_);
+        volume->icon_ = session_->platform().volumes().iconForPath(listed.path);
         volume->device_ = std::move(device);
         volume->source_ = listed.source;
         volume->model_ = listed.model;
         volume->fstype_ = listed.fstype;
         volume->isRootFS_ = listed.figures.isRoot != 0;
         probes::SMARTData smart;
-        if (probes::_getSMARTData(volume->device_.c_str(), &smart) != 0)
+        if (probes::_getSMARTData(volume->device_.c_str(), &smart, *session_) != 0)
             volume->smart_ = smart;
         volume->setActivity(listed.figures, listed.timestamp);
         return volume;
@@ -241,6 +242,7 @@ private:
         });
     }
 
+    const std::shared_ptr<probes::SystemManager> session_;
     Turns listing_;
     Turns sampling_;
     std::atomic<bool> ended_{false};
@@ -255,9 +257,9 @@ private:
     Atomic<std::shared_ptr<Volume>> root_;
 };
 
-Disk::Disk() : set_(std::make_shared<VolumeSet>()) {
+Disk::Disk(std::shared_ptr<probes::SystemManager> session) : set_(std::make_shared<VolumeSet>(session)) {
     set_->load();
-    observation_ = platform::current().volumes().observe(
+    observation_ = session->platform().volumes().observe(
         [set = set_](const platform::VolumeNotification& notification) { set->hear(notification); });
 }
 
@@ -280,7 +282,7 @@ std::shared_ptr<Disk::Volume> Disk::HD() const {
 
 int Disk::usage() const {
     const std::shared_ptr<Volume> root = HD();
-    return root ? root->measureUsage() : 0;
+    return root ? root->measureUsage(set_->session()) : 0;
 }
 
 void Disk::handleMountNotifications(const platform::VolumeNotification& /*notification*/) {

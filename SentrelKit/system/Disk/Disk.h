@@ -15,6 +15,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace sentrel {
 
@@ -30,7 +31,7 @@ public:
 
     /// Lists the volumes and asks their drives for their health, so it can take seconds while a drive is in trouble;
     /// then asks for notices.
-    Disk();
+    explicit Disk(std::shared_ptr<probes::SystemManager> session = probes::session());
     ~Disk() override;
     Disk(const Disk&) = delete;
     Disk& operator=(const Disk&) = delete;
@@ -69,10 +70,12 @@ private:
 };
 
 /// One mounted volume. A reader that holds one sees later updates; after its unmount it keeps its last figures. Getters
-/// answer from any thread and may mix two samples.
+/// answer from any thread and may mix two samples. A volume does not keep its machine's session: once that is gone, it
+/// cannot be ejected or asked for its health.
 class SENTREL_API Disk::Volume {
 public:
-    Volume() = default;
+    /// For the model: a volume without figures yet.
+    explicit Volume(std::weak_ptr<probes::SystemManager> session = {}) : session_(std::move(session)) {}
     Volume(const Volume&) = delete;
     Volume& operator=(const Volume&) = delete;
 
@@ -141,14 +144,15 @@ private:
         field.store(value, std::memory_order_relaxed);
     }
 
-    void sample();
+    void sample(probes::SystemManager& session);
     void relist(probes::DiskData data, std::int64_t time);
-    [[nodiscard]] int measureUsage();
+    [[nodiscard]] int measureUsage(probes::SystemManager& session);
     void setRates(const probes::DiskData& data, std::int64_t gap) noexcept;
     void setActivity(const probes::DiskData& data, std::int64_t now) noexcept;
     void setTotal(std::int64_t total) noexcept;
     void setLabel(std::string name, std::string path);
 
+    const std::weak_ptr<probes::SystemManager> session_; // a reader may keep the volume longer than the model
     // Replaced whole, so that a sample can hold on to the path without copying it.
     Atomic<std::shared_ptr<const Label>> label_{std::make_shared<const Label>()};
     // Set before the volume is published, never changed.

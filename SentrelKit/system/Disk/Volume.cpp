@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/base/system/Assert.h>
 #include <SentrelKit/base/system/Time.h>
+#include <SentrelKit/platform/Clock.h>
 #include <SentrelKit/system/Disk/Disk.h>
 #include <SentrelKit/system/Disk/detail/UsagePercent.h>
 
@@ -28,25 +29,27 @@ bool Disk::Volume::eject() const {
         fatalError("Cannot unmount/eject the root filesystem");
     // A share or a data set lies on no disk of its own, also where its last part is the name of one.
     const bool isOnDevice = source_.starts_with("/dev/");
-    return probes::_ejectDisk(isOnDevice ? device_.c_str() : source_.c_str()) != 0;
+    const std::shared_ptr<probes::SystemManager> session = session_.lock();
+    return session && probes::_ejectDisk(isOnDevice ? device_.c_str() : source_.c_str(), *session) != 0;
 }
 
 std::optional<Disk::Volume::SmartStatus> Disk::Volume::smartStatus() const {
-    if (!smart_)
+    const std::shared_ptr<probes::SystemManager> session = session_.lock();
+    if (!smart_ || !session)
         return std::nullopt;
     probes::SMARTData data = *smart_;
-    if (probes::_getSMARTData(device_.c_str(), &data) == 0)
+    if (probes::_getSMARTData(device_.c_str(), &data, *session) == 0)
         return std::nullopt;
     return SmartStatus{data.healthy != 0, data.temperature};
 }
 
-void Disk::Volume::sample() {
-    const std::int64_t now = Time_milli();
+void Disk::Volume::sample(probes::SystemManager& session) {
+    const std::int64_t now = Time_milli(session.platform().clock());
     const std::shared_ptr<const Label> label = label_.value();
     probes::DiskData data{};
     data.bytesWritten = wbytes(); // a counter that is not found stays as it was
     data.bytesRead = rbytes();
-    if (probes::_getDiskActivity(device_.c_str(), label->path.c_str(), &data) <= 0)
+    if (probes::_getDiskActivity(device_.c_str(), label->path.c_str(), &data, session) <= 0)
         return;
     const std::int64_t gap = now - timestamp();
     if (gap > 0)
@@ -70,10 +73,10 @@ void Disk::Volume::relist(probes::DiskData data, std::int64_t time) {
     setActivity(data, time);
 }
 
-int Disk::Volume::measureUsage() {
+int Disk::Volume::measureUsage(probes::SystemManager& session) {
     const std::shared_ptr<const Label> label = label_.value();
     probes::DiskData data{};
-    if (probes::_getDiskDataFor(label->path.c_str(), &data) <= 0)
+    if (probes::_getDiskDataFor(label->path.c_str(), &data, session) <= 0)
         return 0;
     setTotal(data.total);
     store(used_, data.used);

@@ -8,11 +8,12 @@
 
 namespace sentrel {
 
-/// A timer on the background queue that samples one resource of the registry.
+/// A timer that samples one resource of the registry.
 class Task final : public Timer {
 public:
-    /// A stopped task that samples the resource every `interval` seconds.
-    Task(double interval, std::shared_ptr<SystemResource> resource, System::Group group, bool delayed);
+    /// A stopped task that samples the resource every `interval` seconds on the queue.
+    Task(double interval, DispatchQueue& queue, std::shared_ptr<SystemResource> resource, System::Group group,
+         bool delayed);
 
     [[nodiscard]] double interval() const noexcept { return interval_; }                 ///< seconds
     [[nodiscard]] const SystemResource& resource() const noexcept { return *resource_; } ///< what it samples
