@@ -106,10 +106,8 @@ public:
 
     [[nodiscard]] std::vector<std::shared_ptr<const Process>> cpu() const { return list(&TopLists::cpu); }
     [[nodiscard]] std::vector<std::shared_ptr<const Process>> mem() const { return list(&TopLists::mem); }
-    [[nodiscard]] std::int64_t count() const noexcept { return count_.load(std::memory_order_relaxed); }
-    [[nodiscard]] std::int64_t unresolvedNamedProcesses() const noexcept {
-        return unresolvedNamedProcesses_.load(std::memory_order_relaxed);
-    }
+    [[nodiscard]] std::int64_t count() const noexcept { return count_; }
+    [[nodiscard]] std::int64_t unresolvedNamedProcesses() const noexcept { return unresolvedNamedProcesses_; }
     [[nodiscard]] std::shared_ptr<void> observeCount(std::function<void(std::int64_t)> observer);
 
 private:
@@ -148,14 +146,14 @@ private:
     void publishTop() SENTREL_REQUIRES(mutex_);
     void publishCount(const CountObservers& observers) SENTREL_REQUIRES(mutex_);
     void countUnresolved(std::int64_t more) SENTREL_REQUIRES(mutex_) {
-        unresolvedNamedProcesses_.store(unresolvedNamedProcesses() + more, std::memory_order_relaxed);
+        unresolvedNamedProcesses_ = unresolvedNamedProcesses() + more;
     }
     [[nodiscard]] CountObservers countObservers();
     [[nodiscard]] std::vector<std::shared_ptr<const Process>> list(First TopLists::*which) const;
 
     // What readers ask and what writers hand over by: under no lock, or under one that nobody works under.
-    std::atomic<std::int64_t> count_{0};
-    std::atomic<std::int64_t> unresolvedNamedProcesses_{0};
+    Relaxed<std::int64_t> count_;
+    Relaxed<std::int64_t> unresolvedNamedProcesses_;
     std::atomic<bool> isReleased_{false};
     Atomic<TopLists> top_;
     Atomic<std::optional<RunningApplications>> pending_; // the newest set that was noticed and not yet taken over
@@ -478,8 +476,8 @@ void Applications::Tracking::fold() {
         sampling.parent->sampling_.foldedMem += std::exchange(sampling.foldedMem, 0);
     }
     for (const SharedProcess& process : prevProcesses_) {
-        process->cpu_.store(process->sampling_.foldedCpu, std::memory_order_relaxed);
-        process->mem_.store(process->sampling_.foldedMem, std::memory_order_relaxed);
+        process->cpu_ = process->sampling_.foldedCpu;
+        process->mem_ = process->sampling_.foldedMem;
     }
 }
 
@@ -509,8 +507,9 @@ void Applications::Tracking::publishTop() {
 
 void Applications::Tracking::publishCount(const CountObservers& observers) {
     const auto count = static_cast<std::int64_t>(prevProcesses_.size());
-    if (count_.exchange(count, std::memory_order_relaxed) == count)
+    if (count_ == count)
         return;
+    count_ = count;
     for (const std::shared_ptr<CountObserver>& observer : observers)
         observer->offer(count);
 }

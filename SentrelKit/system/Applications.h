@@ -4,12 +4,12 @@
 /// Running applications, and which of them use the processor and the memory most.
 
 #include <SentrelKit/Export.h>
+#include <SentrelKit/base/system/detail/Relaxed.h>
 #include <SentrelKit/platform/ProcessService.h>
 #include <SentrelKit/probes/SystemManager.h>
 #include <SentrelKit/system/Mutex/Atomic.h>
 #include <SentrelKit/system/SystemResource.h>
 
-#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -95,12 +95,12 @@ public:
     [[nodiscard]] const std::optional<std::string>& icon() const noexcept { return app_->icon; }
 
     /// Resident bytes at the last sample, with those folded into it; 0 after folding into a parent.
-    [[nodiscard]] std::uint64_t mem() const noexcept { return mem_.load(std::memory_order_relaxed); }
+    [[nodiscard]] std::uint64_t mem() const noexcept { return mem_; }
 
     /// Processor share over the last sample interval in percent of the cores that the process can use at most (the
     /// smaller of its threads and the machine's active logical cores), with the shares folded into it, which may take
     /// it above 100; 0 after folding into a parent.
-    [[nodiscard]] double cpu() const noexcept { return cpu_.load(std::memory_order_relaxed); }
+    [[nodiscard]] double cpu() const noexcept { return cpu_; }
 
     /// The process's number.
     [[nodiscard]] std::int32_t pid() const noexcept { return app_->processIdentifier; }
@@ -135,8 +135,8 @@ private:
     void setParent(const std::shared_ptr<Process>& parent);
 
     // What each sample touches stands together.
-    std::atomic<std::uint64_t> mem_{0};
-    std::atomic<double> cpu_{0};
+    Relaxed<std::uint64_t> mem_;
+    Relaxed<double> cpu_;
     Sampling sampling_;
 
     const std::shared_ptr<const platform::RunningApplication> app_;

@@ -37,9 +37,9 @@ std::optional<double> read<double>(const platform::BatteryService& service, std:
 }
 
 template <class T>
-void store(std::atomic<T>& field, const std::optional<T>& value) {
+void store(Relaxed<T>& field, const std::optional<T>& value) {
     if (value)
-        field.store(*value, std::memory_order_relaxed);
+        field = *value;
 }
 
 std::string remainingText(std::int32_t minutes, bool isCharging) {

@@ -4,12 +4,12 @@
 /// The internal battery and the power it runs on.
 
 #include <SentrelKit/Export.h>
+#include <SentrelKit/base/system/detail/Relaxed.h>
 #include <SentrelKit/probes/SystemManager.h>
 #include <SentrelKit/system/Mutex/Atomic.h>
 #include <SentrelKit/system/Signal.h>
 #include <SentrelKit/system/SystemResource.h>
 
-#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -51,36 +51,36 @@ public:
     [[nodiscard]] Signal<void>& onBatteryChanged() noexcept { return onBatteryChanged_; }
 
     [[nodiscard]] bool hasBattery() const noexcept { return hasBattery_; }         ///< the machine can have a battery
-    [[nodiscard]] bool installed() const noexcept { return load(installed_); }     ///< one is in it
-    [[nodiscard]] bool isACPowered() const noexcept { return load(isACPowered_); } ///< an adapter is connected
-    [[nodiscard]] bool isFullyCharged() const noexcept { return load(isFullyCharged_); } ///< nothing more goes in
-    [[nodiscard]] bool isCharging() const noexcept { return load(isCharging_); }         ///< it is being charged
+    [[nodiscard]] bool installed() const noexcept { return installed_; }           ///< one is in it
+    [[nodiscard]] bool isACPowered() const noexcept { return isACPowered_; }       ///< an adapter is connected
+    [[nodiscard]] bool isFullyCharged() const noexcept { return isFullyCharged_; } ///< nothing more goes in
+    [[nodiscard]] bool isCharging() const noexcept { return isCharging_; }         ///< it is being charged
 
     /// The power of the external adapter in watts; 0 without one, or if it does not tell.
-    [[nodiscard]] std::int64_t acWatts() const noexcept { return load(acWatts_); }
+    [[nodiscard]] std::int64_t acWatts() const noexcept { return acWatts_; }
 
-    [[nodiscard]] double currentCapacity() const noexcept { return load(currentCapacity_); } ///< mAh
-    [[nodiscard]] double maxCapacity() const noexcept { return load(maxCapacity_); }         ///< full charge now, mAh
-    [[nodiscard]] double designCapacity() const noexcept { return load(designCapacity_); } ///< full charge as new, mAh
+    [[nodiscard]] double currentCapacity() const noexcept { return currentCapacity_; } ///< mAh
+    [[nodiscard]] double maxCapacity() const noexcept { return maxCapacity_; }         ///< full charge now, mAh
+    [[nodiscard]] double designCapacity() const noexcept { return designCapacity_; }   ///< full charge as new, mAh
 
-    [[nodiscard]] std::int64_t cycleCount() const noexcept { return load(cycleCount_); } ///< charge cycles so far
+    [[nodiscard]] std::int64_t cycleCount() const noexcept { return cycleCount_; } ///< charge cycles so far
     /// Charge cycles that it is made for; 0 if not known.
-    [[nodiscard]] std::int64_t designCycleCount() const noexcept { return load(designCycleCount_); }
+    [[nodiscard]] std::int64_t designCycleCount() const noexcept { return designCycleCount_; }
 
-    [[nodiscard]] double temperature() const noexcept { return load(temperature_); } ///< degrees Celsius
+    [[nodiscard]] double temperature() const noexcept { return temperature_; } ///< degrees Celsius
 
     /// "2:05 remaining", "0:59 until charged", "Calculating..." while it cannot be known, empty when there is no time
     /// to tell. "Calculating..", with two dots, before the first change: meant so.
     [[nodiscard]] std::string timeRemaining() const;
 
-    [[nodiscard]] std::int64_t voltage() const noexcept { return load(voltage_); } ///< mV
-    [[nodiscard]] std::int64_t current() const noexcept { return load(current_); } ///< mA, negative while discharging
+    [[nodiscard]] std::int64_t voltage() const noexcept { return voltage_; } ///< mV
+    [[nodiscard]] std::int64_t current() const noexcept { return current_; } ///< mA, negative while discharging
 
     /// Charge in percent, 0 to 100; -2147483648 while there is no full charge to compare with, as in an empty bay.
-    [[nodiscard]] std::int64_t percent() const noexcept { return load(percent_); }
+    [[nodiscard]] std::int64_t percent() const noexcept { return percent_; }
 
     [[nodiscard]] std::string condition() const; ///< in the driver's words; "Normal" if it reports none
-    [[nodiscard]] bool hasACondition() const noexcept { return load(hasACondition_); } ///< the driver reported one
+    [[nodiscard]] bool hasACondition() const noexcept { return hasACondition_; } ///< the driver reported one
 
     [[nodiscard]] std::string age() const { return age_; }                   ///< "3.5 years"; empty if not known
     [[nodiscard]] std::string manufactured() const { return manufactured_; } ///< "14 Mar 2019"; empty if not known
@@ -93,11 +93,6 @@ public:
     [[nodiscard]] int health() const noexcept;
 
 private:
-    template <class T>
-    static T load(const std::atomic<T>& field) noexcept {
-        return field.load(std::memory_order_relaxed);
-    }
-
     class Observation;
     class Observations;
 
@@ -107,23 +102,23 @@ private:
     const std::shared_ptr<probes::SystemManager> session_;
     Signal<void> onBatteryChanged_;
     bool hasBattery_ = false;
-    std::atomic<bool> installed_{false};
-    std::atomic<bool> isACPowered_{false};
-    std::atomic<bool> isFullyCharged_{false};
-    std::atomic<bool> isCharging_{false};
-    std::atomic<std::int64_t> acWatts_{0};
-    std::atomic<double> currentCapacity_{0};
-    std::atomic<double> maxCapacity_{0};
-    std::atomic<double> designCapacity_{0};
-    std::atomic<std::int64_t> cycleCount_{0};
-    std::atomic<std::int64_t> designCycleCount_{0};
-    std::atomic<double> temperature_{0};
+    Relaxed<bool> installed_;
+    Relaxed<bool> isACPowered_;
+    Relaxed<bool> isFullyCharged_;
+    Relaxed<bool> isCharging_;
+    Relaxed<std::int64_t> acWatts_;
+    Relaxed<double> currentCapacity_;
+    Relaxed<double> maxCapacity_;
+    Relaxed<double> designCapacity_;
+    Relaxed<std::int64_t> cycleCount_;
+    Relaxed<std::int64_t> designCycleCount_;
+    Relaxed<double> temperature_;
     Atomic<std::string> timeRemaining_{"Calculating.."};
-    std::atomic<std::int64_t> voltage_{0};
-    std::atomic<std::int64_t> current_{0};
-    std::atomic<std::int64_t> percent_{0};
+    Relaxed<std::int64_t> voltage_;
+    Relaxed<std::int64_t> current_;
+    Relaxed<std::int64_t> percent_;
     Atomic<std::string> condition_;
-    std::atomic<bool> hasACondition_{false};
+    Relaxed<bool> hasACondition_;
     std::string age_;
     std::string manufactured_;
 

@@ -26,11 +26,11 @@ void CPU::update() {
     probes::CPUData data{};
     if (probes::_getCPUData(&data, *session_) < 1)
         return;
-    user_.store(data.user, std::memory_order_relaxed);
-    sys_.store(data.system, std::memory_order_relaxed);
-    idle_.store(data.idle, std::memory_order_relaxed);
-    processes_.store(data.tasks, std::memory_order_relaxed);
-    threads_.store(data.threads, std::memory_order_relaxed);
+    user_ = data.user;
+    sys_ = data.system;
+    idle_ = data.idle;
+    processes_ = data.tasks;
+    threads_ = data.threads;
 }
 
 std::string CPU::brand() const {

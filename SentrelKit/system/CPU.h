@@ -4,13 +4,13 @@
 /// The processor: load, what runs, cores, brand, uptime, heat.
 
 #include <SentrelKit/Export.h>
+#include <SentrelKit/base/system/detail/Relaxed.h>
 #include <SentrelKit/platform/ThermalState.h>
 #include <SentrelKit/probes/SystemManager.h>
 #include <SentrelKit/system/Mutex/Atomic.h>
 #include <SentrelKit/system/SystemResource.h>
 
 #include <array>
-#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -35,15 +35,15 @@ public:
     /// Takes one sample. The ticks it measures from are the session's, not the model's.
     void update() override;
 
-    [[nodiscard]] double user() const noexcept { return load(user_); }     ///< percent, nice included, 0 to 100
-    [[nodiscard]] double sys() const noexcept { return load(sys_); }       ///< percent, 0 to 100
-    [[nodiscard]] double idle() const noexcept { return load(idle_); }     ///< percent, 0 to 100
+    [[nodiscard]] double user() const noexcept { return user_; }           ///< percent, nice included, 0 to 100
+    [[nodiscard]] double sys() const noexcept { return sys_; }             ///< percent, 0 to 100
+    [[nodiscard]] double idle() const noexcept { return idle_; }           ///< percent, 0 to 100
     [[nodiscard]] double usage() const noexcept { return user() + sys(); } ///< percent, user and system, 0 to 100
 
     /// Processes at the last sample.
-    [[nodiscard]] std::uint32_t processes() const noexcept { return load(processes_); }
+    [[nodiscard]] std::uint32_t processes() const noexcept { return processes_; }
     /// Threads of all of them at the last sample.
-    [[nodiscard]] std::uint32_t threads() const noexcept { return load(threads_); }
+    [[nodiscard]] std::uint32_t threads() const noexcept { return threads_; }
 
     /// Cores of the machine.
     [[nodiscard]] std::int64_t physicalCores() const noexcept { return physicalCores_; }
@@ -75,17 +75,12 @@ public:
     [[nodiscard]] std::array<double, 3> loadavg() const;
 
 private:
-    template <class T>
-    static T load(const std::atomic<T>& field) noexcept {
-        return field.load(std::memory_order_relaxed);
-    }
-
     const std::shared_ptr<probes::SystemManager> session_;
-    std::atomic<double> user_{0};
-    std::atomic<double> sys_{0};
-    std::atomic<double> idle_{0};
-    std::atomic<std::uint32_t> processes_{0};
-    std::atomic<std::uint32_t> threads_{0};
+    Relaxed<double> user_;
+    Relaxed<double> sys_;
+    Relaxed<double> idle_;
+    Relaxed<std::uint32_t> processes_;
+    Relaxed<std::uint32_t> threads_;
     std::int64_t physicalCores_ = 0;
     std::int64_t logicalCores_ = 0;
     std::int64_t activePhysicalCores_ = 0;

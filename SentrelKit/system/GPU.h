@@ -4,10 +4,10 @@
 /// The machine's graphics processors.
 
 #include <SentrelKit/Export.h>
+#include <SentrelKit/base/system/detail/Relaxed.h>
 #include <SentrelKit/probes/SystemManager.h>
 #include <SentrelKit/system/SystemResource.h>
 
-#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -65,8 +65,8 @@ private:
     const std::shared_ptr<probes::SystemManager> session_;
     std::optional<Processor> integrated_;
     std::optional<Processor> discrete_;
-    std::atomic<bool> isDiscrete_{false}; // the current one
-    std::vector<std::uint8_t> active_;    // of the sampling thread alone
+    Relaxed<bool> isDiscrete_;         // the current one
+    std::vector<std::uint8_t> active_; // of the sampling thread alone
 };
 
 } // namespace sentrel

@@ -30,15 +30,15 @@ void Memory::update() {
     probes::MEMData data{};
     if (probes::_getMEMData(&data, *session_) < 1)
         return;
-    free_.store(data.free + data.inactive, std::memory_order_relaxed);
-    active_.store(data.active, std::memory_order_relaxed);
-    wired_.store(data.wired, std::memory_order_relaxed);
-    compressed_.store(data.compressed, std::memory_order_relaxed);
-    pagesIn_.store(data.pageins, std::memory_order_relaxed);
-    pagesOut_.store(data.pageouts, std::memory_order_relaxed);
-    pagesFault_.store(data.faults, std::memory_order_relaxed);
-    appMemory_.store(data.app, std::memory_order_relaxed);
-    cachedFiles_.store(data.cached, std::memory_order_relaxed);
+    free_ = data.free + data.inactive;
+    active_ = data.active;
+    wired_ = data.wired;
+    compressed_ = data.compressed;
+    pagesIn_ = data.pageins;
+    pagesOut_ = data.pageouts;
+    pagesFault_ = data.faults;
+    appMemory_ = data.app;
+    cachedFiles_ = data.cached;
 }
 
 int Memory::usage() const noexcept {

@@ -4,10 +4,10 @@
 /// Physical memory, paging and swap.
 
 #include <SentrelKit/Export.h>
+#include <SentrelKit/base/system/detail/Relaxed.h>
 #include <SentrelKit/probes/SystemManager.h>
 #include <SentrelKit/system/SystemResource.h>
 
-#include <atomic>
 #include <cstdint>
 #include <memory>
 
@@ -29,20 +29,20 @@ public:
     /// Takes one sample.
     void update() override;
 
-    [[nodiscard]] std::uint64_t physical() const noexcept { return physical_; }   ///< installed, bytes
-    [[nodiscard]] std::uint64_t wired() const noexcept { return load(wired_); }   ///< cannot be moved out, bytes
-    [[nodiscard]] std::uint64_t active() const noexcept { return load(active_); } ///< in use by programs, bytes
-    [[nodiscard]] std::uint64_t compressed() const noexcept { return load(compressed_); } ///< the compressor, bytes
-    [[nodiscard]] std::uint64_t free() const noexcept { return load(free_); } ///< bytes, with inactive memory: meant so
-    [[nodiscard]] std::uint64_t appMemory() const noexcept { return load(appMemory_); }     ///< of programs, bytes
-    [[nodiscard]] std::uint64_t cachedFiles() const noexcept { return load(cachedFiles_); } ///< of files, bytes
+    [[nodiscard]] std::uint64_t physical() const noexcept { return physical_; }     ///< installed, bytes
+    [[nodiscard]] std::uint64_t wired() const noexcept { return wired_; }           ///< cannot be moved out, bytes
+    [[nodiscard]] std::uint64_t active() const noexcept { return active_; }         ///< in use by programs, bytes
+    [[nodiscard]] std::uint64_t compressed() const noexcept { return compressed_; } ///< the compressor, bytes
+    [[nodiscard]] std::uint64_t free() const noexcept { return free_; } ///< bytes, with inactive memory: meant so
+    [[nodiscard]] std::uint64_t appMemory() const noexcept { return appMemory_; }     ///< of programs, bytes
+    [[nodiscard]] std::uint64_t cachedFiles() const noexcept { return cachedFiles_; } ///< of files, bytes
 
     /// Pages read in since boot. On Linux they are of 4096 bytes, and those of every block device count.
-    [[nodiscard]] std::uint64_t pagesIn() const noexcept { return load(pagesIn_); }
+    [[nodiscard]] std::uint64_t pagesIn() const noexcept { return pagesIn_; }
     /// Pages written out since boot, counted the same way.
-    [[nodiscard]] std::uint64_t pagesOut() const noexcept { return load(pagesOut_); }
+    [[nodiscard]] std::uint64_t pagesOut() const noexcept { return pagesOut_; }
     /// Page faults since boot.
-    [[nodiscard]] std::uint64_t pagesFault() const noexcept { return load(pagesFault_); }
+    [[nodiscard]] std::uint64_t pagesFault() const noexcept { return pagesFault_; }
 
     /// Wired, active and compressed memory in percent of those and free, rounded half away from zero, 0 to 100; 0
     /// before the first sample.
@@ -75,21 +75,17 @@ public:
     [[nodiscard]] Swap swap() const;
 
 private:
-    static std::uint64_t load(const std::atomic<std::uint64_t>& field) noexcept {
-        return field.load(std::memory_order_relaxed);
-    }
-
     const std::shared_ptr<probes::SystemManager> session_;
     std::uint64_t physical_ = 0;
-    std::atomic<std::uint64_t> wired_{0};
-    std::atomic<std::uint64_t> active_{0};
-    std::atomic<std::uint64_t> compressed_{0};
-    std::atomic<std::uint64_t> free_{0};
-    std::atomic<std::uint64_t> appMemory_{0};
-    std::atomic<std::uint64_t> cachedFiles_{0};
-    std::atomic<std::uint64_t> pagesIn_{0};
-    std::atomic<std::uint64_t> pagesOut_{0};
-    std::atomic<std::uint64_t> pagesFault_{0};
+    Relaxed<std::uint64_t> wired_;
+    Relaxed<std::uint64_t> active_;
+    Relaxed<std::uint64_t> compressed_;
+    Relaxed<std::uint64_t> free_;
+    Relaxed<std::uint64_t> appMemory_;
+    Relaxed<std::uint64_t> cachedFiles_;
+    Relaxed<std::uint64_t> pagesIn_;
+    Relaxed<std::uint64_t> pagesOut_;
+    Relaxed<std::uint64_t> pagesFault_;
 };
 
 } // namespace sentrel

@@ -22,14 +22,9 @@ double rate(std::int64_t now, std::int64_t before, std::int64_t milliseconds) no
     return static_cast<double>(now - before) * 1000 / static_cast<double>(milliseconds);
 }
 
-void setRate(std::atomic<double>& figure, std::atomic<double>& peak, double value) noexcept {
-    figure.store(value, std::memory_order_relaxed);
-    peak.store(std::max(value, peak.load(std::memory_order_relaxed)), std::memory_order_relaxed);
-}
-
-template <class Number>
-void addTo(std::atomic<Number>& sum, const std::atomic<Number>& value) noexcept {
-    sum.store(sum.load(std::memory_order_relaxed) + value.load(std::memory_order_relaxed), std::memory_order_relaxed);
+void setRate(Relaxed<double>& figure, Relaxed<double>& peak, double value) noexcept {
+    figure = value;
+    peak = std::max<double>(value, peak);
 }
 
 std::optional<std::string> joined(const std::optional<std::vector<std::string>>& texts) {
@@ -318,18 +313,18 @@ void Network::Interface::take(std::int64_t time, const probes::NetworkData& data
         address_ = data.address;
         ipaddr_.setValue(address_);
     }
-    ibytes_.store(data.bytesIn, std::memory_order_relaxed);
-    obytes_.store(data.bytesOut, std::memory_order_relaxed);
+    ibytes_ = data.bytesIn;
+    obytes_ = data.bytesOut;
     timestamp_ = time;
 }
 
 void Network::Interface::add(const Interface& other) noexcept {
-    addTo(ibytesps_, other.ibytesps_);
-    addTo(obytesps_, other.obytesps_);
-    addTo(peakibytesps_, other.peakibytesps_);
-    addTo(peakobytesps_, other.peakobytesps_);
-    addTo(ibytes_, other.ibytes_);
-    addTo(obytes_, other.obytes_);
+    ibytesps_ = ibytesps_ + other.ibytesps_;
+    obytesps_ = obytesps_ + other.obytesps_;
+    peakibytesps_ = peakibytesps_ + other.peakibytesps_;
+    peakobytesps_ = peakobytesps_ + other.peakobytesps_;
+    ibytes_ = ibytes_ + other.ibytes_;
+    obytes_ = obytes_ + other.obytes_;
 }
 
 std::shared_ptr<Network::Interface> Network::aggregated() const {

@@ -5,11 +5,11 @@
 /// configuration that goes with it.
 
 #include <SentrelKit/Export.h>
+#include <SentrelKit/base/system/detail/Relaxed.h>
 #include <SentrelKit/probes/SystemManager.h>
 #include <SentrelKit/system/Mutex/Atomic.h>
 #include <SentrelKit/system/SystemResource.h>
 
-#include <atomic>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -46,16 +46,12 @@ public:
     /// under its old name, is a new object. A new object has rates and peaks 0, texts empty and flags false.
     class SENTREL_API Interface {
     public:
-        [[nodiscard]] double ibytesps() const noexcept { return load(ibytesps_); } ///< bytes received per second
-        [[nodiscard]] double obytesps() const noexcept { return load(obytesps_); } ///< bytes sent per second
-        [[nodiscard]] double peakibytesps() const noexcept {
-            return load(peakibytesps_);
-        } ///< the highest ibytesps so far
-        [[nodiscard]] double peakobytesps() const noexcept {
-            return load(peakobytesps_);
-        }                                                                            ///< the highest obytesps so far
-        [[nodiscard]] std::int64_t ibytes() const noexcept { return load(ibytes_); } ///< bytes received, the counter
-        [[nodiscard]] std::int64_t obytes() const noexcept { return load(obytes_); } ///< bytes sent, the counter
+        [[nodiscard]] double ibytesps() const noexcept { return ibytesps_; }         ///< bytes received per second
+        [[nodiscard]] double obytesps() const noexcept { return obytesps_; }         ///< bytes sent per second
+        [[nodiscard]] double peakibytesps() const noexcept { return peakibytesps_; } ///< the highest ibytesps so far
+        [[nodiscard]] double peakobytesps() const noexcept { return peakobytesps_; } ///< the highest obytesps so far
+        [[nodiscard]] std::int64_t ibytes() const noexcept { return ibytes_; }       ///< bytes received, the counter
+        [[nodiscard]] std::int64_t obytes() const noexcept { return obytes_; }       ///< bytes sent, the counter
         [[nodiscard]] std::string ipaddr() const { return ipaddr_.value(); }         ///< the first address, numeric
 
         // What follows is as it was when the interface was first seen.
@@ -71,21 +67,16 @@ public:
     private:
         friend class Network;
 
-        template <class Number>
-        static Number load(const std::atomic<Number>& figure) noexcept {
-            return figure.load(std::memory_order_relaxed);
-        }
-
         void measure(std::int64_t time, const probes::NetworkData& data) noexcept;
         void take(std::int64_t time, const probes::NetworkData& data);
         void add(const Interface& other) noexcept;
 
-        std::atomic<double> ibytesps_{0};
-        std::atomic<double> obytesps_{0};
-        std::atomic<double> peakibytesps_{0};
-        std::atomic<double> peakobytesps_{0};
-        std::atomic<std::int64_t> ibytes_{0};
-        std::atomic<std::int64_t> obytes_{0};
+        Relaxed<double> ibytesps_;
+        Relaxed<double> obytesps_;
+        Relaxed<double> peakibytesps_;
+        Relaxed<double> peakobytesps_;
+        Relaxed<std::int64_t> ibytes_;
+        Relaxed<std::int64_t> obytes_;
         std::string mac_; // never changed once other threads see the object, like the four facts below
         Atomic<std::string> ipaddr_;
         std::int64_t timestamp_ = 0; // milliseconds; of the sampling thread alone, like address_, index_ and sample_

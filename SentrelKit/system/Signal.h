@@ -22,10 +22,10 @@
 ///   what a queue or a delay still holds for it;
 /// - an exception of a callback passes through `fire`; the subscriptions behind it miss that value.
 
+#include <SentrelKit/base/system/detail/Relaxed.h>
 #include <SentrelKit/platform/DispatchQueue.h>
 #include <SentrelKit/system/Mutex/Atomic.h>
 
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -122,7 +122,7 @@ public:
 
     /// Ends the subscription: nothing more is delivered, a value that waits for its delay or on a queue included; only
     /// a call that already runs finishes. Any thread.
-    void cancel() noexcept { cancelled_.store(true, std::memory_order_relaxed); }
+    void cancel() noexcept { cancelled_ = true; }
 
     /// The owner, or null when the subscription is dead. Any thread.
     [[nodiscard]] std::shared_ptr<void> listener() const noexcept { return isEnded() ? nullptr : owner_.lock(); }
@@ -134,8 +134,8 @@ public:
     [[nodiscard]] std::optional<double> delay() const noexcept { return delay_; }
 
 private:
-    [[nodiscard]] bool isCancelled() const noexcept { return cancelled_.load(std::memory_order_relaxed); }
-    [[nodiscard]] bool isEnded() const noexcept { return isCancelled() || spent_.load(std::memory_order_relaxed); }
+    [[nodiscard]] bool isCancelled() const noexcept { return cancelled_; }
+    [[nodiscard]] bool isEnded() const noexcept { return isCancelled() || spent_; }
     [[nodiscard]] bool isAlive() const noexcept { return !isEnded() && !owner_.expired(); }
     [[nodiscard]] bool belongsTo(const void* identity) const noexcept { return identity_ == identity; }
 
@@ -149,7 +149,7 @@ private:
         if (!isAlive())
             return false;
         if (once_)
-            spent_.store(true, std::memory_order_relaxed);
+            spent_ = true;
         if (delay_)
             enqueue(data);
         else if (dispatchQueue_)
@@ -191,8 +191,8 @@ private:
     const std::weak_ptr<void> owner_;
     const void* const identity_;
     // Death before the owner's own; the weak pointer itself is never changed, so that any thread may ask it.
-    std::atomic<bool> cancelled_{false};
-    std::atomic<bool> spent_{false}; ///< a one-shot subscription that has handed its value out
+    Relaxed<bool> cancelled_;
+    Relaxed<bool> spent_; ///< a one-shot subscription that has handed its value out
     bool once_ = false;
     std::optional<double> delay_;
     std::unique_ptr<Atomic<std::optional<Value>>> queuedData_;
@@ -301,7 +301,7 @@ public:
     }
 
     /// Number of fires so far. Any thread.
-    [[nodiscard]] std::int64_t fireCount() const noexcept { return fireCount_.load(std::memory_order_relaxed); }
+    [[nodiscard]] std::int64_t fireCount() const noexcept { return fireCount_; }
 
     /// The last value fired, if it is kept.
     [[nodiscard]] std::optional<Value> lastDataFired() const { return lastDataFired_; }
@@ -345,7 +345,7 @@ private:
     }
 
     void publish(const Value& data) {
-        fireCount_.store(fireCount() + 1, std::memory_order_relaxed);
+        fireCount_ = fireCount() + 1;
         if (retainLastData_)
             lastDataFired_ = data;
         else
@@ -387,7 +387,7 @@ private:
         signalListeners_.resize(kept);
     }
 
-    std::atomic<std::int64_t> fireCount_{0};
+    Relaxed<std::int64_t> fireCount_;
     std::optional<Value> lastDataFired_;
     bool retainLastData_;
     bool dumpPending_ = false;

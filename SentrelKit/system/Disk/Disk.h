@@ -4,12 +4,12 @@
 /// The mounted volumes: their space, the activity of their disks, and their drives' health.
 
 #include <SentrelKit/Export.h>
+#include <SentrelKit/base/system/detail/Relaxed.h>
 #include <SentrelKit/platform/VolumeNotification.h>
 #include <SentrelKit/probes/DiskProbes.h>
 #include <SentrelKit/system/Mutex/Atomic.h>
 #include <SentrelKit/system/SystemResource.h>
 
-#include <atomic>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -94,24 +94,24 @@ public:
     [[nodiscard]] const std::string& fstype() const noexcept { return fstype_; } ///< such as "apfs" or "ext4"
     [[nodiscard]] const std::string& model() const noexcept { return model_; }   ///< of the device, or "unknown"
     /// Bytes; 0 until the file system answered for the first time, which a network share may do late.
-    [[nodiscard]] std::int64_t total() const noexcept { return load(total_); }
+    [[nodiscard]] std::int64_t total() const noexcept { return total_; }
     [[nodiscard]] bool isRootFS() const noexcept { return isRootFS_; } ///< mounted at "/"
     /// The name of the icon for the mount point, on Linux one of freedesktop's icon names.
     [[nodiscard]] const std::optional<std::string>& icon() const noexcept { return icon_; }
     /// The drive's health when the volume was first seen; absent if it could not be asked.
     [[nodiscard]] const std::optional<probes::SMARTData>& smart() const noexcept { return smart_; }
 
-    [[nodiscard]] std::int64_t free() const noexcept { return load(free_); }     ///< bytes
-    [[nodiscard]] std::int64_t used() const noexcept { return load(used_); }     ///< bytes
-    [[nodiscard]] std::int64_t wbytes() const noexcept { return load(wbytes_); } ///< written since boot
-    [[nodiscard]] std::int64_t rbytes() const noexcept { return load(rbytes_); } ///< read since boot
+    [[nodiscard]] std::int64_t free() const noexcept { return free_; }     ///< bytes
+    [[nodiscard]] std::int64_t used() const noexcept { return used_; }     ///< bytes
+    [[nodiscard]] std::int64_t wbytes() const noexcept { return wbytes_; } ///< written since boot
+    [[nodiscard]] std::int64_t rbytes() const noexcept { return rbytes_; } ///< read since boot
     /// Written bytes per second over the last gap between samples: (counter now - counter before) * 1000 / milliseconds
     /// between, only over a positive gap; neither smoothed nor clamped: a counter that went back gives a negative rate:
     /// meant so. 0.0 at first.
-    [[nodiscard]] double wbytesps() const noexcept { return load(wbytesps_); }
-    [[nodiscard]] double rbytesps() const noexcept { return load(rbytesps_); } ///< the same for reading
+    [[nodiscard]] double wbytesps() const noexcept { return wbytesps_; }
+    [[nodiscard]] double rbytesps() const noexcept { return rbytesps_; } ///< the same for reading
     /// When the counters were taken: milliseconds since the epoch.
-    [[nodiscard]] std::int64_t timestamp() const noexcept { return load(timestamp_); }
+    [[nodiscard]] std::int64_t timestamp() const noexcept { return timestamp_; }
 
     /// Used space in percent: truncated, then kept in 8 bits (0 to 255) without a range check: meant so. 0 if
     /// `total` is 0.
@@ -135,15 +135,6 @@ private:
         std::string path;
     };
 
-    template <class Value>
-    static Value load(const std::atomic<Value>& field) noexcept {
-        return field.load(std::memory_order_relaxed);
-    }
-    template <class Value>
-    static void store(std::atomic<Value>& field, Value value) noexcept {
-        field.store(value, std::memory_order_relaxed);
-    }
-
     void sample(probes::SystemManager& session);
     void relist(probes::DiskData data, std::int64_t time);
     [[nodiscard]] int measureUsage(probes::SystemManager& session);
@@ -164,14 +155,14 @@ private:
     bool isRootFS_ = false;
     std::optional<probes::SMARTData> smart_;
 
-    std::atomic<std::int64_t> total_{0};
-    std::atomic<std::int64_t> free_{0};
-    std::atomic<std::int64_t> used_{0};
-    std::atomic<std::int64_t> wbytes_{0};
-    std::atomic<std::int64_t> rbytes_{0};
-    std::atomic<double> wbytesps_{0.0};
-    std::atomic<double> rbytesps_{0.0};
-    std::atomic<std::int64_t> timestamp_{0};
+    Relaxed<std::int64_t> total_;
+    Relaxed<std::int64_t> free_;
+    Relaxed<std::int64_t> used_;
+    Relaxed<std::int64_t> wbytes_;
+    Relaxed<std::int64_t> rbytes_;
+    Relaxed<double> wbytesps_;
+    Relaxed<double> rbytesps_;
+    Relaxed<std::int64_t> timestamp_;
 };
 
 } // namespace sentrel

@@ -79,28 +79,27 @@ int Disk::Volume::measureUsage(probes::SystemManager& session) {
     if (probes::_getDiskDataFor(label->path.c_str(), &data, session) <= 0)
         return 0;
     setTotal(data.total);
-    store(used_, data.used);
+    used_ = data.used;
     return percentOf(data.used, total());
 }
 
 void Disk::Volume::setRates(const probes::DiskData& data, std::int64_t gap) noexcept {
-    store(wbytesps_, rate(data.bytesWritten, wbytes(), gap));
-    store(rbytesps_, rate(data.bytesRead, rbytes(), gap));
+    wbytesps_ = rate(data.bytesWritten, wbytes(), gap);
+    rbytesps_ = rate(data.bytesRead, rbytes(), gap);
 }
 
 void Disk::Volume::setActivity(const probes::DiskData& data, std::int64_t now) noexcept {
     setTotal(data.total);
-    store(wbytes_, data.bytesWritten);
-    store(rbytes_, data.bytesRead);
-    store(free_, data.free);
-    store(used_, data.used);
-    store(timestamp_, now);
+    wbytes_ = data.bytesWritten;
+    rbytes_ = data.bytesRead;
+    free_ = data.free;
+    used_ = data.used;
+    timestamp_ = now;
 }
 
 // The first one that is known, which may come after the volume.
 void Disk::Volume::setTotal(std::int64_t total) noexcept {
-    std::int64_t unknown = 0;
-    total_.compare_exchange_strong(unknown, total, std::memory_order_relaxed);
+    total_.replace(0, total);
 }
 
 void Disk::Volume::setLabel(std::string name, std::string path) {

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/views/drawing/Path.h>
 
-#include <atomic>
+#include <SentrelKit/base/system/detail/Relaxed.h>
+
 #include <cmath>
 #include <utility>
 
@@ -14,8 +15,8 @@ constexpr double pi = 3.14159265358979323846;
 // Control-point distance of the cubic curve that stands for a quarter of a unit circle: 4/3 · (√2 − 1).
 constexpr double quarterCurve = 0.55228474983079339840;
 
-std::atomic<double> processLineWidth{1.0};
-std::atomic<LineCap> processLineCap{LineCap::butt};
+Relaxed<double> processLineWidth{1.0};
+Relaxed<LineCap> processLineCap{LineCap::butt};
 
 double radians(double degrees) noexcept {
     return degrees * pi / 180.0;
@@ -187,19 +188,19 @@ void Path::setLineDash(std::vector<double> pattern, double phase) {
 }
 
 double Path::defaultLineWidth() noexcept {
-    return processLineWidth.load(std::memory_order_relaxed);
+    return processLineWidth;
 }
 
 void Path::setDefaultLineWidth(double width) noexcept {
-    processLineWidth.store(width, std::memory_order_relaxed);
+    processLineWidth = width;
 }
 
 LineCap Path::defaultLineCapStyle() noexcept {
-    return processLineCap.load(std::memory_order_relaxed);
+    return processLineCap;
 }
 
 void Path::setDefaultLineCapStyle(LineCap cap) noexcept {
-    processLineCap.store(cap, std::memory_order_relaxed);
+    processLineCap = cap;
 }
 
 } // namespace sentrel
