@@ -14,7 +14,7 @@ namespace sentrel {
 
 namespace {
 
-std::uint8_t percentOf(std::uint64_t part, std::uint64_t total) noexcept {
+std::uint8_t roundedPercent(std::uint64_t part, std::uint64_t total) noexcept {
     if (total == 0)
         return 0;
     const double percent = std::round(static_cast<double>(part) / static_cast<double>(total) * 100);
@@ -43,7 +43,7 @@ void Memory::update() {
 
 int Memory::usage() const noexcept {
     const std::uint64_t used = wired() + active() + compressed();
-    return percentOf(used, used + free());
+    return roundedPercent(used, used + free());
 }
 
 Memory::Percents Memory::percents() const noexcept {
@@ -52,8 +52,8 @@ Memory::Percents Memory::percents() const noexcept {
     const std::uint64_t compressedNow = compressed();
     const std::uint64_t freeNow = free();
     const std::uint64_t total = wiredNow + activeNow + compressedNow + freeNow;
-    return {percentOf(wiredNow, total), percentOf(activeNow, total), percentOf(compressedNow, total),
-            percentOf(freeNow, total)};
+    return {roundedPercent(wiredNow, total), roundedPercent(activeNow, total), roundedPercent(compressedNow, total),
+            roundedPercent(freeNow, total)};
 }
 
 Memory::Swap Memory::swap() const {

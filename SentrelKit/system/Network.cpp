@@ -5,6 +5,7 @@
 #include <SentrelKit/platform/Desktop.h>
 #include <SentrelKit/probes/NetworkProbes.h>
 #include <SentrelKit/system/Notification.h>
+#include <SentrelKit/system/detail/PerSecond.h>
 
 #include <algorithm>
 #include <string_view>
@@ -16,11 +17,6 @@ namespace {
 
 constexpr std::string_view noInternet = "No Internet";
 constexpr std::int64_t samplesBetweenChecks = 31;
-
-// Bytes per second between two readings of a counter; negative for one that went back.
-double rate(std::int64_t now, std::int64_t before, std::int64_t milliseconds) noexcept {
-    return static_cast<double>(now - before) * 1000 / static_cast<double>(milliseconds);
-}
 
 void setRate(Relaxed<double>& figure, Relaxed<double>& peak, double value) noexcept {
     figure = value;
@@ -304,8 +300,8 @@ void Network::Interface::measure(std::int64_t time, const probes::NetworkData& d
     const std::int64_t elapsed = time - timestamp_;
     if (elapsed <= 0)
         return;
-    setRate(ibytesps_, peakibytesps_, rate(data.bytesIn, ibytes(), elapsed));
-    setRate(obytesps_, peakobytesps_, rate(data.bytesOut, obytes(), elapsed));
+    setRate(ibytesps_, peakibytesps_, perSecond(data.bytesIn, ibytes(), elapsed));
+    setRate(obytesps_, peakobytesps_, perSecond(data.bytesOut, obytes(), elapsed));
 }
 
 void Network::Interface::take(std::int64_t time, const probes::NetworkData& data) {

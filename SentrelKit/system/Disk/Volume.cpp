@@ -4,24 +4,14 @@
 #include <SentrelKit/platform/Clock.h>
 #include <SentrelKit/system/Disk/Disk.h>
 #include <SentrelKit/system/Disk/detail/UsagePercent.h>
+#include <SentrelKit/system/detail/PerSecond.h>
 
 #include <utility>
 
 namespace sentrel {
 
-namespace {
-
-// Bytes per second over a gap in milliseconds. A difference beyond 64 bits keeps its low ones.
-double rate(std::int64_t now, std::int64_t before, std::int64_t gap) {
-    const auto difference =
-        static_cast<std::int64_t>(static_cast<std::uint64_t>(now) - static_cast<std::uint64_t>(before));
-    return static_cast<double>(difference) * 1000.0 / static_cast<double>(gap);
-}
-
-} // namespace
-
 int Disk::Volume::usagePercent() const noexcept {
-    return percentOf(used(), total());
+    return truncatedPercent(used(), total());
 }
 
 bool Disk::Volume::eject() const {
@@ -80,12 +70,12 @@ int Disk::Volume::measureUsage(probes::SystemManager& session) {
         return 0;
     setTotal(data.total);
     used_ = data.used;
-    return percentOf(data.used, total());
+    return truncatedPercent(data.used, total());
 }
 
 void Disk::Volume::setRates(const probes::DiskData& data, std::int64_t gap) noexcept {
-    wbytesps_ = rate(data.bytesWritten, wbytes(), gap);
-    rbytesps_ = rate(data.bytesRead, rbytes(), gap);
+    wbytesps_ = perSecond(data.bytesWritten, wbytes(), gap);
+    rbytesps_ = perSecond(data.bytesRead, rbytes(), gap);
 }
 
 void Disk::Volume::setActivity(const probes::DiskData& data, std::int64_t now) noexcept {

@@ -3,7 +3,7 @@
 
 namespace sentrel {
 
-std::uint8_t percentOf(std::int64_t used, std::int64_t total) noexcept {
+std::uint8_t truncatedPercent(std::int64_t used, std::int64_t total) noexcept {
     if (total == 0)
         return 0;
     constexpr double bound = 9223372036854775808.0; // 2 to the 63rd
