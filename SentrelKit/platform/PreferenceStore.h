@@ -28,21 +28,10 @@ public:
     /// `object` returns: the path of a file address as text, any other address as bytes.
     [[nodiscard]] virtual std::optional<PropertyList::Address> address(std::string_view key) const = 0;
 
-    /// Keeps a double.
-    [[nodiscard]] virtual bool setDouble(std::string_view key, double value) = 0;
-
-    /// Keeps an integer.
-    [[nodiscard]] virtual bool setInteger(std::string_view key, std::int64_t value) = 0;
-
-    /// Keeps a boolean.
-    [[nodiscard]] virtual bool setBoolean(std::string_view key, bool value) = 0;
-
-    /// Keeps an address, in the form that `address` reads.
-    [[nodiscard]] virtual bool setAddress(std::string_view key, const PropertyList::Address& value) = 0;
-
-    /// Keeps text, bytes, a date, a list or a dictionary. Fails for what a property list cannot hold: nothing, a text
-    /// that is not UTF-8, an address inside a list or dictionary.
-    [[nodiscard]] virtual bool setObject(std::string_view key, const PropertyList& value) = 0;
+    /// Keeps a value; an address in the form that `address` reads. Fails for what a property list cannot hold: nothing,
+    /// a text that is not UTF-8, an address inside a list or dictionary. macOS: setDouble:forKey:, setInteger:forKey:,
+    /// setBool:forKey:, setURL:forKey:, else setObject:forKey:.
+    [[nodiscard]] virtual bool set(std::string_view key, const PropertyList& value) = 0;
 
     /// Removes keys. Removing a key that is not there is no failure.
     [[nodiscard]] virtual bool remove(std::span<const std::string> keys) = 0;

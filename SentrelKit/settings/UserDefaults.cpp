@@ -28,17 +28,7 @@ std::optional<PropertyList::Address> UserDefaults::address(std::string_view key)
 bool UserDefaults::set(std::string_view key, const std::optional<PropertyList>& value) const {
     if (!value)
         return remove(key);
-    if (!suite_)
-        return false;
-    if (const double* real = value->as<double>())
-        return suite_->setDouble(key, *real);
-    if (const std::int64_t* integer = value->as<std::int64_t>())
-        return suite_->setInteger(key, *integer);
-    if (const bool* boolean = value->as<bool>())
-        return suite_->setBoolean(key, *boolean);
-    if (const auto* address = value->as<PropertyList::Address>())
-        return suite_->setAddress(key, *address);
-    return suite_->setObject(key, *value);
+    return suite_ && suite_->set(key, *value);
 }
 
 bool UserDefaults::hasKey(std::string_view key) const {

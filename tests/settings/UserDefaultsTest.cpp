@@ -321,7 +321,7 @@ TEST(UserDefaults, ReportsARefusedChangeAndReadsTheFallbacksWhenTheSuiteFails) {
     const UserDefaults defaults(suiteName);
     const auto suite = machine.preferences().scripted(suiteName);
     EXPECT_TRUE(defaults.set("key", 1));
-    for (const char* change : {"setInteger", "remove"})
+    for (const char* change : {"set", "remove"})
         suite->calls.fail(change);
     EXPECT_FALSE(defaults.set("key", 2));
     EXPECT_FALSE(defaults.remove("key"));

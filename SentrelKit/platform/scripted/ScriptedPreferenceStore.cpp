@@ -21,8 +21,12 @@ std::optional<PropertyList::Address> ScriptedPreferenceSuite::address(std::strin
     return address ? std::optional(*address) : std::nullopt;
 }
 
-bool ScriptedPreferenceSuite::setObject(std::string_view key, const PropertyList& value) {
-    return !value.empty() && !value.as<PropertyList::Address>() && set("setObject", key, value);
+bool ScriptedPreferenceSuite::set(std::string_view key, const PropertyList& value) {
+    if (calls.fails("set", std::string(key)) || value.empty())
+        return false;
+    const LockScope lock(lock_);
+    content_.insert_or_assign(std::string(key), value);
+    return true;
 }
 
 bool ScriptedPreferenceSuite::remove(std::span<const std::string> keys) {
@@ -45,14 +49,6 @@ std::vector<std::string> ScriptedPreferenceSuite::keys() const {
     for (const auto& entry : content_)
         keys.push_back(entry.first);
     return keys;
-}
-
-bool ScriptedPreferenceSuite::set(std::string_view operation, std::string_view key, const PropertyList& value) {
-    if (calls.fails(operation, std::string(key)))
-        return false;
-    const LockScope lock(lock_);
-    content_.insert_or_assign(std::string(key), value);
-    return true;
 }
 
 std::shared_ptr<PreferenceSuite> ScriptedPreferenceStore::suite(const std::string& name) {

@@ -15,20 +15,13 @@ class SENTREL_API ScriptedPreferenceSuite final : public PreferenceSuite {
 public:
     std::optional<PropertyList> object(std::string_view key) const override;
     std::optional<PropertyList::Address> address(std::string_view key) const override;
-    bool setDouble(std::string_view key, double value) override { return set("setDouble", key, value); }
-    bool setInteger(std::string_view key, std::int64_t value) override { return set("setInteger", key, value); }
-    bool setBoolean(std::string_view key, bool value) override { return set("setBoolean", key, value); }
-    bool setAddress(std::string_view key, const PropertyList::Address& value) override {
-        return set("setAddress", key, value);
-    }
-    bool setObject(std::string_view key, const PropertyList& value) override;
+    bool set(std::string_view key, const PropertyList& value) override;
     bool remove(std::span<const std::string> keys) override;
     std::vector<std::string> keys() const override;
 
     ScriptedCalls calls; ///< what was asked, and how it fails
 
 private:
-    bool set(std::string_view operation, std::string_view key, const PropertyList& value);
     [[nodiscard]] std::optional<PropertyList> find(std::string_view key) const;
 
     mutable Lock lock_;

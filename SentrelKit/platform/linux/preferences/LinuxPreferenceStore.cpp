@@ -44,13 +44,10 @@ public:
         return kept ? addressFromKept(*kept) : std::nullopt;
     }
 
-    bool setDouble(std::string_view key, double value) override { return set(key, value); }
-    bool setInteger(std::string_view key, std::int64_t value) override { return set(key, value); }
-    bool setBoolean(std::string_view key, bool value) override { return set(key, value); }
-    bool setObject(std::string_view key, const PropertyList& value) override { return set(key, value); }
-
-    bool setAddress(std::string_view key, const PropertyList::Address& value) override {
-        return set(key, keptFromAddress(value));
+    bool set(std::string_view key, const PropertyList& value) override {
+        if (const auto* address = value.as<PropertyList::Address>())
+            return keep(key, keptFromAddress(*address));
+        return keep(key, value);
     }
 
     bool remove(std::span<const std::string> keys) override {
@@ -72,7 +69,7 @@ public:
     }
 
 private:
-    bool set(std::string_view key, const PropertyList& value) {
+    bool keep(std::string_view key, const PropertyList& value) {
         return file_.change([&](PropertyList::Dictionary& content) {
             PropertyList& kept = content[std::string(key)];
             const bool same = kept == value && !value.empty();

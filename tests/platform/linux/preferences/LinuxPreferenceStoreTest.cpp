@@ -76,14 +76,14 @@ TEST_F(LinuxPreferenceStoreTest, AMissingFileReadsAsEmptyAndIsNotMade) {
 }
 
 TEST_F(LinuxPreferenceStoreTest, KeepsEveryKindApart) {
-    EXPECT_TRUE(suite->setDouble("double", 1.0));
-    EXPECT_TRUE(suite->setInteger("integer", 1));
-    EXPECT_TRUE(suite->setBoolean("boolean", true));
-    EXPECT_TRUE(suite->setObject("text", "1"));
-    EXPECT_TRUE(suite->setObject("bytes", Bytes{1}));
-    EXPECT_TRUE(suite->setObject("date", Date{1.25}));
-    EXPECT_TRUE(suite->setObject("list", List{1, 1.0, true}));
-    EXPECT_TRUE(suite->setObject("dictionary", Dictionary{{"1", 1.0}}));
+    EXPECT_TRUE(suite->set("double", 1.0));
+    EXPECT_TRUE(suite->set("integer", 1));
+    EXPECT_TRUE(suite->set("boolean", true));
+    EXPECT_TRUE(suite->set("text", "1"));
+    EXPECT_TRUE(suite->set("bytes", Bytes{1}));
+    EXPECT_TRUE(suite->set("date", Date{1.25}));
+    EXPECT_TRUE(suite->set("list", List{1, 1.0, true}));
+    EXPECT_TRUE(suite->set("dictionary", Dictionary{{"1", 1.0}}));
     for (const auto& reader : {suite, other}) {
         EXPECT_EQ(reader->object("double"), PropertyList(1.0));
         EXPECT_EQ(reader->object("integer"), PropertyList(1));
@@ -100,33 +100,33 @@ TEST_F(LinuxPreferenceStoreTest, KeepsEveryKindApart) {
 TEST_F(LinuxPreferenceStoreTest, KeepsAddressesAsMacOSDoes) {
     const Address web{"https://example.com/a?b=c#d"};
     const Address file{"file:///tmp/a%20folder/%C3%BC"};
-    EXPECT_TRUE(suite->setAddress("web", web));
-    EXPECT_TRUE(suite->setAddress("file", file));
+    EXPECT_TRUE(suite->set("web", web));
+    EXPECT_TRUE(suite->set("file", file));
     EXPECT_EQ(other->address("web"), web);
     EXPECT_EQ(other->address("file"), file);
     EXPECT_TRUE(other->object("web")->as<Bytes>());
     EXPECT_EQ(other->object("file"), PropertyList("/tmp/a folder/ü"));
-    EXPECT_TRUE(suite->setObject("home", "~/x"));
+    EXPECT_TRUE(suite->set("home", "~/x"));
     EXPECT_EQ(suite->address("home"), Address{std::string("file://") + std::getenv("HOME") + "/x"});
-    EXPECT_TRUE(suite->setObject("text", "no path"));
+    EXPECT_TRUE(suite->set("text", "no path"));
     EXPECT_EQ(suite->address("text"), std::nullopt);
-    EXPECT_TRUE(suite->setObject("bytes", Bytes{1, 2}));
+    EXPECT_TRUE(suite->set("bytes", Bytes{1, 2}));
     EXPECT_EQ(suite->address("bytes"), std::nullopt);
     EXPECT_EQ(suite->address("missing"), std::nullopt);
 }
 
 TEST_F(LinuxPreferenceStoreTest, AChangeIsSeenAtTheNextReadOfTheOther) {
     for (int value = 0; value < 30; ++value) {
-        ASSERT_TRUE((value % 2 == 0 ? suite : other)->setInteger("key", value));
+        ASSERT_TRUE((value % 2 == 0 ? suite : other)->set("key", value));
         ASSERT_EQ(suite->object("key"), PropertyList(value));
         ASSERT_EQ(other->object("key"), PropertyList(value));
     }
 }
 
 TEST_F(LinuxPreferenceStoreTest, KeepsTheChangesOfOthers) {
-    EXPECT_TRUE(suite->setInteger("mine", 1));
-    EXPECT_TRUE(other->setInteger("yours", 2));
-    EXPECT_TRUE(suite->setInteger("mine", 3));
+    EXPECT_TRUE(suite->set("mine", 1));
+    EXPECT_TRUE(other->set("yours", 2));
+    EXPECT_TRUE(suite->set("mine", 3));
     EXPECT_THAT(other->keys(), UnorderedElementsAre("mine", "yours"));
     EXPECT_TRUE(removeKey("yours"));
     EXPECT_THAT(other->keys(), ElementsAre("mine"));
@@ -134,20 +134,20 @@ TEST_F(LinuxPreferenceStoreTest, KeepsTheChangesOfOthers) {
 
 TEST_F(LinuxPreferenceStoreTest, WritesABinaryFileThatOnlyTheUserMayRead) {
     const mode_t before = umask(0);
-    EXPECT_TRUE(suite->setInteger("key", 1));
+    EXPECT_TRUE(suite->set("key", 1));
     umask(before);
     EXPECT_THAT(contentOf(path()), testing::StartsWith("bplist00"));
     struct stat status {};
     ASSERT_EQ(stat(path().c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 07777, 0600U);
     ASSERT_EQ(chmod(path().c_str(), 0644), 0);
-    EXPECT_TRUE(suite->setInteger("key", 2));
+    EXPECT_TRUE(suite->set("key", 2));
     ASSERT_EQ(stat(path().c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 07777, 0600U);
 }
 
 TEST_F(LinuxPreferenceStoreTest, LeavesNoFileBehindButTheSuiteAndItsLock) {
-    EXPECT_TRUE(suite->setInteger("key", 1));
+    EXPECT_TRUE(suite->set("key", 1));
     std::vector<std::string> names;
     for (const auto& entry : std::filesystem::directory_iterator(folder->path()))
         names.push_back(entry.path().filename());
@@ -155,11 +155,11 @@ TEST_F(LinuxPreferenceStoreTest, LeavesNoFileBehindButTheSuiteAndItsLock) {
 }
 
 TEST_F(LinuxPreferenceStoreTest, OpensInAToolThatIsNotOurs) {
-    EXPECT_TRUE(suite->setInteger("integer", -5));
-    EXPECT_TRUE(suite->setDouble("double", 0.5));
-    EXPECT_TRUE(suite->setBoolean("boolean", true));
-    EXPECT_TRUE(suite->setObject("text", "ü\U0001F600"));
-    EXPECT_TRUE(suite->setObject("date", Date{1500000000}));
+    EXPECT_TRUE(suite->set("integer", -5));
+    EXPECT_TRUE(suite->set("double", 0.5));
+    EXPECT_TRUE(suite->set("boolean", true));
+    EXPECT_TRUE(suite->set("text", "ü\U0001F600"));
+    EXPECT_TRUE(suite->set("date", Date{1500000000}));
     folder->write("check.py", "import plistlib, sys, datetime\n"
                               "assert plistlib.load(open(sys.argv[1], 'rb')) == {'integer': -5, 'double': 0.5, "
                               "'boolean': True, 'text': '\\u00fc\\U0001F600', "
@@ -172,27 +172,27 @@ TEST_F(LinuxPreferenceStoreTest, OpensInAToolThatIsNotOurs) {
 TEST_F(LinuxPreferenceStoreTest, ReadsAndExtendsFilesInXml) {
     folder->write(fileName, "<plist version=\"1.0\"><dict><key>a</key><real>1</real></dict></plist>");
     EXPECT_EQ(suite->object("a"), PropertyList(1.0));
-    EXPECT_TRUE(suite->setInteger("b", 2));
+    EXPECT_TRUE(suite->set("b", 2));
     EXPECT_EQ(other->object("a"), PropertyList(1.0));
     EXPECT_EQ(other->object("b"), PropertyList(2));
 }
 
 TEST_F(LinuxPreferenceStoreTest, SeesAFileThatGoesAwayAndComesBack) {
-    EXPECT_TRUE(suite->setInteger("key", 1));
+    EXPECT_TRUE(suite->set("key", 1));
     folder->remove(fileName);
     EXPECT_EQ(suite->object("key"), std::nullopt);
-    EXPECT_TRUE(other->setInteger("key", 2));
+    EXPECT_TRUE(other->set("key", 2));
     EXPECT_EQ(suite->object("key"), PropertyList(2));
 }
 
 TEST_F(LinuxPreferenceStoreTest, RefusesWhatAPropertyListCannotHoldAndKeepsTheRest) {
-    EXPECT_TRUE(suite->setInteger("key", 1));
+    EXPECT_TRUE(suite->set("key", 1));
     const std::string line = "Error: cannot change preferences " + path() + " -- ";
-    EXPECT_THAT(refusal([&] { return suite->setObject("text", "bad \xC3"); }), HasSubstr(line));
-    EXPECT_THAT(refusal([&] { return suite->setObject("bad \xC3", 1); }), HasSubstr(line));
-    EXPECT_THAT(refusal([&] { return suite->setObject("nothing", PropertyList()); }), HasSubstr(line));
-    EXPECT_THAT(refusal([&] { return suite->setObject("address", Address{"http://x"}); }), HasSubstr(line));
-    EXPECT_THAT(refusal([&] { return suite->setObject("large", Bytes(17 << 20)); }), HasSubstr(line));
+    EXPECT_THAT(refusal([&] { return suite->set("text", "bad \xC3"); }), HasSubstr(line));
+    EXPECT_THAT(refusal([&] { return suite->set("bad \xC3", 1); }), HasSubstr(line));
+    EXPECT_THAT(refusal([&] { return suite->set("nothing", PropertyList()); }), HasSubstr(line));
+    EXPECT_THAT(refusal([&] { return suite->set("list", List{Address{"http://x"}}); }), HasSubstr(line));
+    EXPECT_THAT(refusal([&] { return suite->set("large", Bytes(17 << 20)); }), HasSubstr(line));
     for (const auto& reader : {suite, other})
         EXPECT_THAT(reader->keys(), ElementsAre("key"));
 }
@@ -203,7 +203,7 @@ TEST_F(LinuxPreferenceStoreTest, AFileThatIsNoPropertyListReadsAsEmptyAndIsNever
         folder->write(fileName, content);
         EXPECT_EQ(suite->object("key"), std::nullopt);
         EXPECT_THAT(suite->keys(), IsEmpty());
-        const std::string line = refusal([&] { return suite->setInteger("key", 1); });
+        const std::string line = refusal([&] { return suite->set("key", 1); });
         EXPECT_EQ(line, "Error: cannot change preferences " + path() + " -- Invalid argument\n");
         EXPECT_FALSE(refusal([&] { return removeKey("key"); }).empty());
         EXPECT_EQ(contentOf(path()), content);
@@ -220,7 +220,7 @@ TEST_F(LinuxPreferenceStoreTest, AKeyWithAZeroCharacterHidesNoOtherAndIsNeverLos
     folder->write(fileName, content);
     EXPECT_THAT(suite->keys(), UnorderedElementsAre(zero, "z"));
     EXPECT_EQ(suite->object("z"), PropertyList(true));
-    EXPECT_FALSE(refusal([&] { return suite->setInteger("other", 1); }).empty());
+    EXPECT_FALSE(refusal([&] { return suite->set("other", 1); }).empty());
     EXPECT_EQ(contentOf(path()), content);
     EXPECT_TRUE(removeKey(zero));
     EXPECT_THAT(other->keys(), ElementsAre("z"));
@@ -228,21 +228,21 @@ TEST_F(LinuxPreferenceStoreTest, AKeyWithAZeroCharacterHidesNoOtherAndIsNeverLos
 
 TEST_F(LinuxPreferenceStoreTest, AnEmptyFileIsAnEmptySuite) {
     folder->write(fileName, "");
-    EXPECT_TRUE(suite->setInteger("key", 1));
+    EXPECT_TRUE(suite->set("key", 1));
     EXPECT_EQ(other->object("key"), PropertyList(1));
 }
 
 TEST_F(LinuxPreferenceStoreTest, AFolderInTheFilesPlaceReadsAsEmptyAndStays) {
     folder->makeFolder(fileName);
     EXPECT_EQ(suite->object("key"), std::nullopt);
-    EXPECT_THAT(refusal([&] { return suite->setInteger("key", 1); }), HasSubstr("Is a directory"));
+    EXPECT_THAT(refusal([&] { return suite->set("key", 1); }), HasSubstr("Is a directory"));
     EXPECT_TRUE(std::filesystem::is_directory(path()));
 }
 
 TEST_F(LinuxPreferenceStoreTest, APipeInTheFilesPlaceBlocksNobody) {
     ASSERT_EQ(mkfifo(path().c_str(), 0600), 0);
     EXPECT_EQ(suite->object("key"), std::nullopt);
-    EXPECT_FALSE(refusal([&] { return suite->setInteger("key", 1); }).empty());
+    EXPECT_FALSE(refusal([&] { return suite->set("key", 1); }).empty());
     EXPECT_TRUE(std::filesystem::is_fifo(path()));
 }
 
@@ -250,7 +250,7 @@ TEST_F(LinuxPreferenceStoreTest, AHugeFileReadsAsEmptyAndStays) {
     folder->write(fileName, "");
     ASSERT_EQ(truncate(path().c_str(), 100 << 20), 0);
     EXPECT_EQ(suite->object("key"), std::nullopt);
-    EXPECT_THAT(refusal([&] { return suite->setInteger("key", 1); }), HasSubstr("File too large"));
+    EXPECT_THAT(refusal([&] { return suite->set("key", 1); }), HasSubstr("File too large"));
     EXPECT_EQ(std::filesystem::file_size(path()), std::uintmax_t{100} << 20);
 }
 
@@ -259,7 +259,7 @@ TEST_F(LinuxPreferenceStoreTest, FollowsASymbolicLinkAndKeepsIt) {
     folder->write("elsewhere/real.plist", "<plist><dict><key>kept</key><string>yes</string></dict></plist>");
     folder->link(fileName, "elsewhere/real.plist");
     EXPECT_EQ(suite->object("kept"), PropertyList("yes"));
-    EXPECT_TRUE(suite->setInteger("key", 1));
+    EXPECT_TRUE(suite->set("key", 1));
     EXPECT_TRUE(std::filesystem::is_symlink(path()));
     EXPECT_EQ(other->object("key"), PropertyList(1));
     EXPECT_EQ(other->object("kept"), PropertyList("yes"));
@@ -270,7 +270,7 @@ TEST_F(LinuxPreferenceStoreTest, ALinkThatLeadsNowhereReadsAsEmptyAndStays) {
     for (const std::string& target : {std::string("missing"), std::string(fileName)}) {
         folder->link(fileName, target);
         EXPECT_EQ(suite->object("key"), std::nullopt);
-        EXPECT_FALSE(refusal([&] { return suite->setInteger("key", 1); }).empty());
+        EXPECT_FALSE(refusal([&] { return suite->set("key", 1); }).empty());
         EXPECT_TRUE(std::filesystem::is_symlink(path()));
         folder->remove(fileName);
     }
@@ -278,7 +278,7 @@ TEST_F(LinuxPreferenceStoreTest, ALinkThatLeadsNowhereReadsAsEmptyAndStays) {
 
 TEST_F(LinuxPreferenceStoreTest, OverwritesWhatAKilledWriterLeftBehind) {
     folder->write(".test.suite.plist.new", "half a fi");
-    EXPECT_TRUE(suite->setInteger("key", 1));
+    EXPECT_TRUE(suite->set("key", 1));
     EXPECT_EQ(other->object("key"), PropertyList(1));
     EXPECT_FALSE(std::filesystem::exists(folder->path(".test.suite.plist.new")));
 }
@@ -286,7 +286,7 @@ TEST_F(LinuxPreferenceStoreTest, OverwritesWhatAKilledWriterLeftBehind) {
 TEST_F(LinuxPreferenceStoreTest, MakesTheConfigurationFolderWhenItIsMissing) {
     const EnvironmentValue configuration("XDG_CONFIG_HOME", folder->path("not/yet"));
     LinuxPreferenceStore fresh;
-    EXPECT_TRUE(fresh.suite("test.suite")->setInteger("key", 1));
+    EXPECT_TRUE(fresh.suite("test.suite")->set("key", 1));
     EXPECT_TRUE(std::filesystem::exists(folder->path("not/yet/test.suite.plist")));
 }
 
@@ -295,7 +295,7 @@ TEST_F(LinuxPreferenceStoreTest, UsesTheDefaultFolderOfTheUsersHome) {
     for (const char* notAFolder : {"", "relative"}) {
         const EnvironmentValue configuration("XDG_CONFIG_HOME", notAFolder);
         LinuxPreferenceStore fresh;
-        EXPECT_TRUE(fresh.suite("test.suite")->setObject("key", notAFolder));
+        EXPECT_TRUE(fresh.suite("test.suite")->set("key", notAFolder));
         EXPECT_EQ(fresh.suite("test.suite")->object("key"), PropertyList(notAFolder));
     }
     EXPECT_TRUE(std::filesystem::exists(folder->path(".config/test.suite.plist")));
@@ -310,25 +310,25 @@ TEST_F(LinuxPreferenceStoreTest, GivesOneSuiteForOneNameAndNoneForImpossibleName
 }
 
 TEST_F(LinuxPreferenceStoreTest, AnUnchangedValueWritesNoNewFile) {
-    EXPECT_TRUE(suite->setInteger("key", 1));
+    EXPECT_TRUE(suite->set("key", 1));
     struct stat before {};
     struct stat after {};
     ASSERT_EQ(stat(path().c_str(), &before), 0);
-    EXPECT_TRUE(suite->setInteger("key", 1));
+    EXPECT_TRUE(suite->set("key", 1));
     EXPECT_TRUE(removeKey("missing"));
     ASSERT_EQ(stat(path().c_str(), &after), 0);
     EXPECT_EQ(before.st_ino, after.st_ino);
-    EXPECT_TRUE(suite->setDouble("key", 1)) << "another kind is another value";
+    EXPECT_TRUE(suite->set("key", 1.0)) << "another kind is another value";
     EXPECT_EQ(other->object("key"), PropertyList(1.0));
 }
 
 TEST_F(LinuxPreferenceStoreTest, AWriterWaitsForTheLockOfAnother) {
-    EXPECT_TRUE(suite->setInteger("key", 1));
+    EXPECT_TRUE(suite->set("key", 1));
     const int lock = open(folder->path(".test.suite.plist.lock").c_str(), O_RDWR | O_CLOEXEC);
     struct flock whole {};
     whole.l_type = F_WRLCK;
     ASSERT_EQ(fcntl(lock, F_OFD_SETLK, &whole), 0);
-    std::thread writer([&] { EXPECT_TRUE(suite->setInteger("key", 2)); });
+    std::thread writer([&] { EXPECT_TRUE(suite->set("key", 2)); });
     EXPECT_EQ(other->object("key"), PropertyList(1)) << "readers need no lock";
     close(lock);
     writer.join();
@@ -357,9 +357,9 @@ Outcome onSmallFileSystem(const std::string& folder, const std::function<bool()>
 TEST_F(LinuxPreferenceStoreTest, AFullDiskLosesNothing) {
     testing::internal::CaptureStderr();
     const Outcome outcome = onSmallFileSystem(folder->path(), [&] {
-        const bool first = suite->setObject("small", Bytes(1000, 1));
-        const bool second = suite->setObject("large", Bytes(80'000, 2));
-        const bool third = suite->setObject("small again", Bytes(1000, 3));
+        const bool first = suite->set("small", Bytes(1000, 1));
+        const bool second = suite->set("large", Bytes(80'000, 2));
+        const bool third = suite->set("small again", Bytes(1000, 3));
         return first && !second && third && other->object("small") == PropertyList(Bytes(1000, 1)) &&
                !other->object("large") && !suite->object("large") && other->object("small again");
     });
@@ -373,10 +373,10 @@ TEST_F(LinuxPreferenceStoreTest, AFullDiskLosesNothing) {
 TEST_F(LinuxPreferenceStoreTest, AReadOnlyFolderIsReadAndRefusesChanges) {
     testing::internal::CaptureStderr();
     const Outcome outcome = onSmallFileSystem(folder->path(), [&] {
-        const bool first = suite->setInteger("key", 1);
+        const bool first = suite->set("key", 1);
         if (mount("none", folder->path().c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr) != 0)
             return false;
-        const bool second = suite->setInteger("key", 2);
+        const bool second = suite->set("key", 2);
         return first && !second && suite->object("key") == PropertyList(1) && other->object("key") == PropertyList(1);
     });
     const std::string lines = testing::internal::GetCapturedStderr();
@@ -394,9 +394,9 @@ TEST_F(LinuxPreferenceStoreTest, FourThreadsReadAndWriteOneSuite) {
             const auto& mine = thread % 2 == 0 ? suite : other;
             for (int i = 0; i < writes; ++i) {
                 const std::string key = std::to_string(thread) + "/" + std::to_string(i);
-                EXPECT_TRUE(mine->setInteger(key, i));
+                EXPECT_TRUE(mine->set(key, i));
                 EXPECT_EQ(mine->object(key), PropertyList(i));
-                EXPECT_TRUE(mine->setInteger("shared", thread));
+                EXPECT_TRUE(mine->set("shared", thread));
                 EXPECT_TRUE(mine->object("shared"));
             }
         });
