@@ -42,7 +42,8 @@ public:
 
     /// A registry of its own, for tests and demos on a scripted machine; hosts use `shared()`. Everything in it stays
     /// with the session's machine, whatever comes in force later, so that registries on several machines work side by
-    /// side.
+    /// side. What a host starts itself without naming a queue (a timer, a delayed subscription) runs on the queues of
+    /// the machine in force.
     explicit System(std::shared_ptr<probes::SystemManager> session = probes::session());
 
     /// The same on a machine that need not be in force, with a session of its own. The platform outlives the registry.

@@ -12,8 +12,12 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <future>
 #include <memory>
 #include <string>
+#include <thread>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 namespace sentrel {
@@ -280,9 +284,15 @@ TEST(Override, LeavesAModelWithTheMachineItWasMadeOn) {
     EXPECT_EQ(memory->wired(), 2U * 4096);
 }
 
-// A check that an override outlived wrote the address into the session that was in force when it ended.
+// A check that was under way as an override ended wrote the address into the session that came in force with that.
 TEST(Override, AsItEndsACheckWritesTheAddressOfItsOwnSession) {
-    EchoServer server(EchoServer::reply("HTTP/1.1 200 OK\r\n\r\nIP: 203.0.113.7\r\n"));
+    std::promise<void> asked;
+    std::promise<void> answer;
+    EchoServer server([&](int connection) {
+        asked.set_value();
+        answer.get_future().wait();
+        EXPECT_TRUE(EchoServer::send(connection, "HTTP/1.1 200 OK\r\n\r\nIP: 203.0.113.7\r\n"));
+    });
     const EchoHostGuard host({"127.0.0.1", server.port()});
     const ScriptedMachine outer;
     probes::System->setPublicAddress("203.0.113.99");
@@ -290,13 +300,17 @@ TEST(Override, AsItEndsACheckWritesTheAddressOfItsOwnSession) {
     inner.network().interfaces = {ScriptedInterface("en0").addAddress("192.0.2.4")};
     std::shared_ptr<probes::SystemManager> session;
     std::unique_ptr<Network> network;
+    std::thread background;
     {
         const platform::Override scope(inner);
         session = probes::session();
         network = std::make_unique<Network>();
         network->update(); // hands the check to the background queue
+        background = std::thread([&] { inner.dispatch().runPending(); });
+        asked.get_future().wait();
     }
-    inner.dispatch().runPending();
+    answer.set_value();
+    background.join();
     EXPECT_EQ(network->publicAddress(), "203.0.113.7");
     EXPECT_STREQ(session->publicAddress, "203.0.113.7");
     EXPECT_STREQ(probes::System->publicAddress, "203.0.113.99");
