@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -161,23 +162,31 @@ private:
     std::array<char, 65> address_{};
 };
 
+using InterfaceRecords = std::vector<InterfaceRecord>;
+
 /// The records of the last listing. Who lists takes them: another one meanwhile, of the block say, starts without.
 class KeptRecords {
 public:
-    std::vector<InterfaceRecord> exchange(std::vector<InterfaceRecord> records) noexcept {
-        const LockScope scope(lock_);
-        return std::exchange(records_, std::move(records));
+    KeptRecords() = default;
+    ~KeptRecords() { take(); }
+    KeptRecords(const KeptRecords&) = delete;
+    KeptRecords& operator=(const KeptRecords&) = delete;
+
+    std::unique_ptr<InterfaceRecords> take() noexcept {
+        return std::unique_ptr<InterfaceRecords>(records_.exchange(nullptr));
+    }
+    void keep(std::unique_ptr<InterfaceRecords> records) noexcept {
+        const std::unique_ptr<InterfaceRecords> before(records_.exchange(records.release()));
     }
 
 private:
-    Lock lock_;
-    std::vector<InterfaceRecord> records_ SENTREL_GUARDED_BY(lock_);
+    std::atomic<InterfaceRecords*> records_{nullptr};
 };
 
 /// One listing of the interfaces, into records that may have served before.
 struct Listing {
     platform::Platform& platform;
-    std::vector<InterfaceRecord>& records;
+    InterfaceRecords& records;
     std::size_t count = 0; ///< how many of the records are of this listing
     std::int64_t time = 0;
 
@@ -235,19 +244,21 @@ const char* _getPublicAddress(SystemManager& session) {
 
 void _getNetworkData(const NetworkDataBlock& block, SystemManager& session) {
     auto& kept = session.shared<KeptRecords>();
-    std::vector<InterfaceRecord> records = kept.exchange({});
-    Listing listing{session.platform(), records};
+    std::unique_ptr<InterfaceRecords> records = kept.take();
+    if (!records)
+        records = std::make_unique<InterfaceRecords>();
+    Listing listing{session.platform(), *records};
     const bool listed = listing.platform.network().listInterfaces(
         [&listing](const platform::InterfaceInfo& interface) { listing.take(interface); });
     if (!listed)
         System_error("Error: _getNetworkData -- %s", System_getLastError());
     // Only now, when the service holds none of its locks any more.
-    for (const InterfaceRecord& record : std::span(records).first(listing.count)) {
+    for (const InterfaceRecord& record : std::span(*records).first(listing.count)) {
         const NetworkData data = record.data();
         if (record.hasAddress())
             block(listing.time, record.name(), &data);
     }
-    kept.exchange(std::move(records));
+    kept.keep(std::move(records));
 }
 
 void _getNetworkExtra(const char* name, const NetworkExtraBlock& block, SystemManager& session) {
