@@ -3,8 +3,6 @@
 
 /// What is told of mounts, unmounts and new names.
 
-#include <SentrelKit/Export.h>
-
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -24,12 +22,6 @@ struct VolumeNotification {
     std::optional<std::string> oldName; ///< didRename: the name before
     std::optional<std::string> newName; ///< didRename: the name now
     std::optional<std::string> path;    ///< the mount point (now)
-};
-
-/// Keeps the notices coming; releasing it ends them. A call that already runs finishes, no new one begins.
-class SENTREL_API VolumeObservation {
-public:
-    virtual ~VolumeObservation() = default;
 };
 
 } // namespace sentrel::platform

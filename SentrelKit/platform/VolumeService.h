@@ -9,6 +9,7 @@
 #include <SentrelKit/Export.h>
 #include <SentrelKit/platform/DiskSession.h>
 #include <SentrelKit/platform/MountedFileSystem.h>
+#include <SentrelKit/platform/Observation.h>
 #include <SentrelKit/platform/VolumeNotification.h>
 
 #include <cstdint>
@@ -42,10 +43,13 @@ public:
     /// Opens a session; null, with errno set, on failure.
     [[nodiscard]] virtual std::unique_ptr<DiskSession> openSession() = 0;
 
-    /// Calls back on every mount, unmount and rename. On Linux that is on the background queue, one call at a time.
-    /// Null if the system tells nothing.
-    [[nodiscard]] virtual std::unique_ptr<VolumeObservation>
-    observe(std::function<void(const VolumeNotification&)> observer) = 0;
+    /// Calls back on every mount, unmount and rename, with each notice in its order; on Linux on the background queue.
+    /// Empty if the system tells nothing.
+    ///
+    /// macOS: the three notices of the workspace's notification centre, each added with a block that tells the
+    /// observer, on the thread that posts. The centre may be about to run such a block while another thread removes it:
+    /// the block holds the observer, not the registration, and an observer that was released lets no call begin.
+    [[nodiscard]] virtual Observation observe(std::function<void(const VolumeNotification&)> observer) = 0;
 
     /// The icon for the volume mounted at a path, by name; absent if there is none that fits. On Linux one of
     /// freedesktop's icon names.

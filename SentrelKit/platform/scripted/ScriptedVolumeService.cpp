@@ -190,20 +190,6 @@ private:
     const ScriptedHandle handle_;
 };
 
-class ScriptedVolumeService::Observation final : public VolumeObservation {
-public:
-    Observation(ScriptedVolumeService& service, std::function<void(const VolumeNotification&)> observer)
-        : service_(service), observer_(std::move(observer)), handle_(service.calls, "observation") {
-        service_.observers_.push_back(&observer_);
-    }
-    ~Observation() override { std::erase(service_.observers_, &observer_); }
-
-private:
-    ScriptedVolumeService& service_;
-    std::function<void(const VolumeNotification&)> observer_;
-    const ScriptedHandle handle_;
-};
-
 ScriptedVolumeService::ScriptedVolumeService()
     : acceptedTypeNames{"hfs", "apfs", "nfs", "ufs", "msdos", "exfat", "ntfs", "cd9660", "cddafs", "udf"} {}
 
@@ -250,11 +236,10 @@ std::unique_ptr<DiskSession> ScriptedVolumeService::openSession() {
     return std::make_unique<Session>(*this);
 }
 
-std::unique_ptr<VolumeObservation>
-ScriptedVolumeService::observe(std::function<void(const VolumeNotification&)> observer) {
+Observation ScriptedVolumeService::observe(std::function<void(const VolumeNotification&)> observer) {
     if (calls.fails("observe"))
-        return nullptr;
-    return std::make_unique<Observation>(*this, std::move(observer));
+        return {};
+    return observers_.add(std::move(observer), std::make_shared<ScriptedHandle>(calls, "observation"));
 }
 
 std::optional<std::string> ScriptedVolumeService::iconForPath(const std::string& path) {
@@ -263,10 +248,9 @@ std::optional<std::string> ScriptedVolumeService::iconForPath(const std::string&
     return icon == icons.end() || fails ? std::nullopt : std::optional(icon->second);
 }
 
-void ScriptedVolumeService::notify(const VolumeNotification& notification) const {
-    const auto observers = observers_;
-    for (auto* observer : observers)
-        (*observer)(notification);
+void ScriptedVolumeService::notify(const VolumeNotification& notification) {
+    observers_.post(notification);
+    observers_.tell();
 }
 
 MountedFileSystem& ScriptedVolumeService::mount(const std::string& device, const std::string& path,

@@ -5,6 +5,7 @@
 
 #include <SentrelKit/platform/VolumeService.h>
 #include <SentrelKit/platform/scripted/ScriptedCalls.h>
+#include <SentrelKit/platform/support/Observer.h>
 
 #include <cstdint>
 #include <functional>
@@ -50,12 +51,11 @@ public:
     [[nodiscard]] AcceptedTypes acceptedTypes() const noexcept override;
     [[nodiscard]] std::optional<FileSystemSpace> space(const char* path) override;
     [[nodiscard]] std::unique_ptr<DiskSession> openSession() override;
-    [[nodiscard]] std::unique_ptr<VolumeObservation>
-    observe(std::function<void(const VolumeNotification&)> observer) override;
+    [[nodiscard]] Observation observe(std::function<void(const VolumeNotification&)> observer) override;
     [[nodiscard]] std::optional<std::string> iconForPath(const std::string& path) override;
 
     /// Tells the observers, on the caller's thread.
-    void notify(const VolumeNotification& notification) const;
+    void notify(const VolumeNotification& notification);
 
     /// Adds a mount of a local disk with that much space, in blocks of 4096 bytes.
     MountedFileSystem& mount(const std::string& device, const std::string& path, std::uint64_t blocks = 1000,
@@ -78,9 +78,8 @@ private:
     class Media;
     class PlugIn;
     class Interface;
-    class Observation;
 
-    std::vector<std::function<void(const VolumeNotification&)>*> observers_;
+    Observers<VolumeNotification> observers_;
     mutable std::vector<std::string_view> typeViews_;
 };
 

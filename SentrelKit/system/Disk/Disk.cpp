@@ -260,12 +260,12 @@ private:
 Disk::Disk(std::shared_ptr<probes::SystemManager> session) : set_(std::make_shared<VolumeSet>(session)) {
     set_->load();
     observation_ = session->platform().volumes().observe(
-        [set = set_](const platform::VolumeNotification& notification) { set->hear(notification); });
+        [set = set_.get()](const platform::VolumeNotification& notification) { set->hear(notification); });
 }
 
 Disk::~Disk() {
-    set_->end();
     observation_.reset();
+    set_->end();
 }
 
 void Disk::update() {

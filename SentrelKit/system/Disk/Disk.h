@@ -66,7 +66,7 @@ private:
     class VolumeSet;
 
     std::shared_ptr<VolumeSet> set_;
-    std::unique_ptr<platform::VolumeObservation> observation_;
+    Observation observation_;
 };
 
 /// One mounted volume. A reader that holds one sees later updates; after its unmount it keeps its last figures. Getters

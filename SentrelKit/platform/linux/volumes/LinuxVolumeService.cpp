@@ -85,8 +85,7 @@ std::unique_ptr<DiskSession> LinuxVolumeService::openSession() {
     return makeDiskSession(machine_);
 }
 
-std::unique_ptr<VolumeObservation>
-LinuxVolumeService::observe(std::function<void(const VolumeNotification&)> observer) {
+Observation LinuxVolumeService::observe(std::function<void(const VolumeNotification&)> observer) {
     return watchVolumes(machine_.devices, dispatch_, std::move(observer));
 }
 

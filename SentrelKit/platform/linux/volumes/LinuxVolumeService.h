@@ -25,8 +25,7 @@ public:
     [[nodiscard]] AcceptedTypes acceptedTypes() const noexcept override;
     [[nodiscard]] std::optional<FileSystemSpace> space(const char* path) override;
     [[nodiscard]] std::unique_ptr<DiskSession> openSession() override;
-    [[nodiscard]] std::unique_ptr<VolumeObservation>
-    observe(std::function<void(const VolumeNotification&)> observer) override;
+    [[nodiscard]] Observation observe(std::function<void(const VolumeNotification&)> observer) override;
     [[nodiscard]] std::optional<std::string> iconForPath(const std::string& path) override;
 
 private:

@@ -5,12 +5,12 @@
 #include <SentrelKit/platform/linux/common/UniqueFd.h>
 #include <SentrelKit/platform/linux/volumes/LinuxMounts.h>
 #include <SentrelKit/platform/linux/volumes/VolumeRules.h>
+#include <SentrelKit/platform/support/Observer.h>
 
 #include <array>
-#include <atomic>
-#include <deque>
 #include <libudev.h>
 #include <map>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -103,8 +103,11 @@ using MountedVolumes = std::map<std::int64_t, MountedVolume>; // by mount
 
 class Watcher {
 public:
-    Watcher(const BlockDevices& devices, std::function<void(const VolumeNotification&)> observer)
-        : devices_(devices), observer_(std::move(observer)), table_(devices.root().open(mountTablePath)) {}
+    explicit Watcher(const BlockDevices& devices) : devices_(devices), table_(devices.root().open(mountTablePath)) {}
+
+    Observation observe(std::function<void(const VolumeNotification&)> observer, std::shared_ptr<void> watches) {
+        return notices_.add(std::move(observer), std::move(watches));
+    }
 
     [[nodiscard]] int tableDescriptor() const { return table_.get(); }
     [[nodiscard]] int nodeDescriptor() const { return nodes_.descriptor(); }
@@ -125,11 +128,8 @@ public:
             noteDifference(before, volumes_, VolumeNotification::Kind::didUnmount);
             noteDifference(volumes_, before, VolumeNotification::Kind::didMount);
         }
-        tell();
+        notices_.tell();
     }
-
-    /// No call of the observer begins from now on.
-    void end() { ended_ = true; }
 
     void nodesWritten() {
         {
@@ -137,7 +137,7 @@ public:
             nodes_.drain();
             compareNames();
         }
-        tell();
+        notices_.tell();
     }
 
     void udevChanged() {
@@ -146,7 +146,7 @@ public:
             udev_.drain();
             compareNames();
         }
-        tell();
+        notices_.tell();
     }
 
     void lookAtLabels() {
@@ -159,7 +159,7 @@ public:
                     rename(volume, label->empty() ? deviceName(volume.mount) : *label);
             }
         }
-        tell();
+        notices_.tell();
     }
 
 private:
@@ -213,7 +213,7 @@ private:
         for (const auto& [id, volume] : all) {
             const auto other = without.find(id);
             if (other == without.end() || other->second.mount.on != volume.mount.on)
-                notices_.push_back({kind, {}, {}, volume.mount.on});
+                notices_.post({kind, {}, {}, volume.mount.on});
         }
     }
 
@@ -221,36 +221,8 @@ private:
         if (volume.name == name)
             return;
         const std::string oldName = std::exchange(volume.name, name);
-        notices_.push_back({VolumeNotification::Kind::didRename, oldName, name, volume.mount.on});
+        notices_.post({VolumeNotification::Kind::didRename, oldName, name, volume.mount.on});
     }
-
-    // Tells what was noted, one notice at a time and in their order; the observer runs under no lock. Notices that come
-    // meanwhile are told by the thread that tells already.
-    void tell() {
-        while (const std::optional<VolumeNotification> notice = next()) {
-            const Telling telling{*this};
-            if (!ended_)
-                observer_(*notice);
-        }
-    }
-
-    std::optional<VolumeNotification> next() {
-        const LockScope scope(lock_);
-        if (isTelling_ || notices_.empty())
-            return std::nullopt;
-        isTelling_ = true;
-        VolumeNotification notice = std::move(notices_.front());
-        notices_.pop_front();
-        return notice;
-    }
-
-    struct Telling {
-        Watcher& watcher;
-        ~Telling() {
-            const LockScope scope(watcher.lock_);
-            watcher.isTelling_ = false;
-        }
-    };
 
     void followNodes() SENTREL_REQUIRES(lock_) {
         std::set<std::string> nodes;
@@ -271,64 +243,55 @@ private:
     }
 
     const BlockDevices& devices_;
-    const std::function<void(const VolumeNotification&)> observer_;
     const UniqueFd table_;
     Lock lock_;
     MountedVolumes volumes_ SENTREL_GUARDED_BY(lock_);
-    std::deque<VolumeNotification> notices_ SENTREL_GUARDED_BY(lock_); // to be told
-    RunningFlag isTelling_ SENTREL_GUARDED_BY(lock_);
-    std::atomic<bool> ended_{false};
+    Observers<VolumeNotification> notices_; // left under the lock, in their order, and told without it
     NodeEvents nodes_;
     UdevEvents udev_;
 };
 
-class Observation final : public VolumeObservation {
+// What calls a watcher. A call that still runs keeps the watcher.
+class Watches {
 public:
-    Observation(std::shared_ptr<Watcher> watcher, EventSource& dispatch) : watcher_(std::move(watcher)) {
-        follow(dispatch, watcher_->nodeDescriptor(), EPOLLIN, &Watcher::nodesWritten);
-        follow(dispatch, watcher_->udevDescriptor(), EPOLLIN, &Watcher::udevChanged);
+    /// False, with errno set, if the mount table cannot be watched.
+    bool follow(const std::shared_ptr<Watcher>& watcher, EventSource& dispatch) {
+        follow(watcher, dispatch, watcher->nodeDescriptor(), EPOLLIN, &Watcher::nodesWritten);
+        follow(watcher, dispatch, watcher->udevDescriptor(), EPOLLIN, &Watcher::udevChanged);
         // The mount table tells of a change as an urgent, erroneous state (proc(5)).
-        isComplete_ = follow(dispatch, watcher_->tableDescriptor(), EPOLLPRI | EPOLLERR, &Watcher::mountsChanged);
-        if (!isComplete_)
-            return;
-        watcher_->start();
-        labels_ =
-            dispatch.backgroundQueue()->makeTimer(labelInterval, [watcher = watcher_] { watcher->lookAtLabels(); });
+        if (!follow(watcher, dispatch, watcher->tableDescriptor(), EPOLLPRI | EPOLLERR, &Watcher::mountsChanged))
+            return false;
+        watcher->start();
+        labels_ = dispatch.backgroundQueue()->makeTimer(labelInterval, [watcher] { watcher->lookAtLabels(); });
         labels_->resume();
-    }
-
-    ~Observation() override { watcher_->end(); }
-    Observation(const Observation&) = delete;
-    Observation& operator=(const Observation&) = delete;
-
-    [[nodiscard]] bool isComplete() const noexcept { return isComplete_; }
-
-private:
-    bool follow(EventSource& dispatch, int descriptor, std::uint32_t events, void (Watcher::*happened)()) {
-        if (descriptor < 0)
-            return false;
-        std::unique_ptr<DescriptorWatch> watch =
-            dispatch.watch(descriptor, events, [watcher = watcher_, happened] { (*watcher.*happened)(); });
-        if (!watch)
-            return false;
-        watches_.push_back(std::move(watch));
         return true;
     }
 
-    std::shared_ptr<Watcher> watcher_; // a callback that still runs keeps it
-    std::vector<std::unique_ptr<DescriptorWatch>> watches_;
+private:
+    bool follow(const std::shared_ptr<Watcher>& watcher, EventSource& dispatch, int descriptor, std::uint32_t events,
+                void (Watcher::*happened)()) {
+        if (descriptor < 0)
+            return false;
+        std::unique_ptr<DescriptorWatch> watch =
+            dispatch.watch(descriptor, events, [watcher, happened] { (*watcher.*happened)(); });
+        if (!watch)
+            return false;
+        descriptors_.push_back(std::move(watch));
+        return true;
+    }
+
+    std::vector<std::unique_ptr<DescriptorWatch>> descriptors_;
     std::unique_ptr<RepeatingTimer> labels_;
-    bool isComplete_ = false;
 };
 
 } // namespace
 
-std::unique_ptr<VolumeObservation> watchVolumes(const BlockDevices& devices, EventSource& dispatch,
-                                                std::function<void(const VolumeNotification&)> observer) {
-    auto observation = std::make_unique<Observation>(std::make_shared<Watcher>(devices, std::move(observer)), dispatch);
-    if (!observation->isComplete())
-        return nullptr;
-    return observation;
+Observation watchVolumes(const BlockDevices& devices, EventSource& dispatch,
+                         std::function<void(const VolumeNotification&)> observer) {
+    const auto watcher = std::make_shared<Watcher>(devices);
+    const auto watches = std::make_shared<Watches>();
+    Observation observation = watcher->observe(std::move(observer), watches);
+    return watches->follow(watcher, dispatch) ? std::move(observation) : Observation();
 }
 
 } // namespace sentrel::platform

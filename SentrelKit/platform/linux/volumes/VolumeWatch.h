@@ -11,12 +11,11 @@
 #include <SentrelKit/platform/linux/volumes/BlockDevices.h>
 
 #include <functional>
-#include <memory>
 
 namespace sentrel::platform {
 
-/// Null, with errno set, if the mount table cannot be watched. The devices and the dispatch outlive the observation.
-[[nodiscard]] std::unique_ptr<VolumeObservation> watchVolumes(const BlockDevices& devices, EventSource& dispatch,
-                                                              std::function<void(const VolumeNotification&)> observer);
+/// Empty, with errno set, if the mount table cannot be watched. The devices and the dispatch outlive the observation.
+[[nodiscard]] Observation watchVolumes(const BlockDevices& devices, EventSource& dispatch,
+                                       std::function<void(const VolumeNotification&)> observer);
 
 } // namespace sentrel::platform

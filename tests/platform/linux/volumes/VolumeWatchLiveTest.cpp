@@ -50,8 +50,8 @@ private:
 // Observers ran under the watch's lock.
 TEST_F(LiveVolumeWatch, AnObserverMayReleaseItselfAndMakeAnother) {
     std::mutex host;
-    std::unique_ptr<VolumeObservation> first;
-    std::unique_ptr<VolumeObservation> second;
+    Observation first;
+    Observation second;
     Event heardFirst;
     Event heardSecond;
     {
