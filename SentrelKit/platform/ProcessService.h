@@ -6,6 +6,7 @@
 /// nothing is printed.
 
 #include <SentrelKit/Export.h>
+#include <SentrelKit/platform/Observation.h>
 
 #include <cstdint>
 #include <functional>
@@ -49,16 +50,11 @@ struct RunningApplication {
 /// The set of running applications, each owner before the processes that work for it.
 using RunningApplications = std::vector<std::shared_ptr<const RunningApplication>>;
 
+/// A set that nobody changes any more.
+using SharedRunningApplications = std::shared_ptr<const RunningApplications>;
+
 /// Hears the whole new set after a change.
 using RunningApplicationsObserver = std::function<void(const RunningApplications& applications)>;
-
-/// Keeps an observer registered. After its release returned the observer is not running and will not be called: the
-/// release waits for a call on another thread. From inside its own observer it may be released too; only that call then
-/// still runs.
-class SENTREL_API RunningApplicationsObservation {
-public:
-    virtual ~RunningApplicationsObservation() = default;
-};
 
 /// The questions about processes.
 class SENTREL_API ProcessService {
@@ -75,12 +71,14 @@ public:
     /// The running applications at this moment. macOS: NSWorkspace runningApplications.
     [[nodiscard]] virtual RunningApplications runningApplications() = 0;
 
-    /// Registers an observer of the set. It is called on the thread that noticed the change, under no lock, one call at
-    /// a time, with ever newer sets; changes that come while it runs are told together, as the newest set, by the
-    /// thread of that call. A new observer may hear a set that it already knows. From inside an observer everything is
-    /// allowed. macOS: key-value observation of runningApplications.
-    [[nodiscard]] virtual std::unique_ptr<RunningApplicationsObservation>
-    observeRunningApplications(RunningApplicationsObserver observer) = 0;
+    /// Registers an observer of the set. It is called on the thread that noticed the change, with ever newer sets;
+    /// changes that come while it runs are told together, as the newest set. A new observer may hear a set that it
+    /// already knows.
+    ///
+    /// macOS: one key-value observation of runningApplications for all observers, by an object that lives as long as
+    /// the service: taking a key-value observation back while another thread delivers is not safe there, so it is never
+    /// taken back. The object reads the set, offers it and tells.
+    [[nodiscard]] virtual Observation observeRunningApplications(RunningApplicationsObserver observer) = 0;
 
     /// Looks whether the set changed and tells the observers before it returns, all but those that are running already.
     /// Platforms that tell of changes by themselves (macOS) do nothing here. On Linux nobody tells: this call is when

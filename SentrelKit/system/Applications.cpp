@@ -165,7 +165,7 @@ private:
 
     const std::int64_t KVOContext_ = 0; // only its address matters: it is this object's observation's
     std::int64_t activeLogicalCores_ = 0;
-    std::unique_ptr<platform::RunningApplicationsObservation> observation_;
+    Observation observation_;
 };
 
 Applications::Process::Process(SharedApplication app, probes::SystemManager& session)

@@ -45,18 +45,19 @@ RunningApplications ScriptedProcessService::runningApplications() {
     return *set_;
 }
 
-std::unique_ptr<RunningApplicationsObservation>
-ScriptedProcessService::observeRunningApplications(RunningApplicationsObserver observer) {
+Observation ScriptedProcessService::observeRunningApplications(RunningApplicationsObserver observer) {
     calls.record("observeRunningApplications");
-    return observers_.add(std::move(observer));
+    return observers_.add([call = std::move(observer)](const SharedRunningApplications& set) { call(*set); },
+                          std::make_shared<ScriptedHandle>(calls, "observation"));
 }
 
 void ScriptedProcessService::refreshRunningApplications() {
     calls.record("refreshRunningApplications");
-    observers_.tell([this] {
+    {
         const LockScope scope(lock_);
-        return set_;
-    });
+        observers_.offer(set_);
+    }
+    observers_.tell();
 }
 
 void ScriptedProcessService::setTaskInfo(std::int32_t processIdentifier, std::optional<TaskInfo> info) {

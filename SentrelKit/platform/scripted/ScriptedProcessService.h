@@ -4,7 +4,7 @@
 #include <SentrelKit/base/system/detail/ThreadSafety.h>
 #include <SentrelKit/platform/ProcessService.h>
 #include <SentrelKit/platform/scripted/ScriptedCalls.h>
-#include <SentrelKit/platform/support/RunningApplicationsObservers.h>
+#include <SentrelKit/platform/support/Observer.h>
 
 #include <cstdint>
 #include <map>
@@ -21,8 +21,7 @@ public:
     std::optional<TaskInfo> taskInfo(std::int32_t processIdentifier) noexcept override;
     std::optional<std::int32_t> parent(std::int32_t processIdentifier) noexcept override;
     RunningApplications runningApplications() override;
-    std::unique_ptr<RunningApplicationsObservation>
-    observeRunningApplications(RunningApplicationsObserver observer) override;
+    Observation observeRunningApplications(RunningApplicationsObserver observer) override;
 
     /// Tells the observers of the set as it stands; they hear nothing before.
     void refreshRunningApplications() override;
@@ -44,8 +43,8 @@ private:
     mutable Lock lock_;
     std::map<std::int32_t, TaskInfo> figures_ SENTREL_GUARDED_BY(lock_);
     std::map<std::int32_t, std::int32_t> parents_ SENTREL_GUARDED_BY(lock_);
-    RunningApplicationsObservers::SharedSet set_ SENTREL_GUARDED_BY(lock_) = std::make_shared<RunningApplications>();
-    RunningApplicationsObservers observers_;
+    SharedRunningApplications set_ SENTREL_GUARDED_BY(lock_) = std::make_shared<RunningApplications>();
+    Observers<SharedRunningApplications> observers_; // offered under the lock, told without it
 };
 
 } // namespace sentrel::platform

@@ -44,23 +44,27 @@ std::optional<std::int32_t> LinuxProcessService::parent(std::int32_t processIden
 }
 
 RunningApplications LinuxProcessService::runningApplications() {
-    return *look();
+    const LockScope scope(lock_);
+    look();
+    return *set_;
 }
 
-std::unique_ptr<RunningApplicationsObservation>
-LinuxProcessService::observeRunningApplications(RunningApplicationsObserver observer) {
-    return observers_.add(std::move(observer));
+Observation LinuxProcessService::observeRunningApplications(RunningApplicationsObserver observer) {
+    return observers_.add([call = std::move(observer)](const SharedRunningApplications& set) { call(*set); });
 }
 
 void LinuxProcessService::refreshRunningApplications() {
-    observers_.tell([this] { return look(); });
+    {
+        const LockScope scope(lock_);
+        look();
+        observers_.offer(set_);
+    }
+    observers_.tell();
 }
 
-RunningApplicationsObservers::SharedSet LinuxProcessService::look() {
-    const LockScope scope(lock_);
+void LinuxProcessService::look() {
     if (table_.refresh())
         takeStock();
-    return set_;
 }
 
 // Applies the rule to the table, and makes a new set if the outcome differs from the last.

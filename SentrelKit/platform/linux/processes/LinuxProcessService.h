@@ -11,7 +11,7 @@
 #include <SentrelKit/base/system/detail/ThreadSafety.h>
 #include <SentrelKit/platform/ProcessService.h>
 #include <SentrelKit/platform/linux/processes/ProcessTable.h>
-#include <SentrelKit/platform/support/RunningApplicationsObservers.h>
+#include <SentrelKit/platform/support/Observer.h>
 
 #include <cstdint>
 #include <memory>
@@ -31,12 +31,11 @@ public:
     std::optional<TaskInfo> taskInfo(std::int32_t processIdentifier) noexcept override;
     std::optional<std::int32_t> parent(std::int32_t processIdentifier) noexcept override;
     RunningApplications runningApplications() override;
-    std::unique_ptr<RunningApplicationsObservation>
-    observeRunningApplications(RunningApplicationsObserver observer) override;
+    Observation observeRunningApplications(RunningApplicationsObserver observer) override;
     void refreshRunningApplications() override;
 
 private:
-    [[nodiscard]] RunningApplicationsObservers::SharedSet look() SENTREL_EXCLUDES(lock_);
+    void look() SENTREL_REQUIRES(lock_);
     void takeStock() SENTREL_REQUIRES(lock_);
     [[nodiscard]] std::shared_ptr<const RunningApplication> describe(const ProcessEntry& entry) SENTREL_REQUIRES(lock_);
     [[nodiscard]] std::string programName(const ProcessFacts& facts) SENTREL_REQUIRES(lock_);
@@ -44,8 +43,8 @@ private:
     const SystemRoot root_;
     Lock lock_;
     ProcessTable table_ SENTREL_GUARDED_BY(lock_);
-    RunningApplicationsObservers::SharedSet set_ SENTREL_GUARDED_BY(lock_);
-    RunningApplicationsObservers observers_;
+    SharedRunningApplications set_ SENTREL_GUARDED_BY(lock_);
+    Observers<SharedRunningApplications> observers_; // offered under the lock, told without it
 };
 
 } // namespace sentrel::platform

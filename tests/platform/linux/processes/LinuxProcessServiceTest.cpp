@@ -591,8 +591,8 @@ TEST_F(LinuxProcessServiceTest, AllowsEverythingInsideAnObserver) {
     put(player);
     const auto service = makeService();
     std::vector<std::vector<std::int32_t>> heard;
-    std::unique_ptr<RunningApplicationsObservation> another;
-    std::unique_ptr<RunningApplicationsObservation> observation;
+    Observation another;
+    Observation observation;
     observation = service->observeRunningApplications([&](const RunningApplications& applications) {
         heard.push_back(ids(applications));
         if (heard.size() == 2)
