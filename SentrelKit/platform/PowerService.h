@@ -6,8 +6,10 @@
 
 #include <SentrelKit/Export.h>
 #include <SentrelKit/base/util/PropertyList.h>
+#include <SentrelKit/platform/Observation.h>
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -69,10 +71,13 @@ public:
     /// The internal battery, or null where there is none. macOS: IOServiceGetMatchingService, "AppleSmartBattery".
     [[nodiscard]] virtual std::unique_ptr<BatteryService> batteryService() = 0;
 
-    /// Adds a source to the calling thread's loop that calls `changed` with `context` whenever the power sources
-    /// change, on the thread that runs this loop, for as long as the platform lives. Each call adds one more. False,
-    /// with errno set, if there can be none. macOS: IOPSNotificationCreateRunLoopSource, CFRunLoopAddSource.
-    virtual bool addChangeSource(void (*changed)(void* context), void* context) = 0;
+    /// Adds a source to the calling thread's loop that calls `changed` whenever the power sources change, on the thread
+    /// that runs this loop. Each call adds one more. Empty, with errno set, if there can be none.
+    ///
+    /// macOS: IOPSNotificationCreateRunLoopSource and CFRunLoopAddSource; the release is CFRunLoopSourceInvalidate, on
+    /// any thread. The loop may be about to call back just then, with an address that nothing retains: the address is
+    /// a number, under which the callback finds the observer or no longer finds it.
+    [[nodiscard]] virtual Observation observe(std::function<void()> changed) = 0;
 };
 
 } // namespace sentrel::platform

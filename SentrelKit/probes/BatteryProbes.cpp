@@ -29,16 +29,11 @@ struct DateTexts {
     std::array<char, 65> age;
 };
 
-// What a source of changes is given: it lasts as long as its platform, and the session need not.
-using ChangeContext = std::weak_ptr<SystemManager>;
-
-// Never released, as the sources are not.
-ChangeContext* makeContext(SystemManager& session) {
-    static Lock& lock = *new Lock;
-    static auto& contexts = *new std::vector<std::unique_ptr<ChangeContext>>;
-    const LockScope scope(lock);
-    return contexts.emplace_back(std::make_unique<ChangeContext>(session.weak_from_this())).get();
-}
+// The sources of changes, which end with their session.
+struct ChangeSources {
+    Lock lock;
+    std::vector<Observation> observations SENTREL_GUARDED_BY(lock);
+};
 
 // Toward zero; the smallest integer stands for everything that does not fit, as the processor's own conversion does.
 std::int32_t truncated(double value) {
@@ -120,14 +115,22 @@ void _getBatteryData(const PowerSourcesBlock& block, SystemManager& session) {
 void _batteryNotification(const PowerSourcesBlock& block, SystemManager& session) {
     session.setPowerSources(block);
     _getBatteryData(block, session);
-    if (!session.platform().power().addChangeSource(_powerSourceChangedAdapter, makeContext(session)))
+    Observation observation = session.platform().power().observe([weak = session.weak_from_this()] {
+        if (const std::shared_ptr<SystemManager> changed = weak.lock())
+            _powerSourceChangedAdapter(changed.get());
+    });
+    if (!observation) {
         System_error("Error: power source notification -- %s\n", System_getLastError());
+        return;
+    }
+    auto& sources = session.shared<ChangeSources>();
+    const LockScope scope(sources.lock);
+    sources.observations.push_back(std::move(observation));
 }
 
 void _powerSourceChangedAdapter(void* context) {
-    const std::shared_ptr<SystemManager> changed = context ? static_cast<ChangeContext*>(context)->lock() : session();
-    if (!changed)
-        return;
+    const std::shared_ptr<SystemManager> changed =
+        context ? static_cast<SystemManager*>(context)->shared_from_this() : session();
     const PowerSourcesBlock block = changed->powerSources();
     if (!block)
         assertionFailed("System->swiftPowerSources", __func__, "SentrelKit", __LINE__);

@@ -3,7 +3,9 @@
 
 #include <SentrelKit/platform/support/BatteryProperties.h>
 
+#include <memory>
 #include <string>
+#include <utility>
 
 namespace sentrel::platform {
 
@@ -56,16 +58,16 @@ std::unique_ptr<BatteryService> ScriptedPowerService::batteryService() {
     return calls.fails("batteryService") || !battery ? nullptr : std::make_unique<Battery>(*this);
 }
 
-bool ScriptedPowerService::addChangeSource(void (*changed)(void* context), void* context) {
-    if (calls.fails("addChangeSource"))
-        return false;
-    changeSources_.emplace_back(changed, context);
-    return true;
+Observation ScriptedPowerService::observe(std::function<void()> changed) {
+    if (calls.fails("observe"))
+        return {};
+    return changeSources_.add([call = std::move(changed)](Change) { call(); },
+                              std::make_shared<ScriptedHandle>(calls, "observation"));
 }
 
-void ScriptedPowerService::change() const {
-    for (const auto& [changed, context] : std::vector(changeSources_))
-        changed(context);
+void ScriptedPowerService::change() {
+    changeSources_.post({});
+    changeSources_.tell();
 }
 
 } // namespace sentrel::platform

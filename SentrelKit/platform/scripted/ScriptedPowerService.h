@@ -3,8 +3,8 @@
 
 #include <SentrelKit/platform/PowerService.h>
 #include <SentrelKit/platform/scripted/ScriptedCalls.h>
+#include <SentrelKit/platform/support/Observer.h>
 
-#include <utility>
 #include <vector>
 
 namespace sentrel::platform {
@@ -18,10 +18,13 @@ public:
     [[nodiscard]] std::unique_ptr<PowerSourcesInfo> powerSources() override;
     [[nodiscard]] std::optional<PropertyList::Dictionary> externalAdapterDetails() override;
     [[nodiscard]] std::unique_ptr<BatteryService> batteryService() override;
-    bool addChangeSource(void (*changed)(void* context), void* context) override;
+    [[nodiscard]] Observation observe(std::function<void()> changed) override;
 
     /// Tells every change source, on this thread.
-    void change() const;
+    void change();
+
+    /// How many change sources there are.
+    [[nodiscard]] std::size_t changeSources() const { return changeSources_.count(); }
 
     ScriptedCalls calls;                             ///< what was asked, and how it fails
     std::vector<PropertyList::Dictionary> sources;   ///< a description for each power source
@@ -29,7 +32,7 @@ public:
     std::optional<PropertyList::Dictionary> battery; ///< the internal battery's properties; absent: no battery
 
 private:
-    std::vector<std::pair<void (*)(void*), void*>> changeSources_;
+    Observers<Change> changeSources_;
 };
 
 } // namespace sentrel::platform

@@ -56,6 +56,9 @@ private:
     const Thread* caller_ SENTREL_GUARDED_BY(lock()) = nullptr; // while it is called
 };
 
+/// A notice that says nothing but that something changed.
+struct Change {};
+
 /// The observers of one source, each with the notices that it has not heard. Any thread. `post` and `offer` may be
 /// called under the lock that orders the notices; `tell` under none.
 template <class Notice>

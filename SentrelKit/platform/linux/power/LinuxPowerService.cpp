@@ -40,11 +40,8 @@ std::unique_ptr<BatteryService> LinuxPowerService::batteryService() {
     return properties ? std::make_unique<BatteryProperties>(std::move(*properties)) : nullptr;
 }
 
-bool LinuxPowerService::addChangeSource(void (*changed)(void* context), void* context) {
-    PowerChanges changes(reader_, times_, changed, context);
-    const LockScope scope(lock_);
-    changes_.push_back(std::move(changes));
-    return true;
+Observation LinuxPowerService::observe(std::function<void()> changed) {
+    return observePowerChanges(reader_, times_, std::move(changed));
 }
 
 } // namespace sentrel::platform

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <SentrelKit/base/system/detail/ThreadSafety.h>
 #include <SentrelKit/platform/PowerService.h>
 #include <SentrelKit/platform/linux/power/PowerChanges.h>
 #include <SentrelKit/platform/linux/power/PowerReader.h>
 
+#include <functional>
 #include <memory>
-#include <vector>
 
 namespace sentrel::platform {
 
@@ -21,13 +20,11 @@ public:
     [[nodiscard]] std::unique_ptr<BatteryService> batteryService() override;
 
     /// The loop is the calling thread's default GLib main context, as in PowerChanges.h. Never fails.
-    bool addChangeSource(void (*changed)(void* context), void* context) override;
+    [[nodiscard]] Observation observe(std::function<void()> changed) override;
 
 private:
     const std::shared_ptr<PowerReader> reader_;
     const PowerChangeTimes times_;
-    Lock lock_;
-    std::vector<PowerChanges> changes_ SENTREL_GUARDED_BY(lock_);
 };
 
 } // namespace sentrel::platform

@@ -3,6 +3,7 @@
 
 #include <SentrelKit/base/system/detail/ThreadSafety.h>
 #include <SentrelKit/platform/linux/common/UdevMonitor.h>
+#include <SentrelKit/platform/support/Observer.h>
 
 #include <atomic>
 #include <glib-unix.h>
@@ -21,8 +22,8 @@ gint64 microseconds(std::chrono::milliseconds time) {
 // under the lock, from the set-up on.
 class Watcher {
 public:
-    Watcher(std::shared_ptr<PowerReader> reader, const PowerChangeTimes& times, void (*changed)(void*), void* context)
-        : reader_(std::move(reader)), times_(times), changed_(changed), context_(context) {}
+    Watcher(std::shared_ptr<PowerReader> reader, const PowerChangeTimes& times, std::shared_ptr<Observer> observer)
+        : reader_(std::move(reader)), times_(times), observer_(std::move(observer)) {}
 
     ~Watcher() {
         // The last to let go may be a thread that never looked: it sees the others' last writes.
@@ -46,8 +47,7 @@ public:
     }
 
     void dispatch(GSource* source) {
-        void (*changed)(void*) = nullptr;
-        void* context = nullptr;
+        std::shared_ptr<Observer> observer;
         {
             const LockScope scope(lock_);
             const gint64 now = g_get_monotonic_time();
@@ -58,15 +58,13 @@ public:
             }
             if (deadline_ < 0 || now < deadline_)
                 return;
-            if (look()) {
-                changed = changed_;
-                context = context_;
-            }
+            if (look())
+                observer = observer_;
             settling_ = false;
             schedule(source, now);
         }
-        if (changed)
-            changed(context);
+        if (observer)
+            observer->tell();
     }
 
 private:
@@ -86,8 +84,7 @@ private:
     Lock lock_;
     std::shared_ptr<PowerReader> reader_ SENTREL_GUARDED_BY(lock_);
     PowerChangeTimes times_ SENTREL_GUARDED_BY(lock_);
-    void (*changed_)(void*) SENTREL_GUARDED_BY(lock_);
-    void* context_ SENTREL_GUARDED_BY(lock_);
+    std::shared_ptr<Observer> observer_ SENTREL_GUARDED_BY(lock_);
     UdevMonitor monitor_ SENTREL_GUARDED_BY(lock_);
     PowerFigures figures_ SENTREL_GUARDED_BY(lock_);
     bool settling_ SENTREL_GUARDED_BY(lock_) = false; ///< a notice came, its figures are not looked at yet
@@ -104,7 +101,8 @@ Watcher* watcherOf(GSource* source) {
     return reinterpret_cast<WatcherSource*>(source)->watcher.load(std::memory_order_acquire);
 }
 
-gboolean dispatch(GSource* source, GSourceFunc /*callback*/, gpointer /*data*/) {
+// An exception ends the process here: the loop below is none of ours.
+gboolean dispatch(GSource* source, GSourceFunc /*callback*/, gpointer /*data*/) noexcept {
     watcherOf(source)->dispatch(source);
     return G_SOURCE_CONTINUE;
 }
@@ -116,25 +114,25 @@ void finalize(GSource* source) {
 // Without check functions GLib looks at the descriptor and the ready time itself.
 GSourceFuncs sourceFunctions = {nullptr, nullptr, dispatch, finalize, nullptr, nullptr};
 
+struct EndSource {
+    void operator()(GSource* source) const noexcept {
+        g_source_destroy(source);
+        g_source_unref(source);
+    }
+};
+
 } // namespace
 
-PowerChanges::PowerChanges(std::shared_ptr<PowerReader> reader, const PowerChangeTimes& times,
-                           void (*changed)(void* context), void* context)
-    : source_(g_source_new(&sourceFunctions, sizeof(WatcherSource))) {
-    auto* watcher = new Watcher(std::move(reader), times, changed, context);
-    auto* const slot = new (&reinterpret_cast<WatcherSource*>(source_)->watcher) std::atomic<Watcher*>(nullptr);
+Observation observePowerChanges(std::shared_ptr<PowerReader> reader, const PowerChangeTimes& times,
+                                std::function<void()> changed) {
+    auto observer = std::make_shared<Observer>(std::move(changed));
+    const std::shared_ptr<GSource> source(g_source_new(&sourceFunctions, sizeof(WatcherSource)), EndSource());
+    auto* watcher = new Watcher(std::move(reader), times, observer);
+    auto* const slot = new (&reinterpret_cast<WatcherSource*>(source.get())->watcher) std::atomic<Watcher*>(nullptr);
     slot->store(watcher, std::memory_order_release);
-    g_source_set_name(source_, "SentrelKit power sources");
-    watcher->attach(source_);
+    g_source_set_name(source.get(), "SentrelKit power sources");
+    watcher->attach(source.get());
+    return Observation(std::move(observer), source);
 }
-
-PowerChanges::~PowerChanges() {
-    if (source_) {
-        g_source_destroy(source_);
-        g_source_unref(source_);
-    }
-}
-
-PowerChanges::PowerChanges(PowerChanges&& other) noexcept : source_(std::exchange(other.source_, nullptr)) {}
 
 } // namespace sentrel::platform

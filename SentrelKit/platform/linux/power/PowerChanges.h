@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <SentrelKit/platform/Observation.h>
 #include <SentrelKit/platform/linux/power/PowerReader.h>
 
 #include <chrono>
+#include <functional>
 #include <memory>
-
-using GSource = struct _GSource;
 
 namespace sentrel::platform {
 
@@ -18,22 +18,11 @@ struct PowerChangeTimes {
     std::chrono::milliseconds polling{30'000};
 };
 
-/// A source on the calling thread's default GLib main context (the one it pushed, else the global default), woken by
-/// uevents of the power-supply class and, while there is a battery, by a coarse timer. Each time it looks at the
+/// Adds a source to the calling thread's default GLib main context (the one it pushed, else the global default), woken
+/// by uevents of the power-supply class and, while there is a battery, by a coarse timer. Each time it looks at the
 /// figures and calls back only if one changed since it looked last. Where the kernel's uevents cannot be had the timer
-/// alone remains. Ends with this object; a call that runs on another thread then finishes.
-class PowerChanges {
-public:
-    PowerChanges(std::shared_ptr<PowerReader> reader, const PowerChangeTimes& times, void (*changed)(void* context),
-                 void* context);
-    ~PowerChanges();
-    PowerChanges(const PowerChanges&) = delete;
-    PowerChanges& operator=(const PowerChanges&) = delete;
-    PowerChanges(PowerChanges&& other) noexcept;
-    PowerChanges& operator=(PowerChanges&&) = delete;
-
-private:
-    GSource* source_;
-};
+/// alone remains.
+[[nodiscard]] Observation observePowerChanges(std::shared_ptr<PowerReader> reader, const PowerChangeTimes& times,
+                                              std::function<void()> changed);
 
 } // namespace sentrel::platform

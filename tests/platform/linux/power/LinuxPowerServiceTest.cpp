@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <glib.h>
 #include <thread>
 
@@ -18,8 +19,9 @@ using namespace std::chrono_literals;
 
 constexpr PowerChangeTimes quick{.settling = 1ms, .polling = 5ms};
 
-void count(void* counter) {
-    ++*static_cast<std::atomic<int>*>(counter);
+// An observer that counts its calls.
+std::function<void()> count(std::atomic<int>& counter) {
+    return [&counter] { ++counter; };
 }
 
 // Serves the default context so long that a quick change source looks many times.
@@ -68,7 +70,8 @@ TEST(LinuxPowerChanges, AreFoundByTheCoarseTimerWithoutANotice) {
     const PowerSupplyTree tree("charge-laptop");
     LinuxPowerService service(tree.root(), quick);
     std::atomic<int> changes{0};
-    EXPECT_TRUE(service.addChangeSource(count, &changes));
+    const Observation observation = service.observe(count(changes));
+    EXPECT_TRUE(observation);
     tree.set("BAT0", "charge_now", "2700000\n");
     EXPECT_TRUE(serveUntil([&] { return changes == 1; }));
     tree.set("BAT0", "cycle_count", "313\n");
@@ -83,7 +86,7 @@ TEST(LinuxPowerChanges, AreOnlyThoseOfAFigure) {
     const PowerSupplyTree tree("charge-laptop");
     LinuxPowerService service(tree.root(), quick);
     std::atomic<int> changes{0};
-    service.addChangeSource(count, &changes);
+    const Observation observation = service.observe(count(changes));
     tree.set("BAT0", "serial_number", "42\n");
     tree.set("BAT0", "charge_now", " 2730000 \n");
     tree.set("hidpp_battery_0", "type", "Battery\n");
@@ -96,7 +99,7 @@ TEST(LinuxPowerChanges, AreNotPolledForWithoutABattery) {
     const PowerSupplyTree tree("mouse-desktop");
     LinuxPowerService service(tree.root(), quick);
     std::atomic<int> changes{0};
-    service.addChangeSource(count, &changes);
+    const Observation observation = service.observe(count(changes));
     tree.set("BAT0", "type", "Battery\n");
     serveForManyLooks();
     EXPECT_EQ(changes, 0);
@@ -107,18 +110,18 @@ TEST(LinuxPowerChanges, ReachEverySourceThatWasAdded) {
     LinuxPowerService service(tree.root(), quick);
     std::atomic<int> first{0};
     std::atomic<int> second{0};
-    service.addChangeSource(count, &first);
-    service.addChangeSource(count, &second);
+    const Observation one = service.observe(count(first));
+    const Observation other = service.observe(count(second));
     tree.set("AC", "online", "1\n");
     EXPECT_TRUE(serveUntil([&] { return first == 1 && second == 1; }));
 }
 
-TEST(LinuxPowerChanges, EndWithTheService) {
+TEST(LinuxPowerChanges, EndWithTheirObservation) {
     const PowerSupplyTree tree("charge-laptop");
     std::atomic<int> changes{0};
     {
         LinuxPowerService service(tree.root(), quick);
-        service.addChangeSource(count, &changes);
+        const Observation observation = service.observe(count(changes));
     }
     tree.set("AC", "online", "1\n");
     serveForManyLooks();
@@ -131,7 +134,7 @@ TEST(LinuxPowerChanges, OutliveTheContextTheyWereAddedTo) {
     std::atomic<int> changes{0};
     GMainContext* own = g_main_context_new();
     g_main_context_push_thread_default(own);
-    service.addChangeSource(count, &changes);
+    const Observation observation = service.observe(count(changes));
     g_main_context_pop_thread_default(own);
     tree.set("AC", "online", "1\n");
     EXPECT_TRUE(serveUntil([&] { return changes == 1; }, own));
@@ -145,8 +148,9 @@ TEST(LinuxPowerChanges, CrossFromTheRegisteringThreadToTheOneThatRunsTheLoop) {
         tree.set("AC", "online", "0\n");
         LinuxPowerService service(tree.root(), quick);
         changes = 0;
+        Observation observation;
         std::thread registering([&] {
-            service.addChangeSource(count, &changes);
+            observation = service.observe(count(changes));
             tree.set("AC", "online", "1\n");
         });
         EXPECT_TRUE(serveUntil([&] { return changes == 1; }));
@@ -161,7 +165,7 @@ TEST(LinuxPowerChanges, EndSafelyWhileTheLoopRunsOnAnotherThread) {
     std::thread loop([&] { EXPECT_TRUE(serveUntil([&] { return done.load(); })); });
     for (int round = 0; round < 50; ++round) {
         LinuxPowerService service(tree.root(), {.settling = 1ms, .polling = 1ms});
-        service.addChangeSource(count, &changes);
+        const Observation observation = service.observe(count(changes));
         tree.set("AC", "online", round % 2 == 0 ? "1\n" : "0\n");
         std::this_thread::sleep_for(2ms);
     }
