@@ -7,6 +7,7 @@
 #include <SentrelKit/Export.h>
 #include <SentrelKit/base/util/PropertyList.h>
 #include <SentrelKit/platform/Connection.h>
+#include <SentrelKit/platform/Observation.h>
 
 #include <cstdint>
 #include <functional>
@@ -59,9 +60,8 @@ public:
     virtual PropertyList search(std::string_view key) = 0;
 };
 
-/// Watches local host name, DNS servers and router. Releasing it ends the watch: it waits for a callback that runs on
-/// another thread, may be done from inside the callback, and no new one begins. The readers may be called from any
-/// thread, with or without notices.
+/// Local host name, DNS servers and router, and notices of their changes. The readers may be called from any thread,
+/// with or without notices.
 class ConfigurationWatch {
 public:
     virtual ~ConfigurationWatch() = default;
@@ -70,8 +70,13 @@ public:
     /// "Setup:/Network/HostNames". Called before `schedule`. False if they cannot be installed.
     virtual bool setNotificationKeys(const std::vector<std::string>& keys) = 0;
 
-    /// From now on changes call back on the background queue; calls never overlap.
-    virtual void schedule() = 0;
+    /// From now on `changed` is called on the background queue after each change; what changes while it runs is told
+    /// together, by one more call. Called once; the watch outlives the observation. Always observes something, but for
+    /// keys that could not be installed no call comes.
+    ///
+    /// macOS: SCDynamicStoreSetDispatchQueue; the release sets no queue. A callout that stands in the queue already may
+    /// come all the same: it finds the observer through a context that the store retains, not the registration.
+    [[nodiscard]] virtual Observation schedule(std::function<void()> changed) = 0;
 
     /// The name of this machine. Absent when it has none.
     virtual std::optional<std::string> localHostName() = 0;
@@ -118,8 +123,8 @@ public:
     /// Null, with errno set, on failure. As it stands here it is a socket, on every backend.
     [[nodiscard]] virtual std::unique_ptr<Connection> connect(const std::string& host, std::int32_t port);
 
-    /// A watch that is not yet scheduled; `changed` hears of each change. Null, with errno set, on failure.
-    virtual std::unique_ptr<ConfigurationWatch> watchConfiguration(std::function<void()> changed) = 0;
+    /// A watch that is not yet scheduled. Null, with errno set, on failure. macOS: SCDynamicStoreCreate.
+    virtual std::unique_ptr<ConfigurationWatch> watchConfiguration() = 0;
 };
 
 } // namespace sentrel::platform

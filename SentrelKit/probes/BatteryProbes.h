@@ -38,9 +38,8 @@ SENTREL_API void _getBatteryData(const PowerSourcesBlock& block, SystemManager& 
 /// may call everything. If there can be no source, one line on the standard error stream says so.
 SENTREL_API void _batteryNotification(const PowerSourcesBlock& block, SystemManager& session = *System);
 
-/// What every change of the power sources calls: delivers to the block of the session in force, or, with one of the
-/// contexts that _batteryNotification hands out, to that of its session, if that still lives. Without a block the
-/// process stops.
+/// What every change of the power sources calls: delivers to the block of a session, whose SystemManager is the
+/// context, or without one of the session in force. Without a block the process stops.
 SENTREL_API void _powerSourceChangedAdapter(void* context);
 
 /// Unpacks a manufacture date (day in bits 0 to 4, month in bits 5 to 8, year minus 1980 above) into texts: first the

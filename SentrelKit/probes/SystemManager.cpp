@@ -92,11 +92,11 @@ SystemManager::SystemManager(platform::Platform& platform)
 SystemManager::~SystemManager() = default;
 
 void SystemManager::setUpSystemConfiguration() {
-    scSession_ = platform_.network().watchConfiguration([this] { scNotification(); });
+    scSession_ = platform_.network().watchConfiguration();
     require(scSession_ != nullptr, "self->scSession", "-[SystemManager setUpSystemConfiguration]");
     if (!scSession_->setNotificationKeys({ipv4Key, dnsKey, hostNamesKey}))
         System_error("Error installing System Configuration Notification\n");
-    scSession_->schedule();
+    scObservation_ = scSession_->schedule([this] { scNotification(); });
 }
 
 void SystemManager::updateSystemConfigurationProperties() {

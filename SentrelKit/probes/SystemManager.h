@@ -14,6 +14,7 @@
 #include <SentrelKit/base/system/detail/ThreadSafety.h>
 #include <SentrelKit/platform/DispatchQueue.h>
 #include <SentrelKit/platform/HostService.h>
+#include <SentrelKit/platform/Observation.h>
 #include <SentrelKit/platform/Platform.h>
 
 #include <functional>
@@ -113,7 +114,8 @@ private:
     NetworkConfigurationBlock swiftNetworkConfigure_ SENTREL_GUARDED_BY(lock_);
     PowerSourcesBlock swiftPowerSources_ SENTREL_GUARDED_BY(lock_);
     std::map<std::type_index, std::shared_ptr<void>> shared_ SENTREL_GUARDED_BY(lock_);
-    std::unique_ptr<platform::ConfigurationWatch> scSession_; // the first to go: its callback uses all the others
+    std::unique_ptr<platform::ConfigurationWatch> scSession_;
+    Observation scObservation_; // the first to go: its callback uses all the others
 };
 
 /// The session in force. Not to be confused with the resource registry `sentrel::System`.

@@ -141,27 +141,22 @@ struct Listed {
 
 } // namespace
 
-struct ScriptedNetworkService::Listener {
-    std::function<void()> changed;
-    bool hasKeys = false;
-    bool scheduled = false;
-};
-
 class ScriptedNetworkService::Watch final : public ConfigurationWatch {
 public:
-    Watch(ScriptedNetworkService& network, std::shared_ptr<Listener> listener)
-        : network_(network), listener_(std::move(listener)), handle_(network.calls, "watch") {}
+    explicit Watch(ScriptedNetworkService& network) : network_(network), handle_(network.calls, "watch") {}
 
     bool setNotificationKeys(const std::vector<std::string>& keys) override {
         std::string named;
         for (const std::string& key : keys)
             named.append(named.empty() ? "" : " ").append(key);
-        listener_->hasKeys = !network_.calls.fails("setNotificationKeys", named);
-        return listener_->hasKeys;
+        hasKeys_ = !network_.calls.fails("setNotificationKeys", named);
+        return hasKeys_;
     }
-    void schedule() override {
+    Observation schedule(std::function<void()> changed) override {
         network_.calls.record("schedule");
-        listener_->scheduled = true;
+        if (!hasKeys_)
+            return Observation(std::make_shared<Observer>(std::move(changed))); // which nobody tells
+        return network_.observers_.add([call = std::move(changed)](Change) { call(); });
     }
     std::optional<std::string> localHostName() override {
         return network_.calls.fails("localHostName") ? std::nullopt : network_.localHostName;
@@ -176,7 +171,7 @@ public:
 
 private:
     ScriptedNetworkService& network_;
-    std::shared_ptr<Listener> listener_;
+    bool hasKeys_ = false;
     const ScriptedHandle handle_;
 };
 
@@ -260,23 +255,15 @@ std::unique_ptr<Connection> ScriptedNetworkService::connect(const std::string& h
     return std::make_unique<ScriptedConnection>(dispatch_, calls, host, server);
 }
 
-std::unique_ptr<ConfigurationWatch> ScriptedNetworkService::watchConfiguration(std::function<void()> changed) {
-    if (calls.fails("watchConfiguration"))
-        return nullptr;
-    auto listener = std::make_shared<Listener>();
-    listener->changed = std::move(changed);
-    listeners_.push_back(listener);
-    return std::make_unique<Watch>(*this, std::move(listener));
+std::unique_ptr<ConfigurationWatch> ScriptedNetworkService::watchConfiguration() {
+    return calls.fails("watchConfiguration") ? nullptr : std::make_unique<Watch>(*this);
 }
 
 void ScriptedNetworkService::change() {
-    for (const std::weak_ptr<Listener>& each : listeners_) {
-        dispatch_.backgroundQueue()->async([each] {
-            const std::shared_ptr<Listener> listener = each.lock();
-            if (listener && listener->hasKeys && listener->scheduled)
-                listener->changed();
-        });
-    }
+    dispatch_.backgroundQueue()->async([this] {
+        observers_.post({});
+        observers_.tell();
+    });
 }
 
 } // namespace sentrel::platform

@@ -4,6 +4,7 @@
 #include <SentrelKit/platform/NetworkService.h>
 #include <SentrelKit/platform/scripted/ScriptedCalls.h>
 #include <SentrelKit/platform/scripted/ScriptedDispatch.h>
+#include <SentrelKit/platform/support/Observer.h>
 
 #include <map>
 
@@ -64,7 +65,7 @@ public:
     Connectivity connectivity() override { return calls.fails("connectivity") ? Connectivity::unknown : reachable; }
     bool resolves(const std::string& host) override;
     [[nodiscard]] std::unique_ptr<Connection> connect(const std::string& host, std::int32_t port) override;
-    std::unique_ptr<ConfigurationWatch> watchConfiguration(std::function<void()> changed) override;
+    std::unique_ptr<ConfigurationWatch> watchConfiguration() override;
 
     /// The interface of that name, which must exist.
     ScriptedInterface& interface(std::string_view name);
@@ -84,10 +85,9 @@ private:
     [[nodiscard]] const ScriptedInterface* find(std::string_view name) const;
 
     class Watch;
-    struct Listener;
 
     ScriptedDispatch& dispatch_;
-    std::vector<std::weak_ptr<Listener>> listeners_;
+    Observers<Change> observers_; ///< of the scheduled watches with keys
 };
 
 } // namespace sentrel::platform

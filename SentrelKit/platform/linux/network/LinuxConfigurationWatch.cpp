@@ -6,13 +6,14 @@
 #include <SentrelKit/platform/linux/network/LinkTable.h>
 #include <SentrelKit/platform/linux/network/NetlinkSocket.h>
 #include <SentrelKit/platform/linux/network/ResolverFile.h>
+#include <SentrelKit/platform/support/Observer.h>
 
 #include <array>
 #include <cerrno>
 #include <linux/rtnetlink.h>
 #include <sys/epoll.h>
-#include <thread>
 #include <utility>
+#include <vector>
 
 namespace sentrel::platform {
 
@@ -57,8 +58,7 @@ std::optional<PropertyList> readDNS(const SystemRoot& root) {
 } // namespace
 
 struct LinuxConfigurationWatch::State {
-    State(const SystemRoot& systemRoot, std::function<void()> callback)
-        : root(systemRoot), changed(std::move(callback)), resolver(systemRoot) {}
+    explicit State(const SystemRoot& systemRoot) : root(systemRoot), resolver(systemRoot) {}
 
     /// Takes the value in the place of the last one; true if it is another.
     template <class Value>
@@ -72,46 +72,6 @@ struct LinuxConfigurationWatch::State {
     std::optional<PropertyList> currentIPv4() {
         const LockScope scope(routeLock);
         return readIPv4(routeSocket);
-    }
-
-    /// Calls back under no lock. Calls never overlap: who finds one running leaves it one more to make.
-    void tell() {
-        LockScope scope(lock);
-        isDue = true;
-        if (std::exchange(isCalling, true))
-            return;
-        caller = std::this_thread::get_id();
-        while (isDue && !hasEnded) {
-            isDue = false;
-            lock.unlock();
-            changed();
-            lock.lock();
-        }
-        isCalling = false;
-        called.notify_all();
-    }
-
-    /// No call begins any more. Waits for one on another thread; from inside a call it returns at once.
-    void end() {
-        const LockScope scope(lock);
-        hasEnded = true;
-        while (isCalling && caller != std::this_thread::get_id())
-            called.wait(lock);
-    }
-
-    void routesMayHaveChanged() {
-        if (takeRoutes())
-            tell();
-    }
-
-    void resolverMayHaveChanged() {
-        if (takeServers())
-            tell();
-    }
-
-    void hostNameMayHaveChanged() {
-        if (takeHostName())
-            tell();
     }
 
     bool takeRoutes() {
@@ -136,17 +96,11 @@ struct LinuxConfigurationWatch::State {
     }
 
     const SystemRoot root;
-    const std::function<void()> changed;
 
     Lock routeLock;
     NetlinkSocket routeSocket SENTREL_GUARDED_BY(routeLock){NETLINK_ROUTE};
 
     Lock lock;
-    bool isDue SENTREL_GUARDED_BY(lock) = false;
-    RunningFlag isCalling SENTREL_GUARDED_BY(lock);
-    bool hasEnded SENTREL_GUARDED_BY(lock) = false;
-    std::thread::id caller SENTREL_GUARDED_BY(lock);
-    Condition called SENTREL_GUARDED_BY(lock);
     NetlinkSocket routeNotices SENTREL_GUARDED_BY(lock){NETLINK_ROUTE,
                                                         {RTNLGRP_LINK, RTNLGRP_IPV4_IFADDR, RTNLGRP_IPV4_ROUTE}};
     ResolverFileWatch resolver SENTREL_GUARDED_BY(lock);
@@ -156,18 +110,10 @@ struct LinuxConfigurationWatch::State {
     std::optional<std::string> lastHostName SENTREL_GUARDED_BY(lock);
 };
 
-std::unique_ptr<LinuxConfigurationWatch> LinuxConfigurationWatch::make(const SystemRoot& root, EventSource& events,
-                                                                       std::function<void()> changed) {
-    auto state = std::make_shared<State>(root, std::move(changed));
-    return std::unique_ptr<LinuxConfigurationWatch>(new LinuxConfigurationWatch(events, std::move(state)));
-}
+LinuxConfigurationWatch::LinuxConfigurationWatch(const SystemRoot& root, EventSource& events)
+    : events_(events), state_(std::make_shared<State>(root)) {}
 
-LinuxConfigurationWatch::LinuxConfigurationWatch(EventSource& events, std::shared_ptr<State> state)
-    : events_(events), state_(std::move(state)) {}
-
-LinuxConfigurationWatch::~LinuxConfigurationWatch() {
-    state_->end();
-}
+LinuxConfigurationWatch::~LinuxConfigurationWatch() = default;
 
 bool LinuxConfigurationWatch::setNotificationKeys(const std::vector<std::string>& keys) {
     const LockScope scope(state_->lock);
@@ -188,20 +134,27 @@ bool LinuxConfigurationWatch::setNotificationKeys(const std::vector<std::string>
     return installed;
 }
 
-void LinuxConfigurationWatch::schedule() {
+Observation LinuxConfigurationWatch::schedule(std::function<void()> changed) {
+    using Watches = std::vector<std::unique_ptr<DescriptorWatch>>;
+    auto observer = std::make_shared<Observer>(std::move(changed));
+    auto watches = std::make_shared<Watches>();
     State& state = *state_;
     const LockScope scope(state.lock);
-    const auto watch = [this](int descriptor, std::uint32_t events, void (State::*notice)()) {
+    const auto watch = [&](int descriptor, std::uint32_t events, bool (State::*takeChange)()) {
         if (descriptor >= 0)
-            watches_.push_back(events_.watch(descriptor, events, [shared = state_, notice] { (*shared.*notice)(); }));
+            watches->push_back(events_.watch(descriptor, events, [shared = state_, observer, takeChange] {
+                if ((*shared.*takeChange)())
+                    observer->tell();
+            }));
     };
-    watch(state.routeNotices.descriptor(), EPOLLIN, &State::routesMayHaveChanged);
-    watch(state.resolver.descriptor(), EPOLLIN, &State::resolverMayHaveChanged);
-    watch(state.hostName.get(), EPOLLPRI, &State::hostNameMayHaveChanged);
+    watch(state.routeNotices.descriptor(), EPOLLIN, &State::takeRoutes);
+    watch(state.resolver.descriptor(), EPOLLIN, &State::takeServers);
+    watch(state.hostName.get(), EPOLLPRI, &State::takeHostName);
     // Read once the watches stand, so that no change falls in between; calls wait until these values are known.
     state.lastIPv4 = state.currentIPv4();
     state.lastDNS = readDNS(state.root);
     state.lastHostName = readHostName(state.root);
+    return Observation(std::move(observer), std::move(watches));
 }
 
 std::optional<std::string> LinuxConfigurationWatch::localHostName() {

@@ -12,25 +12,21 @@ namespace sentrel::platform {
 /// active Ethernet-like interface has an IPv4 address.
 class LinuxConfigurationWatch final : public ConfigurationWatch {
 public:
-    [[nodiscard]] static std::unique_ptr<LinuxConfigurationWatch> make(const SystemRoot& root, EventSource& events,
-                                                                       std::function<void()> changed);
+    LinuxConfigurationWatch(const SystemRoot& root, EventSource& events);
     ~LinuxConfigurationWatch() override;
     LinuxConfigurationWatch(const LinuxConfigurationWatch&) = delete;
     LinuxConfigurationWatch& operator=(const LinuxConfigurationWatch&) = delete;
 
     bool setNotificationKeys(const std::vector<std::string>& keys) override;
-    void schedule() override;
+    [[nodiscard]] Observation schedule(std::function<void()> changed) override;
     std::optional<std::string> localHostName() override;
     std::optional<PropertyList> value(std::string_view key) override;
 
 private:
     struct State;
 
-    LinuxConfigurationWatch(EventSource& events, std::shared_ptr<State> state);
-
     EventSource& events_;
-    std::shared_ptr<State> state_; // shared with a callback that runs while the watch is released
-    std::vector<std::unique_ptr<DescriptorWatch>> watches_;
+    const std::shared_ptr<State> state_; // shared with a callback that runs while the watch is released
 };
 
 } // namespace sentrel::platform

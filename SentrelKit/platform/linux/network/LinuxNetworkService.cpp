@@ -211,8 +211,8 @@ Connectivity LinuxNetworkService::connectivity() {
     return word == Connectivity::unknown ? Connectivity::yes : word;
 }
 
-std::unique_ptr<ConfigurationWatch> LinuxNetworkService::watchConfiguration(std::function<void()> changed) {
-    return LinuxConfigurationWatch::make(root_, events_, std::move(changed));
+std::unique_ptr<ConfigurationWatch> LinuxNetworkService::watchConfiguration() {
+    return std::make_unique<LinuxConfigurationWatch>(root_, events_);
 }
 
 } // namespace sentrel::platform

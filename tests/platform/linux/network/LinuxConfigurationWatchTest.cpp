@@ -32,13 +32,11 @@ const std::vector<std::string> allKeys = {"State:/Network/Global/IPv4", "State:/
 class Watched {
 public:
     explicit Watched(const SystemRoot& root, const std::vector<std::string>& keys = allKeys) {
-        watch_ = LinuxConfigurationWatch::make(root, dispatch_, [this] { changed_.happened(); });
+        watch_ = std::make_unique<LinuxConfigurationWatch>(root, dispatch_);
         installed = watch_->setNotificationKeys(keys);
-        watch_->schedule();
+        observation_ = watch_->schedule([this] { changed_.happened(); });
         dispatch_.backgroundQueue()->async([] {}); // watches are served from the first use of a queue on
     }
-    ~Watched() { watch_.reset(); }
-
     /// Runs the change; true if the watch calls within a second, as it promises.
     template <class Change>
     bool calls(Change&& change, std::chrono::seconds bound = std::chrono::seconds(1)) {
@@ -59,6 +57,7 @@ private:
     LinuxDispatch dispatch_;
     Event changed_;
     std::unique_ptr<LinuxConfigurationWatch> watch_;
+    Observation observation_;
 };
 
 std::optional<std::vector<std::string>> servers(Watched& watch) {
@@ -182,19 +181,18 @@ TEST(LinuxConfigurationWatch, CallsUnderNoLockAndOnceMoreForWhatChangesMeanwhile
     LinuxDispatch dispatch;
     Event first;
     Event second;
-    std::unique_ptr<LinuxConfigurationWatch> watch;
     std::atomic<int> calls{0};
-    watch = LinuxConfigurationWatch::make(SystemRoot(tree.path()), dispatch, [&] {
+    LinuxConfigurationWatch watch{SystemRoot(tree.path()), dispatch};
+    EXPECT_TRUE(watch.setNotificationKeys({"State:/Network/Global/DNS"}));
+    const Observation observation = watch.schedule([&] {
         if (calls++ == 0) {
             tree.write("etc/resolv.conf", "nameserver 192.0.2.55\n");
-            EXPECT_TRUE(watch->setNotificationKeys({})); // takes the lock
+            EXPECT_TRUE(watch.setNotificationKeys({})); // takes the lock
             first.happened();
         } else {
             second.happened();
         }
     });
-    EXPECT_TRUE(watch->setNotificationKeys({"State:/Network/Global/DNS"}));
-    watch->schedule();
     dispatch.backgroundQueue()->async([] {});
     tree.write("etc/resolv.conf", "nameserver 192.0.2.54\n");
     EXPECT_TRUE(first.await());
@@ -206,14 +204,14 @@ TEST(LinuxConfigurationWatch, MayBeReleasedFromInsideItsCall) {
     tree.write("etc/resolv.conf", "nameserver 192.0.2.53\n");
     LinuxDispatch dispatch;
     Event called;
-    auto watch = std::make_unique<std::unique_ptr<LinuxConfigurationWatch>>();
-    *watch = LinuxConfigurationWatch::make(SystemRoot(tree.path()), dispatch, [&] {
+    auto watch = std::make_unique<LinuxConfigurationWatch>(SystemRoot(tree.path()), dispatch);
+    EXPECT_TRUE(watch->setNotificationKeys({"State:/Network/Global/DNS"}));
+    Observation observation = watch->schedule([&] {
         tree.write("etc/resolv.conf", "nameserver 192.0.2.55\n");
+        observation.reset();
         watch.reset();
         called.happened();
     });
-    EXPECT_TRUE((*watch)->setNotificationKeys({"State:/Network/Global/DNS"}));
-    (*watch)->schedule();
     dispatch.backgroundQueue()->async([] {});
     tree.write("etc/resolv.conf", "nameserver 192.0.2.54\n");
     EXPECT_TRUE(called.await());
@@ -229,18 +227,18 @@ TEST(LinuxConfigurationWatch, WaitsWhenItIsReleasedForACallOnAnotherThread) {
     LinuxDispatch dispatch;
     Event begun;
     std::atomic<bool> hasEnded{false};
-    auto watch = LinuxConfigurationWatch::make(SystemRoot(tree.path()), dispatch, [&] {
+    LinuxConfigurationWatch watch{SystemRoot(tree.path()), dispatch};
+    EXPECT_TRUE(watch.setNotificationKeys({"State:/Network/Global/DNS"}));
+    Observation observation = watch.schedule([&] {
         begun.happened();
         for (int turn = 0; turn < 1000; ++turn)
             std::this_thread::yield();
         hasEnded = true;
     });
-    EXPECT_TRUE(watch->setNotificationKeys({"State:/Network/Global/DNS"}));
-    watch->schedule();
     dispatch.backgroundQueue()->async([] {});
     tree.write("etc/resolv.conf", "nameserver 192.0.2.54\n");
     EXPECT_TRUE(begun.await());
-    watch.reset();
+    observation.reset();
     EXPECT_TRUE(hasEnded);
 }
 
@@ -250,12 +248,12 @@ TEST(LinuxConfigurationWatch, CallsNoMoreOnceItIsReleased) {
     LinuxDispatch dispatch;
     Event first;
     Event second;
-    auto released = LinuxConfigurationWatch::make(SystemRoot(tree.path()), dispatch, [&] { first.happened(); });
-    auto kept = LinuxConfigurationWatch::make(SystemRoot(tree.path()), dispatch, [&] { second.happened(); });
-    for (const auto& watch : {released.get(), kept.get()}) {
+    LinuxConfigurationWatch one{SystemRoot(tree.path()), dispatch};
+    LinuxConfigurationWatch other{SystemRoot(tree.path()), dispatch};
+    for (LinuxConfigurationWatch* watch : {&one, &other})
         EXPECT_TRUE(watch->setNotificationKeys({"State:/Network/Global/DNS"}));
-        watch->schedule();
-    }
+    Observation released = one.schedule([&] { first.happened(); });
+    const Observation kept = other.schedule([&] { second.happened(); });
     dispatch.backgroundQueue()->async([] {});
     released.reset();
     tree.write("etc/resolv.conf", "nameserver 192.0.2.54\n");
