@@ -3,6 +3,7 @@
 
 #include <SentrelKit/platform/linux/dispatch/BackgroundPool.h>
 #include <SentrelKit/platform/linux/dispatch/MainQueue.h>
+#include <SentrelKit/platform/support/Observer.h>
 #include <SentrelKit/platform/support/QueueTimer.h>
 
 #include <utility>
@@ -36,11 +37,13 @@ std::unique_ptr<RepeatingTimer> PoolQueue::makeTimer(std::int64_t nanoseconds, s
     return std::make_unique<QueueTimer<PoolQueue>>(shared_from_this(), nanoseconds, std::move(tick));
 }
 
-class PoolWatch final : public DescriptorWatch {
+class PoolWatch {
 public:
     PoolWatch(std::shared_ptr<BackgroundPool> pool, std::shared_ptr<BackgroundPool::Watch> watch)
         : pool_(std::move(pool)), watch_(std::move(watch)) {}
-    ~PoolWatch() override { pool_->endWatch(*watch_); }
+    ~PoolWatch() { pool_->endWatch(*watch_); }
+    PoolWatch(const PoolWatch&) = delete;
+    PoolWatch& operator=(const PoolWatch&) = delete;
 
 private:
     std::shared_ptr<BackgroundPool> pool_;
@@ -76,10 +79,12 @@ void LinuxDispatch::runMain(double seconds) {
     main_->run(seconds);
 }
 
-std::unique_ptr<DescriptorWatch> LinuxDispatch::watch(int descriptor, std::uint32_t events,
-                                                      std::function<void()> ready) {
-    auto watch = pool_->watch(descriptor, events, std::move(ready));
-    return watch ? std::make_unique<PoolWatch>(pool_, std::move(watch)) : nullptr;
+Observation LinuxDispatch::watch(int descriptor, std::uint32_t events, std::function<void()> ready) {
+    auto observer = std::make_shared<Observer>(std::move(ready));
+    auto watch = pool_->watch(descriptor, events, [observer] { observer->tell(); });
+    if (!watch)
+        return {};
+    return Observation(std::move(observer), std::make_shared<PoolWatch>(pool_, std::move(watch)));
 }
 
 } // namespace sentrel::platform

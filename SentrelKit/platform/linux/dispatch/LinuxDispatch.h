@@ -30,8 +30,7 @@ public:
     std::shared_ptr<DispatchQueue> serialQueue(const std::string& name) override;
     void runMain(double seconds) override;
 
-    [[nodiscard]] std::unique_ptr<DescriptorWatch> watch(int descriptor, std::uint32_t events,
-                                                         std::function<void()> ready) override;
+    [[nodiscard]] Observation watch(int descriptor, std::uint32_t events, std::function<void()> ready) override;
 
 private:
     std::shared_ptr<MainQueue> main_;

@@ -135,9 +135,8 @@ bool LinuxConfigurationWatch::setNotificationKeys(const std::vector<std::string>
 }
 
 Observation LinuxConfigurationWatch::schedule(std::function<void()> changed) {
-    using Watches = std::vector<std::unique_ptr<DescriptorWatch>>;
     auto observer = std::make_shared<Observer>(std::move(changed));
-    auto watches = std::make_shared<Watches>();
+    auto watches = std::make_shared<std::vector<Observation>>();
     State& state = *state_;
     const LockScope scope(state.lock);
     const auto watch = [&](int descriptor, std::uint32_t events, bool (State::*takeChange)()) {

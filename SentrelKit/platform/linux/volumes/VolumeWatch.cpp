@@ -272,15 +272,14 @@ private:
                 void (Watcher::*happened)()) {
         if (descriptor < 0)
             return false;
-        std::unique_ptr<DescriptorWatch> watch =
-            dispatch.watch(descriptor, events, [watcher, happened] { (*watcher.*happened)(); });
+        Observation watch = dispatch.watch(descriptor, events, [watcher, happened] { (*watcher.*happened)(); });
         if (!watch)
             return false;
         descriptors_.push_back(std::move(watch));
         return true;
     }
 
-    std::vector<std::unique_ptr<DescriptorWatch>> descriptors_;
+    std::vector<Observation> descriptors_;
     std::unique_ptr<RepeatingTimer> labels_;
 };
 
