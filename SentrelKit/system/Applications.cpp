@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/system/Applications.h>
 
-#include <SentrelKit/base/system/detail/ChangeObserver.h>
 #include <SentrelKit/platform/Clock.h>
+#include <SentrelKit/platform/support/Observer.h>
 #include <SentrelKit/probes/HostProbes.h>
 #include <SentrelKit/probes/ProcessProbes.h>
 #include <SentrelKit/system/Mutex/Mutex.h>
@@ -108,12 +108,10 @@ public:
     [[nodiscard]] std::vector<std::shared_ptr<const Process>> mem() const { return list(&TopLists::mem); }
     [[nodiscard]] std::int64_t count() const noexcept { return count_; }
     [[nodiscard]] std::int64_t unresolvedNamedProcesses() const noexcept { return unresolvedNamedProcesses_; }
-    [[nodiscard]] std::shared_ptr<void> observeCount(std::function<void(std::int64_t)> observer);
+    [[nodiscard]] Observation observeCount(std::function<void(std::int64_t)> observer);
 
 private:
     using SharedProcess = std::shared_ptr<Process>;
-    using CountObserver = ChangeObserver<std::int64_t>;
-    using CountObservers = std::vector<std::shared_ptr<CountObserver>>;
     using ById = std::unordered_map<std::int32_t, SharedProcess>; // the first of the list with each id
 
     // The first of the list by one figure, and then nulls.
@@ -131,7 +129,7 @@ private:
 
     void take(const RunningApplications& apps);
     void syncPending();
-    void sync(const RunningApplications& apps, const CountObservers& observers) SENTREL_REQUIRES(mutex_);
+    void sync(const RunningApplications& apps) SENTREL_REQUIRES(mutex_);
     void removeTerminated(const RunningApplications& apps) SENTREL_REQUIRES(mutex_);
     [[nodiscard]] std::vector<Change> takeChanges(const RunningApplications& apps) SENTREL_REQUIRES(mutex_);
     void takeOver(Process& process, const Process& before) SENTREL_REQUIRES(mutex_);
@@ -144,11 +142,10 @@ private:
     template <class Figure>
     [[nodiscard]] First first(Figure figure) const SENTREL_REQUIRES(mutex_);
     void publishTop() SENTREL_REQUIRES(mutex_);
-    void publishCount(const CountObservers& observers) SENTREL_REQUIRES(mutex_);
+    void publishCount() SENTREL_REQUIRES(mutex_);
     void countUnresolved(std::int64_t more) SENTREL_REQUIRES(mutex_) {
         unresolvedNamedProcesses_ = unresolvedNamedProcesses() + more;
     }
-    [[nodiscard]] CountObservers countObservers();
     [[nodiscard]] std::vector<std::shared_ptr<const Process>> list(First TopLists::*which) const;
 
     // What readers ask and what writers hand over by: under no lock, or under one that nobody works under.
@@ -157,7 +154,7 @@ private:
     std::atomic<bool> isReleased_{false};
     Atomic<TopLists> top_;
     Atomic<std::optional<RunningApplications>> pending_; // the newest set that was noticed and not yet taken over
-    Atomic<std::vector<std::weak_ptr<CountObserver>>> countObservers_;
+    platform::Observers<std::int64_t> countObservers_;
 
     const std::shared_ptr<probes::SystemManager> session_;
     Mutex mutex_;
@@ -213,7 +210,7 @@ std::int64_t Applications::unresolvedNamedProcesses() const noexcept {
     return tracking_->unresolvedNamedProcesses();
 }
 
-std::shared_ptr<void> Applications::observeCount(std::function<void(std::int64_t)> observer) {
+Observation Applications::observeCount(std::function<void(std::int64_t)> observer) {
     return tracking_->observeCount(std::move(observer));
 }
 
@@ -238,8 +235,6 @@ void Applications::Tracking::start() {
 // Waits for nobody: who works in here right now keeps it alive.
 void Applications::Tracking::release() {
     isReleased_ = true;
-    for (const std::shared_ptr<CountObserver>& observer : countObservers())
-        observer->cancel();
 }
 
 void Applications::Tracking::observeValue(const RunningApplications& change, const void* context) {
@@ -260,19 +255,17 @@ void Applications::Tracking::syncPending() {
             [](const std::optional<RunningApplications>& apps) { return apps.has_value(); });
     };
     while (isPending()) {
-        const CountObservers observers = countObservers();
         const bool isMine = mutex_.trySynchronise([&]() SENTREL_REQUIRES(mutex_) {
             if (const std::optional<RunningApplications> apps = pending_.swap(std::nullopt))
-                sync(*apps, observers);
+                sync(*apps);
         });
         if (!isMine)
             return;
-        for (const std::shared_ptr<CountObserver>& observer : observers)
-            observer->tell();
+        countObservers_.tell();
     }
 }
 
-void Applications::Tracking::sync(const RunningApplications& apps, const CountObservers& observers) {
+void Applications::Tracking::sync(const RunningApplications& apps) {
     removeTerminated(apps);
     const std::vector<Change> changes = takeChanges(apps);
     replaceParents(changes);
@@ -288,7 +281,7 @@ void Applications::Tracking::sync(const RunningApplications& apps, const CountOb
     }
     fold();
     publishTop();
-    publishCount(observers);
+    publishCount();
 }
 
 void Applications::Tracking::removeTerminated(const RunningApplications& apps) {
@@ -505,13 +498,12 @@ void Applications::Tracking::publishTop() {
                    first([](const Process& process) { return process.mem(); })});
 }
 
-void Applications::Tracking::publishCount(const CountObservers& observers) {
+void Applications::Tracking::publishCount() {
     const auto count = static_cast<std::int64_t>(prevProcesses_.size());
     if (count_ == count)
         return;
     count_ = count;
-    for (const std::shared_ptr<CountObserver>& observer : observers)
-        observer->offer(count);
+    countObservers_.offer(count);
 }
 
 std::vector<std::shared_ptr<const Applications::Process>> Applications::Tracking::list(First TopLists::*which) const {
@@ -519,31 +511,12 @@ std::vector<std::shared_ptr<const Applications::Process>> Applications::Tracking
     return {first.begin(), std::find(first.begin(), first.end(), nullptr)};
 }
 
-// The registered ones. Let go of where no lock is held: they may be the last to hold what a host's closure captured.
-Applications::Tracking::CountObservers Applications::Tracking::countObservers() {
-    CountObservers observers;
-    countObservers_.withValue([&](std::vector<std::weak_ptr<CountObserver>>& registered) {
-        for (const std::weak_ptr<CountObserver>& candidate : registered) {
-            if (std::shared_ptr<CountObserver> observer = candidate.lock())
-                observers.push_back(std::move(observer));
-        }
+// Called only by those who keep this object. The model may have been released meanwhile.
+Observation Applications::Tracking::observeCount(std::function<void(std::int64_t)> observer) {
+    return countObservers_.add([this, call = std::move(observer)](std::int64_t count) {
+        if (!isReleased_)
+            call(count);
     });
-    return observers;
-}
-
-std::shared_ptr<void> Applications::Tracking::observeCount(std::function<void(std::int64_t)> observer) {
-    auto registered = std::make_shared<CountObserver>(std::move(observer));
-    countObservers_.withValue([&](std::vector<std::weak_ptr<CountObserver>>& observers) {
-        observers.erase(std::remove_if(observers.begin(), observers.end(),
-                                       [](const auto& candidate) { return candidate.expired(); }),
-                        observers.end());
-        observers.push_back(registered);
-    });
-    CountObserver* const address = registered.get();
-    return {address, [registered = std::move(registered)](void*) mutable {
-                registered->cancel();
-                registered.reset();
-            }};
 }
 
 } // namespace sentrel

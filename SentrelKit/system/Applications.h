@@ -64,11 +64,10 @@ public:
     /// its owner is found by name, and counts again if that owner ends before it.
     [[nodiscard]] std::int64_t unresolvedNamedProcesses() const noexcept;
 
-    /// Keeps a closure registered that hears each new count, one call at a time, on the thread that noticed the change.
-    /// Changes that come while it runs are told together, as the newest count. From inside it everything is allowed: to
-    /// release this model or the token, to make models, to register others, to call `update`. After the release of the
-    /// token or of the model no new call begins; neither release waits for one that runs on another thread.
-    [[nodiscard]] std::shared_ptr<void> observeCount(std::function<void(std::int64_t)> observer);
+    /// Registers a closure that hears each new count, on the thread that noticed the change. Changes that come while it
+    /// runs are told together, as the newest count. It may release this model too: after that no new call begins, and
+    /// one that runs on another thread is not waited for.
+    [[nodiscard]] Observation observeCount(std::function<void(std::int64_t)> observer);
 
     /// The entry point of the observation of running applications: brings the tracked processes in line with the set.
     /// A notice with a context that is not this object's own is not for it and does nothing.

@@ -3,15 +3,15 @@
 
 #include <SentrelKit/base/system/detail/ThreadSafety.h>
 #include <SentrelKit/platform/PowerService.h>
+#include <SentrelKit/platform/support/Observer.h>
 #include <SentrelKit/probes/BatteryProbes.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <optional>
-#include <thread>
+#include <string>
 #include <utility>
-#include <vector>
 
 namespace sentrel {
 
@@ -55,101 +55,52 @@ std::string remainingText(std::int32_t minutes, bool isCharging) {
 
 } // namespace
 
-/// How changes reach a model: one at a time, and none any more once the model has gone, or is going.
-class Battery::Observation {
-public:
-    explicit Observation(Battery& model) : model_(&model) {}
+/// What a record says, kept beyond the call that brought it.
+struct Battery::Record {
+    explicit Record(const probes::BatteryData& data) : figures(data), health(data.health) {}
 
-    void deliver(const probes::BatteryData& data) {
-        Battery* const model = begin();
-        if (!model)
-            return;
-        const Ending ending{*this};
-        model->powerSourceChanged(data);
-    }
-
-    /// Ends it. Waits for a delivery on another thread; from inside a delivery it returns at once.
-    void end() {
-        const LockScope scope(lock_);
-        model_ = nullptr;
-        awaitOtherThread();
-    }
-
-private:
-    struct Ending {
-        Observation& observation;
-        ~Ending() {
-            const LockScope scope(observation.lock_);
-            --observation.deliveries_;
-            observation.ended_.notify_all();
-        }
-    };
-
-    Battery* begin() {
-        const LockScope scope(lock_);
-        awaitOtherThread();
-        if (model_) {
-            ++deliveries_;
-            thread_ = std::this_thread::get_id();
-            generation_ = ForkGate::generation();
-        }
-        return model_;
-    }
-
-    // In the child of a fork there is no other thread.
-    void awaitOtherThread() SENTREL_REQUIRES(lock_) {
-        while (deliveries_ > 0 && generation_ == ForkGate::generation() && thread_ != std::this_thread::get_id())
-            ended_.wait(lock_);
-    }
-
-    Lock lock_; // never held during a delivery
-    Condition ended_ SENTREL_GUARDED_BY(lock_);
-    Battery* model_ SENTREL_GUARDED_BY(lock_);
-    int deliveries_ SENTREL_GUARDED_BY(lock_) = 0; // nested ones, of one thread
-    std::thread::id thread_ SENTREL_GUARDED_BY(lock_);
-    unsigned generation_ SENTREL_GUARDED_BY(lock_) = 0;
+    probes::BatteryData figures; ///< without its text, which went with the call
+    std::string health;
 };
 
-/// The observations of all models of a session. They share one registration, as only the newest block is called.
-class Battery::Observations {
+/// The models of a session. They share one registration, as only the newest block is called.
+class Battery::Models {
 public:
-    /// Delivers the first figures at once.
-    void add(const std::shared_ptr<Observation>& observation, probes::SystemManager& session) {
-        const auto mark = std::make_shared<char>();
-        bool isRegistered = false;
-        {
-            const LockScope scope(lock_);
-            std::erase_if(observations_, [](const auto& each) { return each.expired(); });
-            observations_.push_back(observation);
-            isRegistered = !registration_.expired();
-            if (!isRegistered)
-                registration_ = mark;
+    /// Delivers the first figures before it returns.
+    [[nodiscard]] Observation add(Battery& model, probes::SystemManager& session) {
+        Observation observation = models_.add([&model](const Record& record) { model.powerSourceChanged(record); });
+        if (const std::shared_ptr<char> mark = newRegistration()) {
+            probes::_batteryNotification(
+                [this, mark](const probes::BatteryData* data) {
+                    models_.post(Record(*data));
+                    models_.tell();
+                },
+                session);
+        } else {
+            probes::_getBatteryData([this](const probes::BatteryData* data) { models_.postToNew(Record(*data)); },
+                                    session);
+            models_.tell();
         }
-        if (isRegistered)
-            probes::_getBatteryData([&](const probes::BatteryData* data) { observation->deliver(*data); }, session);
-        else
-            probes::_batteryNotification([this, mark](const probes::BatteryData* data) { deliver(*data); }, session);
+        return observation;
     }
 
 private:
-    void deliver(const probes::BatteryData& data) {
-        for (const std::weak_ptr<Observation>& each : current())
-            if (const std::shared_ptr<Observation> observation = each.lock())
-                observation->deliver(data);
-    }
-
-    [[nodiscard]] std::vector<std::weak_ptr<Observation>> current() {
+    /// What a new registration keeps; null while one stands.
+    [[nodiscard]] std::shared_ptr<char> newRegistration() {
         const LockScope scope(lock_);
-        return observations_;
+        if (!registration_.expired())
+            return nullptr;
+        auto mark = std::make_shared<char>();
+        registration_ = mark;
+        return mark;
     }
 
+    platform::Observers<Record> models_;
     Lock lock_;
-    std::vector<std::weak_ptr<Observation>> observations_ SENTREL_GUARDED_BY(lock_);
     std::weak_ptr<char> registration_ SENTREL_GUARDED_BY(lock_); // lives as long as the block is registered
 };
 
-Battery::Battery(std::shared_ptr<probes::SystemManager> session)
-    : session_(std::move(session)), observation_(std::make_shared<Observation>(*this)) {
+Battery::Battery(std::shared_ptr<probes::SystemManager> session) : session_(std::move(session)) {
     {
         const std::unique_ptr<platform::BatteryService> service = session_->platform().power().batteryService();
         if (!service) {
@@ -159,12 +110,10 @@ Battery::Battery(std::shared_ptr<probes::SystemManager> session)
         hasBattery_ = true;
         readFixedFacts(*service);
     }
-    session_->shared<Observations>().add(observation_, *session_);
+    observation_ = session_->shared<Models>().add(*this, *session_);
 }
 
-Battery::~Battery() {
-    observation_->end();
-}
+Battery::~Battery() = default;
 
 void Battery::readFixedFacts(const platform::BatteryService& service) {
     store(designCapacity_, read<double>(service, "DesignCapacity"));
@@ -196,9 +145,10 @@ void Battery::update() {
         store(temperature_, std::optional(*hundredths / 100));
 }
 
-void Battery::powerSourceChanged(const probes::BatteryData& data) {
+void Battery::powerSourceChanged(const Record& record) {
+    const probes::BatteryData& data = record.figures;
     update();
-    condition_.setValue(data.health);
+    condition_.setValue(record.health);
     const bool charging = data.isCharging != 0;
     store(hasACondition_, std::optional(data.hasHealth != 0));
     store(isFullyCharged_, std::optional(data.isCharged != 0));

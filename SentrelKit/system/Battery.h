@@ -5,6 +5,7 @@
 
 #include <SentrelKit/Export.h>
 #include <SentrelKit/base/system/detail/Relaxed.h>
+#include <SentrelKit/platform/Observation.h>
 #include <SentrelKit/probes/SystemManager.h>
 #include <SentrelKit/system/Mutex/Atomic.h>
 #include <SentrelKit/system/Signal.h>
@@ -93,11 +94,11 @@ public:
     [[nodiscard]] int health() const noexcept;
 
 private:
-    class Observation;
-    class Observations;
+    struct Record;
+    class Models;
 
     void readFixedFacts(const platform::BatteryService& service);
-    void powerSourceChanged(const probes::BatteryData& data);
+    void powerSourceChanged(const Record& record);
 
     const std::shared_ptr<probes::SystemManager> session_;
     Signal<void> onBatteryChanged_;
@@ -122,7 +123,7 @@ private:
     std::string age_;
     std::string manufactured_;
 
-    const std::shared_ptr<Observation> observation_;
+    Observation observation_; // the first to go: its calls use all the others
 };
 
 } // namespace sentrel

@@ -3,6 +3,7 @@
 
 #include <SentrelKit/base/system/detail/ThreadSafety.h>
 #include <SentrelKit/platform/Desktop.h>
+#include <SentrelKit/platform/support/Observer.h>
 #include <SentrelKit/probes/NetworkProbes.h>
 #include <SentrelKit/system/Notification.h>
 #include <SentrelKit/system/detail/PerSecond.h>
@@ -178,53 +179,39 @@ private:
     std::vector<Check> underWay_ SENTREL_GUARDED_BY(lock_);
 };
 
-/// What the configuration watch reports.
-struct Network::Configuration {
-    Atomic<std::optional<std::string>> localhostName;
-    Atomic<std::optional<std::string>> router;
-    Atomic<std::optional<std::string>> dns;
-};
-
-/// What the models of a session mirror its configuration into. They share one registration, as only the newest block is
-/// called.
-class Network::Mirrors {
+/// The models of a session. They share one registration, as only the newest block is called.
+class Network::Models {
 public:
-    void add(const std::shared_ptr<Configuration>& mirror, probes::SystemManager& session) {
-        {
-            const LockScope scope(lock_);
-            std::erase_if(mirrors_, [](const auto& each) { return each.expired(); });
-            mirrors_.push_back(mirror);
-        }
+    /// Delivers the configuration before it returns.
+    [[nodiscard]] Observation add(Network& model, probes::SystemManager& session) {
+        Observation observation =
+            models_.add([&model](const probes::NetworkConfiguration& configuration) { model.mirror(configuration); });
         probes::_networkConfigureNotification(
             [this](const std::optional<std::string>& localhostName, const std::optional<std::string>& router,
-                   const std::optional<std::vector<std::string>>& dns) { set(localhostName, router, joined(dns)); },
+                   const std::optional<std::vector<std::string>>& dns) {
+                models_.offer({localhostName, router, dns});
+                models_.tell();
+            },
             session);
+        return observation;
     }
 
 private:
-    void set(const std::optional<std::string>& localhostName, const std::optional<std::string>& router,
-             const std::optional<std::string>& dns) {
-        const LockScope scope(lock_);
-        for (const std::weak_ptr<Configuration>& each : mirrors_) {
-            if (const std::shared_ptr<Configuration> mirror = each.lock()) {
-                mirror->localhostName.setValue(localhostName);
-                mirror->router.setValue(router);
-                mirror->dns.setValue(dns);
-            }
-        }
-    }
-
-    Lock lock_;
-    std::vector<std::weak_ptr<Configuration>> mirrors_ SENTREL_GUARDED_BY(lock_);
+    platform::Observers<probes::NetworkConfiguration> models_;
 };
 
 Network::Network(std::shared_ptr<probes::SystemManager> session)
-    : session_(std::move(session)), reachability_(std::make_shared<Reachability>(session_)),
-      configuration_(std::make_shared<Configuration>()) {
-    session_->shared<Mirrors>().add(configuration_, *session_);
+    : session_(std::move(session)), reachability_(std::make_shared<Reachability>(session_)) {
+    observation_ = session_->shared<Models>().add(*this, *session_);
 }
 
 Network::~Network() = default;
+
+void Network::mirror(const probes::NetworkConfiguration& configuration) {
+    localhostName_.setValue(configuration.localhostName);
+    router_.setValue(configuration.routerAddr);
+    dns_.setValue(joined(configuration.dnsAddrs));
+}
 
 void Network::update() {
     const ForkGate::Inside whole; // what the sampling thread keeps has no lock
@@ -341,15 +328,15 @@ std::optional<std::string> Network::publicAddress() const {
 }
 
 std::optional<std::string> Network::localhostName() const {
-    return configuration_->localhostName.value();
+    return localhostName_.value();
 }
 
 std::optional<std::string> Network::router() const {
-    return configuration_->router.value();
+    return router_.value();
 }
 
 std::optional<std::string> Network::dns() const {
-    return configuration_->dns.value();
+    return dns_.value();
 }
 
 std::optional<std::string> Network::refreshPublicAddress() {

@@ -6,6 +6,7 @@
 
 #include <SentrelKit/Export.h>
 #include <SentrelKit/base/system/detail/Relaxed.h>
+#include <SentrelKit/platform/Observation.h>
 #include <SentrelKit/probes/SystemManager.h>
 #include <SentrelKit/system/Mutex/Atomic.h>
 #include <SentrelKit/system/SystemResource.h>
@@ -133,9 +134,9 @@ public:
 private:
     struct Reachability;
     class Checks;
-    struct Configuration;
-    class Mirrors;
+    class Models;
 
+    void mirror(const probes::NetworkConfiguration& configuration);
     void sample(std::int64_t time, const char* name, const probes::NetworkData& data);
     [[nodiscard]] std::shared_ptr<Interface> discover(const char* name, const probes::NetworkData& data) const;
     [[nodiscard]] std::shared_ptr<Interface> known(const char* name, std::uint32_t index) const;
@@ -149,7 +150,10 @@ private:
     std::vector<std::pair<std::string, std::shared_ptr<Interface>>> order_; // the interfaces as they were listed last
     Interfaces added_;                                                      // by the current sample
     std::shared_ptr<Reachability> reachability_;                            // shared with a check that is under way
-    std::shared_ptr<Configuration> configuration_;                          // shared with the configuration watch
+    Atomic<std::optional<std::string>> localhostName_;
+    Atomic<std::optional<std::string>> router_;
+    Atomic<std::optional<std::string>> dns_;
+    Observation observation_; // the first to go: its calls use all the others
 };
 
 } // namespace sentrel

@@ -445,7 +445,7 @@ TEST_F(ApplicationsTest, LetsACountObserverMakeAnotherModelAndUpdateBoth) {
 TEST_F(ApplicationsTest, LetsACountObserverRegisterOthersAndReleaseTokens) {
     Applications applications;
     std::vector<std::string> heard;
-    std::vector<std::shared_ptr<void>> tokens(3);
+    std::vector<Observation> tokens(3);
     tokens[0] = applications.observeCount([&](std::int64_t) {
         heard.emplace_back("first");
         tokens[0].reset();
