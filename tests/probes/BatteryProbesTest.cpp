@@ -229,6 +229,21 @@ TEST(BatteryNotification, LetsTheBlockRegisterAnotherOneWhileItRuns) {
     EXPECT_EQ(inner.calls, 3);
 }
 
+// The sources lasted for ever, and a change found the session of another machine.
+TEST(BatteryNotification, EndsWithTheSession) {
+    platform::ScriptedPlatform machine;
+    machine.power().sources = {chargingSource()};
+    Reading reading;
+    {
+        const platform::Override override(machine);
+        _batteryNotification(reading.block());
+        EXPECT_EQ(machine.power().changeSources(), 1u);
+    }
+    EXPECT_EQ(machine.power().changeSources(), 0u);
+    machine.power().change();
+    EXPECT_EQ(reading.calls, 1);
+}
+
 TEST(BatteryNotificationDeathTest, StopsTheProcessOnAChangeWithoutABlock) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     ScriptedMachine machine;

@@ -4,15 +4,18 @@
 #include <SentrelKit/platform/VolumeService.h>
 #include <SentrelKit/platform/linux/LinuxPlatform.h>
 
+#include "tests/contract/ObservationContract.h"
 #include "tests/support/Await.h"
 #include "tests/support/MountNamespace.h"
 #include "tests/support/TemporaryFolder.h"
 
+#include <functional>
 #include <gtest/gtest.h>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <sys/mount.h>
+#include <utility>
 #include <vector>
 
 namespace sentrel::platform {
@@ -93,6 +96,44 @@ TEST_F(LiveVolumeWatch, TellsOfEachMountAndUnmountOnceAndInTheirOrder) {
     const std::lock_guard lock(guard);
     EXPECT_EQ(heard, (std::vector<std::string>{"mount " + path, "unmount " + path}));
 }
+
+class Volumes {
+public:
+    static constexpr bool tellsItself = false;
+    static const char* missing() { return inOwnMountNamespace() ? nullptr : "no right to a mount namespace"; }
+
+    ~Volumes() {
+        for (int i = 0; i < count; ++i)
+            ::umount(path(i).c_str());
+    }
+
+    Observation observe(std::function<void()> observer) {
+        return current().volumes().observe([call = std::move(observer)](const VolumeNotification&) { call(); });
+    }
+    // One mount after the other, and then their ends: what is undone before anybody looks is not told.
+    void happen() {
+        const std::lock_guard lock(mutex_);
+        const int step = step_++ % (2 * count);
+        const std::string path = this->path(step % count);
+        if (step < count) {
+            folder_.makeFolder(std::to_string(step));
+            EXPECT_EQ(::mount("none", path.c_str(), "tmpfs", 0, nullptr), 0);
+        } else {
+            EXPECT_EQ(::umount(path.c_str()), 0);
+        }
+    }
+
+private:
+    static constexpr int count = 8;
+
+    [[nodiscard]] std::string path(int number) const { return folder_.path(std::to_string(number)); }
+
+    TemporaryFolder folder_;
+    std::mutex mutex_;
+    int step_ = 0;
+};
+
+INSTANTIATE_TYPED_TEST_SUITE_P(LinuxVolumes, ObservationContract, Volumes);
 
 } // namespace
 } // namespace sentrel::platform
