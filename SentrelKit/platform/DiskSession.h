@@ -24,6 +24,9 @@ public:
     [[nodiscard]] virtual std::shared_ptr<StorageDevice> disk(std::string_view deviceName) = 0;
 
     /// Chooses the queue on which completions are called; null for none: completions are then dropped.
+    ///
+    /// macOS: DASessionSetDispatchQueue. Nothing is observed through a session: a completion answers one question,
+    /// once, so there is no registration to release.
     virtual void setQueue(std::shared_ptr<DispatchQueue> queue) = 0;
 };
 
