@@ -123,11 +123,11 @@ INSTANTIATE_TYPED_TEST_SUITE_P(Scripted, ObservationContract, Sources);
 
 TEST(Observation, IsEmptyWithErrnoSetWhereTheSystemRefuses) {
     ScriptedPlatform machine;
-    machine.power().takesObservers = false;
+    machine.power().calls.fail("observe");
     errno = 0;
     EXPECT_FALSE(machine.power().observe([] {}));
     EXPECT_EQ(errno, EIO);
-    machine.volumes().failing["observe"] = true;
+    machine.volumes().calls.fail("observe");
     errno = 0;
     EXPECT_FALSE(machine.volumes().observe([](const VolumeNotification&) {}));
     EXPECT_EQ(errno, EIO);

@@ -182,7 +182,7 @@ TEST(BatteryNotification, DeliversAtOnceAndAtEveryChange) {
     Reading reading;
     _batteryNotification(reading.block());
     EXPECT_EQ(reading.calls, 1);
-    EXPECT_EQ(machine->power().calls.count("addChangeSource"), 1u);
+    EXPECT_EQ(machine->power().calls.count("observe"), 1u);
 
     machine->power().sources.front().insert_or_assign("Time to Full Charge", 58);
     machine->power().change();
@@ -197,7 +197,7 @@ TEST(BatteryNotification, DeliversOnlyToTheNewestBlockOnceForEverySource) {
     Reading second;
     _batteryNotification(first.block());
     _batteryNotification(second.block());
-    EXPECT_EQ(machine->power().calls.count("addChangeSource"), 2u);
+    EXPECT_EQ(machine->power().calls.count("observe"), 2u);
     machine->power().change();
     EXPECT_EQ(first.calls, 1);
     EXPECT_EQ(second.calls, 3);
@@ -206,7 +206,7 @@ TEST(BatteryNotification, DeliversOnlyToTheNewestBlockOnceForEverySource) {
 TEST(BatteryNotification, GoesOnWithOneLineWhenChangesCannotBeHad) {
     ScriptedMachine machine;
     machine->power().sources = {chargingSource()};
-    machine->power().calls.fail("addChangeSource");
+    machine->power().calls.fail("observe");
     Reading reading;
     testing::internal::CaptureStderr();
     _batteryNotification(reading.block());

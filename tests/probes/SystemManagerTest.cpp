@@ -256,7 +256,7 @@ TEST(SystemManager, SessionsWithSeveralMachinesStandSideBySide) {
     EXPECT_STREQ(second->publicAddress, "");
     EXPECT_STREQ(System->publicAddress, "");
     second.reset();
-    machines[0].host().loadTicksValue->user += 1;
+    machines[0].host().loadTicksValue.user += 1;
     _getCPUData(&data, *first);
     EXPECT_EQ(data.user, 100);
 }

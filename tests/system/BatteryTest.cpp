@@ -107,7 +107,7 @@ TEST_F(BatteryModel, IsOnTheMainsAndSilentWithoutABattery) {
     int events = 0;
     const auto owner = std::make_shared<int>();
     battery.onBatteryChanged().listen(owner, [&] { ++events; });
-    EXPECT_EQ(power().calls.count("addChangeSource"), 0u);
+    EXPECT_EQ(power().calls.count("observe"), 0u);
     EXPECT_FALSE(battery.hasBattery());
     EXPECT_TRUE(battery.isACPowered());
     EXPECT_FALSE(battery.installed());
@@ -159,7 +159,7 @@ TEST_F(BatteryModel, KeepsAFixedFactThatIsMissingOrOfAnotherKind) {
 
 TEST_F(BatteryModel, SurvivesChangesThatComeAfterItWentAway) {
     std::make_unique<Battery>().reset();
-    EXPECT_EQ(power().calls.count("addChangeSource"), 1u);
+    EXPECT_EQ(power().calls.count("observe"), 1u);
     power().change();
 }
 
@@ -302,7 +302,7 @@ TEST_F(BatteryEvent, ReachesEveryModelOnceForEachChange) {
     auto second = std::make_unique<Battery>();
     EXPECT_EQ(first.onBatteryChanged().fireCount(), 1) << "its own first figures, not those of the second";
     EXPECT_EQ(second->onBatteryChanged().fireCount(), 1);
-    EXPECT_EQ(power().calls.count("addChangeSource"), 1u) << "or each change would come twice";
+    EXPECT_EQ(power().calls.count("observe"), 1u) << "or each change would come twice";
     power().sources = {source(60)};
     power().change();
     EXPECT_EQ(first.onBatteryChanged().fireCount(), 2);

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/Observation.h>
 
+#include <SentrelKit/platform/scripted/ScriptedMachine.h>
 #include <SentrelKit/system/Applications.h>
 
 #include "tests/contract/ObservationContract.h"
-#include "tests/support/ScriptedMachine.h"
 
 #include <mutex>
 #include <utility>

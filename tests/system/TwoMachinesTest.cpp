@@ -4,8 +4,8 @@
 
 #include "tests/support/EchoHostGuard.h"
 #include "tests/support/EchoServer.h"
-#include "tests/support/ScriptedMachine.h"
 
+#include <SentrelKit/platform/scripted/ScriptedMachine.h>
 #include <SentrelKit/probes/SystemManager.h>
 #include <SentrelKit/system/System.h>
 
@@ -45,8 +45,8 @@ public:
         machine.host().bootTimeValue = wallSeconds - perSecond;
         machine.host().brandValue = name;
         machine.host().physicalMemoryValue = static_cast<std::uint64_t>(perSecond) * 4096;
-        machine.host().hostInfoValue->logical_cpu = 1;
-        machine.graphics().pciDevicesValue = {{display("Intel " + name, 1), display(name, 2)}};
+        machine.host().hostInfoValue.logical_cpu = 1;
+        machine.graphics().pciDevicesValue = {display("Intel " + name, 1), display(name, 2)};
         machine.volumes().mount("disk1", "/", 1000, static_cast<std::uint64_t>(1000 - perSecond));
         machine.volumes().disks["disk1"].description = platform::DiskDescription{name, name};
         machine.network().localHostName = name;
@@ -80,7 +80,7 @@ private:
         const auto all = static_cast<std::uint32_t>(passed_ * 100 + 0.5);
         machine.host().loadTicksValue =
             platform::HostLoadTicks{.user = ticks, .system = 0, .idle = all - ticks, .nice = 0};
-        machine.host().virtualMemoryValue->wire_count = ticks;
+        machine.host().virtualMemoryValue.wire_count = ticks;
         machine.volumes().disks["disk1"].statistics = platform::DiskStatistics{grown, grown};
         machine.network().interface("en0").bytesIn = grown;
         machine.processes().setTaskInfo(application,
@@ -104,7 +104,7 @@ protected:
         EXPECT_STREQ(probes::System->cpuBrand, "-");
         EXPECT_EQ(probes::System->powerSources(), nullptr);
         EXPECT_EQ(inForce_->power().changeSources(), 0U);
-        EXPECT_TRUE(inForce_->desktop().delivered.empty());
+        EXPECT_TRUE(inForce_->desktop().delivered().empty());
     }
 
     // Eleven seconds on the one and twenty-two on the other, which go by in turns.
@@ -177,8 +177,8 @@ TEST_F(TwoMachines, CheckTheirOwnConnections) {
     first.machine.network().reachable = platform::Connectivity::yes;
     first.pass(40);
     EXPECT_EQ(first.registry->net().connection(), Network::ConnectionType::internet);
-    EXPECT_EQ(first.machine.desktop().delivered.size(), 1U);
-    EXPECT_TRUE(second.machine.desktop().delivered.empty());
+    EXPECT_EQ(first.machine.desktop().delivered().size(), 1U);
+    EXPECT_TRUE(second.machine.desktop().delivered().empty());
 }
 
 TEST_F(TwoMachines, HaveTheirOwnBatteriesAndObservers) {
@@ -189,13 +189,13 @@ TEST_F(TwoMachines, HaveTheirOwnBatteriesAndObservers) {
     second.registry->battery().onBatteryChanged().listen(owner, [&] { ++secondEvents; });
     EXPECT_EQ(first.registry->battery().voltage(), 20);
     EXPECT_EQ(second.registry->battery().voltage(), 60);
-    second.machine.power().sources.front()->insert_or_assign("Current", -6);
+    second.machine.power().sources.front().insert_or_assign("Current", -6);
     second.machine.power().change();
     EXPECT_EQ(firstEvents, 0);
     EXPECT_EQ(secondEvents, 1);
     EXPECT_EQ(first.registry->battery().current(), -20);
     EXPECT_EQ(second.registry->battery().current(), -6);
-    first.machine.power().sources.front()->insert_or_assign("Current", -2);
+    first.machine.power().sources.front().insert_or_assign("Current", -2);
     first.machine.power().change();
     EXPECT_EQ(firstEvents, 1);
     EXPECT_EQ(secondEvents, 1);
@@ -228,8 +228,8 @@ TEST_F(TwoMachines, LeaveEachOtherAloneAsOneIsReleased) {
     passInTurns();
     first.registry.reset();
     int asked = 0;
-    first.machine.volumes().onCall = [&](const std::string&) { ++asked; };
-    first.machine.network().duringConnectivity = [&] { ++asked; };
+    first.machine.volumes().calls.onCall([&](const std::string&) { ++asked; });
+    first.machine.network().calls.onCall([&](const std::string&) { ++asked; });
     first.machine.network().change();
     first.machine.power().change();
     first.machine.volumes().notify({VolumeNotification::Kind::didMount, {}, {}, "/"});
@@ -240,7 +240,7 @@ TEST_F(TwoMachines, LeaveEachOtherAloneAsOneIsReleased) {
     EXPECT_NEAR(second.registry->disk().HD()->rbytesps(), 60, 1);
     second.machine.network().localHostName = "honey badger";
     second.machine.network().change();
-    second.machine.power().sources.front()->insert_or_assign("Current", -6);
+    second.machine.power().sources.front().insert_or_assign("Current", -6);
     second.machine.power().change();
     second.pass(0);
     EXPECT_EQ(second.registry->net().localhostName(), "honey badger");
@@ -272,9 +272,9 @@ TEST(Override, AVolumeThatAReaderKeepsBeyondItIsLeftAlone) {
 
 TEST(Override, LeavesAModelWithTheMachineItWasMadeOn) {
     ScriptedMachine outer;
-    outer->host().virtualMemoryValue->wire_count = 1;
+    outer->host().virtualMemoryValue.wire_count = 1;
     ScriptedPlatform inner;
-    inner.host().virtualMemoryValue->wire_count = 2;
+    inner.host().virtualMemoryValue.wire_count = 2;
     std::unique_ptr<Memory> memory;
     {
         const platform::Override scope(inner);
@@ -347,7 +347,7 @@ TEST(Override, AfterItAChangeOfThePowerSourcesReachesNobody) {
     EXPECT_EQ(probes::System->powerSources(), nullptr);
     const Battery battery;
     EXPECT_EQ(battery.current(), -20);
-    machine.power().sources.front()->insert_or_assign("Current", -6);
+    machine.power().sources.front().insert_or_assign("Current", -6);
     machine.power().change();
     EXPECT_EQ(battery.current(), -6);
 }

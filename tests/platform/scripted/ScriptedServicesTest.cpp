@@ -224,12 +224,12 @@ TEST(ScriptedPreferenceStore, TellsWhatIsAskedOfASuite) {
     calls.fail("object", {.arguments = "a"});
     calls.fail("remove");
     const std::vector<std::string> both{"a", "b"};
-    EXPECT_TRUE(suite->setInteger("b", 5));
+    EXPECT_TRUE(suite->set("b", 5));
     EXPECT_FALSE(suite->object("a"));
     EXPECT_EQ(suite->object("b"), PropertyList(5));
     EXPECT_FALSE(suite->remove(both));
     EXPECT_THAT(suite->keys(), ElementsAre("b"));
-    EXPECT_THAT(calls.list(), ElementsAre("setInteger b", "object a", "object b", "remove a b", "keys"));
+    EXPECT_THAT(calls.list(), ElementsAre("set b", "object a", "object b", "remove a b", "keys"));
 }
 
 TEST(ScriptedClock, FailsToReadTheWallClockWhereThatIsScripted) {
