@@ -14,17 +14,14 @@ using namespace sentrel::platform;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string_view table(reinterpret_cast<const char*>(data), size);
-    const std::vector<MountEntry> entries = parseMountTable(table);
+    std::vector<MountEntry> entries = parseMountTable(table);
+    judgeMounts(entries);
     for (const MountEntry& entry : entries) {
         SENTREL_ASSERT(entry.on.starts_with('/'));
         SENTREL_ASSERT(!entry.type.empty());
-    }
-    const std::vector<bool> visible = visibleMounts(entries);
-    const std::vector<VolumeTraits> traits = volumeTraits(entries);
-    SENTREL_ASSERT(visible.size() == entries.size() && traits.size() == entries.size());
-    for (std::size_t i = 0; i < entries.size(); ++i) {
-        SENTREL_ASSERT(visible[i] || traits[i].dontBrowse);
-        SENTREL_ASSERT(!traits[i].isRoot || entries[i].on == "/");
+        SENTREL_ASSERT(entry.isVisible || entry.dontBrowse);
+        SENTREL_ASSERT(!entry.isRoot || entry.on == "/");
+        SENTREL_ASSERT(!entry.isVolume || !entry.dontBrowse);
     }
     static_cast<void>(mountOfPath(entries, table));
     return 0;

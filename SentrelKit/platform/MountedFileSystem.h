@@ -3,6 +3,7 @@
 
 /// Mounted file systems as values.
 
+#include <algorithm>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -27,10 +28,15 @@ struct MountedFileSystem {
     bool dontBrowse = false; ///< not meant to be shown to the user
 };
 
-/// The file-system types that are shown.
+/// What of the mount table is shown: its volumes.
 struct AcceptedTypes {
     std::span<const std::string_view> names; ///< exact type names
     bool anyRoot = false;                    ///< the root file system counts whatever its type
+
+    /// Whether a mount of that type is a volume.
+    [[nodiscard]] bool accept(std::string_view type, bool isRoot, bool dontBrowse) const noexcept {
+        return !dontBrowse && ((isRoot && anyRoot) || std::find(names.begin(), names.end(), type) != names.end());
+    }
 };
 
 } // namespace sentrel::platform

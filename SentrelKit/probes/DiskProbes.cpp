@@ -50,12 +50,6 @@ void setSpace(DiskData& data, const platform::FileSystemSpace& space) {
     data.total = static_cast<std::int64_t>(space.blocks * space.blockSize);
 }
 
-bool isAccepted(const platform::MountedFileSystem& mount, const platform::AcceptedTypes& types) {
-    const bool isAcceptedType = (mount.isRoot && types.anyRoot) ||
-                                std::find(types.names.begin(), types.names.end(), mount.type) != types.names.end();
-    return isAcceptedType && !mount.dontBrowse;
-}
-
 void describe(platform::DiskSession& session, const char* bsdName, char* name, char* model) {
     const std::shared_ptr<platform::StorageDevice> disk = session.disk(bsdName);
     if (!disk)
@@ -153,7 +147,7 @@ void _getDiskData(const DiskDataBlock& block, SystemManager& session) {
     const std::int64_t timestamp = Time_milli(session.platform().clock());
     const platform::AcceptedTypes types = service.acceptedTypes();
     for (const platform::MountedFileSystem& mount : mounts) {
-        if (isAccepted(mount, types))
+        if (types.accept(mount.type, mount.isRoot, mount.dontBrowse))
             report(*disks, mount, timestamp, block, session);
     }
 }

@@ -27,10 +27,7 @@ UniqueFd SystemRoot::open(std::string_view absolute) const {
     return openAt(AT_FDCWD, path(absolute).c_str());
 }
 
-std::optional<std::string> SystemRoot::read(std::string_view absolute, std::size_t limit) const {
-    const UniqueFd file = open(absolute);
-    if (!file)
-        return std::nullopt;
+std::optional<std::string> readAll(const UniqueFd& file, std::size_t limit) {
     std::string content;
     while (content.size() < limit) {
         const std::size_t filled = content.size();
@@ -44,6 +41,11 @@ std::optional<std::string> SystemRoot::read(std::string_view absolute, std::size
             break;
     }
     return content;
+}
+
+std::optional<std::string> SystemRoot::read(std::string_view absolute, std::size_t limit) const {
+    const UniqueFd file = open(absolute);
+    return file ? readAll(file, limit) : std::nullopt;
 }
 
 std::optional<std::string> SystemRoot::readLine(std::string_view absolute) const {

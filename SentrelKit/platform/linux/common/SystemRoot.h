@@ -14,6 +14,10 @@
 
 namespace sentrel::platform {
 
+/// The whole content of an open file from its start, at most `limit` bytes of it; absent, with errno set, if it cannot
+/// be read.
+[[nodiscard]] std::optional<std::string> readAll(const UniqueFd& file, std::size_t limit);
+
 /// The folder under which the kernel's files are found: "/" unless moved. A plain value, shared by copying.
 class SystemRoot {
 public:

@@ -2,7 +2,6 @@
 #include <SentrelKit/platform/linux/volumes/DeviceStack.h>
 
 #include <SentrelKit/platform/linux/common/Folder.h>
-#include <SentrelKit/platform/linux/volumes/LinuxMounts.h>
 
 #include <algorithm>
 #include <optional>
@@ -26,8 +25,7 @@ std::set<std::string> devicesUnder(const BlockDevices& devices, const std::strin
 }
 
 std::vector<std::string> devicesOfMount(const BlockDevices& devices, const MountEntry& mount) {
-    const std::optional<std::string> device = deviceOfMount(devices, mount);
-    if (!device)
+    if (mount.device.empty())
         return {};
     if (mount.type == "btrfs") {
         const std::string all = "/sys/fs/btrfs"; // a folder for each that is mounted
@@ -35,11 +33,11 @@ std::vector<std::string> devicesOfMount(const BlockDevices& devices, const Mount
             std::string folder = all;
             folder.append("/").append(fileSystem).append("/devices");
             std::optional<std::vector<std::string>> members = namesIn(devices.root(), folder);
-            if (members && std::find(members->begin(), members->end(), *device) != members->end())
+            if (members && std::find(members->begin(), members->end(), mount.device) != members->end())
                 return std::move(*members);
         }
     }
-    return {*device};
+    return {mount.device};
 }
 
 } // namespace sentrel::platform

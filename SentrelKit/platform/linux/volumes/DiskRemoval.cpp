@@ -38,16 +38,14 @@ void writeBack(const MountEntry& mount) {
         ::syncfs(folder.get());
 }
 
-bool isGone(const SystemRoot& root, const MountEntry& mount) {
-    const std::optional<std::vector<MountEntry>> mounts = readMountTable(root);
-    return mounts &&
-           std::none_of(mounts->begin(), mounts->end(), [&](const MountEntry& entry) { return entry.id == mount.id; });
+bool isGone(Mounts& mounts, const MountEntry& mount) {
+    const MountSnapshot now = mounts.current();
+    return now && std::none_of(now->begin(), now->end(), [&](const MountEntry& entry) { return entry.id == mount.id; });
 }
 
-std::optional<Dissenter> unmountOne(const BlockDevices& devices, UdisksClient& service, const MountEntry& mount,
-                                    bool force) {
+std::optional<Dissenter> unmountOne(Mounts& mounts, UdisksClient& service, const MountEntry& mount, bool force) {
     writeBack(mount);
-    const std::string node = BlockDevices::node(deviceOfMount(devices, mount).value_or(std::string()));
+    const std::string node = BlockDevices::node(mount.device);
     const UdisksAnswer answer = service.unmount(node);
     const bool isRefused = answer.outcome == UdisksAnswer::Outcome::refused;
     if (answer.outcome == UdisksAnswer::Outcome::done)
@@ -58,27 +56,25 @@ std::optional<Dissenter> unmountOne(const BlockDevices& devices, UdisksClient& s
     if (::umount2(mount.on.c_str(), UMOUNT_NOFOLLOW | (force ? MNT_FORCE : 0)) == 0)
         return std::nullopt;
     const int error = errno;
-    if (isGone(devices.root(), mount))
+    if (isGone(mounts, mount))
         return std::nullopt; // by others, or by the service, which only did not answer
     return Dissenter{isRefused ? answer.reason : std::generic_category().message(error)};
 }
 
 } // namespace
 
-std::optional<Dissenter> unmountAll(const BlockDevices& devices, UdisksClient& service, const std::string& kernelName,
-                                    bool force) {
-    if (systemRunsFrom(devices, kernelName)) // whoever asked may have been told otherwise before the mounts changed
+std::optional<Dissenter> unmountAll(Mounts& mounts, UdisksClient& service, const std::string& kernelName, bool force) {
+    if (systemRunsFrom(mounts, kernelName)) // whoever asked may have been told otherwise before the mounts changed
         return Dissenter{"the system runs from this disk"};
-    const std::optional<std::vector<MountEntry>> mounts = readMountTable(devices.root());
-    if (!mounts)
+    const MountSnapshot now = mounts.current();
+    if (!now)
         return Dissenter{std::generic_category().message(errno)};
-    const std::vector<bool> visible = visibleMounts(*mounts);
     std::optional<Dissenter> refusal;
-    for (std::size_t i = mounts->size(); i-- > 0 && (force || !refusal);) {
-        const MountEntry& mount = (*mounts)[i];
-        if (!visible[i] || !standsOn(devices, mount, kernelName))
+    for (std::size_t i = now->size(); i-- > 0 && (force || !refusal);) {
+        const MountEntry& mount = (*now)[i];
+        if (!mount.isVisible || !standsOn(mounts.devices(), mount, kernelName))
             continue;
-        std::optional<Dissenter> dissenter = unmountOne(devices, service, mount, force);
+        std::optional<Dissenter> dissenter = unmountOne(mounts, service, mount, force);
         if (!refusal)
             refusal = std::move(dissenter);
     }

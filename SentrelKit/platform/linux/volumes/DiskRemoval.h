@@ -4,8 +4,8 @@
 /// Unmounting and ejecting: by the desktop's storage service where it runs, else by the system calls. Both block.
 
 #include <SentrelKit/platform/StorageDevice.h>
-#include <SentrelKit/platform/linux/volumes/BlockDevices.h>
 #include <SentrelKit/platform/linux/volumes/DeviceControl.h>
+#include <SentrelKit/platform/linux/volumes/LinuxMounts.h>
 #include <SentrelKit/platform/linux/volumes/UdisksClient.h>
 
 #include <optional>
@@ -17,8 +17,8 @@ namespace sentrel::platform {
 /// the latest mount first, up to the first refusal, which is the result; absent after success. Forced, it goes on past
 /// refusals and breaks off requests that a file system waits for; what is in use by open files stays mounted, forced or
 /// not. What the running system needs (SystemDisk.h) is refused at once and nothing of it is touched.
-[[nodiscard]] std::optional<Dissenter> unmountAll(const BlockDevices& devices, UdisksClient& service,
-                                                  const std::string& kernelName, bool force);
+[[nodiscard]] std::optional<Dissenter> unmountAll(Mounts& mounts, UdisksClient& service, const std::string& kernelName,
+                                                  bool force);
 
 /// Ejects a disk's medium, or lets go of the file behind a loop device. Does nothing to a disk that is in use, by a
 /// file system that is mounted anywhere, swap space or a stacked device, nor to a stacked device, which has no medium.

@@ -7,7 +7,6 @@
 #include <SentrelKit/platform/linux/common/TextMap.h>
 #include <SentrelKit/platform/linux/volumes/AtaSmart.h>
 #include <SentrelKit/platform/linux/volumes/DiskRemoval.h>
-#include <SentrelKit/platform/linux/volumes/LinuxMounts.h>
 #include <SentrelKit/platform/linux/volumes/NvmeSmart.h>
 #include <SentrelKit/platform/linux/volumes/SystemDisk.h>
 
@@ -60,18 +59,6 @@ private:
 struct SessionState {
     explicit SessionState(DiskMachine& diskMachine) : machine(diskMachine) {}
 
-    // The mounts as they stood at the last listing: all volumes of one listing are described by one table.
-    std::shared_ptr<const std::vector<MountEntry>> mounts() {
-        const std::uint64_t generation = machine.generation.load(std::memory_order_relaxed);
-        const LockScope scope(lock);
-        if (!knownMounts || mountsGeneration != generation) {
-            knownMounts = std::make_shared<const std::vector<MountEntry>>(
-                readMountTable(machine.devices.root()).value_or(std::vector<MountEntry>()));
-            mountsGeneration = generation;
-        }
-        return knownMounts;
-    }
-
     DiskMachine& machine;
     OwnThreadQueue removals; // unmounts and ejects, one after the other
     UdisksClient service;    // used by those alone
@@ -88,8 +75,6 @@ struct SessionState {
 
     Lock lock;
     std::shared_ptr<DispatchQueue> queue SENTREL_GUARDED_BY(lock);
-    std::shared_ptr<const std::vector<MountEntry>> knownMounts SENTREL_GUARDED_BY(lock);
-    std::uint64_t mountsGeneration SENTREL_GUARDED_BY(lock) = 0;
 };
 
 class BlockDisk final : public StorageDevice {
@@ -114,7 +99,7 @@ public:
     }
 
     bool isSystemDisk() override {
-        if (!systemRunsFrom(session_->machine.devices, wholeName_))
+        if (!systemRunsFrom(session_->machine.mounts, wholeName_))
             return false;
         errno = EBUSY;
         return true;
@@ -123,7 +108,7 @@ public:
     void unmount(UnmountOptions options, UnmountCompletion completion) override {
         auto work = [self = shared_from_this(), session = session_, scope = options.whole ? wholeName_ : name_,
                      force = options.force, completion]() {
-            std::optional<Dissenter> dissenter = unmountAll(session->machine.devices, session->service, scope, force);
+            std::optional<Dissenter> dissenter = unmountAll(session->machine.mounts, session->service, scope, force);
             if (completion)
                 session->complete([self, completion, dissenter = std::move(dissenter)] {
                     completion(self, dissenter ? &*dissenter : nullptr);
@@ -146,8 +131,11 @@ public:
 private:
     std::optional<std::string> label() const {
         const BlockDevices& devices = session_->machine.devices;
-        const std::shared_ptr<const std::vector<MountEntry>> mounts = session_->mounts();
-        if (const MountEntry* mount = mountOfDevice(devices, *mounts, name_)) {
+        // Of the last listing: all its volumes are described by one table.
+        const MountSnapshot mounts = session_->machine.mounts.latest();
+        if (!mounts)
+            return devices.label(name_);
+        if (const MountEntry* mount = mountOfDevice(*mounts, name_)) {
             if (std::optional<std::string> told = labelOfMount(devices.root(), *mount))
                 return told->empty() ? std::nullopt : told;
         }

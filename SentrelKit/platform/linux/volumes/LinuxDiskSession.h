@@ -5,9 +5,9 @@
 /// ejecting.
 
 #include <SentrelKit/platform/DiskSession.h>
-#include <SentrelKit/platform/linux/volumes/BlockDevices.h>
 #include <SentrelKit/platform/linux/volumes/DeviceControl.h>
 #include <SentrelKit/platform/linux/volumes/DiskCounters.h>
+#include <SentrelKit/platform/linux/volumes/LinuxMounts.h>
 
 #include <atomic>
 #include <cstdint>
@@ -22,6 +22,7 @@ struct DiskMachine {
 
     const BlockDevices devices;
     DeviceControl& control;
+    Mounts mounts{devices};
     CounterGroup counters;
     /// Counts the listings of mounts. A session asks again for names that it did not know, and lets go of disks that
     /// nobody asked for, when it moves on.

@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <limits>
 #include <linux/fs.h>
+#include <poll.h>
 #include <string_view>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
@@ -38,55 +39,97 @@ std::optional<MountEntry> unlistedRoot() {
     entry.on = "/";
     entry.type = "rootfs";
     entry.from = unknownRoot;
+    entry.isVisible = true;
     return entry;
+}
+
+std::string deviceOf(const BlockDevices& devices, const MountEntry& mount) {
+    std::optional<std::string> name;
+    if (mount.deviceMajor != 0)
+        name = devices.nameOfNumber(mount.deviceMajor, mount.deviceMinor);
+    else if (mount.from.starts_with("/dev/")) // file systems that span devices (btrfs) name one of them
+        name = devices.kernelName(lastPart(mount.from));
+    return name.value_or(std::string());
 }
 
 } // namespace
 
-std::optional<std::vector<MountEntry>> readMountTable(const SystemRoot& root) {
-    const std::optional<std::string> table = root.read(mountTablePath, std::numeric_limits<std::size_t>::max());
-    if (!table)
-        return std::nullopt;
-    std::vector<MountEntry> entries = parseMountTable(*table);
-    const auto isOnRoot = [](const MountEntry& entry) { return entry.on == "/"; };
-    if (root.isReal() && std::none_of(entries.begin(), entries.end(), isOnRoot)) {
-        if (std::optional<MountEntry> entry = unlistedRoot())
-            entries.insert(entries.begin(), std::move(*entry));
+MountSnapshot Mounts::current() {
+    const LockScope scope(lock_);
+    const Owner owner = ownerNow();
+    if (!isCurrent(owner))
+        read(owner);
+    return snapshot_;
+}
+
+MountSnapshot Mounts::latest() {
+    {
+        const LockScope scope(lock_);
+        if (snapshot_)
+            return snapshot_;
     }
-    markWhatMayNotAnswer(entries);
+    return current();
+}
+
+Mounts::Owner Mounts::ownerNow() const {
+    Owner owner{ForkGate::generation()};
+    struct stat space {};
+    if (::stat(devices_.root().path("/proc/self/ns/mnt").c_str(), &space) == 0)
+        owner.namespaceAndRoot = {space.st_dev, space.st_ino};
+    struct stat root {};
+    if (::stat(devices_.root().path("/proc/self/root").c_str(), &root) == 0) {
+        owner.namespaceAndRoot[2] = root.st_dev;
+        owner.namespaceAndRoot[3] = root.st_ino;
+    }
+    return owner;
+}
+
+bool Mounts::isCurrent(const Owner& owner) const {
+    if (!snapshot_ || !(owner == owner_))
+        return false;
+    // A change shows as an urgent, erroneous state (proc(5)); the table cannot be written to, unlike all files that
+    // tell of nothing.
+    pollfd notice{table_.get(), POLLPRI | POLLOUT, 0};
+    return ::poll(&notice, 1, 0) == 0;
+}
+
+// The file is open before it is read: a change meanwhile is told.
+void Mounts::read(const Owner& owner) {
+    snapshot_.reset();
+    owner_ = owner;
+    table_ = devices_.root().open(mountTablePath);
+    const std::optional<std::string> text =
+        table_ ? readAll(table_, std::numeric_limits<std::size_t>::max()) : std::nullopt;
+    if (!text)
+        return;
+    std::vector<MountEntry> entries = mountsIn(devices_, *text);
+    const auto isOnRoot = [](const MountEntry& entry) { return entry.on == "/"; };
+    if (devices_.root().isReal() && std::none_of(entries.begin(), entries.end(), isOnRoot)) {
+        if (std::optional<MountEntry> entry = unlistedRoot()) {
+            entry->device = deviceOf(devices_, *entry);
+            entries.insert(entries.begin(), std::move(*entry));
+        }
+    }
+    judgeMounts(entries);
+    snapshot_ = std::make_shared<const std::vector<MountEntry>>(std::move(entries));
+}
+
+std::vector<MountEntry> mountsIn(const BlockDevices& devices, std::string_view table) {
+    std::vector<MountEntry> entries = parseMountTable(table);
+    for (MountEntry& entry : entries)
+        entry.device = deviceOf(devices, entry);
     return entries;
 }
 
-std::optional<std::string> deviceOfMount(const BlockDevices& devices, const MountEntry& mount) {
-    if (mount.deviceMajor != 0)
-        return devices.nameOfNumber(mount.deviceMajor, mount.deviceMinor);
-    // File systems that span devices (btrfs) have a number of their own and name one of their devices.
-    if (!mount.from.starts_with("/dev/"))
-        return std::nullopt;
-    return devices.kernelName(lastPart(mount.from));
+std::string mountSource(const MountEntry& mount) {
+    return mount.from == unknownRoot && !mount.device.empty() ? BlockDevices::node(mount.device) : mount.from;
 }
 
-std::string mountSource(const BlockDevices& devices, const MountEntry& mount) {
-    if (mount.from == unknownRoot) {
-        if (const std::optional<std::string> name = deviceOfMount(devices, mount))
-            return BlockDevices::node(*name);
-    }
-    return mount.from;
-}
-
-const MountEntry* mountOfDevice(const BlockDevices& devices, const std::vector<MountEntry>& mounts,
-                                const std::string& kernelName) {
-    const std::optional<std::string> number = devices.attribute(kernelName, "dev");
-    const std::vector<bool> visible = visibleMounts(mounts);
-    for (std::size_t i = 0; i < mounts.size(); ++i) {
-        const MountEntry& mount = mounts[i];
-        const bool isOnDevice = mount.deviceMajor != 0 ? number == std::to_string(mount.deviceMajor) + ':' +
-                                                                       std::to_string(mount.deviceMinor)
-                                                       : deviceOfMount(devices, mount) == kernelName;
-        if (visible[i] && isOnDevice)
-            return &mount;
-    }
-    return nullptr;
+const MountEntry* mountOfDevice(const std::vector<MountEntry>& mounts, const std::string& kernelName) {
+    const auto mount = std::find_if(mounts.begin(), mounts.end(), [&](const MountEntry& entry) {
+        return entry.isVisible && entry.device == kernelName;
+    });
+    return mount == mounts.end() ? nullptr : &*mount;
 }
 
 std::optional<std::string> labelOfMount(const SystemRoot& root, const MountEntry& mount) {

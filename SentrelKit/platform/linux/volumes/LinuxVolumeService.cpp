@@ -1,27 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/volumes/LinuxVolumeService.h>
 
-#include <SentrelKit/platform/linux/volumes/LinuxMounts.h>
 #include <SentrelKit/platform/linux/volumes/VolumeIcon.h>
 #include <SentrelKit/platform/linux/volumes/VolumeRules.h>
 #include <SentrelKit/platform/linux/volumes/VolumeWatch.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <string_view>
 #include <utility>
-#include <vector>
 
 namespace sentrel::platform {
-
-namespace {
-
-bool isVolume(const MountEntry& mount, const VolumeTraits& traits) {
-    const std::span<const std::string_view> types = nativeVolumeTypes();
-    return traits.isRoot || (!traits.dontBrowse && std::find(types.begin(), types.end(), mount.type) != types.end());
-}
-
-} // namespace
 
 LinuxVolumeService::LinuxVolumeService(const SystemRoot& root, EventSource& dispatch, DeviceControl& control)
     : machine_(root, control), dispatch_(dispatch) {}
@@ -32,20 +20,15 @@ DeviceControl& LinuxVolumeService::systemControl() noexcept {
 }
 
 std::int32_t LinuxVolumeService::countMountedFileSystems() {
-    const std::optional<std::vector<MountEntry>> mounts = readMountTable(machine_.devices.root());
+    const MountSnapshot mounts = machine_.mounts.current();
     return mounts ? static_cast<std::int32_t>(mounts->size()) : -1;
 }
 
 std::int32_t LinuxVolumeService::listMountedFileSystems(std::span<MountedFileSystem> entries) {
-    const std::optional<std::vector<MountEntry>> mounts = readMountTable(machine_.devices.root());
+    const MountSnapshot mounts = machine_.mounts.current();
     if (!mounts)
         return -1;
-    const std::vector<VolumeTraits> traits = volumeTraits(*mounts);
-    // Only volumes are asked for their space: a question to another mount might trigger it (autofs).
-    std::vector<bool> areVolumes(mounts->size());
-    for (std::size_t i = 0; i < mounts->size(); ++i)
-        areVolumes[i] = isVolume((*mounts)[i], traits[i]);
-    space_.setMounts(*mounts, areVolumes);
+    space_.setMounts(*mounts);
     machine_.generation.fetch_add(1, std::memory_order_relaxed);
 
     const std::size_t count = std::min(mounts->size(), entries.size());
@@ -53,12 +36,13 @@ std::int32_t LinuxVolumeService::listMountedFileSystems(std::span<MountedFileSys
         const MountEntry& mount = (*mounts)[i];
         MountedFileSystem& entry = entries[i];
         entry.type = mount.type;
-        entry.from = mountSource(machine_.devices, mount);
+        entry.from = mountSource(mount);
         entry.on = mount.on;
-        entry.isRoot = traits[i].isRoot;
-        entry.dontBrowse = traits[i].dontBrowse;
+        entry.isRoot = mount.isRoot;
+        entry.dontBrowse = mount.dontBrowse;
         entry.space = {};
-        if (areVolumes[i]) {
+        // Only volumes are asked for their space: a question to another mount might trigger it (autofs).
+        if (mount.isVolume) {
             bool known = false;
             entry.space = space_.ofVolume(mount.on, mount.on.c_str(), known).value_or(FileSystemSpace());
         }
@@ -67,7 +51,7 @@ std::int32_t LinuxVolumeService::listMountedFileSystems(std::span<MountedFileSys
 }
 
 AcceptedTypes LinuxVolumeService::acceptedTypes() const noexcept {
-    return {nativeVolumeTypes(), true};
+    return nativeVolumeTypes();
 }
 
 std::optional<FileSystemSpace> LinuxVolumeService::space(const char* path) {
@@ -76,7 +60,7 @@ std::optional<FileSystemSpace> LinuxVolumeService::space(const char* path) {
     if (known)
         return space;
     // A path inside a mount, or one that came after the last listing.
-    const std::optional<std::vector<MountEntry>> mounts = readMountTable(machine_.devices.root());
+    const MountSnapshot mounts = machine_.mounts.current();
     const MountEntry* mount = mounts ? mountOfPath(*mounts, path) : nullptr;
     return mount && mount->mayNotAnswer ? space_.ofMount(*mount) : askSpace(path);
 }
@@ -86,11 +70,11 @@ std::unique_ptr<DiskSession> LinuxVolumeService::openSession() {
 }
 
 Observation LinuxVolumeService::observe(std::function<void(const VolumeNotification&)> observer) {
-    return watchVolumes(machine_.devices, dispatch_, std::move(observer));
+    return watchVolumes(machine_.mounts, dispatch_, std::move(observer));
 }
 
 std::optional<std::string> LinuxVolumeService::iconForPath(const std::string& path) {
-    const std::optional<std::vector<MountEntry>> mounts = readMountTable(machine_.devices.root());
+    const MountSnapshot mounts = machine_.mounts.current();
     const MountEntry* mount = mounts ? mountOfPath(*mounts, path) : nullptr;
     if (!mount)
         return std::nullopt;

@@ -172,15 +172,10 @@ std::vector<MountEntry> parseMountTable(std::string_view table) {
             entries.push_back(std::move(*entry));
         table.remove_prefix(end == std::string_view::npos ? table.size() : end + 1);
     }
-    return entries;
-}
-
-std::vector<bool> visibleMounts(const std::vector<MountEntry>& entries) {
     Reachability reachability(entries);
-    std::vector<bool> visible(entries.size());
     for (std::size_t i = 0; i < entries.size(); ++i)
-        visible[i] = reachability.visible(i);
-    return visible;
+        entries[i].isVisible = reachability.visible(i);
+    return entries;
 }
 
 std::vector<bool> mountsBelow(const std::vector<MountEntry>& entries, const std::vector<bool>& those) {
@@ -212,12 +207,11 @@ std::vector<bool> mountsBelow(const std::vector<MountEntry>& entries, const std:
 }
 
 const MountEntry* mountOfPath(const std::vector<MountEntry>& entries, std::string_view path) {
-    const std::vector<bool> visible = visibleMounts(entries);
     const MountEntry* best = nullptr;
-    for (std::size_t i = 0; i < entries.size(); ++i) {
-        if (visible[i] && liesWithin(path, entries[i].on == "/" ? std::string_view() : entries[i].on) &&
-            (!best || entries[i].on.size() >= best->on.size()))
-            best = &entries[i];
+    for (const MountEntry& entry : entries) {
+        if (entry.isVisible && liesWithin(path, entry.on == "/" ? std::string_view() : entry.on) &&
+            (!best || entry.on.size() >= best->on.size()))
+            best = &entry;
     }
     return best;
 }

@@ -12,7 +12,7 @@
 
 namespace sentrel::platform {
 
-/// One line of mountinfo, its texts with the octal escapes undone.
+/// One line of mountinfo, its texts with the octal escapes undone, and what follows from the whole table.
 struct MountEntry {
     std::int64_t id = 0;
     std::int64_t parent = 0;
@@ -23,8 +23,17 @@ struct MountEntry {
     std::string type;
     std::string from;         ///< mount source; may be empty
     std::string superOptions; ///< options of the file system, comma-separated
-    /// Whether a question to its mount point may never be answered. No line tells it: readMountTable sets it.
-    bool mayNotAnswer = false;
+
+    /// Whether its mount point leads to it: not so when a later mount covers it or a folder above it. Set by
+    /// parseMountTable.
+    bool isVisible = false;
+    // Set by judgeMounts.
+    bool mayNotAnswer = false; ///< whether a question to its mount point may never be answered
+    bool isRoot = false;       ///< the root file system
+    bool dontBrowse = false;   ///< not meant to be shown
+    bool isVolume = false;     ///< shown as a volume
+    /// The kernel's name of the block device behind it; empty for file systems without one. Set by Mounts.
+    std::string device;
 
     friend bool operator==(const MountEntry&, const MountEntry&) = default;
 };
@@ -38,9 +47,6 @@ struct MountEntry {
 
 /// All lines in their order; lines that do not parse are left out, a missing last line end is not missed.
 [[nodiscard]] std::vector<MountEntry> parseMountTable(std::string_view table);
-
-/// For each entry, whether its mount point leads to it: not so when a later mount covers it or a folder above it.
-[[nodiscard]] std::vector<bool> visibleMounts(const std::vector<MountEntry>& entries);
 
 /// For each entry, whether a look-up of its mount point asks one of those mounts for a name. A mount that covers
 /// another one at the very same place does not: the look-up goes past what it covers.

@@ -107,12 +107,14 @@ private:
 
 } // namespace
 
-bool systemRunsFrom(const BlockDevices& devices, const std::string& kernelName) {
-    const std::optional<std::vector<MountEntry>> own = readMountTable(devices.root());
+bool systemRunsFrom(Mounts& mounts, const std::string& kernelName) {
+    const BlockDevices& devices = mounts.devices();
+    const MountSnapshot own = mounts.current();
     if (!own)
         return true;
     // Not to be read where process 1 is hidden: then this process's own are all that there is.
-    const std::vector<MountEntry> first = parseMountTable(
+    const std::vector<MountEntry> first = mountsIn(
+        devices,
         devices.root().read(firstMountTablePath, std::numeric_limits<std::size_t>::max()).value_or(std::string()));
     const SystemDevices ofOwn(devices, *own);
     const SystemDevices ofFirst(devices, first);

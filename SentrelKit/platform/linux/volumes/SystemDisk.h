@@ -11,7 +11,7 @@
 /// It lies on all the devices that it is stacked on: mapped ones, RAID, every member of a btrfs. The mounts of process
 /// 1 count as much as this process's own, which may be confined to a part of the machine.
 
-#include <SentrelKit/platform/linux/volumes/BlockDevices.h>
+#include <SentrelKit/platform/linux/volumes/LinuxMounts.h>
 
 #include <string>
 
@@ -19,6 +19,6 @@ namespace sentrel::platform {
 
 /// True if something that the system runs from lies on the device, or on anything that the device is stacked on: the
 /// sibling of the root volume in one volume group counts. True, too, if the mount table cannot be read.
-[[nodiscard]] bool systemRunsFrom(const BlockDevices& devices, const std::string& kernelName);
+[[nodiscard]] bool systemRunsFrom(Mounts& mounts, const std::string& kernelName);
 
 } // namespace sentrel::platform

@@ -1,19 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/volumes/VolumeIcon.h>
 
-#include <SentrelKit/platform/linux/volumes/LinuxMounts.h>
 #include <SentrelKit/platform/linux/volumes/VolumeRules.h>
 
 namespace sentrel::platform {
 
 std::optional<std::string> volumeIcon(const BlockDevices& devices, const MountEntry& mount) {
-    const std::optional<std::string> device = deviceOfMount(devices, mount);
-    if (!device) {
+    if (mount.device.empty()) {
         if (mount.type != "fuseblk" && mayNotAnswer(mount.type))
             return "folder-remote";
         return std::nullopt;
     }
-    const std::string disk = devices.bottomDisk(*device);
+    const std::string disk = devices.bottomDisk(mount.device);
     if (disk.starts_with("sr"))
         return "drive-optical";
     if (disk.starts_with("mmcblk"))

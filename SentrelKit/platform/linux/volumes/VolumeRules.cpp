@@ -64,16 +64,6 @@ std::string identity(const MountEntry& entry) {
     return std::to_string(entry.deviceMajor) + ':' + std::to_string(entry.deviceMinor);
 }
 
-} // namespace
-
-std::span<const std::string_view> nativeVolumeTypes() noexcept {
-    return volumeTypes;
-}
-
-bool mayNotAnswer(std::string_view type) noexcept {
-    return isUserSpace(type) || std::find(networkTypes.begin(), networkTypes.end(), type) != networkTypes.end();
-}
-
 void markWhatMayNotAnswer(std::vector<MountEntry>& entries) {
     std::vector<bool> doubtful(entries.size());
     for (std::size_t i = 0; i < entries.size(); ++i)
@@ -83,24 +73,30 @@ void markWhatMayNotAnswer(std::vector<MountEntry>& entries) {
         entries[i].mayNotAnswer = doubtful[i] || below[i];
 }
 
-std::vector<VolumeTraits> volumeTraits(const std::vector<MountEntry>& entries) {
-    const std::vector<bool> visible = visibleMounts(entries);
-    std::vector<VolumeTraits> traits(entries.size());
+} // namespace
+
+AcceptedTypes nativeVolumeTypes() noexcept {
+    return {volumeTypes, true};
+}
+
+bool mayNotAnswer(std::string_view type) noexcept {
+    return isUserSpace(type) || std::find(networkTypes.begin(), networkTypes.end(), type) != networkTypes.end();
+}
+
+void judgeMounts(std::vector<MountEntry>& entries) {
+    markWhatMayNotAnswer(entries);
     std::set<std::string> shown;
-    for (std::size_t i = 0; i < entries.size(); ++i) {
-        if (visible[i] && entries[i].on == "/") {
-            traits[i].isRoot = true;
-            shown.insert(identity(entries[i]));
-        }
+    for (MountEntry& entry : entries) {
+        entry.isRoot = entry.isVisible && entry.on == "/";
+        if (entry.isRoot)
+            shown.insert(identity(entry));
     }
-    for (std::size_t i = 0; i < entries.size(); ++i) {
-        if (traits[i].isRoot)
-            continue;
-        const MountEntry& entry = entries[i];
-        traits[i].dontBrowse =
-            !visible[i] || !isWholeView(entry) || isSystemPlace(entry.on) || !shown.insert(identity(entry)).second;
+    const AcceptedTypes types = nativeVolumeTypes();
+    for (MountEntry& entry : entries) {
+        entry.dontBrowse = !entry.isRoot && (!entry.isVisible || !isWholeView(entry) || isSystemPlace(entry.on) ||
+                                             !shown.insert(identity(entry)).second);
+        entry.isVolume = types.accept(entry.type, entry.isRoot, entry.dontBrowse);
     }
-    return traits;
 }
 
 } // namespace sentrel::platform

@@ -21,30 +21,22 @@
 /// - mounts at system places: the boot and firmware partitions, package images, container layers and volumes, and
 ///   everything under /dev, /proc, /sys and /run but /run/media.
 
+#include <SentrelKit/platform/MountedFileSystem.h>
 #include <SentrelKit/platform/linux/volumes/MountTable.h>
 
-#include <span>
 #include <string_view>
 #include <vector>
 
 namespace sentrel::platform {
 
-/// The native types of the table above.
-[[nodiscard]] std::span<const std::string_view> nativeVolumeTypes() noexcept;
+/// The native types of the table above, and any root.
+[[nodiscard]] AcceptedTypes nativeVolumeTypes() noexcept;
 
 /// True for types whose questions another machine or a user program answers, and which may therefore never answer.
 [[nodiscard]] bool mayNotAnswer(std::string_view type) noexcept;
 
-/// Marks the entries whose own type may not answer, and those whose mount points are looked up in such a one.
-void markWhatMayNotAnswer(std::vector<MountEntry>& entries);
-
-/// What the mount table tells of an entry as a volume.
-struct VolumeTraits {
-    bool isRoot = false;
-    bool dontBrowse = false;
-};
-
-/// The traits of each entry.
-[[nodiscard]] std::vector<VolumeTraits> volumeTraits(const std::vector<MountEntry>& entries);
+/// Marks the root, what is meant to be shown, and the volumes; and the entries that may not answer: by their own type,
+/// or as their mount points are looked up in such a one.
+void judgeMounts(std::vector<MountEntry>& entries);
 
 } // namespace sentrel::platform

@@ -79,20 +79,20 @@ std::optional<FileSystemSpace> SpaceQuestion::answer() {
     return space_;
 }
 
-void VolumeSpace::setMounts(const std::vector<MountEntry>& mounts, const std::vector<bool>& areVolumes) {
+void VolumeSpace::setMounts(const std::vector<MountEntry>& mounts) {
     const LockScope scope(lock_);
     std::erase_if(questions_, [&mounts](const std::shared_ptr<SpaceQuestion>& question) {
         return std::none_of(mounts.begin(), mounts.end(),
                             [&](const MountEntry& mount) { return isSameMount(mount, question->mount()); });
     });
     volumes_.clear();
-    for (std::size_t i = 0; i < mounts.size(); ++i) {
-        if (!areVolumes[i])
+    for (const MountEntry& mount : mounts) {
+        if (!mount.isVolume)
             continue;
-        const std::shared_ptr<SpaceQuestion> question = mounts[i].mayNotAnswer ? questionTo(mounts[i]) : nullptr;
+        const std::shared_ptr<SpaceQuestion> question = mount.mayNotAnswer ? questionTo(mount) : nullptr;
         if (question)
             question->put(calls_);
-        volumes_.insert_or_assign(mounts[i].on, question);
+        volumes_.insert_or_assign(mount.on, question);
     }
 }
 

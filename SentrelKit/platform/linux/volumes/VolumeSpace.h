@@ -60,10 +60,10 @@ class VolumeSpace {
 public:
     explicit VolumeSpace(std::size_t mostThreads = 64) : calls_(mostThreads) {}
 
-    /// Tells which mounts there are now and which of them are volumes, and puts the first questions to all volumes that
-    /// may not answer, so that the waits for them run side by side. Questions to a mount that stays go on; a mount that
-    /// took another one's place is asked anew.
-    void setMounts(const std::vector<MountEntry>& mounts, const std::vector<bool>& areVolumes);
+    /// Tells which mounts there are now, and puts the first questions to all volumes that may not answer, so that the
+    /// waits for them run side by side. Questions to a mount that stays go on; a mount that took another one's place is
+    /// asked anew.
+    void setMounts(const std::vector<MountEntry>& mounts);
 
     /// The space of a volume that was told, by its mount point; `known` is false, and nothing is asked, for any other
     /// path. One that may not answer gives its answer before, but for the very first, and leaves the new one to the

@@ -3,8 +3,6 @@
 
 #include <SentrelKit/base/system/detail/ThreadSafety.h>
 #include <SentrelKit/platform/linux/common/UniqueFd.h>
-#include <SentrelKit/platform/linux/volumes/LinuxMounts.h>
-#include <SentrelKit/platform/linux/volumes/VolumeRules.h>
 #include <SentrelKit/platform/support/Observer.h>
 
 #include <array>
@@ -93,8 +91,6 @@ private:
 
 struct MountedVolume {
     MountEntry mount;
-    bool isShown = false;
-    std::string device;      // the kernel's name, empty without one
     std::string name;        // as the user knows it: the label, else the device
     bool tellsLabel = false; // whether the file system itself can be asked for its label
 };
@@ -103,7 +99,8 @@ using MountedVolumes = std::map<std::int64_t, MountedVolume>; // by mount
 
 class Watcher {
 public:
-    explicit Watcher(const BlockDevices& devices) : devices_(devices), table_(devices.root().open(mountTablePath)) {}
+    explicit Watcher(Mounts& mounts)
+        : mounts_(mounts), table_(mounts.devices().root().open(mountTablePath)) {}
 
     Observation observe(std::function<void(const VolumeNotification&)> observer, std::shared_ptr<void> watches) {
         return notices_.add(std::move(observer), std::move(watches));
@@ -115,14 +112,18 @@ public:
 
     void start() {
         const LockScope scope(lock_);
-        volumes_ = read({});
+        if (const MountSnapshot mounts = mounts_.current())
+            volumes_ = volumesOf(*mounts, {});
         followNodes();
     }
 
     void mountsChanged() {
         {
             const LockScope scope(lock_);
-            MountedVolumes current = read(volumes_);
+            const MountSnapshot mounts = mounts_.current();
+            if (!mounts)
+                return;
+            MountedVolumes current = volumesOf(*mounts, volumes_);
             const MountedVolumes before = std::exchange(volumes_, std::move(current));
             followNodes();
             noteDifference(before, volumes_, VolumeNotification::Kind::didUnmount);
@@ -155,7 +156,7 @@ public:
             for (auto& [id, volume] : volumes_) {
                 if (!volume.tellsLabel)
                     continue;
-                if (const std::optional<std::string> label = labelOfMount(devices_.root(), volume.mount))
+                if (const std::optional<std::string> label = labelOfMount(mounts_.devices().root(), volume.mount))
                     rename(volume, label->empty() ? deviceName(volume.mount) : *label);
             }
         }
@@ -163,48 +164,33 @@ public:
     }
 
 private:
-    // The volumes now. Those that are known keep their names; the labels of the others are read.
-    MountedVolumes read(const MountedVolumes& known) const {
+    // Those that are known keep their names; the labels of the others are read.
+    MountedVolumes volumesOf(const std::vector<MountEntry>& mounts, const MountedVolumes& known) const {
         MountedVolumes volumes;
-        const std::optional<std::vector<MountEntry>> mounts = readMountTable(devices_.root());
-        if (!mounts)
-            return volumes;
-        const std::vector<VolumeTraits> traits = volumeTraits(*mounts);
-        for (std::size_t i = 0; i < mounts->size(); ++i) {
-            const MountEntry& mount = (*mounts)[i];
-            const bool isShown = !traits[i].dontBrowse;
+        for (const MountEntry& mount : mounts) {
             const auto same = known.find(mount.id);
-            MountedVolume volume;
-            if (same != known.end() && same->second.mount == mount && same->second.isShown == isShown) {
-                volume = same->second;
-            } else {
-                volume.mount = mount;
-                volume.isShown = isShown;
-                if (isShown)
-                    describe(volume, *mounts);
-            }
-            const std::int64_t id = volume.mount.id;
-            volumes.insert_or_assign(id, std::move(volume));
+            const bool isKnown = same != known.end() && same->second.mount == mount;
+            volumes.insert_or_assign(mount.id, isKnown ? same->second : described(mount, mounts));
         }
         return volumes;
     }
 
     // As the listing does.
-    void describe(MountedVolume& volume, const std::vector<MountEntry>& mounts) const {
-        volume.device = deviceOfMount(devices_, volume.mount).value_or(std::string());
-        volume.name = deviceName(volume.mount);
-        if (volume.device.empty())
-            return;
-        std::optional<std::string> label = labelOfMount(devices_.root(), volume.mount);
+    MountedVolume described(const MountEntry& mount, const std::vector<MountEntry>& mounts) const {
+        MountedVolume volume{mount, deviceName(mount)};
+        if (!mount.isVolume || mount.device.empty())
+            return volume;
+        std::optional<std::string> label = labelOfMount(mounts_.devices().root(), mount);
         volume.tellsLabel = label.has_value();
         if (!label)
-            label = labelOfDevice(devices_, mounts, volume.device);
+            label = labelOfDevice(mounts_.devices(), mounts, mount.device);
         if (label && !label->empty())
             volume.name = *label;
+        return volume;
     }
 
-    std::string deviceName(const MountEntry& mount) const {
-        const std::string source = mountSource(devices_, mount);
+    static std::string deviceName(const MountEntry& mount) {
+        const std::string source = mountSource(mount);
         return source.substr(source.rfind('/') + 1);
     }
 
@@ -227,22 +213,24 @@ private:
     void followNodes() SENTREL_REQUIRES(lock_) {
         std::set<std::string> nodes;
         for (const auto& [id, volume] : volumes_) {
-            if (!volume.device.empty())
-                nodes.insert(BlockDevices::node(volume.device));
+            if (volume.mount.isVolume && !volume.mount.device.empty())
+                nodes.insert(BlockDevices::node(volume.mount.device));
         }
         nodes_.setNodes(nodes);
     }
 
     void compareNames() SENTREL_REQUIRES(lock_) {
-        const MountedVolumes now = read({});
-        for (auto& [id, volume] : volumes_) {
-            const auto current = now.find(id);
-            if (current != now.end() && current->second.mount == volume.mount)
-                rename(volume, current->second.name);
+        const MountSnapshot mounts = mounts_.current();
+        if (!mounts)
+            return;
+        for (const auto& [id, now] : volumesOf(*mounts, {})) {
+            const auto known = volumes_.find(id);
+            if (known != volumes_.end() && known->second.mount == now.mount)
+                rename(known->second, now.name);
         }
     }
 
-    const BlockDevices& devices_;
+    Mounts& mounts_;
     const UniqueFd table_;
     Lock lock_;
     MountedVolumes volumes_ SENTREL_GUARDED_BY(lock_);
@@ -285,9 +273,9 @@ private:
 
 } // namespace
 
-Observation watchVolumes(const BlockDevices& devices, EventSource& dispatch,
+Observation watchVolumes(Mounts& mounts, EventSource& dispatch,
                          std::function<void(const VolumeNotification&)> observer) {
-    const auto watcher = std::make_shared<Watcher>(devices);
+    const auto watcher = std::make_shared<Watcher>(mounts);
     const auto watches = std::make_shared<Watches>();
     Observation observation = watcher->observe(std::move(observer), watches);
     return watches->follow(watcher, dispatch) ? std::move(observation) : Observation();

@@ -8,14 +8,14 @@
 
 #include <SentrelKit/platform/VolumeNotification.h>
 #include <SentrelKit/platform/linux/common/EventSource.h>
-#include <SentrelKit/platform/linux/volumes/BlockDevices.h>
+#include <SentrelKit/platform/linux/volumes/LinuxMounts.h>
 
 #include <functional>
 
 namespace sentrel::platform {
 
-/// Empty, with errno set, if the mount table cannot be watched. The devices and the dispatch outlive the observation.
-[[nodiscard]] Observation watchVolumes(const BlockDevices& devices, EventSource& dispatch,
+/// Empty, with errno set, if the mount table cannot be watched. The mounts and the dispatch outlive the observation.
+[[nodiscard]] Observation watchVolumes(Mounts& mounts, EventSource& dispatch,
                                        std::function<void(const VolumeNotification&)> observer);
 
 } // namespace sentrel::platform

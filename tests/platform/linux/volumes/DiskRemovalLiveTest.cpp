@@ -543,13 +543,14 @@ class LimitedRemoval : public LiveRemoval {
 protected:
     void unmountAndEject(const LoopDisk& image) {
         UdisksClient service({.lookUp = 100, .work = 100});
-        EXPECT_FALSE(unmountAll(devices_, service, image.device(), false));
+        EXPECT_FALSE(unmountAll(mounts_, service, image.device(), false));
         EXPECT_FALSE(isMounted(image));
         ejectDisk(devices_, service, control_, image.device());
         EXPECT_FALSE(isAttached(image));
     }
 
     const BlockDevices devices_{SystemRoot()};
+    Mounts mounts_{devices_};
     DeviceControl control_;
 };
 

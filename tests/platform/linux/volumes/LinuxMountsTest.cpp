@@ -3,6 +3,7 @@
 
 #include "tests/support/TemporaryFolder.h"
 
+#include <cerrno>
 #include <gtest/gtest.h>
 #include <string>
 
@@ -26,10 +27,48 @@ TEST(LinuxMounts, AskNoLoopDeviceForItsLabelWhoseFileLiesWhereNobodyMayAnswer) {
     add("loop1", "7:1", "/images/two.img");
     const SystemRoot root(files.path());
     const BlockDevices devices(root);
-    const auto mounts = readMountTable(root);
+    const MountSnapshot mounts = Mounts(devices).current();
     ASSERT_TRUE(mounts);
     EXPECT_EQ(labelOfDevice(devices, *mounts, "loop0"), std::nullopt);
     EXPECT_EQ(labelOfDevice(devices, *mounts, "loop1"), "PHOTOS");
+}
+
+// Nobody tells of changes to a captured file.
+TEST(LinuxMounts, AreReadEachTimeWhereNobodyTellsOfChanges) {
+    const TemporaryFolder files;
+    const BlockDevices devices{SystemRoot(files.path())};
+    Mounts mounts(devices);
+    EXPECT_FALSE(mounts.current());
+    EXPECT_EQ(errno, ENOENT);
+    files.write("/proc/self/mountinfo", "1 0 254:0 / / rw - ext4 /dev/vda rw\n");
+    const MountSnapshot before = mounts.current();
+    ASSERT_TRUE(before);
+    EXPECT_EQ(before->size(), 1U);
+    files.write("/proc/self/mountinfo", "1 0 254:0 / / rw - ext4 /dev/vda rw\n2 1 0:40 / /m rw - tmpfs t rw\n");
+    EXPECT_EQ(mounts.latest(), before);
+    EXPECT_EQ(mounts.current()->size(), 2U);
+    EXPECT_EQ(before->size(), 1U);
+    files.remove("/proc/self/mountinfo");
+    EXPECT_FALSE(mounts.current());
+}
+
+TEST(LinuxMounts, KnowTheirDevicesAndWhichOfThemAreVolumes) {
+    const TemporaryFolder files;
+    files.link("/sys/dev/block/254:0", "../../devices/vda");
+    files.write("/proc/self/mountinfo", "1 0 254:0 / / rw - ext4 /dev/root rw\n"
+                                        "2 1 0:40 / /m rw - tmpfs t rw\n"
+                                        "3 1 254:0 /part /bound rw - ext4 /dev/root rw\n");
+    const BlockDevices devices{SystemRoot(files.path())};
+    const MountSnapshot mounts = Mounts(devices).current();
+    ASSERT_TRUE(mounts);
+    EXPECT_EQ(mounts->at(0).device, "vda");
+    EXPECT_EQ(mountSource(mounts->at(0)), "/dev/vda");
+    EXPECT_EQ(mounts->at(1).device, "");
+    EXPECT_TRUE(mounts->at(0).isVolume);
+    EXPECT_FALSE(mounts->at(1).isVolume) << "a type that is not shown";
+    EXPECT_FALSE(mounts->at(2).isVolume) << "a view of a part";
+    EXPECT_EQ(mountOfDevice(*mounts, "vda"), &mounts->at(0));
+    EXPECT_EQ(mountOfDevice(*mounts, "vdb"), nullptr);
 }
 
 } // namespace

@@ -11,12 +11,10 @@ namespace sentrel::platform {
 namespace {
 
 std::vector<std::string> visiblePaths(const std::string& table) {
-    const std::vector<MountEntry> entries = parseMountTable(table);
-    const std::vector<bool> visible = visibleMounts(entries);
     std::vector<std::string> paths;
-    for (std::size_t i = 0; i < entries.size(); ++i) {
-        if (visible[i])
-            paths.push_back(entries[i].on + '=' + entries[i].from);
+    for (const MountEntry& entry : parseMountTable(table)) {
+        if (entry.isVisible)
+            paths.push_back(entry.on + '=' + entry.from);
     }
     return paths;
 }

@@ -52,7 +52,9 @@ protected:
     }
 
     [[nodiscard]] bool runsFrom(const std::string& name) const {
-        return systemRunsFrom(BlockDevices(SystemRoot(files_.path())), name);
+        const BlockDevices devices{SystemRoot(files_.path())};
+        Mounts mounts(devices);
+        return systemRunsFrom(mounts, name);
     }
 
     TemporaryFolder files_;

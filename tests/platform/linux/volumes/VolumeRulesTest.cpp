@@ -10,14 +10,18 @@
 namespace sentrel::platform {
 namespace {
 
+std::vector<MountEntry> judged(const std::string& table) {
+    std::vector<MountEntry> entries = parseMountTable(table);
+    judgeMounts(entries);
+    return entries;
+}
+
 // The mount points that may be shown, the root marked with an asterisk.
 std::vector<std::string> shown(const std::string& table) {
-    const std::vector<MountEntry> entries = parseMountTable(table);
-    const std::vector<VolumeTraits> traits = volumeTraits(entries);
     std::vector<std::string> paths;
-    for (std::size_t i = 0; i < entries.size(); ++i) {
-        if (!traits[i].dontBrowse)
-            paths.push_back((traits[i].isRoot ? "*" : "") + entries[i].on);
+    for (const MountEntry& entry : judged(table)) {
+        if (!entry.dontBrowse)
+            paths.push_back((entry.isRoot ? "*" : "") + entry.on);
     }
     return paths;
 }
@@ -35,7 +39,7 @@ TEST(VolumeRules, KnowTheTypesThatMayNeverAnswer) {
 // The mount points that may not answer.
 std::vector<std::string> doubtful(const std::string& table) {
     std::vector<MountEntry> entries = parseMountTable(table);
-    markWhatMayNotAnswer(entries);
+    judgeMounts(entries);
     std::vector<std::string> paths;
     for (const MountEntry& entry : entries) {
         if (entry.mayNotAnswer)
@@ -79,8 +83,7 @@ TEST(VolumeRules, ComeToAnEndOnRingsAndStacksOfMounts) {
 }
 
 TEST(VolumeRules, AcceptLocalDisksAndSharesButNoSystemFileSystems) {
-    const auto types = nativeVolumeTypes();
-    const auto accepts = [&](const char* type) { return std::find(types.begin(), types.end(), type) != types.end(); };
+    const auto accepts = [](const char* type) { return nativeVolumeTypes().accept(type, false, false); };
     for (const char* type : {"ext2", "ext3", "ext4", "xfs", "btrfs", "zfs", "f2fs", "vfat", "exfat", "ntfs", "ntfs3",
                              "iso9660", "udf", "nfs", "nfs4", "hfsplus", "fuseblk"})
         EXPECT_TRUE(accepts(type)) << type;
@@ -143,8 +146,8 @@ TEST(VolumeRules, HideCoveredMounts) {
     EXPECT_THAT(shown(root + "2 1 8:2 / /mnt rw - ext4 /dev/sda2 rw\n"
                              "3 2 8:3 / /mnt rw - ext4 /dev/sda3 rw\n"),
                 testing::ElementsAre("*/", "/mnt"));
-    EXPECT_TRUE(volumeTraits(parseMountTable(root + "2 1 8:2 / /mnt rw - ext4 /dev/sda2 rw\n"
-                                                    "3 2 8:3 / /mnt rw - ext4 /dev/sda3 rw\n"))[1]
+    EXPECT_TRUE(judged(root + "2 1 8:2 / /mnt rw - ext4 /dev/sda2 rw\n"
+                              "3 2 8:3 / /mnt rw - ext4 /dev/sda3 rw\n")[1]
                     .dontBrowse);
 }
 
