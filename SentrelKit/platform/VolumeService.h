@@ -43,13 +43,19 @@ public:
     /// Opens a session; null, with errno set, on failure.
     [[nodiscard]] virtual std::unique_ptr<DiskSession> openSession() = 0;
 
-    /// Calls back on every mount, unmount and rename, with each notice in its order; on Linux on the background queue.
-    /// Empty if the system tells nothing.
+    /// Calls back on every mount, unmount and rename, with each notice in its order; on Linux on the background queue,
+    /// or from inside `checkLabel`. Empty if the system tells nothing.
     ///
     /// macOS: the three notices of the workspace's notification centre, each added with a block that tells the
     /// observer, on the thread that posts. The centre may be about to run such a block while another thread removes it:
     /// the block holds the observer, not the registration, and an observer that was released lets no call begin.
     [[nodiscard]] virtual Observation observe(std::function<void(const VolumeNotification&)> observer) = 0;
+
+    /// Looks whether the file system that is mounted at a path has a new label, and tells the observers of one as a
+    /// rename, on the calling thread, before it returns. For samples that saw something written, since no label comes
+    /// without that, and for systems that tell nobody; on any other it does nothing. Waits for no file system that does
+    /// not answer.
+    virtual void checkLabel(const std::string& path) = 0;
 
     /// The icon for the volume mounted at a path, by name; absent if there is none that fits. On Linux one of
     /// freedesktop's icon names.

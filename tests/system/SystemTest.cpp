@@ -179,5 +179,15 @@ TEST(System, TheFirstSampleAfterARestartComesOneIntervalLater) {
     EXPECT_EQ(system.mem().wired(), 4096U);
 }
 
+TEST(System, AsksForNoVolumesWhileNothingIsStarted) {
+    ScriptedMachine machine;
+    machine->volumes().mount("disk1", "/");
+    const System system;
+    machine->advance(0);
+    machine->volumes().calls.clear();
+    machine->advance(60);
+    EXPECT_TRUE(machine->volumes().calls.empty());
+}
+
 } // namespace
 } // namespace sentrel

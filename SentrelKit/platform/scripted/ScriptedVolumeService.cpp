@@ -242,6 +242,10 @@ Observation ScriptedVolumeService::observe(std::function<void(const VolumeNotifi
     return observers_.add(std::move(observer), std::make_shared<ScriptedHandle>(calls, "observation"));
 }
 
+void ScriptedVolumeService::checkLabel(const std::string& path) {
+    static_cast<void>(fails("checkLabel", path));
+}
+
 std::optional<std::string> ScriptedVolumeService::iconForPath(const std::string& path) {
     const bool fails = calls.fails("iconForPath", path);
     const auto icon = icons.find(path);

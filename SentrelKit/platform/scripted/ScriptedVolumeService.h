@@ -52,6 +52,7 @@ public:
     [[nodiscard]] std::optional<FileSystemSpace> space(const char* path) override;
     [[nodiscard]] std::unique_ptr<DiskSession> openSession() override;
     [[nodiscard]] Observation observe(std::function<void(const VolumeNotification&)> observer) override;
+    void checkLabel(const std::string& path) override;
     [[nodiscard]] std::optional<std::string> iconForPath(const std::string& path) override;
 
     /// Tells the observers, on the caller's thread.

@@ -102,8 +102,10 @@ public:
     void sample() {
         const Turn turn(sampling_);
         const Snapshot snapshot = volumes();
-        for (const auto& [device, volume] : *snapshot)
-            volume->sample(*session_);
+        for (const auto& [device, volume] : *snapshot) {
+            if (volume->sample(*session_)) // a label is written, too
+                session_->platform().volumes().checkLabel(volume->path());
+        }
     }
 
     void hear(const platform::VolumeNotification& notification) {

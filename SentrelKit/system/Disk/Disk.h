@@ -39,7 +39,8 @@ public:
     [[nodiscard]] SystemResourceType type() const noexcept override { return SystemResourceType::disk; }
 
     /// Refreshes each volume's space, counters and rates; a volume whose space cannot be had stays as it is, and so
-    /// does a counter that cannot. Waits for no file system that does not answer.
+    /// does a counter that cannot. Looks for a new label, on systems that tell nobody of one, where something was
+    /// written. Waits for no file system that does not answer.
     void update() override;
 
     /// The volumes by device name, each with all its facts. Of several that would have one name (shares or data sets
@@ -135,7 +136,8 @@ private:
         std::string path;
     };
 
-    void sample(probes::SystemManager& session);
+    /// Whether something was written to its disk since the sample before.
+    bool sample(probes::SystemManager& session);
     void relist(probes::DiskData data, std::int64_t time);
     [[nodiscard]] int measureUsage(probes::SystemManager& session);
     void setRates(const probes::DiskData& data, std::int64_t gap) noexcept;

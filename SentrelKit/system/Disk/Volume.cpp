@@ -33,18 +33,20 @@ std::optional<Disk::Volume::SmartStatus> Disk::Volume::smartStatus() const {
     return SmartStatus{data.healthy != 0, data.temperature};
 }
 
-void Disk::Volume::sample(probes::SystemManager& session) {
+bool Disk::Volume::sample(probes::SystemManager& session) {
     const std::int64_t now = Time_milli(session.platform().clock());
     const std::shared_ptr<const Label> label = label_.value();
     probes::DiskData data{};
     data.bytesWritten = wbytes(); // a counter that is not found stays as it was
     data.bytesRead = rbytes();
     if (probes::_getDiskActivity(device_.c_str(), label->path.c_str(), &data, session) <= 0)
-        return;
+        return false;
+    const bool isWritten = data.bytesWritten != wbytes();
     const std::int64_t gap = now - timestamp();
     if (gap > 0)
         setRates(data, gap);
     setActivity(data, now);
+    return isWritten;
 }
 
 void Disk::Volume::relist(probes::DiskData data, std::int64_t time) {

@@ -166,12 +166,15 @@ TEST_F(LiveDisk, ShowsTheRateAtWhichAFileIsWritten) {
 TEST_F(LiveDisk, FollowsANewLabel) {
     const LoopDisk image("BEFORE", 16);
     image.mount();
-    const Disk disk;
+    Disk disk;
     const VolumePointer volume = find(disk, image.device());
     ASSERT_TRUE(volume);
     EXPECT_EQ(volume->name(), "BEFORE");
     image.setLabel("AFTER");
-    EXPECT_TRUE(eventually([&] { return volume->name() == "AFTER"; }));
+    EXPECT_TRUE(eventually([&] {
+        disk.update();
+        return volume->name() == "AFTER";
+    }));
     EXPECT_EQ(find(disk, image.device()), volume);
     EXPECT_EQ(volume->path(), image.path());
 }
@@ -308,8 +311,10 @@ TEST_F(LiveDisk, WorksOnBesideALocalDiskBelowAFileSystemThatStoppedAnswering) {
         ASSERT_TRUE(find(*disk, below.device()));
         EXPECT_FALSE(find(*disk, below.device())->smartStatus());
         image.setLabel("AFTER");
-        EXPECT_TRUE(eventually([&] { return find(*disk, image.device())->name() == "AFTER"; }));
-        disk->update();
+        EXPECT_TRUE(eventually([&] {
+            disk->update();
+            return find(*disk, image.device())->name() == "AFTER";
+        }));
     }));
     const VolumePointer volume = find(*disk, below.device());
     EXPECT_EQ(volume->name(), "BELOW");

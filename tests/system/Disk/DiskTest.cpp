@@ -609,6 +609,32 @@ TEST_F(DiskModel, RenamesAVolumeButKeepsItsKey) {
     EXPECT_EQ(disk.volumes().at("disk3")->name(), "disk3");
 }
 
+// A timer looked at the labels of all volumes for ever, sampled or not.
+TEST_F(DiskModel, LooksForANewLabelInASampleThatSawSomethingWritten) {
+    volumes().mount("disk1", "/");
+    volumes().mount("disk2", "/b");
+    count("disk1", 1000, 1000);
+    count("disk2", 1000, 1000);
+    Disk disk;
+    const auto looked = [&] {
+        std::vector<std::string> paths;
+        for (const std::string& call : volumes().calls) {
+            if (call.starts_with("checkLabel "))
+                paths.push_back(call.substr(call.find(' ') + 1));
+        }
+        volumes().calls.clear();
+        return paths;
+    };
+    disk.update();
+    EXPECT_THAT(looked(), ElementsAre());
+    count("disk1", 2000, 1000);
+    count("disk2", 1000, 2000);
+    disk.update();
+    EXPECT_THAT(looked(), ElementsAre("/b"));
+    disk.update();
+    EXPECT_THAT(looked(), ElementsAre());
+}
+
 TEST_F(DiskModel, RenamesEveryVolumeOfThatName) {
     volumes().mount("disk2", "/a");
     volumes().mount("disk3", "/b");

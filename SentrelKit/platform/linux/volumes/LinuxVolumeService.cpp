@@ -3,7 +3,6 @@
 
 #include <SentrelKit/platform/linux/volumes/VolumeIcon.h>
 #include <SentrelKit/platform/linux/volumes/VolumeRules.h>
-#include <SentrelKit/platform/linux/volumes/VolumeWatch.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -12,7 +11,7 @@
 namespace sentrel::platform {
 
 LinuxVolumeService::LinuxVolumeService(const SystemRoot& root, EventSource& dispatch, DeviceControl& control)
-    : machine_(root, control), dispatch_(dispatch) {}
+    : machine_(root, control), watch_(machine_.mounts, dispatch) {}
 
 DeviceControl& LinuxVolumeService::systemControl() noexcept {
     static DeviceControl control;
@@ -70,7 +69,11 @@ std::unique_ptr<DiskSession> LinuxVolumeService::openSession() {
 }
 
 Observation LinuxVolumeService::observe(std::function<void(const VolumeNotification&)> observer) {
-    return watchVolumes(machine_.mounts, dispatch_, std::move(observer));
+    return watch_.observe(std::move(observer));
+}
+
+void LinuxVolumeService::checkLabel(const std::string& path) {
+    watch_.checkLabel(path);
 }
 
 std::optional<std::string> LinuxVolumeService::iconForPath(const std::string& path) {

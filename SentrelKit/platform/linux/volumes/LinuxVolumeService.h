@@ -10,6 +10,7 @@
 #include <SentrelKit/platform/linux/volumes/DeviceControl.h>
 #include <SentrelKit/platform/linux/volumes/LinuxDiskSession.h>
 #include <SentrelKit/platform/linux/volumes/VolumeSpace.h>
+#include <SentrelKit/platform/linux/volumes/VolumeWatch.h>
 
 namespace sentrel::platform {
 
@@ -26,13 +27,14 @@ public:
     [[nodiscard]] std::optional<FileSystemSpace> space(const char* path) override;
     [[nodiscard]] std::unique_ptr<DiskSession> openSession() override;
     [[nodiscard]] Observation observe(std::function<void(const VolumeNotification&)> observer) override;
+    void checkLabel(const std::string& path) override;
     [[nodiscard]] std::optional<std::string> iconForPath(const std::string& path) override;
 
 private:
     static DeviceControl& systemControl() noexcept;
 
     DiskMachine machine_;
-    EventSource& dispatch_;
+    VolumeWatch watch_;
     VolumeSpace space_;
 };
 

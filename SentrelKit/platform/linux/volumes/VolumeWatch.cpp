@@ -21,8 +21,6 @@ namespace sentrel::platform {
 
 namespace {
 
-constexpr std::int64_t labelInterval = 2'000'000'000; // nanoseconds
-
 struct UdevReleaser {
     void operator()(udev* context) const noexcept { udev_unref(context); }
     void operator()(udev_monitor* monitor) const noexcept { udev_monitor_unref(monitor); }
@@ -97,10 +95,11 @@ struct MountedVolume {
 
 using MountedVolumes = std::map<std::int64_t, MountedVolume>; // by mount
 
-class Watcher {
+} // namespace
+
+class VolumeWatch::Watcher {
 public:
-    explicit Watcher(Mounts& mounts)
-        : mounts_(mounts), table_(mounts.devices().root().open(mountTablePath)) {}
+    explicit Watcher(Mounts& mounts) : mounts_(mounts), table_(mounts.devices().root().open(mountTablePath)) {}
 
     Observation observe(std::function<void(const VolumeNotification&)> observer, std::shared_ptr<void> watches) {
         return notices_.add(std::move(observer), std::move(watches));
@@ -150,11 +149,11 @@ public:
         notices_.tell();
     }
 
-    void lookAtLabels() {
+    void checkLabel(const std::string& path) {
         {
             const LockScope scope(lock_);
             for (auto& [id, volume] : volumes_) {
-                if (!volume.tellsLabel)
+                if (!volume.tellsLabel || volume.mount.on != path)
                     continue;
                 if (const std::optional<std::string> label = labelOfMount(mounts_.devices().root(), volume.mount))
                     rename(volume, label->empty() ? deviceName(volume.mount) : *label);
@@ -240,7 +239,7 @@ private:
 };
 
 // What calls a watcher. A call that still runs keeps the watcher.
-class Watches {
+class VolumeWatch::Watches {
 public:
     /// False, with errno set, if the mount table cannot be watched.
     bool follow(const std::shared_ptr<Watcher>& watcher, EventSource& dispatch) {
@@ -250,8 +249,7 @@ public:
         if (!follow(watcher, dispatch, watcher->tableDescriptor(), EPOLLPRI | EPOLLERR, &Watcher::mountsChanged))
             return false;
         watcher->start();
-        labels_ = dispatch.backgroundQueue()->makeTimer(labelInterval, [watcher] { watcher->lookAtLabels(); });
-        labels_->resume();
+        dispatch.backgroundQueue()->async([] {}); // descriptors are served from the first use of a queue on
         return true;
     }
 
@@ -268,17 +266,33 @@ private:
     }
 
     std::vector<Observation> descriptors_;
-    std::unique_ptr<RepeatingTimer> labels_;
 };
 
-} // namespace
-
-Observation watchVolumes(Mounts& mounts, EventSource& dispatch,
-                         std::function<void(const VolumeNotification&)> observer) {
-    const auto watcher = std::make_shared<Watcher>(mounts);
+Observation VolumeWatch::observe(std::function<void(const VolumeNotification&)> observer) {
+    const auto watcher = std::make_shared<Watcher>(mounts_);
     const auto watches = std::make_shared<Watches>();
     Observation observation = watcher->observe(std::move(observer), watches);
-    return watches->follow(watcher, dispatch) ? std::move(observation) : Observation();
+    if (!watches->follow(watcher, dispatch_))
+        return {};
+    const LockScope scope(lock_);
+    std::erase_if(watchers_, [](const std::weak_ptr<Watcher>& each) { return each.expired(); });
+    watchers_.push_back(watcher);
+    return observation;
+}
+
+void VolumeWatch::checkLabel(const std::string& path) {
+    for (std::size_t number = 0; const std::shared_ptr<Watcher> each = watcher(number); ++number)
+        each->checkLabel(path);
+}
+
+std::shared_ptr<VolumeWatch::Watcher> VolumeWatch::watcher(std::size_t number) {
+    const LockScope scope(lock_);
+    while (number < watchers_.size()) {
+        if (std::shared_ptr<Watcher> watcher = watchers_[number].lock())
+            return watcher;
+        watchers_.erase(watchers_.begin() + static_cast<std::ptrdiff_t>(number));
+    }
+    return nullptr;
 }
 
 } // namespace sentrel::platform

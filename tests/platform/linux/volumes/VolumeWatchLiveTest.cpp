@@ -3,18 +3,27 @@
 
 #include <SentrelKit/platform/VolumeService.h>
 #include <SentrelKit/platform/linux/LinuxPlatform.h>
+#include <SentrelKit/platform/linux/common/Folder.h>
+#include <SentrelKit/platform/linux/dispatch/LinuxDispatch.h>
+#include <SentrelKit/platform/linux/volumes/LinuxVolumeService.h>
 
 #include "tests/contract/ObservationContract.h"
 #include "tests/support/Await.h"
+#include "tests/support/Eventually.h"
+#include "tests/support/LoopDisk.h"
 #include "tests/support/MountNamespace.h"
 #include "tests/support/TemporaryFolder.h"
 
+#include <array>
 #include <functional>
 #include <gtest/gtest.h>
 #include <memory>
 #include <mutex>
+#include <sstream>
 #include <string>
 #include <sys/mount.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -134,6 +143,70 @@ private:
 };
 
 INSTANTIATE_TYPED_TEST_SUITE_P(LinuxVolumes, ObservationContract, Volumes);
+
+// How the threads of this process wait for descriptors, which is how timers are waited for.
+struct Waits {
+    int unlimited = 0;
+    int limited = 0;
+};
+
+Waits waitsOfThisProcess() {
+    Waits waits;
+    for (const std::string& thread : namesIn(SystemRoot(), "/proc/self/task").value_or(std::vector<std::string>())) {
+        std::istringstream call(SystemRoot().read("/proc/self/task/" + thread + "/syscall").value_or(std::string()));
+        long number = -1;
+        std::array<std::string, 4> arguments;
+        call >> number;
+        for (std::string& argument : arguments)
+            call >> argument;
+#ifdef SYS_epoll_wait
+        const bool isWait = number == SYS_epoll_pwait || number == SYS_epoll_wait;
+#else
+        const bool isWait = number == SYS_epoll_pwait;
+#endif
+        if (isWait && call)
+            ++(static_cast<int>(std::stoull(arguments[3], nullptr, 16)) < 0 ? waits.unlimited : waits.limited);
+    }
+    return waits;
+}
+
+// The labels of volumes were looked at every two seconds, for ever.
+TEST_F(LiveVolumeWatch, WaitsWithoutATimer) {
+    LinuxDispatch dispatch;
+    LinuxVolumeService service{SystemRoot(), dispatch};
+    const auto observation = service.observe([](const VolumeNotification&) {});
+    ASSERT_TRUE(observation);
+    EXPECT_TRUE(eventually([] {
+        const Waits waits = waitsOfThisProcess();
+        return waits.unlimited > 0 && waits.limited == 0;
+    }));
+    const std::unique_ptr<RepeatingTimer> timer = dispatch.backgroundQueue()->makeTimer(2'000'000'000, [] {});
+    timer->resume();
+    EXPECT_TRUE(eventually([] { return waitsOfThisProcess().limited == 1; })) << "this test sees no timers";
+}
+
+// Until udev tells, nobody but the file system itself knows its new label.
+TEST_F(LiveVolumeWatch, TellsOfALabelGivenToAMountedFileSystemToWhomLooks) {
+    if (::access("/dev/loop-control", W_OK) != 0)
+        GTEST_SKIP() << "no loop devices";
+    const LoopDisk image("BEFORE", 16);
+    image.mount();
+    std::mutex guard;
+    std::vector<std::string> heard;
+    const auto observation = volumes_.observe([&](const VolumeNotification& notice) {
+        const std::lock_guard lock(guard);
+        if (notice.kind == VolumeNotification::Kind::didRename)
+            heard.push_back(notice.oldName.value_or("?") + " > " + notice.newName.value_or("?"));
+    });
+    ASSERT_TRUE(observation);
+    volumes_.checkLabel(image.path());
+    image.setLabel("AFTER");
+    volumes_.checkLabel("/");
+    volumes_.checkLabel(image.path());
+    volumes_.checkLabel(image.path());
+    const std::lock_guard lock(guard);
+    EXPECT_EQ(heard, (std::vector<std::string>{"BEFORE > AFTER"}));
+}
 
 } // namespace
 } // namespace sentrel::platform
