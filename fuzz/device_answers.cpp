@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What devices and the udev database answer: counters, records, SCSI sense data, health logs.
+// What devices and the udev database answer: counters, labels, SCSI sense data, health logs.
 
 #include <SentrelKit/base/system/Assert.h>
 #include <SentrelKit/platform/linux/volumes/AtaSmart.h>
@@ -19,10 +19,8 @@ using namespace sentrel::platform;
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string_view text(reinterpret_cast<const char*>(data), size);
     static_cast<void>(parseBlockStatistics(text));
-    if (const std::optional<std::string> value = udevProperty(text, "ID_FS_LABEL_ENC")) {
-        const std::optional<std::string> label = udevDecoded(*value);
-        SENTREL_ASSERT(!label || (!label->empty() && label->size() <= value->size()));
-    }
+    const std::optional<std::string> label = udevDecoded(text);
+    SENTREL_ASSERT(!label || (!label->empty() && label->size() <= text.size()));
     static_cast<void>(parseAtaSense(std::span(data, size)));
     NvmeHealthLog log{};
     std::copy_n(data, std::min(size, log.size()), log.begin());

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/volumes/BlockDevices.h>
 
+#include <SentrelKit/platform/linux/volumes/UdevReleaser.h>
+
 #include <algorithm>
 #include <array>
 #include <blkid/blkid.h>
@@ -95,16 +97,12 @@ DiskStatistics parseBlockStatistics(std::string_view text) noexcept {
     return statistics;
 }
 
-std::optional<std::string> udevProperty(std::string_view record, std::string_view key) {
-    while (!record.empty()) {
-        const std::size_t end = std::min(record.find('\n'), record.size());
-        std::string_view line = record.substr(0, end);
-        record.remove_prefix(std::min(end + 1, record.size()));
-        if (line.starts_with("E:") && line.substr(2).starts_with(key) && line.size() > key.size() + 2 &&
-            line[key.size() + 2] == '=')
-            return std::string(line.substr(key.size() + 3));
-    }
-    return std::nullopt;
+std::optional<std::string> udevProperty(const std::string& kernelName, const char* key) {
+    const std::unique_ptr<udev, UdevReleaser> context(udev_new());
+    const std::unique_ptr<udev_device, UdevReleaser> device(
+        context ? udev_device_new_from_subsystem_sysname(context.get(), "block", kernelName.c_str()) : nullptr);
+    const char* const value = device ? udev_device_get_property_value(device.get(), key) : nullptr;
+    return value ? std::optional<std::string>(value) : std::nullopt;
 }
 
 std::optional<std::string> udevDecoded(std::string_view value) {
@@ -122,6 +120,9 @@ std::optional<std::string> udevDecoded(std::string_view value) {
         return std::nullopt;
     return std::string(text);
 }
+
+BlockDevices::BlockDevices(SystemRoot root, DeviceProperty property)
+    : root_(std::move(root)), property_(property || !root_.isReal() ? std::move(property) : udevProperty) {}
 
 std::string BlockDevices::folder(const std::string& kernelName, std::string_view file) {
     std::string path = "/sys/class/block/" + kernelName;
@@ -244,21 +245,16 @@ std::string BlockDevices::bottomDisk(const std::string& kernelName) const {
     return disk;
 }
 
-std::optional<std::string> BlockDevices::udevRecord(const std::string& kernelName) const {
-    const std::optional<std::string> number = attribute(kernelName, "dev");
-    if (!number)
-        return std::nullopt;
-    return root_.read("/run/udev/data/b" + *number);
+std::optional<std::string> BlockDevices::property(const std::string& kernelName, const char* key) const {
+    return property_ ? property_(kernelName, key) : std::nullopt;
 }
 
 std::optional<std::string> BlockDevices::model(const std::string& kernelName) const {
     const std::string disk = bottomDisk(kernelName);
-    if (const std::optional<std::string> record = udevRecord(disk)) {
-        // The whole model text; the kernel's own is cut to the 16 bytes of a SCSI answer.
-        if (const std::optional<std::string> encoded = udevProperty(*record, "ID_MODEL_ENC")) {
-            if (std::optional<std::string> text = udevDecoded(*encoded))
-                return text;
-        }
+    // The whole model text; the kernel's own is cut to the 16 bytes of a SCSI answer.
+    if (const std::optional<std::string> encoded = property(disk, "ID_MODEL_ENC")) {
+        if (std::optional<std::string> text = udevDecoded(*encoded))
+            return text;
     }
     std::optional<std::string> text = attribute(disk, "device/model");
     if (text && text->empty())
@@ -267,11 +263,8 @@ std::optional<std::string> BlockDevices::model(const std::string& kernelName) co
 }
 
 std::optional<std::string> BlockDevices::label(const std::string& kernelName) const {
-    if (const std::optional<std::string> record = udevRecord(kernelName)) {
-        const std::optional<std::string> encoded = udevProperty(*record, "ID_FS_LABEL_ENC");
-        if (encoded)
-            return udevDecoded(*encoded);
-    }
+    if (const std::optional<std::string> encoded = property(kernelName, "ID_FS_LABEL_ENC"))
+        return udevDecoded(*encoded);
     if (!root_.isReal())
         return std::nullopt;
     return labelOnDevice(node(kernelName));

@@ -8,6 +8,7 @@
 #include <SentrelKit/platform/linux/common/SystemRoot.h>
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -19,15 +20,19 @@ namespace sentrel::platform {
 /// disk's own sector size). A field that is missing or no number leaves its counter absent.
 [[nodiscard]] DiskStatistics parseBlockStatistics(std::string_view text) noexcept;
 
-/// The value of a property in a record of the udev database (lines "E:KEY=value"); absent if it has none.
-[[nodiscard]] std::optional<std::string> udevProperty(std::string_view record, std::string_view key);
+/// A property that the device manager keeps of a block device, by the kernel's name of it; absent if it has none.
+using DeviceProperty = std::function<std::optional<std::string>(const std::string& kernelName, const char* key)>;
+
+/// The property that udev has.
+[[nodiscard]] std::optional<std::string> udevProperty(const std::string& kernelName, const char* key);
 
 /// A value that udev encoded ("\x20" for a blank), decoded and without blanks around it; absent if nothing is left.
 [[nodiscard]] std::optional<std::string> udevDecoded(std::string_view value);
 
 class BlockDevices {
 public:
-    explicit BlockDevices(SystemRoot root) : root_(std::move(root)) {}
+    /// The devices of a machine; of captured files the properties come as given, or there are none.
+    BlockDevices(SystemRoot root, DeviceProperty property = nullptr);
 
     /// The kernel's name for a device name: itself, or that of the device-mapper node or foldered device ("cciss!c0d0")
     /// that has it; of the path of a node its own. Absent if there is none.
@@ -71,9 +76,10 @@ private:
     [[nodiscard]] bool exists(const std::string& kernelName) const;
     [[nodiscard]] std::vector<std::string> entries(const std::string& absolute) const;
     [[nodiscard]] std::optional<std::string> linkTarget(const std::string& absolute) const;
-    [[nodiscard]] std::optional<std::string> udevRecord(const std::string& kernelName) const;
+    [[nodiscard]] std::optional<std::string> property(const std::string& kernelName, const char* key) const;
 
     SystemRoot root_;
+    DeviceProperty property_;
 };
 
 } // namespace sentrel::platform

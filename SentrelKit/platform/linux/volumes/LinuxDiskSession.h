@@ -12,13 +12,14 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <utility>
 
 namespace sentrel::platform {
 
 /// What all sessions of one machine share; outlives them.
 struct DiskMachine {
-    DiskMachine(const SystemRoot& systemRoot, DeviceControl& deviceControl)
-        : devices(systemRoot), control(deviceControl) {}
+    DiskMachine(BlockDevices blockDevices, DeviceControl& deviceControl)
+        : devices(std::move(blockDevices)), control(deviceControl) {}
 
     const BlockDevices devices;
     DeviceControl& control;

@@ -10,8 +10,8 @@
 
 namespace sentrel::platform {
 
-LinuxVolumeService::LinuxVolumeService(const SystemRoot& root, EventSource& dispatch, DeviceControl& control)
-    : machine_(root, control), watch_(machine_.mounts, dispatch) {}
+LinuxVolumeService::LinuxVolumeService(BlockDevices devices, EventSource& dispatch, DeviceControl& control)
+    : machine_(std::move(devices), control), watch_(machine_.mounts, dispatch) {}
 
 DeviceControl& LinuxVolumeService::systemControl() noexcept {
     static DeviceControl control;

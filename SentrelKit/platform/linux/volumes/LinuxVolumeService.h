@@ -19,7 +19,7 @@ class EventSource;
 class LinuxVolumeService final : public VolumeService {
 public:
     /// The dispatch and the control outlive the service, and the service outlives its sessions and observations.
-    LinuxVolumeService(const SystemRoot& root, EventSource& dispatch, DeviceControl& control = systemControl());
+    LinuxVolumeService(BlockDevices devices, EventSource& dispatch, DeviceControl& control = systemControl());
 
     [[nodiscard]] std::int32_t countMountedFileSystems() override;
     [[nodiscard]] std::int32_t listMountedFileSystems(std::span<MountedFileSystem> entries) override;

@@ -3,10 +3,10 @@
 
 #include <SentrelKit/base/system/detail/ThreadSafety.h>
 #include <SentrelKit/platform/linux/common/UniqueFd.h>
+#include <SentrelKit/platform/linux/volumes/UdevReleaser.h>
 #include <SentrelKit/platform/support/Observer.h>
 
 #include <array>
-#include <libudev.h>
 #include <map>
 #include <memory>
 #include <optional>
@@ -20,12 +20,6 @@
 namespace sentrel::platform {
 
 namespace {
-
-struct UdevReleaser {
-    void operator()(udev* context) const noexcept { udev_unref(context); }
-    void operator()(udev_monitor* monitor) const noexcept { udev_monitor_unref(monitor); }
-    void operator()(udev_device* device) const noexcept { udev_device_unref(device); }
-};
 
 // udev's word that a block device changed, given once its database holds the change.
 class UdevEvents {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/volumes/BlockDevices.h>
 
+#include "tests/support/CapturedProperties.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
@@ -31,7 +32,7 @@ protected:
     }
 
     TemporaryFolder files_;
-    BlockDevices devices_{SystemRoot(files_.path())};
+    const BlockDevices devices_ = capturedDevices(SystemRoot(files_.path()));
 };
 
 TEST(BlockStatistics, CountSectorsOf512Bytes) {
@@ -53,15 +54,6 @@ TEST(BlockStatistics, AreAbsentWhereTheirFieldIs) {
 
 TEST(BlockStatistics, WrapWhereTheyDoNotFit) {
     EXPECT_EQ(parseBlockStatistics("0 0 36028797018963969").bytesRead, 512); // 2 to the 55th and one
-}
-
-TEST(UdevDatabase, GivesThePropertiesOfARecord) {
-    const std::string record = "S:disk/by-label/x\nI:12\nE:ID_FS_LABEL=My_Disk\nE:ID_FS_LABEL_ENC=My\\x20Disk\nE:ID=\n";
-    EXPECT_EQ(udevProperty(record, "ID_FS_LABEL_ENC"), "My\\x20Disk");
-    EXPECT_EQ(udevProperty(record, "ID"), "");
-    EXPECT_FALSE(udevProperty(record, "ID_FS"));
-    EXPECT_FALSE(udevProperty("", "ID"));
-    EXPECT_EQ(udevProperty("E:LAST=one", "LAST"), "one");
 }
 
 TEST(UdevDatabase, DecodesItsValues) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/volumes/LinuxMounts.h>
 
+#include "tests/support/CapturedProperties.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <cerrno>
@@ -25,8 +26,7 @@ TEST(LinuxMounts, AskNoLoopDeviceForItsLabelWhoseFileLiesWhereNobodyMayAnswer) {
     };
     add("loop0", "7:0", "/net/one.img");
     add("loop1", "7:1", "/images/two.img");
-    const SystemRoot root(files.path());
-    const BlockDevices devices(root);
+    const BlockDevices devices = capturedDevices(SystemRoot(files.path()));
     const MountSnapshot mounts = Mounts(devices).current();
     ASSERT_TRUE(mounts);
     EXPECT_EQ(labelOfDevice(devices, *mounts, "loop0"), std::nullopt);

@@ -2,6 +2,7 @@
 #include <SentrelKit/platform/linux/volumes/LinuxVolumeService.h>
 
 #include "tests/platform/linux/volumes/ScriptedAtaDrive.h"
+#include "tests/support/CapturedProperties.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <SentrelKit/platform/linux/dispatch/LinuxDispatch.h>
@@ -46,7 +47,7 @@ protected:
     TemporaryFolder files_;
     LinuxDispatch dispatch_;
     ScriptedAtaDrive drive_;
-    LinuxVolumeService service_{SystemRoot(files_.path()), dispatch_, drive_};
+    LinuxVolumeService service_{capturedDevices(SystemRoot(files_.path())), dispatch_, drive_};
 };
 
 TEST_F(CapturedVolumes, FailToListWithoutAMountTable) {
