@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/volumes/BlockDevices.h>
 
+#include <SentrelKit/platform/linux/common/Folder.h>
 #include <SentrelKit/platform/linux/volumes/UdevReleaser.h>
 
 #include <algorithm>
@@ -8,7 +9,6 @@
 #include <blkid/blkid.h>
 #include <charconv>
 #include <climits>
-#include <dirent.h>
 #include <memory>
 #include <unistd.h>
 
@@ -17,10 +17,6 @@ namespace sentrel::platform {
 namespace {
 
 constexpr int stackLimit = 16; // deeper stacks than this are taken for a ring
-
-struct DirectoryCloser {
-    void operator()(DIR* directory) const noexcept { ::closedir(directory); }
-};
 
 struct ProbeFreer {
     void operator()(blkid_probe probe) const noexcept { ::blkid_free_probe(probe); }
@@ -142,17 +138,7 @@ std::optional<std::string> BlockDevices::attribute(const std::string& kernelName
 }
 
 std::vector<std::string> BlockDevices::entries(const std::string& absolute) const {
-    std::vector<std::string> names;
-    const std::unique_ptr<DIR, DirectoryCloser> directory(::opendir(root_.path(absolute).c_str()));
-    while (directory) {
-        const dirent* entry = ::readdir(directory.get());
-        if (!entry)
-            break;
-        if (entry->d_name[0] != '.')
-            names.emplace_back(entry->d_name);
-    }
-    std::sort(names.begin(), names.end());
-    return names;
+    return namesIn(root_, absolute).value_or(std::vector<std::string>());
 }
 
 std::optional<std::string> BlockDevices::linkTarget(const std::string& absolute) const {
