@@ -89,7 +89,11 @@ public:
     }
 
     std::optional<DiskDescription> description() override {
-        return DiskDescription{label(), session_->machine.devices.model(name_)};
+        // Of the last listing: all its volumes are described by one table.
+        const MountSnapshot mounts = session_->machine.mounts.latest();
+        const MountEntry* const mount = mounts ? mountOfDevice(*mounts, name_) : nullptr;
+        const bool isVolume = mount && mount->isVolume;
+        return DiskDescription{label(mounts, mount), isVolume ? mount->model : session_->machine.devices.model(name_)};
     }
 
     std::shared_ptr<StorageDevice> wholeDisk() override { return whole_ ? whole_ : shared_from_this(); }
@@ -129,17 +133,11 @@ public:
     }
 
 private:
-    std::optional<std::string> label() const {
+    std::optional<std::string> label(const MountSnapshot& mounts, const MountEntry* mount) const {
         const BlockDevices& devices = session_->machine.devices;
-        // Of the last listing: all its volumes are described by one table.
-        const MountSnapshot mounts = session_->machine.mounts.latest();
-        if (!mounts)
-            return devices.label(name_);
-        if (const MountEntry* mount = mountOfDevice(*mounts, name_)) {
-            if (std::optional<std::string> told = labelOfMount(devices.root(), *mount))
-                return told->empty() ? std::nullopt : told;
-        }
-        return labelOfDevice(devices, *mounts, name_);
+        if (const std::optional<std::string> told = mount ? labelOfMount(devices.root(), *mount) : std::nullopt)
+            return told->empty() ? std::nullopt : told;
+        return mounts ? labelOfDevice(devices, *mounts, name_) : devices.label(name_);
     }
 
     const std::shared_ptr<SessionState> session_;

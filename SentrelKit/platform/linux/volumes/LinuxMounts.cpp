@@ -52,6 +52,17 @@ std::string deviceOf(const BlockDevices& devices, const MountEntry& mount) {
     return name.value_or(std::string());
 }
 
+// A disk stays the same as long as it is mounted, and asking for its model takes long.
+std::optional<std::string> modelBehind(const BlockDevices& devices, const MountEntry& mount,
+                                       const MountSnapshot& before) {
+    for (std::size_t i = 0; before && i < before->size(); ++i) {
+        const MountEntry& known = (*before)[i];
+        if (known.isVolume && known.device == mount.device && isSameMount(known, mount))
+            return known.model;
+    }
+    return devices.model(mount.device);
+}
+
 } // namespace
 
 MountSnapshot Mounts::current() {
@@ -95,7 +106,7 @@ bool Mounts::isCurrent(const Owner& owner) const {
 
 // The file is open before it is read: a change meanwhile is told.
 void Mounts::read(const Owner& owner) {
-    snapshot_.reset();
+    const MountSnapshot before = std::exchange(snapshot_, nullptr);
     owner_ = owner;
     table_ = devices_.root().open(mountTablePath);
     const std::optional<std::string> text =
@@ -111,6 +122,10 @@ void Mounts::read(const Owner& owner) {
         }
     }
     judgeMounts(entries);
+    for (MountEntry& entry : entries) {
+        if (entry.isVolume && !entry.device.empty())
+            entry.model = modelBehind(devices_, entry, before);
+    }
     snapshot_ = std::make_shared<const std::vector<MountEntry>>(std::move(entries));
 }
 

@@ -206,6 +206,12 @@ std::vector<bool> mountsBelow(const std::vector<MountEntry>& entries, const std:
     return isBelow;
 }
 
+bool isSameMount(const MountEntry& one, const MountEntry& other) {
+    return one.id == other.id && one.parent == other.parent && one.deviceMajor == other.deviceMajor &&
+           one.deviceMinor == other.deviceMinor && one.on == other.on && one.type == other.type &&
+           one.from == other.from;
+}
+
 const MountEntry* mountOfPath(const std::vector<MountEntry>& entries, std::string_view path) {
     const MountEntry* best = nullptr;
     for (const MountEntry& entry : entries) {

@@ -34,6 +34,7 @@ struct MountEntry {
     bool isVolume = false;     ///< shown as a volume
     /// The kernel's name of the block device behind it; empty for file systems without one. Set by Mounts.
     std::string device;
+    std::optional<std::string> model; ///< of the disk behind a volume. Set by Mounts.
 
     friend bool operator==(const MountEntry&, const MountEntry&) = default;
 };
@@ -51,6 +52,10 @@ struct MountEntry {
 /// For each entry, whether a look-up of its mount point asks one of those mounts for a name. A mount that covers
 /// another one at the very same place does not: the look-up goes past what it covers.
 [[nodiscard]] std::vector<bool> mountsBelow(const std::vector<MountEntry>& entries, const std::vector<bool>& those);
+
+/// Whether both are one mount at one place. Its path alone does not tell: another file system may have come there
+/// since. Neither does its number alone, which the kernel gives again once nobody uses the mount.
+[[nodiscard]] bool isSameMount(const MountEntry& one, const MountEntry& other);
 
 /// The visible entry that a path lies in, judged by its text alone; null if none.
 [[nodiscard]] const MountEntry* mountOfPath(const std::vector<MountEntry>& entries, std::string_view path);

@@ -14,14 +14,6 @@ using SteadyClock = std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds answerBound{250};
 
-// Whether both are one mount at one place. Its path alone does not tell: another file system may have come there since.
-// Neither does its number alone, which the kernel gives again once nobody uses the mount.
-bool isSameMount(const MountEntry& one, const MountEntry& other) {
-    return one.id == other.id && one.parent == other.parent && one.deviceMajor == other.deviceMajor &&
-           one.deviceMinor == other.deviceMinor && one.on == other.on && one.type == other.type &&
-           one.from == other.from;
-}
-
 } // namespace
 
 std::optional<FileSystemSpace> askSpace(const char* path) noexcept {

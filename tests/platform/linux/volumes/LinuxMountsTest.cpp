@@ -6,7 +6,9 @@
 
 #include <cerrno>
 #include <gtest/gtest.h>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace sentrel::platform {
 namespace {
@@ -69,6 +71,30 @@ TEST(LinuxMounts, KnowTheirDevicesAndWhichOfThemAreVolumes) {
     EXPECT_FALSE(mounts->at(2).isVolume) << "a view of a part";
     EXPECT_EQ(mountOfDevice(*mounts, "vda"), &mounts->at(0));
     EXPECT_EQ(mountOfDevice(*mounts, "vdb"), nullptr);
+}
+
+TEST(LinuxMounts, AskForTheModelBehindAVolumeOnceWhileItIsMounted) {
+    const TemporaryFolder files;
+    files.link("/sys/dev/block/8:0", "../../devices/sda");
+    files.link("/sys/dev/block/8:16", "../../devices/sdb");
+    std::vector<std::string> asked;
+    const BlockDevices devices(SystemRoot(files.path()), [&asked](const std::string& disk, const char*) {
+        asked.push_back(disk);
+        return std::optional<std::string>("Drive " + disk);
+    });
+    Mounts mounts(devices);
+    const std::string root = "1 0 8:0 / / rw - ext4 /dev/sda rw\n";
+    files.write("/proc/self/mountinfo", root);
+    EXPECT_EQ(mounts.current()->at(0).model, "Drive sda");
+    files.write("/proc/self/mountinfo", root + "2 1 8:16 / /m rw - ext4 /dev/sdb rw\n");
+    EXPECT_EQ(mounts.current()->at(0).model, "Drive sda");
+    EXPECT_EQ(mounts.current()->at(1).model, "Drive sdb");
+    EXPECT_EQ(asked, (std::vector<std::string>{"sda", "sdb"}));
+    files.write("/proc/self/mountinfo", root);
+    static_cast<void>(mounts.current());
+    files.write("/proc/self/mountinfo", root + "2 1 8:16 / /m rw - ext4 /dev/sdb rw\n");
+    static_cast<void>(mounts.current());
+    EXPECT_EQ(asked, (std::vector<std::string>{"sda", "sdb", "sdb"})) << "another disk may have come in its place";
 }
 
 } // namespace
