@@ -3,6 +3,8 @@
 
 /// Mounted file systems as values.
 
+#include <SentrelKit/Export.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <span>

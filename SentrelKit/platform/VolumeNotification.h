@@ -3,6 +3,8 @@
 
 /// What is told of mounts, unmounts and new names.
 
+#include <SentrelKit/Export.h>
+
 #include <cstdint>
 #include <optional>
 #include <string>

@@ -186,7 +186,7 @@ TEST(System, AsksForNoVolumesWhileNothingIsStarted) {
     machine->advance(0);
     machine->volumes().calls.clear();
     machine->advance(60);
-    EXPECT_TRUE(machine->volumes().calls.empty());
+    EXPECT_TRUE(machine->volumes().calls.list().empty());
 }
 
 } // namespace

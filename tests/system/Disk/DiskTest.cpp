@@ -618,11 +618,10 @@ TEST_F(DiskModel, LooksForANewLabelInASampleThatSawSomethingWritten) {
     Disk disk;
     const auto looked = [&] {
         std::vector<std::string> paths;
-        for (const std::string& call : volumes().calls) {
+        for (const std::string& call : volumes().calls.take()) {
             if (call.starts_with("checkLabel "))
                 paths.push_back(call.substr(call.find(' ') + 1));
         }
-        volumes().calls.clear();
         return paths;
     };
     disk.update();
