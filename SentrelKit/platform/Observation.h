@@ -43,6 +43,7 @@ public:
     explicit Observation(std::shared_ptr<platform::Observer> observer, std::shared_ptr<void> source = nullptr) noexcept;
 
     ~Observation() { reset(); }
+    /// Takes over what the other observes.
     Observation(Observation&& other) noexcept = default;
     /// Releases what it kept before.
     Observation& operator=(Observation&& other) noexcept;
