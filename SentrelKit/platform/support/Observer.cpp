@@ -29,14 +29,14 @@ Observer::Thread& Observer::thisThread() noexcept {
 }
 
 // Never destroyed, as the condition: a change may come while the process ends.
-Lock& Observer::lock() noexcept {
+Lock& Observer::lock() {
     static Lock& lock = *new Lock;
     return lock;
 }
 
 namespace {
 
-Condition& callEnded() noexcept {
+Condition& callEnded() {
     static Condition& condition = *new Condition;
     return condition;
 }

@@ -39,7 +39,7 @@ private:
     struct Thread;
 
     static Thread& thisThread() noexcept;
-    static Lock& lock() noexcept; // one for all, as releases look at the calls of others; held for a moment only
+    static Lock& lock(); // one for all, as releases look at the calls of others; held for a moment only
 
     void end() noexcept SENTREL_EXCLUDES(lock());
     void release() noexcept SENTREL_EXCLUDES(lock());

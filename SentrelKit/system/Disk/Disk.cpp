@@ -259,9 +259,9 @@ private:
     Atomic<std::shared_ptr<Volume>> root_;
 };
 
-Disk::Disk(std::shared_ptr<probes::SystemManager> session) : set_(std::make_shared<VolumeSet>(session)) {
+Disk::Disk(std::shared_ptr<probes::SystemManager> session) : set_(std::make_shared<VolumeSet>(std::move(session))) {
     set_->load();
-    observation_ = session->platform().volumes().observe(
+    observation_ = set_->session().platform().volumes().observe(
         [set = set_.get()](const platform::VolumeNotification& notification) { set->hear(notification); });
 }
 

@@ -6,6 +6,7 @@
 #include <SentrelKit/platform/support/Observer.h>
 
 #include <atomic>
+#include <exception>
 #include <glib-unix.h>
 #include <new>
 #include <utility>
@@ -102,8 +103,12 @@ Watcher* watcherOf(GSource* source) {
 }
 
 // An exception ends the process here: the loop below is none of ours.
-gboolean dispatch(GSource* source, GSourceFunc /*callback*/, gpointer /*data*/) noexcept {
-    watcherOf(source)->dispatch(source);
+gboolean dispatch(GSource* source, GSourceFunc /*callback*/, gpointer /*data*/) {
+    try {
+        watcherOf(source)->dispatch(source);
+    } catch (...) {
+        std::terminate();
+    }
     return G_SOURCE_CONTINUE;
 }
 

@@ -246,7 +246,7 @@ bool PreferenceFile::replace(const PropertyList::Dictionary& content, const std:
 
 PropertyList keptFromAddress(const PropertyList::Address& address) {
     if (const TextPointer path{g_filename_from_uri(address.text.c_str(), nullptr, nullptr)})
-        return PropertyList(std::string_view(path.get()));
+        return std::string_view(path.get());
     auto archive = keyedArchive(PropertyList(address));
     return archive ? PropertyList(std::move(*archive)) : PropertyList();
 }
