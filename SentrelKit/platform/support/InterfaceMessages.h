@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <SentrelKit/platform/NetworkService.h>
+
+#include <cstdint>
+#include <functional>
+#include <span>
+#include <vector>
+
+namespace sentrel::platform {
+
+/// The interface list of a BSD kernel, as `sysctl` gives it in extended form (NET_RT_IFLIST2): a message for each
+/// interface, followed by one for each of its addresses. One thread at a time; one object allocates nothing once it has
+/// met the interface with the most addresses.
+class InterfaceMessages {
+public:
+    /// Calls back for each interface, in the list's order, with views into the bytes. A message that is cut short ends
+    /// the list; so does one without a length.
+    void read(std::span<const std::uint8_t> bytes, const std::function<void(const InterfaceInfo&)>& each);
+
+private:
+    std::vector<SocketAddress> addresses_;
+};
+
+} // namespace sentrel::platform
