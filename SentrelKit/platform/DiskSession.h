@@ -20,13 +20,15 @@ class SENTREL_API DiskSession {
 public:
     virtual ~DiskSession() = default;
 
-    /// The disk with that device name (the last part of the device's path), or null. A known disk costs no allocation.
+    /// The disk with that device name (the last part of the device's path), or null. On Linux a known disk costs no
+    /// allocation.
     [[nodiscard]] virtual std::shared_ptr<StorageDevice> disk(std::string_view deviceName) = 0;
 
-    /// Chooses the queue on which completions are called; null for none: completions are then dropped.
+    /// Chooses the queue on which completions are called; null for none: completions that did not come yet are then
+    /// dropped, with what they hold.
     ///
-    /// macOS: DASessionSetDispatchQueue. Nothing is observed through a session: a completion answers one question,
-    /// once, so there is no registration to release.
+    /// macOS: DASessionSetDispatchQueue with the queue's native handle. Nothing is observed through a session: a
+    /// completion answers one question, once, so there is no registration to release.
     virtual void setQueue(std::shared_ptr<DispatchQueue> queue) = 0;
 };
 

@@ -56,6 +56,10 @@ public:
     /// A suspended repeating timer. `nanoseconds` below 1 counts as 1.
     [[nodiscard]] virtual std::unique_ptr<RepeatingTimer> makeTimer(std::int64_t nanoseconds,
                                                                     std::function<void()> tick) = 0;
+
+    /// The system's own queue behind this one, for a backend that hands it on to the system (macOS: dispatch_queue_t).
+    /// Null where there is none. Valid as long as this queue.
+    [[nodiscard]] virtual void* nativeHandle() const noexcept { return nullptr; }
 };
 
 /// Seconds as whole nanoseconds by truncation; not-a-number and negative seconds give 0, huge ones the largest count.

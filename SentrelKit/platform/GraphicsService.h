@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// The graphics processors. Any thread. An operation that fails gives no value and leaves the reason in errno.
+/// The graphics processors. Any thread. An operation that fails gives no value.
 
 #include <SentrelKit/Export.h>
 #include <SentrelKit/base/util/PropertyList.h>
@@ -16,7 +16,7 @@ class SENTREL_API GraphicsService {
 public:
     virtual ~GraphicsService() = default;
 
-    /// The properties of every PCI device, in bus order: "IOName" (text; "display" for a display controller),
+    /// The properties of every PCI device, in the system's order: "IOName" (text; "display" for a display controller),
     /// "device-id" (bytes) and, where it is known, "model" (bytes of UTF-8 text).
     [[nodiscard]] virtual std::optional<std::vector<PropertyList::Dictionary>> pciDevices() = 0;
 

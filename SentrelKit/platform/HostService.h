@@ -2,7 +2,8 @@
 #pragma once
 
 /// The host: boot time, hardware description, processor load, memory, swap, clocks and heat. Every operation takes one
-/// reading and decides nothing; one that fails gives no value and leaves the reason in errno. Any thread.
+/// reading and decides nothing; one that fails gives no value and, where the system tells one in such terms, leaves the
+/// reason in errno. Any thread.
 
 #include <SentrelKit/Export.h>
 #include <SentrelKit/platform/ThermalState.h>
@@ -41,7 +42,7 @@ struct HostLoadTicks {
     friend bool operator==(const HostLoadTicks&, const HostLoadTicks&) = default;
 };
 
-/// Names a processor set to the service that gave it. Owns nothing.
+/// Names a processor set to the service that gave it, which keeps it until it is asked for its default set again.
 struct ProcessorSet {
     std::uintptr_t handle = 0; ///< the service's own name of it
 };
@@ -102,8 +103,9 @@ public:
     /// What runs on a set. Allocates nothing.
     [[nodiscard]] virtual std::optional<ProcessorSetLoad> processorSetLoad(ProcessorSet set) noexcept = 0;
 
-    /// Writes the processor's brand as its maker spells it, cut to the buffer and without a terminator; gives the
-    /// number of bytes written.
+    /// Writes the processor's brand as its maker spells it; gives the number of bytes written, which may count a
+    /// terminator. A text longer than the buffer is cut (Linux), or a failure where the system gives it only whole
+    /// (macOS).
     [[nodiscard]] virtual std::optional<std::size_t> brand(std::span<char> buffer) = 0;
 
     /// Sampled every other second: allocates nothing.

@@ -23,8 +23,8 @@ class SENTREL_API MediaEntry {
 public:
     virtual ~MediaEntry() = default;
 
-    /// The first statistics found on this entry or above it; absent if there are none. Cheap enough for each sample:
-    /// allocates nothing and opens nothing once warm.
+    /// The first statistics found on this entry or above it; absent if there are none. Cheap enough for each sample;
+    /// on Linux it allocates nothing and opens nothing once warm.
     [[nodiscard]] virtual std::optional<DiskStatistics> statistics() = 0;
     /// Whether this very entry carries the property "SMART Capable".
     [[nodiscard]] virtual bool isSmartCapable() = 0;

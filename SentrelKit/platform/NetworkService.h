@@ -123,8 +123,9 @@ public:
     /// Null, with errno set, on failure. As it stands here it is a socket, on every backend.
     [[nodiscard]] virtual std::unique_ptr<Connection> connect(const std::string& host, std::int32_t port);
 
-    /// A watch that is not yet scheduled. Null, with errno set, on failure. macOS: SCDynamicStoreCreate.
-    virtual std::unique_ptr<ConfigurationWatch> watchConfiguration() = 0;
+    /// A watch that is not yet scheduled, by the name under which the system lists who watches, if it does. Null on
+    /// failure. macOS: SCDynamicStoreCreate.
+    virtual std::unique_ptr<ConfigurationWatch> watchConfiguration(const std::string& name) = 0;
 };
 
 } // namespace sentrel::platform

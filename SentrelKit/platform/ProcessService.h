@@ -18,14 +18,13 @@
 namespace sentrel::platform {
 
 /// What the kernel accounts to one process, all its threads together, ended threads included.
-/// macOS: PROC_PIDTASKALLINFO (the task part, and the start from the BSD part); Linux: the process clock,
-/// "stat" of the process in /proc.
+/// macOS: PROC_PIDTASKINFO; Linux: the process clock, "stat" of the process in /proc.
 struct TaskInfo {
     std::uint64_t userNanoseconds = 0;   ///< processor time in programs
     std::uint64_t systemNanoseconds = 0; ///< processor time in the kernel
     std::uint64_t residentBytes = 0;     ///< memory that the process occupies
     std::int32_t threads = 0;            ///< threads now
-    std::uint64_t startTime = 0;         ///< as in RunningApplication
+    std::uint64_t startTime = 0; ///< as in RunningApplication; 0 where it does not come with the figures (macOS)
 };
 
 /// A running application, or an auxiliary process of one. A plain value that never changes: where the name of a process
@@ -64,6 +63,10 @@ public:
     /// The process's figures; absent if the system does not give all of them. Ids are not judged: 0 and 1 are asked for
     /// like any other.
     [[nodiscard]] virtual std::optional<TaskInfo> taskInfo(std::int32_t processIdentifier) noexcept = 0;
+
+    /// When the process started, as in RunningApplication. macOS: PROC_PIDTBSDINFO; Linux: "stat" of the process in
+    /// /proc.
+    [[nodiscard]] virtual std::optional<std::uint64_t> startTime(std::int32_t processIdentifier) noexcept = 0;
 
     /// The id of the process's parent. macOS: PROC_PIDTBSDINFO; Linux: "stat" of the process in /proc.
     [[nodiscard]] virtual std::optional<std::int32_t> parent(std::int32_t processIdentifier) noexcept = 0;

@@ -27,8 +27,8 @@ public:
     virtual bool enableAutosave(bool enable) = 0;
     /// True if the drive reports that a threshold is exceeded; absent on failure.
     [[nodiscard]] virtual std::optional<bool> returnStatus() = 0;
-    /// Starts a data collection; captive ones keep the drive busy until they end.
-    virtual bool executeOffLineImmediate(bool captive) = 0;
+    /// Starts a data collection: the drive's plain one, or an extended self-test.
+    virtual bool executeOffLineImmediate(bool extendedTest) = 0;
     /// Reads the data block.
     virtual bool readData(SmartData& data) = 0;
     /// True if the block is sound.

@@ -20,9 +20,17 @@ int _getApplicationAttributes(std::int32_t processIdentifier, std::uint64_t star
                               ApplicationAttributes* attributes, SystemManager& session) noexcept {
     if (processIdentifier < firstIdentifier)
         return 0;
-    const std::optional<platform::TaskInfo> info = session.platform().processes().taskInfo(processIdentifier);
-    if (!info || (startTime != 0 && info->startTime != startTime))
+    platform::ProcessService& processes = session.platform().processes();
+    const std::optional<platform::TaskInfo> info = processes.taskInfo(processIdentifier);
+    if (!info)
         return 0;
+    if (startTime != 0) {
+        // Asked for after the figures: an id that was used again in between is found out.
+        const std::uint64_t started =
+            info->startTime != 0 ? info->startTime : processes.startTime(processIdentifier).value_or(0);
+        if (started != startTime)
+            return 0;
+    }
     attributes->cpuTime = static_cast<double>(info->userNanoseconds + info->systemNanoseconds) / 1'000'000;
     attributes->residentSize = info->residentBytes;
     attributes->threads = info->threads;

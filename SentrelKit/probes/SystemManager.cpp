@@ -92,7 +92,7 @@ SystemManager::SystemManager(platform::Platform& platform)
 SystemManager::~SystemManager() = default;
 
 void SystemManager::setUpSystemConfiguration() {
-    scSession_ = platform_.network().watchConfiguration();
+    scSession_ = platform_.network().watchConfiguration("SystemManager");
     require(scSession_ != nullptr, "self->scSession", "-[SystemManager setUpSystemConfiguration]");
     if (!scSession_->setNotificationKeys({ipv4Key, dnsKey, hostNamesKey}))
         System_error("Error installing System Configuration Notification\n");

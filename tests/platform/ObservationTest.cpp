@@ -79,7 +79,7 @@ public:
     static constexpr bool tellsItself = true;
 
     Observation observe(std::function<void()> observer) {
-        std::unique_ptr<ConfigurationWatch> watch = machine_.network().watchConfiguration();
+        std::unique_ptr<ConfigurationWatch> watch = machine_.network().watchConfiguration("test");
         EXPECT_TRUE(watch->setNotificationKeys({"State:/Network/Global/DNS"}));
         return watch->schedule(std::move(observer));
     }

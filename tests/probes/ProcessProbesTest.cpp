@@ -70,6 +70,23 @@ TEST(ProcessProbes, RefuseAnIdThatBelongsToAnotherProcessByNow) {
     EXPECT_EQ(_getApplicationAttributes(100, 78, &attributes), 0);
 }
 
+TEST(ProcessProbes, AskForTheStartWhereItDoesNotComeWithTheFigures) {
+    ScriptedMachine machine;
+    platform::TaskInfo figures = some;
+    figures.startTime = 0;
+    machine->processes().setTaskInfo(100, figures);
+    ApplicationAttributes attributes;
+    EXPECT_EQ(_getApplicationAttributes(100, 77, &attributes), 0); // nobody knows
+    machine->processes().setStartTime(100, 78);
+    EXPECT_EQ(_getApplicationAttributes(100, 77, &attributes), 0);
+    machine->processes().setStartTime(100, 77);
+    EXPECT_EQ(_getApplicationAttributes(100, 77, &attributes), 1);
+    machine->processes().calls.clear();
+    machine->processes().setTaskInfo(100, some);
+    EXPECT_EQ(_getApplicationAttributes(100, 77, &attributes), 1);
+    EXPECT_EQ(machine->processes().calls.count("startTime"), 0U);
+}
+
 TEST(ProcessProbes, GiveTheParent) {
     ScriptedMachine machine;
     machine->processes().setParent(100, 42);

@@ -48,7 +48,7 @@ TEST(SystemManager, StandsBeforeAnythingElseWithADashAsBrand) {
 TEST(SystemManager, AsksForExactlyTheThreeKeysInTheirOrderAndThenSchedules) {
     ScriptedMachine machine;
     EXPECT_EQ(machine->network().calls.list(),
-              (std::vector<std::string>{"watchConfiguration",
+              (std::vector<std::string>{"watchConfiguration SystemManager",
                                         "setNotificationKeys State:/Network/Global/IPv4 State:/Network/Global/DNS "
                                         "Setup:/Network/HostNames",
                                         "schedule"}));

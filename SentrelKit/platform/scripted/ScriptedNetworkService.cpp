@@ -255,8 +255,8 @@ std::unique_ptr<Connection> ScriptedNetworkService::connect(const std::string& h
     return std::make_unique<ScriptedConnection>(dispatch_, calls, host, server);
 }
 
-std::unique_ptr<ConfigurationWatch> ScriptedNetworkService::watchConfiguration() {
-    return calls.fails("watchConfiguration") ? nullptr : std::make_unique<Watch>(*this);
+std::unique_ptr<ConfigurationWatch> ScriptedNetworkService::watchConfiguration(const std::string& name) {
+    return calls.fails("watchConfiguration", name) ? nullptr : std::make_unique<Watch>(*this);
 }
 
 void ScriptedNetworkService::change() {

@@ -65,7 +65,7 @@ public:
     Connectivity connectivity() override { return calls.fails("connectivity") ? Connectivity::unknown : reachable; }
     bool resolves(const std::string& host) override;
     [[nodiscard]] std::unique_ptr<Connection> connect(const std::string& host, std::int32_t port) override;
-    std::unique_ptr<ConfigurationWatch> watchConfiguration() override;
+    std::unique_ptr<ConfigurationWatch> watchConfiguration(const std::string& name) override;
 
     /// The interface of that name, which must exist.
     ScriptedInterface& interface(std::string_view name);

@@ -31,6 +31,13 @@ std::optional<TaskInfo> ScriptedProcessService::taskInfo(std::int32_t processIde
     return lookUp(figures_, processIdentifier);
 }
 
+std::optional<std::uint64_t> ScriptedProcessService::startTime(std::int32_t processIdentifier) noexcept {
+    if (calls.fails("startTime", std::to_string(processIdentifier)))
+        return std::nullopt;
+    const LockScope scope(lock_);
+    return lookUp(starts_, processIdentifier);
+}
+
 std::optional<std::int32_t> ScriptedProcessService::parent(std::int32_t processIdentifier) noexcept {
     if (calls.fails("parent", std::to_string(processIdentifier)))
         return std::nullopt;
@@ -63,6 +70,11 @@ void ScriptedProcessService::refreshRunningApplications() {
 void ScriptedProcessService::setTaskInfo(std::int32_t processIdentifier, std::optional<TaskInfo> info) {
     const LockScope scope(lock_);
     assign(figures_, processIdentifier, info);
+}
+
+void ScriptedProcessService::setStartTime(std::int32_t processIdentifier, std::optional<std::uint64_t> startTime) {
+    const LockScope scope(lock_);
+    assign(starts_, processIdentifier, startTime);
 }
 
 void ScriptedProcessService::setParent(std::int32_t processIdentifier, std::optional<std::int32_t> parent) {

@@ -19,6 +19,7 @@ namespace sentrel::platform {
 class SENTREL_API ScriptedProcessService final : public ProcessService {
 public:
     std::optional<TaskInfo> taskInfo(std::int32_t processIdentifier) noexcept override;
+    std::optional<std::uint64_t> startTime(std::int32_t processIdentifier) noexcept override;
     std::optional<std::int32_t> parent(std::int32_t processIdentifier) noexcept override;
     RunningApplications runningApplications() override;
     Observation observeRunningApplications(RunningApplicationsObserver observer) override;
@@ -30,6 +31,9 @@ public:
 
     /// What the service answers about an id; without a value the question fails.
     void setTaskInfo(std::int32_t processIdentifier, std::optional<TaskInfo> info);
+    /// What the service answers when asked for the start of an id; without a value the question fails.
+    void setStartTime(std::int32_t processIdentifier, std::optional<std::uint64_t> startTime);
+
     /// What the service answers when asked for the parent of an id; without a value the question fails.
     void setParent(std::int32_t processIdentifier, std::optional<std::int32_t> parent);
 
@@ -42,6 +46,7 @@ public:
 private:
     mutable Lock lock_;
     std::map<std::int32_t, TaskInfo> figures_ SENTREL_GUARDED_BY(lock_);
+    std::map<std::int32_t, std::uint64_t> starts_ SENTREL_GUARDED_BY(lock_);
     std::map<std::int32_t, std::int32_t> parents_ SENTREL_GUARDED_BY(lock_);
     SharedRunningApplications set_ SENTREL_GUARDED_BY(lock_) = std::make_shared<RunningApplications>();
     Observers<SharedRunningApplications> observers_; // offered under the lock, told without it

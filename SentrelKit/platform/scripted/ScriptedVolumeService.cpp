@@ -22,7 +22,9 @@ public:
             return std::nullopt;
         return drive_.exceeded;
     }
-    bool executeOffLineImmediate(bool captive) override { return !fails("executeOffLineImmediate", flag(captive)); }
+    bool executeOffLineImmediate(bool extendedTest) override {
+        return !fails("executeOffLineImmediate", flag(extendedTest));
+    }
     bool readData(SmartData& data) override {
         if (fails("readData"))
             return false;

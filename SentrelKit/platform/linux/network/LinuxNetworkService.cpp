@@ -211,7 +211,7 @@ Connectivity LinuxNetworkService::connectivity() {
     return word == Connectivity::unknown ? Connectivity::yes : word;
 }
 
-std::unique_ptr<ConfigurationWatch> LinuxNetworkService::watchConfiguration() {
+std::unique_ptr<ConfigurationWatch> LinuxNetworkService::watchConfiguration(const std::string& /*name*/) {
     return std::make_unique<LinuxConfigurationWatch>(root_, events_);
 }
 

@@ -28,7 +28,7 @@ public:
     std::optional<MediaStatus> mediaStatus(std::string_view name) override;
     std::optional<std::unique_ptr<InterfaceEntry>> matchInterface(const std::string& name) override;
     Connectivity connectivity() override;
-    std::unique_ptr<ConfigurationWatch> watchConfiguration() override;
+    std::unique_ptr<ConfigurationWatch> watchConfiguration(const std::string& name) override;
 
 private:
     friend class LinuxInterfaceEntry;

@@ -38,6 +38,11 @@ std::optional<TaskInfo> LinuxProcessService::taskInfo(std::int32_t processIdenti
     return table_.taskInfo(processIdentifier);
 }
 
+std::optional<std::uint64_t> LinuxProcessService::startTime(std::int32_t processIdentifier) noexcept {
+    const LockScope scope(lock_);
+    return table_.startTime(processIdentifier);
+}
+
 std::optional<std::int32_t> LinuxProcessService::parent(std::int32_t processIdentifier) noexcept {
     const LockScope scope(lock_);
     return table_.parent(processIdentifier);

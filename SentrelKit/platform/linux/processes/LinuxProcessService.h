@@ -29,6 +29,7 @@ public:
     LinuxProcessService& operator=(const LinuxProcessService&) = delete;
 
     std::optional<TaskInfo> taskInfo(std::int32_t processIdentifier) noexcept override;
+    std::optional<std::uint64_t> startTime(std::int32_t processIdentifier) noexcept override;
     std::optional<std::int32_t> parent(std::int32_t processIdentifier) noexcept override;
     RunningApplications runningApplications() override;
     Observation observeRunningApplications(RunningApplicationsObserver observer) override;

@@ -356,6 +356,13 @@ std::optional<TaskInfo> ProcessTable::readTaskInfo(std::int32_t id, std::uint64_
     return figures;
 }
 
+std::optional<std::uint64_t> ProcessTable::startTime(std::int32_t id) noexcept {
+    const std::optional<ProcessStat> stat = files_.stat(id);
+    if (!stat || stat->isZombie())
+        return std::nullopt;
+    return stat->startTicks;
+}
+
 std::optional<std::int32_t> ProcessTable::parent(std::int32_t id) noexcept {
     const std::optional<ProcessStat> stat = files_.stat(id);
     if (!stat || stat->isZombie() || !mayMeasure(id))

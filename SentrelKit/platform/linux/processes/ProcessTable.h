@@ -98,6 +98,7 @@ public:
     [[nodiscard]] std::vector<ProcessEntry>& entries() noexcept { return entries_; }
 
     [[nodiscard]] std::optional<TaskInfo> taskInfo(std::int32_t id) noexcept;
+    [[nodiscard]] std::optional<std::uint64_t> startTime(std::int32_t id) noexcept;
     [[nodiscard]] std::optional<std::int32_t> parent(std::int32_t id) noexcept;
 
     [[nodiscard]] ProcessFiles& files() noexcept { return files_; }

@@ -31,7 +31,7 @@ constexpr std::uint8_t exceededLbaMid = 0xF4;
 constexpr std::uint8_t exceededLbaHigh = 0x2C;
 constexpr std::uint8_t autosaveOn = 0xF1;
 constexpr std::uint8_t offLineRoutine = 0x00;
-constexpr std::uint8_t captiveShortTest = 0x81; // the captive form has no plain off-line routine
+constexpr std::uint8_t extendedSelfTest = 0x02;
 constexpr std::uint8_t statusErrorOrFault = 0x01 | 0x20;
 
 // SCSI: T10 SAM-5 status and driver codes as SG_IO gives them, SPC-4 sense data, SAT-3 ATA PASS-THROUGH (16).
@@ -185,8 +185,8 @@ public:
         return std::nullopt;
     }
 
-    bool executeOffLineImmediate(bool captive) override {
-        return tell(smartCommand(smartOffLineImmediate, 0, captive ? captiveShortTest : offLineRoutine));
+    bool executeOffLineImmediate(bool extendedTest) override {
+        return tell(smartCommand(smartOffLineImmediate, 0, extendedTest ? extendedSelfTest : offLineRoutine));
     }
 
     bool readData(SmartData& data) override {

@@ -59,7 +59,7 @@ public:
             return std::nullopt;
         return hasCriticalWarning(*log);
     }
-    bool executeOffLineImmediate(bool /*captive*/) override { return true; }
+    bool executeOffLineImmediate(bool /*extendedTest*/) override { return true; }
     bool readData(SmartData& data) override {
         const std::optional<NvmeHealthLog> log = readHealthLog(control_, device_);
         if (!log)

@@ -221,6 +221,17 @@ TEST_F(LinuxProcessServiceTest, GivesTheParent) {
     EXPECT_EQ(makeService()->parent(120), 100);
 }
 
+TEST_F(LinuxProcessServiceTest, GivesTheStartThatTheFiguresAndTheSetHave) {
+    put(first);
+    put(player);
+    const auto service = makeService();
+    const std::optional<std::uint64_t> start = service->startTime(100);
+    ASSERT_TRUE(start);
+    EXPECT_EQ(service->taskInfo(100)->startTime, *start);
+    EXPECT_EQ(service->runningApplications().front()->startTime, *start);
+    EXPECT_FALSE(service->startTime(4711));
+}
+
 TEST_F(LinuxProcessServiceTest, ListsApplicationsBeforeTheirHelpers) {
     TreeProcess early = helper;
     early.id = 50; // after the ids began anew
