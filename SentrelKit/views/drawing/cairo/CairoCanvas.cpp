@@ -3,6 +3,7 @@
 
 #include <SentrelKit/views/drawing/cairo/detail/FontFace.h>
 #include <SentrelKit/views/drawing/cairo/detail/PangoText.h>
+#include <SentrelKit/views/drawing/detail/Drawable.h>
 
 #include <pango/pangocairo.h>
 
@@ -20,51 +21,12 @@ constexpr double farthest = 2.0e6;
 constexpr double widest = 5.0e4;
 constexpr double sharpestMiter = 100.0;
 
-bool isFinite(Point point) noexcept {
-    return std::isfinite(point.x) && std::isfinite(point.y);
+Transform transformOf(const cairo_matrix_t& matrix) noexcept {
+    return {matrix.xx, matrix.yx, matrix.xy, matrix.yy, matrix.x0, matrix.y0};
 }
 
-bool isFinite(const Color& color) noexcept {
-    return std::isfinite(color.red) && std::isfinite(color.green) && std::isfinite(color.blue) &&
-           std::isfinite(color.alpha);
-}
-
-bool isFinite(const PathElement& element) noexcept {
-    switch (element.kind) {
-    case PathElement::Kind::closePath:
-        return true;
-    case PathElement::Kind::curveTo:
-        return isFinite(element.points[0]) && isFinite(element.points[1]) && isFinite(element.points[2]);
-    case PathElement::Kind::arc:
-        return isFinite(element.points[0]) && std::isfinite(element.radius) && std::isfinite(element.startAngle) &&
-               std::isfinite(element.endAngle);
-    case PathElement::Kind::moveTo:
-    case PathElement::Kind::lineTo:
-    default:
-        return isFinite(element.points[0]);
-    }
-}
-
-bool isUsable(const cairo_matrix_t& matrix) noexcept {
-    const double determinant = matrix.xx * matrix.yy - matrix.xy * matrix.yx;
-    return std::isfinite(determinant) && std::abs(determinant) > 1.0e-12 && std::isfinite(matrix.x0) &&
-           std::isfinite(matrix.y0) && std::abs(matrix.x0) <= farthest && std::abs(matrix.y0) <= farthest;
-}
-
-double longestStep(const cairo_matrix_t& matrix) noexcept {
-    return std::sqrt(
-        std::max(matrix.xx * matrix.xx + matrix.yx * matrix.yx, matrix.xy * matrix.xy + matrix.yy * matrix.yy));
-}
-
-// A dash pattern that cairo takes and that is not finer than the device can show.
-bool isUsable(const std::vector<double>& dash, double phase, double scale) noexcept {
-    double period = 0.0;
-    for (const double length : dash) {
-        if (!std::isfinite(length) || length < 0.0)
-            return false;
-        period += length;
-    }
-    return std::isfinite(phase) && std::isfinite(period) && period * scale >= 1.0;
+bool isInRange(const cairo_matrix_t& matrix) noexcept {
+    return isUsable(transformOf(matrix)) && std::abs(matrix.x0) <= farthest && std::abs(matrix.y0) <= farthest;
 }
 
 struct DestroyPattern {
@@ -77,7 +39,7 @@ CairoCanvas::CairoCanvas(cairo_t* context) : context_(cairo_reference(context)) 
     cairo_save(context_);
     cairo_matrix_t matrix;
     cairo_get_matrix(context_, &matrix);
-    state_ = {longestStep(matrix), isUsable(matrix)};
+    state_ = {longestStep(transformOf(matrix)), isInRange(matrix)};
 }
 
 CairoCanvas::~CairoCanvas() {
@@ -108,7 +70,7 @@ void CairoCanvas::concat(const Transform& transform) {
     cairo_get_matrix(context_, &mapped);
     const cairo_matrix_t first{transform.a, transform.b, transform.c, transform.d, transform.tx, transform.ty};
     cairo_matrix_multiply(&mapped, &first, &mapped);
-    state_ = {longestStep(mapped), isUsable(mapped)};
+    state_ = {longestStep(transformOf(mapped)), isInRange(mapped)};
     if (state_.drawable)
         cairo_set_matrix(context_, &mapped);
 }
@@ -116,7 +78,7 @@ void CairoCanvas::concat(const Transform& transform) {
 // Lays the path down in cairo. False, with nothing laid down, for one that must not be drawn.
 bool CairoCanvas::trace(const Path& path) {
     cairo_new_path(context_);
-    if (!state_.drawable || !std::ranges::all_of(path.elements(), [](const PathElement& e) { return isFinite(e); }))
+    if (!state_.drawable || !isFinite(path))
         return false;
     const double limit = farthest / state_.scale;
     const auto held = [limit](double coordinate) { return std::clamp(coordinate, -limit, limit); };
@@ -158,8 +120,7 @@ bool CairoCanvas::setPaint(const Paint& paint) {
         return true;
     }
     const auto& gradient = std::get<LinearGradient>(paint);
-    if (gradient.colors.empty() || !isFinite(gradient.start) || !isFinite(gradient.end) ||
-        !std::ranges::all_of(gradient.colors, [](const Color& color) { return isFinite(color); }))
+    if (gradient.colors.empty() || !isFinite(gradient.start) || !isFinite(gradient.end) || !isFinite(gradient.colors))
         return false;
     const double limit = farthest / state_.scale;
     const auto held = [limit](double coordinate) { return std::clamp(coordinate, -limit, limit); };

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+/// What every canvas asks of what it is given before it draws. Any thread.
+
+#include <SentrelKit/views/drawing/Color.h>
+#include <SentrelKit/views/drawing/Path.h>
+
+#include <vector>
+
+namespace sentrel {
+
+/// Whether every number of it that counts is finite.
+[[nodiscard]] bool isFinite(Point point) noexcept;
+[[nodiscard]] bool isFinite(const Color& color) noexcept;
+[[nodiscard]] bool isFinite(const std::vector<Color>& colors) noexcept;
+[[nodiscard]] bool isFinite(const Path& path) noexcept;
+
+/// Whether a transform is finite and does not flatten the plane.
+[[nodiscard]] bool isUsable(const Transform& transform) noexcept;
+
+/// The longest step on the device that one unit makes under a transform.
+[[nodiscard]] double longestStep(const Transform& transform) noexcept;
+
+/// Whether a dash pattern can be drawn and is not finer than the device can show at a scale.
+[[nodiscard]] bool isUsable(const std::vector<double>& dash, double phase, double scale) noexcept;
+
+} // namespace sentrel
