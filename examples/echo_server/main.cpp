@@ -18,6 +18,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <fcntl.h>
 #include <netinet/in.h>
 #include <optional>
 #include <poll.h>
@@ -54,6 +55,12 @@ public:
 private:
     int number_;
 };
+
+/// Makes a socket one that nobody waits at, and that is not handed on to other programs.
+void neverBlock(int socket) {
+    ::fcntl(socket, F_SETFD, FD_CLOEXEC);
+    ::fcntl(socket, F_SETFL, O_NONBLOCK);
+}
 
 struct Caller {
     Descriptor connection;
@@ -109,7 +116,7 @@ public:
         const bool paused = Clock::now() < acceptsAgain_;
         if (!paused)
             watched.push_back({listener_.get(), POLLIN, 0});
-        if (::poll(watched.data(), watched.size(), wait(paused)) < 0)
+        if (::poll(watched.data(), static_cast<nfds_t>(watched.size()), wait(paused)) < 0)
             return;
         for (std::size_t i = 0; i < callers_.size(); ++i)
             if (watched[i].revents != 0)
@@ -139,9 +146,9 @@ private:
             callers_.erase(callers_.begin());
         sockaddr_in6 address{};
         socklen_t length = sizeof address;
-        const int connection =
-            ::accept4(listener_.get(), reinterpret_cast<sockaddr*>(&address), &length, SOCK_CLOEXEC | SOCK_NONBLOCK);
+        const int connection = ::accept(listener_.get(), reinterpret_cast<sockaddr*>(&address), &length);
         if (connection >= 0) {
+            neverBlock(connection);
             callers_.push_back({Descriptor(connection), textOf(address)});
         } else if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
             // The caller stays in line, and the listening socket ready: watching on would only spin.
@@ -159,7 +166,8 @@ private:
 
 /// A socket that listens on both kinds of addresses, -1 if it cannot.
 int listenOn(std::uint16_t port) {
-    const int listener = ::socket(AF_INET6, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    const int listener = ::socket(AF_INET6, SOCK_STREAM, 0);
+    neverBlock(listener);
     const int yes = 1;
     const int no = 0;
     ::setsockopt(listener, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);

@@ -19,7 +19,7 @@ def headers_below(folder):
 
 
 def is_internal(header):
-    return re.search(r"/detail/|/platform/(linux|macos|support)/", header)
+    return re.search(r"/detail/|/platform/(linux|macos|support)/|/embed/|/drawing/coregraphics/", header)
 
 
 failures = []

@@ -18,8 +18,8 @@ class View;
 [[nodiscard]] SENTREL_API bool renderPNG(View& view, const std::string& path, double scale = 1.0,
                                          double now = mediaTime());
 
-/// Writes an SVG of the view's size in points, as of a media time in seconds. False as for a PNG at scale 1. Main
-/// thread.
+/// Writes an SVG of the view's size in points, as of a media time in seconds. False as for a PNG at scale 1, and always
+/// on macOS, whose drawing system writes none. Main thread.
 [[nodiscard]] SENTREL_API bool renderSVG(View& view, const std::string& path, double now = mediaTime());
 
 /// Writes a one-page PDF of the view's size in points, as of a media time in seconds. False as for a PNG at scale 1.

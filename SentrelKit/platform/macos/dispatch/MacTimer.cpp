@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <SentrelKit/platform/macos/dispatch/MacTimer.h>
+
+#include <SentrelKit/platform/macos/dispatch/Closure.h>
+
+#include <utility>
+
+namespace sentrel::platform {
+
+struct MacTimer::Gate {
+    explicit Gate(std::function<void()> closure) : tick(std::move(closure)) {}
+
+    // What a source calls back with; it lives as long as the source and may still come after the timer is gone.
+    static void pass(void* context) {
+        const std::shared_ptr<Gate> gate = *static_cast<std::shared_ptr<Gate>*>(context);
+        if (gate->isOpen())
+            runClosure(gate->tick);
+    }
+    static void release(void* context) { delete static_cast<std::shared_ptr<Gate>*>(context); }
+
+    [[nodiscard]] bool isOpen() {
+        const LockScope scope(lock);
+        return open;
+    }
+    void set(bool isOpen) {
+        const LockScope scope(lock);
+        open = isOpen;
+    }
+
+    const std::function<void()> tick;
+    Lock lock;
+    bool open SENTREL_GUARDED_BY(lock) = false;
+};
+
+MacTimer::MacTimer(dispatch_queue_t queue, std::int64_t interval, std::function<void()> tick)
+    : interval_(interval > 0 ? static_cast<std::uint64_t>(interval) : 1),
+      gate_(std::make_shared<Gate>(std::move(tick))),
+      source_(dispatch_source_create(DISPATCH_SOURCE_TYPE_TIMER, 0, 0, queue)) {
+    dispatch_set_context(source_.get(), new std::shared_ptr<Gate>(gate_));
+    dispatch_source_set_event_handler_f(source_.get(), &Gate::pass);
+    dispatch_set_finalizer_f(source_.get(), &Gate::release);
+}
+
+MacTimer::~MacTimer() {
+    gate_->set(false);
+    if (state_ == Source::suspended)
+        dispatch_resume(source_.get());
+    if (state_ != Source::cancelled)
+        dispatch_source_cancel(source_.get());
+}
+
+void MacTimer::resume() {
+    if (state_ != Source::suspended)
+        return;
+    state_ = Source::resumed;
+    // Armed anew, the source also drops a tick that came due before it was suspended.
+    dispatch_source_set_timer(source_.get(), dispatch_time(DISPATCH_TIME_NOW, static_cast<std::int64_t>(interval_)),
+                              interval_, 0);
+    gate_->set(true);
+    dispatch_resume(source_.get());
+}
+
+void MacTimer::suspend() {
+    if (state_ != Source::resumed)
+        return;
+    state_ = Source::suspended;
+    gate_->set(false);
+    dispatch_suspend(source_.get());
+}
+
+void MacTimer::cancel() {
+    if (state_ == Source::cancelled)
+        return;
+    gate_->set(false);
+    if (state_ == Source::suspended)
+        dispatch_resume(source_.get()); // a suspended source hears of its end only when it is resumed
+    state_ = Source::cancelled;
+    dispatch_source_cancel(source_.get());
+}
+
+} // namespace sentrel::platform

@@ -1,0 +1,145 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <SentrelKit/platform/macos/host/MacHostService.h>
+
+#include <SentrelKit/platform/macos/host/ProcessInformation.h>
+
+#include <mach/mach.h>
+#include <sys/sysctl.h>
+#include <sys/time.h>
+
+#include <array>
+#include <cstdlib>
+
+namespace sentrel::platform {
+
+namespace {
+
+// One statistic of the host, or of something else that is named by a port; false if it was not given whole.
+template <class Record, class Ask>
+bool read(Record& record, mach_msg_type_number_t count, Ask ask) noexcept {
+    mach_msg_type_number_t given = count;
+    return ask(reinterpret_cast<integer_t*>(&record), &given) == KERN_SUCCESS && given == count;
+}
+
+} // namespace
+
+MacHostService::MacHostService() : host_(mach_host_self()) {}
+
+std::optional<std::int64_t> MacHostService::bootTime() {
+    std::array<int, 2> name{CTL_KERN, KERN_BOOTTIME};
+    timeval boot{};
+    std::size_t size = sizeof(boot);
+    if (::sysctl(name.data(), static_cast<u_int>(name.size()), &boot, &size, nullptr, 0) != 0)
+        return std::nullopt;
+    return boot.tv_sec;
+}
+
+std::optional<host_basic_info> MacHostService::hostInfo() {
+    ::host_basic_info info{};
+    if (!read(info, HOST_BASIC_INFO_COUNT,
+              [this](host_info_t to, auto* count) { return ::host_info(host_.get(), HOST_BASIC_INFO, to, count); }))
+        return std::nullopt;
+    return host_basic_info{.max_cpus = info.max_cpus,
+                           .avail_cpus = info.avail_cpus,
+                           .memory_size = info.memory_size,
+                           .cpu_type = info.cpu_type,
+                           .cpu_subtype = info.cpu_subtype,
+                           .cpu_threadtype = info.cpu_threadtype,
+                           .physical_cpu = info.physical_cpu,
+                           .physical_cpu_max = info.physical_cpu_max,
+                           .logical_cpu = info.logical_cpu,
+                           .logical_cpu_max = info.logical_cpu_max,
+                           .max_mem = info.max_mem};
+}
+
+std::optional<HostLoadTicks> MacHostService::loadTicks() noexcept {
+    host_cpu_load_info load{};
+    if (!read(load, HOST_CPU_LOAD_INFO_COUNT, [this](host_info_t to, auto* count) {
+            return ::host_statistics(host_.get(), HOST_CPU_LOAD_INFO, to, count);
+        }))
+        return std::nullopt;
+    return HostLoadTicks{.user = load.cpu_ticks[CPU_STATE_USER],
+                         .system = load.cpu_ticks[CPU_STATE_SYSTEM],
+                         .idle = load.cpu_ticks[CPU_STATE_IDLE],
+                         .nice = load.cpu_ticks[CPU_STATE_NICE]};
+}
+
+std::optional<ProcessorSet> MacHostService::defaultProcessorSet() noexcept {
+    processor_set_name_t set = MACH_PORT_NULL;
+    if (::processor_set_default(host_.get(), &set) != KERN_SUCCESS)
+        return std::nullopt;
+    const LockScope scope(setLock_);
+    defaultSet_ = MachPort(set);
+    return ProcessorSet{set};
+}
+
+std::optional<ProcessorSetLoad> MacHostService::processorSetLoad(ProcessorSet set) noexcept {
+    processor_set_load_info load{};
+    if (!read(load, PROCESSOR_SET_LOAD_INFO_COUNT, [set](processor_set_info_t to, auto* count) {
+            return ::processor_set_statistics(static_cast<processor_set_name_t>(set.handle), PROCESSOR_SET_LOAD_INFO,
+                                              to, count);
+        }))
+        return std::nullopt;
+    return ProcessorSetLoad{.tasks = static_cast<std::uint32_t>(load.task_count),
+                            .threads = static_cast<std::uint32_t>(load.thread_count)};
+}
+
+std::optional<std::size_t> MacHostService::brand(std::span<char> buffer) {
+    std::size_t size = buffer.size();
+    if (::sysctlbyname("machdep.cpu.brand_string", buffer.data(), &size, nullptr, 0) != 0)
+        return std::nullopt;
+    return size;
+}
+
+std::optional<VirtualMemoryCounters> MacHostService::virtualMemory() noexcept {
+    vm_statistics64 memory{};
+    if (!read(memory, HOST_VM_INFO64_REV1_COUNT, [this](host_info64_t to, auto* count) {
+            return ::host_statistics64(host_.get(), HOST_VM_INFO64, to, count);
+        }))
+        return std::nullopt;
+    return VirtualMemoryCounters{.free_count = memory.free_count,
+                                 .active_count = memory.active_count,
+                                 .inactive_count = memory.inactive_count,
+                                 .wire_count = memory.wire_count,
+                                 .compressor_page_count = memory.compressor_page_count,
+                                 .pageins = memory.pageins,
+                                 .pageouts = memory.pageouts,
+                                 .faults = memory.faults,
+                                 .internal_page_count = memory.internal_page_count,
+                                 .purgeable_count = memory.purgeable_count,
+                                 .external_page_count = memory.external_page_count};
+}
+
+std::optional<SwapUsage> MacHostService::swapUsage() noexcept {
+    std::array<int, 2> name{CTL_VM, VM_SWAPUSAGE};
+    xsw_usage usage{};
+    std::size_t size = sizeof(usage);
+    if (::sysctl(name.data(), static_cast<u_int>(name.size()), &usage, &size, nullptr, 0) != 0)
+        return std::nullopt;
+    return SwapUsage{.total = usage.xsu_total, .available = usage.xsu_avail, .used = usage.xsu_used};
+}
+
+std::optional<LoadAverages> MacHostService::loadAverages() noexcept {
+    LoadAverages averages{};
+    if (::getloadavg(averages.data(), static_cast<int>(averages.size())) != static_cast<int>(averages.size()))
+        return std::nullopt;
+    return averages;
+}
+
+std::optional<std::uint64_t> MacHostService::physicalMemory() {
+    return ProcessInformation::physicalMemory();
+}
+
+std::optional<double> MacHostService::awakeUptime() noexcept {
+    return ProcessInformation::systemUptime();
+}
+
+std::optional<ThermalState> MacHostService::thermalState() {
+    // The four levels have the platform's order.
+    const long state = ProcessInformation::thermalState();
+    if (state < 0 || state > static_cast<long>(ThermalState::critical))
+        return std::nullopt;
+    return static_cast<ThermalState>(state);
+}
+
+} // namespace sentrel::platform

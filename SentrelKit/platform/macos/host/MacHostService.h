@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <SentrelKit/base/system/detail/ThreadSafety.h>
+#include <SentrelKit/platform/HostService.h>
+#include <SentrelKit/platform/macos/common/MachPort.h>
+
+namespace sentrel::platform {
+
+/// The host as the Mach host interface, `sysctl` and the process information tell it.
+class MacHostService final : public HostService {
+public:
+    MacHostService();
+
+    std::optional<std::int64_t> bootTime() override;
+    std::optional<host_basic_info> hostInfo() override;
+    std::optional<HostLoadTicks> loadTicks() noexcept override;
+    std::optional<ProcessorSet> defaultProcessorSet() noexcept override;
+    std::optional<ProcessorSetLoad> processorSetLoad(ProcessorSet set) noexcept override;
+    std::optional<std::size_t> brand(std::span<char> buffer) override;
+    std::optional<VirtualMemoryCounters> virtualMemory() noexcept override;
+    std::optional<SwapUsage> swapUsage() noexcept override;
+    std::optional<LoadAverages> loadAverages() noexcept override;
+    std::optional<std::uint64_t> physicalMemory() override;
+    std::optional<double> awakeUptime() noexcept override;
+    std::optional<ThermalState> thermalState() override;
+
+private:
+    const MachPort host_; // asked for once: each answer is one more right
+    Lock setLock_;
+    MachPort defaultSet_ SENTREL_GUARDED_BY(setLock_); // the right of the last answer
+};
+
+} // namespace sentrel::platform

@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <SentrelKit/platform/macos/processes/MacProcessService.h>
+
+#include <SentrelKit/platform/macos/processes/Workspace.h>
+
+#include <libproc.h>
+
+#include <memory>
+#include <utility>
+
+namespace sentrel::platform {
+
+namespace {
+
+constexpr std::uint64_t microsecondsPerSecond = 1'000'000;
+
+// One record of a process, whole.
+template <class Record>
+bool read(std::int32_t processIdentifier, int flavour, Record& record) noexcept {
+    constexpr int size = sizeof(Record);
+    return ::proc_pidinfo(processIdentifier, flavour, 0, &record, size) >= size;
+}
+
+} // namespace
+
+std::optional<TaskInfo> MacProcessService::taskInfo(std::int32_t processIdentifier) noexcept {
+    proc_taskinfo task{};
+    if (!read(processIdentifier, PROC_PIDTASKINFO, task))
+        return std::nullopt;
+    return TaskInfo{.userNanoseconds = task.pti_total_user,
+                    .systemNanoseconds = task.pti_total_system,
+                    .residentBytes = task.pti_resident_size,
+                    .threads = task.pti_threadnum};
+}
+
+std::optional<std::uint64_t> MacProcessService::startTime(std::int32_t processIdentifier) noexcept {
+    proc_bsdinfo process{};
+    if (!read(processIdentifier, PROC_PIDTBSDINFO, process))
+        return std::nullopt;
+    return process.pbi_start_tvsec * microsecondsPerSecond + process.pbi_start_tvusec;
+}
+
+std::optional<std::int32_t> MacProcessService::parent(std::int32_t processIdentifier) noexcept {
+    proc_bsdinfo process{};
+    if (!read(processIdentifier, PROC_PIDTBSDINFO, process))
+        return std::nullopt;
+    return static_cast<std::int32_t>(process.pbi_ppid);
+}
+
+RunningApplications MacProcessService::runningApplications() {
+    RunningApplications applications;
+    for (RunningApplication& application : Workspace::runningApplications()) {
+        application.startTime = startTime(application.processIdentifier).value_or(0);
+        applications.push_back(std::make_shared<const RunningApplication>(std::move(application)));
+    }
+    return applications;
+}
+
+Observation MacProcessService::observeRunningApplications(RunningApplicationsObserver observer) {
+    std::call_once(observes_, [this] {
+        Workspace::observeRunningApplications([this] {
+            observers_.offer(std::make_shared<const RunningApplications>(runningApplications()));
+            observers_.tell();
+        });
+    });
+    return observers_.add(
+        [observer = std::move(observer)](const SharedRunningApplications& applications) { observer(*applications); });
+}
+
+} // namespace sentrel::platform

@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <SentrelKit/base/system/detail/FirstUse.h>
+#include <SentrelKit/platform/ProcessService.h>
+#include <SentrelKit/platform/support/Observer.h>
+
+#include <mutex>
+
+namespace sentrel::platform {
+
+/// The kernel's process information, and the workspace's running applications.
+class MacProcessService final : public ProcessService {
+public:
+    std::optional<TaskInfo> taskInfo(std::int32_t processIdentifier) noexcept override;
+    std::optional<std::uint64_t> startTime(std::int32_t processIdentifier) noexcept override;
+    std::optional<std::int32_t> parent(std::int32_t processIdentifier) noexcept override;
+    RunningApplications runningApplications() override;
+    Observation observeRunningApplications(RunningApplicationsObserver observer) override;
+    void refreshRunningApplications() override {} // the workspace tells by itself
+
+private:
+    std::once_flag observes_;
+    Observers<SharedRunningApplications> observers_;
+};
+
+} // namespace sentrel::platform

@@ -1,0 +1,176 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <SentrelKit/platform/macos/volumes/MacDiskSession.h>
+
+#include <SentrelKit/base/system/detail/ThreadSafety.h>
+#include <SentrelKit/platform/DispatchQueue.h>
+#include <SentrelKit/platform/macos/common/CFOwner.h>
+#include <SentrelKit/platform/macos/common/Numbered.h>
+#include <SentrelKit/platform/macos/common/Values.h>
+#include <SentrelKit/platform/macos/volumes/MacMediaEntry.h>
+
+#include <DiskArbitration/DiskArbitration.h>
+#include <sys/mount.h>
+#include <sys/param.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace sentrel::platform {
+
+namespace {
+
+// What a completion needs. Disk arbitration keeps nothing alive for it.
+struct PendingUnmount {
+    std::shared_ptr<StorageDevice> device;
+    StorageDevice::UnmountCompletion completion;
+};
+
+Numbered<PendingUnmount>& pendingUnmounts() {
+    static Numbered<PendingUnmount>& all = *new Numbered<PendingUnmount>;
+    return all;
+}
+
+std::string reasonOf(DADissenterRef dissenter) {
+    if (std::optional<std::string> words = textOf(DADissenterGetStatusString(dissenter)))
+        return std::move(*words);
+    return "status " + std::to_string(DADissenterGetStatus(dissenter));
+}
+
+void onUnmounted(DADiskRef, DADissenterRef dissenter, void* context) {
+    const std::shared_ptr<PendingUnmount> pending = pendingUnmounts().take(context);
+    if (!pending)
+        return;
+    if (!dissenter) {
+        pending->completion(pending->device, nullptr);
+        return;
+    }
+    const Dissenter objection{.reason = reasonOf(dissenter)};
+    pending->completion(pending->device, &objection);
+}
+
+// The device that the root file system lies on.
+std::string rootDevice() {
+    struct statfs root {};
+    if (::statfs("/", &root) != 0)
+        return {};
+    const std::string from = root.f_mntfromname;
+    return from.substr(from.rfind('/') + 1);
+}
+
+} // namespace
+
+/// The session itself, and the unmounts whose completions may come: without a queue none does, so none waits.
+class MacDiskSession::Arbitration {
+public:
+    explicit Arbitration(CFOwner<DASessionRef> session) : session_(std::move(session)) {}
+
+    [[nodiscard]] DASessionRef get() const noexcept { return session_.get(); }
+
+    void setQueue(std::shared_ptr<DispatchQueue> queue) {
+        std::vector<std::shared_ptr<PendingUnmount>> dropped; // released outside the lock
+        const LockScope scope(lock_);
+        DASessionSetDispatchQueue(session_.get(),
+                                  queue ? static_cast<dispatch_queue_t>(queue->nativeHandle()) : nullptr);
+        std::swap(queue_, queue);
+        if (queue_)
+            return;
+        for (void* const context : std::exchange(pending_, {}))
+            dropped.push_back(pendingUnmounts().take(context));
+    }
+
+    // The context of the completion; null if none can come.
+    [[nodiscard]] void* pend(PendingUnmount pending) {
+        const LockScope scope(lock_);
+        if (!queue_ || !pending.completion)
+            return nullptr;
+        pending_.push_back(pendingUnmounts().add(std::make_shared<PendingUnmount>(std::move(pending))));
+        return pending_.back();
+    }
+
+private:
+    const CFOwner<DASessionRef> session_;
+    Lock lock_;
+    std::shared_ptr<DispatchQueue> queue_ SENTREL_GUARDED_BY(lock_); // kept while the session may call back on it
+    std::vector<void*> pending_ SENTREL_GUARDED_BY(lock_);           // those that came too, until the queue changes
+};
+
+/// A disk as disk arbitration knows it.
+class MacDiskSession::Device final : public StorageDevice {
+public:
+    Device(std::shared_ptr<Arbitration> arbitration, CFOwner<DADiskRef> disk)
+        : arbitration_(std::move(arbitration)), disk_(std::move(disk)) {}
+
+    [[nodiscard]] static std::shared_ptr<Device> create(const std::shared_ptr<Arbitration>& arbitration,
+                                                        const std::string& name) {
+        CFOwner disk(DADiskCreateFromBSDName(kCFAllocatorDefault, arbitration->get(), name.c_str()));
+        return disk ? std::make_shared<Device>(arbitration, std::move(disk)) : nullptr;
+    }
+
+    std::optional<DiskDescription> description() override {
+        const CFOwner facts(DADiskCopyDescription(disk_.get()));
+        if (!facts)
+            return std::nullopt;
+        return DiskDescription{.volumeName = textOf(CFDictionaryGetValue(facts.get(), kDADiskDescriptionVolumeNameKey)),
+                               .deviceModel =
+                                   textOf(CFDictionaryGetValue(facts.get(), kDADiskDescriptionDeviceModelKey))};
+    }
+
+    std::shared_ptr<StorageDevice> wholeDisk() override {
+        CFOwner whole(DADiskCopyWholeDisk(disk_.get()));
+        return whole ? std::make_shared<Device>(arbitration_, std::move(whole)) : nullptr;
+    }
+
+    std::shared_ptr<MediaEntry> media() override {
+        return MacMediaEntry::create(IOObject(DADiskCopyIOMedia(disk_.get())));
+    }
+
+    bool isSystemDisk() override {
+        const std::shared_ptr<StorageDevice> whole = wholeDisk();
+        const std::shared_ptr<MediaEntry> mine = whole ? whole->media() : nullptr;
+        const std::shared_ptr<Device> root = create(arbitration_, rootDevice());
+        std::shared_ptr<MediaEntry> under = root ? root->media() : nullptr;
+        if (!mine || !under)
+            return true; // nobody can tell
+        // Whatever the root file system stands on: its container, and the disk that the container lies on.
+        for (; under; under = under->parent()) {
+            if (MacMediaEntry::areSame(*under, *mine))
+                return true;
+        }
+        return false;
+    }
+
+    void unmount(UnmountOptions options, UnmountCompletion completion) override {
+        const DADiskUnmountOptions native = (options.whole ? kDADiskUnmountOptionWhole : kDADiskUnmountOptionDefault) |
+                                            (options.force ? kDADiskUnmountOptionForce : kDADiskUnmountOptionDefault);
+        void* const context = arbitration_->pend({.device = shared_from_this(), .completion = std::move(completion)});
+        DADiskUnmount(disk_.get(), native, context ? &onUnmounted : nullptr, context);
+    }
+
+    void eject() override { DADiskEject(disk_.get(), kDADiskEjectOptionDefault, nullptr, nullptr); }
+
+private:
+    const std::shared_ptr<Arbitration> arbitration_;
+    const CFOwner<DADiskRef> disk_;
+};
+
+std::unique_ptr<MacDiskSession> MacDiskSession::open() {
+    CFOwner session(DASessionCreate(kCFAllocatorDefault));
+    if (!session)
+        return nullptr;
+    return std::unique_ptr<MacDiskSession>(new MacDiskSession(std::make_shared<Arbitration>(std::move(session))));
+}
+
+MacDiskSession::MacDiskSession(std::shared_ptr<Arbitration> arbitration) : arbitration_(std::move(arbitration)) {}
+
+MacDiskSession::~MacDiskSession() = default;
+
+std::shared_ptr<StorageDevice> MacDiskSession::disk(std::string_view deviceName) {
+    return Device::create(arbitration_, std::string(deviceName));
+}
+
+void MacDiskSession::setQueue(std::shared_ptr<DispatchQueue> queue) {
+    arbitration_->setQueue(std::move(queue));
+}
+
+} // namespace sentrel::platform

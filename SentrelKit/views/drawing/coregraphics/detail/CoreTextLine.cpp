@@ -1,0 +1,160 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <SentrelKit/views/drawing/coregraphics/detail/CoreTextLine.h>
+
+#include <SentrelKit/base/system/detail/ThreadSafety.h>
+#include <SentrelKit/platform/macos/common/Values.h>
+
+#include <array>
+#include <map>
+#include <memory>
+#include <utility>
+
+namespace sentrel {
+
+using platform::CFOwner;
+
+namespace {
+
+constexpr double anySize = 12.0;
+
+// The text in one line; each byte that is no UTF-8 as the character that stands for such.
+CFOwner<CFStringRef> lineText(const std::string& text) {
+    CFOwner<CFStringRef> whole = platform::cfString(text);
+    if (whole)
+        return whole;
+    std::string valid;
+    for (std::size_t at = 0; at < text.size();) {
+        std::size_t length = 4; // of the longest character
+        while (length > 0 && !platform::cfString(std::string_view(text).substr(at, length)))
+            --length;
+        valid += length > 0 ? text.substr(at, length) : "\xEF\xBF\xBD";
+        at += length > 0 ? length : 1;
+    }
+    return platform::cfString(valid);
+}
+
+template <std::size_t count>
+CFOwner<CFDictionaryRef> dictionary(const std::array<const void*, count>& keys,
+                                    const std::array<const void*, count>& values) {
+    return CFOwner(CFDictionaryCreate(kCFAllocatorDefault, const_cast<const void**>(keys.data()),
+                                      const_cast<const void**>(values.data()), count, &kCFTypeDictionaryKeyCallBacks,
+                                      &kCFTypeDictionaryValueCallBacks));
+}
+
+CFOwner<CTFontRef> sized(const FontFace& face, double size) {
+    if (face.descriptor)
+        return CFOwner(CTFontCreateWithFontDescriptor(face.descriptor.get(), size, nullptr));
+    return CFOwner(CTFontCreateUIFontForLanguage(kCTFontUIFontSystem, size, nullptr));
+}
+
+std::optional<std::string> postScriptName(CTFontRef font) {
+    return platform::textOf(CFOwner(CTFontCopyPostScriptName(font)).get());
+}
+
+std::shared_ptr<const FontFace> findFace(const std::string& name) {
+    const CFOwner<CFStringRef> wanted = platform::cfString(name);
+    if (!wanted)
+        return nullptr;
+    const CFOwner<CFDictionaryRef> attributes =
+        dictionary<1>({static_cast<const void*>(kCTFontNameAttribute)}, {wanted.get()});
+    const CFOwner descriptor(CTFontDescriptorCreateWithAttributes(attributes.get()));
+    const CFOwner font(CTFontCreateWithFontDescriptor(descriptor.get(), anySize, nullptr));
+    if (postScriptName(font.get()) != name) // another face stands in for one that is not there
+        return nullptr;
+    return std::make_shared<FontFace>(
+        FontFace{.name = name, .descriptor = CFOwner(CTFontCopyFontDescriptor(font.get()))});
+}
+
+// The faces asked for so far, the missing ones as null.
+class Faces {
+public:
+    std::shared_ptr<const FontFace> find(const std::string& name) {
+        const LockScope scope(lock_);
+        const auto known = faces_.find(name);
+        if (known != faces_.end())
+            return known->second;
+        return faces_[name] = findFace(name);
+    }
+
+    bool add(const std::string& path) {
+        const LockScope scope(lock_);
+        const CFOwner file(CFURLCreateFromFileSystemRepresentation(kCFAllocatorDefault,
+                                                                   reinterpret_cast<const UInt8*>(path.data()),
+                                                                   static_cast<CFIndex>(path.size()), false));
+        if (!file || !CTFontManagerRegisterFontsForURL(file.get(), kCTFontManagerScopeProcess, nullptr))
+            return false;
+        faces_.clear();
+        return true;
+    }
+
+private:
+    Lock lock_;
+    std::map<std::string, std::shared_ptr<const FontFace>> faces_ SENTREL_GUARDED_BY(lock_);
+};
+
+Faces& faces() {
+    static Faces shared;
+    return shared;
+}
+
+// The font that holds a box for every character that no other font has.
+bool isLastResort(CTRunRef run) {
+    const void* const font = CFDictionaryGetValue(CTRunGetAttributes(run), kCTFontAttributeName);
+    return font && postScriptName(static_cast<CTFontRef>(font)) == "LastResort";
+}
+
+} // namespace
+
+Font::Font(std::shared_ptr<const FontFace> face, double size) noexcept : face_(std::move(face)), size_(size) {}
+
+std::optional<Font> Font::withName(const std::string& faceName, double size) {
+    std::shared_ptr<const FontFace> face = faces().find(faceName);
+    if (!face)
+        return std::nullopt;
+    return Font(std::move(face), size);
+}
+
+Font Font::systemFont(double size) {
+    static const auto face = std::make_shared<const FontFace>(FontFace{.name = "sans-serif"});
+    return {face, size};
+}
+
+bool Font::registerFile(const std::string& path) {
+    return faces().add(path);
+}
+
+const std::string& Font::name() const noexcept {
+    return face_->name;
+}
+
+CoreTextLine::CoreTextLine(const std::string& text, const FontFace& face, double size) {
+    const CFOwner<CTFontRef> font = sized(face, size);
+    const CFOwner<CFStringRef> string = lineText(text);
+    const CFOwner<CFDictionaryRef> attributes =
+        dictionary<2>({static_cast<const void*>(kCTFontAttributeName),
+                       static_cast<const void*>(kCTForegroundColorFromContextAttributeName)},
+                      {static_cast<const void*>(font.get()), static_cast<const void*>(kCFBooleanTrue)});
+    const CFOwner styled(CFAttributedStringCreate(kCFAllocatorDefault, string.get(), attributes.get()));
+    line_ = CFOwner(CTLineCreateWithAttributedString(styled.get()));
+    width_ = CTLineGetTypographicBounds(line_.get(), &ascent_, &descent_, nullptr);
+}
+
+void CoreTextLine::draw(CGContextRef context, Point corner) const {
+    CGContextSetTextMatrix(context, CGAffineTransformIdentity);
+    CFArrayRef runs = CTLineGetGlyphRuns(line_.get());
+    for (CFIndex index = 0; index < CFArrayGetCount(runs); ++index) {
+        const auto run = static_cast<CTRunRef>(CFArrayGetValueAtIndex(runs, index));
+        if (isLastResort(run))
+            continue;
+        CGContextSetTextPosition(context, corner.x, corner.y + descent_);
+        CTRunDraw(run, context, CFRangeMake(0, 0));
+    }
+}
+
+Size textSize(const std::string& text, const Font& font) {
+    if (!isTextSize(font.size()))
+        return {};
+    return CoreTextLine(text, font.face(), font.size()).size();
+}
+
+} // namespace sentrel

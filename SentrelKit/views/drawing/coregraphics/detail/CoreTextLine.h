@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+/// One line of text laid out by Core Text.
+
+#include <SentrelKit/views/drawing/Font.h>
+#include <SentrelKit/views/drawing/coregraphics/detail/FontFace.h>
+
+#include <string>
+
+namespace sentrel {
+
+/// The sizes of text that every canvas draws.
+[[nodiscard]] constexpr bool isTextSize(double size) noexcept {
+    return size >= 0.1 && size <= 4096.0;
+}
+
+/// A line and the box that it takes, in points. It is drawn in the context's fill colour.
+class CoreTextLine {
+public:
+    CoreTextLine(const std::string& text, const FontFace& face, double size);
+
+    [[nodiscard]] Size size() const noexcept { return {width_, ascent_ + descent_}; }
+
+    /// Draws the line with the lower left corner of its box at a point of coordinates in which y grows upward.
+    /// Characters that no font has leave no ink.
+    void draw(CGContextRef context, Point corner) const;
+
+private:
+    platform::CFOwner<CTLineRef> line_;
+    double width_ = 0.0;
+    double ascent_ = 0.0;
+    double descent_ = 0.0;
+};
+
+} // namespace sentrel

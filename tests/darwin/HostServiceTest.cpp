@@ -1,0 +1,160 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tests/darwin/DarwinTest.h"
+
+#include <SentrelKit/platform/macos/host/MacHostService.h>
+
+#include <array>
+#include <cerrno>
+
+using namespace darwin;
+using namespace sentrel;
+using sentrel::platform::MacHostService;
+
+namespace {
+
+class MacHost : public DarwinTest {};
+
+TEST_F(MacHost, TellsWhenTheMachineWasBooted) {
+    EXPECT_EQ(MacHostService().bootTime(), 1'600'000'000);
+    failures::plan("sysctl", EPERM);
+    EXPECT_EQ(MacHostService().bootTime(), std::nullopt);
+}
+
+TEST_F(MacHost, IsDescribedFieldByField) {
+    machine().basic = {.max_cpus = 1,
+                       .avail_cpus = 2,
+                       .memory_size = 3,
+                       .cpu_type = 4,
+                       .cpu_subtype = 5,
+                       .cpu_threadtype = 6,
+                       .physical_cpu = 7,
+                       .physical_cpu_max = 8,
+                       .logical_cpu = 9,
+                       .logical_cpu_max = 10,
+                       .max_mem = std::uint64_t{1} << 40};
+    const auto info = MacHostService().hostInfo();
+    ASSERT_TRUE(info);
+    EXPECT_EQ(info->max_cpus, 1);
+    EXPECT_EQ(info->avail_cpus, 2);
+    EXPECT_EQ(info->memory_size, 3u);
+    EXPECT_EQ(info->cpu_type, 4);
+    EXPECT_EQ(info->cpu_subtype, 5);
+    EXPECT_EQ(info->cpu_threadtype, 6);
+    EXPECT_EQ(info->physical_cpu, 7);
+    EXPECT_EQ(info->physical_cpu_max, 8);
+    EXPECT_EQ(info->logical_cpu, 9);
+    EXPECT_EQ(info->logical_cpu_max, 10);
+    EXPECT_EQ(info->max_mem, std::uint64_t{1} << 40);
+}
+
+TEST_F(MacHost, ThatDoesNotDescribeItselfHasNoDescription) {
+    failures::plan("host_info", KERN_FAILURE);
+    EXPECT_FALSE(MacHostService().hostInfo());
+}
+
+TEST_F(MacHost, CountsTicksInTheOrderOfTheRecord) {
+    machine().load.cpu_ticks[CPU_STATE_USER] = 1;
+    machine().load.cpu_ticks[CPU_STATE_SYSTEM] = 2;
+    machine().load.cpu_ticks[CPU_STATE_IDLE] = 3;
+    machine().load.cpu_ticks[CPU_STATE_NICE] = 4;
+    MacHostService host;
+    EXPECT_EQ(host.loadTicks(), (platform::HostLoadTicks{.user = 1, .system = 2, .idle = 3, .nice = 4}));
+    failures::plan("host_statistics", KERN_INVALID_ARGUMENT);
+    EXPECT_EQ(host.loadTicks(), std::nullopt);
+}
+
+TEST_F(MacHost, AsksForTheDefaultSetAgainAndAgainAndHoldsOneRightOfIt) {
+    machine().setLoad = {.task_count = 321, .thread_count = 1234, .load_average = 5, .mach_factor = 6};
+    MacHostService host;
+    for (int i = 0; i < 3; ++i) {
+        const auto set = host.defaultProcessorSet();
+        ASSERT_TRUE(set);
+        const auto load = host.processorSetLoad(*set);
+        ASSERT_TRUE(load);
+        EXPECT_EQ(load->tasks, 321u);
+        EXPECT_EQ(load->threads, 1234u);
+    }
+}
+
+TEST_F(MacHost, WithoutADefaultSetOrItsLoadHasNone) {
+    MacHostService host;
+    failures::plan("processor_set_default", KERN_FAILURE);
+    EXPECT_FALSE(host.defaultProcessorSet());
+    const auto set = host.defaultProcessorSet();
+    ASSERT_TRUE(set);
+    failures::plan("processor_set_statistics", KERN_FAILURE);
+    EXPECT_FALSE(host.processorSetLoad(*set));
+}
+
+TEST_F(MacHost, WritesTheBrandIntoTheCallersBuffer) {
+    std::array<char, 64> buffer{};
+    const auto length = MacHostService().brand(buffer);
+    ASSERT_TRUE(length);
+    EXPECT_STREQ(buffer.data(), "Example(R) Processor(TM) CPU @ 2.50GHz");
+    EXPECT_EQ(*length, machine().brand.size() + 1); // the terminator counts
+}
+
+TEST_F(MacHost, WithABrandLongerThanTheBufferHasNone) {
+    machine().brand.assign(64, 'x');
+    std::array<char, 64> buffer{};
+    EXPECT_FALSE(MacHostService().brand(buffer));
+}
+
+TEST_F(MacHost, CountsPagesFieldByField) {
+    vm_statistics64& memory = machine().memory;
+    memory.free_count = 1;
+    memory.active_count = 2;
+    memory.inactive_count = 3;
+    memory.wire_count = 4;
+    memory.compressor_page_count = 5;
+    memory.pageins = 6;
+    memory.pageouts = 7;
+    memory.faults = 8;
+    memory.internal_page_count = 9;
+    memory.purgeable_count = 10;
+    memory.external_page_count = 11;
+    MacHostService host;
+    EXPECT_EQ(host.virtualMemory(), (platform::VirtualMemoryCounters{.free_count = 1,
+                                                                     .active_count = 2,
+                                                                     .inactive_count = 3,
+                                                                     .wire_count = 4,
+                                                                     .compressor_page_count = 5,
+                                                                     .pageins = 6,
+                                                                     .pageouts = 7,
+                                                                     .faults = 8,
+                                                                     .internal_page_count = 9,
+                                                                     .purgeable_count = 10,
+                                                                     .external_page_count = 11}));
+    failures::plan("host_statistics64", KERN_FAILURE);
+    EXPECT_EQ(host.virtualMemory(), std::nullopt);
+}
+
+TEST_F(MacHost, TellsOfItsSwapSpace) {
+    machine().swap = {.xsu_total = 1000, .xsu_avail = 400, .xsu_used = 600, .xsu_pagesize = 4096, .xsu_encrypted = 1};
+    MacHostService host;
+    EXPECT_EQ(host.swapUsage(), (platform::SwapUsage{.total = 1000, .available = 400, .used = 600}));
+    failures::plan("sysctl", EPERM);
+    EXPECT_EQ(host.swapUsage(), std::nullopt);
+}
+
+TEST_F(MacHost, PassesOnWhatTheProcessInformationTells) {
+    machine().physicalMemory = std::uint64_t{16} << 30;
+    machine().uptime = 1.5;
+    MacHostService host;
+    EXPECT_EQ(host.physicalMemory(), std::uint64_t{16} << 30);
+    EXPECT_EQ(host.awakeUptime(), 1.5);
+    for (int state = 0; state < 4; ++state) {
+        machine().thermalState = state;
+        EXPECT_EQ(host.thermalState(), static_cast<ThermalState>(state));
+    }
+}
+
+TEST_F(MacHost, HasNoWordForALevelOfHeatThatIsNew) {
+    MacHostService host;
+    for (const long state : {-1L, 4L, 256L}) {
+        machine().thermalState = state;
+        EXPECT_EQ(host.thermalState(), std::nullopt);
+    }
+}
+
+} // namespace

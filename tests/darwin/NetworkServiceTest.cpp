@@ -1,0 +1,183 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tests/darwin/DarwinTest.h"
+#include "tests/darwin/doubles/Queues.h"
+#include "tests/darwin/doubles/Store.h"
+#include "tests/support/InterfaceList.h"
+
+#include <SentrelKit/platform/macos/network/MacNetworkService.h>
+
+#include <cerrno>
+#include <string>
+
+using namespace darwin;
+using namespace sentrel::platform;
+using sentrel::Observation;
+using sentrel::PropertyList;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+class MacNetwork : public DarwinTest {
+protected:
+    std::vector<std::string> names() {
+        std::vector<std::string> all;
+        EXPECT_TRUE(network.listInterfaces([&all](const InterfaceInfo& info) { all.emplace_back(info.name); }));
+        return all;
+    }
+
+    MacNetworkService network;
+};
+
+TEST_F(MacNetwork, ListsInterfacesInTheKernelsOrder) {
+    machine().interfaceList = InterfaceList().add({.name = "lo0"}).add({.name = "en0"}).bytes();
+    EXPECT_THAT(names(), ElementsAre("lo0", "en0"));
+    machine().interfaceList = InterfaceList().add({.name = "en1"}).bytes(); // shorter than what was kept
+    EXPECT_THAT(names(), ElementsAre("en1"));
+}
+
+TEST_F(MacNetwork, ThatCannotBeListedFailsAtEitherQuestionAndCallsNobody) {
+    machine().interfaceList = InterfaceList().add({}).bytes();
+    for (const int call : {1, 2}) {
+        failures::plan("sysctl", ENOMEM, call);
+        errno = 0;
+        EXPECT_FALSE(network.listInterfaces([](const InterfaceInfo&) { ADD_FAILURE(); }));
+        EXPECT_EQ(errno, ENOMEM);
+    }
+}
+
+TEST_F(MacNetwork, TellsBothBitsOfTheLinkState) {
+    machine().mediaStatus = {{"en0", 3}, {"en1", 1}, {"en2", 2}};
+    EXPECT_TRUE(network.mediaStatus("en0")->valid);
+    EXPECT_TRUE(network.mediaStatus("en0")->active);
+    EXPECT_TRUE(network.mediaStatus("en1")->valid);
+    EXPECT_FALSE(network.mediaStatus("en1")->active);
+    EXPECT_FALSE(network.mediaStatus("en2")->valid);
+    errno = 0;
+    EXPECT_FALSE(network.mediaStatus("utun0"));
+    EXPECT_EQ(errno, ENXIO);
+}
+
+TEST_F(MacNetwork, AsksForTheFirst15BytesOfALongName) {
+    machine().mediaStatus = {{std::string(15, 'x'), 3}};
+    EXPECT_TRUE(network.mediaStatus(std::string(40, 'x')));
+}
+
+TEST_F(MacNetwork, ReadsTheFirstEntryOfAnInterfaceAndWhatIsAbove) {
+    RegistryEntry& controller = machine().registry.add({.name = "USB10_100_1000LAN",
+                                                        .classes = {"IOUSBHostDevice"},
+                                                        .properties = {{"USB Product Name", "A USB adapter"}}});
+    controller.add({.name = "en5",
+                    .classes = {"IOEthernetInterface", "IONetworkInterface"},
+                    .properties = {{"BSD Name", "en5"}, {"IOPrimaryInterface", true}, {"IOLinkSpeed", 1000000000}}});
+    const auto found = network.matchInterface("en5");
+    ASSERT_TRUE(found && *found);
+    EXPECT_EQ((*found)->properties()->at("IOPrimaryInterface"), PropertyList(true));
+    EXPECT_EQ((*found)->search("USB Product Name"), PropertyList("A USB adapter"));
+    EXPECT_EQ((*found)->search("IOLinkSpeed"), PropertyList(1000000000));
+    EXPECT_TRUE((*found)->search("IO80211SSID").empty());
+    EXPECT_TRUE((*found)->search("\xff").empty());
+    failures::plan("IORegistryEntryCreateCFProperties", KERN_FAILURE);
+    EXPECT_FALSE((*found)->properties());
+}
+
+TEST_F(MacNetwork, TellsAnInterfaceThatTheRegistryDoesNotKnowFromARegistryThatCannotBeAsked) {
+    const auto none = network.matchInterface("en5");
+    ASSERT_TRUE(none);
+    EXPECT_FALSE(*none);
+    failures::plan("IOServiceGetMatchingServices", KERN_FAILURE);
+    EXPECT_FALSE(network.matchInterface("en5"));
+    failures::plan("IOBSDNameMatching", KERN_FAILURE);
+    EXPECT_FALSE(network.matchInterface("en5"));
+}
+
+TEST_F(MacNetwork, TakesTheSystemsWordOnConnectivity) {
+    EXPECT_EQ(network.connectivity(), Connectivity::no);
+    machine().reachability = 2;
+    EXPECT_EQ(network.connectivity(), Connectivity::yes);
+    machine().reachability = 2 | 4; // a connection would have to be made first
+    EXPECT_EQ(network.connectivity(), Connectivity::no);
+    failures::plan("SCNetworkReachabilityGetFlags", 1);
+    EXPECT_EQ(network.connectivity(), Connectivity::unknown);
+    failures::plan("SCNetworkReachabilityCreateWithAddress", 1);
+    EXPECT_EQ(network.connectivity(), Connectivity::unknown);
+}
+
+class MacConfiguration : public MacNetwork {
+protected:
+    static constexpr const char* key = "State:/Network/Global/IPv4";
+    void SetUp() override {
+        MacNetwork::SetUp();
+        watch = network.watchConfiguration("test");
+        ASSERT_TRUE(watch);
+        ASSERT_TRUE(watch->setNotificationKeys({key, "State:/Network/Global/DNS"}));
+    }
+    void TearDown() override {
+        watch.reset();
+        EXPECT_THAT(store::names(), IsEmpty());
+        MacNetwork::TearDown();
+    }
+
+    std::unique_ptr<ConfigurationWatch> watch;
+};
+
+TEST_F(MacConfiguration, IsReadFromTheStore) {
+    EXPECT_FALSE(watch->localHostName());
+    EXPECT_FALSE(watch->value(key));
+    EXPECT_FALSE(watch->value("\xff"));
+    machine().localHostName = "tower";
+    machine().storeKeys[key] = PropertyList::Dictionary{{"Router", "192.0.2.1"}};
+    EXPECT_EQ(watch->localHostName(), "tower");
+    EXPECT_EQ(watch->value(key), machine().storeKeys[key]);
+}
+
+TEST_F(MacConfiguration, ChangesAreHeardOnTheBackgroundQueueForTheKeysAskedFor) {
+    std::vector<std::string> heard;
+    const Observation observation = watch->schedule([&heard] { heard.push_back(queues::running()); });
+    store::change(key);
+    EXPECT_THAT(heard, IsEmpty());
+    queues::advance(0);
+    EXPECT_THAT(heard, ElementsAre("background"));
+    store::change("State:/Network/Global/IPv6");
+    queues::advance(0);
+    EXPECT_THAT(heard, ElementsAre("background"));
+}
+
+TEST_F(MacConfiguration, OfAReleasedObservationIsNotHeardThoughACalloutStandsInTheQueue) {
+    int heard = 0;
+    Observation observation = watch->schedule([&heard] { ++heard; });
+    store::change(key);
+    observation.reset();
+    queues::advance(0);
+    store::change(key);
+    queues::advance(0);
+    EXPECT_EQ(heard, 0);
+}
+
+TEST_F(MacConfiguration, MayBeReleasedFromInsideItsCall) {
+    int heard = 0;
+    Observation observation;
+    observation = watch->schedule([&] {
+        ++heard;
+        observation.reset();
+    });
+    store::change(key);
+    store::change(key);
+    queues::advance(0);
+    EXPECT_EQ(heard, 1);
+}
+
+TEST_F(MacConfiguration, WhoseKeysAreRefusedSaysSo) {
+    failures::plan("SCDynamicStoreSetNotificationKeys", 1);
+    EXPECT_FALSE(watch->setNotificationKeys({key}));
+    EXPECT_FALSE(watch->setNotificationKeys({"\xff"}));
+}
+
+TEST_F(MacConfiguration, ThatCannotBeReachedHasNoWatch) {
+    failures::plan("SCDynamicStoreCreate", 1);
+    EXPECT_FALSE(network.watchConfiguration("test"));
+    EXPECT_FALSE(network.watchConfiguration("\xff"));
+    EXPECT_THAT(store::names(), ElementsAre("test"));
+}
+
+} // namespace

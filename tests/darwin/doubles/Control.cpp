@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tests/darwin/doubles/Failures.h"
+#include "tests/darwin/doubles/Machine.h"
+
+#include <net/if.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <sys/sockio.h>
+#include <sys/sysctl.h>
+#include <sys/time.h>
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstring>
+#include <string_view>
+
+using namespace darwin;
+
+namespace {
+
+// Gives bytes as the control interface does: all or none, and how many they are; without a
+// place for them only that.
+int give(const char* function, const void* bytes, std::size_t length, void* out, std::size_t* size) {
+    if (const auto code = failures::due(function)) {
+        errno = *code;
+        return -1;
+    }
+    if (!out) {
+        *size = length;
+        return 0;
+    }
+    if (*size < length) {
+        errno = ENOMEM;
+        return -1;
+    }
+    std::memcpy(out, bytes, length);
+    *size = length;
+    return 0;
+}
+
+} // namespace
+
+extern "C" {
+
+int sysctl(int* name, u_int length, void* out, size_t* size, void*, size_t) {
+    if (length == 2 && name[0] == CTL_KERN && name[1] == KERN_BOOTTIME) {
+        const timeval boot{.tv_sec = machine().bootTime, .tv_usec = 5};
+        return give("sysctl", &boot, sizeof(boot), out, size);
+    }
+    if (length == 2 && name[0] == CTL_VM && name[1] == VM_SWAPUSAGE)
+        return give("sysctl", &machine().swap, sizeof(xsw_usage), out, size);
+    if (length == 6 && name[0] == CTL_NET && name[1] == PF_ROUTE && name[4] == NET_RT_IFLIST2) {
+        const std::vector<std::uint8_t>& list = machine().interfaceList;
+        return give("sysctl", list.data(), list.size(), out, size);
+    }
+    errno = ENOENT;
+    return -1;
+}
+
+int sysctlbyname(const char* name, void* out, size_t* size, void*, size_t) {
+    if (std::string_view(name) != "machdep.cpu.brand_string") {
+        errno = ENOENT;
+        return -1;
+    }
+    return give("sysctlbyname", machine().brand.c_str(), machine().brand.size() + 1, out, size);
+}
+
+int ioctl(int, unsigned long request, ...) {
+    va_list arguments;
+    va_start(arguments, request);
+    auto* const media = va_arg(arguments, ifmediareq*);
+    va_end(arguments);
+    if (const auto code = failures::due("ioctl")) {
+        errno = *code;
+        return -1;
+    }
+    const auto status = machine().mediaStatus.find(media->ifm_name);
+    if (request != SIOCGIFMEDIA || status == machine().mediaStatus.end()) {
+        errno = ENXIO;
+        return -1;
+    }
+    media->ifm_status = status->second;
+    return 0;
+}
+
+} // extern "C"

@@ -1,0 +1,147 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <DiskArbitration/DiskArbitration.h>
+
+#include "tests/darwin/doubles/Failures.h"
+#include "tests/darwin/doubles/Ledger.h"
+#include "tests/darwin/doubles/Machine.h"
+#include "tests/darwin/doubles/Objects.h"
+
+#include <algorithm>
+#include <map>
+#include <memory>
+#include <string>
+
+using namespace darwin;
+using sentrel::PropertyList;
+
+namespace {
+
+struct Disk {
+    std::string name;
+    CFTypeRef session;
+};
+
+std::map<CFTypeRef, Disk>& disks() {
+    static std::map<CFTypeRef, Disk>& all = *new std::map<CFTypeRef, Disk>;
+    return all;
+}
+
+std::map<CFTypeRef, dispatch_queue_t>& queuesOfSessions() {
+    static std::map<CFTypeRef, dispatch_queue_t>& all = *new std::map<CFTypeRef, dispatch_queue_t>;
+    return all;
+}
+
+// The opaque types stand for objects of the one kind that the doubles have.
+CFTypeRef object(const void* reference) {
+    static_cast<void>(CFGetTypeID(reference)); // it is in use
+    return reference;
+}
+
+DADiskRef createdDisk(const std::string& name, CFTypeRef session) {
+    const CFTypeRef disk = createdWithEnd([](CFTypeRef ended) {
+        const CFTypeRef released = disks()[ended].session;
+        disks().erase(ended);
+        CFRelease(released);
+    });
+    disks()[disk] = {name, CFRetain(session)};
+    return static_cast<DADiskRef>(const_cast<void*>(disk));
+}
+
+// Up to the entry that stands for the whole of a disk.
+RegistryEntry* wholeOf(RegistryEntry* entry) {
+    while (entry && entry->properties["Whole"] != PropertyList(true))
+        entry = entry->parent;
+    return entry;
+}
+
+// A completion that stands in the queue.
+struct Completion {
+    CFTypeRef disk;
+    CFTypeRef dissenter;
+    DADiskUnmountCallback call;
+    void* context;
+};
+
+void runCompletion(void* pointer) {
+    const std::unique_ptr<Completion> completion(static_cast<Completion*>(pointer));
+    completion->call(static_cast<DADiskRef>(const_cast<void*>(completion->disk)),
+                     static_cast<DADissenterRef>(completion->dissenter), completion->context);
+    if (completion->dissenter)
+        CFRelease(completion->dissenter);
+    CFRelease(completion->disk);
+}
+
+} // namespace
+
+extern "C" {
+
+const CFStringRef kDADiskDescriptionVolumeNameKey = constantString("DAVolumeName");
+const CFStringRef kDADiskDescriptionDeviceModelKey = constantString("DADeviceModel");
+
+DASessionRef DASessionCreate(CFAllocatorRef) {
+    if (failures::due("DASessionCreate"))
+        return nullptr;
+    const CFTypeRef session = createdWithEnd([](CFTypeRef ended) { queuesOfSessions().erase(ended); });
+    return static_cast<DASessionRef>(const_cast<void*>(session));
+}
+
+void DASessionSetDispatchQueue(DASessionRef session, dispatch_queue_t queue) {
+    queuesOfSessions()[object(session)] = queue;
+}
+
+DADiskRef DADiskCreateFromBSDName(CFAllocatorRef, DASessionRef session, const char* name) {
+    if (failures::due("DADiskCreateFromBSDName") || !entryNamed(name))
+        return nullptr;
+    return createdDisk(name, object(session));
+}
+
+DADiskRef DADiskCopyWholeDisk(DADiskRef disk) {
+    const Disk& part = disks().at(object(disk));
+    RegistryEntry* const whole = wholeOf(entryNamed(part.name));
+    if (failures::due("DADiskCopyWholeDisk") || !whole)
+        return nullptr;
+    return createdDisk(*whole->properties["BSD Name"].as<std::string>(), part.session);
+}
+
+io_service_t DADiskCopyIOMedia(DADiskRef disk) {
+    RegistryEntry* const entry = entryNamed(disks().at(object(disk)).name);
+    return failures::due("DADiskCopyIOMedia") || !entry ? IO_OBJECT_NULL : taken(*entry);
+}
+
+CFDictionaryRef DADiskCopyDescription(DADiskRef disk) {
+    RegistryEntry* const entry = entryNamed(disks().at(object(disk)).name);
+    if (failures::due("DADiskCopyDescription") || !entry)
+        return nullptr;
+    PropertyList::Dictionary description;
+    for (const char* key : {"DAVolumeName", "DADeviceModel"}) {
+        if (const auto fact = entry->properties.find(key); fact != entry->properties.end())
+            description.insert(*fact);
+    }
+    return static_cast<CFDictionaryRef>(created(description));
+}
+
+void DADiskUnmount(DADiskRef disk, DADiskUnmountOptions options, DADiskUnmountCallback callback, void* context) {
+    const Disk& unmounted = disks().at(object(disk));
+    machine().arbitrated.push_back("unmount " + unmounted.name + " " + std::to_string(options));
+    const dispatch_queue_t queue = queuesOfSessions()[unmounted.session];
+    if (!callback || !queue)
+        return;
+    CFTypeRef dissenter = nullptr;
+    if (machine().dissent)
+        dissenter = created(*std::exchange(machine().dissent, std::nullopt));
+    dispatch_async_f(queue, new Completion{CFRetain(disk), dissenter, callback, context}, &runCompletion);
+}
+
+void DADiskEject(DADiskRef disk, DADiskEjectOptions, DADiskEjectCallback, void*) {
+    machine().arbitrated.push_back("eject " + disks().at(object(disk)).name);
+}
+
+DAReturn DADissenterGetStatus(DADissenterRef) {
+    return -119930878; // busy
+}
+
+CFStringRef DADissenterGetStatusString(DADissenterRef dissenter) {
+    return text(dissenter).empty() ? nullptr : static_cast<CFStringRef>(object(dissenter));
+}
+
+} // extern "C"

@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <SentrelKit/base/util/PropertyList.h>
+
+#include <SentrelKit/platform/Desktop.h>
+#include <SentrelKit/platform/ProcessService.h>
+
+#include <libproc.h>
+#include <mach/mach.h>
+#include <sys/sysctl.h>
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace darwin {
+
+/// An entry of the device registry.
+struct RegistryEntry {
+    std::string name;                               ///< in the service plane
+    std::vector<std::string> classes;               ///< its class and what that derives from
+    sentrel::PropertyList::Dictionary properties{}; ///< as its driver set them
+    std::vector<std::shared_ptr<RegistryEntry>> children{};
+    RegistryEntry* parent = nullptr;
+
+    /// Adds an entry below this one.
+    RegistryEntry& add(RegistryEntry entry);
+};
+
+/// One entry of the mount table, and what disk arbitration knows of its device.
+struct Mount {
+    std::string type = "apfs";
+    std::string from;
+    std::string on;
+    std::uint32_t flags = 0;
+    std::uint32_t blockSize = 4096;
+    std::uint64_t blocks = 0;
+    std::uint64_t freeBlocks = 0;
+};
+
+/// A drive's answers to the SMART user client.
+struct SmartDrive {
+    std::vector<std::string> calls; ///< what it was asked, with arguments, in order
+    std::string failing;            ///< the name of the step that fails
+    bool isExceeded = false;        ///< a threshold
+    std::uint8_t temperature = 0;   ///< of attribute 194; none if 0
+    bool makesInterface = true;     ///< whether its plug-in has the interface
+};
+
+/// A process.
+struct Process {
+    proc_taskinfo task{};
+    proc_bsdinfo facts{};
+    bool isForeign = false; ///< another user's: its figures are refused
+};
+
+/// What the simulated system tells, all of it settable.
+struct Machine {
+    std::int64_t bootTime = 1'600'000'000; ///< seconds since the epoch
+    host_basic_info basic{};
+    host_cpu_load_info load{};
+    processor_set_load_info setLoad{};
+    vm_statistics64 memory{};
+    xsw_usage swap{};
+    std::string brand = "Example(R) Processor(TM) CPU @ 2.50GHz";
+    std::uint64_t physicalMemory = 0;
+    double uptime = 0;
+    long thermalState = 0;
+
+    std::optional<std::vector<sentrel::PropertyList::Dictionary>> powerSources; ///< absent: not to be had
+    std::optional<sentrel::PropertyList::Dictionary> adapter;                   ///< the external power adapter
+
+    std::vector<std::uint8_t> interfaceList;     ///< as the kernel lays it out
+    std::map<std::string, int> mediaStatus;      ///< of an interface: its status bits
+    std::uint32_t reachability = 0;              ///< the flags of any address
+    std::optional<std::string> localHostName;    ///< in the dynamic store
+    sentrel::PropertyList::Dictionary storeKeys; ///< the dynamic store's values
+
+    std::map<int, Process> processes;                           ///< by id
+    std::vector<sentrel::platform::RunningApplication> running; ///< what the workspace lists
+    std::vector<sentrel::platform::UserNotification> delivered; ///< by the user-notification centre
+    std::vector<Mount> mounts;                                  ///< the mount table
+    SmartDrive smart;                                           ///< every drive that is capable of SMART
+    std::optional<std::string> dissent;                         ///< the objection to the next unmount
+    std::vector<std::string> arbitrated;                        ///< what disk arbitration was told to do, in order
+
+    RegistryEntry registry{.name = "Root", .classes = {"IORegistryEntry"}};
+    RegistryEntry* display = nullptr; ///< behind the main display's port
+};
+
+/// One more reference to an entry, for a function that hands one out.
+[[nodiscard]] mach_port_t taken(RegistryEntry& entry);
+
+/// The entry behind a name that the registry handed out, or null.
+[[nodiscard]] RegistryEntry* entryOf(mach_port_t name);
+
+/// The entry with that BSD name, or null.
+[[nodiscard]] RegistryEntry* entryNamed(const std::string& bsdName);
+
+/// The machine in force. A test begins with a new one.
+[[nodiscard]] Machine& machine();
+
+/// Puts a new machine in force, without failures, with clean books and nothing on the queues.
+void begin();
+
+} // namespace darwin

@@ -1,0 +1,129 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <SystemConfiguration/SystemConfiguration.h>
+
+#include "tests/darwin/doubles/Failures.h"
+#include "tests/darwin/doubles/Ledger.h"
+#include "tests/darwin/doubles/Machine.h"
+#include "tests/darwin/doubles/Objects.h"
+#include "tests/darwin/doubles/Store.h"
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+using namespace darwin;
+using sentrel::PropertyList;
+
+namespace {
+
+// One session: what its reference stands for.
+struct Session {
+    CFTypeRef reference;
+    std::string name;
+    SCDynamicStoreCallBack callout;
+    void* info;
+    std::vector<std::string> keys;
+    dispatch_queue_t queue = nullptr;
+};
+
+std::vector<Session>& sessions() {
+    static std::vector<Session>& all = *new std::vector<Session>;
+    return all;
+}
+
+Session& sessionOf(SCDynamicStoreRef store) {
+    static_cast<void>(CFGetTypeID(store)); // it is in use
+    return *std::find_if(sessions().begin(), sessions().end(),
+                         [store](const Session& session) { return session.reference == store; });
+}
+
+// A callout that stands in the queue, with all that it was made of.
+struct Callout {
+    SCDynamicStoreRef store;
+    SCDynamicStoreCallBack call;
+    void* info;
+};
+
+void runCallout(void* context) {
+    const std::unique_ptr<Callout> callout(static_cast<Callout*>(context));
+    callout->call(callout->store, nullptr, callout->info);
+    CFRelease(callout->store);
+}
+
+} // namespace
+
+namespace darwin::store {
+
+void change(const std::string& key) {
+    for (const Session& session : sessions()) {
+        if (!session.queue || std::find(session.keys.begin(), session.keys.end(), key) == session.keys.end())
+            continue;
+        const auto store = static_cast<SCDynamicStoreRef>(CFRetain(session.reference));
+        // A callout that is under way keeps the store, and so its context.
+        dispatch_async_f(session.queue, new Callout{store, session.callout, session.info}, &runCallout);
+    }
+}
+
+std::vector<std::string> names() {
+    std::vector<std::string> all;
+    for (const Session& session : sessions())
+        all.push_back(session.name);
+    return all;
+}
+
+} // namespace darwin::store
+
+extern "C" {
+
+SCDynamicStoreRef SCDynamicStoreCreate(CFAllocatorRef, CFStringRef name, SCDynamicStoreCallBack callout,
+                                       SCDynamicStoreContext* context) {
+    if (failures::due("SCDynamicStoreCreate"))
+        return nullptr;
+    void* const info = const_cast<void*>(context->retain(context->info));
+    const CFTypeRef reference = createdWithEnd([info, release = context->release](CFTypeRef ended) {
+        std::erase_if(sessions(), [ended](const Session& session) { return session.reference == ended; });
+        release(info);
+    });
+    sessions().push_back({reference, text(name), callout, info, {}, nullptr});
+    return static_cast<SCDynamicStoreRef>(reference);
+}
+
+Boolean SCDynamicStoreSetNotificationKeys(SCDynamicStoreRef store, CFArrayRef keys, CFArrayRef) {
+    if (failures::due("SCDynamicStoreSetNotificationKeys"))
+        return 0;
+    Session& session = sessionOf(store);
+    session.keys.clear();
+    for (CFIndex index = 0; index < CFArrayGetCount(keys); ++index)
+        session.keys.push_back(text(CFArrayGetValueAtIndex(keys, index)));
+    return 1;
+}
+
+Boolean SCDynamicStoreSetDispatchQueue(SCDynamicStoreRef store, dispatch_queue_t queue) {
+    sessionOf(store).queue = queue;
+    return 1;
+}
+
+CFStringRef SCDynamicStoreCopyLocalHostName(SCDynamicStoreRef store) {
+    static_cast<void>(sessionOf(store));
+    return machine().localHostName ? static_cast<CFStringRef>(created(*machine().localHostName)) : nullptr;
+}
+
+CFTypeRef SCDynamicStoreCopyValue(SCDynamicStoreRef store, CFStringRef key) {
+    static_cast<void>(sessionOf(store));
+    const auto value = machine().storeKeys.find(text(key));
+    return value == machine().storeKeys.end() ? nullptr : created(value->second);
+}
+
+SCNetworkReachabilityRef SCNetworkReachabilityCreateWithAddress(CFAllocatorRef, const struct sockaddr*) {
+    return failures::due("SCNetworkReachabilityCreateWithAddress")
+               ? nullptr
+               : static_cast<SCNetworkReachabilityRef>(createdOther());
+}
+
+Boolean SCNetworkReachabilityGetFlags(SCNetworkReachabilityRef target, SCNetworkReachabilityFlags* flags) {
+    static_cast<void>(CFGetTypeID(target));
+    *flags = static_cast<SCNetworkReachabilityFlags>(machine().reachability);
+    return failures::due("SCNetworkReachabilityGetFlags") ? 0 : 1;
+}
+
+} // extern "C"

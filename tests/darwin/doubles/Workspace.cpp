@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tests/darwin/doubles/Workspace.h"
+
+#include <SentrelKit/platform/macos/processes/Workspace.h>
+
+#include "tests/darwin/doubles/Machine.h"
+
+#include <utility>
+#include <vector>
+
+namespace {
+
+std::vector<std::function<void()>>& observers() {
+    static std::vector<std::function<void()>>& all = *new std::vector<std::function<void()>>;
+    return all;
+}
+
+} // namespace
+
+namespace darwin::workspace {
+
+void changeRunning() {
+    for (const auto& changed : std::vector(observers()))
+        changed();
+}
+
+int runningObservers() {
+    return static_cast<int>(observers().size());
+}
+
+void reset() {
+    observers().clear();
+}
+
+} // namespace darwin::workspace
+
+namespace sentrel::platform::Workspace {
+
+std::vector<RunningApplication> runningApplications() {
+    return darwin::machine().running;
+}
+
+void observeRunningApplications(std::function<void()> changed) {
+    observers().push_back(std::move(changed));
+}
+
+} // namespace sentrel::platform::Workspace
