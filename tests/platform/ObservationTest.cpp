@@ -90,8 +90,10 @@ public:
             if (std::exchange(isDraining_, true))
                 return;
         }
+        // Others may bring more all the time: what is left over waits for the next of them.
+        constexpr int most = 100;
         const Draining draining{*this};
-        while (take()) {
+        for (int turn = 0; turn < most && take(); ++turn) {
             machine_.network().change();
             machine_.dispatch().runPending();
         }

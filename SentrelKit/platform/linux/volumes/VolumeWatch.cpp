@@ -237,6 +237,7 @@ class VolumeWatch::Watches {
 public:
     /// False, with errno set, if the mount table cannot be watched.
     bool follow(const std::shared_ptr<Watcher>& watcher, EventSource& dispatch) {
+        watcher_ = watcher;
         follow(watcher, dispatch, watcher->nodeDescriptor(), EPOLLIN, &Watcher::nodesWritten);
         follow(watcher, dispatch, watcher->udevDescriptor(), EPOLLIN, &Watcher::udevChanged);
         // The mount table tells of a change as an urgent, erroneous state (proc(5)).
@@ -259,6 +260,7 @@ private:
         return true;
     }
 
+    std::shared_ptr<Watcher> watcher_; // its descriptors stay open until nobody watches them any more
     std::vector<Observation> descriptors_;
 };
 
