@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <SentrelKit/base/system/Assert.h>
 #include <SentrelKit/base/system/System.h>
 
 #include "tests/support/Stops.h"
@@ -42,24 +41,6 @@ TEST(SystemErrors, AreWrittenExactlyAsGivenWithoutALineEnd) {
 TEST(SystemDeathTest, AbortWritesItsTextAndEndsTheProcess) {
     EXPECT_EXIT(System_abort("Some Exception: %d\n raised in %s at %s:%d\n", 5, "f", "F.cpp", 7),
                 testing::KilledBySignal(SIGABRT), "^Some Exception: 5\n raised in f at F.cpp:7\n$");
-}
-
-TEST(AssertDeathTest, NamesFunctionFileLineAndCondition) {
-    const int value = 0;
-    EXPECT_EXIT(SENTREL_ASSERT(value > 1 && value < 5), testing::KilledBySignal(SIGABRT),
-                "^Assertion failed: \\(value > 1 && value < 5\\), function TestBody, file .*SystemTest.cpp, line [0-9]+"
-                "\\.\n$");
-}
-
-TEST(Assert, ADoubtlessConditionIsEvaluatedOnce) {
-    int calls = 0;
-    SENTREL_ASSERT(++calls);
-    EXPECT_EQ(calls, 1);
-}
-
-TEST(AssertDeathTest, AFatalErrorNamesTheCallersFileAndLine) {
-    EXPECT_EXIT(fatalError("Failed to lock mutex"), testing::KilledBySignal(SIGABRT),
-                "^Fatal error: Failed to lock mutex: file .*SystemTest.cpp, line [0-9]+\n$");
 }
 
 } // namespace
