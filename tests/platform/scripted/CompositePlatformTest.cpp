@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/scripted/CompositePlatform.h>
 
-#include <SentrelKit/platform/scripted/ScriptedMachine.h>
+#include <SentrelKit/platform/scripted/ScriptedPlatform.h>
 
 #include <gtest/gtest.h>
+#include <vector>
 
 namespace sentrel::platform {
 namespace {
@@ -36,18 +37,6 @@ TEST(CompositePlatform, HasEachServiceThatIsReplacedAndNoOther) {
         CompositePlatform composite(machine, replaced[which]);
         EXPECT_EQ(servicesOf(composite), expected) << which;
     }
-}
-
-TEST(ScriptedMachine, IsInForceForItsScope) {
-    Platform& before = current();
-    {
-        ScriptedMachine machine;
-        EXPECT_EQ(&current().host(), &machine->host());
-        ScriptedPlatform other;
-        const ScriptedMachine inner({.host = &other.host()});
-        EXPECT_EQ(&current().host(), &other.host());
-    }
-    EXPECT_EQ(&current(), &before);
 }
 
 } // namespace

@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <SentrelKit/platform/scripted/ScriptedPlatform.h>
+
+#include <cerrno>
+#include <gtest/gtest.h>
+
+namespace sentrel::platform {
+namespace {
+
+TEST(ScriptedGraphicsService, HasNoDisplayUntilItIsGivenOne) {
+    ScriptedPlatform machine;
+    PropertyList::Bytes deviceID{7};
+    EXPECT_FALSE(machine.graphics().activeDeviceID(deviceID));
+    EXPECT_EQ(errno, ENODEV);
+    EXPECT_EQ(deviceID, PropertyList::Bytes{7});
+    machine.graphics().activeDeviceIDValue = PropertyList::Bytes{1};
+    EXPECT_TRUE(machine.graphics().activeDeviceID(deviceID));
+    EXPECT_EQ(deviceID, PropertyList::Bytes{1});
+}
+
+} // namespace
+} // namespace sentrel::platform

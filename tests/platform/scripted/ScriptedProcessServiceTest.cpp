@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <SentrelKit/platform/scripted/ScriptedPlatform.h>
+
+#include <cerrno>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace sentrel::platform {
+namespace {
+
+using testing::ElementsAre;
+
+TEST(ScriptedProcessService, FailsForOneProcessAndTellsWhichWereAskedFor) {
+    ScriptedPlatform machine;
+    ScriptedProcessService& processes = machine.processes();
+    processes.setTaskInfo(100, TaskInfo{});
+    processes.setTaskInfo(101, TaskInfo{});
+    processes.calls.fail("taskInfo", {.arguments = "101", .error = EPERM});
+    EXPECT_TRUE(processes.taskInfo(100));
+    EXPECT_FALSE(processes.taskInfo(101));
+    EXPECT_EQ(errno, EPERM);
+    EXPECT_THAT(processes.calls.list(), ElementsAre("taskInfo 100", "taskInfo 101"));
+}
+
+} // namespace
+} // namespace sentrel::platform
