@@ -1,33 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/power/LinuxPowerService.h>
+#include <SentrelKit/platform/scripted/ScriptedMachine.h>
 
-#include "tests/support/MainLoop.h"
 #include "tests/support/PowerMachine.h"
+#include "tests/support/TimeZone.h"
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <chrono>
-#include <functional>
-#include <glib.h>
-#include <thread>
-
 namespace sentrel::platform {
 namespace {
-
-using namespace std::chrono_literals;
-
-constexpr PowerChangeTimes quick{.settling = 1ms, .polling = 5ms};
-
-// An observer that counts its calls.
-std::function<void()> count(std::atomic<int>& counter) {
-    return [&counter] { ++counter; };
-}
-
-// Serves the default context so long that a quick change source looks many times.
-void serveForManyLooks() {
-    serveFor(100ms);
-}
 
 TEST(LinuxPowerService, AnswersThroughTheSeam) {
     const PowerSupplyTree tree("two-batteries");
@@ -55,122 +36,30 @@ TEST(LinuxPowerService, KnowsNothingWithoutPowerSupplies) {
     EXPECT_FALSE(service.batteryService());
 }
 
-TEST(LinuxPowerService, KeepsTheBayOfABatteryThatIsPulled) {
-    const PowerSupplyTree tree("charge-laptop");
-    LinuxPowerService service(tree.root());
-    EXPECT_EQ(service.batteryService()->property("BatteryInstalled"), PropertyList(true));
-    tree.remove("BAT0");
-    ASSERT_TRUE(service.batteryService());
-    EXPECT_EQ(service.batteryService()->property("BatteryInstalled"), PropertyList(false));
-    EXPECT_EQ(service.powerSources()->count(), 1u);
-    EXPECT_FALSE(LinuxPowerService(tree.root()).batteryService()) << "a bay that never held one is not known";
+constexpr std::int64_t noonOf13March2024 = 1'710'331'200;
+
+class BatteryMachine : public testing::TestWithParam<const char*> {};
+
+TEST_P(BatteryMachine, ShowsTheFiguresWorkedOutByHand) {
+    const TimeZone utc("UTC");
+    const PowerSupplyTree tree(GetParam());
+    platform::LinuxPowerService power(tree.root());
+    ScriptedMachine machine({.power = &power});
+    machine->clock().setWallMicroseconds(noonOf13March2024 * 1'000'000);
+    EXPECT_EQ(batteryFigures(), expectedBatteryFigures(GetParam()));
 }
 
-TEST(LinuxPowerChanges, AreFoundByTheCoarseTimerWithoutANotice) {
-    const PowerSupplyTree tree("charge-laptop");
-    LinuxPowerService service(tree.root(), quick);
-    std::atomic<int> changes{0};
-    const Observation observation = service.observe(count(changes));
-    EXPECT_TRUE(observation);
-    tree.set("BAT0", "charge_now", "2700000\n");
-    EXPECT_TRUE(serveUntil([&] { return changes == 1; }));
-    tree.set("BAT0", "cycle_count", "313\n");
-    EXPECT_TRUE(serveUntil([&] { return changes == 2; }));
-    tree.remove("BAT0");
-    EXPECT_TRUE(serveUntil([&] { return changes == 3; }));
-    tree.set("BAT0", "type", "Battery\n");
-    EXPECT_TRUE(serveUntil([&] { return changes == 4; }));
-}
+INSTANTIATE_TEST_SUITE_P(Captured, BatteryMachine, testing::ValuesIn(powerMachines), [](const auto& machine) {
+    std::string name = machine.param;
+    std::erase(name, '-');
+    return name;
+});
 
-TEST(LinuxPowerChanges, AreOnlyThoseOfAFigure) {
-    const PowerSupplyTree tree("charge-laptop");
-    LinuxPowerService service(tree.root(), quick);
-    std::atomic<int> changes{0};
-    const Observation observation = service.observe(count(changes));
-    tree.set("BAT0", "serial_number", "42\n");
-    tree.set("BAT0", "charge_now", " 2730000 \n");
-    tree.set("hidpp_battery_0", "type", "Battery\n");
-    tree.set("hidpp_battery_0", "scope", "Device\n");
-    serveForManyLooks();
-    EXPECT_EQ(changes, 0);
-}
-
-TEST(LinuxPowerChanges, AreNotPolledForWithoutABattery) {
-    const PowerSupplyTree tree("mouse-desktop");
-    LinuxPowerService service(tree.root(), quick);
-    std::atomic<int> changes{0};
-    const Observation observation = service.observe(count(changes));
-    tree.set("BAT0", "type", "Battery\n");
-    serveForManyLooks();
-    EXPECT_EQ(changes, 0);
-}
-
-TEST(LinuxPowerChanges, ReachEverySourceThatWasAdded) {
-    const PowerSupplyTree tree("charge-laptop");
-    LinuxPowerService service(tree.root(), quick);
-    std::atomic<int> first{0};
-    std::atomic<int> second{0};
-    const Observation one = service.observe(count(first));
-    const Observation other = service.observe(count(second));
-    tree.set("AC", "online", "1\n");
-    EXPECT_TRUE(serveUntil([&] { return first == 1 && second == 1; }));
-}
-
-TEST(LinuxPowerChanges, EndWithTheirObservation) {
-    const PowerSupplyTree tree("charge-laptop");
-    std::atomic<int> changes{0};
-    {
-        LinuxPowerService service(tree.root(), quick);
-        const Observation observation = service.observe(count(changes));
-    }
-    tree.set("AC", "online", "1\n");
-    serveForManyLooks();
-    EXPECT_EQ(changes, 0);
-}
-
-TEST(LinuxPowerChanges, OutliveTheContextTheyWereAddedTo) {
-    const PowerSupplyTree tree("charge-laptop");
-    LinuxPowerService service(tree.root(), quick);
-    std::atomic<int> changes{0};
-    GMainContext* own = g_main_context_new();
-    g_main_context_push_thread_default(own);
-    const Observation observation = service.observe(count(changes));
-    g_main_context_pop_thread_default(own);
-    tree.set("AC", "online", "1\n");
-    EXPECT_TRUE(serveUntil([&] { return changes == 1; }, own));
-    g_main_context_unref(own);
-}
-
-TEST(LinuxPowerChanges, CrossFromTheRegisteringThreadToTheOneThatRunsTheLoop) {
-    const PowerSupplyTree tree("charge-laptop");
-    std::atomic<int> changes{0};
-    for (int round = 0; round < 20; ++round) {
-        tree.set("AC", "online", "0\n");
-        LinuxPowerService service(tree.root(), quick);
-        changes = 0;
-        Observation observation;
-        std::thread registering([&] {
-            observation = service.observe(count(changes));
-            tree.set("AC", "online", "1\n");
-        });
-        EXPECT_TRUE(serveUntil([&] { return changes == 1; }));
-        registering.join();
-    }
-}
-
-TEST(LinuxPowerChanges, EndSafelyWhileTheLoopRunsOnAnotherThread) {
-    const PowerSupplyTree tree("charge-laptop");
-    std::atomic<int> changes{0};
-    std::atomic<bool> done{false};
-    std::thread loop([&] { EXPECT_TRUE(serveUntil([&] { return done.load(); })); });
-    for (int round = 0; round < 50; ++round) {
-        LinuxPowerService service(tree.root(), {.settling = 1ms, .polling = 1ms});
-        const Observation observation = service.observe(count(changes));
-        tree.set("AC", "online", round % 2 == 0 ? "1\n" : "0\n");
-        std::this_thread::sleep_for(2ms);
-    }
-    done = true;
-    loop.join();
+TEST(BatteryMachines, WithoutTheKernelsFolderHaveNoBattery) {
+    const TemporaryFolder nothing;
+    platform::LinuxPowerService power{platform::SystemRoot(nothing.path())};
+    const ScriptedMachine machine({.power = &power});
+    EXPECT_EQ(batteryFigures(), expectedBatteryFigures("mouse-desktop"));
 }
 
 } // namespace
