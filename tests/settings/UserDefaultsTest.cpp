@@ -1,56 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/settings/UserDefaults.h>
 
-#include "tests/support/ConfigurationFolder.h"
+#include "tests/settings/DefaultsSuite.h"
 
 #include <SentrelKit/platform/scripted/ScriptedPlatform.h>
-#include <SentrelKit/settings/SharedDefaults.h>
-#include <SentrelKit/system/Formatting.h>
 
-#include <cmath>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <limits>
 #include <string>
 #include <thread>
 #include <vector>
 
 namespace sentrel {
-
-enum class Side : std::uint8_t { left = 1, right = 4 };
-template <>
-struct RawValue<Side> : EnumerationCases<Side::left, Side::right> {};
-
-/// An enumeration kept by texts.
-enum class Mode { day, night };
-template <>
-struct RawValue<Mode> {
-    static PropertyList rawValue(Mode mode) { return mode == Mode::day ? "day" : "night"; }
-    static std::optional<Mode> fromRawValue(const PropertyList& raw) {
-        if (raw == "day")
-            return Mode::day;
-        return raw == "night" ? std::optional(Mode::night) : std::nullopt;
-    }
-};
-
-/// A host's own type.
-struct Point {
-    double x = 0;
-    double y = 0;
-    friend bool operator==(const Point&, const Point&) = default;
-};
-template <>
-struct PropertyListCoder<Point> {
-    static PropertyList encode(const Point& point) { return PropertyList::Dictionary{{"x", point.x}, {"y", point.y}}; }
-    static std::optional<Point> decode(const PropertyList& value) {
-        const PropertyList* x = value.find("x");
-        const PropertyList* y = value.find("y");
-        if (!x || !y || !x->as<double>() || !y->as<double>())
-            return std::nullopt;
-        return Point{*x->as<double>(), *y->as<double>()};
-    }
-};
-
 namespace {
 
 using testing::IsEmpty;
@@ -62,22 +23,7 @@ using List = PropertyList::List;
 using Dictionary = PropertyList::Dictionary;
 using Address = PropertyList::Address;
 
-constexpr const char* suiteName = "test.suite";
-
-/// The same behaviour on a suite in memory and on a file.
-class UserDefaultsTest : public testing::TestWithParam<bool> {
-protected:
-    UserDefaultsTest() {
-        if (GetParam())
-            scriptedOverride.emplace(machine);
-        defaults.emplace(suiteName);
-    }
-
-    ConfigurationFolder folder;
-    platform::ScriptedPlatform machine;
-    std::optional<platform::Override> scriptedOverride;
-    std::optional<UserDefaults> defaults;
-};
+class UserDefaultsTest : public DefaultsSuite {};
 
 INSTANTIATE_TEST_SUITE_P(Suites, UserDefaultsTest, testing::Values(true, false),
                          [](const auto& run) { return run.param ? "InMemory" : "InAFile"; });
@@ -187,74 +133,6 @@ TEST_P(UserDefaultsTest, RemovesOneKeyAndAllKeys) {
     EXPECT_FALSE(defaults->hasKey("d"));
 }
 
-/// A typed key gives its fallback, keeps a value, and gives the fallback again for a value of another kind.
-template <class T>
-void expectTypedKey(const UserDefaults& defaults, const T& fallback, const T& value, const PropertyList& kept,
-                    const PropertyList& other) {
-    const DefaultsKey<T> key("typed");
-    EXPECT_TRUE(defaults.remove(key));
-    EXPECT_EQ(defaults.get(key), fallback);
-    EXPECT_TRUE(defaults.set(key, value));
-    EXPECT_EQ(defaults.get(key), value);
-    const T read = defaults[key];
-    EXPECT_EQ(read, value);
-    EXPECT_EQ(defaults.object("typed"), kept);
-    EXPECT_TRUE(defaults.set("typed", other));
-    EXPECT_EQ(defaults.get(key), fallback);
-}
-
-/// The plain and the optional key of a type.
-template <class T>
-void expectBothKeys(const UserDefaults& defaults, const T& value, const PropertyList& kept, const PropertyList& other) {
-    expectTypedKey<T>(defaults, T(), value, kept, other);
-    expectTypedKey<std::optional<T>>(defaults, std::nullopt, value, kept, other);
-}
-
-TEST_P(UserDefaultsTest, TypedKeysOfEveryType) {
-    expectBothKeys<std::string>(*defaults, "a", "a", 1);
-    expectBothKeys<std::int64_t>(*defaults, 7, 7, "7");
-    expectBothKeys<double>(*defaults, 7.0, 7.0, "7");
-    expectBothKeys<bool>(*defaults, true, true, "true");
-    expectBothKeys<Bytes>(*defaults, Bytes{1}, Bytes{1}, "a");
-    expectBothKeys<List>(*defaults, List{1, "a"}, List{1, "a"}, 1);
-    expectBothKeys<Dictionary>(*defaults, Dictionary{{"a", 1}}, Dictionary{{"a", 1}}, 1);
-    expectTypedKey<std::optional<Date>>(*defaults, std::nullopt, Date{1}, Date{1}, 1.0);
-    expectBothKeys<std::vector<std::string>>(*defaults, {"a", "b"}, List{"a", "b"}, List{"a", 1});
-    expectBothKeys<std::vector<std::int64_t>>(*defaults, {1, 2}, List{1, 2}, List{1, "a"});
-    expectBothKeys<std::vector<double>>(*defaults, {1.0, 2.5}, List{1.0, 2.5}, List{1.0, "a"});
-    expectBothKeys<std::vector<bool>>(*defaults, {true, false}, List{true, false}, List{true, "a"});
-    expectBothKeys<std::vector<Bytes>>(*defaults, {{1}, {}}, List{Bytes{1}, Bytes{}}, List{Bytes{1}, "a"});
-    expectBothKeys<std::vector<Date>>(*defaults, {{1}, {2}}, List{Date{1}, Date{2}}, List{Date{1}, 2.0});
-}
-
-TEST_P(UserDefaultsTest, AKeyOfAnyKindReadsWhateverIsKept) {
-    const DefaultsKey<std::optional<PropertyList>> any("any");
-    EXPECT_EQ(defaults->get(any), std::nullopt);
-    for (const PropertyList& value : {PropertyList(1), PropertyList("a"), PropertyList(List{true})}) {
-        EXPECT_TRUE(defaults->set(any, value));
-        EXPECT_EQ(defaults->get(any), value);
-    }
-}
-
-TEST_P(UserDefaultsTest, AddressesComeBackThroughTheirKey) {
-    const DefaultsKey<std::optional<Address>> key("address");
-    EXPECT_EQ(defaults->get(key), std::nullopt);
-    for (const char* text : {"https://example.com/x?y", "file:///tmp/a%20b"}) {
-        EXPECT_TRUE(defaults->set(key, Address{text}));
-        EXPECT_EQ(defaults->get(key), Address{text});
-    }
-    (*defaults)["address"] = 1;
-    EXPECT_EQ(defaults->get(key), std::nullopt);
-}
-
-TEST_P(UserDefaultsTest, AnIntegerKeyOfAnotherWidthTakesOnlyWhatFits) {
-    const DefaultsKey<int> key("key");
-    EXPECT_TRUE(defaults->set(key, -3));
-    EXPECT_EQ(defaults->get(key), -3);
-    (*defaults)["key"] = std::int64_t{1} << 40;
-    EXPECT_EQ(defaults->get(key), 0);
-}
-
 TEST_P(UserDefaultsTest, GetArrayConvertsAListAsAWhole) {
     (*defaults)["mixed"] = List{1, "a"};
     EXPECT_THAT(defaults->getArray<std::int64_t>("mixed"), IsEmpty());
@@ -266,43 +144,6 @@ TEST_P(UserDefaultsTest, GetArrayConvertsAListAsAWhole) {
     EXPECT_EQ(defaults->getOptionalArray<std::int64_t>("missing"), std::nullopt);
     (*defaults)["scalar"] = 1;
     EXPECT_EQ(defaults->getOptionalArray<std::int64_t>("scalar"), std::nullopt);
-}
-
-TEST_P(UserDefaultsTest, ArchivesEnumerationsByTheirRawValues) {
-    const DefaultsKey<Side> side("side");
-    const DefaultsKey<Mode> mode("mode");
-    EXPECT_EQ(defaults->unarchive(side), std::nullopt);
-    EXPECT_TRUE(defaults->archive(side, Side::right));
-    EXPECT_TRUE(defaults->archive(mode, Mode::night));
-    EXPECT_EQ(defaults->object("side"), PropertyList(4));
-    EXPECT_EQ(defaults->object("mode"), PropertyList("night"));
-    EXPECT_EQ(defaults->unarchive(side), Side::right);
-    EXPECT_EQ(defaults->unarchive(mode), Mode::night);
-    (*defaults)["side"] = 2;
-    EXPECT_EQ(defaults->unarchive(side), std::nullopt) << "no case has this raw value";
-    (*defaults)["side"] = "right";
-    EXPECT_EQ(defaults->unarchive(side), std::nullopt);
-    EXPECT_TRUE(defaults->archive(side, std::nullopt));
-    EXPECT_FALSE(defaults->hasKey(side));
-}
-
-TEST_P(UserDefaultsTest, ArchivesOtherValuesAsKeyedArchives) {
-    const DefaultsKey<std::map<std::string, std::vector<int>>> numbers("numbers");
-    const DefaultsKey<Point> point("point");
-    const std::map<std::string, std::vector<int>> values{{"a", {1, 2}}, {"b", {}}};
-    EXPECT_EQ(defaults->unarchive(numbers), std::nullopt);
-    EXPECT_TRUE(defaults->archive(numbers, values));
-    EXPECT_TRUE(defaults->archive(point, Point{1.5, -2}));
-    EXPECT_TRUE(defaults->object("point")->as<Bytes>());
-    EXPECT_EQ(defaults->unarchive(numbers), values);
-    EXPECT_EQ(defaults->unarchive(point), (Point{1.5, -2}));
-    EXPECT_EQ(defaults->unarchive(DefaultsKey<std::string>("point")), std::nullopt) << "another type";
-    (*defaults)["point"] = Bytes{1, 2, 3};
-    EXPECT_EQ(defaults->unarchive(point), std::nullopt) << "damaged";
-    (*defaults)["point"] = "text";
-    EXPECT_EQ(defaults->unarchive(point), std::nullopt) << "not an archive at all";
-    EXPECT_TRUE(defaults->archive(point, std::nullopt));
-    EXPECT_FALSE(defaults->hasKey(point));
 }
 
 TEST_P(UserDefaultsTest, ASuiteThatCannotBeReadsAsEmptyAndKeepsNothing) {
@@ -354,41 +195,6 @@ TEST(UserDefaults, FourThreadsReadAndWriteTheSamePreferences) {
     }
     for (std::thread& thread : threads)
         thread.join();
-}
-
-TEST(Number, BecomesTheNearestIntegerBeyondTheRange) {
-    const auto integer = [](double value) { return Number::from(value)->integerValue(); };
-    EXPECT_EQ(integer(1e300), std::numeric_limits<std::int64_t>::max());
-    EXPECT_EQ(integer(-1e300), std::numeric_limits<std::int64_t>::min());
-    EXPECT_EQ(integer(9223372036854775808.0), std::numeric_limits<std::int64_t>::max());
-    EXPECT_EQ(integer(std::nan("")), 0);
-    EXPECT_EQ(integer(-0.9), 0);
-    EXPECT_EQ(Number::from("1"), std::nullopt);
-    EXPECT_EQ(Number::from(PropertyList()), std::nullopt);
-}
-
-TEST(SharedDefaults, AreTheSuiteOfHostAndWidgets) {
-    platform::ScriptedPlatform machine;
-    const platform::Override override(machine);
-    EXPECT_TRUE(UserDefaults("Q4R7TWXN20.SentrelSharingDefaults").set("key", 5));
-    EXPECT_EQ(sharedDefaults()["key"].intValue(), 5);
-}
-
-TEST(Degrees, FollowTheSharedPreference) {
-    platform::ScriptedPlatform machine;
-    const platform::Override override(machine);
-    EXPECT_EQ(degrees(21.5), "22°");
-    const auto temperature = sharedDefaults()["temperature"];
-    const std::vector<std::pair<PropertyList, std::string>> cases{
-        {1, "71°"},     {0, "22°"},   {std::int64_t{-1}, "71°"},
-        {2.5, "71°"},   {0.5, "22°"}, {true, "71°"},
-        {false, "22°"}, {"1", "22°"}, {List{}, "22°"}};
-    for (const auto& [kept, expected] : cases) {
-        temperature = kept;
-        EXPECT_EQ(degrees(21.5), expected);
-    }
-    machine.preferences().scripted("Q4R7TWXN20.SentrelSharingDefaults")->calls.fail("object");
-    EXPECT_EQ(degrees(21.5), "22°");
 }
 
 } // namespace

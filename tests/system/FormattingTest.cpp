@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/system/Formatting.h>
 
+#include <SentrelKit/platform/scripted/ScriptedPlatform.h>
+#include <SentrelKit/settings/SharedDefaults.h>
+
 #include "tests/support/CommaLocale.h"
 
 #include <algorithm>
@@ -296,6 +299,22 @@ TEST(Formatting, UsesTheDecimalPointInEveryLocale) {
     EXPECT_EQ(std::to_string(1.5).substr(0, 3), "1,5") << "the C library follows the locale";
     const std::vector<std::string> texts{byteStr(1536), bpsStr(512), toStr(1234567.5), toStr(1e22)};
     EXPECT_EQ(texts, (std::vector<std::string>{"1.50 KB", "0.5 KB/s", "1234567.50", "10000000000000000000000.00"}));
+}
+
+TEST(Degrees, FollowTheSharedPreference) {
+    platform::ScriptedPlatform machine;
+    const platform::Override override(machine);
+    EXPECT_EQ(degrees(21.5), "22°");
+    const auto temperature = sharedDefaults()["temperature"];
+    const std::vector<std::pair<PropertyList, std::string>> cases{
+        {1, "71°"},     {0, "22°"},   {std::int64_t{-1}, "71°"},    {2.5, "71°"}, {0.5, "22°"}, {true, "71°"},
+        {false, "22°"}, {"1", "22°"}, {PropertyList::List{}, "22°"}};
+    for (const auto& [kept, expected] : cases) {
+        temperature = kept;
+        EXPECT_EQ(degrees(21.5), expected);
+    }
+    machine.preferences().scripted("Q4R7TWXN20.SentrelSharingDefaults")->calls.fail("object");
+    EXPECT_EQ(degrees(21.5), "22°");
 }
 
 } // namespace
