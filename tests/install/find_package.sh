@@ -2,12 +2,12 @@
 # Builds and runs hosts that find the installed package with CMake.
 # usage: find_package.sh PREFIX COMPILER
 set -euo pipefail
-here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+consumer=$(cd "$(dirname "${BASH_SOURCE[0]}")/../consumer" && pwd)
 place=$(mktemp -d)
 trap 'rm -rf "$place"' EXIT
 
-cmake -G Ninja -S "$here/host" -B "$place" -DCMAKE_CXX_COMPILER="$2" -DCMAKE_PREFIX_PATH="$1" >/dev/null
+cmake -G Ninja -S "$consumer" -B "$place" -DWAY=find_package -DCMAKE_CXX_COMPILER="$2" -DCMAKE_PREFIX_PATH="$1" >/dev/null
 cmake --build "$place"
-for host in host core_only views_only; do
-    "$place/$host"
+for host in "$place"/{host,core_only,views_only}_{20,23}; do
+    "$host"
 done

@@ -4,13 +4,20 @@
 set -euo pipefail
 prefix=$2
 version=$3
-rm -rf "$prefix"
-cmake --install "$1" --prefix "$prefix" >/dev/null
-
 fail() {
     echo "$*" >&2
     exit 1
 }
+
+# A packager installs below another root, and a tree that is installed can be moved: what the other tests use was.
+rm -rf "$prefix" "$prefix.root"
+DESTDIR=$prefix.root cmake --install "$1" --prefix /usr/local >/dev/null
+[ "$(ls "$prefix.root")" = usr ] && [ "$(ls "$prefix.root/usr")" = local ] || fail "something is outside the prefix"
+mv "$prefix.root/usr/local" "$prefix"
+rm -rf "$prefix.root"
+if grep -rlF -e "$1" -e "$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)" "$prefix"; then
+    fail "these files name folders of the build"
+fi
 
 [ "$(grep -c 'Copyright .* The SentrelKit authors' "$prefix/share/doc/SentrelKit/LICENSE")" = 1 ] ||
     fail "the licence names no holder"

@@ -4,7 +4,7 @@
 set -euo pipefail
 prefix=$1
 compiler=$2
-here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+consumer=$(cd "$(dirname "${BASH_SOURCE[0]}")/../consumer" && pwd)
 place=$(mktemp -d)
 trap 'rm -rf "$place"' EXIT
 PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name sentrelkit-core.pc)")
@@ -15,11 +15,14 @@ how=()
 
 # build_and_run SOURCE MODULE...
 build_and_run() {
-    local program
-    program="$place/$(basename "$1" .cpp)"
-    "$compiler" -std=c++20 -DPACKAGE_VERSION="\"$(pkg-config --modversion sentrelkit-core)\"" "$here/host/$1" \
-        -o "$program" -Wl,--as-needed,-rpath,"$libraries" $(pkg-config "${how[@]}" --cflags --libs "${@:2}")
-    "$program"
+    local program language
+    for language in c++20 c++2b; do
+        program="$place/$(basename "$1" .cpp)"
+        "$compiler" -std=$language -Wall -Wextra -Wpedantic -Wconversion -Werror \
+            -DPACKAGE_VERSION="\"$(pkg-config --modversion sentrelkit-core)\"" "$consumer/$1" \
+            -o "$program" -Wl,--as-needed,-rpath,"$libraries" $(pkg-config "${how[@]}" --cflags --libs "${@:2}")
+        "$program"
+    done
 }
 build_and_run core_only.cpp sentrelkit-core
 build_and_run views_only.cpp sentrelkit-views

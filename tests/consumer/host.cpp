@@ -8,12 +8,14 @@
 
 using namespace sentrel;
 
-// The header's version, in its three forms, is the package's.
+// The header's version, in its three forms, is the package's, where there is one.
+#ifdef PACKAGE_VERSION
 static_assert(version == PACKAGE_VERSION);
+#endif
 static_assert(SENTREL_VERSION == SENTREL_VERSION_MAJOR * 10000 + SENTREL_VERSION_MINOR * 100 + SENTREL_VERSION_PATCH);
 
 int main() {
-    if (std::string(PACKAGE_VERSION) != std::to_string(SENTREL_VERSION_MAJOR) + "." +
+    if (std::string(version) != std::to_string(SENTREL_VERSION_MAJOR) + "." +
                                             std::to_string(SENTREL_VERSION_MINOR) + "." +
                                             std::to_string(SENTREL_VERSION_PATCH))
         return 2;
