@@ -13,6 +13,18 @@ foreach(header IN LISTS installed_headers)
     install(FILES ${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${folder})
 endforeach()
 
+# The dashboard is a program for people; the other examples are to read.
+if(TARGET sentrel_example_dashboard AND NOT APPLE)
+    set_target_properties(sentrel_example_dashboard PROPERTIES INSTALL_RPATH $ORIGIN/../${CMAKE_INSTALL_LIBDIR})
+    install(TARGETS sentrel_example_dashboard RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+    set(dashboard_data packaging/dashboard)
+    install(FILES ${dashboard_data}/org.sentrelkit.Dashboard.desktop DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/applications)
+    install(FILES ${dashboard_data}/org.sentrelkit.Dashboard.metainfo.xml DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/metainfo)
+    install(FILES ${dashboard_data}/org.sentrelkit.Dashboard.svg
+            DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/icons/hicolor/scalable/apps)
+    install(FILES ${dashboard_data}/sentrelkit-dashboard.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+endif()
+
 install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/SentrelKit)
 
 # A host of the static libraries links what they are made of too; the shared ones bring it themselves.
