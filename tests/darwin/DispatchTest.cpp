@@ -90,6 +90,21 @@ TEST_F(MacQueues, HandAnExceptionToWhoeverServesThem) {
     EXPECT_EQ(ran, 1);
 }
 
+// Dispatch runs all that stands in its main queue in one turn of the loop: the second exception took the place of the
+// first, and the closure after it ran though the run was over.
+TEST_F(MacQueues, HandOneExceptionAtATimeToWhoeverServesThem) {
+    MacDispatch dispatch;
+    std::vector<std::string> ran;
+    dispatch.mainQueue()->async([] { throw std::runtime_error("first"); });
+    dispatch.mainQueue()->async([] { throw std::runtime_error("second"); });
+    dispatch.mainQueue()->async([&ran] { ran.push_back("third"); });
+    EXPECT_THAT([&dispatch] { dispatch.runMain(1); }, testing::ThrowsMessage<std::runtime_error>("first"));
+    EXPECT_THAT([&dispatch] { dispatch.runMain(1); }, testing::ThrowsMessage<std::runtime_error>("second"));
+    EXPECT_THAT(ran, IsEmpty());
+    dispatch.runMain(1);
+    EXPECT_THAT(ran, ElementsAre("third"));
+}
+
 TEST_F(MacQueues, ServedFromInsideAClosureHandTheExceptionToTheInnerServer) {
     MacDispatch dispatch;
     bool caught = false;
@@ -193,6 +208,18 @@ TEST_F(MacTimers, MayBeReleasedFromTheirOwnTick) {
     EXPECT_EQ(*held, 1);
     EXPECT_EQ(held.use_count(), 1);
     EXPECT_EQ(queues::sources(), 0);
+}
+
+TEST_F(MacTimers, DueWhileAnExceptionLeavesTheLoopTickInItsNextRun) {
+    MacDispatch dispatch;
+    int ticked = 0;
+    const auto ticking = dispatch.mainQueue()->makeTimer(second, [&ticked] { ++ticked; });
+    ticking->resume();
+    dispatch.mainQueue()->after(second, [] { throw std::runtime_error("of a closure"); });
+    EXPECT_THROW(dispatch.runMain(1.5), std::runtime_error);
+    EXPECT_EQ(ticked, 0);
+    dispatch.runMain(0);
+    EXPECT_EQ(ticked, 1);
 }
 
 TEST_F(MacTimers, OfNoIntervalTickEveryNanosecond) {

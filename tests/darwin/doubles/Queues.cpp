@@ -9,10 +9,12 @@
 #include <time.h>
 
 #include <algorithm>
+#include <iterator>
 #include <list>
 #include <map>
 #include <memory>
 #include <utility>
+#include <vector>
 
 using namespace darwin;
 
@@ -106,6 +108,35 @@ bool runNext(std::int64_t until) {
     state().now = std::max(state().now, source->deadline);
     source->deadline += source->interval;
     run(source->queue, source->handler, source->context);
+    return true;
+}
+
+// One turn of the main loop: what is due first, and with a closure of the main queue all closures and ticks that stood
+// in that queue by then, since dispatch empties it whatever the loop is told meanwhile.
+bool runTurn(std::int64_t until) {
+    const auto first = state().waiting.begin();
+    const Source* const source = nextSource();
+    if (first == state().waiting.end() || first->first > until || first->second.queue != &state().main ||
+        (source && source->deadline < first->first))
+        return runNext(until);
+    state().now = std::max(state().now, first->first);
+    std::vector<Item> due;
+    for (auto item = first; item != state().waiting.end() && item->first <= state().now;) {
+        const bool isMain = item->second.queue == &state().main;
+        if (isMain)
+            due.push_back(item->second);
+        item = isMain ? state().waiting.erase(item) : std::next(item);
+    }
+    for (const Item& work : due) {
+        run(work.queue, work.work, work.context);
+        dispatch_release(work.queue);
+    }
+    while (Source* const tick = nextSource()) {
+        if (tick->queue != &state().main || tick->deadline > state().now)
+            break;
+        tick->deadline += tick->interval;
+        run(tick->queue, tick->handler, tick->context);
+    }
     return true;
 }
 
@@ -292,7 +323,7 @@ CFRunLoopRef CFRunLoopGetMain() {
 
 CFRunLoopRunResult CFRunLoopRunInMode(CFRunLoopMode, CFTimeInterval seconds, Boolean returnAfterSourceHandled) {
     const std::int64_t end = state().now + nanoseconds(seconds);
-    while (runNext(end)) {
+    while (runTurn(end)) {
         if (std::exchange(state().isStopped, false))
             return kCFRunLoopRunStopped;
         if (returnAfterSourceHandled)

@@ -20,11 +20,13 @@ class MacQueue final : public DispatchQueue {
 public:
     explicit MacQueue(DispatchOwner<dispatch_queue_t> queue) : queue_(std::move(queue)) {}
 
-    void async(std::function<void()> work) override { dispatch_async_f(queue_.get(), boxed(std::move(work)), &run); }
+    void async(std::function<void()> work) override {
+        dispatch_async_f(queue_.get(), boxed(std::move(work)), &runBoxed);
+    }
 
     void after(std::int64_t nanoseconds, std::function<void()> work) override {
         const std::int64_t delay = nanoseconds > 0 ? nanoseconds : 0;
-        dispatch_after_f(dispatch_time(DISPATCH_TIME_NOW, delay), queue_.get(), boxed(std::move(work)), &run);
+        dispatch_after_f(dispatch_time(DISPATCH_TIME_NOW, delay), queue_.get(), boxed(std::move(work)), &runBoxed);
     }
 
     std::unique_ptr<RepeatingTimer> makeTimer(std::int64_t nanoseconds, std::function<void()> tick) override {
@@ -34,13 +36,6 @@ public:
     void* nativeHandle() const noexcept override { return queue_.get(); }
 
 private:
-    // Dispatch carries one pointer to the call: the closure, which the call takes back.
-    static void* boxed(std::function<void()> work) { return new std::function<void()>(std::move(work)); }
-    static void run(void* context) {
-        const std::unique_ptr<std::function<void()>> work(static_cast<std::function<void()>*>(context));
-        runClosure(*work);
-    }
-
     const DispatchOwner<dispatch_queue_t> queue_;
 };
 

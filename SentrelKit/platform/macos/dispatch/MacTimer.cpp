@@ -2,6 +2,7 @@
 #include <SentrelKit/platform/macos/dispatch/MacTimer.h>
 
 #include <SentrelKit/platform/macos/dispatch/Closure.h>
+#include <SentrelKit/platform/macos/dispatch/MainLoop.h>
 
 #include <utility>
 
@@ -13,11 +14,17 @@ struct MacTimer::Gate {
     // What a source calls back with; it lives as long as the source and may still come after the timer is gone.
     static void pass(void* context) {
         const std::shared_ptr<Gate> gate = *static_cast<std::shared_ptr<Gate>*>(context);
-        if (gate->isOpen())
-            runClosure(gate->tick);
+        if (MainLoop::isLeft()) // as for closures: the tick stays for the loop's next run
+            dispatch_async_f(dispatch_get_main_queue(), boxed([gate] { gate->pass(); }), &runBoxed);
+        else
+            gate->pass();
     }
     static void release(void* context) { delete static_cast<std::shared_ptr<Gate>*>(context); }
 
+    void pass() {
+        if (isOpen())
+            runClosure(tick);
+    }
     [[nodiscard]] bool isOpen() {
         const LockScope scope(lock);
         return open;

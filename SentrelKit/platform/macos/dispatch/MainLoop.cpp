@@ -4,6 +4,7 @@
 #include <SentrelKit/platform/macos/common/Uptime.h>
 
 #include <CoreFoundation/CoreFoundation.h>
+#include <pthread.h>
 
 #include <exception>
 
@@ -44,6 +45,10 @@ void leave() noexcept {
         std::terminate();
     innermost->thrown = std::current_exception();
     CFRunLoopStop(CFRunLoopGetMain());
+}
+
+bool isLeft() noexcept {
+    return pthread_main_np() != 0 && innermost && innermost->thrown;
 }
 
 } // namespace sentrel::platform::MainLoop

@@ -12,4 +12,7 @@ void run(double seconds);
 /// (std::terminate) unless `run` is under way.
 void leave() noexcept;
 
+/// Whether this is the process's first thread and an exception is on its way to `run`. Any thread.
+[[nodiscard]] bool isLeft() noexcept;
+
 } // namespace sentrel::platform::MainLoop
