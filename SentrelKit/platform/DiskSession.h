@@ -27,8 +27,8 @@ public:
     /// Chooses the queue on which completions are called; null for none: completions that did not come yet are then
     /// dropped, with what they hold.
     ///
-    /// macOS: DASessionSetDispatchQueue with the queue's native handle. Nothing is observed through a session: a
-    /// completion answers one question, once, so there is no registration to release.
+    /// macOS: DASessionSetDispatchQueue with a serial queue whose target is the queue's native handle. Nothing is
+    /// observed through a session: a completion answers one question, once, so there is no registration to release.
     virtual void setQueue(std::shared_ptr<DispatchQueue> queue) = 0;
 };
 

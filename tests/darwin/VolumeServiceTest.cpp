@@ -50,6 +50,7 @@ protected:
 
     void TearDown() override {
         session.reset();
+        queues::advance(0); // its last reference stands behind a call that may be under way
         DarwinTest::TearDown();
     }
 
@@ -258,6 +259,31 @@ TEST_F(MacVolumes, MayLetTheSessionGoInsideTheCompletion) {
     });
     queues::advance(0);
     EXPECT_TRUE(isDone);
+}
+
+// Disk arbitration goes on with the session that called, and keeps no reference of its own: with the last device it was
+// gone before the call was over.
+TEST_F(MacVolumes, MayLetTheLastOfTheSessionGoInsideTheCompletion) {
+    std::shared_ptr<StorageDevice> ejected = disk("disk2");
+    session->setQueue(dispatch.backgroundQueue());
+    ejected->unmount({}, [&](const auto&, const Dissenter*) {
+        session->setQueue(nullptr);
+        session.reset();
+        ejected.reset();
+    });
+    queues::advance(0);
+    EXPECT_FALSE(ejected);
+}
+
+// The same for one whose session goes on another thread while the call is about to begin.
+TEST_F(MacVolumes, MayLetTheLastOfTheSessionGoWhileTheCompletionIsUnderWay) {
+    std::shared_ptr<StorageDevice> ejected = disk("disk2");
+    session->setQueue(dispatch.backgroundQueue());
+    ejected->unmount({}, [](const auto&, const Dissenter*) { ADD_FAILURE(); });
+    ejected.reset();
+    session->setQueue(nullptr);
+    session.reset();
+    queues::advance(0);
 }
 
 TEST_F(MacVolumes, AreObservedUntilTheRelease) {

@@ -56,6 +56,7 @@ RegistryEntry* wholeOf(RegistryEntry* entry) {
 
 // A completion that stands in the queue.
 struct Completion {
+    CFTypeRef session; // which nothing keeps
     CFTypeRef disk;
     CFTypeRef dissenter;
     DADiskUnmountCallback call;
@@ -69,6 +70,7 @@ void runCompletion(void* pointer) {
     if (completion->dissenter)
         CFRelease(completion->dissenter);
     CFRelease(completion->disk);
+    object(completion->session); // goes on with what else came
 }
 
 } // namespace
@@ -129,7 +131,8 @@ void DADiskUnmount(DADiskRef disk, DADiskUnmountOptions options, DADiskUnmountCa
     CFTypeRef dissenter = nullptr;
     if (machine().dissent)
         dissenter = created(*std::exchange(machine().dissent, std::nullopt));
-    dispatch_async_f(queue, new Completion{CFRetain(disk), dissenter, callback, context}, &runCompletion);
+    dispatch_async_f(queue, new Completion{unmounted.session, CFRetain(disk), dissenter, callback, context},
+                     &runCompletion);
 }
 
 void DADiskEject(DADiskRef disk, DADiskEjectOptions, DADiskEjectCallback, void*) {

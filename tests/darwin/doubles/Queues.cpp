@@ -27,6 +27,7 @@ constexpr const char* objects = "dispatch object";
 struct Queue : dispatch_queue_s {
     std::string name;
     bool isGlobal = false;
+    Queue* target = nullptr; ///< runs its work, on the system's background threads if there is none
 };
 
 struct Source : dispatch_source_s {
@@ -72,8 +73,9 @@ State& state() {
 }
 
 void run(Queue* queue, dispatch_function_t work, void* context) {
-    const std::string outer = std::exchange(state().running, queue->name);
-    const bool wasMain = std::exchange(state().isMainThread, queue == &state().main);
+    const Queue* const onto = queue->target ? queue->target : queue;
+    const std::string outer = std::exchange(state().running, onto->name);
+    const bool wasMain = std::exchange(state().isMainThread, onto == &state().main);
     work(context);
     state().running = outer;
     state().isMainThread = wasMain;
@@ -235,6 +237,8 @@ void dispatch_release(dispatch_object_t object) noexcept {
         return;
     if (isQueue(object)) {
         auto* const queue = static_cast<Queue*>(static_cast<dispatch_queue_t>(object));
+        if (queue->target)
+            dispatch_release(queue->target);
         if (!queue->isGlobal)
             delete queue;
         return;
@@ -275,6 +279,14 @@ dispatch_queue_t dispatch_queue_create(const char* label, dispatch_queue_attr_t)
     auto* const queue = new Queue;
     queue->name = label;
     ledger::take(objects, id(queue));
+    return queue;
+}
+
+dispatch_queue_t dispatch_queue_create_with_target(const char* label, dispatch_queue_attr_t attr,
+                                                   dispatch_queue_t target) noexcept {
+    auto* const queue = static_cast<Queue*>(dispatch_queue_create(label, attr));
+    dispatch_retain(target);
+    queue->target = static_cast<Queue*>(target);
     return queue;
 }
 

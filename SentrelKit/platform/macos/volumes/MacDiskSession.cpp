@@ -4,6 +4,7 @@
 #include <SentrelKit/base/system/detail/ThreadSafety.h>
 #include <SentrelKit/platform/DispatchQueue.h>
 #include <SentrelKit/platform/macos/common/CFOwner.h>
+#include <SentrelKit/platform/macos/common/DispatchOwner.h>
 #include <SentrelKit/platform/macos/common/Numbered.h>
 #include <SentrelKit/platform/macos/common/Values.h>
 #include <SentrelKit/platform/macos/volumes/MacMediaEntry.h>
@@ -61,20 +62,29 @@ std::string rootDevice() {
 } // namespace
 
 /// The session itself, and the unmounts whose completions may come: without a queue none does, so none waits.
+///
+/// The session calls back on a queue of its own that hands its work on to the host's. It may be calling while it is
+/// taken off the queue, with nothing in its hands that keeps it: a reference that is let go stands behind that call in
+/// the queue.
 class MacDiskSession::Arbitration {
 public:
     explicit Arbitration(CFOwner<DASessionRef> session) : session_(std::move(session)) {}
+    ~Arbitration() { unschedule(); }
+    Arbitration(const Arbitration&) = delete;
+    Arbitration& operator=(const Arbitration&) = delete;
 
     [[nodiscard]] DASessionRef get() const noexcept { return session_.get(); }
 
-    void setQueue(std::shared_ptr<DispatchQueue> queue) {
+    void setQueue(const std::shared_ptr<DispatchQueue>& queue) {
         std::vector<std::shared_ptr<PendingUnmount>> dropped; // released outside the lock
         const LockScope scope(lock_);
-        DASessionSetDispatchQueue(session_.get(),
-                                  queue ? static_cast<dispatch_queue_t>(queue->nativeHandle()) : nullptr);
-        std::swap(queue_, queue);
-        if (queue_)
+        unschedule();
+        if (queue) {
+            queue_ = DispatchOwner<dispatch_queue_t>(dispatch_queue_create_with_target(
+                "SentrelKit.disks", DISPATCH_QUEUE_SERIAL, static_cast<dispatch_queue_t>(queue->nativeHandle())));
+            DASessionSetDispatchQueue(session_.get(), queue_.get());
             return;
+        }
         for (void* const context : std::exchange(pending_, {}))
             dropped.push_back(pendingUnmounts().take(context));
     }
@@ -82,17 +92,26 @@ public:
     // The context of the completion; null if none can come.
     [[nodiscard]] void* pend(PendingUnmount pending) {
         const LockScope scope(lock_);
-        if (!queue_ || !pending.completion)
+        if (!queue_.get() || !pending.completion)
             return nullptr;
         pending_.push_back(pendingUnmounts().add(std::make_shared<PendingUnmount>(std::move(pending))));
         return pending_.back();
     }
 
 private:
+    void unschedule() SENTREL_REQUIRES(lock_) {
+        if (!queue_.get())
+            return;
+        DASessionSetDispatchQueue(session_.get(), nullptr);
+        dispatch_async_f(queue_.get(), CFOwner<DASessionRef>::retained(session_.get()).release(), &release);
+        queue_ = {};
+    }
+    static void release(void* session) { const CFOwner behindTheCall(static_cast<DASessionRef>(session)); }
+
     const CFOwner<DASessionRef> session_;
     Lock lock_;
-    std::shared_ptr<DispatchQueue> queue_ SENTREL_GUARDED_BY(lock_); // kept while the session may call back on it
-    std::vector<void*> pending_ SENTREL_GUARDED_BY(lock_);           // those that came too, until the queue changes
+    DispatchOwner<dispatch_queue_t> queue_ SENTREL_GUARDED_BY(lock_);
+    std::vector<void*> pending_ SENTREL_GUARDED_BY(lock_); // those that came too, until the queue changes
 };
 
 /// A disk as disk arbitration knows it.
@@ -170,7 +189,7 @@ std::shared_ptr<StorageDevice> MacDiskSession::disk(std::string_view deviceName)
 }
 
 void MacDiskSession::setQueue(std::shared_ptr<DispatchQueue> queue) {
-    arbitration_->setQueue(std::move(queue));
+    arbitration_->setQueue(queue);
 }
 
 } // namespace sentrel::platform

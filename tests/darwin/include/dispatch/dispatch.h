@@ -34,6 +34,8 @@ void dispatch_resume(dispatch_object_t object) noexcept;
 
 dispatch_queue_global_t dispatch_get_global_queue(std::intptr_t identifier, std::uintptr_t flags) noexcept;
 dispatch_queue_t dispatch_queue_create(const char* label, dispatch_queue_attr_t attr) noexcept;
+dispatch_queue_t dispatch_queue_create_with_target(const char* label, dispatch_queue_attr_t attr,
+                                                   dispatch_queue_t target) noexcept;
 void dispatch_async_f(dispatch_queue_t queue, void* context, dispatch_function_t work) noexcept;
 void dispatch_after_f(dispatch_time_t when, dispatch_queue_t queue, void* context, dispatch_function_t work) noexcept;
 dispatch_time_t dispatch_time(dispatch_time_t when, std::int64_t delta) noexcept;
