@@ -4,6 +4,8 @@
 
 #include <SentrelKit/platform/macos/processes/MacProcessService.h>
 
+#include <memory>
+
 using namespace darwin;
 using namespace sentrel::platform;
 using sentrel::Observation;
@@ -93,6 +95,18 @@ TEST_F(MacProcesses, AreObservedThroughOneRegistrationForAll) {
     EXPECT_EQ(second, 2);
     processes.refreshRunningApplications();
     EXPECT_EQ(second, 2);
+}
+
+// The workspace keeps its registration for good; it called a service that was gone.
+TEST_F(MacProcesses, OfAServiceThatIsGoneAreNotHeardOf) {
+    auto service = std::make_unique<MacProcessService>();
+    int heard = 0;
+    Observation observation = service->observeRunningApplications([&heard](const RunningApplications&) { ++heard; });
+    observation.reset();
+    service.reset();
+    machine().running = {application(100, "Editor")};
+    workspace::changeRunning();
+    EXPECT_EQ(heard, 0);
 }
 
 } // namespace

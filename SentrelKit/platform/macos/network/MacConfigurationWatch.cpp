@@ -20,7 +20,8 @@ struct MacConfigurationWatch::Callout {
         std::swap(observer, newest); // the one before is released outside the lock
     }
 
-    static void tell(SCDynamicStoreRef, CFArrayRef, void* info) {
+    // An exception of the observer does not pass through the store.
+    static void tell(SCDynamicStoreRef, CFArrayRef, void* info) noexcept {
         Callout& callout = **static_cast<std::shared_ptr<Callout>*>(info);
         std::shared_ptr<Observer> observer;
         {

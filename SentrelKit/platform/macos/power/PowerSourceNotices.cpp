@@ -21,7 +21,7 @@ Numbered<Observer>& observers() {
     return all;
 }
 
-void tell(void* context) {
+void tell(void* context) noexcept { // an exception does not pass through the loop
     if (const std::shared_ptr<Observer> observer = observers().find(context))
         observer->tell();
 }

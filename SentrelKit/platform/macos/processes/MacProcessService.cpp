@@ -21,6 +21,22 @@ bool read(std::int32_t processIdentifier, int flavour, Record& record) noexcept 
     return ::proc_pidinfo(processIdentifier, flavour, 0, &record, size) >= size;
 }
 
+std::optional<std::uint64_t> readStartTime(std::int32_t processIdentifier) noexcept {
+    proc_bsdinfo process{};
+    if (!read(processIdentifier, PROC_PIDTBSDINFO, process))
+        return std::nullopt;
+    return process.pbi_start_tvsec * microsecondsPerSecond + process.pbi_start_tvusec;
+}
+
+RunningApplications listRunning() {
+    RunningApplications applications;
+    for (RunningApplication& application : Workspace::runningApplications()) {
+        application.startTime = readStartTime(application.processIdentifier).value_or(0);
+        applications.push_back(std::make_shared<const RunningApplication>(std::move(application)));
+    }
+    return applications;
+}
+
 } // namespace
 
 std::optional<TaskInfo> MacProcessService::taskInfo(std::int32_t processIdentifier) noexcept {
@@ -34,10 +50,7 @@ std::optional<TaskInfo> MacProcessService::taskInfo(std::int32_t processIdentifi
 }
 
 std::optional<std::uint64_t> MacProcessService::startTime(std::int32_t processIdentifier) noexcept {
-    proc_bsdinfo process{};
-    if (!read(processIdentifier, PROC_PIDTBSDINFO, process))
-        return std::nullopt;
-    return process.pbi_start_tvsec * microsecondsPerSecond + process.pbi_start_tvusec;
+    return readStartTime(processIdentifier);
 }
 
 std::optional<std::int32_t> MacProcessService::parent(std::int32_t processIdentifier) noexcept {
@@ -48,22 +61,18 @@ std::optional<std::int32_t> MacProcessService::parent(std::int32_t processIdenti
 }
 
 RunningApplications MacProcessService::runningApplications() {
-    RunningApplications applications;
-    for (RunningApplication& application : Workspace::runningApplications()) {
-        application.startTime = startTime(application.processIdentifier).value_or(0);
-        applications.push_back(std::make_shared<const RunningApplication>(std::move(application)));
-    }
-    return applications;
+    return listRunning();
 }
 
 Observation MacProcessService::observeRunningApplications(RunningApplicationsObserver observer) {
+    // The workspace's registration lasts longer than the service. An exception does not pass through the workspace.
     std::call_once(observes_, [this] {
-        Workspace::observeRunningApplications([this] {
-            observers_.offer(std::make_shared<const RunningApplications>(runningApplications()));
-            observers_.tell();
+        Workspace::observeRunningApplications([observers = observers_]() noexcept {
+            observers->offer(std::make_shared<const RunningApplications>(listRunning()));
+            observers->tell();
         });
     });
-    return observers_.add(
+    return observers_->add(
         [observer = std::move(observer)](const SharedRunningApplications& applications) { observer(*applications); });
 }
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <SentrelKit/base/system/detail/FirstUse.h>
 #include <SentrelKit/platform/ProcessService.h>
 #include <SentrelKit/platform/support/Observer.h>
 
+#include <memory>
 #include <mutex>
 
 namespace sentrel::platform {
@@ -21,7 +21,8 @@ public:
 
 private:
     std::once_flag observes_;
-    Observers<SharedRunningApplications> observers_;
+    using Set = Observers<SharedRunningApplications>;
+    const std::shared_ptr<Set> observers_ = std::make_shared<Set>();
 };
 
 } // namespace sentrel::platform

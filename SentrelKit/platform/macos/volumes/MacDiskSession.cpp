@@ -38,7 +38,8 @@ std::string reasonOf(DADissenterRef dissenter) {
     return "status " + std::to_string(DADissenterGetStatus(dissenter));
 }
 
-void onUnmounted(DADiskRef, DADissenterRef dissenter, void* context) {
+// An exception of the completion does not pass through disk arbitration.
+void onUnmounted(DADiskRef, DADissenterRef dissenter, void* context) noexcept {
     const std::shared_ptr<PendingUnmount> pending = pendingUnmounts().take(context);
     if (!pending)
         return;

@@ -65,9 +65,11 @@ std::unique_ptr<DiskSession> MacVolumeService::openSession() {
 }
 
 Observation MacVolumeService::observe(std::function<void(const VolumeNotification&)> observer) {
-    // The notices hold the observers, not the registration: one that comes late finds nobody.
+    // The notices hold the observers, not the registration: one that comes late finds nobody. An exception does not
+    // pass through the notification centre.
     const auto observers = std::make_shared<Observers<VolumeNotification>>();
-    return observers->add(std::move(observer), VolumeNotices::add([observers](const VolumeNotification& notice) {
+    return observers->add(std::move(observer),
+                          VolumeNotices::add([observers](const VolumeNotification& notice) noexcept {
                               observers->post(notice);
                               observers->tell();
                           }));
