@@ -25,28 +25,34 @@ std::string MacDesktop::defaultSoundName() const {
 }
 
 void MacDesktop::installPresentation() {
-    // The centre does not keep its delegate alive.
-    static SentrelNotificationPresenter* const presenter = [[SentrelNotificationPresenter alloc] init];
-    NSUserNotificationCenter.defaultUserNotificationCenter.delegate = presenter;
+    @autoreleasepool {
+        // The centre does not keep its delegate alive.
+        static SentrelNotificationPresenter* const presenter = [[SentrelNotificationPresenter alloc] init];
+        NSUserNotificationCenter.defaultUserNotificationCenter.delegate = presenter;
+    }
 }
 
 void MacDesktop::deliver(const UserNotification& notification) {
-    NSUserNotification* const native = [[NSUserNotification alloc] init];
-    native.title = object(notification.title);
-    native.informativeText = object(notification.text);
-    native.soundName = object(notification.sound);
-    if (notification.actionButtonTitle) {
-        native.hasActionButton = YES;
-        native.actionButtonTitle = object(*notification.actionButtonTitle);
+    @autoreleasepool {
+        NSUserNotification* const native = [[NSUserNotification alloc] init];
+        native.title = object(notification.title);
+        native.informativeText = object(notification.text);
+        native.soundName = object(notification.sound);
+        if (notification.actionButtonTitle) {
+            native.hasActionButton = YES;
+            native.actionButtonTitle = object(*notification.actionButtonTitle);
+        }
+        native.hasReplyButton = notification.hasReplyButton;
+        [NSUserNotificationCenter.defaultUserNotificationCenter deliverNotification:native];
     }
-    native.hasReplyButton = notification.hasReplyButton;
-    [NSUserNotificationCenter.defaultUserNotificationCenter deliverNotification:native];
 }
 
 bool MacDesktop::openAddress(const std::string& address) {
-    NSString* const text = object(address);
-    NSURL* const url = text ? [NSURL URLWithString:text] : nil;
-    return url && [NSWorkspace.sharedWorkspace openURL:url];
+    @autoreleasepool {
+        NSString* const text = object(address);
+        NSURL* const url = text ? [NSURL URLWithString:text] : nil;
+        return url && [NSWorkspace.sharedWorkspace openURL:url];
+    }
 }
 
 } // namespace sentrel::platform

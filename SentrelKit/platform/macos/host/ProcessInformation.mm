@@ -6,15 +6,21 @@
 namespace sentrel::platform::ProcessInformation {
 
 std::uint64_t physicalMemory() noexcept {
-    return NSProcessInfo.processInfo.physicalMemory;
+    @autoreleasepool {
+        return NSProcessInfo.processInfo.physicalMemory;
+    }
 }
 
 double systemUptime() noexcept {
-    return NSProcessInfo.processInfo.systemUptime;
+    @autoreleasepool {
+        return NSProcessInfo.processInfo.systemUptime;
+    }
 }
 
 long thermalState() noexcept {
-    return NSProcessInfo.processInfo.thermalState;
+    @autoreleasepool {
+        return NSProcessInfo.processInfo.thermalState;
+    }
 }
 
 } // namespace sentrel::platform::ProcessInformation

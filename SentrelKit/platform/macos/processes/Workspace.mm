@@ -35,27 +35,31 @@
 namespace sentrel::platform::Workspace {
 
 std::vector<RunningApplication> runningApplications() {
-    std::vector<RunningApplication> applications;
-    for (NSRunningApplication* running in NSWorkspace.sharedWorkspace.runningApplications) {
-        RunningApplication application;
-        application.processIdentifier = running.processIdentifier;
-        application.localizedName = textOf(running.localizedName);
-        application.bundleIdentifier = textOf(running.bundleIdentifier);
-        application.icon = textOf(running.bundleURL.path);
-        applications.push_back(std::move(application));
+    @autoreleasepool {
+        std::vector<RunningApplication> applications;
+        for (NSRunningApplication* running in NSWorkspace.sharedWorkspace.runningApplications) {
+            RunningApplication application;
+            application.processIdentifier = running.processIdentifier;
+            application.localizedName = textOf(running.localizedName);
+            application.bundleIdentifier = textOf(running.bundleIdentifier);
+            application.icon = textOf(running.bundleURL.path);
+            applications.push_back(std::move(application));
+        }
+        return applications;
     }
-    return applications;
 }
 
 void observeRunningApplications(std::function<void()> changed) {
-    // Never taken back, so never let go.
-    static NSMutableArray* const observers = [NSMutableArray array];
-    SentrelRunningApplicationsObserver* const observer =
-        [[SentrelRunningApplicationsObserver alloc] initWithChanged:std::move(changed)];
-    @synchronized(observers) {
-        [observers addObject:observer];
+    @autoreleasepool {
+        // Never taken back, so never let go.
+        static NSMutableArray* const observers = [NSMutableArray array];
+        SentrelRunningApplicationsObserver* const observer =
+            [[SentrelRunningApplicationsObserver alloc] initWithChanged:std::move(changed)];
+        @synchronized(observers) {
+            [observers addObject:observer];
+        }
+        [NSWorkspace.sharedWorkspace addObserver:observer forKeyPath:@"runningApplications" options:0 context:nullptr];
     }
-    [NSWorkspace.sharedWorkspace addObserver:observer forKeyPath:@"runningApplications" options:0 context:nullptr];
 }
 
 } // namespace sentrel::platform::Workspace

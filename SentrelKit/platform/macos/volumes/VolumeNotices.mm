@@ -21,10 +21,12 @@ std::optional<std::string> pathAt(NSDictionary* facts, NSString* key) {
 }
 
 VolumeNotification noticeOf(VolumeNotification::Kind kind, NSDictionary* facts) {
-    return {.kind = kind,
-            .oldName = textAt(facts, NSWorkspaceVolumeOldLocalizedNameKey),
-            .newName = textAt(facts, NSWorkspaceVolumeLocalizedNameKey),
-            .path = pathAt(facts, NSWorkspaceVolumeURLKey)};
+    @autoreleasepool {
+        return {.kind = kind,
+                .oldName = textAt(facts, NSWorkspaceVolumeOldLocalizedNameKey),
+                .newName = textAt(facts, NSWorkspaceVolumeLocalizedNameKey),
+                .path = pathAt(facts, NSWorkspaceVolumeURLKey)};
+    }
 }
 
 NSNotificationCenter* centre() {
@@ -34,24 +36,26 @@ NSNotificationCenter* centre() {
 } // namespace
 
 std::shared_ptr<void> add(std::function<void(const VolumeNotification&)> tell) {
-    const auto addOne = [&tell](NSString* name, VolumeNotification::Kind kind) {
-        const auto hear = tell; // the block has its own
-        return [centre() addObserverForName:name
-                                     object:nil
-                                      queue:nil
-                                 usingBlock:^(NSNotification* notification) {
-                                   hear(noticeOf(kind, notification.userInfo));
-                                 }];
-    };
-    NSArray* const tokens = @[
-        addOne(NSWorkspaceDidMountNotification, VolumeNotification::Kind::didMount),
-        addOne(NSWorkspaceDidUnmountNotification, VolumeNotification::Kind::didUnmount),
-        addOne(NSWorkspaceDidRenameVolumeNotification, VolumeNotification::Kind::didRename),
-    ];
-    return {const_cast<void*>((__bridge_retained CFTypeRef)tokens), [](void* owned) {
-                for (const id token in (__bridge_transfer NSArray*)owned)
-                    [centre() removeObserver:token];
-            }};
+    @autoreleasepool {
+        const auto addOne = [&tell](NSString* name, VolumeNotification::Kind kind) {
+            const auto hear = tell; // the block has its own
+            return [centre() addObserverForName:name
+                                         object:nil
+                                          queue:nil
+                                     usingBlock:^(NSNotification* notification) {
+                                       hear(noticeOf(kind, notification.userInfo));
+                                     }];
+        };
+        NSArray* const tokens = @[
+            addOne(NSWorkspaceDidMountNotification, VolumeNotification::Kind::didMount),
+            addOne(NSWorkspaceDidUnmountNotification, VolumeNotification::Kind::didUnmount),
+            addOne(NSWorkspaceDidRenameVolumeNotification, VolumeNotification::Kind::didRename),
+        ];
+        return {const_cast<void*>((__bridge_retained CFTypeRef)tokens), [](void* owned) {
+                    for (const id token in (__bridge_transfer NSArray*)owned)
+                        [centre() removeObserver:token];
+                }};
+    }
 }
 
 } // namespace sentrel::platform::VolumeNotices
