@@ -51,6 +51,11 @@ TEST_F(MacValues, OfNothingAndOfUnknownKindsAreEmpty) {
     EXPECT_EQ(dictionaryOf(CFOwner(created("no dictionary")).get()), PropertyList::Dictionary());
 }
 
+TEST_F(MacValues, OfAnAddressThatCannotBeResolvedAreEmpty) {
+    failures::plan("CFURLCopyAbsoluteURL", 1);
+    EXPECT_TRUE(converted(PropertyList::Address{"https://example.com/"}).empty());
+}
+
 TEST_F(MacValues, WithOtherKeysThanTextsAreLeftOut) {
     EXPECT_EQ(dictionaryOf(CFOwner(createdWithOddKey("key", 1)).get()), (PropertyList::Dictionary{{"key", 1}}));
 }

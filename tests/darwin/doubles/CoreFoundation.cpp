@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "tests/darwin/doubles/Failures.h"
 #include "tests/darwin/doubles/Ledger.h"
 #include "tests/darwin/doubles/Objects.h"
 
@@ -299,7 +300,7 @@ CFURLRef CFURLCreateWithString(CFAllocatorRef, CFStringRef URLString, CFURLRef) 
 }
 
 CFURLRef CFURLCopyAbsoluteURL(CFURLRef relativeURL) {
-    return static_cast<CFURLRef>(CFRetain(relativeURL));
+    return failures::due("CFURLCopyAbsoluteURL") ? nullptr : static_cast<CFURLRef>(CFRetain(relativeURL));
 }
 
 CFStringRef CFURLGetString(CFURLRef anURL) {

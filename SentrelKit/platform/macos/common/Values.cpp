@@ -149,6 +149,8 @@ PropertyList propertyListOf(CFTypeRef value) {
         return PropertyList::Date{CFDateGetAbsoluteTime(date) + kCFAbsoluteTimeIntervalSince1970};
     if (const auto url = cfCast<CFURLRef>(value, CFURLGetTypeID())) {
         const CFOwner absolute(CFURLCopyAbsoluteURL(url));
+        if (!absolute)
+            return {};
         return PropertyList::Address{textOf(CFURLGetString(absolute.get())).value_or(std::string())};
     }
     if (const auto array = cfCast<CFArrayRef>(value, CFArrayGetTypeID()))

@@ -17,6 +17,7 @@
 #include <sys/sysctl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 
@@ -43,7 +44,7 @@ bool MacNetworkService::listInterfaces(const std::function<void(const InterfaceI
     size = list_.size();
     if (!ask(name, list_.data(), size))
         return false;
-    messages_.read(std::span(list_).first(size), each);
+    messages_.read(std::span(list_).first(std::min(size, list_.size())), each);
     return true;
 }
 
