@@ -100,7 +100,8 @@ Faces& faces() {
 // The font that holds a box for every character that no other font has.
 bool isLastResort(CTRunRef run) {
     const void* const font = CFDictionaryGetValue(CTRunGetAttributes(run), kCTFontAttributeName);
-    return font && postScriptName(static_cast<CTFontRef>(font)) == "LastResort";
+    const auto name = font ? postScriptName(static_cast<CTFontRef>(font)) : std::nullopt;
+    return name == "LastResort" || name == ".LastResort"; // the system's own names begin with a dot
 }
 
 } // namespace
@@ -140,7 +141,10 @@ CoreTextLine::CoreTextLine(const std::string& text, const FontFace& face, double
 }
 
 void CoreTextLine::draw(CGContextRef context, Point corner) const {
+    // No part of the context's state: neither saved nor restored with it.
+    const CGAffineTransform matrix = CGContextGetTextMatrix(context);
     CGContextSetTextMatrix(context, CGAffineTransformIdentity);
+    CGContextSetTextDrawingMode(context, kCGTextFill);
     CFArrayRef runs = CTLineGetGlyphRuns(line_.get());
     for (CFIndex index = 0; index < CFArrayGetCount(runs); ++index) {
         const auto run = static_cast<CTRunRef>(CFArrayGetValueAtIndex(runs, index));
@@ -149,6 +153,7 @@ void CoreTextLine::draw(CGContextRef context, Point corner) const {
         CGContextSetTextPosition(context, corner.x, corner.y + descent_);
         CTRunDraw(run, context, CFRangeMake(0, 0));
     }
+    CGContextSetTextMatrix(context, matrix);
 }
 
 Size textSize(const std::string& text, const Font& font) {
