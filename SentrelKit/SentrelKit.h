@@ -33,6 +33,7 @@
 #include <SentrelKit/views/CircleChart.h>
 #include <SentrelKit/views/Coder.h>
 #include <SentrelKit/views/Control.h>
+#include <SentrelKit/views/EventRouter.h>
 #include <SentrelKit/views/FUIButton.h>
 #include <SentrelKit/views/FUIColor.h>
 #include <SentrelKit/views/FUIFont.h>
@@ -44,7 +45,6 @@
 #include <SentrelKit/views/HorizontalLine.h>
 #include <SentrelKit/views/LineChart.h>
 #include <SentrelKit/views/PieChart.h>
-#include <SentrelKit/views/PointerRouter.h>
 #include <SentrelKit/views/Shape.h>
 #include <SentrelKit/views/Square.h>
 #include <SentrelKit/views/TextField.h>

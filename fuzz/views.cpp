@@ -3,6 +3,7 @@
 // crash, no cairo error, and a bound on the time of one drawing that the fuzzer's own timeout keeps.
 
 #include <SentrelKit/views/Circle.h>
+#include <SentrelKit/views/EventRouter.h>
 #include <SentrelKit/views/FUIButton.h>
 #include <SentrelKit/views/FUIFont.h>
 #include <SentrelKit/views/FUIIndicator.h>
@@ -12,7 +13,6 @@
 #include <SentrelKit/views/HorizontalLine.h>
 #include <SentrelKit/views/LineChart.h>
 #include <SentrelKit/views/PieChart.h>
-#include <SentrelKit/views/PointerRouter.h>
 #include <SentrelKit/views/Square.h>
 #include <SentrelKit/views/Thermometer.h>
 #include <SentrelKit/views/Triangle.h>
@@ -190,7 +190,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     View root({0, 0, 64, 64});
     for (int count = 0; count < 8 && !bytes.empty(); ++count)
         root.addSubview(component(bytes));
-    PointerRouter router(root);
+    EventRouter router(root);
     router.moved(bytes.point());
     router.pressed(bytes.point());
     router.released(bytes.point());

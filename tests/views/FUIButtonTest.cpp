@@ -3,8 +3,8 @@
 
 #include "tests/views/FlatControls.h"
 
+#include <SentrelKit/views/EventRouter.h>
 #include <SentrelKit/views/FUIColor.h>
-#include <SentrelKit/views/PointerRouter.h>
 #include <SentrelKit/views/TextField.h>
 #include <SentrelKit/views/layers/Layer.h>
 
@@ -147,7 +147,7 @@ TEST_F(FUIButtons, LetsItsActionReplaceItselfOrReleaseTheButton) {
 }
 
 TEST_F(FUIButtons, SendsItsActionForAPressAndAReleaseInsideOnly) {
-    PointerRouter router(button);
+    EventRouter router(button);
     router.pressed({5, 5}); // a tap: nothing was heard of the finger before
     EXPECT_EQ(button.layer()->backgroundColor(), darker());
     router.released({5, 5});
@@ -167,7 +167,7 @@ TEST_F(FUIButtons, SendsItsActionForAPressAndAReleaseInsideOnly) {
 }
 
 TEST_F(FUIButtons, ReturnsToRestAndSendsNothingForAGestureThatIsCancelled) {
-    PointerRouter router(button);
+    EventRouter router(button);
     router.pressed({5, 5});
     router.cancel();
     EXPECT_EQ(button.layer()->backgroundColor(), FUIColor::turquoise());

@@ -3,8 +3,8 @@
 
 #include "tests/views/FlatControls.h"
 
+#include <SentrelKit/views/EventRouter.h>
 #include <SentrelKit/views/FUIColor.h>
-#include <SentrelKit/views/PointerRouter.h>
 
 namespace sentrel {
 
@@ -112,7 +112,7 @@ TEST_F(FUILinks, TracksThePointerOverItsBoundsOnce) {
 }
 
 TEST_F(FUILinks, ReturnsToItsColourAndOpensNothingForAGestureThatIsCancelled) {
-    PointerRouter router(link);
+    EventRouter router(link);
     router.pressed({5, 5});
     EXPECT_EQ(link.textColor(), FUIColor::belizeHole());
     router.cancel();

@@ -2,7 +2,7 @@
 #include <SentrelKit/embed/appkit/SentrelView.h>
 
 #include <SentrelKit/platform/macos/common/Bridge.h>
-#include <SentrelKit/views/PointerRouter.h>
+#include <SentrelKit/views/EventRouter.h>
 #include <SentrelKit/views/drawing/coregraphics/CoreGraphicsCanvas.h>
 
 #include <algorithm>
@@ -28,7 +28,7 @@ void appendValues(const sentrel::View& view, std::string& text) {
 
 @implementation SentrelView {
     std::shared_ptr<sentrel::View> _view;
-    std::unique_ptr<sentrel::PointerRouter> _router;
+    std::unique_ptr<sentrel::EventRouter> _router;
     NSTimer* _frames;
 }
 
@@ -36,7 +36,7 @@ void appendValues(const sentrel::View& view, std::string& text) {
     self = [super initWithFrame:rectOf(view->frame())];
     if (self) {
         _view = std::move(view);
-        _router = std::make_unique<sentrel::PointerRouter>(*_view);
+        _router = std::make_unique<sentrel::EventRouter>(*_view);
         __weak SentrelView* const weakSelf = self;
         _view->setDisplayHandler([weakSelf] { [weakSelf showChanges]; });
     }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <SentrelKit/views/EventRouter.h>
 #include <SentrelKit/views/FUIButton.h>
-#include <SentrelKit/views/PointerRouter.h>
 
 #include <gtest/gtest.h>
 
@@ -43,9 +43,9 @@ private:
     std::string& log_;
 };
 
-class PointerRouterTest : public testing::Test {
+class EventRouterTest : public testing::Test {
 protected:
-    PointerRouterTest() {
+    EventRouterTest() {
         root.addSubview(one);
         root.addSubview(two);
         one->addSubview(inner);
@@ -60,8 +60,8 @@ protected:
     std::shared_ptr<Listener> inner = std::make_shared<Listener>(Rect{0, 0, 20, 20}, "inner", log);
 };
 
-TEST_F(PointerRouterTest, TellsViewsOfThePointersComingAndGoing) {
-    PointerRouter router(root);
+TEST_F(EventRouterTest, TellsViewsOfThePointersComingAndGoing) {
+    EventRouter router(root);
     router.moved({40, 10});
     EXPECT_EQ(taken(), "+one");
     router.moved({41, 11});
@@ -74,8 +74,8 @@ TEST_F(PointerRouterTest, TellsViewsOfThePointersComingAndGoing) {
     EXPECT_EQ(taken(), "-two");
 }
 
-TEST_F(PointerRouterTest, GivesTheReleaseToTheViewThatWasPressed) {
-    PointerRouter router(root);
+TEST_F(EventRouterTest, GivesTheReleaseToTheViewThatWasPressed) {
+    EventRouter router(root);
     router.pressed({60, 60});
     router.moved({5, 5});
     router.released({5, 5});
@@ -90,8 +90,8 @@ TEST_F(PointerRouterTest, GivesTheReleaseToTheViewThatWasPressed) {
 }
 
 // A release outside came without the pointer's leaving, and a tap without its coming.
-TEST_F(PointerRouterTest, PlacesThePointerBeforeAPressAndBeforeARelease) {
-    PointerRouter router(root);
+TEST_F(EventRouterTest, PlacesThePointerBeforeAPressAndBeforeARelease) {
+    EventRouter router(root);
     router.pressed({60, 60});
     EXPECT_EQ(taken(), "+twovtwo");
     router.released({500, 500});
@@ -102,9 +102,9 @@ TEST_F(PointerRouterTest, PlacesThePointerBeforeAPressAndBeforeARelease) {
     EXPECT_EQ(taken(), "+twovtwo-two+two^two");
 }
 
-TEST_F(PointerRouterTest, HandsAPressThatAViewPassesOnToItsSuperview) {
+TEST_F(EventRouterTest, HandsAPressThatAViewPassesOnToItsSuperview) {
     inner->passes = true;
-    PointerRouter router(root);
+    EventRouter router(root);
     router.pressed({5, 45});
     EXPECT_EQ(taken(), "+one+innervinnervone");
     const auto label = std::make_shared<View>(Rect{30, 30, 10, 10});
@@ -114,8 +114,8 @@ TEST_F(PointerRouterTest, HandsAPressThatAViewPassesOnToItsSuperview) {
     EXPECT_EQ(taken(), "-innervone^one");
 }
 
-TEST_F(PointerRouterTest, CancelsAGestureWithoutARelease) {
-    PointerRouter router(root);
+TEST_F(EventRouterTest, CancelsAGestureWithoutARelease) {
+    EventRouter router(root);
     router.pressed({60, 60});
     router.cancel();
     EXPECT_EQ(taken(), "+twovtwo-two");
@@ -127,10 +127,10 @@ TEST_F(PointerRouterTest, CancelsAGestureWithoutARelease) {
 }
 
 // The part of a view that its superview clips off reacted to the pointer.
-TEST_F(PointerRouterTest, IsInNoPartOfAViewThatIsClippedOff) {
+TEST_F(EventRouterTest, IsInNoPartOfAViewThatIsClippedOff) {
     one->setFrame({0, 0, 10, 10});
     inner->setFrame({5, 0, 90, 90});
-    PointerRouter router(root);
+    EventRouter router(root);
     router.moved({7, 95});
     EXPECT_EQ(taken(), "+one+inner");
     router.moved({15, 95});
@@ -147,14 +147,14 @@ TEST_F(PointerRouterTest, IsInNoPartOfAViewThatIsClippedOff) {
 }
 
 // Whatever lay at the freed view's address got its events.
-TEST_F(PointerRouterTest, TellsNothingToTheSuccessorOfAViewThatIsFreed) {
+TEST_F(EventRouterTest, TellsNothingToTheSuccessorOfAViewThatIsFreed) {
     alignas(Listener) std::byte place[sizeof(Listener)];
     const auto make = [&](std::string name) {
         return std::shared_ptr<Listener>(new (place) Listener(Rect{50, 0, 50, 50}, std::move(name), log),
                                          [](Listener* view) { view->~Listener(); });
     };
     root.addSubview(make("old"));
-    PointerRouter router(root);
+    EventRouter router(root);
     router.pressed({60, 60});
     EXPECT_EQ(taken(), "+two+oldvold");
     root.subviews().back()->removeFromSuperview();
@@ -168,11 +168,11 @@ TEST_F(PointerRouterTest, TellsNothingToTheSuccessorOfAViewThatIsFreed) {
     root.subviews().back()->removeFromSuperview();
 }
 
-TEST_F(PointerRouterTest, MayBeDestroyedByARelease) {
+TEST_F(EventRouterTest, MayBeDestroyedByARelease) {
     auto window = std::make_unique<View>(Rect{0, 0, 100, 100});
     auto close = std::make_shared<FUIButton>(Rect{0, 0, 100, 100});
     const std::weak_ptr<FUIButton> button = close;
-    auto router = std::make_unique<PointerRouter>(*window);
+    auto router = std::make_unique<EventRouter>(*window);
     close->setAction([&](Control&) {
         router.reset();
         window.reset();
@@ -184,8 +184,8 @@ TEST_F(PointerRouterTest, MayBeDestroyedByARelease) {
     EXPECT_TRUE(button.expired());
 }
 
-TEST_F(PointerRouterTest, ForgetsViewsThatLeaveTheTree) {
-    PointerRouter router(root);
+TEST_F(EventRouterTest, ForgetsViewsThatLeaveTheTree) {
+    EventRouter router(root);
     router.moved({60, 60});
     two->removeWhenPressed = true;
     router.pressed({60, 60});
@@ -195,17 +195,17 @@ TEST_F(PointerRouterTest, ForgetsViewsThatLeaveTheTree) {
     EXPECT_EQ(taken(), "+twovtwo+one");
 }
 
-TEST_F(PointerRouterTest, KeepsAViewThatLeavesTheTreeUntilItsEventIsOver) {
+TEST_F(EventRouterTest, KeepsAViewThatLeavesTheTreeUntilItsEventIsOver) {
     two->removeWhenPressed = true;
     const std::weak_ptr<Listener> released = std::exchange(two, nullptr);
-    PointerRouter router(root);
+    EventRouter router(root);
     router.pressed({60, 60});
     EXPECT_EQ(taken(), "+twovtwo");
     EXPECT_TRUE(released.expired());
 }
 
-TEST_F(PointerRouterTest, ShowsTheCursorOfTheTopmostViewOrOfWhatItLiesIn) {
-    PointerRouter router(root);
+TEST_F(EventRouterTest, ShowsTheCursorOfTheTopmostViewOrOfWhatItLiesIn) {
+    EventRouter router(root);
     EXPECT_EQ(router.cursorAt({5, 45}), Cursor::pointingHand);
     EXPECT_EQ(router.cursorAt({30, 10}), Cursor::arrow);
     EXPECT_EQ(router.cursorAt({90, 10}), Cursor::arrow);
@@ -215,8 +215,8 @@ TEST_F(PointerRouterTest, ShowsTheCursorOfTheTopmostViewOrOfWhatItLiesIn) {
     EXPECT_EQ(router.cursorAt({500, 10}), Cursor::arrow);
 }
 
-TEST_F(PointerRouterTest, FollowsAViewThatChangesItsSize) {
-    PointerRouter router(root);
+TEST_F(EventRouterTest, FollowsAViewThatChangesItsSize) {
+    EventRouter router(root);
     two->setFrame({50, 0, 10, 10});
     router.moved({80, 80});
     EXPECT_EQ(taken(), "");
@@ -248,7 +248,7 @@ TEST_P(Cells, HaveEachPixelOnce) {
     const auto other = std::make_shared<Cell>(Rect{0, 3, 2, 3}, "other", log, cellFlipped);
     root.addSubview(one);
     root.addSubview(other);
-    PointerRouter router(root);
+    EventRouter router(root);
     const int upper = rootFlipped ? 0 : 1; // the rows that the cells leave free are below or above them
     for (int y = -2; y < 9; ++y) {
         for (int x = -2; x < 6; ++x) {

@@ -11,10 +11,10 @@ namespace sentrel {
 /// Hands the pointer's events of one surface to the views on it. For the host of a surface, on the main thread. A view
 /// that is told of an event may change the tree of views; one that leaves the tree is told nothing more. The router and
 /// the view without superview may be destroyed from a `mouseUp` (so from a button's action), but from no other event.
-class SENTREL_API PointerRouter {
+class SENTREL_API EventRouter {
 public:
     /// Registers the pointer's rectangles of the tree. The view without superview must outlive the router.
-    explicit PointerRouter(View& root);
+    explicit EventRouter(View& root);
 
     /// The pointer is now there, in the surface's coordinates: views that it left get `mouseExited`, then views that it
     /// came to `mouseEntered`, outer ones first. It is in no part of a view that its superviews clip off.

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <SentrelKit/views/PointerRouter.h>
+#include <SentrelKit/views/EventRouter.h>
 
 #include <algorithm>
 #include <utility>
@@ -38,18 +38,18 @@ std::shared_ptr<View> ownerOf(const View& view) {
 
 } // namespace
 
-PointerRouter::PointerRouter(View& root) : root_(&root, [](View*) {}) {
+EventRouter::EventRouter(View& root) : root_(&root, [](View*) {}) {
     root.preparePointer();
 }
 
-bool PointerRouter::isShown(const View& view) const {
+bool EventRouter::isShown(const View& view) const {
     const View* holder = &view;
     while (holder && holder != root_.get())
         holder = holder->superview();
     return holder != nullptr;
 }
 
-void PointerRouter::enterOnly(const std::vector<std::shared_ptr<View>>& inside, Point point) {
+void EventRouter::enterOnly(const std::vector<std::shared_ptr<View>>& inside, Point point) {
     Views before;
     for (const std::weak_ptr<View>& entered : std::exchange(entered_, {inside.begin(), inside.end()}))
         if (std::shared_ptr<View> view = entered.lock())
@@ -63,17 +63,17 @@ void PointerRouter::enterOnly(const std::vector<std::shared_ptr<View>>& inside, 
             view->mouseEntered({point});
 }
 
-void PointerRouter::moved(Point point) {
+void EventRouter::moved(Point point) {
     Views now;
     collectTracking(root_, point, now);
     enterOnly(now, point);
 }
 
-void PointerRouter::left() {
+void EventRouter::left() {
     enterOnly({}, {-1.0, -1.0});
 }
 
-void PointerRouter::pressed(Point point) {
+void EventRouter::pressed(Point point) {
     moved(point);
     pressed_.reset();
     const View* const topmost = root_->hitTest(point);
@@ -84,19 +84,19 @@ void PointerRouter::pressed(Point point) {
     view->mouseDown({point});
 }
 
-void PointerRouter::released(Point point) {
+void EventRouter::released(Point point) {
     const std::shared_ptr<View> view = std::exchange(pressed_, {}).lock();
     moved(point);
     if (view && isShown(*view))
         view->mouseUp({point}); // last: it may destroy the router
 }
 
-void PointerRouter::cancel() {
+void EventRouter::cancel() {
     pressed_.reset();
     left();
 }
 
-Cursor PointerRouter::cursorAt(Point point) const {
+Cursor EventRouter::cursorAt(Point point) const {
     // The topmost view's own wish, else that of what it lies in: a label on a button shows the button's cursor.
     for (const View* view = root_->hitTest(point); view; view = view->superview())
         for (const CursorRect& wish : view->cursorRects())
