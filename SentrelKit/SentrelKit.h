@@ -2,7 +2,9 @@
 #pragma once
 
 /// Everything that a host program uses. A host that draws nothing may include the headers of `system` and `settings`
-/// one by one and link SentrelKit::Core alone.
+/// one by one and link SentrelKit::Core alone. A host that draws on a context of the drawing system includes its canvas
+/// besides: <SentrelKit/views/drawing/cairo/CairoCanvas.h>, or on macOS
+/// <SentrelKit/views/drawing/coregraphics/CoreGraphicsCanvas.h>.
 
 #include <SentrelKit/Version.h>
 #include <SentrelKit/platform/DispatchQueue.h>
@@ -28,12 +30,14 @@
 #include <SentrelKit/system/SystemResource.h>
 #include <SentrelKit/system/Time.h>
 #include <SentrelKit/system/Timer.h>
+#include <SentrelKit/views/Accessibility.h>
 #include <SentrelKit/views/Bar.h>
 #include <SentrelKit/views/Circle.h>
 #include <SentrelKit/views/CircleChart.h>
 #include <SentrelKit/views/Coder.h>
 #include <SentrelKit/views/Control.h>
 #include <SentrelKit/views/EventRouter.h>
+#include <SentrelKit/views/Events.h>
 #include <SentrelKit/views/FUIButton.h>
 #include <SentrelKit/views/FUIColor.h>
 #include <SentrelKit/views/FUIFont.h>
@@ -51,11 +55,13 @@
 #include <SentrelKit/views/Thermometer.h>
 #include <SentrelKit/views/Triangle.h>
 #include <SentrelKit/views/View.h>
+#include <SentrelKit/views/drawing/Canvas.h>
 #include <SentrelKit/views/drawing/Color.h>
 #include <SentrelKit/views/drawing/Font.h>
 #include <SentrelKit/views/drawing/Geometry.h>
 #include <SentrelKit/views/drawing/Path.h>
 #include <SentrelKit/views/drawing/Picture.h>
+#include <SentrelKit/views/drawing/RecordingCanvas.h>
 #include <SentrelKit/views/layers/Animation.h>
 #include <SentrelKit/views/layers/Layer.h>
 #include <SentrelKit/views/layers/MediaTime.h>

@@ -26,4 +26,8 @@ std::optional<std::string> Bar::accessibilityValue() const {
     return percentText(percent_);
 }
 
+std::optional<double> Bar::accessibilityLevel() const {
+    return percentLevel(percent_);
+}
+
 } // namespace sentrel

@@ -31,7 +31,14 @@ public:
 
     /// The value as a whole percentage: "42%".
     [[nodiscard]] std::optional<std::string> accessibilityValue() const override;
+
+    /// The value held between 0 and 100.
+    [[nodiscard]] std::optional<double> accessibilityLevel() const override;
     void drawRect(Canvas& canvas, Rect rect) override;
+
+protected:
+    /// A level indicator.
+    [[nodiscard]] AccessibilityRole ownAccessibilityRole() const override { return AccessibilityRole::levelIndicator; }
 
 private:
     double percent_ = 50.0;

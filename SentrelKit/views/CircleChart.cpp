@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/views/CircleChart.h>
 
+#include <SentrelKit/views/FUIFont.h>
 #include <SentrelKit/views/detail/PercentText.h>
 #include <SentrelKit/views/drawing/Canvas.h>
 
@@ -17,6 +18,27 @@ CircleChart::CircleChart(Coder& coder) : View(coder) {}
 
 void CircleChart::setMyLabel(std::weak_ptr<TextField> label) noexcept {
     myLabel_ = std::move(label);
+}
+
+std::shared_ptr<TextField> CircleChart::addLabel() {
+    auto label = std::make_shared<TextField>();
+    label->setAlignment(TextAlignment::center);
+    label->setStringValue(percentText(percent_));
+    madeLabel_ = label;
+    setMyLabel(label);
+    addSubview(label);
+    return label;
+}
+
+void CircleChart::layout() {
+    const std::shared_ptr<TextField> label = madeLabel_.lock();
+    if (!label)
+        return;
+    constexpr double heightInRing = 0.2; // of the diameter: "100%" keeps clear of the line
+    const double size = std::min(bounds().width, bounds().height) * heightInRing;
+    const std::optional<Font> bold = FUIFont::bold(size);
+    label->setFont(bold ? *bold : Font::systemFont(size));
+    label->setFrame(bounds());
 }
 
 void CircleChart::setColor(Color color) {
@@ -55,6 +77,10 @@ void CircleChart::drawRect(Canvas& canvas, Rect rect) {
 
 std::optional<std::string> CircleChart::accessibilityValue() const {
     return percentText(percent_);
+}
+
+std::optional<double> CircleChart::accessibilityLevel() const {
+    return percentLevel(percent_);
 }
 
 } // namespace sentrel

@@ -23,6 +23,10 @@ public:
     /// The label is not kept alive, and shows nothing before the rounded percentage next changes.
     void setMyLabel(std::weak_ptr<TextField> label) noexcept;
 
+    /// Puts a label into the ring that shows the rounded percentage from now on, in the middle and in letters that
+    /// follow the ring's size, and returns it: the ring keeps it as a view inside it.
+    std::shared_ptr<TextField> addLabel();
+
     /// The arc's colour; the circle under it has it at alpha 0.2. `FUIColor::emerald()` from the start.
     [[nodiscard]] Color color() const noexcept { return color_; }
 
@@ -49,8 +53,19 @@ public:
     /// The value as the label shows it: "42%".
     [[nodiscard]] std::optional<std::string> accessibilityValue() const override;
 
+    /// The value held between 0 and 100.
+    [[nodiscard]] std::optional<double> accessibilityLevel() const override;
+
+protected:
+    /// Gives the label that the ring made its place and its font.
+    void layout() override;
+
+    /// A level indicator.
+    [[nodiscard]] AccessibilityRole ownAccessibilityRole() const override { return AccessibilityRole::levelIndicator; }
+
 private:
     std::weak_ptr<TextField> myLabel_;
+    std::weak_ptr<TextField> madeLabel_;
     Color color_ = FUIColor::emerald();
     double lineWidth_ = 4.0;
     double percent_ = 0.0;

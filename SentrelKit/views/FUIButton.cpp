@@ -3,6 +3,7 @@
 
 #include <SentrelKit/views/layers/Layer.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace sentrel {
@@ -78,6 +79,26 @@ void FUIButton::mouseUp(const MouseEvent& /*event*/) {
         return;
     aimateBackgroundColor(backgroundColor_); // meant so: the resting colour, although the pointer is inside
     sendAction();
+}
+
+bool FUIButton::performPress() {
+    aimateBackgroundColor(backgroundColor_.blendedColor(0.15, FUIColor::black()));
+    aimateBackgroundColor(backgroundColor_);
+    sendAction();
+    return true;
+}
+
+std::string FUIButton::ownAccessibilityName() const {
+    const std::shared_ptr<TextField> label = title();
+    return label ? label->stringValue() : std::string();
+}
+
+void FUIButton::drawFocusRing(Canvas& canvas, Rect rect) {
+    const auto along = [&](double inset) {
+        const double radius = std::max(borderRadius_ - inset, 0.0);
+        return Path::roundedRect(rect.inset(inset), radius, radius);
+    };
+    strokeFocusRing(canvas, along(1.0), along(2.5));
 }
 
 void FUIButton::updateTrackingAreas() {

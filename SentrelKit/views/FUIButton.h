@@ -62,7 +62,22 @@ public:
     /// The pointing hand.
     [[nodiscard]] Cursor cursor() const override { return Cursor::pointingHand; }
 
+    /// Always.
+    [[nodiscard]] bool acceptsFocus() const override { return true; }
+
 protected:
+    /// Fades from the darker fill to the resting one and sends the action.
+    bool performPress() override;
+
+    /// A button.
+    [[nodiscard]] AccessibilityRole ownAccessibilityRole() const override { return AccessibilityRole::button; }
+
+    /// The title's text.
+    [[nodiscard]] std::string ownAccessibilityName() const override;
+
+    /// Two lines along the corners of the button.
+    void drawFocusRing(Canvas& canvas, Rect rect) override;
+
     /// The layer that carries fill and corners.
     [[nodiscard]] std::shared_ptr<Layer> makeBackingLayer() override;
 

@@ -39,4 +39,17 @@ void FUIIndicator::updateTrackingAreas() {
     addTrackingArea({bounds(), TrackingArea::mouseEnteredAndExited | TrackingArea::activeAlways});
 }
 
+std::optional<std::string> FUIIndicator::accessibilityValue() const {
+    return isActive_ ? "on" : "off";
+}
+
+bool FUIIndicator::performPress() {
+    onClicked_.fire();
+    return true;
+}
+
+void FUIIndicator::drawFocusRing(Canvas& canvas, Rect rect) {
+    strokeFocusRing(canvas, Path::ellipse(rect.inset(1.0)), Path::ellipse(rect.inset(2.5)));
+}
+
 } // namespace sentrel

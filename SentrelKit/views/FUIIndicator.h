@@ -53,6 +53,22 @@ public:
     /// The pointing hand.
     [[nodiscard]] Cursor cursor() const override { return Cursor::pointingHand; }
 
+    /// "on" or "off".
+    [[nodiscard]] std::optional<std::string> accessibilityValue() const override;
+
+    /// Always.
+    [[nodiscard]] bool acceptsFocus() const override { return true; }
+
+protected:
+    /// Fires `onClicked`.
+    bool performPress() override;
+
+    /// A toggle.
+    [[nodiscard]] AccessibilityRole ownAccessibilityRole() const override { return AccessibilityRole::toggle; }
+
+    /// Two lines along the ellipse.
+    void drawFocusRing(Canvas& canvas, Rect rect) override;
+
 private:
     Signal<void> onClicked_;
     Color activeColor_ = FUIColor::clouds();

@@ -37,13 +37,22 @@ void FUILink::mouseDown(const MouseEvent& /*event*/) {
     showColor(activeColor_);
 }
 
-void FUILink::mouseUp(const MouseEvent& /*event*/) {
+void FUILink::open() const {
     if (url_)
         Timer::onBackground([address = *url_] {
             if (isAddress(address))
                 platform::current().desktop().openAddress(address);
         });
+}
+
+void FUILink::mouseUp(const MouseEvent& /*event*/) {
+    open();
     showColor(hoverColor_);
+}
+
+bool FUILink::performPress() {
+    open();
+    return true;
 }
 
 void FUILink::updateTrackingAreas() {

@@ -54,7 +54,18 @@ public:
     /// The pointing hand.
     [[nodiscard]] Cursor cursor() const override { return Cursor::pointingHand; }
 
+    /// Always.
+    [[nodiscard]] bool acceptsFocus() const override { return true; }
+
+protected:
+    /// Opens the address. The colours stay.
+    bool performPress() override;
+
+    /// A link.
+    [[nodiscard]] AccessibilityRole ownAccessibilityRole() const override { return AccessibilityRole::link; }
+
 private:
+    void open() const;
     void showColor(std::optional<Color> color);
 
     std::optional<std::string> url_;

@@ -41,6 +41,10 @@ public:
     /// The newest sample in decimal; absent without samples.
     [[nodiscard]] std::optional<std::string> accessibilityValue() const override;
 
+protected:
+    /// A picture.
+    [[nodiscard]] AccessibilityRole ownAccessibilityRole() const override { return AccessibilityRole::image; }
+
 private:
     std::vector<std::int64_t> dataPoints_ = {4, 2, 6, 4, 5, 8, 1, 20, 3};
     Color background_ = FUIColor::turquoise();

@@ -42,6 +42,10 @@ public:
     /// The shares as whole percents, in their order: "25%, 75%". Absent without amounts.
     [[nodiscard]] std::optional<std::string> accessibilityValue() const override;
 
+protected:
+    /// A picture.
+    [[nodiscard]] AccessibilityRole ownAccessibilityRole() const override { return AccessibilityRole::image; }
+
 private:
     [[nodiscard]] std::optional<std::vector<double>> toPercent() const;
 

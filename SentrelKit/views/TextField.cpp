@@ -15,6 +15,7 @@ void TextField::setStringValue(std::string_view text) {
     if (text == stringValue_)
         return;
     stringValue_ = text;
+    invalidateNaturalSize();
     setNeedsDisplay(true);
 }
 
@@ -29,6 +30,7 @@ void TextField::setFont(std::optional<Font> font) {
     if (font == font_)
         return;
     font_ = std::move(font);
+    invalidateNaturalSize();
     setNeedsDisplay(true);
 }
 

@@ -44,7 +44,7 @@ public:
     void setAlignment(TextAlignment alignment);
 
     /// The size in points that shows the whole text; none for a font that is too small or too large to be drawn.
-    [[nodiscard]] Size fittingSize() const;
+    [[nodiscard]] Size fittingSize() const override;
 
     /// Always: y grows downward.
     [[nodiscard]] bool isFlipped() const override { return true; }
@@ -52,6 +52,10 @@ public:
 
     /// The text itself.
     [[nodiscard]] std::optional<std::string> accessibilityValue() const override { return stringValue_; }
+
+protected:
+    /// A label.
+    [[nodiscard]] AccessibilityRole ownAccessibilityRole() const override { return AccessibilityRole::staticText; }
 
 private:
     [[nodiscard]] Font fontInUse() const;

@@ -44,6 +44,10 @@ public:
     /// "nominal", "fair", "serious" or "critical"; absent without a reading.
     [[nodiscard]] std::optional<std::string> accessibilityValue() const override;
 
+protected:
+    /// A level indicator.
+    [[nodiscard]] AccessibilityRole ownAccessibilityRole() const override { return AccessibilityRole::levelIndicator; }
+
 private:
     const std::shared_ptr<GradientLayer>& backgroundLayer();
     const std::shared_ptr<ShapeLayer>& indicatorLayer();

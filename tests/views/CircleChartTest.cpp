@@ -199,6 +199,27 @@ TEST_F(CircleCharts, DrawsNothingWhenItsRingIsThickerThanItsSide) {
     EXPECT_EQ(strokes[1].path.elements()[0].radius, -1.0); // a canvas draws no arc of such a radius
 }
 
+TEST_F(CircleCharts, MakesALabelInItsMiddleThatFollowsItsValueAndItsSize) {
+    CircleChart chart({0, 0, 100, 120});
+    chart.setPercent(7.0);
+    const std::shared_ptr<TextField> label = chart.addLabel();
+    EXPECT_EQ(chart.myLabel(), label);
+    EXPECT_EQ(label->superview(), &chart);
+    EXPECT_EQ(label->stringValue(), "7%");
+    chart.setPercent(42.0);
+    EXPECT_EQ(label->stringValue(), "42%");
+    RecordingCanvas canvas;
+    chart.display(canvas, 0.0);
+    EXPECT_EQ(label->frame(), chart.bounds());
+    ASSERT_TRUE(label->font());
+    EXPECT_EQ(label->font()->size(), 20.0);
+    chart.setFrame({0, 0, 50, 50});
+    chart.display(canvas, 0.0);
+    EXPECT_EQ(label->frame(), chart.bounds());
+    EXPECT_EQ(label->font()->size(), 10.0);
+    EXPECT_LT(textSize("100%", *label->font()).width, 50.0 - 4.0 * chart.lineWidth());
+}
+
 } // namespace
 
 } // namespace sentrel

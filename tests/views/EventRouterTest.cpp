@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/views/EventRouter.h>
 #include <SentrelKit/views/FUIButton.h>
+#include <SentrelKit/views/FUIIndicator.h>
 
 #include <gtest/gtest.h>
 
@@ -222,6 +223,247 @@ TEST_F(EventRouterTest, FollowsAViewThatChangesItsSize) {
     EXPECT_EQ(taken(), "");
     router.moved({55, 95});
     EXPECT_EQ(taken(), "+two");
+}
+
+TEST_F(EventRouterTest, TellsWhichButtonWentDownWithWhichModifiers) {
+    class Buttons : public View {
+    public:
+        using View::View;
+        void mouseDown(const MouseEvent& event) override { seen.push_back(event); }
+        void mouseUp(const MouseEvent& event) override { seen.push_back(event); }
+        void otherMouseDown(const MouseEvent& event) override { others.push_back(event); }
+        void otherMouseUp(const MouseEvent& event) override { others.push_back(event); }
+        std::vector<MouseEvent> seen;
+        std::vector<MouseEvent> others;
+    };
+    const auto view = std::make_shared<Buttons>(Rect{0, 0, 100, 100});
+    const auto inside = std::make_shared<View>(Rect{0, 0, 100, 100});
+    view->addSubview(inside);
+    root.addSubview(view);
+    EventRouter router(root);
+    router.pressed({5, 5}, MouseButton::primary, {.shift = true});
+    router.pressed({6, 6}, MouseButton::secondary, {.control = true});
+    router.released({7, 7});
+    router.released({200, 8}, MouseButton::secondary);
+    ASSERT_EQ(view->seen.size(), 2U);
+    EXPECT_TRUE(view->seen[0].modifiers.shift);
+    EXPECT_EQ(view->seen[1].location, (Point{7, 7}));
+    ASSERT_EQ(view->others.size(), 2U);
+    EXPECT_EQ(view->others[0].button, MouseButton::secondary);
+    EXPECT_EQ(view->others[0].modifiers, (Modifiers{.control = true}));
+    EXPECT_EQ(view->others[1].location, (Point{200, 8}));
+    router.pressed({5, 5}, MouseButton::middle);
+    router.cancel();
+    router.released({5, 5}, MouseButton::middle);
+    EXPECT_EQ(view->others.size(), 3U);
+}
+
+TEST_F(EventRouterTest, DoesNotPressAButtonWithAnyOtherButton) {
+    const auto button = std::make_shared<FUIButton>(Rect{0, 0, 100, 100});
+    int actions = 0;
+    button->setAction([&](Control&) { ++actions; });
+    root.addSubview(button);
+    EventRouter router(root);
+    router.pressed({5, 5}, MouseButton::secondary);
+    router.released({5, 5}, MouseButton::secondary);
+    EXPECT_EQ(actions, 0);
+    router.pressed({5, 5});
+    router.released({5, 5});
+    EXPECT_EQ(actions, 1);
+}
+
+TEST_F(EventRouterTest, HandsTheWheelToTheTopmostViewThatUsesIt) {
+    class Wheel : public View {
+    public:
+        using View::View;
+        bool scrollWheel(const ScrollEvent& event) override {
+            turned += event.deltaY;
+            return true;
+        }
+        double turned = 0.0;
+    };
+    const auto view = std::make_shared<Wheel>(Rect{0, 0, 50, 100});
+    view->addSubview(std::make_shared<View>(Rect{0, 0, 50, 100}));
+    root.addSubview(view);
+    EventRouter router(root);
+    EXPECT_TRUE(router.scrolled({{5, 5}, 0.0, 15.0}));
+    EXPECT_FALSE(router.scrolled({{95, 5}, 0.0, 15.0}));
+    EXPECT_EQ(view->turned, 15.0);
+    view->setEnabled(false);
+    EXPECT_FALSE(router.scrolled({{5, 5}, 0.0, 15.0}));
+}
+
+TEST_F(EventRouterTest, TellsAViewThatMayNotBeUsedOnlyThatThePointerLeft) {
+    EventRouter router(root);
+    router.pressed({60, 60});
+    EXPECT_EQ(taken(), "+twovtwo");
+    two->setEnabled(false);
+    router.moved({61, 61});
+    EXPECT_EQ(taken(), "-two");
+    router.released({61, 61});
+    router.pressed({60, 60});
+    router.released({60, 60});
+    EXPECT_EQ(taken(), "");
+    EXPECT_EQ(router.cursorAt({55, 95}), Cursor::arrow);
+    two->setEnabled(true);
+    EXPECT_EQ(router.cursorAt({55, 95}), Cursor::pointingHand);
+    two->setHidden(true);
+    router.pressed({60, 60});
+    EXPECT_EQ(taken(), "");
+}
+
+TEST_F(EventRouterTest, FindsTheTipOfTheTopmostViewOrOfWhatItLiesIn) {
+    EventRouter router(root);
+    one->setToolTip("outer");
+    EXPECT_EQ(router.toolTipAt({5, 45}), "outer");
+    inner->setToolTip("inner");
+    EXPECT_EQ(router.toolTipAt({5, 45}), "inner");
+    EXPECT_EQ(router.toolTipAt({60, 60}), "");
+}
+
+// Three controls in a row, and a router.
+class KeyboardTest : public testing::Test {
+protected:
+    KeyboardTest() {
+        root.addSubview(button);
+        root.addSubview(box);
+        box->addSubview(light);
+        root.addSubview(last);
+        last->setAction([this](Control&) { log += "last "; });
+        button->setAction([this](Control&) { log += "button "; });
+        light->onClicked().listen(owner, [this] { log += "light "; });
+    }
+
+    View root{Rect{0, 0, 100, 100}};
+    std::shared_ptr<FUIButton> button = std::make_shared<FUIButton>(Rect{0, 0, 20, 20});
+    std::shared_ptr<View> box = std::make_shared<View>(Rect{20, 0, 20, 20});
+    std::shared_ptr<FUIIndicator> light = std::make_shared<FUIIndicator>(Rect{0, 0, 20, 20});
+    std::shared_ptr<FUIButton> last = std::make_shared<FUIButton>(Rect{40, 0, 20, 20});
+    std::shared_ptr<int> owner = std::make_shared<int>();
+    std::string log;
+    EventRouter router{root};
+};
+
+TEST_F(KeyboardTest, LeadsFromControlToControlInTheOrderOfTheTree) {
+    EXPECT_EQ(router.focused(), nullptr);
+    for (const std::shared_ptr<View>& view :
+         {std::shared_ptr<View>(button), std::shared_ptr<View>(light), std::shared_ptr<View>(last)}) {
+        EXPECT_TRUE(router.keyPressed({Key::tab}));
+        EXPECT_EQ(router.focused(), view);
+        EXPECT_EQ(view->focus(), Focus::visible);
+    }
+    EXPECT_EQ(light->focus(), Focus::none);
+    EXPECT_FALSE(router.keyPressed({Key::tab})); // the host moves it on
+    EXPECT_EQ(router.focused(), last);
+    EXPECT_TRUE(router.keyPressed({.key = Key::tab, .modifiers = {.shift = true}}));
+    EXPECT_EQ(router.focused(), light);
+    EXPECT_FALSE(router.keyPressed({.key = Key::tab, .modifiers = {.control = true}}));
+    router.setFocused(nullptr);
+    EXPECT_EQ(router.focused(), nullptr);
+    EXPECT_TRUE(router.focusPrevious());
+    EXPECT_EQ(router.focused(), last);
+}
+
+TEST_F(KeyboardTest, LeavesOutWhatIsHiddenOrMayNotBeUsed) {
+    button->setHidden(true);
+    box->setEnabled(false);
+    EXPECT_TRUE(router.focusNext());
+    EXPECT_EQ(router.focused(), last);
+    router.setFocused(light.get());
+    EXPECT_EQ(router.focused(), nullptr);
+    last->setEnabled(false);
+    EXPECT_FALSE(router.focusNext());
+    FUIButton stranger;
+    router.setFocused(&stranger);
+    EXPECT_EQ(router.focused(), nullptr);
+}
+
+TEST_F(KeyboardTest, PressesTheFocusedControlWithSpaceAndReturnOnce) {
+    EXPECT_FALSE(router.keyPressed({Key::space}));
+    router.setFocused(button.get());
+    EXPECT_TRUE(router.keyPressed({Key::space, " "}));
+    EXPECT_TRUE(router.keyPressed({Key::enter}));
+    EXPECT_FALSE(router.keyPressed({.key = Key::space, .isRepeat = true}));
+    EXPECT_FALSE(router.keyPressed({.key = Key::enter, .modifiers = {.alternate = true}}));
+    router.setFocused(light.get());
+    EXPECT_TRUE(router.keyPressed({Key::space}));
+    EXPECT_EQ(log, "button button light ");
+}
+
+TEST_F(KeyboardTest, GivesAKeyToTheFocusedViewAndThenToWhatItLiesIn) {
+    class Typist : public View {
+    public:
+        Typist(Rect frame, bool uses) : View(frame), uses_(uses) {}
+        [[nodiscard]] bool acceptsFocus() const override { return true; }
+        bool keyDown(const KeyEvent& event) override {
+            text += event.text;
+            return uses_;
+        }
+        std::string text;
+
+    private:
+        bool uses_;
+    };
+    const auto outer = std::make_shared<Typist>(Rect{0, 0, 10, 10}, true);
+    const auto inner = std::make_shared<Typist>(Rect{0, 0, 10, 10}, false);
+    outer->addSubview(inner);
+    root.addSubview(outer);
+    EXPECT_FALSE(router.keyPressed({Key::other, "x"}));
+    router.setFocused(inner.get());
+    EXPECT_TRUE(router.keyPressed({Key::other, "a"}));
+    EXPECT_TRUE(router.keyPressed({Key::tab})); // used: the focus stays
+    EXPECT_EQ(router.focused(), inner);
+    EXPECT_EQ(inner->text, "a");
+    EXPECT_EQ(outer->text, "a");
+}
+
+TEST_F(KeyboardTest, FocusesWhatIsClickedWithoutARing) {
+    router.pressed({5, 95});
+    EXPECT_EQ(button->focus(), Focus::quiet);
+    router.released({5, 95});
+    router.pressed({90, 5}); // nothing to focus: it stays
+    EXPECT_EQ(router.focused(), button);
+    EXPECT_EQ(log, "button ");
+}
+
+TEST_F(KeyboardTest, ComesBackToTheViewThatItLeft) {
+    router.keyboardLeft();
+    router.keyboardCame();
+    EXPECT_EQ(router.focused(), nullptr);
+    router.setFocused(light.get(), Focus::quiet);
+    router.keyboardLeft();
+    EXPECT_EQ(router.focused(), nullptr);
+    EXPECT_EQ(light->focus(), Focus::none);
+    router.keyboardCame();
+    EXPECT_EQ(light->focus(), Focus::quiet);
+    router.keyboardLeft();
+    light->setEnabled(false);
+    router.keyboardCame();
+    EXPECT_EQ(router.focused(), nullptr);
+}
+
+TEST_F(KeyboardTest, ForgetsAFocusedViewThatLeavesTheTree) {
+    router.setFocused(light.get());
+    box->removeFromSuperview();
+    EXPECT_EQ(router.focused(), nullptr);
+    root.addSubview(box);
+    EXPECT_EQ(router.focused(), nullptr);
+    EXPECT_TRUE(router.focusNext());
+    EXPECT_EQ(router.focused(), button);
+}
+
+TEST(Keyboard, MayDestroyTheRouterByAPress) {
+    auto window = std::make_unique<View>(Rect{0, 0, 100, 100});
+    auto close = std::make_shared<FUIButton>(Rect{0, 0, 100, 100});
+    auto router = std::make_unique<EventRouter>(*window);
+    close->setAction([&](Control&) {
+        router.reset();
+        window.reset();
+    });
+    window->addSubview(std::exchange(close, nullptr));
+    ASSERT_TRUE(router->focusNext());
+    EXPECT_TRUE(router->keyPressed({Key::enter}));
+    EXPECT_EQ(window, nullptr);
 }
 
 // A view of two cells, one above the other, that reports what the pointer is in, in any of the ways to turn y.

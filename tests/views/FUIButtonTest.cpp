@@ -198,6 +198,15 @@ TEST_F(FUIButtons, GivesItsLayerUpUnharmed) {
     layer->setNeedsDisplay();
 }
 
+TEST_F(FUIButtons, SendsItsActionWithAFlashWhenPressedByKey) {
+    EXPECT_TRUE(button.press());
+    EXPECT_EQ(sent, 1);
+    EXPECT_EQ(button.layer()->backgroundColor(), button.backgroundColor());
+    const BasicAnimation* const fade = button.layer()->animation("backgroundColor");
+    ASSERT_NE(fade, nullptr);
+    EXPECT_EQ(std::get<Color>(fade->fromValue), button.backgroundColor().blendedColor(0.15, FUIColor::black()));
+}
+
 } // namespace
 
 } // namespace sentrel

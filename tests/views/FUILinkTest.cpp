@@ -122,6 +122,15 @@ TEST_F(FUILinks, ReturnsToItsColourAndOpensNothingForAGestureThatIsCancelled) {
     EXPECT_TRUE(opened().empty());
 }
 
+TEST_F(FUILinks, OpensItsAddressInItsOwnColourWhenPressedByKey) {
+    const auto color = link.textColor();
+    link.setUrl("https://example.org/");
+    EXPECT_TRUE(link.press());
+    advance(1.0);
+    EXPECT_EQ(opened(), (std::vector<std::string>{"https://example.org/"}));
+    EXPECT_EQ(link.textColor(), color);
+}
+
 } // namespace
 
 } // namespace sentrel

@@ -100,6 +100,15 @@ TEST(GaugeCircleChart, KeepsTheLabelOfThePlainRing) {
     EXPECT_EQ(chart.accessibilityValue(), "42%");
 }
 
+TEST(GaugeCircleChart, ComesWithItsLabelAndAName) {
+    const auto ring = GaugeCircleChart::labelled({0, 0, 96, 96}, "Processor");
+    ring->setPercent(95.0);
+    ASSERT_TRUE(ring->myLabel());
+    EXPECT_EQ(ring->myLabel()->stringValue(), "95%");
+    EXPECT_EQ(ring->accessibilityName(), "Processor");
+    EXPECT_EQ(ring->color(), FUIColor::alizarin());
+}
+
 } // namespace
 
 } // namespace sentrel

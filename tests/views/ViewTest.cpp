@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <SentrelKit/views/FUIButton.h>
 #include <SentrelKit/views/FUIColor.h>
 #include <SentrelKit/views/FUIFont.h>
+#include <SentrelKit/views/FUIIndicator.h>
+#include <SentrelKit/views/FUILink.h>
+#include <SentrelKit/views/GaugeBar.h>
 #include <SentrelKit/views/TextField.h>
 #include <SentrelKit/views/View.h>
 #include <SentrelKit/views/drawing/RecordingCanvas.h>
@@ -255,10 +259,200 @@ TEST(View, CollectsTheRectanglesToRedrawInTheSurface) {
     const auto grandchild = std::make_shared<View>(Rect{1, 2, 3, 4});
     root.addSubview(child);
     child->addSubview(grandchild);
-    child->setNeedsDisplay(false);
+    RecordingCanvas canvas;
+    root.display(canvas, 0.0);
+    grandchild->setNeedsDisplay(true);
     EXPECT_EQ(root.dirtyRects(), (std::vector<Rect>{{11, 142, 3, 4}}));
     child->setNeedsDisplay(true);
     EXPECT_EQ(root.dirtyRects(), (std::vector<Rect>{{10, 140, 30, 40}})); // what lies inside is drawn with it
+}
+
+// A setter that takes a request back lost the redraw that another setter had asked for.
+TEST(View, DrawsWhatWasAskedForAlsoWhenTheRequestIsTakenBack) {
+    View root({0, 0, 100, 100});
+    const auto bar = std::make_shared<GaugeBar>(Rect{10, 20, 30, 40});
+    root.addSubview(bar);
+    RecordingCanvas canvas;
+    root.display(canvas, 0.0);
+    bar->setPercent(95.0);
+    bar->setPercent(95.0);
+    EXPECT_FALSE(bar->needsDisplay());
+    EXPECT_EQ(root.dirtyRects(), (std::vector<Rect>{{10, 40, 30, 40}}));
+    root.display(canvas, 0.0);
+    EXPECT_TRUE(root.dirtyRects().empty());
+}
+
+TEST(View, DrawsOnlyWhatSomeRectanglesOfTheSurfaceTouch) {
+    Mark root({0, 0, 100, 100}, true);
+    const auto one = std::make_shared<Mark>(Rect{0, 0, 10, 10});
+    const auto other = std::make_shared<Mark>(Rect{50, 50, 10, 10});
+    root.addSubview(one);
+    root.addSubview(other);
+    RecordingCanvas canvas;
+    root.displayRects(canvas, {{5, 5, 2, 2}, {10, 0, 5, 5}}, 0.0);
+    EXPECT_FALSE(one->needsDisplay());
+    EXPECT_TRUE(other->needsDisplay());
+    EXPECT_EQ(canvas.all<RecordingCanvas::Fill>().size(), 2U);
+    EXPECT_EQ(root.dirtyRects(), (std::vector<Rect>{{50, 50, 10, 10}}));
+    const auto clips = canvas.all<RecordingCanvas::Clip>();
+    ASSERT_FALSE(clips.empty());
+    EXPECT_EQ(clips[0].path.elementCount(), 2 * Path::rect({0, 0, 1, 1}).elementCount());
+    RecordingCanvas empty;
+    root.displayRects(empty, {}, 0.0);
+    EXPECT_TRUE(empty.all<RecordingCanvas::Fill>().empty());
+    EXPECT_TRUE(other->needsDisplay());
+}
+
+TEST(View, IsNeitherDrawnNorFoundWhileHidden) {
+    View root({0, 0, 100, 100});
+    const auto child = std::make_shared<Mark>(Rect{10, 20, 30, 40});
+    const auto inside = std::make_shared<View>(Rect{0, 0, 30, 40});
+    child->addSubview(inside);
+    root.addSubview(child);
+    EXPECT_FALSE(child->isHidden());
+    EXPECT_EQ(marksOf(root).size(), 1U);
+    int calls = 0;
+    root.setDisplayHandler([&] { ++calls; });
+    child->setHidden(true);
+    EXPECT_EQ(calls, 1);
+    EXPECT_EQ(root.dirtyRects(), (std::vector<Rect>{{0, 0, 100, 100}})); // where it was
+    EXPECT_TRUE(marksOf(root).empty());
+    EXPECT_EQ(root.hitTest({15, 75}), &root);
+    inside->setNeedsDisplay(true);
+    EXPECT_TRUE(root.dirtyRects().empty());
+    EXPECT_FALSE(inside->isUsable());
+    child->setHidden(true);
+    EXPECT_EQ(calls, 2); // by the view inside
+    child->setHidden(false);
+    EXPECT_EQ(calls, 3);
+    EXPECT_FALSE(root.dirtyRects().empty());
+    EXPECT_EQ(marksOf(root).size(), 1U);
+}
+
+TEST(View, DoesNotAnimateWhileHidden) {
+    View root({0, 0, 100, 100});
+    const auto child = std::make_shared<View>(Rect{10, 10, 20, 20});
+    child->setWantsLayer(true);
+    root.addSubview(child);
+    BasicAnimation fade;
+    fade.keyPath = "backgroundColor";
+    fade.beginTime = 10.0;
+    child->layer()->addAnimation(fade, "fade");
+    EXPECT_TRUE(root.isAnimating(10.1));
+    child->setHidden(true);
+    EXPECT_FALSE(root.isAnimating(10.1));
+}
+
+TEST(View, DrawsWhatMayNotBeUsedPalerOnceHoweverDeepItLies) {
+    Mark root({0, 0, 100, 100});
+    const auto child = std::make_shared<Mark>(Rect{10, 20, 30, 40});
+    const auto inside = std::make_shared<Mark>(Rect{0, 0, 30, 40});
+    child->addSubview(inside);
+    root.addSubview(child);
+    const auto alphas = [&] {
+        RecordingCanvas canvas;
+        root.display(canvas, 0.0);
+        std::vector<double> found;
+        for (const auto& fill : canvas.all<RecordingCanvas::Fill>())
+            found.push_back(std::get<Color>(fill.paint).alpha);
+        return found;
+    };
+    EXPECT_EQ(alphas(), (std::vector<double>{1.0, 1.0, 1.0}));
+    child->setEnabled(false);
+    EXPECT_EQ(root.dirtyRects().size(), 1U);
+    inside->setEnabled(false);
+    EXPECT_EQ(alphas(), (std::vector<double>{1.0, 0.4, 0.4}));
+    EXPECT_TRUE(root.isUsable());
+    EXPECT_FALSE(inside->isUsable());
+    inside->setEnabled(true);
+    EXPECT_FALSE(inside->isUsable());
+    child->setEnabled(true);
+    EXPECT_TRUE(inside->isUsable());
+    EXPECT_EQ(alphas(), (std::vector<double>{1.0, 1.0, 1.0}));
+}
+
+TEST(View, HasTheSizeItWasMadeWithAsItsNaturalOne) {
+    View view({10, 20, 30, 40});
+    EXPECT_EQ(view.naturalSize(), (Size{30, 40}));
+    view.setFrame({0, 0, 300, 400});
+    EXPECT_EQ(view.naturalSize(), (Size{30, 40}));
+    view.setNaturalSize(Size{5, 6});
+    EXPECT_EQ(view.naturalSize(), (Size{5, 6}));
+    view.setNaturalSize(std::nullopt);
+    EXPECT_EQ(view.naturalSize(), (Size{30, 40}));
+    TextField label;
+    label.setStringValue("4");
+    const Size narrow = label.naturalSize();
+    EXPECT_EQ(narrow, label.fittingSize());
+    label.setStringValue("42 %");
+    EXPECT_GT(label.naturalSize().width, narrow.width);
+    const double height = label.naturalSize().height;
+    label.setFont(Font::systemFont(26.0));
+    EXPECT_GT(label.naturalSize().height, height);
+}
+
+TEST(View, ShowsARingWhereTheKeyboardLed) {
+    View root({0, 0, 100, 100});
+    const auto button = std::make_shared<FUIButton>(Rect{10, 20, 30, 40});
+    const auto light = std::make_shared<FUIIndicator>(Rect{50, 20, 30, 40});
+    const auto link = std::make_shared<FUILink>(Rect{50, 70, 30, 20});
+    for (const std::shared_ptr<View>& view :
+         {std::shared_ptr<View>(button), std::shared_ptr<View>(light), std::shared_ptr<View>(link)}) {
+        EXPECT_TRUE(view->acceptsFocus());
+        root.addSubview(view);
+        const auto strokes = [&] {
+            RecordingCanvas canvas;
+            root.display(canvas, 0.0);
+            return canvas.all<RecordingCanvas::Stroke>();
+        };
+        EXPECT_TRUE(strokes().empty());
+        view->setFocus(Focus::quiet);
+        EXPECT_TRUE(root.dirtyRects().empty());
+        EXPECT_TRUE(strokes().empty());
+        view->setFocus(Focus::visible);
+        EXPECT_EQ(root.dirtyRects().size(), 1U);
+        const auto ring = strokes();
+        ASSERT_EQ(ring.size(), 2U);
+        EXPECT_EQ(ring[0].path.lineWidth(), 2.0);
+        EXPECT_EQ(ring[1].path.lineWidth(), 1.0);
+        EXPECT_NE(ring[0].paint, ring[1].paint);
+        view->setFocus(Focus::none);
+        EXPECT_TRUE(strokes().empty());
+        view->removeFromSuperview();
+    }
+}
+
+TEST(View, LosesTheFocusWhenItIsHiddenDisabledOrTakenAway) {
+    View root({0, 0, 100, 100});
+    const auto box = std::make_shared<View>(Rect{0, 0, 100, 100});
+    const auto button = std::make_shared<FUIButton>(Rect{10, 20, 30, 40});
+    box->addSubview(button);
+    root.addSubview(box);
+    const std::function<void()> losses[] = {[&] { box->setHidden(true); }, [&] { box->setEnabled(false); },
+                                            [&] { box->removeFromSuperview(); }};
+    for (const auto& loss : losses) {
+        button->setFocus(Focus::visible);
+        loss();
+        EXPECT_EQ(button->focus(), Focus::none);
+        box->setHidden(false);
+        box->setEnabled(true);
+    }
+}
+
+TEST(View, IsPressedOnlyWhileItIsUsable) {
+    FUIIndicator light({0, 0, 10, 10});
+    int clicks = 0;
+    const auto owner = std::make_shared<int>();
+    light.onClicked().listen(owner, [&] { ++clicks; });
+    EXPECT_TRUE(light.press());
+    EXPECT_EQ(clicks, 1);
+    light.setEnabled(false);
+    EXPECT_FALSE(light.press());
+    light.setEnabled(true);
+    light.setHidden(true);
+    EXPECT_FALSE(light.press());
+    EXPECT_EQ(clicks, 1);
+    EXPECT_FALSE(View({0, 0, 10, 10}).press());
 }
 
 TEST(View, FindsTheTopmostViewUnderAPointOfTheSurface) {
