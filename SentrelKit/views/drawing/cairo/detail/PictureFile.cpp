@@ -39,6 +39,14 @@ bool writeVector(const Surface& surface, const PictureContent& content) {
 
 } // namespace
 
+bool drawPixels(void* data, int width, int height, int stride, double scale, const PictureContent& content) {
+    const Surface surface(cairo_image_surface_create_for_data(static_cast<unsigned char*>(data), CAIRO_FORMAT_ARGB32,
+                                                              width, height, stride));
+    const bool drawn = draw(surface.get(), scale, content);
+    cairo_surface_finish(surface.get()); // the pixels are the host's again
+    return drawn;
+}
+
 bool writePNG(const std::string& path, int width, int height, double scale, const PictureContent& content) {
     const Surface surface(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height));
     return draw(surface.get(), scale, content) &&

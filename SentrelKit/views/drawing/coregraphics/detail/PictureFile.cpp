@@ -28,6 +28,20 @@ void draw(CGContextRef context, double height, double scale, const PictureConten
 
 } // namespace
 
+bool drawPixels(void* data, int width, int height, int stride, double scale, const PictureContent& content) {
+    const CFOwner<CGColorSpaceRef> colors(CGColorSpaceCreateWithName(kCGColorSpaceSRGB));
+    const std::uint32_t layout = static_cast<std::uint32_t>(kCGImageAlphaPremultipliedFirst) |
+                                 static_cast<std::uint32_t>(kCGBitmapByteOrder32Host);
+    const CFOwner<CGContextRef> context(CGBitmapContextCreate(data, static_cast<std::size_t>(width),
+                                                              static_cast<std::size_t>(height), 8,
+                                                              static_cast<std::size_t>(stride), colors.get(), layout));
+    if (!context)
+        return false;
+    draw(context.get(), height, scale, content);
+    CGContextFlush(context.get());
+    return true;
+}
+
 bool writePNG(const std::string& path, int width, int height, double scale, const PictureContent& content) {
     const CFOwner<CGColorSpaceRef> colors(CGColorSpaceCreateWithName(kCGColorSpaceSRGB));
     const CFOwner<CGContextRef> context(
