@@ -52,6 +52,7 @@
 #include <SentrelKit/views/Shape.h>
 #include <SentrelKit/views/Square.h>
 #include <SentrelKit/views/Stack.h>
+#include <SentrelKit/views/Surface.h>
 #include <SentrelKit/views/TextField.h>
 #include <SentrelKit/views/Thermometer.h>
 #include <SentrelKit/views/Triangle.h>
