@@ -18,6 +18,10 @@
 #include <string_view>
 #include <vector>
 
+namespace sentrel {
+class DispatchQueue;
+}
+
 namespace sentrel::platform {
 
 /// A raw socket address of the system, as `Net_getAddrInfo` takes it: suitably aligned, as long as its family needs.
@@ -70,13 +74,14 @@ public:
     /// "Setup:/Network/HostNames". Called before `schedule`. False if they cannot be installed.
     virtual bool setNotificationKeys(const std::vector<std::string>& keys) = 0;
 
-    /// From now on `changed` is called on the background queue after each change; what changes while it runs is told
-    /// together, by one more call. Called once; the watch outlives the observation. Always observes something, but for
-    /// keys that could not be installed no call comes.
+    /// From now on `changed` is called on the queue, which is one of this platform's, after each change; what changes
+    /// while it runs is told together, by one more call. Called once; the watch outlives the observation. Always
+    /// observes something, but for keys that could not be installed no call comes.
     ///
-    /// macOS: SCDynamicStoreSetDispatchQueue; the release sets no queue. A callout that stands in the queue already may
-    /// come all the same: it finds the observer through a context that the store retains, not the registration.
-    [[nodiscard]] virtual Observation schedule(std::function<void()> changed) = 0;
+    /// macOS: SCDynamicStoreSetDispatchQueue with the queue's native handle; the release sets no queue. A callout that
+    /// stands in the queue already may come all the same: it finds the observer through a context that the store
+    /// retains, not the registration.
+    [[nodiscard]] virtual Observation schedule(std::shared_ptr<DispatchQueue> queue, std::function<void()> changed) = 0;
 
     /// The name of this machine. Absent when it has none.
     virtual std::optional<std::string> localHostName() = 0;

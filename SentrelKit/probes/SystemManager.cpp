@@ -96,7 +96,7 @@ void SystemManager::setUpSystemConfiguration() {
     require(scSession_ != nullptr, "self->scSession", "-[SystemManager setUpSystemConfiguration]");
     if (!scSession_->setNotificationKeys({ipv4Key, dnsKey, hostNamesKey}))
         System_error("Error installing System Configuration Notification\n");
-    scObservation_ = scSession_->schedule([this] { scNotification(); });
+    scObservation_ = scSession_->schedule(backgroundQueue, [this] { scNotification(); });
 }
 
 void SystemManager::updateSystemConfigurationProperties() {

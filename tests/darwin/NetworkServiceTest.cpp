@@ -4,9 +4,11 @@
 #include "tests/darwin/doubles/Store.h"
 #include "tests/support/InterfaceList.h"
 
+#include <SentrelKit/platform/macos/dispatch/MacDispatch.h>
 #include <SentrelKit/platform/macos/network/MacNetworkService.h>
 
 #include <cerrno>
+#include <memory>
 #include <string>
 
 using namespace darwin;
@@ -108,16 +110,19 @@ protected:
     static constexpr const char* key = "State:/Network/Global/IPv4";
     void SetUp() override {
         MacNetwork::SetUp();
+        dispatch = std::make_unique<MacDispatch>();
         watch = network.watchConfiguration("test");
         ASSERT_TRUE(watch);
         ASSERT_TRUE(watch->setNotificationKeys({key, "State:/Network/Global/DNS"}));
     }
     void TearDown() override {
         watch.reset();
+        dispatch.reset();
         EXPECT_THAT(store::names(), IsEmpty());
         MacNetwork::TearDown();
     }
 
+    std::unique_ptr<MacDispatch> dispatch;
     std::unique_ptr<ConfigurationWatch> watch;
 };
 
@@ -133,7 +138,8 @@ TEST_F(MacConfiguration, IsReadFromTheStore) {
 
 TEST_F(MacConfiguration, ChangesAreHeardOnTheBackgroundQueueForTheKeysAskedFor) {
     std::vector<std::string> heard;
-    const Observation observation = watch->schedule([&heard] { heard.push_back(queues::running()); });
+    const Observation observation =
+        watch->schedule(dispatch->backgroundQueue(), [&heard] { heard.push_back(queues::running()); });
     store::change(key);
     EXPECT_THAT(heard, IsEmpty());
     queues::advance(0);
@@ -143,9 +149,19 @@ TEST_F(MacConfiguration, ChangesAreHeardOnTheBackgroundQueueForTheKeysAskedFor) 
     EXPECT_THAT(heard, ElementsAre("background"));
 }
 
+TEST_F(MacConfiguration, ChangesAreHeardOnWhicheverQueueItIsScheduledOnWhichItKeeps) {
+    std::vector<std::string> heard;
+    Observation observation =
+        watch->schedule(dispatch->serialQueue("one after the other"), [&heard] { heard.push_back(queues::running()); });
+    store::change(key);
+    queues::advance(0);
+    observation = {};
+    EXPECT_THAT(heard, ElementsAre("one after the other"));
+}
+
 TEST_F(MacConfiguration, OfAReleasedObservationIsNotHeardThoughACalloutStandsInTheQueue) {
     int heard = 0;
-    Observation observation = watch->schedule([&heard] { ++heard; });
+    Observation observation = watch->schedule(dispatch->backgroundQueue(), [&heard] { ++heard; });
     store::change(key);
     observation.reset();
     queues::advance(0);
@@ -157,7 +173,7 @@ TEST_F(MacConfiguration, OfAReleasedObservationIsNotHeardThoughACalloutStandsInT
 TEST_F(MacConfiguration, MayBeReleasedFromInsideItsCall) {
     int heard = 0;
     Observation observation;
-    observation = watch->schedule([&] {
+    observation = watch->schedule(dispatch->backgroundQueue(), [&] {
         ++heard;
         observation.reset();
     });

@@ -81,7 +81,7 @@ public:
     Observation observe(std::function<void()> observer) {
         std::unique_ptr<ConfigurationWatch> watch = machine_.network().watchConfiguration("test");
         EXPECT_TRUE(watch->setNotificationKeys({"State:/Network/Global/DNS"}));
-        return watch->schedule(std::move(observer));
+        return watch->schedule(machine_.dispatch().backgroundQueue(), std::move(observer));
     }
     void happen() {
         {

@@ -152,11 +152,11 @@ public:
         hasKeys_ = !network_.calls.fails("setNotificationKeys", named);
         return hasKeys_;
     }
-    Observation schedule(std::function<void()> changed) override {
+    Observation schedule(std::shared_ptr<DispatchQueue> queue, std::function<void()> changed) override {
         network_.calls.record("schedule");
         if (!hasKeys_)
             return Observation(std::make_shared<Observer>(std::move(changed))); // which nobody tells
-        return network_.observers_.add([call = std::move(changed)](Change) { call(); });
+        return network_.observersOn(std::move(queue))->add([call = std::move(changed)](Change) { call(); });
     }
     std::optional<std::string> localHostName() override {
         return network_.calls.fails("localHostName") ? std::nullopt : network_.localHostName;
@@ -259,11 +259,22 @@ std::unique_ptr<ConfigurationWatch> ScriptedNetworkService::watchConfiguration(c
     return calls.fails("watchConfiguration", name) ? nullptr : std::make_unique<Watch>(*this);
 }
 
+std::shared_ptr<Observers<Change>> ScriptedNetworkService::observersOn(std::shared_ptr<DispatchQueue> queue) {
+    const LockScope scope(lock_);
+    std::shared_ptr<Observers<Change>>& observers = observers_[std::move(queue)];
+    if (!observers)
+        observers = std::make_shared<Observers<Change>>();
+    return observers;
+}
+
 void ScriptedNetworkService::change() {
-    dispatch_.backgroundQueue()->async([this] {
-        observers_.post({});
-        observers_.tell();
-    });
+    const LockScope scope(lock_);
+    for (const auto& [queue, observers] : observers_) {
+        queue->async([told = observers] {
+            told->post({});
+            told->tell();
+        });
+    }
 }
 
 } // namespace sentrel::platform

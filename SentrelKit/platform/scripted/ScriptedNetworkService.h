@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <SentrelKit/base/system/detail/ThreadSafety.h>
 #include <SentrelKit/platform/NetworkService.h>
 #include <SentrelKit/platform/scripted/ScriptedCalls.h>
 #include <SentrelKit/platform/scripted/ScriptedDispatch.h>
@@ -55,7 +56,7 @@ struct ScriptedServer {
 /// "read host milliseconds", its handle as "connection host".
 class SENTREL_API ScriptedNetworkService final : public NetworkService {
 public:
-    /// A network without interfaces; its changes are told on the background queue of `dispatch`.
+    /// A network without interfaces, whose waits let the time of `dispatch` pass.
     explicit ScriptedNetworkService(ScriptedDispatch& dispatch) : dispatch_(dispatch) {}
 
     bool listInterfaces(const std::function<void(const InterfaceInfo&)>& each) override;
@@ -70,7 +71,7 @@ public:
     /// The interface of that name, which must exist.
     ScriptedInterface& interface(std::string_view name);
 
-    /// Delivers one change of the configuration to every scheduled watch with keys, on the background queue.
+    /// Delivers one change of the configuration to every scheduled watch with keys, on its queue.
     void change();
 
     ScriptedCalls calls;                           ///< what was asked, and how it fails
@@ -86,8 +87,12 @@ private:
 
     class Watch;
 
+    [[nodiscard]] std::shared_ptr<Observers<Change>> observersOn(std::shared_ptr<DispatchQueue> queue);
+
     ScriptedDispatch& dispatch_;
-    Observers<Change> observers_; ///< of the scheduled watches with keys
+    Lock lock_;
+    /// Of the scheduled watches with keys, by their queues.
+    std::map<std::shared_ptr<DispatchQueue>, std::shared_ptr<Observers<Change>>> observers_ SENTREL_GUARDED_BY(lock_);
 };
 
 } // namespace sentrel::platform

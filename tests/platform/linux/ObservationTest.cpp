@@ -72,7 +72,7 @@ public:
     Observation observe(std::function<void()> observer) {
         auto watch = std::make_unique<LinuxConfigurationWatch>(SystemRoot(tree_.path()), dispatch_);
         EXPECT_TRUE(watch->setNotificationKeys({"State:/Network/Global/DNS"}));
-        Observation observation = watch->schedule(std::move(observer));
+        Observation observation = watch->schedule(dispatch_.backgroundQueue(), std::move(observer));
         const std::lock_guard lock(mutex_);
         watches_.push_back(std::move(watch));
         return observation;

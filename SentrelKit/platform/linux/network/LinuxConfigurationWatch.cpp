@@ -134,16 +134,16 @@ bool LinuxConfigurationWatch::setNotificationKeys(const std::vector<std::string>
     return installed;
 }
 
-Observation LinuxConfigurationWatch::schedule(std::function<void()> changed) {
+Observation LinuxConfigurationWatch::schedule(std::shared_ptr<DispatchQueue> queue, std::function<void()> changed) {
     auto observer = std::make_shared<Observer>(std::move(changed));
     auto watches = std::make_shared<std::vector<Observation>>();
     State& state = *state_;
     const LockScope scope(state.lock);
     const auto watch = [&](int descriptor, std::uint32_t events, bool (State::*takeChange)()) {
         if (descriptor >= 0)
-            watches->push_back(events_.watch(descriptor, events, [shared = state_, observer, takeChange] {
+            watches->push_back(events_.watch(descriptor, events, [shared = state_, observer, queue, takeChange] {
                 if ((*shared.*takeChange)())
-                    observer->tell();
+                    queue->async([observer] { observer->tell(); });
             }));
     };
     watch(state.routeNotices.descriptor(), EPOLLIN, &State::takeRoutes);

@@ -18,7 +18,7 @@ public:
     LinuxConfigurationWatch& operator=(const LinuxConfigurationWatch&) = delete;
 
     bool setNotificationKeys(const std::vector<std::string>& keys) override;
-    [[nodiscard]] Observation schedule(std::function<void()> changed) override;
+    [[nodiscard]] Observation schedule(std::shared_ptr<DispatchQueue> queue, std::function<void()> changed) override;
     std::optional<std::string> localHostName() override;
     std::optional<PropertyList> value(std::string_view key) override;
 

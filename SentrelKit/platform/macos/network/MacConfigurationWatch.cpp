@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/macos/network/MacConfigurationWatch.h>
 
+#include <SentrelKit/platform/DispatchQueue.h>
 #include <SentrelKit/platform/macos/common/Values.h>
 #include <SentrelKit/platform/support/Observer.h>
 
@@ -39,8 +40,9 @@ struct MacConfigurationWatch::Callout {
 
 class MacConfigurationWatch::Schedule {
 public:
-    Schedule(std::shared_ptr<Callout> callout, Store store) : callout_(std::move(callout)), store_(std::move(store)) {
-        SCDynamicStoreSetDispatchQueue(store_->get(), dispatch_get_global_queue(QOS_CLASS_BACKGROUND, 0));
+    Schedule(std::shared_ptr<Callout> callout, Store store, std::shared_ptr<DispatchQueue> queue)
+        : callout_(std::move(callout)), store_(std::move(store)), queue_(std::move(queue)) {
+        SCDynamicStoreSetDispatchQueue(store_->get(), static_cast<dispatch_queue_t>(queue_->nativeHandle()));
     }
     ~Schedule() {
         callout_->set(nullptr);
@@ -52,6 +54,7 @@ public:
 private:
     const std::shared_ptr<Callout> callout_;
     const Store store_;
+    const std::shared_ptr<DispatchQueue> queue_; // kept while the store may call back on it
 };
 
 std::unique_ptr<MacConfigurationWatch> MacConfigurationWatch::create(const std::string& name) {
@@ -79,10 +82,10 @@ bool MacConfigurationWatch::setNotificationKeys(const std::vector<std::string>& 
     return native && SCDynamicStoreSetNotificationKeys(store_->get(), static_cast<CFArrayRef>(native.get()), nullptr);
 }
 
-Observation MacConfigurationWatch::schedule(std::function<void()> changed) {
+Observation MacConfigurationWatch::schedule(std::shared_ptr<DispatchQueue> queue, std::function<void()> changed) {
     auto observer = std::make_shared<Observer>(std::move(changed));
     callout_->set(observer);
-    return Observation(std::move(observer), std::make_shared<Schedule>(callout_, store_));
+    return Observation(std::move(observer), std::make_shared<Schedule>(callout_, store_, std::move(queue)));
 }
 
 std::optional<std::string> MacConfigurationWatch::localHostName() {

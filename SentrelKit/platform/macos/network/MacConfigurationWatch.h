@@ -18,7 +18,7 @@ public:
     [[nodiscard]] static std::unique_ptr<MacConfigurationWatch> create(const std::string& name);
 
     bool setNotificationKeys(const std::vector<std::string>& keys) override;
-    Observation schedule(std::function<void()> changed) override;
+    Observation schedule(std::shared_ptr<DispatchQueue> queue, std::function<void()> changed) override;
     std::optional<std::string> localHostName() override;
     std::optional<PropertyList> value(std::string_view key) override;
 

@@ -5,6 +5,7 @@
 
 #include "tests/support/Await.h"
 #include "tests/support/Eventually.h"
+#include "tests/support/MainLoop.h"
 #include "tests/support/NetworkNamespace.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -34,7 +35,7 @@ public:
     explicit Watched(const SystemRoot& root, const std::vector<std::string>& keys = allKeys) {
         watch_ = std::make_unique<LinuxConfigurationWatch>(root, dispatch_);
         installed = watch_->setNotificationKeys(keys);
-        observation_ = watch_->schedule([this] { changed_.happened(); });
+        observation_ = watch_->schedule(dispatch_.backgroundQueue(), [this] { changed_.happened(); });
         dispatch_.backgroundQueue()->async([] {}); // watches are served from the first use of a queue on
     }
     /// Runs the change; true if the watch calls within a second, as it promises.
@@ -173,6 +174,20 @@ TEST(LinuxConfigurationWatch, CallsWhenTheHostNameChanges) {
     }).join();
 }
 
+TEST(LinuxConfigurationWatch, CallsOnTheQueueItIsScheduledOn) {
+    const TemporaryFolder tree;
+    tree.write("etc/resolv.conf", "nameserver 192.0.2.53\n");
+    LinuxDispatch dispatch;
+    std::thread::id caller;
+    LinuxConfigurationWatch watch{SystemRoot(tree.path()), dispatch};
+    EXPECT_TRUE(watch.setNotificationKeys({"State:/Network/Global/DNS"}));
+    const Observation observation =
+        watch.schedule(dispatch.mainQueue(), [&caller] { caller = std::this_thread::get_id(); });
+    dispatch.backgroundQueue()->async([] {});
+    tree.write("etc/resolv.conf", "nameserver 192.0.2.54\n");
+    EXPECT_TRUE(serveUntil([&caller] { return caller == std::this_thread::get_id(); }));
+}
+
 // The call ran under the lock that the notice of the next change takes: what waited in it for that change waited for
 // good.
 TEST(LinuxConfigurationWatch, CallsUnderNoLockAndOnceMoreForWhatChangesMeanwhile) {
@@ -184,7 +199,7 @@ TEST(LinuxConfigurationWatch, CallsUnderNoLockAndOnceMoreForWhatChangesMeanwhile
     std::atomic<int> calls{0};
     LinuxConfigurationWatch watch{SystemRoot(tree.path()), dispatch};
     EXPECT_TRUE(watch.setNotificationKeys({"State:/Network/Global/DNS"}));
-    const Observation observation = watch.schedule([&] {
+    const Observation observation = watch.schedule(dispatch.backgroundQueue(), [&] {
         if (calls++ == 0) {
             tree.write("etc/resolv.conf", "nameserver 192.0.2.55\n");
             EXPECT_TRUE(watch.setNotificationKeys({})); // takes the lock
@@ -206,7 +221,7 @@ TEST(LinuxConfigurationWatch, MayBeReleasedFromInsideItsCall) {
     Event called;
     auto watch = std::make_unique<LinuxConfigurationWatch>(SystemRoot(tree.path()), dispatch);
     EXPECT_TRUE(watch->setNotificationKeys({"State:/Network/Global/DNS"}));
-    Observation observation = watch->schedule([&] {
+    Observation observation = watch->schedule(dispatch.backgroundQueue(), [&] {
         tree.write("etc/resolv.conf", "nameserver 192.0.2.55\n");
         observation.reset();
         watch.reset();
@@ -229,7 +244,7 @@ TEST(LinuxConfigurationWatch, WaitsWhenItIsReleasedForACallOnAnotherThread) {
     std::atomic<bool> hasEnded{false};
     LinuxConfigurationWatch watch{SystemRoot(tree.path()), dispatch};
     EXPECT_TRUE(watch.setNotificationKeys({"State:/Network/Global/DNS"}));
-    Observation observation = watch.schedule([&] {
+    Observation observation = watch.schedule(dispatch.backgroundQueue(), [&] {
         begun.happened();
         for (int turn = 0; turn < 1000; ++turn)
             std::this_thread::yield();
@@ -252,8 +267,8 @@ TEST(LinuxConfigurationWatch, CallsNoMoreOnceItIsReleased) {
     LinuxConfigurationWatch other{SystemRoot(tree.path()), dispatch};
     for (LinuxConfigurationWatch* watch : {&one, &other})
         EXPECT_TRUE(watch->setNotificationKeys({"State:/Network/Global/DNS"}));
-    Observation released = one.schedule([&] { first.happened(); });
-    const Observation kept = other.schedule([&] { second.happened(); });
+    Observation released = one.schedule(dispatch.backgroundQueue(), [&] { first.happened(); });
+    const Observation kept = other.schedule(dispatch.backgroundQueue(), [&] { second.happened(); });
     dispatch.backgroundQueue()->async([] {});
     released.reset();
     tree.write("etc/resolv.conf", "nameserver 192.0.2.54\n");
