@@ -8,6 +8,7 @@
 
 #include <SentrelKit/Version.h>
 #include <SentrelKit/platform/DispatchQueue.h>
+#include <SentrelKit/platform/Icon.h>
 #include <SentrelKit/probes/NetworkProbes.h>
 #include <SentrelKit/settings/DefaultsKey.h>
 #include <SentrelKit/settings/Number.h>

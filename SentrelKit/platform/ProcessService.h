@@ -6,6 +6,7 @@
 /// nothing is printed.
 
 #include <SentrelKit/Export.h>
+#include <SentrelKit/platform/Icon.h>
 #include <SentrelKit/platform/Observation.h>
 
 #include <cstdint>
@@ -34,7 +35,7 @@ struct RunningApplication {
     std::uint64_t startTime = 0; ///< when the process started, in the platform's own unit; tells a reused id; 0 unknown
     std::optional<std::string> localizedName{};    ///< the name to show; absent where it has none
     std::optional<std::string> bundleIdentifier{}; ///< macOS: of the bundle; Linux: the desktop entry's id
-    std::optional<std::string> icon{};             ///< an icon's name, or the absolute path of an image
+    std::optional<Icon> icon{};                    ///< macOS: of the running application; Linux: of the desktop entry
 
     /// The id of the application that this process works for; its own id for an application. Absent where the platform
     /// has no word on it (macOS): then the parent process decides.

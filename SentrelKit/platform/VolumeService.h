@@ -8,6 +8,7 @@
 
 #include <SentrelKit/Export.h>
 #include <SentrelKit/platform/DiskSession.h>
+#include <SentrelKit/platform/Icon.h>
 #include <SentrelKit/platform/MountedFileSystem.h>
 #include <SentrelKit/platform/Observation.h>
 #include <SentrelKit/platform/VolumeNotification.h>
@@ -57,9 +58,9 @@ public:
     /// not answer.
     virtual void checkLabel(const std::string& path) = 0;
 
-    /// The icon for the volume mounted at a path, by name; absent if there is none that fits. On Linux one of
-    /// freedesktop's icon names.
-    [[nodiscard]] virtual std::optional<std::string> iconForPath(const std::string& path) = 0;
+    /// The icon for the volume mounted at a path; absent if there is none that fits. macOS: iconForFile: of the
+    /// workspace; Linux: one of freedesktop's icon names.
+    [[nodiscard]] virtual std::optional<Icon> iconForPath(const std::string& path) = 0;
 };
 
 } // namespace sentrel::platform

@@ -90,8 +90,8 @@ public:
     /// The localized name, else the bundle identifier, else an empty text.
     [[nodiscard]] std::string name() const;
 
-    /// An icon's name (Linux) or the absolute path of an image; absent without an icon.
-    [[nodiscard]] const std::optional<std::string>& icon() const noexcept { return app_->icon; }
+    /// The application's icon; absent without one.
+    [[nodiscard]] const std::optional<Icon>& icon() const noexcept { return app_->icon; }
 
     /// Resident bytes at the last sample, with those folded into it; 0 after folding into a parent.
     [[nodiscard]] std::uint64_t mem() const noexcept { return mem_; }

@@ -340,13 +340,14 @@ TEST_F(ApplicationsTest, NoLongerTracksAProcessThatTurnsIntoTheHostsOwnExtension
 TEST_F(ApplicationsTest, ShowsTheLocalizedNameElseTheBundleIdentifierElseNothing) {
     machine->processes().launch(
         {.processIdentifier = 100, .localizedName = "Notizen", .bundleIdentifier = "org.example"});
-    machine->processes().launch({.processIdentifier = 101, .bundleIdentifier = "org.example", .icon = "notes"});
+    machine->processes().launch(
+        {.processIdentifier = 101, .bundleIdentifier = "org.example", .icon = Icon::named("notes")});
     machine->processes().launch({.processIdentifier = 102});
     Applications applications;
     EXPECT_EQ(find(applications, 100)->name(), "Notizen");
     EXPECT_EQ(find(applications, 101)->name(), "org.example");
     EXPECT_EQ(find(applications, 102)->name(), "");
-    EXPECT_EQ(find(applications, 101)->icon(), "notes");
+    EXPECT_EQ(find(applications, 101)->icon(), Icon::named("notes"));
     EXPECT_FALSE(find(applications, 102)->icon());
     EXPECT_EQ(find(applications, 102)->ppid(), -1);
 }

@@ -248,7 +248,7 @@ void ScriptedVolumeService::checkLabel(const std::string& path) {
     calls.record("checkLabel", path);
 }
 
-std::optional<std::string> ScriptedVolumeService::iconForPath(const std::string& path) {
+std::optional<Icon> ScriptedVolumeService::iconForPath(const std::string& path) {
     const bool fails = calls.fails("iconForPath", path);
     const auto icon = icons.find(path);
     return icon == icons.end() || fails ? std::nullopt : std::optional(icon->second);

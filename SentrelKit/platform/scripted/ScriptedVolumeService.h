@@ -53,7 +53,7 @@ public:
     [[nodiscard]] std::unique_ptr<DiskSession> openSession() override;
     [[nodiscard]] Observation observe(std::function<void(const VolumeNotification&)> observer) override;
     void checkLabel(const std::string& path) override;
-    [[nodiscard]] std::optional<std::string> iconForPath(const std::string& path) override;
+    [[nodiscard]] std::optional<Icon> iconForPath(const std::string& path) override;
 
     /// Tells the observers, on the caller's thread.
     void notify(const VolumeNotification& notification);
@@ -69,7 +69,7 @@ public:
     std::vector<MountedFileSystem> mounts;      ///< the mount table, in its order
     std::optional<std::int32_t> count;          ///< what counting answers; absent: the mounts as they are
     std::map<std::string, ScriptedDisk> disks;  ///< by device name
-    std::map<std::string, std::string> icons;   ///< by mount point
+    std::map<std::string, Icon> icons;          ///< by mount point
     std::vector<std::string> acceptedTypeNames; ///< the ten names, unless changed
     bool acceptsAnyRoot = false;                ///< whether "/" is shown whatever its type is
 

@@ -5,6 +5,7 @@
 
 #include <SentrelKit/Export.h>
 #include <SentrelKit/base/system/detail/Relaxed.h>
+#include <SentrelKit/platform/Icon.h>
 #include <SentrelKit/platform/VolumeNotification.h>
 #include <SentrelKit/probes/DiskProbes.h>
 #include <SentrelKit/system/Mutex/Atomic.h>
@@ -97,8 +98,8 @@ public:
     /// Bytes; 0 until the file system answered for the first time, which a network share may do late.
     [[nodiscard]] std::int64_t total() const noexcept { return total_; }
     [[nodiscard]] bool isRootFS() const noexcept { return isRootFS_; } ///< mounted at "/"
-    /// The name of the icon for the mount point, on Linux one of freedesktop's icon names.
-    [[nodiscard]] const std::optional<std::string>& icon() const noexcept { return icon_; }
+    /// The icon for the mount point; absent if there is none that fits. On Linux one of freedesktop's icon names.
+    [[nodiscard]] const std::optional<Icon>& icon() const noexcept { return icon_; }
     /// The drive's health when the volume was first seen; absent if it could not be asked.
     [[nodiscard]] const std::optional<probes::SMARTData>& smart() const noexcept { return smart_; }
 
@@ -153,7 +154,7 @@ private:
     std::string fstype_;
     std::string model_;
     std::string source_; ///< the whole of what is mounted
-    std::optional<std::string> icon_;
+    std::optional<Icon> icon_;
     bool isRootFS_ = false;
     std::optional<probes::SMARTData> smart_;
 

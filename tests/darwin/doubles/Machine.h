@@ -82,6 +82,7 @@ struct Machine {
 
     std::map<int, Process> processes;                           ///< by id
     std::vector<sentrel::platform::RunningApplication> running; ///< what the workspace lists
+    std::map<std::string, std::vector<std::uint8_t>> pictures;  ///< the workspace's, by path
     std::vector<sentrel::platform::UserNotification> delivered; ///< by the user-notification centre
     std::vector<Mount> mounts;                                  ///< the mount table
     SmartDrive smart;                                           ///< every drive that is capable of SMART

@@ -2,6 +2,7 @@
 #include "tests/darwin/doubles/Workspace.h"
 
 #include <SentrelKit/platform/macos/processes/Workspace.h>
+#include <SentrelKit/platform/macos/volumes/VolumeIcon.h>
 
 #include "tests/darwin/doubles/Machine.h"
 
@@ -45,3 +46,14 @@ void observeRunningApplications(std::function<void()> changed) {
 }
 
 } // namespace sentrel::platform::Workspace
+
+namespace sentrel::platform {
+
+std::optional<Icon> volumeIcon(const std::string& path) {
+    const auto picture = darwin::machine().pictures.find(path);
+    if (picture == darwin::machine().pictures.end())
+        return std::nullopt;
+    return Icon::tiff([bytes = picture->second] { return bytes; });
+}
+
+} // namespace sentrel::platform

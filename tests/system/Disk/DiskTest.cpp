@@ -67,7 +67,7 @@ TEST_F(DiskModel, IsOfTheDiskKind) {
 
 TEST_F(DiskModel, ListsTheVolumesWhenItIsMade) {
     volumes().mount("disk1", "/", 1000, 400);
-    volumes().icons["/"] = "drive-harddisk";
+    volumes().icons.insert_or_assign("/", Icon::named("drive-harddisk"));
     volumes().disks["disk1"].description = platform::DiskDescription{"Startup", "SSD 1 TB"};
     volumes().disks["disk1"].smartAncestor = 0;
     count("disk1", 10, 20);
@@ -89,7 +89,7 @@ TEST_F(DiskModel, ListsTheVolumesWhenItIsMade) {
     EXPECT_EQ(volume->rbytesps(), 0.0);
     EXPECT_EQ(volume->wbytesps(), 0.0);
     EXPECT_EQ(volume->timestamp(), 1'500'000'000'000);
-    EXPECT_EQ(volume->icon(), "drive-harddisk");
+    EXPECT_EQ(volume->icon(), Icon::named("drive-harddisk"));
     EXPECT_TRUE(volume->isRootFS());
     ASSERT_TRUE(volume->smart());
     EXPECT_EQ(volume->smart()->capable, 1);
@@ -354,7 +354,7 @@ TEST_F(DiskModel, TakesAnotherSampleOfAKnownVolumeWhenItListsAnew) {
 
 TEST_F(DiskModel, KeepsTheFirstFactsOfAKnownVolume) {
     volumes().mount("disk1", "/", 1000, 400);
-    volumes().icons["/"] = "first";
+    volumes().icons.insert_or_assign("/", Icon::named("first"));
     volumes().disks["disk1"].description = platform::DiskDescription{"Old", "First model"};
     volumes().disks["disk1"].smartAncestor = 0;
     Disk disk;
@@ -363,7 +363,7 @@ TEST_F(DiskModel, KeepsTheFirstFactsOfAKnownVolume) {
     volumes().mounts[0].isRoot = false;
     volumes().mounts[0].on = "/moved";
     volumes().mounts[0].space = {4096, 2000, 400};
-    volumes().icons["/moved"] = "second";
+    volumes().icons.insert_or_assign("/moved", Icon::named("second"));
     volumes().disks["disk1"].description = platform::DiskDescription{"New", "Second model"};
     volumes().disks["disk1"].smartAncestor = std::nullopt;
     disk.handleMountNotifications({});
@@ -373,7 +373,7 @@ TEST_F(DiskModel, KeepsTheFirstFactsOfAKnownVolume) {
     EXPECT_EQ(volume->model(), "First model");
     EXPECT_EQ(volume->fstype(), "apfs");
     EXPECT_EQ(volume->total(), 1000 * 4096);
-    EXPECT_EQ(volume->icon(), "first");
+    EXPECT_EQ(volume->icon(), Icon::named("first"));
     EXPECT_TRUE(volume->isRootFS());
     EXPECT_TRUE(volume->smart());
     EXPECT_EQ(volume->name(), "New");

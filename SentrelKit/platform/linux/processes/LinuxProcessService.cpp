@@ -24,6 +24,11 @@ std::unique_ptr<ProcessClocks> clocksOf(const SystemRoot& root) {
     return std::make_unique<CapturedProcessClocks>(root);
 }
 
+// An entry gives a name, or an absolute path.
+Icon iconOf(std::string text) {
+    return text.starts_with('/') ? Icon::atPath(std::move(text)) : Icon::named(std::move(text));
+}
+
 } // namespace
 
 LinuxProcessService::LinuxProcessService(const SystemRoot& root) : LinuxProcessService(root, clocksOf(root)) {}
@@ -110,7 +115,8 @@ std::shared_ptr<const RunningApplication> LinuxProcessService::describe(const Pr
             application.bundleIdentifier = identifier;
         if (std::optional<DesktopEntry> desktop = findDesktopEntry(root_, identifier)) {
             application.localizedName = std::move(desktop->name);
-            application.icon = std::move(desktop->icon);
+            if (desktop->icon)
+                application.icon = iconOf(std::move(*desktop->icon));
         }
     }
     if (!application.localizedName)

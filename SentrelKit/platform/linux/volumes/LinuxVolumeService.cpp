@@ -76,7 +76,7 @@ void LinuxVolumeService::checkLabel(const std::string& path) {
     watch_.checkLabel(path);
 }
 
-std::optional<std::string> LinuxVolumeService::iconForPath(const std::string& path) {
+std::optional<Icon> LinuxVolumeService::iconForPath(const std::string& path) {
     const MountSnapshot mounts = machine_.mounts.current();
     const MountEntry* mount = mounts ? mountOfPath(*mounts, path) : nullptr;
     if (!mount)

@@ -28,7 +28,7 @@ public:
     [[nodiscard]] std::unique_ptr<DiskSession> openSession() override;
     [[nodiscard]] Observation observe(std::function<void(const VolumeNotification&)> observer) override;
     void checkLabel(const std::string& path) override;
-    [[nodiscard]] std::optional<std::string> iconForPath(const std::string& path) override;
+    [[nodiscard]] std::optional<Icon> iconForPath(const std::string& path) override;
 
 private:
     static DeviceControl& systemControl() noexcept;

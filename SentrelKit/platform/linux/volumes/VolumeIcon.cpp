@@ -5,20 +5,20 @@
 
 namespace sentrel::platform {
 
-std::optional<std::string> volumeIcon(const BlockDevices& devices, const MountEntry& mount) {
+std::optional<Icon> volumeIcon(const BlockDevices& devices, const MountEntry& mount) {
     if (mount.device.empty()) {
         if (mount.type != "fuseblk" && mayNotAnswer(mount.type))
-            return "folder-remote";
+            return Icon::named("folder-remote");
         return std::nullopt;
     }
     const std::string disk = devices.bottomDisk(mount.device);
     if (disk.starts_with("sr"))
-        return "drive-optical";
+        return Icon::named("drive-optical");
     if (disk.starts_with("mmcblk"))
-        return "media-flash";
+        return Icon::named("media-flash");
     if (devices.attribute(disk, "removable") == "1")
-        return "drive-removable-media";
-    return "drive-harddisk";
+        return Icon::named("drive-removable-media");
+    return Icon::named("drive-harddisk");
 }
 
 } // namespace sentrel::platform

@@ -2,8 +2,7 @@
 #include <SentrelKit/platform/macos/processes/Workspace.h>
 
 #include <SentrelKit/platform/macos/common/Bridge.h>
-
-#import <AppKit/AppKit.h>
+#include <SentrelKit/platform/macos/common/Picture.h>
 
 #include <utility>
 
@@ -42,7 +41,7 @@ std::vector<RunningApplication> runningApplications() {
             application.processIdentifier = running.processIdentifier;
             application.localizedName = textOf(running.localizedName);
             application.bundleIdentifier = textOf(running.bundleIdentifier);
-            application.icon = textOf(running.bundleURL.path);
+            application.icon = icon([running] { return running.icon; });
             applications.push_back(std::move(application));
         }
         return applications;

@@ -2,6 +2,7 @@
 #include <SentrelKit/platform/macos/volumes/MacVolumeService.h>
 
 #include <SentrelKit/platform/macos/volumes/MacDiskSession.h>
+#include <SentrelKit/platform/macos/volumes/VolumeIcon.h>
 #include <SentrelKit/platform/macos/volumes/VolumeNotices.h>
 #include <SentrelKit/platform/support/Observer.h>
 
@@ -75,8 +76,8 @@ Observation MacVolumeService::observe(std::function<void(const VolumeNotificatio
                           }));
 }
 
-std::optional<std::string> MacVolumeService::iconForPath(const std::string& path) {
-    return path;
+std::optional<Icon> MacVolumeService::iconForPath(const std::string& path) {
+    return volumeIcon(path);
 }
 
 } // namespace sentrel::platform

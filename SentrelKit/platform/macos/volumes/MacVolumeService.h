@@ -15,7 +15,7 @@ public:
     std::unique_ptr<DiskSession> openSession() override;
     Observation observe(std::function<void(const VolumeNotification&)> observer) override;
     void checkLabel(const std::string& /*path*/) override {} // the workspace tells of each
-    std::optional<std::string> iconForPath(const std::string& path) override;
+    std::optional<Icon> iconForPath(const std::string& path) override;
 };
 
 } // namespace sentrel::platform

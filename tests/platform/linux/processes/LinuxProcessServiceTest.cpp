@@ -523,7 +523,19 @@ TEST_F(LinuxProcessServiceTest, NamesAnApplicationAsItsDesktopEntryDoes) {
     ASSERT_EQ(set.size(), 1U);
     EXPECT_EQ(set[0]->localizedName, "Notizen");
     EXPECT_EQ(set[0]->bundleIdentifier, "org.example.Notes");
-    EXPECT_EQ(set[0]->icon, "notes-icon");
+    EXPECT_EQ(set[0]->icon, Icon::named("notes-icon"));
+}
+
+TEST_F(LinuxProcessServiceTest, TakesAnAbsolutePathForAnImageFile) {
+    tree.folder().write("usr/share/applications/org.example.Notes.desktop",
+                        "[Desktop Entry]\nName=Notes\nIcon=/opt/notes/icon.png\n");
+    TreeProcess process = player;
+    process.group = "/user.slice/app-gnome-org.example.Notes-100.scope";
+    put(process);
+    const EnvironmentValue shared("XDG_DATA_DIRS", std::nullopt);
+    const RunningApplications set = makeService()->runningApplications();
+    ASSERT_EQ(set.size(), 1U);
+    EXPECT_EQ(set[0]->icon, Icon::atPath("/opt/notes/icon.png"));
 }
 
 TEST_F(LinuxProcessServiceTest, NamesAnApplicationWithoutAnEntryAsItsProgram) {

@@ -219,11 +219,11 @@ TEST_F(CapturedVolumes, HaveTheIconOfWhatTheyLieOn) {
               "4 1 179:0 / /card rw - exfat /dev/mmcblk0 rw\n"
               "5 1 0:60 / /share rw - nfs4 server:/share rw\n"
               "6 1 0:61 / /memory rw - tmpfs tmpfs rw\n");
-    EXPECT_EQ(service_.iconForPath("/"), "drive-harddisk");
-    EXPECT_EQ(service_.iconForPath("/stick"), "drive-removable-media");
-    EXPECT_EQ(service_.iconForPath("/dvd"), "drive-optical");
-    EXPECT_EQ(service_.iconForPath("/card"), "media-flash");
-    EXPECT_EQ(service_.iconForPath("/share"), "folder-remote");
+    EXPECT_EQ(service_.iconForPath("/"), Icon::named("drive-harddisk"));
+    EXPECT_EQ(service_.iconForPath("/stick"), Icon::named("drive-removable-media"));
+    EXPECT_EQ(service_.iconForPath("/dvd"), Icon::named("drive-optical"));
+    EXPECT_EQ(service_.iconForPath("/card"), Icon::named("media-flash"));
+    EXPECT_EQ(service_.iconForPath("/share"), Icon::named("folder-remote"));
     EXPECT_FALSE(service_.iconForPath("/memory"));
 }
 
