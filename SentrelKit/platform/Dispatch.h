@@ -24,7 +24,8 @@ public:
     [[nodiscard]] virtual std::shared_ptr<DispatchQueue> serialQueue(const std::string& name) = 0;
 
     /// Serves the main queue for so many seconds on the calling thread, a closure that runs at their end to its end.
-    /// For hosts without a main loop of their own. An exception of a closure or tick ends it and passes through.
+    /// For hosts without a main loop of their own. An exception of a closure or tick ends it and passes through. macOS:
+    /// on the process's first thread alone; elsewhere it prints one error line and returns.
     virtual void runMain(double seconds) = 0;
 };
 

@@ -4,6 +4,11 @@
 /// Queues: where closures run. The main queue runs its closures one after the other on the thread that runs the host's
 /// main loop; the background queue runs them concurrently on low-priority threads.
 ///
+/// A closure or tick that throws ends the process (std::terminate), except on the main queue while `runMain` serves it:
+/// there the exception leaves `runMain`, what else is due stays for the next call, and the timer ticks on.
+///
+/// On macOS the queues are the system's own, and the order of what is due is theirs. On Linux:
+///
 /// - What is due first runs first: a closure at the moment it was given, or at the end of its delay, a tick at its
 ///   deadline. A closure that gives itself again and again holds no timer of its queue up, nor a tick that takes longer
 ///   than its interval the closures.
@@ -11,8 +16,6 @@
 ///   other ticks that block, as long as those are but a few.
 /// - The main queue leaves the host's own work a turn after each few milliseconds of its own, or each closure that
 ///   takes longer.
-/// - A closure or tick that throws ends the process (std::terminate), except on the main queue while `runMain` serves
-///   it: there the exception leaves `runMain`, what else is due stays for the next call, and the timer ticks on.
 
 #include <SentrelKit/Export.h>
 

@@ -2,8 +2,7 @@
 #pragma once
 
 /// The host: boot time, hardware description, processor load, memory, swap, clocks and heat. Every operation takes one
-/// reading and decides nothing; one that fails gives no value and, where the system tells one in such terms, leaves the
-/// reason in errno. Any thread.
+/// reading and decides nothing; one that fails gives no value. Any thread.
 
 #include <SentrelKit/Export.h>
 #include <SentrelKit/platform/ThermalState.h>
@@ -17,7 +16,7 @@
 namespace sentrel::platform {
 
 /// The host's basic description. "Max" counts what the running system could use, offline processors included; the
-/// plain counts are what is online now. Isolated processors are online.
+/// plain counts are what is online now, on Linux isolated processors too.
 struct host_basic_info {
     std::int32_t max_cpus = 0;         ///< logical processors that the system has reserved room for
     std::int32_t avail_cpus = 0;       ///< logical processors online

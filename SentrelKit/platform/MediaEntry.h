@@ -30,7 +30,7 @@ public:
     [[nodiscard]] virtual bool isSmartCapable() = 0;
     /// The entry that this one stands on, or null.
     [[nodiscard]] virtual std::shared_ptr<MediaEntry> parent() = 0;
-    /// Null, with errno set, on failure.
+    /// Null if the drive's driver offers no such conversation, or on failure.
     [[nodiscard]] virtual std::unique_ptr<SmartPlugIn> createSmartPlugIn() = 0;
 };
 

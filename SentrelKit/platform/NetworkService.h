@@ -112,8 +112,7 @@ public:
     /// The link state of a named interface; of the name the first 15 bytes count. Absent, with errno set, on failure.
     virtual std::optional<MediaStatus> mediaStatus(std::string_view name) = 0;
 
-    /// The first registry entry of a named interface: null if there is none, absent, with errno set, if the registry
-    /// cannot be asked.
+    /// The first registry entry of a named interface: null if there is none, absent if the registry cannot be asked.
     virtual std::optional<std::unique_ptr<InterfaceEntry>> matchInterface(const std::string& name) = 0;
 
     /// Whether the Internet can be reached, as far as the system knows without contacting anyone. May wait a few

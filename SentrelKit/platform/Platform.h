@@ -3,6 +3,11 @@
 
 /// The machine under the library: one service a subject, each answering single questions with plain values. The probes
 /// hold every algorithm; a platform decides nothing.
+///
+/// An operation that fails gives no value and throws nothing. Where its comment says "with errno set", errno names the
+/// reason on every platform. Elsewhere it does where the system tells one in such terms, as Linux mostly does; mach,
+/// the device registry, disk arbitration and the dynamic store of macOS have codes of their own, and errno stays as it
+/// was.
 
 #include <SentrelKit/Export.h>
 

@@ -24,8 +24,8 @@ public:
     /// How many sources there are; absent if the list cannot be had. macOS: IOPSCopyPowerSourcesList.
     [[nodiscard]] virtual std::optional<std::size_t> count() const = 0;
 
-    /// The description of one source, `index` below the count; absent if it cannot be had. The first source is the
-    /// first battery. macOS: IOPSGetPowerSourceDescription. Keys:
+    /// The description of one source, `index` below the count; absent if it cannot be had. On Linux the
+    /// first source is the first battery. macOS: IOPSGetPowerSourceDescription. Keys:
     ///
     /// | key | kind | meaning |
     /// | --- | --- | --- |
@@ -74,9 +74,9 @@ public:
     /// Adds a source to the calling thread's loop that calls `changed` whenever the power sources change, on the thread
     /// that runs this loop. Each call adds one more. Empty, with errno set, if there can be none.
     ///
-    /// macOS: IOPSNotificationCreateRunLoopSource and CFRunLoopAddSource; the release is CFRunLoopSourceInvalidate, on
-    /// any thread. The loop may be about to call back just then, with an address that nothing retains: the address is
-    /// a number, under which the callback finds the observer or no longer finds it.
+    /// macOS: IOPSNotificationCreateRunLoopSource and CFRunLoopAddSource in the default mode; the release is
+    /// CFRunLoopSourceInvalidate, on any thread. The loop may be about to call back just then, with an address that
+    /// nothing retains: the address is a number, under which the callback finds the observer or no longer finds it.
     [[nodiscard]] virtual Observation observe(std::function<void()> changed) = 0;
 };
 

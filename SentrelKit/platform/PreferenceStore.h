@@ -15,8 +15,12 @@
 
 namespace sentrel::platform {
 
-/// One suite. Every member may be called from any thread. A change is visible to every process at its next read; each
-/// change returns whether it was kept, and one that was not leaves the suite as it was.
+/// One suite. Every member may be called from any thread. A change is visible to its own process at once. Each change
+/// returns whether it was kept, and one that was not leaves the suite as it was.
+///
+/// On Linux what was kept stands in the suite's file, which every process reads at its next read. The store of macOS
+/// takes every change that it can hold and writes it later, without a word on whether it could; other processes see it
+/// soon after.
 class SENTREL_API PreferenceSuite {
 public:
     virtual ~PreferenceSuite() = default;
@@ -36,7 +40,8 @@ public:
     /// Removes keys. Removing a key that is not there is no failure.
     [[nodiscard]] virtual bool remove(std::span<const std::string> keys) = 0;
 
-    /// All keys, in no particular order; none when the suite cannot be read.
+    /// All keys, in no particular order; none when the suite cannot be read. macOS: those of dictionaryRepresentation,
+    /// in which what the user set for all programs stands too.
     [[nodiscard]] virtual std::vector<std::string> keys() const = 0;
 };
 

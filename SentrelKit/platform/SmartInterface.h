@@ -15,8 +15,9 @@ namespace sentrel::platform {
 /// The 512 bytes that a drive answers to "SMART read data" (ATA command set, "Device SMART data structure").
 using SmartData = std::array<std::uint8_t, 512>;
 
-/// A conversation with a drive. Each step may fail, with errno set; a drive that sleeps fails every step and is left
-/// asleep. One thread at a time. A step blocks until the drive answers or the system's time-out for it ends.
+/// A conversation with a drive. Each step may fail. On Linux a drive that sleeps fails every step and is left asleep;
+/// on macOS its driver decides. One thread at a time. A step blocks until the drive answers or the system's time-out
+/// for it ends.
 class SENTREL_API SmartInterface {
 public:
     virtual ~SmartInterface() = default;
@@ -27,7 +28,8 @@ public:
     virtual bool enableAutosave(bool enable) = 0;
     /// True if the drive reports that a threshold is exceeded; absent on failure.
     [[nodiscard]] virtual std::optional<bool> returnStatus() = 0;
-    /// Starts a data collection: the drive's plain one, or an extended self-test.
+    /// Starts a data collection while the drive goes on working (off-line, not captive): an extended self-test, or what
+    /// the system holds for the plain one: the off-line routine (Linux), a short self-test (macOS).
     virtual bool executeOffLineImmediate(bool extendedTest) = 0;
     /// Reads the data block.
     virtual bool readData(SmartData& data) = 0;
@@ -39,7 +41,7 @@ public:
 class SENTREL_API SmartPlugIn {
 public:
     virtual ~SmartPlugIn() = default;
-    /// Null, with errno set, on failure. The interface must not outlive the plug-in.
+    /// Null on failure. The interface must not outlive the plug-in.
     [[nodiscard]] virtual std::unique_ptr<SmartInterface> queryInterface() = 0;
 };
 

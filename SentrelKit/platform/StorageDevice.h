@@ -48,7 +48,8 @@ public:
 
     /// Whether the whole disk must stay as it is, because the running system needs it: a volume of it is the root file
     /// system, is one that the system runs from (its programs, libraries, state or boot files), or is swap space in
-    /// use; what is stacked on the disk counts. True with errno set, also if that cannot be told. May read many files.
+    /// use; what is stacked on the disk counts. True, with errno set, also if that cannot be told. May read many files.
+    /// macOS: the whole of what the root file system stands on, down to the disk; the rest lies there too.
     [[nodiscard]] virtual bool isSystemDisk() = 0;
 
     /// Starts unmounting and returns at once. The completion, if any, is called once on the queue that the disk's

@@ -41,7 +41,7 @@ public:
     /// The space of the file system at a path; absent, with errno set, on failure. Allocates nothing once warm.
     [[nodiscard]] virtual std::optional<FileSystemSpace> space(const char* path) = 0;
 
-    /// Opens a session; null, with errno set, on failure.
+    /// Opens a session; null on failure.
     [[nodiscard]] virtual std::unique_ptr<DiskSession> openSession() = 0;
 
     /// Calls back on every mount, unmount and rename, with each notice in its order; on Linux on the background queue,

@@ -183,6 +183,9 @@ TEST_F(MacVolumes, ThatTheRootStandsOnBelongToTheSystem) {
     EXPECT_TRUE(disk("disk1")->isSystemDisk());
     EXPECT_TRUE(disk("disk0")->isSystemDisk()); // where the container lies
     EXPECT_FALSE(disk("disk2s1")->isSystemDisk());
+    errno = 0;
+    EXPECT_TRUE(disk("disk1")->isSystemDisk());
+    EXPECT_EQ(errno, EBUSY);
 }
 
 TEST_F(MacVolumes, OfWhichNobodyCanTellBelongToTheSystem) {
@@ -191,7 +194,9 @@ TEST_F(MacVolumes, OfWhichNobodyCanTellBelongToTheSystem) {
     failures::plan("DADiskCopyWholeDisk", 1);
     EXPECT_TRUE(disk("disk2")->isSystemDisk());
     failures::plan("DADiskCopyIOMedia", 1);
+    errno = 0;
     EXPECT_TRUE(disk("disk2")->isSystemDisk());
+    EXPECT_EQ(errno, EBUSY);
 }
 
 TEST_F(MacVolumes, AreUnmountedWithACompletionOnTheSessionsQueue) {

@@ -13,6 +13,7 @@
 #include <sys/mount.h>
 #include <sys/param.h>
 
+#include <cerrno>
 #include <string>
 #include <utility>
 #include <vector>
@@ -150,14 +151,13 @@ public:
         const std::shared_ptr<MediaEntry> mine = whole ? whole->media() : nullptr;
         const std::shared_ptr<Device> root = create(arbitration_, rootDevice());
         std::shared_ptr<MediaEntry> under = root ? root->media() : nullptr;
-        if (!mine || !under)
-            return true; // nobody can tell
+        bool isSystems = !mine || !under; // nobody can tell
         // Whatever the root file system stands on: its container, and the disk that the container lies on.
-        for (; under; under = under->parent()) {
-            if (MacMediaEntry::areSame(*under, *mine))
-                return true;
-        }
-        return false;
+        for (; under && !isSystems; under = under->parent())
+            isSystems = MacMediaEntry::areSame(*under, *mine);
+        if (isSystems)
+            errno = EBUSY;
+        return isSystems;
     }
 
     void unmount(UnmountOptions options, UnmountCompletion completion) override {
