@@ -195,6 +195,19 @@ TEST_F(MacTimers, StoppedWithATickOnItsWayDoNotTick) {
     EXPECT_THAT(ticks, IsEmpty());
 }
 
+// The tick that was on its way found the gate open again.
+TEST_F(MacTimers, ResumedWithATickOnItsWayTickOneIntervalLater) {
+    const auto ticking = timer();
+    ticking->resume();
+    queues::advance(0.9);
+    ticking->suspend();
+    ticking->resume();
+    queues::fireNewest();
+    EXPECT_THAT(ticks, IsEmpty());
+    queues::advance(1);
+    EXPECT_THAT(ticks, ElementsAre(19 * second / 10));
+}
+
 TEST_F(MacTimers, MayBeReleasedFromTheirOwnTick) {
     MacDispatch dispatch;
     std::unique_ptr<sentrel::RepeatingTimer> ticking;

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/macos/dispatch/MacTimer.h>
 
+#include <SentrelKit/platform/macos/common/Uptime.h>
 #include <SentrelKit/platform/macos/dispatch/Closure.h>
 #include <SentrelKit/platform/macos/dispatch/MainLoop.h>
 
+#include <optional>
 #include <utility>
 
 namespace sentrel::platform {
@@ -27,16 +29,17 @@ struct MacTimer::Gate {
     }
     [[nodiscard]] bool isOpen() {
         const LockScope scope(lock);
-        return open;
+        return opening && uptimeNanoseconds() >= *opening;
     }
-    void set(bool isOpen) {
+    // From a moment on, or never again.
+    void set(std::optional<std::int64_t> moment) {
         const LockScope scope(lock);
-        open = isOpen;
+        opening = moment;
     }
 
     const std::function<void()> tick;
     Lock lock;
-    bool open SENTREL_GUARDED_BY(lock) = false;
+    std::optional<std::int64_t> opening SENTREL_GUARDED_BY(lock); // on the clock of uptime
 };
 
 MacTimer::MacTimer(dispatch_queue_t queue, std::int64_t interval, std::function<void()> tick)
@@ -49,7 +52,7 @@ MacTimer::MacTimer(dispatch_queue_t queue, std::int64_t interval, std::function<
 }
 
 MacTimer::~MacTimer() {
-    gate_->set(false);
+    gate_->set(std::nullopt);
     if (state_ == Source::suspended)
         dispatch_resume(source_.get());
     if (state_ != Source::cancelled)
@@ -60,10 +63,11 @@ void MacTimer::resume() {
     if (state_ != Source::suspended)
         return;
     state_ = Source::resumed;
-    // Armed anew, the source also drops a tick that came due before it was suspended.
+    // A tick that was on its way as the source was suspended comes before half of the first interval is over.
+    gate_->set(uptimeNanoseconds() + static_cast<std::int64_t>(interval_ / 2));
+    // Armed anew, the source drops one that had come due by then.
     dispatch_source_set_timer(source_.get(), dispatch_time(DISPATCH_TIME_NOW, static_cast<std::int64_t>(interval_)),
                               interval_, 0);
-    gate_->set(true);
     dispatch_resume(source_.get());
 }
 
@@ -71,14 +75,14 @@ void MacTimer::suspend() {
     if (state_ != Source::resumed)
         return;
     state_ = Source::suspended;
-    gate_->set(false);
+    gate_->set(std::nullopt);
     dispatch_suspend(source_.get());
 }
 
 void MacTimer::cancel() {
     if (state_ == Source::cancelled)
         return;
-    gate_->set(false);
+    gate_->set(std::nullopt);
     if (state_ == Source::suspended)
         dispatch_resume(source_.get()); // a suspended source hears of its end only when it is resumed
     state_ = Source::cancelled;
