@@ -5,9 +5,9 @@
 #include <SentrelKit/platform/scripted/ScriptedMachine.h>
 
 #include "tests/support/Fixtures.h"
-#include "tests/support/MainLoop.h"
-#include "tests/support/PowerMachine.h"
 #include "tests/support/TimeZone.h"
+#include "tests/support/linux/MainLoop.h"
+#include "tests/support/linux/PowerMachine.h"
 
 #include <gtest/gtest.h>
 

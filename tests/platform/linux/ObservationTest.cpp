@@ -8,10 +8,10 @@
 #include <SentrelKit/platform/linux/processes/LinuxProcessService.h>
 
 #include "tests/contract/ObservationContract.h"
-#include "tests/support/MainLoop.h"
-#include "tests/support/PowerMachine.h"
-#include "tests/support/ProcessTree.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/linux/MainLoop.h"
+#include "tests/support/linux/PowerMachine.h"
+#include "tests/support/linux/ProcessTree.h"
 
 #include <chrono>
 #include <memory>

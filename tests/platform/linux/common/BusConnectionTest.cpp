@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/common/BusConnection.h>
 
-#include "tests/support/PrivateBus.h"
-#include "tests/support/SilentBus.h"
+#include "tests/support/linux/PrivateBus.h"
+#include "tests/support/linux/SilentBus.h"
 
 #include <chrono>
 #include <gtest/gtest.h>

@@ -6,8 +6,8 @@
 #include "tests/support/Await.h"
 #include "tests/support/EnvironmentValue.h"
 #include "tests/support/Fixtures.h"
-#include "tests/support/PrivateBus.h"
-#include "tests/support/SilentBus.h"
+#include "tests/support/linux/PrivateBus.h"
+#include "tests/support/linux/SilentBus.h"
 
 #include <chrono>
 #include <cstdlib>

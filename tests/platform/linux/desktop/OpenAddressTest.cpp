@@ -5,8 +5,8 @@
 #include <SentrelKit/platform/linux/dispatch/LinuxDispatch.h>
 
 #include "tests/support/Eventually.h"
-#include "tests/support/MainLoop.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/linux/MainLoop.h"
 
 #include <gtest/gtest.h>
 

@@ -3,8 +3,8 @@
 #include <SentrelKit/platform/linux/dispatch/LinuxDispatch.h>
 
 #include "tests/support/Await.h"
-#include "tests/support/MainLoop.h"
 #include "tests/support/Sanitizers.h"
+#include "tests/support/linux/MainLoop.h"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,7 @@
 
 #include <SentrelKit/platform/linux/dispatch/LinuxDispatch.h>
 
-#include "tests/support/MainLoop.h"
+#include "tests/support/linux/MainLoop.h"
 
 #include <algorithm>
 #include <chrono>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/network/LinkTable.h>
 
-#include "tests/support/NetlinkMessage.h"
+#include "tests/support/linux/NetlinkMessage.h"
 
 #include <arpa/inet.h>
 #include <gtest/gtest.h>

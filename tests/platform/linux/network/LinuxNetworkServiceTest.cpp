@@ -6,9 +6,9 @@
 
 #include "tests/support/Eventually.h"
 #include "tests/support/Fixtures.h"
-#include "tests/support/NetworkNamespace.h"
-#include "tests/support/PrivateBus.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/linux/NetworkNamespace.h"
+#include "tests/support/linux/PrivateBus.h"
 
 #include <array>
 #include <atomic>

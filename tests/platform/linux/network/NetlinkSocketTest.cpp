@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/network/NetlinkSocket.h>
 
-#include "tests/support/NetlinkMessage.h"
+#include "tests/support/linux/NetlinkMessage.h"
 
 #include <cerrno>
 #include <gtest/gtest.h>

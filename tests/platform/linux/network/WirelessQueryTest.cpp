@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/network/WirelessQuery.h>
 
-#include "tests/support/NetlinkMessage.h"
+#include "tests/support/linux/NetlinkMessage.h"
 
 #include <gtest/gtest.h>
 #include <linux/genetlink.h>

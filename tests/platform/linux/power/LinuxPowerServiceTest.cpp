@@ -2,8 +2,8 @@
 #include <SentrelKit/platform/linux/power/LinuxPowerService.h>
 #include <SentrelKit/platform/scripted/ScriptedMachine.h>
 
-#include "tests/support/PowerMachine.h"
 #include "tests/support/TimeZone.h"
+#include "tests/support/linux/PowerMachine.h"
 
 #include <gtest/gtest.h>
 

@@ -3,8 +3,8 @@
 
 #include <SentrelKit/platform/linux/power/LinuxPowerService.h>
 
-#include "tests/support/MainLoop.h"
-#include "tests/support/PowerMachine.h"
+#include "tests/support/linux/MainLoop.h"
+#include "tests/support/linux/PowerMachine.h"
 
 #include <atomic>
 #include <chrono>

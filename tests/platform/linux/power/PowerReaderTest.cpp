@@ -3,7 +3,7 @@
 
 #include <SentrelKit/platform/linux/power/LinuxPowerService.h>
 
-#include "tests/support/PowerMachine.h"
+#include "tests/support/linux/PowerMachine.h"
 
 #include <gtest/gtest.h>
 

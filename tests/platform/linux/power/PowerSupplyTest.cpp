@@ -2,7 +2,7 @@
 #include <SentrelKit/platform/linux/power/PowerSupply.h>
 
 #include "tests/platform/linux/power/PowerDevices.h"
-#include "tests/support/PowerMachine.h"
+#include "tests/support/linux/PowerMachine.h"
 
 #include <gtest/gtest.h>
 #include <initializer_list>

@@ -4,7 +4,7 @@
 #include <SentrelKit/platform/linux/common/KernelText.h>
 #include <SentrelKit/platform/linux/processes/ProcessFiles.h>
 
-#include "tests/support/ProcessTree.h"
+#include "tests/support/linux/ProcessTree.h"
 
 #include <gtest/gtest.h>
 

@@ -3,8 +3,8 @@
 
 #include <SentrelKit/platform/linux/processes/LinuxProcessService.h>
 
-#include "tests/support/MountNamespace.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/linux/MountNamespace.h"
 
 #include <algorithm>
 #include <csignal>

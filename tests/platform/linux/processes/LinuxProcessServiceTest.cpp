@@ -3,7 +3,7 @@
 
 #include "tests/support/Allocations.h"
 #include "tests/support/EnvironmentValue.h"
-#include "tests/support/ProcessTree.h"
+#include "tests/support/linux/ProcessTree.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/processes/ProcessFiles.h>
 
-#include "tests/support/ProcessTree.h"
+#include "tests/support/linux/ProcessTree.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/volumes/BlockDevices.h>
 
-#include "tests/support/CapturedProperties.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/linux/CapturedProperties.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

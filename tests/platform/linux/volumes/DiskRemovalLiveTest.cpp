@@ -6,11 +6,11 @@
 #include "tests/support/Await.h"
 #include "tests/support/EnvironmentValue.h"
 #include "tests/support/Eventually.h"
-#include "tests/support/LoopDisk.h"
-#include "tests/support/MountNamespace.h"
-#include "tests/support/PrivateBus.h"
-#include "tests/support/SilentBus.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/linux/LoopDisk.h"
+#include "tests/support/linux/MountNamespace.h"
+#include "tests/support/linux/PrivateBus.h"
+#include "tests/support/linux/SilentBus.h"
 
 #include <SentrelKit/platform/DispatchQueue.h>
 #include <SentrelKit/platform/Platform.h>

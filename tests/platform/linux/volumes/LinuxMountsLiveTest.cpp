@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // The mounts of a process as its namespace, its root folder and they themselves change.
 
-#include "tests/support/MountNamespace.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/linux/MountNamespace.h"
 
 #include <SentrelKit/platform/linux/dispatch/LinuxDispatch.h>
 #include <SentrelKit/platform/linux/volumes/LinuxMounts.h>

@@ -2,8 +2,8 @@
 #include <SentrelKit/platform/linux/volumes/LinuxVolumeService.h>
 
 #include "tests/platform/linux/volumes/ScriptedAtaDrive.h"
-#include "tests/support/CapturedProperties.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/linux/CapturedProperties.h"
 
 #include <SentrelKit/platform/linux/dispatch/LinuxDispatch.h>
 #include <cerrno>

@@ -4,9 +4,9 @@
 #include <SentrelKit/platform/linux/volumes/VolumeSpace.h>
 
 #include "tests/support/Eventually.h"
-#include "tests/support/HangingFileSystem.h"
-#include "tests/support/LoopDisk.h"
-#include "tests/support/MountNamespace.h"
+#include "tests/support/linux/HangingFileSystem.h"
+#include "tests/support/linux/LoopDisk.h"
+#include "tests/support/linux/MountNamespace.h"
 
 #include <SentrelKit/platform/linux/dispatch/LinuxDispatch.h>
 #include <SentrelKit/platform/linux/volumes/LinuxVolumeService.h>

@@ -10,9 +10,9 @@
 #include "tests/contract/ObservationContract.h"
 #include "tests/support/Await.h"
 #include "tests/support/Eventually.h"
-#include "tests/support/LoopDisk.h"
-#include "tests/support/MountNamespace.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/linux/LoopDisk.h"
+#include "tests/support/linux/MountNamespace.h"
 
 #include <array>
 #include <functional>

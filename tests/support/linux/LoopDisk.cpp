@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tests/support/LoopDisk.h"
+#include "tests/support/linux/LoopDisk.h"
 
 #include <cerrno>
 #include <cstring>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tests/support/MountNamespace.h"
+#include "tests/support/linux/MountNamespace.h"
 
 #include <sched.h>
 #include <sys/mount.h>

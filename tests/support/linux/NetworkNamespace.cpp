@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tests/support/NetworkNamespace.h"
+#include "tests/support/linux/NetworkNamespace.h"
 
 #include <cstdio>
 #include <cstdlib>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tests/support/PrivateBus.h"
+#include "tests/support/linux/PrivateBus.h"
 
 // GLib hands messages between its bus thread and the caller under locks of its own, which the thread sanitizer does not
 // see: what its libraries themselves read and write is left out. Our own code stays under watch.

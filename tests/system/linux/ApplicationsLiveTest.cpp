@@ -3,8 +3,8 @@
 
 #include <SentrelKit/platform/linux/processes/LinuxProcessService.h>
 
-#include "tests/support/Actor.h"
 #include "tests/support/Eventually.h"
+#include "tests/support/linux/Actor.h"
 
 #include <gtest/gtest.h>
 

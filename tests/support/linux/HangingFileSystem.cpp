@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #define FUSE_USE_VERSION 31
 
-#include "tests/support/HangingFileSystem.h"
+#include "tests/support/linux/HangingFileSystem.h"
 
 #include "tests/support/Eventually.h"
 

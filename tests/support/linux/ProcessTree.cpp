@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tests/support/ProcessTree.h"
+#include "tests/support/linux/ProcessTree.h"
 
 #include "tests/support/Fixtures.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tests/support/Actor.h"
+#include "tests/support/linux/Actor.h"
 
 #include <atomic>
 #include <csignal>

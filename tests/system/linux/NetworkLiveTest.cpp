@@ -13,8 +13,8 @@
 #include "tests/support/EchoServer.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/Fixtures.h"
-#include "tests/support/NetworkNamespace.h"
-#include "tests/support/PrivateBus.h"
+#include "tests/support/linux/NetworkNamespace.h"
+#include "tests/support/linux/PrivateBus.h"
 
 #include <arpa/inet.h>
 #include <array>

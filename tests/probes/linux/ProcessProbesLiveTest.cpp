@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/probes/ProcessProbes.h>
 
-#include "tests/support/Actor.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/Sanitizers.h"
+#include "tests/support/linux/Actor.h"
 
 #include <gtest/gtest.h>
 
