@@ -20,7 +20,10 @@ target_compile_options(
     sentrel_options
     INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion
               -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=
-              $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>
+              $<$<CXX_COMPILER_ID:Clang,AppleClang>:-Wthread-safety>
+              # Sources of Objective-C++ are compiled as the C++ that they are to clang, with counted references. What is
+              # deprecated on the newest system is what the oldest one has.
+              $<$<PLATFORM_ID:Darwin>:-fobjc-arc$<SEMICOLON>-Wunguarded-availability$<SEMICOLON>-Wno-deprecated-declarations>
               # When it optimises, g++ 12 sees overlaps inside std::string (its bug 105651) and uninitialised members
               # inside std::variant (its bug 105593) that are not there. clang and the sanitizers look for real ones.
               $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict$<SEMICOLON>-Wno-maybe-uninitialized>
