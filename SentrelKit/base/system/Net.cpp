@@ -116,7 +116,9 @@ std::int64_t writeWithoutSignal(int descriptor, const void* buffer, std::size_t 
 }
 
 std::int64_t writeOnce(int descriptor, const void* buffer, std::size_t length) noexcept {
-#ifdef MSG_NOSIGNAL
+// Where a socket can be told so, the flag came later than the system: its newer headers have it, its older kernels do
+// not.
+#if defined(MSG_NOSIGNAL) && !defined(SO_NOSIGPIPE)
     const std::int64_t result = ::send(descriptor, buffer, length, MSG_NOSIGNAL);
     if (result != -1 || errno != ENOTSOCK)
         return result;
