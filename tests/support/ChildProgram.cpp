@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/support/ChildProgram.h"
 
+#include "tests/support/Sockets.h"
+
 #include <array>
 #include <csignal>
 #include <cstdlib>
-#include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
 #include <stdexcept>
@@ -23,8 +24,10 @@ constexpr int patienceMilliseconds = 30'000;
 
 ChildProgram::ChildProgram(const std::vector<std::string>& command) {
     std::array<int, 2> pipe{};
-    if (::pipe2(pipe.data(), O_CLOEXEC) != 0)
+    if (::pipe(pipe.data()) != 0)
         throw std::runtime_error("no pipe");
+    for (const int end : pipe)
+        closedOnExec(end);
     output_ = pipe[0];
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);

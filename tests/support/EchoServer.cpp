@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/support/EchoServer.h"
 
+#include "tests/support/Sockets.h"
+
 #include <arpa/inet.h>
 #include <array>
 #include <netinet/in.h>
@@ -16,7 +18,7 @@ EchoServer::EchoServer(Behaviour behaviour, const std::string& address) : behavi
     inet_pton(AF_INET, address.c_str(), &place.sin_addr);
     socklen_t length = sizeof place;
     auto* bytes = reinterpret_cast<sockaddr*>(&place);
-    listener_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    listener_ = closedOnExec(::socket(AF_INET, SOCK_STREAM, 0));
     if (::bind(listener_, bytes, length) != 0 || ::listen(listener_, 8) != 0 ||
         ::getsockname(listener_, bytes, &length) != 0)
         throw std::runtime_error("cannot listen");
@@ -43,7 +45,7 @@ std::vector<std::string> EchoServer::requests() {
 
 bool EchoServer::send(int connection, const std::string& bytes) {
     for (std::size_t sent = 0; sent < bytes.size();) {
-        const ssize_t count = ::send(connection, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
+        const ssize_t count = sendWithoutSignal(connection, bytes.data() + sent, bytes.size() - sent);
         if (count <= 0)
             return false;
         sent += static_cast<std::size_t>(count);
@@ -57,7 +59,7 @@ EchoServer::Behaviour EchoServer::reply(std::string bytes) {
 
 void EchoServer::serve() {
     for (;;) {
-        const int connection = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
+        const int connection = closedOnExec(::accept(listener_, nullptr, nullptr));
         if (connection < 0)
             return;
         {

@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "tests/support/Sockets.h"
+
 #include <arpa/inet.h>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
+#include <dirent.h>
 #include <fcntl.h>
-#include <filesystem>
-#include <iterator>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
@@ -22,13 +23,18 @@ namespace sentrel {
 
 /// The number of descriptors that this process has open.
 inline std::size_t openDescriptors() {
-    return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator("/dev/fd"), {}));
+    std::size_t count = 0;
+    DIR* folder = opendir("/dev/fd");
+    while (const dirent* entry = folder ? readdir(folder) : nullptr)
+        count += entry->d_name[0] != '.';
+    closedir(folder);
+    return count;
 }
 
 /// A descriptor of a test, closed at the end of its scope.
 class Descriptor {
 public:
-    explicit Descriptor(int fd = -1) : fd_(fd) {}
+    explicit Descriptor(int fd = -1) : fd_(closedOnExec(fd)) {}
     ~Descriptor() { close(); }
     Descriptor(Descriptor&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
     Descriptor& operator=(Descriptor&& other) noexcept {
@@ -46,7 +52,7 @@ public:
     /// Writes everything, waiting as long as it takes; false when the other side is gone.
     [[nodiscard]] bool send(std::string_view bytes) const {
         while (!bytes.empty()) {
-            const ssize_t count = ::send(fd_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+            const ssize_t count = sendWithoutSignal(fd_, bytes.data(), bytes.size());
             if (count < 0 && errno == EINTR)
                 continue;
             if (count <= 0)
@@ -89,7 +95,7 @@ class Listener {
 public:
     explicit Listener(const std::string& host = "127.0.0.1", int backlog = 16) {
         address6_ = host.find(':') != std::string::npos;
-        descriptor_ = Descriptor(socket(address6_ ? AF_INET6 : AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        descriptor_ = Descriptor(socket(address6_ ? AF_INET6 : AF_INET, SOCK_STREAM, 0));
         sockaddr_storage address{};
         socklen_t size = fill(address, host);
         if (bind(descriptor_.get(), reinterpret_cast<sockaddr*>(&address), size) != 0 ||
@@ -102,7 +108,7 @@ public:
 
     [[nodiscard]] int port() const { return port_; }
     [[nodiscard]] int get() const { return descriptor_.get(); }
-    [[nodiscard]] Descriptor accept() const { return Descriptor(::accept4(get(), nullptr, nullptr, SOCK_CLOEXEC)); }
+    [[nodiscard]] Descriptor accept() const { return Descriptor(::accept(get(), nullptr, nullptr)); }
     void close() { descriptor_.close(); }
 
 private:
@@ -129,7 +135,7 @@ struct Connection {
     /// Segments are as long as the system likes, or at most as given.
     explicit Connection(int longestSegment = 0) {
         const Listener listener;
-        near = Descriptor(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        near = Descriptor(socket(AF_INET, SOCK_STREAM, 0));
         if (longestSegment > 0)
             setsockopt(near.get(), IPPROTO_TCP, TCP_MAXSEG, &longestSegment, sizeof longestSegment);
         sockaddr_in address{};
@@ -146,7 +152,7 @@ struct Connection {
     /// The same over a local pair instead of TCP, whose buffers, once full, stay full: no segment is still on its way.
     [[nodiscard]] static Connection local() {
         int ends[2];
-        if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0)
+        if (socketpair(AF_UNIX, SOCK_STREAM, 0, ends) != 0)
             throw std::runtime_error("cannot make a pair");
         fcntl(ends[0], F_SETFL, fcntl(ends[0], F_GETFL) | O_NONBLOCK);
         return {Descriptor(ends[0]), Descriptor(ends[1])};
@@ -158,7 +164,7 @@ struct Connection {
         std::size_t total = 0;
         // Full is what stays full: the system goes on moving bytes to the other side for a while.
         for (int refused = 0; refused < 3;) {
-            const ssize_t count = ::send(near.get(), bytes.data(), refused > 0 ? 1 : bytes.size(), MSG_NOSIGNAL);
+            const ssize_t count = sendWithoutSignal(near.get(), bytes.data(), refused > 0 ? 1 : bytes.size());
             if (count > 0) {
                 total += static_cast<std::size_t>(count);
                 refused = 0;

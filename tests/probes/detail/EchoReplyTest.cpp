@@ -5,6 +5,8 @@
 #include <SentrelKit/base/system/Net.h>
 #include <SentrelKit/platform/support/StreamConnection.h>
 
+#include "tests/support/Sockets.h"
+
 #include <array>
 #include <chrono>
 #include <gtest/gtest.h>
@@ -20,7 +22,7 @@ namespace {
 class EchoReply : public testing::Test {
 protected:
     void SetUp() override {
-        ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends_.data()), 0);
+        ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, ends_.data()), 0);
         ASSERT_TRUE(Net_setNonBlocking(ends_[0]));
         stream_ = InputStream_new(ends_[0]);
     }
@@ -31,7 +33,7 @@ protected:
     }
 
     void send(const std::string& bytes) {
-        ASSERT_EQ(::send(ends_[1], bytes.data(), bytes.size(), MSG_NOSIGNAL), static_cast<ssize_t>(bytes.size()));
+        ASSERT_EQ(sendWithoutSignal(ends_[1], bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
     }
     void hangUp() {
         if (ends_[1] >= 0)
@@ -117,7 +119,7 @@ TEST_F(EchoReply, IsGivenUpOnceASilentSenderTookTooLong) {
 
 TEST_F(EchoReply, IsGivenUpAtItsLimitHoweverSteadilyItTrickles) {
     std::thread sender([end = ends_[1]] {
-        while (::send(end, "x", 1, MSG_NOSIGNAL) == 1)
+        while (sendWithoutSignal(end, "x", 1) == 1)
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
     });
     EchoReplyLimits limits;
@@ -134,7 +136,7 @@ TEST_F(EchoReply, IsGivenUpAtItsLimitHoweverSteadilyItTrickles) {
 TEST_F(EchoReply, IsGivenUpAtItsLimitOfBytes) {
     std::thread sender([end = ends_[1]] {
         const std::string header = "X-Header: and another one\r\n";
-        while (::send(end, header.data(), header.size(), MSG_NOSIGNAL) > 0) {
+        while (sendWithoutSignal(end, header.data(), header.size()) > 0) {
         }
     });
     EXPECT_EQ(read(), "");
