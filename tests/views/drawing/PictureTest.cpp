@@ -5,8 +5,8 @@
 #include <SentrelKit/views/drawing/Picture.h>
 
 #include "tests/support/TemporaryFolder.h"
+#include "tests/views/support/Image.h"
 
-#include <cairo.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -35,19 +35,16 @@ TEST(Picture, RendersAViewAsPNGAtBothResolutions) {
     chart.setPercent(42.0);
     for (const int scale : {1, 2}) {
         ASSERT_TRUE(renderPNG(chart, folder.path("ring.png"), scale));
-        cairo_surface_t* image = cairo_image_surface_create_from_png(folder.path("ring.png").c_str());
-        EXPECT_EQ(cairo_image_surface_get_width(image), 96 * scale);
-        EXPECT_EQ(cairo_image_surface_get_height(image), 64 * scale);
-        cairo_surface_destroy(image);
+        const Image image(folder.path("ring.png"));
+        EXPECT_EQ(image.width(), 96 * scale);
+        EXPECT_EQ(image.height(), 64 * scale);
     }
     EXPECT_FALSE(chart.needsDisplay());
 }
 
-TEST(Picture, RendersAViewAsSVGAndPDF) {
+TEST(Picture, RendersAViewAsPDF) {
     const TemporaryFolder folder;
     GaugeCircleChart chart({0, 0, 96, 64});
-    ASSERT_TRUE(renderSVG(chart, folder.path("ring.svg")));
-    EXPECT_NE(contentOf(folder.path("ring.svg")).find("width=\"96pt\""), std::string::npos);
     ASSERT_TRUE(renderPDF(chart, folder.path("ring.pdf")));
     EXPECT_EQ(contentOf(folder.path("ring.pdf")).substr(0, 5), "%PDF-");
 }
