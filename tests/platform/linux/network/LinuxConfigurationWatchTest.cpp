@@ -5,8 +5,8 @@
 
 #include "tests/support/Await.h"
 #include "tests/support/Eventually.h"
-#include "tests/support/MainLoop.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/linux/MainLoop.h"
 #include "tests/support/linux/NetworkNamespace.h"
 
 #include <atomic>
