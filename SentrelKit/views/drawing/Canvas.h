@@ -62,8 +62,10 @@ public:
     /// Strokes a figure with the path's own line width, cap, join, miter limit and dash.
     virtual void stroke(const Path& path, const Paint& paint) = 0;
 
-    /// Draws one line of text in the middle of the height of `box`, aligned within its width. Characters that no font
-    /// has leave no ink, and so does all text smaller than a tenth of a point or pixel or larger than 4096.
+    /// Draws one line of text, its capital letters and digits in the middle of the height of `box` as far as the whole
+    /// line has room in it, aligned within its width. Text that is wider ends in an ellipsis; where not even that fits,
+    /// there is none. Characters that no font has leave no ink, and so does all text smaller than a tenth of a point or
+    /// pixel or larger than 4096.
     virtual void drawText(const std::string& text, const Font& font, const Color& color, Rect box,
                           TextAlignment alignment) = 0;
 };

@@ -168,6 +168,33 @@ void CairoCanvas::stroke(const Path& path, const Paint& paint) {
         cairo_stroke(context_);
 }
 
+// Draws a layout's line about the origin, in units of its font size.
+void CairoCanvas::drawLine(PangoLayout* layout, double capHeight, const Color& color, Size box,
+                           TextAlignment alignment) {
+    constexpr double unseen = 0.5; // what a line may stick out: less than its side bearings
+    const auto extents = [layout] {
+        PangoRectangle logical{};
+        pango_layout_get_extents(layout, nullptr, &logical);
+        return Size{static_cast<double>(logical.width) / PANGO_SCALE,
+                    static_cast<double>(logical.height) / PANGO_SCALE};
+    };
+    Size size = extents();
+    if (size.width > box.width + unseen) {
+        shortenLine(layout, box.width);
+        size = extents();
+        if (size.width > box.width + unseen)
+            return;
+    }
+    const double baseline = static_cast<double>(pango_layout_get_baseline(layout)) / PANGO_SCALE - size.height / 2.0;
+    const double part = alignment == TextAlignment::left ? 0.0 : alignment == TextAlignment::center ? 0.5 : 1.0;
+    cairo_new_path(context_);
+    cairo_move_to(context_, (box.width - size.width) * part - box.width / 2.0,
+                  baseline + shiftToMiddle(baseline, capHeight, box.height - size.height));
+    cairo_set_source_rgba(context_, color.red, color.green, color.blue, color.alpha);
+    pango_cairo_show_layout_line(context_, pango_layout_get_line_readonly(layout, 0));
+    cairo_new_path(context_);
+}
+
 void CairoCanvas::drawText(const std::string& text, const Font& font, const Color& color, Rect box,
                            TextAlignment alignment) {
     const bool usable = isFinite(Point{box.x, box.y}) && isFinite(Point{box.width, box.height}) && isFinite(color) &&
@@ -183,20 +210,10 @@ void CairoCanvas::drawText(const std::string& text, const Font& font, const Colo
     // Laid out at its size on the device: Pango fails for small sizes under large transforms.
     const double scale = state_.scale;
     concat(Transform::scale(1.0 / scale, 1.0 / scale));
-    if (state_.drawable) {
-        PangoLayout* layout = layoutLine(context_, text, font.face(), font.size() * scale);
-        PangoRectangle logical{};
-        pango_layout_get_extents(layout, nullptr, &logical);
-        const double width = static_cast<double>(logical.width) / PANGO_SCALE;
-        const double height = static_cast<double>(logical.height) / PANGO_SCALE;
-        const double boxWidth = box.width * scale;
-        const double part = alignment == TextAlignment::left ? 0.0 : alignment == TextAlignment::center ? 0.5 : 1.0;
-        cairo_new_path(context_);
-        cairo_move_to(context_, (boxWidth - width) * part - boxWidth / 2.0, -height / 2.0);
-        cairo_set_source_rgba(context_, color.red, color.green, color.blue, color.alpha);
-        pango_cairo_show_layout(context_, layout);
-        cairo_new_path(context_);
-    }
+    if (state_.drawable)
+        drawLine(layoutLine(context_, text, font.face(), font.size() * scale),
+                 font.face().capHeight * font.size() * scale, color, {box.width * scale, box.height * scale},
+                 alignment);
     restore();
 }
 

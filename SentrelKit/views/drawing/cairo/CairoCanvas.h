@@ -6,6 +6,7 @@
 #include <vector>
 
 struct _cairo;
+struct _PangoLayout;
 
 namespace sentrel {
 
@@ -35,6 +36,7 @@ private:
     bool trace(const Path& path);
     bool setPaint(const Paint& paint);
     bool setStrokeStyle(const Path& path);
+    void drawLine(_PangoLayout* layout, double capHeight, const Color& color, Size box, TextAlignment alignment);
 
     struct State {
         double scale = 1.0;   ///< the longest step that one unit makes on the device

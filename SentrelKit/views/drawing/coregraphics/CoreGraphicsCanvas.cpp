@@ -206,10 +206,15 @@ void CoreGraphicsCanvas::drawText(const std::string& text, const Font& font, con
     if (now.a * now.d - now.b * now.c < 0.0)
         concat(Transform::scale(1.0, -1.0));
     if (state_.drawable) {
-        const CoreTextLine line(text, font.face(), font.size());
-        const double part = alignment == TextAlignment::left ? 0.0 : alignment == TextAlignment::center ? 0.5 : 1.0;
-        setFillColor(context_, color);
-        line.draw(context_, {(box.width - line.size().width) * part - box.width / 2.0, -line.size().height / 2.0});
+        constexpr double unseen = 0.5; // pixels that a line may stick out: less than its side bearings
+        CoreTextLine line(text, font.face(), font.size());
+        if (line.size().width <= box.width + unseen / state_.scale || line.shorten(box.width)) {
+            const double part = alignment == TextAlignment::left ? 0.0 : alignment == TextAlignment::center ? 0.5 : 1.0;
+            const double shift = shiftToMiddle(line.baseline(), line.capHeight(), box.height - line.size().height);
+            setFillColor(context_, color);
+            line.draw(context_,
+                      {(box.width - line.size().width) * part - box.width / 2.0, -line.size().height / 2.0 - shift});
+        }
     }
     restore();
 }

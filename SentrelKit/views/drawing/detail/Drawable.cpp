@@ -65,4 +65,9 @@ bool isUsable(const std::vector<double>& dash, double phase, double scale) noexc
     return std::isfinite(phase) && std::isfinite(period) && period * scale >= 1.0;
 }
 
+double shiftToMiddle(double baseline, double capHeight, double room) noexcept {
+    const double most = std::max(room, 0.0) / 2.0;
+    return capHeight > 0.0 ? std::clamp(capHeight / 2.0 - baseline, -most, most) : 0.0;
+}
+
 } // namespace sentrel

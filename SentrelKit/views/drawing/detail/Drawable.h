@@ -25,4 +25,9 @@ namespace sentrel {
 /// Whether a dash pattern can be drawn and is not finer than the device can show at a scale.
 [[nodiscard]] bool isUsable(const std::vector<double>& dash, double phase, double scale) noexcept;
 
+/// How far down a line of text is shifted that stands in the middle of its box with its baseline so far below, so that
+/// the middle of its capital letters stands there: not so far that it leaves its box, which has `room` more height than
+/// the line. 0 for a font without capital letters, whose `capHeight` is 0.
+[[nodiscard]] double shiftToMiddle(double baseline, double capHeight, double room) noexcept;
+
 } // namespace sentrel

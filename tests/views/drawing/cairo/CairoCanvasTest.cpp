@@ -12,6 +12,8 @@
 #include <functional>
 #include <limits>
 #include <memory>
+#include <string>
+#include <vector>
 
 namespace sentrel {
 
@@ -303,6 +305,82 @@ TEST_F(CairoCanvases, AlignsTextInItsBox) {
     EXPECT_LT(edges(TextAlignment::left).second, 10);
     EXPECT_NEAR(edges(TextAlignment::center).first, 19, 2);
     EXPECT_GT(edges(TextAlignment::right).first, 30);
+}
+
+// Digits stood 0.057 font sizes above the middle: 1.7 points at 30.
+TEST_F(CairoCanvases, PutsTheMiddleOfDigitsInTheMiddleOfTheBox) {
+    for (const double scale : {1.0, 1.25, 1.5, 2.0}) {
+        for (const bool flipped : {false, true}) {
+            clear();
+            {
+                CairoCanvas canvas(context);
+                if (flipped)
+                    canvas.concat({1, 0, 0, -1, 0, 40});
+                canvas.concat(Transform::scale(scale, scale));
+                canvas.drawText("1", *FUIFont::bold(30 / scale), ink, {0, 0, 40 / scale, 40 / scale},
+                                TextAlignment::center);
+            }
+            int top = 0;
+            while (top < 40 && inkedAbove(top + 1) < 1.0)
+                ++top;
+            int bottom = 40;
+            while (bottom > 0 && inked() - inkedAbove(bottom - 1) < 1.0)
+                --bottom;
+            EXPECT_NEAR((top + bottom) / 2.0, 20.0, 0.75) << scale; // the font renderer may round to whole pixels
+            EXPECT_NEAR(bottom - top, 0.72 * 30, 1.5) << scale;
+        }
+    }
+}
+
+TEST_F(CairoCanvases, LeavesNothingOfALineOutsideABoxOfItsHeight) {
+    const Font font = *FUIFont::normal(20);
+    const Size size = textSize("gj1", font);
+    CairoCanvas canvas(context);
+    const auto drawnWithin = [&](Rect room) {
+        clear();
+        const CanvasState state(canvas);
+        canvas.clip(Path::rect(room));
+        canvas.drawText("gj1", font, ink, {4, 10, size.width, size.height}, TextAlignment::left);
+        return inked();
+    };
+    EXPECT_NEAR(drawnWithin({0, 10, 40, size.height}), drawnWithin({0, 0, 40, 40}), 1.0);
+}
+
+TEST_F(CairoCanvases, EndsTextThatIsWiderThanItsBoxInAnEllipsis) {
+    const Font font = *FUIFont::normal(12);
+    const auto drawnIn = [&](const std::string& text, Rect box) {
+        clear();
+        CairoCanvas canvas(context);
+        canvas.drawText(text, font, ink, box, TextAlignment::left);
+        return inked();
+    };
+    const std::string word = "thermometer";
+    std::size_t kept = word.size();
+    while (kept > 0 && textSize(word.substr(0, kept) + "…", font).width > 38)
+        --kept;
+    ASSERT_GT(kept, 2U);
+    const Rect box{0, 0, 38, 40};
+    EXPECT_NEAR(drawnIn(word, box), drawnIn(word.substr(0, kept), box) + drawnIn("…", box), 1.0);
+    EXPECT_EQ(drawnIn(word, {0, 0, 4, 40}), 0.0); // not even the ellipsis
+    EXPECT_EQ(drawnIn(word, {0, 0, -4, 40}), 0.0);
+}
+
+TEST_F(CairoCanvases, KeepsTextWholeInABoxOfItsWidthAtEveryScale) {
+    const Font font = *FUIFont::normal(7);
+    const std::string text = "13.7 °C";
+    const double width = textSize(text, font).width;
+    for (const double scale : {0.5, 0.75, 1.0, 1.1, 1.25, 1.5, 1.75, 2.0, 3.0}) {
+        cairo_save(context);
+        cairo_scale(context, scale, scale);
+        const auto drawnIn = [&](double room) {
+            clear();
+            CairoCanvas canvas(context);
+            canvas.drawText(text, font, ink, {0, 0, room, 12}, TextAlignment::left);
+            return inked();
+        };
+        EXPECT_EQ(drawnIn(width), drawnIn(width + 10.0)) << scale;
+        cairo_restore(context);
+    }
 }
 
 TEST_F(CairoCanvases, LeavesNoInkForCharactersThatNoFontHas) {

@@ -18,6 +18,7 @@ struct FontFace {
 
     std::string name;                                         ///< the exact face name
     std::unique_ptr<_PangoFontDescription, Free> description; ///< without a size
+    double capHeight = 0.0; ///< of capital letters, in font sizes; 0 for a face without them
 };
 
 } // namespace sentrel

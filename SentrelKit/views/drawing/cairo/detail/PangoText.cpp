@@ -24,6 +24,9 @@ struct Unref {
 struct FreeText {
     void operator()(void* text) const noexcept { g_free(text); }
 };
+struct DestroyFont {
+    void operator()(hb_font_t* font) const noexcept { hb_font_destroy(font); }
+};
 struct DestroyPattern {
     void operator()(FcPattern* pattern) const noexcept { FcPatternDestroy(pattern); }
 };
@@ -61,18 +64,35 @@ const char* postScriptName(FcPattern* pattern) noexcept {
     return reinterpret_cast<const char*>(name);
 }
 
-// Whether the text renderer, asked for this description, takes this very face. The face itself is asked: what the
-// renderer matched it with was made on a thread of its own.
-bool rendersAs(const PangoFontDescription* description, const std::string& name) {
-    const std::unique_ptr<PangoFont, Unref> font(
-        pango_context_load_font(pango_layout_get_context(threadLayout()), description));
-    if (!font)
-        return false;
+// What the text renderer takes when it is asked for this description, at a size; null for nothing.
+std::unique_ptr<PangoFont, Unref> rendered(const PangoFontDescription* description) {
+    PangoFontDescription* sized = pango_font_description_copy(description);
+    pango_font_description_set_absolute_size(sized, 12.0 * PANGO_SCALE);
+    std::unique_ptr<PangoFont, Unref> font(pango_context_load_font(pango_layout_get_context(threadLayout()), sized));
+    pango_font_description_free(sized);
+    return font;
+}
+
+// Whether a font is of this very face. The face itself is asked: what the renderer matched it with was made on a thread
+// of its own.
+bool isOfFace(PangoFont* font, const std::string& name) {
     std::array<char, 128> text{}; // PostScript names have 63 characters at most
     auto size = static_cast<unsigned>(text.size());
-    hb_ot_name_get_utf8(hb_font_get_face(pango_font_get_hb_font(font.get())), HB_OT_NAME_ID_POSTSCRIPT_NAME,
+    hb_ot_name_get_utf8(hb_font_get_face(pango_font_get_hb_font(font)), HB_OT_NAME_ID_POSTSCRIPT_NAME,
                         HB_LANGUAGE_INVALID, &size, text.data());
     return name == text.data();
+}
+
+// The height of a capital letter with a level top, in font sizes; 0 for a font without it. Not every font states it.
+double capHeightOf(PangoFont* font) {
+    hb_face_t* face = hb_font_get_face(pango_font_get_hb_font(font));
+    const std::unique_ptr<hb_font_t, DestroyFont> unscaled(hb_font_create(face)); // in units of its design
+    hb_codepoint_t glyph = 0;
+    hb_glyph_extents_t extents{};
+    if (!hb_font_get_nominal_glyph(unscaled.get(), 'H', &glyph) ||
+        !hb_font_get_glyph_extents(unscaled.get(), glyph, &extents))
+        return 0.0;
+    return static_cast<double>(extents.y_bearing) / hb_face_get_upem(face);
 }
 
 std::shared_ptr<const FontFace> findFace(const std::string& name) {
@@ -89,12 +109,11 @@ std::shared_ptr<const FontFace> findFace(const std::string& name) {
         auto face = std::make_shared<FontFace>();
         face->name = name;
         face->description.reset(pango_fc_font_description_from_pattern(fonts->fonts[i], FALSE));
-        PangoFontDescription* sized = pango_font_description_copy(face->description.get());
-        pango_font_description_set_absolute_size(sized, 12.0 * PANGO_SCALE);
-        const bool exact = rendersAs(sized, name);
-        pango_font_description_free(sized);
-        if (exact)
-            return face;
+        const auto font = rendered(face->description.get());
+        if (!font || !isOfFace(font.get(), name))
+            continue;
+        face->capHeight = capHeightOf(font.get());
+        return face;
     }
     return nullptr;
 }
@@ -161,6 +180,8 @@ Font Font::systemFont(double size) {
         auto made = std::make_shared<FontFace>();
         made->name = "sans-serif";
         made->description.reset(pango_font_description_from_string("sans-serif"));
+        if (const auto font = rendered(made->description.get()))
+            made->capHeight = capHeightOf(font.get());
         return made;
     }();
     return {face, size};
@@ -182,6 +203,7 @@ PangoLayout* layoutLine(cairo_t* context, const std::string& text, const FontFac
     pango_font_description_set_absolute_size(description, size * PANGO_SCALE);
     pango_layout_set_font_description(layout, description);
     pango_font_description_free(description);
+    pango_layout_set_width(layout, -1); // all of it
     const auto length = static_cast<gssize>(text.size());
     if (g_utf8_validate(text.data(), length, nullptr)) {
         pango_layout_set_text(layout, text.data(), static_cast<int>(text.size()));
@@ -191,6 +213,12 @@ PangoLayout* layoutLine(cairo_t* context, const std::string& text, const FontFac
     }
     blankUnknownGlyphs(layout);
     return layout;
+}
+
+void shortenLine(PangoLayout* layout, double width) {
+    pango_layout_set_ellipsize(layout, PANGO_ELLIPSIZE_END);
+    pango_layout_set_width(layout, static_cast<int>(width * PANGO_SCALE));
+    blankUnknownGlyphs(layout);
 }
 
 Size textSize(const std::string& text, const Font& font) {

@@ -21,4 +21,8 @@ namespace sentrel {
 /// call on the thread. For a context, its transform is taken into account; null measures only.
 [[nodiscard]] _PangoLayout* layoutLine(_cairo* context, const std::string& text, const FontFace& face, double size);
 
+/// Ends the line of a layout in an ellipsis, so that it takes a width in units of its font size, or as near to it as
+/// the ellipsis alone comes.
+void shortenLine(_PangoLayout* layout, double width);
+
 } // namespace sentrel

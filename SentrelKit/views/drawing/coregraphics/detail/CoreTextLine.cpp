@@ -128,16 +128,32 @@ const std::string& Font::name() const noexcept {
     return face_->name;
 }
 
-CoreTextLine::CoreTextLine(const std::string& text, const FontFace& face, double size) {
-    const CFOwner<CTFontRef> font = sized(face, size);
-    const CFOwner<CFStringRef> string = lineText(text);
+CoreTextLine::CoreTextLine(const std::string& text, const FontFace& face, double size)
+    : font_(sized(face, size)), line_(lineOf(lineText(text).get())) {
+    measure();
+}
+
+CFOwner<CTLineRef> CoreTextLine::lineOf(CFStringRef text) const {
     const CFOwner<CFDictionaryRef> attributes =
         dictionary<2>({static_cast<const void*>(kCTFontAttributeName),
                        static_cast<const void*>(kCTForegroundColorFromContextAttributeName)},
-                      {static_cast<const void*>(font.get()), static_cast<const void*>(kCFBooleanTrue)});
-    const CFOwner styled(CFAttributedStringCreate(kCFAllocatorDefault, string.get(), attributes.get()));
-    line_ = CFOwner(CTLineCreateWithAttributedString(styled.get()));
+                      {static_cast<const void*>(font_.get()), static_cast<const void*>(kCFBooleanTrue)});
+    const CFOwner styled(CFAttributedStringCreate(kCFAllocatorDefault, text, attributes.get()));
+    return CFOwner(CTLineCreateWithAttributedString(styled.get()));
+}
+
+void CoreTextLine::measure() {
     width_ = CTLineGetTypographicBounds(line_.get(), &ascent_, &descent_, nullptr);
+}
+
+bool CoreTextLine::shorten(double width) {
+    const CFOwner<CTLineRef> ellipsis = lineOf(CFSTR("\u2026"));
+    CFOwner shorter(CTLineCreateTruncatedLine(line_.get(), width, kCTLineTruncationEnd, ellipsis.get()));
+    if (!shorter)
+        return false;
+    line_ = std::move(shorter);
+    measure();
+    return true;
 }
 
 void CoreTextLine::draw(CGContextRef context, Point corner) const {
