@@ -37,6 +37,7 @@ void PieChart::drawRect(Canvas& canvas, Rect rect) {
         return;
     const Point center{rect.width / 2.0, rect.height / 2.0};
     const double radius = std::min(rect.width, rect.height) / 2.0;
+    std::vector<FilledPath> sectors;
     double start = 270.0;
     for (std::size_t i = 0; i < shares->size(); ++i) {
         const double end = start + (*shares)[i] * 360.0;
@@ -44,9 +45,16 @@ void PieChart::drawRect(Canvas& canvas, Rect rect) {
         sector.moveTo(center);
         sector.appendArc(center, radius, start, end);
         sector.lineTo(center);
-        canvas.fill(sector, (*colorPoints_)[i]);
+        sectors.push_back({std::move(sector), (*colorPoints_)[i]});
         start = end;
     }
+    // A sector swept backwards lies over its neighbours, and so do those after it.
+    if (std::ranges::all_of(*shares, [](double share) { return share >= 0.0; })) {
+        canvas.fillSideBySide(sectors);
+        return;
+    }
+    for (const FilledPath& sector : sectors)
+        canvas.fill(sector.path, sector.paint);
 }
 
 std::optional<std::string> PieChart::accessibilityValue() const {

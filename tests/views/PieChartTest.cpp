@@ -3,9 +3,15 @@
 
 #include <SentrelKit/views/FUIColor.h>
 #include <SentrelKit/views/drawing/RecordingCanvas.h>
+#include <SentrelKit/views/drawing/cairo/CairoCanvas.h>
 
+#include <cairo.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdlib>
 #include <limits>
 
 namespace sentrel {
@@ -110,6 +116,80 @@ TEST(PieChart, OffersItsSharesAsText) {
         chart.setDataPoints({zero, zero}); // shares of nothing
         EXPECT_EQ(chart.accessibilityValue(), "nan%, nan%");
     }
+}
+
+// The colours of a pie's pixels on a ground, red, green and blue, row by row.
+class PieImage {
+public:
+    PieImage(PieChart& chart, const Color& ground, double scale)
+        : side_(static_cast<int>(std::ceil(chart.bounds().width * scale))),
+          surface_(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, side_, side_)) {
+        cairo_t* context = cairo_create(surface_);
+        cairo_scale(context, scale, scale);
+        {
+            CairoCanvas canvas(context);
+            canvas.fill(Path::rect(chart.bounds()), ground);
+            chart.display(canvas);
+        }
+        cairo_destroy(context);
+        cairo_surface_flush(surface_);
+    }
+    ~PieImage() { cairo_surface_destroy(surface_); }
+    PieImage(const PieImage&) = delete;
+    PieImage& operator=(const PieImage&) = delete;
+
+    [[nodiscard]] int side() const noexcept { return side_; }
+    [[nodiscard]] std::array<int, 3> at(int x, int y) const {
+        const unsigned char* pixel =
+            cairo_image_surface_get_data(surface_) + y * cairo_image_surface_get_stride(surface_) + x * 4;
+        return {pixel[2], pixel[1], pixel[0]};
+    }
+
+private:
+    int side_;
+    cairo_surface_t* surface_;
+};
+
+// The ground shone through where two sectors each covered a part of the same pixels.
+TEST(PieChart, LetsNothingShowBetweenItsSectors) {
+    for (const double scale : {1.0, 1.25, 1.5, 2.0}) {
+        PieChart chart({0, 0, 100, 100});
+        const Color color = FUIColor::carrot();
+        chart.setColorPoints(std::vector(7, color));
+        chart.setDataPoints({3, 2, 4, 1, 3, 0, 0.5});
+        for (const Color& ground : {FUIColor::white(), FUIColor::black()}) {
+            const PieImage image(chart, ground, scale);
+            const double middle = image.side() / 2.0;
+            int off = 0;
+            for (int y = 0; y < image.side(); ++y)
+                for (int x = 0; x < image.side(); ++x)
+                    if (std::hypot(x + 0.5 - middle, y + 0.5 - middle) < middle - 2.0) {
+                        const std::array<int, 3> pixel = image.at(x, y);
+                        off = std::max(
+                            {off, std::abs(pixel[0] - 230), std::abs(pixel[1] - 126), std::abs(pixel[2] - 34)});
+                    }
+            EXPECT_LE(off, 16) << scale; // it was up to 55; cairo rounds what a figure covers of a pixel
+        }
+    }
+}
+
+TEST(PieChart, MixesItsOwnColoursOnlyWhereItIsSeeThrough) {
+    PieChart chart({0, 0, 100, 100});
+    chart.setColorPoints(std::vector(2, Color{0.0, 0.0, 0.0, 0.5}));
+    chart.setDataPoints({1, 2});
+    const PieImage image(chart, FUIColor::white(), 1.0);
+    for (int y = 20; y < 80; ++y)
+        for (int x = 20; x < 80; ++x)
+            EXPECT_NEAR(image.at(x, y)[0], 127, 3) << x << ' ' << y;
+}
+
+TEST(PieChart, LaysASectorThatIsSweptBackwardsOverItsNeighbour) {
+    PieChart chart({0, 0, 100, 100});
+    chart.setColorPoints(threeColors);
+    chart.setDataPoints({3, -1, 2});
+    const PieImage image(chart, FUIColor::white(), 1.0);
+    EXPECT_EQ(image.at(25, 75), (std::array<int, 3>{155, 89, 182})); // the third lies over the first and the second
+    EXPECT_EQ(image.at(75, 25), (std::array<int, 3>{46, 204, 113}));
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 #include <SentrelKit/views/drawing/Font.h>
 #include <SentrelKit/views/drawing/Path.h>
 
+#include <optional>
 #include <string>
 #include <variant>
 #include <vector>
@@ -30,6 +31,12 @@ struct LinearGradient {
 
 /// What a figure is filled or stroked with.
 using Paint = std::variant<Color, LinearGradient>;
+
+/// A figure with what it is filled with.
+struct FilledPath {
+    Path path;   ///< the figure
+    Paint paint; ///< its inside
+};
 
 /// What components draw on. Coordinates and widths are points. One thread at a time.
 ///
@@ -59,6 +66,14 @@ public:
     /// Fills the inside of a figure, non-zero winding.
     virtual void fill(const Path& path, const Paint& paint) = 0;
 
+    /// Fills figures that touch but do not overlap, so that nothing of what lies under them shows between two that
+    /// share an edge. Where they overlap all the same, their colours may add up. A canvas without pixels fills one
+    /// after the other and leaves the seam to what shows it.
+    virtual void fillSideBySide(const std::vector<FilledPath>& figures) {
+        for (const FilledPath& figure : figures)
+            fill(figure.path, figure.paint);
+    }
+
     /// Strokes a figure with the path's own line width, cap, join, miter limit and dash.
     virtual void stroke(const Path& path, const Paint& paint) = 0;
 
@@ -68,6 +83,10 @@ public:
     /// pixel or larger than 4096.
     virtual void drawText(const std::string& text, const Font& font, const Color& color, Rect box,
                           TextAlignment alignment) = 0;
+
+    /// The place of coordinates on the device, whose pixels lie between whole numbers. Absent for a canvas without
+    /// pixels, which keeps or writes figures for devices to come.
+    [[nodiscard]] virtual std::optional<Transform> toPixels() const { return std::nullopt; }
 };
 
 /// Keeps a canvas's state for a scope.

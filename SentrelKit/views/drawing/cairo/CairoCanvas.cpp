@@ -29,6 +29,19 @@ bool isInRange(const cairo_matrix_t& matrix) noexcept {
     return isUsable(transformOf(matrix)) && std::abs(matrix.x0) <= farthest && std::abs(matrix.y0) <= farthest;
 }
 
+bool hasPixels(cairo_surface_t* surface) noexcept {
+    switch (cairo_surface_get_type(surface)) {
+    case CAIRO_SURFACE_TYPE_PDF:
+    case CAIRO_SURFACE_TYPE_PS:
+    case CAIRO_SURFACE_TYPE_SVG:
+    case CAIRO_SURFACE_TYPE_RECORDING:
+    case CAIRO_SURFACE_TYPE_SCRIPT:
+        return false;
+    default:
+        return true;
+    }
+}
+
 struct DestroyPattern {
     void operator()(cairo_pattern_t* pattern) const noexcept { cairo_pattern_destroy(pattern); }
 };
@@ -163,6 +176,20 @@ void CairoCanvas::fill(const Path& path, const Paint& paint) {
         cairo_fill(context_);
 }
 
+void CairoCanvas::fillSideBySide(const std::vector<FilledPath>& figures) {
+    if (!toPixels()) {
+        Canvas::fillSideBySide(figures);
+        return;
+    }
+    // The shares that two figures cover of a pixel on their common edge make up the whole of it: they are added up
+    // where nothing else lies, and what comes of it is laid over the rest.
+    cairo_push_group(context_);
+    cairo_set_operator(context_, CAIRO_OPERATOR_ADD);
+    Canvas::fillSideBySide(figures);
+    cairo_pop_group_to_source(context_);
+    cairo_paint(context_);
+}
+
 void CairoCanvas::stroke(const Path& path, const Paint& paint) {
     if (!path.empty() && trace(path) && setStrokeStyle(path) && setPaint(paint))
         cairo_stroke(context_);
@@ -215,6 +242,18 @@ void CairoCanvas::drawText(const std::string& text, const Font& font, const Colo
                  font.face().capHeight * font.size() * scale, color, {box.width * scale, box.height * scale},
                  alignment);
     restore();
+}
+
+std::optional<Transform> CairoCanvas::toPixels() const {
+    cairo_surface_t* surface = cairo_get_group_target(context_);
+    if (!hasPixels(surface) || !state_.drawable)
+        return std::nullopt;
+    cairo_matrix_t matrix;
+    cairo_get_matrix(context_, &matrix);
+    Transform device; // what the surface does with what the context's transform gives
+    cairo_surface_get_device_scale(surface, &device.a, &device.d);
+    cairo_surface_get_device_offset(surface, &device.tx, &device.ty);
+    return device.after(transformOf(matrix));
 }
 
 } // namespace sentrel

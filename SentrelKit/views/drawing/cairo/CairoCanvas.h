@@ -28,9 +28,11 @@ public:
     void concat(const Transform& transform) override;
     void clip(const Path& path) override;
     void fill(const Path& path, const Paint& paint) override;
+    void fillSideBySide(const std::vector<FilledPath>& figures) override;
     void stroke(const Path& path, const Paint& paint) override;
     void drawText(const std::string& text, const Font& font, const Color& color, Rect box,
                   TextAlignment alignment) override;
+    [[nodiscard]] std::optional<Transform> toPixels() const override;
 
 private:
     bool trace(const Path& path);

@@ -28,6 +28,10 @@ std::array<CGFloat, 4> components(const Color& color) noexcept {
     return {color.red, color.green, color.blue, color.alpha};
 }
 
+Transform transformOf(const CGAffineTransform& transform) noexcept {
+    return {transform.a, transform.b, transform.c, transform.d, transform.tx, transform.ty};
+}
+
 CGPoint pointOf(Point point) noexcept {
     return CGPointMake(point.x, point.y);
 }
@@ -63,8 +67,7 @@ CoreGraphicsCanvas::~CoreGraphicsCanvas() {
 }
 
 CoreGraphicsCanvas::State CoreGraphicsCanvas::present() const {
-    const CGAffineTransform now = CGContextGetCTM(context_);
-    const Transform transform{now.a, now.b, now.c, now.d, now.tx, now.ty};
+    const Transform transform = transformOf(CGContextGetCTM(context_));
     return {longestStep(transform), isUsable(transform)};
 }
 
@@ -181,6 +184,17 @@ void CoreGraphicsCanvas::fill(const Path& path, const Paint& paint) {
     }
 }
 
+void CoreGraphicsCanvas::fillSideBySide(const std::vector<FilledPath>& figures) {
+    // The shares that two figures cover of a pixel on their common edge make up the whole of it: they are added up
+    // where nothing else lies, and what comes of it is laid over the rest.
+    CGContextSaveGState(context_);
+    CGContextBeginTransparencyLayer(context_, nullptr);
+    CGContextSetBlendMode(context_, kCGBlendModePlusLighter);
+    Canvas::fillSideBySide(figures);
+    CGContextEndTransparencyLayer(context_);
+    CGContextRestoreGState(context_);
+}
+
 void CoreGraphicsCanvas::stroke(const Path& path, const Paint& paint) {
     if (path.empty() || !trace(path) || !setStrokeStyle(path))
         return;
@@ -217,6 +231,12 @@ void CoreGraphicsCanvas::drawText(const std::string& text, const Font& font, con
         }
     }
     restore();
+}
+
+std::optional<Transform> CoreGraphicsCanvas::toPixels() const {
+    if (!state_.drawable)
+        return std::nullopt;
+    return transformOf(CGContextGetUserSpaceToDeviceSpaceTransform(context_));
 }
 
 } // namespace sentrel

@@ -10,7 +10,8 @@ struct CGContext;
 namespace sentrel {
 
 /// Draws on any Core Graphics context: a window's, a bitmap's, a PDF's. The context's state is as it was once the
-/// canvas is gone. One thread at a time.
+/// canvas is gone. One thread at a time. Of a PDF's context nothing tells that it has no pixels: its points count as
+/// such.
 class SENTREL_API CoreGraphicsCanvas final : public Canvas {
 public:
     /// Keeps a reference on the context. Its present transform is the device's: points become what it makes of them.
@@ -26,9 +27,11 @@ public:
     void concat(const Transform& transform) override;
     void clip(const Path& path) override;
     void fill(const Path& path, const Paint& paint) override;
+    void fillSideBySide(const std::vector<FilledPath>& figures) override;
     void stroke(const Path& path, const Paint& paint) override;
     void drawText(const std::string& text, const Font& font, const Color& color, Rect box,
                   TextAlignment alignment) override;
+    [[nodiscard]] std::optional<Transform> toPixels() const override;
 
 private:
     struct State {
