@@ -2,6 +2,7 @@
 #include <SentrelKit/views/Bar.h>
 
 #include <SentrelKit/views/detail/PercentText.h>
+#include <SentrelKit/views/detail/TrackColor.h>
 
 #include <utility>
 
@@ -18,7 +19,7 @@ void Bar::setPercent(double percent) {
 void Bar::drawRect(Canvas& canvas, Rect rect) {
     const double y = rect.height / 2.0 - lineWidth() / 2.0; // meant so: off the middle by half its width
     leaveLineDefaults(rounded_);
-    canvas.stroke(Path::line({0.0, y}, {rect.width, y}), color().withAlphaComponent(0.2));
+    canvas.stroke(Path::line({0.0, y}, {rect.width, y}), trackColor(color(), effectiveAppearance()));
     canvas.stroke(Path::line({0.0, y}, {rect.width * percent_ / 100.0, y}), color());
 }
 

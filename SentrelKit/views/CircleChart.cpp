@@ -3,6 +3,7 @@
 
 #include <SentrelKit/views/FUIFont.h>
 #include <SentrelKit/views/detail/PercentText.h>
+#include <SentrelKit/views/detail/TrackColor.h>
 #include <SentrelKit/views/drawing/Canvas.h>
 
 #include <algorithm>
@@ -63,7 +64,7 @@ void CircleChart::drawRect(Canvas& canvas, Rect rect) {
 
     Path track = Path::ellipse({center.x - diameter / 2.0, center.y - diameter / 2.0, diameter, diameter});
     track.setLineWidth(lineWidth_);
-    canvas.stroke(track, color_.withAlphaComponent(0.2));
+    canvas.stroke(track, trackColor(color_, effectiveAppearance()));
 
     if (percent_ >= 0.5) {
         // An end past every number is still the end of a full ring.

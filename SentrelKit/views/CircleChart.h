@@ -27,7 +27,8 @@ public:
     /// follow the ring's size, and returns it: the ring keeps it as a view inside it.
     std::shared_ptr<TextField> addLabel();
 
-    /// The arc's colour; the circle under it has it at alpha 0.2. `FUIColor::emerald()` from the start.
+    /// The arc's colour; the circle under it has it at alpha 0.2, at 0.35 where the appearance is dark.
+    /// `FUIColor::emerald()` from the start.
     [[nodiscard]] Color color() const noexcept { return color_; }
 
     /// Asks for a redraw if the colour changes, and takes a pending request back if it does not: meant so.

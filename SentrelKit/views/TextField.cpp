@@ -50,7 +50,8 @@ Size TextField::fittingSize() const {
 }
 
 void TextField::drawRect(Canvas& canvas, Rect rect) {
-    canvas.drawText(stringValue_, fontInUse(), textColor_.value_or(FUIColor::black()), rect, alignment_);
+    const Color standard = effectiveAppearance() == Appearance::dark ? FUIColor::white() : FUIColor::black();
+    canvas.drawText(stringValue_, fontInUse(), textColor_.value_or(standard), rect, alignment_);
 }
 
 } // namespace sentrel

@@ -25,7 +25,7 @@ public:
     /// Asks for a redraw if the text changes. Bytes that are not UTF-8 are drawn as replacement characters.
     void setStringValue(std::string_view text);
 
-    /// The text's colour; absent is the default, black.
+    /// The text's colour; absent is the default: black, and white where the appearance is dark.
     [[nodiscard]] std::optional<Color> textColor() const noexcept { return textColor_; }
 
     /// Asks for a redraw if the colour changes.

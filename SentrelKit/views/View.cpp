@@ -90,6 +90,17 @@ void View::setDisplayHandler(std::function<void()> handler) {
     displayHandler_ = handler ? std::make_shared<const std::function<void()>>(std::move(handler)) : nullptr;
 }
 
+void View::setAppearance(std::optional<Appearance> appearance) {
+    if (std::exchange(appearance_, appearance) != appearance)
+        setNeedsDisplay(true);
+}
+
+Appearance View::effectiveAppearance() const noexcept {
+    if (appearance_)
+        return *appearance_;
+    return superview_ ? superview_->effectiveAppearance() : Appearance::light;
+}
+
 void View::addSubview(std::shared_ptr<View> view) {
     SENTREL_ASSERT(view);
     for (const View* ancestor = this; ancestor; ancestor = ancestor->superview_)

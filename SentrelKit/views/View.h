@@ -69,6 +69,12 @@ enum class Focus : std::uint8_t {
     visible, ///< it gets them and shows a ring: the keyboard led there
 };
 
+/// What the ground is like that views are drawn on.
+enum class Appearance : std::uint8_t {
+    light, ///< default text is black
+    dark,  ///< default text is white, and the tracks of rings and bars are denser
+};
+
 /// A rectangle that draws itself, may hold others and may take the pointer's events. All on the main thread.
 ///
 /// A view's own coordinates have their origin at the lower left corner of its bounds, y growing upward; a view that
@@ -109,6 +115,18 @@ public:
     /// Called each time a redraw or another layout is asked for, of this view or one inside it. For the host of a
     /// surface. It may set and take off handlers, itself included: one that was taken off is not called any more.
     void setDisplayHandler(std::function<void()> handler);
+
+    /// What the host says of the ground under this view and those inside it; absent, as from the start, for what is
+    /// said of the superview.
+    [[nodiscard]] std::optional<Appearance> appearance() const noexcept { return appearance_; }
+
+    /// Asks for a redraw of the view and those inside it if that changes anything. A host that follows the desktop's
+    /// appearance sets it on the root.
+    void setAppearance(std::optional<Appearance> appearance);
+
+    /// The appearance that default colours follow: the view's own or that of the nearest view around it that has one,
+    /// else light.
+    [[nodiscard]] Appearance effectiveAppearance() const noexcept;
 
     // The tree.
 
@@ -370,6 +388,7 @@ private:
     Size madeSize_;
     std::optional<Size> naturalSize_;
     mutable std::optional<Size> measured_; // the fitting size, until it is invalidated
+    std::optional<Appearance> appearance_;
     double stretch_ = 0.0;
     std::optional<AccessibilityRole> role_;
     std::string name_;

@@ -29,6 +29,15 @@ TEST_F(Bars, ANewBarHasATrackAcrossAndALineOverItsLeftHalf) {
     EXPECT_EQ(std::get<Color>(strokes[1].paint), FUIColor::peterRiver());
 }
 
+TEST_F(Bars, ABarHasADenserTrackWhereTheAppearanceIsDark) {
+    View root({0, 0, 100, 10});
+    const auto bar = std::make_shared<Bar>(root.bounds());
+    root.addSubview(bar);
+    root.setAppearance(Appearance::dark);
+    EXPECT_EQ(std::get<Color>(strokesOf(*bar).at(0).paint), FUIColor::peterRiver(0.35));
+    EXPECT_EQ(std::get<Color>(strokesOf(*bar).at(1).paint), FUIColor::peterRiver());
+}
+
 TEST_F(Bars, ABarDoesNotClampItsPercentage) {
     for (const auto& [percent, x] : {std::pair{150.0, 300.0}, {-10.0, -20.0}, {0.0, 0.0}, {100.0, 200.0}}) {
         Bar bar({0, 0, 200, 20});

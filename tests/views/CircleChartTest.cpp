@@ -220,6 +220,13 @@ TEST_F(CircleCharts, MakesALabelInItsMiddleThatFollowsItsValueAndItsSize) {
     EXPECT_LT(textSize("100%", *label->font()).width, 50.0 - 4.0 * chart.lineWidth());
 }
 
+TEST_F(CircleCharts, HasADenserTrackWhereTheAppearanceIsDark) {
+    CircleChart chart({0, 0, 100, 100});
+    EXPECT_EQ(std::get<Color>(strokesOf(chart).at(0).paint), FUIColor::emerald(0.2));
+    chart.setAppearance(Appearance::dark);
+    EXPECT_EQ(std::get<Color>(strokesOf(chart).at(0).paint), FUIColor::emerald(0.35));
+}
+
 } // namespace
 
 } // namespace sentrel

@@ -5,6 +5,7 @@
 
 #include <SentrelKit/views/EventRouter.h>
 #include <SentrelKit/views/FUIColor.h>
+#include <SentrelKit/views/drawing/RecordingCanvas.h>
 
 namespace sentrel {
 
@@ -69,6 +70,15 @@ TEST_F(FUILinks, FallsBackToTheDefaultTextColourForAbsentColours) {
     EXPECT_EQ(link.textColor(), std::nullopt);
     link.mouseExited(event);
     EXPECT_EQ(link.textColor(), FUIColor::asbestos());
+}
+
+TEST_F(FUILinks, IsWhiteByDefaultWhereTheAppearanceIsDark) {
+    link.setAppearance(Appearance::dark);
+    link.setHoverColor(std::nullopt);
+    link.mouseEntered({});
+    RecordingCanvas canvas;
+    link.display(canvas);
+    EXPECT_EQ(canvas.all<RecordingCanvas::Text>().at(0).color, FUIColor::white());
 }
 
 TEST_F(FUILinks, OpensItsAddressOnTheBackgroundQueueWhenTheButtonComesUp) {

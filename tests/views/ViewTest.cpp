@@ -576,6 +576,59 @@ TEST(TextField, FallsBackToTheDesktopsFontAndBlack) {
     EXPECT_EQ(texts[0].color, FUIColor::black());
 }
 
+TEST(View, HasTheAppearanceOfTheNearestViewAroundItThatHasOne) {
+    View root({0, 0, 100, 100});
+    const auto card = std::make_shared<View>(Rect{0, 0, 50, 50});
+    const auto label = std::make_shared<View>(Rect{0, 0, 10, 10});
+    root.addSubview(card);
+    card->addSubview(label);
+    EXPECT_EQ(label->appearance(), std::nullopt);
+    EXPECT_EQ(label->effectiveAppearance(), Appearance::light);
+    root.setAppearance(Appearance::dark);
+    EXPECT_EQ(label->effectiveAppearance(), Appearance::dark);
+    card->setAppearance(Appearance::light);
+    EXPECT_EQ(label->effectiveAppearance(), Appearance::light);
+    EXPECT_EQ(root.effectiveAppearance(), Appearance::dark);
+    card->setAppearance(std::nullopt);
+    label->removeFromSuperview();
+    EXPECT_EQ(card->effectiveAppearance(), Appearance::dark);
+    EXPECT_EQ(label->effectiveAppearance(), Appearance::light);
+}
+
+TEST(View, IsDrawnAnewWithAllInItWhenItsAppearanceChanges) {
+    View root({0, 0, 100, 100});
+    const auto label = std::make_shared<TextField>(Rect{10, 10, 50, 20});
+    root.addSubview(label);
+    RecordingCanvas canvas;
+    root.display(canvas);
+    int asked = 0;
+    root.setDisplayHandler([&] { ++asked; });
+    root.setAppearance(Appearance::dark);
+    EXPECT_EQ(asked, 1);
+    EXPECT_EQ(root.dirtyRects(), (std::vector<Rect>{{0, 0, 100, 100}}));
+    root.setAppearance(Appearance::dark);
+    EXPECT_EQ(asked, 1);
+}
+
+TEST(TextField, IsWhiteByDefaultWhereTheAppearanceIsDark) {
+    View root({0, 0, 100, 20});
+    const auto label = std::make_shared<TextField>(root.bounds());
+    root.addSubview(label);
+    label->setStringValue("42%");
+    for (const auto& [appearance, color] :
+         {std::pair{Appearance::dark, FUIColor::white()}, {Appearance::light, FUIColor::black()}}) {
+        root.setAppearance(appearance);
+        RecordingCanvas canvas;
+        root.display(canvas);
+        EXPECT_EQ(canvas.all<RecordingCanvas::Text>().at(0).color, color);
+    }
+    root.setAppearance(Appearance::dark);
+    label->setTextColor(FUIColor::carrot());
+    RecordingCanvas canvas;
+    root.display(canvas);
+    EXPECT_EQ(canvas.all<RecordingCanvas::Text>().at(0).color, FUIColor::carrot());
+}
+
 TEST(TextField, AsksForARedrawWhenItChanges) {
     TextField label({0, 0, 100, 20});
     const std::function<void()> changes[] = {
