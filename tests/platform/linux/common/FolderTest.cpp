@@ -37,7 +37,7 @@ TEST(Folder, SaysWhyItCannotBeListed) {
 TEST(FolderReader, GivesEveryEntryOnceHoweverManyReadingsItTakes) {
     const TemporaryFolder folder;
     std::set<std::string> expected;
-    for (int i = 0; i < 300; ++i)
+    for (int i = 0; i < 900; ++i)
         folder.write(*expected.insert(std::string(60, 'n') + std::to_string(i)).first, "");
     folder.makeFolder(*expected.insert("folder").first);
     const UniqueFd open = openAt(AT_FDCWD, folder.path().c_str(), O_DIRECTORY);
