@@ -4,7 +4,6 @@
 #include "tests/support/Sockets.h"
 
 #include <array>
-#include <csignal>
 #include <cstdlib>
 #include <poll.h>
 #include <spawn.h>
@@ -48,10 +47,10 @@ ChildProgram::~ChildProgram() {
     ::close(output_);
 }
 
-void ChildProgram::end() {
+void ChildProgram::end(int signal) {
     if (id_ < 0)
         return;
-    ::kill(id_, SIGKILL);
+    ::kill(id_, signal);
     ::waitpid(id_, nullptr, 0);
     id_ = -1;
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <csignal>
 #include <optional>
 #include <string>
 #include <sys/types.h>
@@ -21,8 +22,8 @@ public:
     /// The next line without its end; absent at the end of the output, or if none comes for as long as a test may take.
     [[nodiscard]] std::optional<std::string> readLine();
 
-    /// Ends the program and waits until it is gone.
-    void end();
+    /// Ends the program with a signal and waits until it is gone.
+    void end(int signal = SIGKILL);
 
 private:
     pid_t id_ = -1;
