@@ -20,8 +20,8 @@ class SENTREL_API DiskSession {
 public:
     virtual ~DiskSession() = default;
 
-    /// The disk with that device name (the last part of the device's path), or null. On Linux a known disk costs no
-    /// allocation.
+    /// The disk with that device name (the last part of the device's path), or null; macOS may also give one of which
+    /// nothing is known. On Linux a known disk costs no allocation.
     [[nodiscard]] virtual std::shared_ptr<StorageDevice> disk(std::string_view deviceName) = 0;
 
     /// Chooses the queue on which completions are called; null for none: completions that did not come yet are then

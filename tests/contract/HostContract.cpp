@@ -1,0 +1,228 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tests/contract/PlatformContract.h"
+
+#include <SentrelKit/platform/GraphicsService.h>
+#include <SentrelKit/platform/HostService.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <string>
+#include <vector>
+
+namespace sentrel::platform {
+namespace {
+
+using testing::Each;
+
+std::string textOf(const PropertyList::Bytes& bytes) {
+    return {bytes.begin(), bytes.end()};
+}
+
+// A counter that wraps at 2^32 went on, or stood still.
+bool wentOn(std::uint32_t before, std::uint32_t after) {
+    return after - before < (std::uint32_t{1} << 31U);
+}
+
+bool isDisplay(const PropertyList::Dictionary& device) {
+    return device.at("IOName") == PropertyList("display");
+}
+
+} // namespace
+
+TEST_P(PlatformContract, TheHostWasBootedInThePast) {
+    const auto boot = platform().host().bootTime();
+    const auto awake = platform().host().awakeUptime();
+    WallClockReading reading;
+    ASSERT_TRUE(boot && awake && platform().clock().read(reading));
+    EXPECT_GT(*boot, 0);
+    EXPECT_LE(*boot, reading.seconds);
+    EXPECT_GT(*awake, 0);
+    constexpr double rounding = 2;
+    EXPECT_LE(*awake, static_cast<double>(reading.seconds - *boot) + rounding);
+}
+
+TEST_P(PlatformContract, TheHostIsDescribedWhole) {
+    const auto info = platform().host().hostInfo();
+    ASSERT_TRUE(info);
+    EXPECT_GE(info->logical_cpu, 1);
+    EXPECT_GE(info->physical_cpu, 1);
+    EXPECT_LE(info->physical_cpu, info->logical_cpu);
+    EXPECT_LE(info->logical_cpu, info->logical_cpu_max);
+    EXPECT_LE(info->physical_cpu, info->physical_cpu_max);
+    EXPECT_EQ(info->avail_cpus, info->logical_cpu);
+    EXPECT_LE(info->avail_cpus, info->max_cpus);
+    const auto memory = platform().host().physicalMemory();
+    ASSERT_TRUE(memory);
+    constexpr std::uint64_t least = std::uint64_t{16} << 20U; // bytes: nothing smaller runs this
+    EXPECT_GE(*memory, least);
+    EXPECT_GE(info->max_mem, least);
+    EXPECT_LE(info->memory_size, info->max_mem);
+    EXPECT_GE(info->memory_size, least);
+}
+
+TEST_P(PlatformContract, TheHostsTicksNeverDecrease) {
+    auto last = platform().host().loadTicks();
+    ASSERT_TRUE(last);
+    EXPECT_GT(last->user + last->system + last->idle + last->nice, 0u);
+    for (int turn = 0; turn < 20; ++turn) {
+        pass(1'000'000);
+        const auto next = platform().host().loadTicks();
+        ASSERT_TRUE(next);
+        EXPECT_TRUE(wentOn(last->user, next->user));
+        EXPECT_TRUE(wentOn(last->system, next->system));
+        EXPECT_TRUE(wentOn(last->idle, next->idle));
+        EXPECT_TRUE(wentOn(last->nice, next->nice));
+        last = next;
+    }
+}
+
+TEST_P(PlatformContract, TheDefaultProcessorSetMayBeAskedForAgainAndAgain) {
+    for (int turn = 0; turn < 3; ++turn) {
+        const auto set = platform().host().defaultProcessorSet();
+        ASSERT_TRUE(set);
+        const auto load = platform().host().processorSetLoad(*set);
+        ASSERT_TRUE(load);
+        EXPECT_GE(load->tasks, 1u);
+        EXPECT_GE(load->threads, load->tasks);
+    }
+}
+
+TEST_P(PlatformContract, TheBrandIsWrittenIntoTheBufferAndNoFurther) {
+    std::array<char, 256> buffer{};
+    buffer.fill('#');
+    const auto length = platform().host().brand(std::span(buffer).first(128));
+    if (length) {
+        ASSERT_LE(*length, 128u);
+        std::string brand(buffer.data(), *length);
+        brand.erase(std::find(brand.begin(), brand.end(), '\0'), brand.end());
+        EXPECT_THAT(brand, IsUtf8());
+        EXPECT_FALSE(brand.empty());
+    }
+    EXPECT_TRUE(length || machine->isReal());
+    EXPECT_TRUE(std::all_of(buffer.begin() + 128, buffer.end(), [](char byte) { return byte == '#'; }));
+}
+
+TEST_P(PlatformContract, ABrandLongerThanTheBufferIsCutOrAbsent) {
+    std::array<char, 8> buffer{};
+    buffer.fill('#');
+    const auto length = platform().host().brand(std::span(buffer).first(2));
+    EXPECT_LE(length.value_or(0), 2u);
+    EXPECT_EQ(buffer[2], '#');
+    EXPECT_EQ(platform().host().brand({}).value_or(0), 0u) << "what does not fit";
+}
+
+TEST_P(PlatformContract, MemoryIsCountedInPagesOf4096Bytes) {
+    const auto memory = platform().host().virtualMemory();
+    const auto installed = platform().host().physicalMemory();
+    ASSERT_TRUE(memory && installed);
+    const std::uint64_t pages = std::uint64_t{memory->free_count} + memory->active_count + memory->inactive_count +
+                                memory->wire_count + memory->compressor_page_count;
+    EXPECT_GT(pages, 0u);
+    EXPECT_LE(pages * 4096, *installed + *installed / 4) << "the parts of one memory, read one after the other";
+    EXPECT_LE(memory->purgeable_count, memory->internal_page_count);
+    const auto later = platform().host().virtualMemory();
+    ASSERT_TRUE(later);
+    EXPECT_GE(later->pageins, memory->pageins);
+    EXPECT_GE(later->pageouts, memory->pageouts);
+    EXPECT_GE(later->faults, memory->faults);
+}
+
+TEST_P(PlatformContract, SwapSpaceIsInUseOrFree) {
+    const auto swap = platform().host().swapUsage();
+    ASSERT_TRUE(swap);
+    EXPECT_EQ(swap->total, swap->available + swap->used);
+}
+
+TEST_P(PlatformContract, LoadAveragesAreNumbersOfThreads) {
+    const auto averages = platform().host().loadAverages();
+    ASSERT_TRUE(averages);
+    for (const double average : *averages) {
+        EXPECT_TRUE(std::isfinite(average));
+        EXPECT_GE(average, 0);
+    }
+}
+
+TEST_P(PlatformContract, TheHeatIsOneOfItsLevels) {
+    const auto state = platform().host().thermalState();
+    EXPECT_TRUE(state || machine->isReal());
+    EXPECT_LE(state.value_or(ThermalState::nominal), ThermalState::critical);
+}
+
+TEST_P(PlatformContract, AQuestionAboutTheHostThatFailsHasNoAnswer) {
+    if (machine->isReal())
+        return;
+    HostService& host = platform().host();
+    const auto set = host.defaultProcessorSet();
+    ASSERT_TRUE(set);
+    fail("bootTime");
+    EXPECT_FALSE(host.bootTime());
+    fail("hostInfo");
+    EXPECT_FALSE(host.hostInfo());
+    fail("loadTicks");
+    EXPECT_FALSE(host.loadTicks());
+    fail("processorSetLoad");
+    EXPECT_FALSE(host.processorSetLoad(*set));
+    fail("defaultProcessorSet");
+    EXPECT_FALSE(host.defaultProcessorSet());
+    std::array<char, 8> buffer{};
+    fail("brand");
+    EXPECT_FALSE(host.brand(buffer));
+    fail("virtualMemory");
+    EXPECT_FALSE(host.virtualMemory());
+    fail("swapUsage");
+    EXPECT_FALSE(host.swapUsage());
+    fail("loadAverages");
+    EXPECT_FALSE(host.loadAverages());
+    fail("thermalState");
+    EXPECT_FALSE(host.thermalState());
+}
+
+TEST_P(PlatformContract, PciDevicesHaveTheirNamesAndIds) {
+    const auto devices = platform().graphics().pciDevices();
+    if (!machine->isReal()) {
+        ASSERT_TRUE(devices);
+        EXPECT_TRUE(std::any_of(devices->begin(), devices->end(), &isDisplay));
+    }
+    for (const PropertyList::Dictionary& device : devices.value_or(std::vector<PropertyList::Dictionary>())) {
+        const PropertyList whole(device);
+        const PropertyList* const name = whole.find("IOName");
+        ASSERT_TRUE(name && name->as<std::string>());
+        EXPECT_THAT(*name->as<std::string>(), IsUtf8());
+        const PropertyList* const id = whole.find("device-id");
+        ASSERT_TRUE(id && id->as<PropertyList::Bytes>());
+        EXPECT_FALSE(id->as<PropertyList::Bytes>()->empty());
+        if (const PropertyList* const model = whole.find("model")) {
+            ASSERT_TRUE(model->as<PropertyList::Bytes>());
+            EXPECT_THAT(textOf(*model->as<PropertyList::Bytes>()), IsUtf8());
+        }
+    }
+}
+
+TEST_P(PlatformContract, TheDeviceOfTheMainDisplayIsOneOfTheDisplays) {
+    const PropertyList::Bytes before{1, 2, 3, 4, 5};
+    PropertyList::Bytes id = before;
+    if (!platform().graphics().activeDeviceID(id)) {
+        EXPECT_TRUE(machine->isReal());
+        EXPECT_EQ(id, before);
+        return;
+    }
+    const auto devices = platform().graphics().pciDevices();
+    ASSERT_TRUE(devices);
+    EXPECT_TRUE(std::any_of(devices->begin(), devices->end(), [&](const PropertyList::Dictionary& device) {
+        return isDisplay(device) && device.at("device-id") == PropertyList(id);
+    }));
+}
+
+TEST_P(PlatformContract, AQuestionAboutTheGraphicsThatFailsHasNoAnswer) {
+    if (machine->isReal())
+        return;
+    PropertyList::Bytes id{1, 2};
+    fail("activeDeviceID");
+    EXPECT_FALSE(platform().graphics().activeDeviceID(id));
+    EXPECT_EQ(id, (PropertyList::Bytes{1, 2}));
+    fail("pciDevices");
+    EXPECT_FALSE(platform().graphics().pciDevices());
+}
+
+} // namespace sentrel::platform
