@@ -262,6 +262,32 @@ TEST_P(PlatformContract, AfterAStopReturnedOnlyATickThatRanAlreadyMayFinish) {
     }
 }
 
+TEST_P(PlatformContract, ATimerSurvivesEveryOrderOfCalls) {
+    Dispatch& dispatch = platform().dispatch();
+    for (const auto& queue : {dispatch.mainQueue(), dispatch.backgroundQueue(), dispatch.serialQueue("contract")}) {
+        const Ticks ticks(platform().clock());
+        const auto make = [&] { return queue->makeTimer(interval, ticks.noting()); };
+        static_cast<void>(make()); // released as it was made
+        make()->cancel();
+        make()->resume();
+        const auto suspendedTwice = make();
+        suspendedTwice->resume();
+        suspendedTwice->suspend();
+        suspendedTwice->suspend();
+        const auto cancelled = make();
+        cancelled->resume();
+        cancelled->cancel();
+        cancelled->cancel();
+        cancelled->suspend();
+        cancelled->resume();
+        const auto cancelledWhileSuspended = make();
+        cancelledWhileSuspended->cancel();
+        cancelledWhileSuspended->resume();
+        pass(4 * interval);
+        EXPECT_EQ(ticks.count(), 0u) << "a timer that was cancelled stays as it is";
+    }
+}
+
 TEST_P(PlatformContract, ATimerMayBeReleasedInsideItsOwnTick) {
     Dispatch& dispatch = platform().dispatch();
     for (const auto& queue : {dispatch.mainQueue(), dispatch.backgroundQueue(), dispatch.serialQueue("contract")}) {

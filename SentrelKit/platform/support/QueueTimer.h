@@ -20,13 +20,20 @@ public:
         : queue_(std::move(queue)), ticker_(std::make_shared<TimedQueue::Ticker>(interval, std::move(tick))) {}
     ~QueueTimer() override { queue_->suspend(ticker_); }
 
-    void resume() override { queue_->resume(ticker_); }
+    void resume() override {
+        if (!isCancelled_)
+            queue_->resume(ticker_);
+    }
     void suspend() override { queue_->suspend(ticker_); }
-    void cancel() override { queue_->suspend(ticker_); }
+    void cancel() override {
+        isCancelled_ = true;
+        queue_->suspend(ticker_);
+    }
 
 private:
     std::shared_ptr<Queue> queue_;
     std::shared_ptr<TimedQueue::Ticker> ticker_;
+    bool isCancelled_ = false;
 };
 
 } // namespace sentrel::platform
