@@ -149,6 +149,13 @@ TEST_P(PlatformContract, ASerialQueueRunsOneClosureAfterTheOtherOffTheMainThread
     EXPECT_EQ(mistakes, 0);
 }
 
+TEST_P(PlatformContract, AQueueThatNobodyHoldsAnyMoreRunsWhatItWasGiven) {
+    const Course course;
+    platform().dispatch().serialQueue("contract")->async(course.adding(1));
+    platform().dispatch().serialQueue("contract")->after(millisecond, course.adding(2));
+    EXPECT_TRUE(await(course.isLong(2)));
+}
+
 TEST_P(PlatformContract, AClosureRunsNoEarlierThanItsDelay) {
     Dispatch& dispatch = platform().dispatch();
     for (const auto& queue : {dispatch.mainQueue(), dispatch.backgroundQueue(), dispatch.serialQueue("contract")}) {

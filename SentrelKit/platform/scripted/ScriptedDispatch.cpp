@@ -116,10 +116,8 @@ ScriptedDispatch::~ScriptedDispatch() {
 
 // A closure that never ran may hold the queue that holds it.
 void ScriptedDispatch::clear() {
-    for (const auto& weak : queues_) {
-        if (const std::shared_ptr<ScriptedQueue> queue = weak.lock())
-            queue->queue.clear();
-    }
+    for (const auto& queue : queues_)
+        queue->queue.clear();
 }
 
 std::shared_ptr<DispatchQueue> ScriptedDispatch::mainQueue() {
@@ -142,10 +140,7 @@ void ScriptedDispatch::advance(double seconds) {
     for (;;) {
         std::shared_ptr<ScriptedQueue> earliest;
         std::int64_t deadline = end;
-        for (const auto& weak : queues_) {
-            const std::shared_ptr<ScriptedQueue> queue = weak.lock();
-            if (!queue)
-                continue;
+        for (const auto& queue : queues_) {
             const auto next = queue->queue.nextDeadline();
             if (next && (*next < deadline || (!earliest && *next == deadline))) {
                 earliest = queue;

@@ -73,7 +73,7 @@ private:
     ScriptedClock& clock_;
     std::shared_ptr<ScriptedQueue> main_;
     std::shared_ptr<ScriptedQueue> background_;
-    std::vector<std::weak_ptr<ScriptedQueue>> queues_;
+    std::vector<std::shared_ptr<ScriptedQueue>> queues_; // as long as the platform
     const DispatchQueue* running_ = nullptr;
 };
 
