@@ -119,6 +119,17 @@ TEST_P(PlatformContract, AnInterfaceThatIsNotThereHasNoLinkStateAndNoEntry) {
     EXPECT_FALSE(*entry);
 }
 
+TEST_P(PlatformContract, OfAnInterfacesNameTheFirst15BytesCount) {
+    int known = 0;
+    for (const auto& [name, counted] : traffic(platform().network())) {
+        if (name.size() == longestName && platform().network().mediaStatus(name)) {
+            EXPECT_TRUE(platform().network().mediaStatus(name + "tail"));
+            ++known;
+        }
+    }
+    EXPECT_TRUE(machine->isReal() || known > 0);
+}
+
 TEST_P(PlatformContract, EntriesOfInterfacesTellOfTheirKinds) {
     int primaries = 0;
     int wireless = 0;

@@ -207,7 +207,8 @@ const ScriptedInterface* ScriptedNetworkService::find(std::string_view name) con
 std::optional<MediaStatus> ScriptedNetworkService::mediaStatus(std::string_view name) {
     if (calls.fails("mediaStatus", std::string(name)))
         return std::nullopt;
-    if (const ScriptedInterface* entry = find(name))
+    constexpr std::size_t longestName = 15;
+    if (const ScriptedInterface* entry = find(name.substr(0, longestName)))
         return entry->media;
     errno = ENXIO;
     return std::nullopt;
