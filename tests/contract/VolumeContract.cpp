@@ -305,6 +305,29 @@ TEST_P(PlatformContract, AnUnmountIsCompletedOnceOnTheQueueOfTheSession) {
     session->setQueue(nullptr);
 }
 
+TEST_P(PlatformContract, WithoutAQueueNoCompletionComesAndNothingIsKept) {
+    if (machine->isReal())
+        return;
+    const auto session = platform().volumes().openSession();
+    const auto disk = session->disk("spare");
+    ASSERT_TRUE(disk);
+    const auto held = std::make_shared<int>();
+    std::atomic<int> calls{0};
+    const auto completion = [&calls, held](const auto&, const Dissenter*) { ++calls; };
+    // The completion stands in the queue behind something that takes its time.
+    Event isDropped;
+    const std::shared_ptr<DispatchQueue> queue = platform().dispatch().serialQueue("contract");
+    queue->async([&isDropped] { EXPECT_TRUE(isDropped.await()); });
+    session->setQueue(queue);
+    disk->unmount({}, completion);
+    session->setQueue(nullptr);
+    disk->unmount({}, completion);
+    EXPECT_EQ(held.use_count(), 2) << "this one's and the completion's own";
+    isDropped.happened();
+    pass(5'000'000);
+    EXPECT_EQ(calls, 0);
+}
+
 TEST_P(PlatformContract, VolumesAreObservedUntilTheRelease) {
     std::atomic<int> calls{0};
     const auto held = std::make_shared<int>();

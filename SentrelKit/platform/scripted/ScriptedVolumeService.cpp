@@ -94,13 +94,48 @@ private:
     const ScriptedHandle handle_;
 };
 
+// Where a session's completions are called, and those that did not come yet.
+class ScriptedVolumeService::Completions : public std::enable_shared_from_this<Completions> {
+public:
+    using Call = std::shared_ptr<std::function<void()>>;
+
+    void setQueue(std::shared_ptr<DispatchQueue> queue) {
+        queue_ = std::move(queue);
+        if (queue_)
+            return;
+        for (const Call& dropped : std::exchange(pending_, {}))
+            *dropped = nullptr;
+    }
+
+    // A completion that is to come.
+    Call add(std::function<void()> completion) {
+        return pending_.emplace_back(std::make_shared<std::function<void()>>(std::move(completion)));
+    }
+
+    // Lets one come, if there is a queue.
+    void post(const Call& call) {
+        if (!queue_)
+            std::erase(pending_, call);
+        else
+            queue_->async([self = shared_from_this(), call] { self->run(call); });
+    }
+
+private:
+    void run(const Call& call) {
+        std::erase(pending_, call);
+        if (const std::function<void()> completion = std::exchange(*call, nullptr))
+            completion();
+    }
+
+    std::shared_ptr<DispatchQueue> queue_;
+    std::vector<Call> pending_;
+};
+
 class ScriptedVolumeService::Handle final : public StorageDevice {
 public:
-    using Queue = std::shared_ptr<std::shared_ptr<DispatchQueue>>;
-
-    Handle(ScriptedVolumeService& service, std::string name, Queue queue)
-        : service_(service), name_(std::move(name)), queue_(std::move(queue)), handle_(service.calls, "disk " + name_) {
-    }
+    Handle(ScriptedVolumeService& service, std::string name, std::shared_ptr<Completions> completions)
+        : service_(service), name_(std::move(name)), completions_(std::move(completions)),
+          handle_(service.calls, "disk " + name_) {}
 
     std::optional<DiskDescription> description() override {
         const bool fails = service_.calls.fails("description", name_);
@@ -114,7 +149,7 @@ public:
             return nullptr;
         if (disk->whole.empty())
             return shared_from_this();
-        return std::make_shared<Handle>(service_, disk->whole, queue_);
+        return std::make_shared<Handle>(service_, disk->whole, completions_);
     }
     std::shared_ptr<MediaEntry> media() override {
         const bool fails = service_.calls.fails("media", name_);
@@ -143,14 +178,11 @@ public:
         const std::string reason = refused ? std::strerror(errno) : "";
         if (!completion)
             return;
-        service_.calls.complete("unmount", [=, queue = queue_, self = shared_from_this()] {
-            if (!*queue)
-                return;
-            (*queue)->async([=] {
-                const Dissenter dissenter{reason};
-                completion(self, refused ? &dissenter : nullptr);
-            });
+        const Completions::Call call = completions_->add([=, self = shared_from_this()] {
+            const Dissenter dissenter{reason};
+            completion(self, refused ? &dissenter : nullptr);
         });
+        service_.calls.complete("unmount", [completions = completions_, call] { completions->post(call); });
     }
     void eject() override { service_.calls.record("eject", name_); }
 
@@ -167,7 +199,7 @@ private:
 
     ScriptedVolumeService& service_;
     const std::string name_;
-    const Queue queue_;
+    const std::shared_ptr<Completions> completions_;
     const ScriptedHandle handle_;
 };
 
@@ -179,16 +211,16 @@ public:
         std::string name(deviceName);
         if (service_.calls.fails("disk", name) || !service_.disks.contains(name))
             return nullptr;
-        return std::make_shared<Handle>(service_, std::move(name), queue_);
+        return std::make_shared<Handle>(service_, std::move(name), completions_);
     }
     void setQueue(std::shared_ptr<DispatchQueue> queue) override {
         service_.calls.record("setQueue", queue ? "" : "none");
-        *queue_ = std::move(queue);
+        completions_->setQueue(std::move(queue));
     }
 
 private:
     ScriptedVolumeService& service_;
-    Handle::Queue queue_ = std::make_shared<std::shared_ptr<DispatchQueue>>();
+    const std::shared_ptr<Completions> completions_ = std::make_shared<Completions>();
     const ScriptedHandle handle_;
 };
 

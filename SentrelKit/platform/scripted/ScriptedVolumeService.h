@@ -75,6 +75,7 @@ public:
 
 private:
     class Session;
+    class Completions;
     class Handle;
     class Media;
     class PlugIn;
