@@ -131,4 +131,39 @@ TEST_P(PlatformContract, SuitesAreApart) {
     EXPECT_FALSE(other->object("key"));
 }
 
+TEST_P(PlatformContract, AddressesComeBackAndAreKeptAsPathOrBytes) {
+    const Suite suite(platform().preferences());
+    ASSERT_TRUE(suite);
+    const PropertyList::Address web{"https://example.com/a?b=c"};
+    ASSERT_TRUE(suite->set("key", web));
+    EXPECT_EQ(suite->address("key"), web);
+    ASSERT_TRUE(suite->object("key"));
+    EXPECT_TRUE(suite->object("key")->as<PropertyList::Bytes>());
+    const PropertyList::Address file{"file:///usr/share/a%20b"};
+    ASSERT_TRUE(suite->set("key", file));
+    EXPECT_EQ(suite->address("key"), file);
+    EXPECT_EQ(suite->object("key"), PropertyList("/usr/share/a b"));
+    ASSERT_TRUE(suite->set("key", 1));
+    EXPECT_FALSE(suite->address("key"));
+    EXPECT_FALSE(suite->address("other"));
+}
+
+TEST_P(PlatformContract, WhatNoPropertyListHoldsIsNotKept) {
+    const Suite suite(platform().preferences());
+    ASSERT_TRUE(suite);
+    ASSERT_TRUE(suite->set("key", "as it was"));
+    const PropertyList::Address address{"https://example.com/"};
+    const std::vector<PropertyList> impossible{PropertyList(),
+                                               "\xff",
+                                               PropertyList::List{PropertyList()},
+                                               PropertyList::List{address},
+                                               PropertyList::List{"\xff"},
+                                               PropertyList::Dictionary{{"a", PropertyList::List{address}}},
+                                               PropertyList::Dictionary{{"a", PropertyList()}}};
+    for (const PropertyList& value : impossible) {
+        EXPECT_FALSE(suite->set("key", value));
+        EXPECT_EQ(suite->object("key"), PropertyList("as it was"));
+    }
+}
+
 } // namespace sentrel::platform

@@ -9,8 +9,9 @@
 
 namespace sentrel::platform {
 
-/// A suite in memory, empty as made. Questions and changes are recorded with the key, a removal with each key; a change
-/// that fails is not kept, and a question that fails finds nothing. Any thread.
+/// A suite in memory, empty as made. An address that is no file's is read as the bytes of its text. Questions and
+/// changes are recorded with the key, a removal with each key; a change that fails is not kept, and a question that
+/// fails finds nothing. Any thread.
 class SENTREL_API ScriptedPreferenceSuite final : public PreferenceSuite {
 public:
     std::optional<PropertyList> object(std::string_view key) const override;
