@@ -3,11 +3,14 @@
 #include "tests/darwin/doubles/Machine.h"
 
 #include <net/if.h>
+#include <stdlib.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/sockio.h>
+#include <sys/syscall.h>
 #include <sys/sysctl.h>
 #include <sys/time.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdarg>
@@ -63,6 +66,22 @@ int sysctlbyname(const char* name, void* out, size_t* size, void*, size_t) {
         return -1;
     }
     return give("sysctlbyname", machine().brand.c_str(), machine().brand.size() + 1, out, size);
+}
+
+int getloadavg(double averages[], int count) noexcept {
+    if (failures::due("getloadavg"))
+        return -1;
+    for (int index = 0; index < count; ++index)
+        averages[index] = machine().loadAverages.at(static_cast<std::size_t>(index));
+    return count;
+}
+
+int socket(int domain, int type, int protocol) noexcept {
+    if (const auto code = failures::due("socket")) {
+        errno = *code;
+        return -1;
+    }
+    return static_cast<int>(::syscall(SYS_socket, domain, type, protocol)); // of this system
 }
 
 int ioctl(int, unsigned long request, ...) {

@@ -11,6 +11,7 @@ namespace {
 struct Plans {
     std::mutex lock;
     std::map<std::string, std::map<int, int>> codes; // of a function: call and code
+    std::map<std::string, int> always;               // of a function: code
     std::map<std::string, int> counts;
 };
 
@@ -26,9 +27,16 @@ void plan(const std::string& function, int code, int call) {
     plans().codes[function][plans().counts[function] + call] = code;
 }
 
+void planAll(const std::string& function, int code) {
+    const std::lock_guard guard(plans().lock);
+    plans().always[function] = code;
+}
+
 std::optional<int> due(const std::string& function) {
     const std::lock_guard guard(plans().lock);
     const int call = ++plans().counts[function];
+    if (const auto always = plans().always.find(function); always != plans().always.end())
+        return always->second;
     const auto codes = plans().codes.find(function);
     if (codes == plans().codes.end())
         return std::nullopt;
@@ -41,9 +49,15 @@ int calls(const std::string& function) {
     return plans().counts[function];
 }
 
+std::map<std::string, int> called() {
+    const std::lock_guard guard(plans().lock);
+    return plans().counts;
+}
+
 void reset() {
     const std::lock_guard guard(plans().lock);
     plans().codes.clear();
+    plans().always.clear();
     plans().counts.clear();
 }
 

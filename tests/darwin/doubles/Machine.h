@@ -10,6 +10,7 @@
 #include <mach/mach.h>
 #include <sys/sysctl.h>
 
+#include <array>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -68,6 +69,7 @@ struct Machine {
     xsw_usage swap{};
     std::string brand = "Example(R) Processor(TM) CPU @ 2.50GHz";
     std::uint64_t physicalMemory = 0;
+    std::array<double, 3> loadAverages{1.5, 1.25, 1};
     double uptime = 0;
     long thermalState = 0;
 

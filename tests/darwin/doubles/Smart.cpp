@@ -15,10 +15,10 @@ namespace {
 constexpr const char* interfaces = "plug-in interface";
 
 // Notes a step; whether it succeeds.
-IOReturn step(void* interface, const std::string& name, const std::string& argument = {}) {
+IOReturn step(void* interface, const char* function, const std::string& name, const std::string& argument = {}) {
     ledger::use(interfaces, reinterpret_cast<std::uintptr_t>(interface));
     machine().smart.calls.push_back(argument.empty() ? name : name + " " + argument);
-    return machine().smart.failing == name ? KERN_FAILURE : kIOReturnSuccess;
+    return failures::due(function) || machine().smart.failing == name ? KERN_FAILURE : kIOReturnSuccess;
 }
 
 std::string text(Boolean value) {
@@ -26,20 +26,20 @@ std::string text(Boolean value) {
 }
 
 IOReturn enableOperations(void* interface, Boolean enable) {
-    return step(interface, "operations", text(enable));
+    return step(interface, "SMARTEnableDisableOperations", "operations", text(enable));
 }
 
 IOReturn enableAutosave(void* interface, Boolean enable) {
-    return step(interface, "autosave", text(enable));
+    return step(interface, "SMARTEnableDisableAutosave", "autosave", text(enable));
 }
 
 IOReturn returnStatus(void* interface, Boolean* exceededCondition) {
     *exceededCondition = machine().smart.isExceeded ? 1 : 0;
-    return step(interface, "status");
+    return step(interface, "SMARTReturnStatus", "status");
 }
 
 IOReturn executeOffLineImmediate(void* interface, Boolean extendedTest) {
-    return step(interface, "collect", extendedTest ? "extended" : "short");
+    return step(interface, "SMARTExecuteOffLineImmediate", "collect", extendedTest ? "extended" : "short");
 }
 
 IOReturn readData(void* interface, ATASMARTData* data) {
@@ -50,12 +50,12 @@ IOReturn readData(void* interface, ATASMARTData* data) {
     }
     const auto* const bytes = reinterpret_cast<const UInt8*>(data);
     data->checksum = static_cast<UInt8>(-std::accumulate(bytes, bytes + 511, 0));
-    return step(interface, "read");
+    return step(interface, "SMARTReadData", "read");
 }
 
 IOReturn validateReadData(void* interface, const ATASMARTData* data) {
     const auto* const bytes = reinterpret_cast<const UInt8*>(data);
-    const IOReturn result = step(interface, "validate");
+    const IOReturn result = step(interface, "SMARTValidateReadData", "validate");
     return std::accumulate(bytes, bytes + 512, 0) % 256 == 0 ? result : KERN_FAILURE;
 }
 
@@ -83,7 +83,8 @@ IOATASMARTInterface& table() {
 HRESULT queryInterface(void* plugIn, REFIID wanted, LPVOID* given) {
     ledger::use(interfaces, reinterpret_cast<std::uintptr_t>(plugIn));
     const CFUUIDBytes known = CFUUIDGetUUIDBytes(kIOATASMARTInterfaceID);
-    if (std::memcmp(&wanted, &known, sizeof(known)) != 0 || !machine().smart.makesInterface)
+    if (std::memcmp(&wanted, &known, sizeof(known)) != 0 || !machine().smart.makesInterface ||
+        failures::due("QueryInterface"))
         return -1;
     static IOATASMARTInterface* smart = &table();
     ledger::take(interfaces, reinterpret_cast<std::uintptr_t>(&smart));

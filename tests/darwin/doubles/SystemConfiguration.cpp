@@ -99,17 +99,24 @@ Boolean SCDynamicStoreSetNotificationKeys(SCDynamicStoreRef store, CFArrayRef ke
 }
 
 Boolean SCDynamicStoreSetDispatchQueue(SCDynamicStoreRef store, dispatch_queue_t queue) {
-    sessionOf(store).queue = queue;
+    Session& session = sessionOf(store);
+    if (failures::due("SCDynamicStoreSetDispatchQueue"))
+        return 0;
+    session.queue = queue;
     return 1;
 }
 
 CFStringRef SCDynamicStoreCopyLocalHostName(SCDynamicStoreRef store) {
     static_cast<void>(sessionOf(store));
+    if (failures::due("SCDynamicStoreCopyLocalHostName"))
+        return nullptr;
     return machine().localHostName ? static_cast<CFStringRef>(created(*machine().localHostName)) : nullptr;
 }
 
 CFTypeRef SCDynamicStoreCopyValue(SCDynamicStoreRef store, CFStringRef key) {
     static_cast<void>(sessionOf(store));
+    if (failures::due("SCDynamicStoreCopyValue"))
+        return nullptr;
     const auto value = machine().storeKeys.find(text(key));
     return value == machine().storeKeys.end() ? nullptr : created(value->second);
 }
