@@ -2,50 +2,27 @@
 /// The models and the registry above the simulated macOS: the figures that a Mac with these answers would show.
 
 #include "tests/darwin/DarwinTest.h"
+#include "tests/darwin/FurnishedMac.h"
 #include "tests/darwin/doubles/Objects.h"
 #include "tests/darwin/doubles/Queues.h"
 #include "tests/darwin/doubles/Workspace.h"
 #include "tests/support/EchoHostGuard.h"
-#include "tests/support/InterfaceList.h"
 
 #include <SentrelKit/platform/macos/MacPlatform.h>
 #include <SentrelKit/system/System.h>
 
 #include <memory>
-#include <optional>
 
 using namespace darwin;
 using namespace sentrel;
 
 namespace {
 
-PropertyList::Bytes bytes(const std::string& text) {
-    return {text.begin(), text.end()};
-}
-
 class MacModels : public DarwinTest {
 protected:
     void SetUp() override {
         DarwinTest::SetUp();
-        Machine& mac = machine();
-        mac.basic.logical_cpu = 8;
-        mac.basic.physical_cpu = 4;
-        mac.physicalMemory = std::uint64_t{16} << 30;
-        mac.memory.free_count = 1000;
-        mac.memory.wire_count = 500;
-        mac.load.cpu_ticks[CPU_STATE_IDLE] = 1000;
-        mac.thermalState = 2;
-        addGraphics();
-        addDisk();
-        addBattery();
-        mac.interfaceList = InterfaceList()
-                                .add({.name = "en0", .index = 4, .bytesIn = 1000, .bytesOut = 100})
-                                .address({{5, address()}})
-                                .bytes();
-        mac.mediaStatus["en0"] = 3;
-        mac.reachability = 2;
-        mac.localHostName = "tower";
-        mac.storeKeys["State:/Network/Global/IPv4"] = PropertyList::Dictionary{{"Router", "192.0.2.1"}};
+        furnish();
         platform = std::make_unique<platform::MacPlatform>();
         registry = std::make_unique<System>(*platform);
     }
@@ -57,55 +34,7 @@ protected:
         DarwinTest::TearDown();
     }
 
-    void addGraphics() {
-        RegistryEntry& bridge = machine().registry.add({.name = "PCI0", .classes = {"IOPCIBridge"}});
-        bridge.add({.name = "IGPU",
-                    .classes = {"IOPCIDevice"},
-                    .properties = {{"IOName", "display"},
-                                   {"device-id", PropertyList::Bytes{1, 0, 0, 0}},
-                                   {"model", bytes("Intel UHD Graphics 630")}}});
-        RegistryEntry& discrete = bridge.add({.name = "GFX0",
-                                              .classes = {"IOPCIDevice"},
-                                              .properties = {{"IOName", "display"},
-                                                             {"device-id", PropertyList::Bytes{2, 0, 0, 0}},
-                                                             {"model", bytes("Radeon Pro 560X")}}});
-        machine().display = &discrete.add({.name = "Display", .classes = {"IODisplayConnect"}});
-    }
-
-    void addDisk() {
-        machine().mounts = {{.type = "apfs",
-                             .from = "/dev/disk1s1",
-                             .on = "/",
-                             .flags = 0x4000,
-                             .blockSize = 4096,
-                             .blocks = 1000,
-                             .freeBlocks = 250},
-                            {.type = "devfs", .from = "devfs", .on = "/dev", .flags = 0x100000}};
-        driver = &machine().registry.add({.name = "driver", .classes = {"IOBlockStorageDriver"}});
-        count(0, 0);
-        RegistryEntry& whole = driver->add(
-            {.name = "disk1", .classes = {"IOMedia"}, .properties = {{"BSD Name", "disk1"}, {"Whole", true}}});
-        whole.add({.name = "disk1s1",
-                   .classes = {"IOMedia"},
-                   .properties = {{"BSD Name", "disk1s1"}, {"DAVolumeName", "Macintosh HD"}}});
-    }
-
-    void addBattery() {
-        machine().powerSources = {{{"Current Capacity", 50}, {"Max Capacity", 100}, {"Is Charging", true}}};
-        machine().registry.add({.name = "AppleSmartBattery",
-                                .classes = {"AppleSmartBattery"},
-                                .properties = {{"BatteryInstalled", true}, {"CycleCount", 321}}});
-    }
-
-    void count(int read, int written) {
-        driver->properties["Statistics"] = PropertyList::Dictionary{{"Bytes (Read)", read}, {"Bytes (Write)", written}};
-    }
-
-    // As this host lays an address out, since it is this host that makes it a text.
-    static InterfaceList::Bytes address() { return {2, 0, 0, 0, 192, 0, 2, 7, 0, 0, 0, 0, 0, 0, 0, 0}; }
-
     const EchoHostGuard guard{{}}; // contact nobody
-    RegistryEntry* driver = nullptr;
     std::unique_ptr<platform::MacPlatform> platform;
     std::unique_ptr<System> registry;
 };
