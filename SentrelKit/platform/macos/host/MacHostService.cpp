@@ -86,6 +86,8 @@ std::optional<ProcessorSetLoad> MacHostService::processorSetLoad(ProcessorSet se
 
 std::optional<std::size_t> MacHostService::brand(std::span<char> buffer) {
     std::size_t size = buffer.size();
+    if (size == 0) // without a buffer the control interface tells the length
+        return std::nullopt;
     if (::sysctlbyname("machdep.cpu.brand_string", buffer.data(), &size, nullptr, 0) != 0)
         return std::nullopt;
     return size;
