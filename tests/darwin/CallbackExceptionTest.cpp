@@ -54,7 +54,7 @@ TEST_F(MacCallbackException, OfTheConfigurationEndsTheProcess) {
         MacNetworkService network;
         const auto watch = network.watchConfiguration("test");
         watch->setNotificationKeys({"State:/Network/Global/IPv4"});
-        const Observation observation = watch->schedule(thrown);
+        const Observation observation = watch->schedule(MacDispatch().backgroundQueue(), thrown);
         store::change("State:/Network/Global/IPv4");
         queues::advance(0);
     });
