@@ -4,6 +4,7 @@
 #include "tests/darwin/doubles/Failures.h"
 #include "tests/darwin/doubles/Ledger.h"
 #include "tests/darwin/doubles/Machine.h"
+#include "tests/darwin/doubles/Queues.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -15,7 +16,10 @@ namespace darwin {
 class DarwinTest : public testing::Test {
 protected:
     void SetUp() override { begin(); }
-    void TearDown() override { EXPECT_THAT(ledger::close(), testing::IsEmpty()); }
+    void TearDown() override {
+        queues::finalize();
+        EXPECT_THAT(ledger::close(), testing::IsEmpty());
+    }
 };
 
 } // namespace darwin

@@ -133,16 +133,34 @@ CFTypeRef createdSource(void (*call)(void*), void* context) {
     return add({LoopSource{call, context}});
 }
 
-std::vector<CFTypeRef>& loopSources() {
-    static std::vector<CFTypeRef>& sources = *new std::vector<CFTypeRef>;
-    return sources;
+namespace {
+
+// The sources of all run loops.
+struct Loops {
+    std::mutex lock;
+    std::vector<CFTypeRef> sources;
+};
+
+Loops& loops() {
+    static Loops& instance = *new Loops;
+    return instance;
+}
+
+} // namespace
+
+int loopSources() {
+    const std::lock_guard guard(loops().lock);
+    return static_cast<int>(loops().sources.size());
 }
 
 void signalSources() {
     // The loop is about to call all of them, one that is invalidated meanwhile too.
     std::vector<LoopSource> due;
-    for (const CFTypeRef source : loopSources())
-        due.push_back(valueOf<LoopSource>(source));
+    {
+        const std::lock_guard guard(loops().lock);
+        for (const CFTypeRef source : loops().sources)
+            due.push_back(valueOf<LoopSource>(source));
+    }
     for (const auto& [call, context] : due)
         call(context);
 }
@@ -387,11 +405,17 @@ CFRunLoopRef CFRunLoopGetCurrent() {
 }
 
 void CFRunLoopAddSource(CFRunLoopRef, CFRunLoopSourceRef source, CFRunLoopMode) {
-    loopSources().push_back(CFRetain(source));
+    const std::lock_guard guard(loops().lock);
+    loops().sources.push_back(CFRetain(source));
 }
 
 void CFRunLoopSourceInvalidate(CFRunLoopSourceRef source) {
-    if (std::erase(loopSources(), CFTypeRef(source)) > 0)
+    std::size_t erased = 0;
+    {
+        const std::lock_guard guard(loops().lock);
+        erased = std::erase(loops().sources, CFTypeRef(source));
+    }
+    if (erased > 0)
         CFRelease(source);
 }
 

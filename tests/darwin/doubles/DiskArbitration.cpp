@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <string>
 
 using namespace darwin;
@@ -31,6 +32,12 @@ std::map<CFTypeRef, dispatch_queue_t>& queuesOfSessions() {
     return all;
 }
 
+// Guards both.
+std::mutex& lock() {
+    static std::mutex& instance = *new std::mutex;
+    return instance;
+}
+
 // The opaque types stand for objects of the one kind that the doubles have.
 CFTypeRef object(const void* reference) {
     static_cast<void>(CFGetTypeID(reference)); // it is in use
@@ -39,12 +46,22 @@ CFTypeRef object(const void* reference) {
 
 DADiskRef createdDisk(const std::string& name, CFTypeRef session) {
     const CFTypeRef disk = createdWithEnd([](CFTypeRef ended) {
-        const CFTypeRef released = disks()[ended].session;
-        disks().erase(ended);
+        CFTypeRef released = nullptr; // outside the lock
+        {
+            const std::lock_guard guard(lock());
+            released = disks()[ended].session;
+            disks().erase(ended);
+        }
         CFRelease(released);
     });
+    const std::lock_guard guard(lock());
     disks()[disk] = {name, CFRetain(session)};
     return static_cast<DADiskRef>(const_cast<void*>(disk));
+}
+
+Disk diskOf(DADiskRef disk) {
+    const std::lock_guard guard(lock());
+    return disks().at(object(disk));
 }
 
 // Up to the entry that stands for the whole of a disk.
@@ -83,11 +100,15 @@ const CFStringRef kDADiskDescriptionDeviceModelKey = constantString("DADeviceMod
 DASessionRef DASessionCreate(CFAllocatorRef) {
     if (failures::due("DASessionCreate"))
         return nullptr;
-    const CFTypeRef session = createdWithEnd([](CFTypeRef ended) { queuesOfSessions().erase(ended); });
+    const CFTypeRef session = createdWithEnd([](CFTypeRef ended) {
+        const std::lock_guard guard(lock());
+        queuesOfSessions().erase(ended);
+    });
     return static_cast<DASessionRef>(const_cast<void*>(session));
 }
 
 void DASessionSetDispatchQueue(DASessionRef session, dispatch_queue_t queue) {
+    const std::lock_guard guard(lock());
     queuesOfSessions()[object(session)] = queue;
 }
 
@@ -98,7 +119,7 @@ DADiskRef DADiskCreateFromBSDName(CFAllocatorRef, DASessionRef session, const ch
 }
 
 DADiskRef DADiskCopyWholeDisk(DADiskRef disk) {
-    const Disk& part = disks().at(object(disk));
+    const Disk part = diskOf(disk);
     RegistryEntry* const whole = wholeOf(entryNamed(part.name));
     if (failures::due("DADiskCopyWholeDisk") || !whole)
         return nullptr;
@@ -106,12 +127,12 @@ DADiskRef DADiskCopyWholeDisk(DADiskRef disk) {
 }
 
 io_service_t DADiskCopyIOMedia(DADiskRef disk) {
-    RegistryEntry* const entry = entryNamed(disks().at(object(disk)).name);
+    RegistryEntry* const entry = entryNamed(diskOf(disk).name);
     return failures::due("DADiskCopyIOMedia") || !entry ? IO_OBJECT_NULL : taken(*entry);
 }
 
 CFDictionaryRef DADiskCopyDescription(DADiskRef disk) {
-    RegistryEntry* const entry = entryNamed(disks().at(object(disk)).name);
+    RegistryEntry* const entry = entryNamed(diskOf(disk).name);
     if (failures::due("DADiskCopyDescription") || !entry)
         return nullptr;
     PropertyList::Dictionary description;
@@ -123,7 +144,8 @@ CFDictionaryRef DADiskCopyDescription(DADiskRef disk) {
 }
 
 void DADiskUnmount(DADiskRef disk, DADiskUnmountOptions options, DADiskUnmountCallback callback, void* context) {
-    const Disk& unmounted = disks().at(object(disk));
+    const Disk unmounted = diskOf(disk);
+    const std::lock_guard guard(lock());
     machine().arbitrated.push_back("unmount " + unmounted.name + " " + std::to_string(options));
     const dispatch_queue_t queue = queuesOfSessions()[unmounted.session];
     if (!callback || !queue)
@@ -136,7 +158,9 @@ void DADiskUnmount(DADiskRef disk, DADiskUnmountOptions options, DADiskUnmountCa
 }
 
 void DADiskEject(DADiskRef disk, DADiskEjectOptions, DADiskEjectCallback, void*) {
-    machine().arbitrated.push_back("eject " + disks().at(object(disk)).name);
+    const std::string name = diskOf(disk).name;
+    const std::lock_guard guard(lock());
+    machine().arbitrated.push_back("eject " + name);
 }
 
 DAReturn DADissenterGetStatus(DADissenterRef) {

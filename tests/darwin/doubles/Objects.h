@@ -26,7 +26,10 @@ namespace darwin {
 /// A new run-loop source.
 [[nodiscard]] CFTypeRef createdSource(void (*call)(void*), void* context);
 
-/// Lets every source that is in a run loop call back.
+/// How many sources are in run loops.
+[[nodiscard]] int loopSources();
+
+/// Lets every source that is in a run loop call back, on the calling thread.
 void signalSources();
 
 /// The text of a string object.

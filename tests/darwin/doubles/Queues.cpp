@@ -9,10 +9,14 @@
 #include <time.h>
 
 #include <algorithm>
-#include <iterator>
+#include <atomic>
+#include <condition_variable>
 #include <list>
 #include <map>
-#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -28,6 +32,7 @@ struct Queue : dispatch_queue_s {
     std::string name;
     bool isGlobal = false;
     Queue* target = nullptr; ///< runs its work, on the system's background threads if there is none
+    bool isBusy = false;     ///< a serial one: something of it runs
 };
 
 struct Source : dispatch_source_s {
@@ -38,114 +43,248 @@ struct Source : dispatch_source_s {
     int suspensions = 1;
     bool isCancelled = false;
     bool isArmed = false;
+    bool isRunning = false;  ///< its handler does not overlap itself
+    bool isReleased = false; ///< the last reference went while its handler ran
     std::int64_t deadline = 0;
     std::int64_t interval = 0;
 };
 
+// Something to run: of a source its handler.
 struct Item {
     Queue* queue;
     void* context;
     dispatch_function_t work;
+    Source* source = nullptr;
+    bool isFinalizer = false;
 };
 
 struct State {
+    State() {
+        main.name = "main";
+        main.isGlobal = true;
+        background.name = "background";
+        background.isGlobal = true;
+    }
+
+    std::mutex lock;
+    std::condition_variable changed;
     Queue main;
     Queue background;
     std::multimap<std::int64_t, Item> waiting;
     std::list<Source*> alive;
-    std::string running;
-    std::int64_t now = 0;
-    bool isMainThread = true;
+    std::atomic<std::int64_t> now{0};
+    int threads = 0; // that serve
+    int active = 0;  // of them run something
+    int runs = 0;
+    bool isOver = false; // the threads end
     bool isStopped = false;
 };
 
+thread_local std::string runningQueue;
+thread_local bool isMainThread = false;
+
 State& state() {
     static State& instance = *new State;
-    static const bool named = [] {
-        instance.main.name = "main";
-        instance.main.isGlobal = true;
-        instance.background.name = "background";
-        instance.background.isGlobal = true;
-        return true;
-    }();
-    static_cast<void>(named);
     return instance;
 }
 
-void run(Queue* queue, dispatch_function_t work, void* context) {
-    const Queue* const onto = queue->target ? queue->target : queue;
-    const std::string outer = std::exchange(state().running, onto->name);
-    const bool wasMain = std::exchange(state().isMainThread, onto == &state().main);
-    work(context);
-    state().running = outer;
-    state().isMainThread = wasMain;
+using Guard = std::unique_lock<std::mutex>;
+
+const Queue& targetOf(const Queue& queue) {
+    return queue.target ? *queue.target : queue;
 }
 
-Source* nextSource() {
+bool isMain(const Queue& queue) {
+    return &targetOf(queue) == &state().main;
+}
+
+bool isFree(const Queue& queue) {
+    return !queue.isBusy;
+}
+
+bool mayRunOnThreads(const Queue& queue) {
+    return isFree(queue) && !isMain(queue);
+}
+
+bool mayRunInMainLoop(const Queue& queue) {
+    return isFree(queue) && (isMain(queue) || state().threads == 0);
+}
+
+bool isDirectlyMain(const Queue& queue) {
+    return &queue == &state().main;
+}
+
+bool ticks(const Source& source) {
+    return source.isArmed && source.suspensions == 0 && !source.isCancelled && !source.isRunning;
+}
+
+template <class May>
+auto firstItem(May may) {
+    return std::find_if(state().waiting.begin(), state().waiting.end(),
+                        [&may](const auto& entry) { return may(*entry.second.queue); });
+}
+
+template <class May>
+Source* firstTick(May may) {
     Source* first = nullptr;
     for (Source* source : state().alive) {
-        if (source->isArmed && source->suspensions == 0 && !source->isCancelled &&
-            (!first || source->deadline < first->deadline))
+        if (ticks(*source) && may(*source->queue) && (!first || source->deadline < first->deadline))
             first = source;
     }
     return first;
 }
 
-// Runs the first thing that is due until a moment, if any.
-bool runNext(std::int64_t until) {
-    Source* const source = nextSource();
-    const auto item = state().waiting.begin();
+// What was due at a moment is on its way from now on.
+Item began(std::int64_t due, const Item& item) {
+    state().now = std::max<std::int64_t>(state().now, due);
+    item.queue->isBusy = !item.queue->isGlobal;
+    ++state().runs;
+    return item;
+}
+
+Item takeItem(std::multimap<std::int64_t, Item>::iterator item) {
+    const auto [due, taken] = *item;
+    state().waiting.erase(item);
+    return began(due, taken);
+}
+
+Item takeTick(Source& source) {
+    const std::int64_t due = source.deadline;
+    // Ticks that were missed merge into this one.
+    const std::int64_t missed = std::max<std::int64_t>(state().now - due, 0) / source.interval;
+    source.deadline += (missed + 1) * source.interval;
+    source.isRunning = true;
+    return began(due, {.queue = source.queue, .context = source.context, .work = source.handler, .source = &source});
+}
+
+// What is due first until a moment on the queues that `may` names.
+template <class May>
+std::optional<Item> take(std::int64_t until, May may) {
+    const auto item = firstItem(may);
+    Source* const source = firstTick(may);
     const bool hasItem = item != state().waiting.end() && item->first <= until;
     const bool hasTick = source && source->deadline <= until;
-    if (hasItem && (!hasTick || item->first <= source->deadline)) {
-        const Item work = item->second;
-        state().now = std::max(state().now, item->first);
-        state().waiting.erase(item);
-        run(work.queue, work.work, work.context);
-        dispatch_release(work.queue);
-        return true;
+    if (hasItem && (!hasTick || item->first <= source->deadline))
+        return takeItem(item);
+    return hasTick ? std::optional(takeTick(*source)) : std::nullopt;
+}
+
+template <class May>
+bool isDue(May may) {
+    const auto item = firstItem(may);
+    const Source* const source = firstTick(may);
+    return (item != state().waiting.end() && item->first <= state().now) || (source && source->deadline <= state().now);
+}
+
+// What waits holds its queue.
+void wait(std::int64_t deadline, const Item& item) {
+    dispatch_retain(item.queue);
+    const Guard guard(state().lock);
+    state().waiting.emplace(deadline, item);
+    state().changed.notify_all();
+}
+
+// As the system does with a source of which nothing runs any more: the finalizer comes on the queue.
+void finish(Source* source) {
+    if (source->finalizer)
+        wait(state().now,
+             {.queue = source->queue, .context = source->context, .work = source->finalizer, .isFinalizer = true});
+    dispatch_release(source->queue);
+    delete source;
+}
+
+void call(const Queue& queue, dispatch_function_t work, void* context) {
+    const Queue& onto = targetOf(queue);
+    const std::string outer = std::exchange(runningQueue, onto.name);
+    const bool wasMain = std::exchange(isMainThread, isMain(queue));
+    work(context);
+    runningQueue = outer;
+    isMainThread = wasMain;
+}
+
+void run(const Item& item) {
+    call(*item.queue, item.work, item.context);
+    bool isLast = false;
+    {
+        const Guard guard(state().lock);
+        item.queue->isBusy = false;
+        if (item.source) {
+            item.source->isRunning = false;
+            isLast = item.source->isReleased;
+        }
+        state().changed.notify_all();
     }
-    if (!hasTick)
-        return false;
-    state().now = std::max(state().now, source->deadline);
-    source->deadline += source->interval;
-    run(source->queue, source->handler, source->context);
-    return true;
+    if (isLast)
+        finish(item.source);
+    else if (!item.source)
+        dispatch_release(item.queue);
+}
+
+template <class May>
+bool runNext(std::int64_t until, May may) {
+    std::optional<Item> item;
+    {
+        const Guard guard(state().lock);
+        item = take(until, may);
+    }
+    if (item)
+        run(*item);
+    return item.has_value();
+}
+
+// A closure of the main queue, and all others that stand in it by now, in their order.
+std::vector<Item> drained(const Item& first) {
+    std::vector<Item> all{first};
+    for (auto item = firstItem(&isDirectlyMain); item != state().waiting.end() && item->first <= state().now;
+         item = firstItem(&isDirectlyMain))
+        all.push_back(takeItem(item));
+    return all;
+}
+
+std::optional<Item> dueMainTick() {
+    const Guard guard(state().lock);
+    Source* const tick = firstTick(&isDirectlyMain);
+    return tick && tick->deadline <= state().now ? std::optional(takeTick(*tick)) : std::nullopt;
 }
 
 // One turn of the main loop: what is due first, and with a closure of the main queue all closures and ticks that stood
 // in that queue by then, since dispatch empties it whatever the loop is told meanwhile.
 bool runTurn(std::int64_t until) {
-    const auto first = state().waiting.begin();
-    const Source* const source = nextSource();
-    if (first == state().waiting.end() || first->first > until || first->second.queue != &state().main ||
-        (source && source->deadline < first->first))
-        return runNext(until);
-    state().now = std::max(state().now, first->first);
-    std::vector<Item> due;
-    for (auto item = first; item != state().waiting.end() && item->first <= state().now;) {
-        const bool isMain = item->second.queue == &state().main;
-        if (isMain)
-            due.push_back(item->second);
-        item = isMain ? state().waiting.erase(item) : std::next(item);
+    std::optional<Item> first;
+    std::vector<Item> closures;
+    {
+        const Guard guard(state().lock);
+        first = take(until, &mayRunInMainLoop);
+        if (first && !first->source && isDirectlyMain(*first->queue))
+            closures = drained(*first);
     }
-    for (const Item& work : due) {
-        run(work.queue, work.work, work.context);
-        dispatch_release(work.queue);
+    if (first && closures.empty())
+        run(*first);
+    for (const Item& closure : closures)
+        run(closure);
+    if (!closures.empty()) {
+        while (const std::optional<Item> tick = dueMainTick())
+            run(*tick);
     }
-    while (Source* const tick = nextSource()) {
-        if (tick->queue != &state().main || tick->deadline > state().now)
-            break;
-        tick->deadline += tick->interval;
-        run(tick->queue, tick->handler, tick->context);
-    }
-    return true;
+    return first.has_value();
 }
 
-// What waits holds its queue.
-void wait(std::int64_t deadline, dispatch_queue_t queue, void* context, dispatch_function_t work) {
-    dispatch_retain(queue);
-    state().waiting.emplace(deadline, Item{static_cast<Queue*>(queue), context, work});
+void serve() {
+    Guard guard(state().lock);
+    for (;;) {
+        if (const std::optional<Item> item = take(state().now, &mayRunOnThreads)) {
+            ++state().active;
+            guard.unlock();
+            run(*item);
+            guard.lock();
+            --state().active;
+            state().changed.notify_all();
+        } else if (state().isOver) {
+            return;
+        } else {
+            state().changed.wait(guard);
+        }
+    }
 }
 
 std::int64_t nanoseconds(double seconds) {
@@ -177,13 +316,46 @@ namespace darwin::queues {
 
 void advance(double seconds) {
     const std::int64_t end = state().now + nanoseconds(seconds);
-    while (runNext(end)) {
+    const auto hasThreads = [] {
+        const Guard guard(state().lock);
+        return state().threads > 0;
+    };
+    while (!hasThreads() && runNext(end, &isFree)) {
     }
+    const Guard guard(state().lock);
     state().now = end;
+    state().changed.notify_all();
+}
+
+Threads::Threads(int count) {
+    {
+        const Guard guard(state().lock);
+        state().threads = count;
+        state().isOver = false;
+    }
+    for (int index = 0; index < count; ++index)
+        threads_.emplace_back(&serve);
+}
+
+Threads::~Threads() {
+    {
+        const Guard guard(state().lock);
+        state().isOver = true;
+        state().changed.notify_all();
+    }
+    for (std::thread& thread : threads_)
+        thread.join();
+    const Guard guard(state().lock);
+    state().threads = 0;
+}
+
+void settle() {
+    Guard guard(state().lock);
+    state().changed.wait(guard, [] { return state().active == 0 && !isDue(&mayRunOnThreads); });
 }
 
 const std::string& running() {
-    return state().running;
+    return runningQueue;
 }
 
 std::int64_t now() {
@@ -191,23 +363,47 @@ std::int64_t now() {
 }
 
 int sources() {
+    const Guard guard(state().lock);
     return static_cast<int>(state().alive.size());
 }
 
+int runs() {
+    const Guard guard(state().lock);
+    return state().runs;
+}
+
+int waiting() {
+    const Guard guard(state().lock);
+    return static_cast<int>(state().waiting.size());
+}
+
 void fireNewest() {
-    Source* const source = state().alive.back();
-    run(source->queue, source->handler, source->context);
+    const Source* const source = state().alive.back();
+    call(*source->queue, source->handler, source->context);
 }
 
 void setMainThread(bool isMain) {
-    state().isMainThread = isMain;
+    isMainThread = isMain;
+}
+
+void finalize() {
+    const auto next = [] {
+        const Guard guard(state().lock);
+        const auto item = std::find_if(state().waiting.begin(), state().waiting.end(),
+                                       [](const auto& entry) { return entry.second.isFinalizer; });
+        return item == state().waiting.end() ? std::nullopt : std::optional(takeItem(item));
+    };
+    while (const std::optional<Item> finalizer = next())
+        run(*finalizer);
 }
 
 void reset() {
+    const Guard guard(state().lock);
     state().waiting.clear();
     state().now = 0;
-    state().isMainThread = true;
+    state().runs = 0;
     state().isStopped = false;
+    isMainThread = true;
 }
 
 } // namespace darwin::queues
@@ -221,11 +417,11 @@ extern "C" {
 const dispatch_source_type_s _dispatch_source_type_timer;
 
 int pthread_main_np() {
-    return state().isMainThread ? 1 : 0;
+    return isMainThread ? 1 : 0;
 }
 
 std::uint64_t clock_gettime_nsec_np(clockid_t) {
-    return static_cast<std::uint64_t>(state().now);
+    return static_cast<std::uint64_t>(state().now.load());
 }
 
 void dispatch_retain(dispatch_object_t object) noexcept {
@@ -235,7 +431,10 @@ void dispatch_retain(dispatch_object_t object) noexcept {
 void dispatch_release(dispatch_object_t object) noexcept {
     if (!ledger::give(objects, id(object)))
         return;
-    if (isQueue(object)) {
+    Guard guard(state().lock);
+    const bool isOneOfQueues = isQueue(object);
+    guard.unlock();
+    if (isOneOfQueues) {
         auto* const queue = static_cast<Queue*>(static_cast<dispatch_queue_t>(object));
         if (queue->target)
             dispatch_release(queue->target);
@@ -244,29 +443,37 @@ void dispatch_release(dispatch_object_t object) noexcept {
         return;
     }
     Source* const source = sourceOf(object);
+    guard.lock();
     if (source->suspensions > 0)
         ledger::error("a suspended source was released");
     state().alive.remove(source);
-    if (source->finalizer)
-        source->finalizer(source->context);
-    delete source;
+    source->isReleased = true;
+    const bool isRunning = source->isRunning; // then it ends with its handler
+    guard.unlock();
+    if (!isRunning)
+        finish(source);
 }
 
 void dispatch_set_context(dispatch_object_t object, void* context) noexcept {
+    const Guard guard(state().lock);
     sourceOf(object)->context = context;
 }
 
 void dispatch_set_finalizer_f(dispatch_object_t object, dispatch_function_t finalizer) noexcept {
+    const Guard guard(state().lock);
     sourceOf(object)->finalizer = finalizer;
 }
 
 void dispatch_suspend(dispatch_object_t object) noexcept {
+    const Guard guard(state().lock);
     ++sourceOf(object)->suspensions;
 }
 
 void dispatch_resume(dispatch_object_t object) noexcept {
+    const Guard guard(state().lock);
     if (--sourceOf(object)->suspensions < 0)
         ledger::error("a source was resumed that was not suspended");
+    state().changed.notify_all();
 }
 
 dispatch_queue_global_t dispatch_get_global_queue(std::intptr_t identifier, std::uintptr_t) noexcept {
@@ -291,32 +498,36 @@ dispatch_queue_t dispatch_queue_create_with_target(const char* label, dispatch_q
 }
 
 void dispatch_async_f(dispatch_queue_t queue, void* context, dispatch_function_t work) noexcept {
-    wait(state().now, queue, context, work);
+    wait(state().now, {.queue = static_cast<Queue*>(queue), .context = context, .work = work});
 }
 
 void dispatch_after_f(dispatch_time_t when, dispatch_queue_t queue, void* context, dispatch_function_t work) noexcept {
-    wait(static_cast<std::int64_t>(when), queue, context, work);
+    wait(static_cast<std::int64_t>(when), {.queue = static_cast<Queue*>(queue), .context = context, .work = work});
 }
 
 dispatch_time_t dispatch_time(dispatch_time_t when, std::int64_t delta) noexcept {
-    return when + static_cast<dispatch_time_t>(state().now + delta);
+    return when + static_cast<dispatch_time_t>(state().now.load() + delta);
 }
 
 dispatch_source_t dispatch_source_create(dispatch_source_type_t, std::uintptr_t, std::uintptr_t,
                                          dispatch_queue_t queue) noexcept {
     auto* const source = new Source;
     source->queue = static_cast<Queue*>(queue);
+    dispatch_retain(queue);
     ledger::take(objects, id(source));
+    const Guard guard(state().lock);
     state().alive.push_back(source);
     return source;
 }
 
 void dispatch_source_set_event_handler_f(dispatch_source_t source, dispatch_function_t handler) noexcept {
+    const Guard guard(state().lock);
     sourceOf(source)->handler = handler;
 }
 
 void dispatch_source_set_timer(dispatch_source_t source, dispatch_time_t start, std::uint64_t interval,
                                std::uint64_t) noexcept {
+    const Guard guard(state().lock);
     Source* const timer = sourceOf(source);
     timer->isArmed = true;
     timer->deadline = static_cast<std::int64_t>(start);
@@ -324,6 +535,7 @@ void dispatch_source_set_timer(dispatch_source_t source, dispatch_time_t start, 
 }
 
 void dispatch_source_cancel(dispatch_source_t source) noexcept {
+    const Guard guard(state().lock);
     sourceOf(source)->isCancelled = true;
 }
 
@@ -335,18 +547,31 @@ CFRunLoopRef CFRunLoopGetMain() {
 
 CFRunLoopRunResult CFRunLoopRunInMode(CFRunLoopMode, CFTimeInterval seconds, Boolean returnAfterSourceHandled) {
     const std::int64_t end = state().now + nanoseconds(seconds);
-    while (runTurn(end)) {
+    for (;;) {
+        // With threads another one moves the clock on.
+        Guard guard(state().lock);
+        const bool hasThreads = state().threads > 0;
+        if (hasThreads)
+            state().changed.wait(guard,
+                                 [end] { return state().isStopped || state().now >= end || isDue(&mayRunInMainLoop); });
+        guard.unlock();
+        const bool hasRun = runTurn(hasThreads ? state().now.load() : end);
+        guard.lock();
         if (std::exchange(state().isStopped, false))
             return kCFRunLoopRunStopped;
-        if (returnAfterSourceHandled)
+        if (hasRun && returnAfterSourceHandled)
             return kCFRunLoopRunHandledSource;
+        if (!hasRun && (!hasThreads || state().now >= end)) {
+            state().now = end;
+            return kCFRunLoopRunTimedOut;
+        }
     }
-    state().now = end;
-    return kCFRunLoopRunTimedOut;
 }
 
 void CFRunLoopStop(CFRunLoopRef) {
+    const Guard guard(state().lock);
     state().isStopped = true;
+    state().changed.notify_all();
 }
 
 } // extern "C"

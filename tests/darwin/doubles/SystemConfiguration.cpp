@@ -8,6 +8,8 @@
 #include "tests/darwin/doubles/Store.h"
 
 #include <algorithm>
+#include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -31,6 +33,13 @@ std::vector<Session>& sessions() {
     return all;
 }
 
+// Guards the sessions.
+std::mutex& lock() {
+    static std::mutex& instance = *new std::mutex;
+    return instance;
+}
+
+// Under the lock.
 Session& sessionOf(SCDynamicStoreRef store) {
     static_cast<void>(CFGetTypeID(store)); // it is in use
     return *std::find_if(sessions().begin(), sessions().end(),
@@ -55,6 +64,7 @@ void runCallout(void* context) {
 namespace darwin::store {
 
 void change(const std::string& key) {
+    const std::lock_guard guard(lock());
     for (const Session& session : sessions()) {
         if (!session.queue || std::find(session.keys.begin(), session.keys.end(), key) == session.keys.end())
             continue;
@@ -65,6 +75,7 @@ void change(const std::string& key) {
 }
 
 std::vector<std::string> names() {
+    const std::lock_guard guard(lock());
     std::vector<std::string> all;
     for (const Session& session : sessions())
         all.push_back(session.name);
@@ -81,9 +92,13 @@ SCDynamicStoreRef SCDynamicStoreCreate(CFAllocatorRef, CFStringRef name, SCDynam
         return nullptr;
     void* const info = const_cast<void*>(context->retain(context->info));
     const CFTypeRef reference = createdWithEnd([info, release = context->release](CFTypeRef ended) {
-        std::erase_if(sessions(), [ended](const Session& session) { return session.reference == ended; });
+        {
+            const std::lock_guard guard(lock());
+            std::erase_if(sessions(), [ended](const Session& session) { return session.reference == ended; });
+        }
         release(info);
     });
+    const std::lock_guard guard(lock());
     sessions().push_back({reference, text(name), callout, info, {}, nullptr});
     return static_cast<SCDynamicStoreRef>(reference);
 }
@@ -91,6 +106,7 @@ SCDynamicStoreRef SCDynamicStoreCreate(CFAllocatorRef, CFStringRef name, SCDynam
 Boolean SCDynamicStoreSetNotificationKeys(SCDynamicStoreRef store, CFArrayRef keys, CFArrayRef) {
     if (failures::due("SCDynamicStoreSetNotificationKeys"))
         return 0;
+    const std::lock_guard guard(lock());
     Session& session = sessionOf(store);
     session.keys.clear();
     for (CFIndex index = 0; index < CFArrayGetCount(keys); ++index)
@@ -99,6 +115,7 @@ Boolean SCDynamicStoreSetNotificationKeys(SCDynamicStoreRef store, CFArrayRef ke
 }
 
 Boolean SCDynamicStoreSetDispatchQueue(SCDynamicStoreRef store, dispatch_queue_t queue) {
+    const std::lock_guard guard(lock());
     Session& session = sessionOf(store);
     if (failures::due("SCDynamicStoreSetDispatchQueue"))
         return 0;
@@ -107,6 +124,7 @@ Boolean SCDynamicStoreSetDispatchQueue(SCDynamicStoreRef store, dispatch_queue_t
 }
 
 CFStringRef SCDynamicStoreCopyLocalHostName(SCDynamicStoreRef store) {
+    const std::lock_guard guard(lock());
     static_cast<void>(sessionOf(store));
     if (failures::due("SCDynamicStoreCopyLocalHostName"))
         return nullptr;
@@ -114,6 +132,7 @@ CFStringRef SCDynamicStoreCopyLocalHostName(SCDynamicStoreRef store) {
 }
 
 CFTypeRef SCDynamicStoreCopyValue(SCDynamicStoreRef store, CFStringRef key) {
+    const std::lock_guard guard(lock());
     static_cast<void>(sessionOf(store));
     if (failures::due("SCDynamicStoreCopyValue"))
         return nullptr;

@@ -4,6 +4,7 @@
 #include "tests/darwin/doubles/VolumeNotices.h"
 
 #include <map>
+#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -13,9 +14,20 @@ namespace {
 
 using Tell = std::function<void(const VolumeNotification&)>;
 
-std::map<int, Tell>& all() {
-    static std::map<int, Tell>& registered = *new std::map<int, Tell>;
-    return registered;
+struct Centre {
+    std::mutex lock;
+    int last = 0; // number
+    std::map<int, Tell> registered;
+};
+
+Centre& centre() {
+    static Centre& instance = *new Centre;
+    return instance;
+}
+
+std::map<int, Tell> registered() {
+    const std::lock_guard guard(centre().lock);
+    return centre().registered;
 }
 
 } // namespace
@@ -23,13 +35,13 @@ std::map<int, Tell>& all() {
 namespace darwin::workspace {
 
 void post(const VolumeNotification& notice) {
-    const std::map<int, Tell> asItBegan = all();
+    const std::map<int, Tell> asItBegan = registered();
     for (const auto& [number, tell] : asItBegan)
         tell(notice);
 }
 
 int registrations() {
-    return static_cast<int>(all().size());
+    return static_cast<int>(registered().size());
 }
 
 } // namespace darwin::workspace
@@ -37,10 +49,15 @@ int registrations() {
 namespace sentrel::platform::VolumeNotices {
 
 std::shared_ptr<void> add(std::function<void(const VolumeNotification&)> tell) {
-    static int last = 0;
-    const int number = ++last;
-    all()[number] = std::move(tell);
-    return {nullptr, [number](void*) { all().erase(number); }};
+    const std::lock_guard guard(centre().lock);
+    const int number = ++centre().last;
+    centre().registered[number] = std::move(tell);
+    return {nullptr, [number](void*) {
+                Tell released; // outside the lock
+                const std::lock_guard inner(centre().lock);
+                released.swap(centre().registered[number]);
+                centre().registered.erase(number);
+            }};
 }
 
 } // namespace sentrel::platform::VolumeNotices

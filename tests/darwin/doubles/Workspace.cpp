@@ -6,14 +6,26 @@
 
 #include "tests/darwin/doubles/Machine.h"
 
+#include <functional>
+#include <mutex>
 #include <utility>
 #include <vector>
 
 namespace {
 
-std::vector<std::function<void()>>& observers() {
-    static std::vector<std::function<void()>>& all = *new std::vector<std::function<void()>>;
-    return all;
+struct Running {
+    std::mutex lock;
+    std::vector<std::function<void()>> observers;
+};
+
+Running& running() {
+    static Running& instance = *new Running;
+    return instance;
+}
+
+std::vector<std::function<void()>> observers() {
+    const std::lock_guard guard(running().lock);
+    return running().observers;
 }
 
 } // namespace
@@ -21,7 +33,7 @@ std::vector<std::function<void()>>& observers() {
 namespace darwin::workspace {
 
 void changeRunning() {
-    for (const auto& changed : std::vector(observers()))
+    for (const auto& changed : observers())
         changed();
 }
 
@@ -30,7 +42,8 @@ int runningObservers() {
 }
 
 void reset() {
-    observers().clear();
+    const std::lock_guard guard(running().lock);
+    running().observers.clear();
 }
 
 } // namespace darwin::workspace
@@ -42,7 +55,8 @@ std::vector<RunningApplication> runningApplications() {
 }
 
 void observeRunningApplications(std::function<void()> changed) {
-    observers().push_back(std::move(changed));
+    const std::lock_guard guard(running().lock);
+    running().observers.push_back(std::move(changed));
 }
 
 } // namespace sentrel::platform::Workspace
