@@ -11,7 +11,9 @@
 namespace sentrel::platform {
 
 struct MacTimer::Gate {
-    explicit Gate(std::function<void()> closure) : tick(std::move(closure)) {}
+    using Tick = std::function<void()>;
+
+    explicit Gate(Tick closure) : tick(std::make_shared<const Tick>(std::move(closure))) {}
 
     // What a source calls back with; it lives as long as the source and may still come after the timer is gone.
     static void pass(void* context) {
@@ -24,21 +26,29 @@ struct MacTimer::Gate {
     static void release(void* context) { delete static_cast<std::shared_ptr<Gate>*>(context); }
 
     void pass() {
-        if (isOpen())
-            runClosure(tick);
+        if (const std::shared_ptr<const Tick> due = open())
+            runClosure(*due);
     }
-    [[nodiscard]] bool isOpen() {
+    [[nodiscard]] std::shared_ptr<const Tick> open() {
         const LockScope scope(lock);
-        return opening && uptimeNanoseconds() >= *opening;
+        return opening && uptimeNanoseconds() >= *opening ? tick : nullptr;
     }
-    // From a moment on, or never again.
+    // From a moment on, or not.
     void set(std::optional<std::int64_t> moment) {
         const LockScope scope(lock);
         opening = moment;
     }
+    // For good: what the tick holds is let go of, by the last tick if one runs. The source itself may end late, on its
+    // queue, or never where nobody serves that.
+    void close() {
+        std::shared_ptr<const Tick> held; // outside the lock
+        const LockScope scope(lock);
+        opening.reset();
+        held.swap(tick);
+    }
 
-    const std::function<void()> tick;
     Lock lock;
+    std::shared_ptr<const Tick> tick SENTREL_GUARDED_BY(lock);
     std::optional<std::int64_t> opening SENTREL_GUARDED_BY(lock); // on the clock of uptime
 };
 
@@ -52,7 +62,7 @@ MacTimer::MacTimer(dispatch_queue_t queue, std::int64_t interval, std::function<
 }
 
 MacTimer::~MacTimer() {
-    gate_->set(std::nullopt);
+    gate_->close();
     if (state_ == Source::suspended)
         dispatch_resume(source_.get());
     if (state_ != Source::cancelled)
@@ -82,7 +92,7 @@ void MacTimer::suspend() {
 void MacTimer::cancel() {
     if (state_ == Source::cancelled)
         return;
-    gate_->set(std::nullopt);
+    gate_->close();
     if (state_ == Source::suspended)
         dispatch_resume(source_.get()); // a suspended source hears of its end only when it is resumed
     state_ = Source::cancelled;
