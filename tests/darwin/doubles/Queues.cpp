@@ -315,16 +315,18 @@ std::uintptr_t id(dispatch_object_t object) {
 namespace darwin::queues {
 
 void advance(double seconds) {
-    const std::int64_t end = state().now + nanoseconds(seconds);
-    const auto hasThreads = [] {
+    {
         const Guard guard(state().lock);
-        return state().threads > 0;
-    };
-    while (!hasThreads() && runNext(end, &isFree)) {
+        if (state().threads > 0) {
+            state().now += nanoseconds(seconds);
+            state().changed.notify_all();
+            return;
+        }
     }
-    const Guard guard(state().lock);
+    const std::int64_t end = state().now + nanoseconds(seconds);
+    while (runNext(end, &isFree)) {
+    }
     state().now = end;
-    state().changed.notify_all();
 }
 
 Threads::Threads(int count) {
