@@ -1,13 +1,23 @@
 # What "cmake --install" puts in place: libraries, headers, the CMake package, the pkg-config files and the licence.
 include(CMakePackageConfigHelpers)
 
-install(TARGETS SentrelKitCore SentrelKitViews SentrelKitTesting EXPORT SentrelKitTargets
+set(installed_libraries SentrelKitCore SentrelKitViews SentrelKitTesting)
+if(APPLE)
+    list(APPEND installed_libraries SentrelKitAppKit)
+endif()
+install(TARGETS ${installed_libraries} EXPORT SentrelKitTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(EXPORT SentrelKitTargets NAMESPACE SentrelKit:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/SentrelKit)
 
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS packaging/installed-headers)
 file(READ packaging/installed-headers installed_headers)
 string(REGEX MATCHALL "SentrelKit/[^ \n]+\\.h" installed_headers "${installed_headers}")
+# Those of what another system draws and shows with stand in folders of these names.
+if(APPLE)
+    list(FILTER installed_headers EXCLUDE REGEX "/(cairo|gtk|qt)/")
+else()
+    list(FILTER installed_headers EXCLUDE REGEX "/(coregraphics|appkit)/")
+endif()
 foreach(header IN LISTS installed_headers)
     get_filename_component(folder ${header} DIRECTORY)
     install(FILES ${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${folder})
@@ -38,6 +48,10 @@ if(kind STREQUAL STATIC_LIBRARY AND NOT APPLE)
 endif()
 
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/SentrelKitConfigVersion.cmake COMPATIBILITY SameMinorVersion)
+set(appkit FALSE)
+if(APPLE)
+    set(appkit TRUE)
+endif()
 configure_file(packaging/SentrelKitConfig.cmake.in ${PROJECT_BINARY_DIR}/SentrelKitConfig.cmake @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/SentrelKitConfig.cmake ${PROJECT_BINARY_DIR}/SentrelKitConfigVersion.cmake
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/SentrelKit)

@@ -20,7 +20,9 @@ SENTREL_API
 /// Shows a view, which it keeps and whose display handler it takes. The frame is the view's to begin with.
 - (instancetype)initWithView:(std::shared_ptr<sentrel::View>)view NS_DESIGNATED_INITIALIZER;
 
+/// Not there: it shows a view from the beginning.
 - (instancetype)initWithFrame:(NSRect)frame NS_UNAVAILABLE;
+/// Not there: it shows a view from the beginning.
 - (instancetype)initWithCoder:(NSCoder*)coder NS_UNAVAILABLE;
 
 /// The view that is shown.
