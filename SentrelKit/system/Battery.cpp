@@ -68,20 +68,21 @@ class Battery::Models {
 public:
     /// Delivers the first figures before it returns.
     [[nodiscard]] Observation add(Battery& model, probes::SystemManager& session) {
-        Observation observation = models_.add([&model](const Record& record) { model.powerSourceChanged(record); });
-        if (const std::shared_ptr<char> mark = newRegistration()) {
-            probes::_batteryNotification(
-                [this, mark](const probes::BatteryData* data) {
-                    models_.post(Record(*data));
-                    models_.tell();
-                },
-                session);
-        } else {
-            probes::_getBatteryData([this](const probes::BatteryData* data) { models_.postToNew(Record(*data)); },
-                                    session);
-            models_.tell();
-        }
-        return observation;
+        return models_.addAndTell(
+            [&model](const Record& record) { model.powerSourceChanged(record); },
+            [&] {
+                if (const std::shared_ptr<char> mark = newRegistration()) {
+                    probes::_batteryNotification(
+                        [this, mark](const probes::BatteryData* data) {
+                            models_.post(Record(*data));
+                            models_.tell();
+                        },
+                        session);
+                } else {
+                    probes::_getBatteryData(
+                        [this](const probes::BatteryData* data) { models_.postToNew(Record(*data)); }, session);
+                }
+            });
     }
 
 private:

@@ -184,16 +184,17 @@ class Network::Models {
 public:
     /// Delivers the configuration before it returns.
     [[nodiscard]] Observation add(Network& model, probes::SystemManager& session) {
-        Observation observation =
-            models_.add([&model](const probes::NetworkConfiguration& configuration) { model.mirror(configuration); });
-        probes::_networkConfigureNotification(
-            [this](const std::optional<std::string>& localhostName, const std::optional<std::string>& router,
-                   const std::optional<std::vector<std::string>>& dns) {
-                models_.offer({localhostName, router, dns});
-                models_.tell();
-            },
-            session);
-        return observation;
+        return models_.addAndTell(
+            [&model](const probes::NetworkConfiguration& configuration) { model.mirror(configuration); },
+            [&] {
+                probes::_networkConfigureNotification(
+                    [this](const std::optional<std::string>& localhostName, const std::optional<std::string>& router,
+                           const std::optional<std::vector<std::string>>& dns) {
+                        models_.offer({localhostName, router, dns});
+                        models_.tell();
+                    },
+                    session);
+            });
     }
 
 private:

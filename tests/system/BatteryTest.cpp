@@ -4,6 +4,7 @@
 #include <SentrelKit/platform/scripted/ScriptedMachine.h>
 #include <SentrelKit/probes/BatteryProbes.h>
 
+#include "tests/support/Await.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/TimeZone.h"
 
@@ -366,6 +367,36 @@ TEST_F(BatteryEvent, BeginsAndRunsNoMoreOnceAModelIsReleasedWhileAnotherThreadTe
         done = true;
         teller.join();
     }
+}
+
+// A new model that another thread was telling of a change already was made without the figures it had been told.
+TEST_F(BatteryEvent, DoesNotKeepANewModelFromItsFirstFiguresWhileAnotherThreadDeliversThem) {
+    const Battery first;
+    Event isDelivering; // to the new model, or has done so to all that it calls
+    Event isMade;
+    std::thread teller;
+    int deliveries = 0;
+    const std::thread::id maker = std::this_thread::get_id();
+    power().calls.onCall([&](const std::string& call) {
+        if (std::this_thread::get_id() != maker) {
+            if (call == "batteryService" && ++deliveries == 2) {
+                isDelivering.happened();
+                EXPECT_TRUE(isMade.await());
+            }
+        } else if (call == "externalAdapterDetails") { // the last that a model asks before its first figures
+            teller = std::thread([&] {
+                power().change();
+                isDelivering.happened();
+            });
+            EXPECT_TRUE(isDelivering.await());
+        }
+    });
+    const Battery second;
+    EXPECT_EQ(second.percent(), 51);
+    EXPECT_EQ(second.timeRemaining(), "2:05 remaining");
+    isMade.happened();
+    teller.join();
+    power().calls.onCall({});
 }
 
 TEST_F(BatteryEvent, IsNotFiredWhileThereIsNoPowerSource) {

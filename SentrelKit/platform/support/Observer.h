@@ -6,6 +6,7 @@
 
 #include <SentrelKit/Export.h>
 #include <SentrelKit/base/system/detail/ForkGate.h>
+#include <SentrelKit/base/system/detail/Relaxed.h>
 #include <SentrelKit/base/system/detail/ThreadSafety.h>
 #include <SentrelKit/platform/Observation.h>
 
@@ -73,18 +74,21 @@ public:
 
     /// Registers an observer. `source` is released with its observation.
     [[nodiscard]] Observation add(Function observer, std::shared_ptr<void> source = nullptr) {
-        auto notices = std::make_shared<Notices>();
-        auto calls = std::make_shared<Observer>([list = list_, notices, function = std::move(observer)] {
-            bool areMore = false;
-            const std::optional<Notice> notice = notices->take(*list, areMore);
-            if (areMore)
-                notices->observer->tell(); // right after this call
-            if (notice)
-                function(*notice);
-        });
-        notices->observer = calls.get(); // whose closure keeps the notices
-        auto registration = std::make_shared<Registration>(list_, Member{calls, notices}, std::move(source));
-        return Observation(std::move(calls), std::move(registration));
+        return add(memberOf(std::move(observer)), std::move(source));
+    }
+
+    /// Registers an observer that has heard, on this thread, what `first` leaves for it when this returns. Until then
+    /// others leave it notices too, but call it not: this thread would not wait for their calls.
+    template <class First>
+    [[nodiscard]] Observation addAndTell(Function observer, First&& first) {
+        const Member member = memberOf(std::move(observer));
+        member.notices->isTold = false;
+        Observation observation = add(member, nullptr);
+        first();
+        member.observer->tell();
+        member.notices->isTold = true;
+        member.observer->tell(); // what was left last and not told
+        return observation;
     }
 
     /// Leaves a notice for all observers, which hear each, in their order.
@@ -118,6 +122,8 @@ public:
         const std::shared_ptr<const Members> members = list_->current();
         std::exception_ptr failure;
         for (const Member& member : *members) {
+            if (!member.notices->isTold)
+                continue;
             try {
                 member.observer->tell();
             } catch (...) {
@@ -135,7 +141,7 @@ public:
 private:
     struct List;
 
-    // All but the pointer under the list's lock.
+    // All but the pointer and the flag under the list's lock.
     struct Notices {
         // The next notice; whether others wait.
         std::optional<Notice> take(List& list, bool& areMore) {
@@ -151,6 +157,7 @@ private:
         Observer* observer = nullptr;
         std::deque<Notice> waiting;
         std::optional<Notice> heard; // last
+        Relaxed<bool> isTold{true};  // with the others; looked at after a notice was left under the lock
     };
 
     struct Member {
@@ -194,6 +201,24 @@ private:
         const Observer* const observer_;
         const std::shared_ptr<void> source_;
     };
+
+    [[nodiscard]] Member memberOf(Function observer) const {
+        auto notices = std::make_shared<Notices>();
+        auto calls = std::make_shared<Observer>([list = list_, notices, function = std::move(observer)] {
+            bool areMore = false;
+            const std::optional<Notice> notice = notices->take(*list, areMore);
+            if (areMore)
+                notices->observer->tell(); // right after this call
+            if (notice)
+                function(*notice);
+        });
+        notices->observer = calls.get(); // whose closure keeps the notices
+        return {std::move(calls), std::move(notices)};
+    }
+
+    [[nodiscard]] Observation add(const Member& member, std::shared_ptr<void> source) {
+        return Observation(member.observer, std::make_shared<Registration>(list_, member, std::move(source)));
+    }
 
     std::shared_ptr<List> list_ = std::make_shared<List>();
 };

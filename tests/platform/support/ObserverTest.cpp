@@ -123,6 +123,27 @@ TEST(Observers, AllHearThoughOneFailsWhichHearsTheNextToo) {
     EXPECT_EQ(heard, (std::vector<std::string>{"failing 1", "other 1", "failing 2", "other 2"}));
 }
 
+// Another thread that was calling a new observer had the registration return before that call had ended.
+TEST(Observers, HaveHeardWhatIsLeftForThemWhenTheirRegistrationReturnsThoughAnotherThreadTells) {
+    Observers<int> observers;
+    std::vector<int> heard;
+    const std::thread::id here = std::this_thread::get_id();
+    const Observation observation = observers.addAndTell(
+        [&](int notice) {
+            EXPECT_EQ(std::this_thread::get_id(), here);
+            heard.push_back(notice);
+            if (notice == 1)
+                std::thread([&] { post(observers, 2); }).join();
+        },
+        [&] {
+            std::thread([&] { post(observers, 1); }).join();
+            EXPECT_TRUE(heard.empty()) << "it is called by nobody else";
+        });
+    EXPECT_EQ(heard, (std::vector<int>{1, 2}));
+    post(observers, 3);
+    EXPECT_EQ(heard, (std::vector<int>{1, 2, 3}));
+}
+
 TEST(Observers, OutliveNoneOfTheirSources) {
     Observers<int> observers;
     const auto source = std::make_shared<int>();
