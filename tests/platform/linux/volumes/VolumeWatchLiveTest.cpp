@@ -4,17 +4,20 @@
 #include <SentrelKit/platform/VolumeService.h>
 #include <SentrelKit/platform/linux/LinuxPlatform.h>
 #include <SentrelKit/platform/linux/common/Folder.h>
+#include <SentrelKit/platform/linux/common/UniqueFd.h>
 #include <SentrelKit/platform/linux/dispatch/LinuxDispatch.h>
 #include <SentrelKit/platform/linux/volumes/LinuxVolumeService.h>
 
 #include "tests/contract/ObservationContract.h"
 #include "tests/support/Await.h"
 #include "tests/support/Eventually.h"
+#include "tests/support/Sanitizers.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/linux/LoopDisk.h"
 #include "tests/support/linux/MountNamespace.h"
 
 #include <array>
+#include <fcntl.h>
 #include <functional>
 #include <gtest/gtest.h>
 #include <memory>
@@ -23,6 +26,7 @@
 #include <string>
 #include <sys/mount.h>
 #include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -183,6 +187,34 @@ TEST_F(LiveVolumeWatch, WaitsWithoutATimer) {
     const std::unique_ptr<RepeatingTimer> timer = dispatch.backgroundQueue()->makeTimer(2'000'000'000, [] {});
     timer->resume();
     EXPECT_TRUE(eventually([] { return waitsOfThisProcess().limited == 1; })) << "this test sees no timers";
+}
+
+// The open mount table that a child has from its parent shares its notices with it.
+TEST_F(LiveVolumeWatch, TellsTheParentOfAMountThatAChildHearsOfToo) {
+    if (underThreadSanitizer || underAddressSanitizer)
+        GTEST_SKIP() << "the sanitizers' own locks may be held by another thread at the fork";
+    Event heard;
+    const auto observation = volumes_.observe([&](const VolumeNotification&) { heard.happened(); });
+    ASSERT_TRUE(observation);
+    std::array<int, 2> ready{};
+    ASSERT_EQ(::pipe2(ready.data(), O_CLOEXEC), 0);
+    const UniqueFd readyToRead(ready[0]);
+    const UniqueFd readyToWrite(ready[1]);
+    const pid_t child = ::fork();
+    if (child == 0) {
+        Event own;
+        const auto ownObservation = volumes_.observe([&](const VolumeNotification&) { own.happened(); });
+        volumes_.checkLabel("/");
+        const bool isReady = volumes_.countMountedFileSystems() > 0 && ::write(readyToWrite.get(), "r", 1) == 1;
+        ::_exit(isReady && own.await() && heard.count() == 0 && volumes_.countMountedFileSystems() > 0 ? 0 : 1);
+    }
+    char byte = 0;
+    ASSERT_EQ(::read(readyToRead.get(), &byte, 1), 1);
+    mount("both");
+    EXPECT_TRUE(heard.await());
+    int status = -1;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
 }
 
 // Until udev tells, nobody but the file system itself knows its new label.
