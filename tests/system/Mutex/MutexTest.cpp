@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 #include <memory>
 #include <stdexcept>
+#include <utility>
 
 namespace {
 
@@ -18,7 +19,7 @@ Initialisation initialisation = Initialisation::normal;
 
 /// Stands before the C library's, so that the tests can see what a Mutex does when the system refuses.
 extern "C" int pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t* attributes) noexcept(
-    noexcept(pthread_mutex_init(nullptr, nullptr))) { // as the system declares it
+    noexcept(pthread_mutex_init(std::declval<pthread_mutex_t*>(), nullptr))) { // as the system declares it
     using Init = int (*)(pthread_mutex_t*, const pthread_mutexattr_t*);
     static const Init next = reinterpret_cast<Init>(dlsym(RTLD_NEXT, "pthread_mutex_init"));
     if (initialisation == Initialisation::refused)
