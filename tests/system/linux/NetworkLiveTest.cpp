@@ -86,14 +86,10 @@ protected:
     /// Takes samples until the condition holds, as a carrier is told a moment after it changed.
     template <class Condition>
     bool samplesUntil(Condition&& condition) {
-        const std::int64_t end = nowMilliseconds() + 20'000;
-        while (nowMilliseconds() < end) {
+        return eventually([&] {
             model_->update();
-            if (condition())
-                return true;
-            std::this_thread::sleep_for(std::chrono::milliseconds(2));
-        }
-        return false;
+            return condition();
+        });
     }
 
     /// Runs a test that makes a system manager in a process of its own: the manager lives until the process ends.

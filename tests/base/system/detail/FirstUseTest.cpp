@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/base/system/detail/FirstUse.h>
 
+#include "tests/support/Await.h"
+
 #include <atomic>
 #include <gtest/gtest.h>
 #include <stdexcept>
@@ -39,18 +41,16 @@ TEST(FirstUse, AChildMakesItsOwnWhereTheParentWasMakingOne) {
     FirstUse<int> use;
     static int parents = 1;
     static int childs = 2;
-    std::atomic<bool> isMaking{false};
-    std::atomic<bool> mayEnd{false};
+    Event isMaking;
+    Event mayEnd;
     std::thread maker([&] {
         use.get([&] {
-            isMaking = true;
-            while (!mayEnd)
-                std::this_thread::yield();
+            isMaking.happened();
+            EXPECT_TRUE(mayEnd.await());
             return &parents;
         });
     });
-    while (!isMaking)
-        std::this_thread::yield();
+    EXPECT_TRUE(isMaking.await());
     const pid_t child = ::fork();
     if (child == 0) {
         ::alarm(10);
@@ -59,7 +59,7 @@ TEST(FirstUse, AChildMakesItsOwnWhereTheParentWasMakingOne) {
     int status = 0;
     EXPECT_EQ(::waitpid(child, &status, 0), child);
     EXPECT_EQ(status, 0);
-    mayEnd = true;
+    mayEnd.happened();
     maker.join();
     EXPECT_EQ(use.get([]() -> int* { return nullptr; }), 1);
 }

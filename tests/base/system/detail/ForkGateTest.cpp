@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/base/system/detail/ForkGate.h>
 
+#include "tests/support/Await.h"
+#include "tests/support/Eventually.h"
+
 #include <SentrelKit/base/system/detail/ThreadSafety.h>
 
 #include <atomic>
@@ -110,21 +113,19 @@ TEST(ForkGate, TwoThreadsMayForkAtOnce) {
 TEST(ForkGate, AForkDoesNotWaitForEverForALockThatIsKept) {
     Lock kept;
     Lock other;
-    std::atomic<bool> isHeld{false};
-    std::atomic<bool> hasForked{false};
+    Event isHeld;
+    Event hasForked;
     std::thread keeper([&] {
         const LockScope scope(kept);
-        isHeld = true;
-        while (!hasForked)
-            std::this_thread::yield();
+        isHeld.happened();
+        EXPECT_TRUE(hasForked.await());
     });
-    while (!isHeld)
-        std::this_thread::yield();
+    EXPECT_TRUE(isHeld.await());
     EXPECT_TRUE(holdsInAChild([&] {
         const LockScope scope(other);
         return true;
     }));
-    hasForked = true;
+    hasForked.happened();
     keeper.join();
 }
 
@@ -146,8 +147,7 @@ TEST(ForkGate, AConditionBeginsAnewInAChild) {
         const LockScope scope(lock);
         return waiting;
     };
-    while (sleeperCount() < 2)
-        std::this_thread::yield();
+    EXPECT_TRUE(eventually([&] { return sleeperCount() == 2; }));
     EXPECT_TRUE(holdsInAChild([&] {
         {
             const LockScope scope(lock);
