@@ -13,6 +13,7 @@
 #include <stdexcept>
 #include <thread>
 #include <utility>
+#include <vector>
 
 namespace sentrel::platform {
 namespace {
@@ -36,6 +37,19 @@ TEST(MainQueue, RunsMainClosuresOnTheThreadThatRunsTheLoop) {
     EXPECT_EQ(thread, std::this_thread::get_id());
     EXPECT_EQ(asyncAt, 1);
     EXPECT_EQ(afterAt, 2);
+}
+
+TEST(MainQueue, RunsNoClosureBeforeTheCallThatGivesItReturns) {
+    std::vector<int> order;
+    LinuxDispatch dispatch;
+    dispatch.mainQueue()->async([&] {
+        dispatch.mainQueue()->async([&] { order.push_back(2); });
+        dispatch.mainQueue()->after(0, [&] { order.push_back(3); });
+        order.push_back(1);
+    });
+    EXPECT_TRUE(order.empty());
+    EXPECT_TRUE(serveUntil([&] { return order.size() == 3; }));
+    EXPECT_EQ(order, (std::vector<int>{1, 2, 3}));
 }
 
 TEST(MainQueue, TheMainQueueMayBeFirstUsedOnAnotherThread) {
