@@ -56,21 +56,25 @@ private:
 };
 
 // What a session and its disks share; work that still runs keeps it.
-struct SessionState {
+struct SessionState : std::enable_shared_from_this<SessionState> {
     explicit SessionState(DiskMachine& diskMachine) : machine(diskMachine) {}
 
     DiskMachine& machine;
     OwnThreadQueue removals; // unmounts and ejects, one after the other
     UdisksClient service;    // used by those alone
 
+    // A completion that stands in the queue as the session loses it is dropped there.
     void complete(std::function<void()> completion) {
-        std::shared_ptr<DispatchQueue> target;
-        {
-            const LockScope scope(lock);
-            target = queue;
-        }
-        if (target)
-            target->async(std::move(completion));
+        if (const std::shared_ptr<DispatchQueue> target = queueNow())
+            target->async([self = shared_from_this(), work = std::move(completion)] {
+                if (self->queueNow())
+                    work();
+            });
+    }
+
+    [[nodiscard]] std::shared_ptr<DispatchQueue> queueNow() {
+        const LockScope scope(lock);
+        return queue;
     }
 
     Lock lock;

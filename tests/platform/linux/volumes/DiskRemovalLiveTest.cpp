@@ -8,6 +8,7 @@
 #include "tests/support/Eventually.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/linux/LoopDisk.h"
+#include "tests/support/linux/MainLoop.h"
 #include "tests/support/linux/MountNamespace.h"
 #include "tests/support/linux/PrivateBus.h"
 #include "tests/support/linux/SilentBus.h"
@@ -353,6 +354,22 @@ TEST_F(LiveRemoval, UnmountsWithoutAQueueAndCallsNobodyBack) {
         EXPECT_TRUE(eventually([&] { return !isMounted(image); }));
     }
     EXPECT_FALSE(*called);
+}
+
+TEST_F(LiveRemoval, DropsACompletionThatStandsInTheQueueOnceItsSessionHasNone) {
+    const NoBus noBus;
+    const LoopDisk image("DROPPED", 16);
+    image.mount();
+    bool called = false;
+    const auto session = volumes().openSession();
+    session->setQueue(dispatch::mainQueue());
+    session->disk(image.device())->unmount({.whole = true}, [&](const auto&, const auto*) { called = true; });
+    EXPECT_TRUE(eventually([&] { return !isMounted(image) && g_main_context_pending(nullptr) != FALSE; }));
+    session->setQueue(nullptr);
+    bool isServed = false;
+    dispatch::mainQueue()->async([&] { isServed = true; });
+    EXPECT_TRUE(serveUntil([&] { return isServed; }));
+    EXPECT_FALSE(called);
 }
 
 TEST_F(LiveRemoval, EjectsAnImageByLettingItsFileGo) {
