@@ -29,6 +29,22 @@ bool isInRange(const cairo_matrix_t& matrix) noexcept {
     return isUsable(transformOf(matrix)) && std::abs(matrix.x0) <= farthest && std::abs(matrix.y0) <= farthest;
 }
 
+// How many lines of a stroke cairo gets at a time: the time that it takes grows with the square of what a stroke lays
+// over itself, to minutes for some thousand lines up and down.
+constexpr std::size_t piece = 64;
+
+// Whether a stroke looks the same in pieces: one line of many points whose pieces end as they would go on, in a colour
+// that is no denser where it lies twice.
+bool goesInPieces(const Path& path, const Paint& paint) noexcept {
+    const std::vector<PathElement>& elements = path.elements();
+    const auto* color = std::get_if<Color>(&paint);
+    return elements.size() > 8 * piece && color && color->alpha >= 1.0 && path.lineDash().empty() &&
+           path.lineCapStyle() == LineCap::round && path.lineJoinStyle() == LineJoin::round &&
+           elements[0].kind == PathElement::Kind::moveTo &&
+           std::all_of(elements.begin() + 1, elements.end(),
+                       [](const PathElement& element) { return element.kind == PathElement::Kind::lineTo; });
+}
+
 bool hasPixels(cairo_surface_t* surface) noexcept {
     switch (cairo_surface_get_type(surface)) {
     case CAIRO_SURFACE_TYPE_PDF:
@@ -191,8 +207,24 @@ void CairoCanvas::fillSideBySide(const std::vector<FilledPath>& figures) {
 }
 
 void CairoCanvas::stroke(const Path& path, const Paint& paint) {
-    if (!path.empty() && trace(path) && setStrokeStyle(path) && setPaint(paint))
+    if (path.empty() || !trace(path) || !setStrokeStyle(path) || !setPaint(paint))
+        return;
+    if (!goesInPieces(path, paint)) {
         cairo_stroke(context_);
+        return;
+    }
+    cairo_path_t* whole = cairo_copy_path(context_);
+    cairo_new_path(context_);
+    for (int i = 0, lines = 0; i < whole->num_data; i += whole->data[i].header.length) {
+        const auto& point = whole->data[i + 1].point;
+        cairo_line_to(context_, point.x, point.y);
+        if (++lines % static_cast<int>(piece) == 0) {
+            cairo_stroke(context_);
+            cairo_move_to(context_, point.x, point.y);
+        }
+    }
+    cairo_stroke(context_);
+    cairo_path_destroy(whole);
 }
 
 // Draws a layout's line about the origin, in units of its font size.

@@ -8,10 +8,13 @@
 
 #include <cairo.h>
 
+#include <algorithm>
 #include <cmath>
+#include <ctime>
 #include <functional>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -256,6 +259,70 @@ TEST_F(CairoCanvases, DashesLinesAndTakesAnUnusablePatternForASolidLine) {
     canvas.stroke(line, ink);
     EXPECT_NEAR(inked(), 80.0, 0.01);
     expectAlive(canvas);
+}
+
+// What the thread has computed so far, in seconds: other programs do not make it longer.
+double computed() {
+    timespec time{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
+
+Path upAndDown(int lines, double step) {
+    Path path;
+    path.moveTo({2, 20});
+    for (int i = 1; i <= lines; ++i)
+        path.lineTo({2 + i * step, 20.0 + (i % 2 ? 1.0 : -1.0) * (i % 13)});
+    path.setLineWidth(4.0);
+    path.setLineCapStyle(LineCap::round);
+    path.setLineJoinStyle(LineJoin::round);
+    return path;
+}
+
+TEST_F(CairoCanvases, ShowsALongLineThatItDrawsInPiecesLikeOneInOnePiece) {
+    const auto rowsOf = [&](double alpha) {
+        clear();
+        CairoCanvas canvas(context);
+        canvas.stroke(upAndDown(1024, 36.0 / 1024.0), Color{0.0, 0.0, 0.0, alpha});
+        std::vector<int> alphas;
+        for (int y = 0; y < 40; ++y)
+            for (int x = 0; x < 40; ++x)
+                alphas.push_back(alphaAt(x, y));
+        return alphas;
+    };
+    const std::vector<int> inPieces = rowsOf(1.0);
+    const std::vector<int> whole = rowsOf(0.9999); // see-through, if by less than a shade
+    // An edge that lies twice, where two pieces meet, is up to a quarter denser.
+    for (std::size_t i = 0; i < whole.size(); ++i)
+        EXPECT_NEAR(inPieces[i], whole[i], 64) << i % 40 << ' ' << i / 40;
+    EXPECT_GT(std::ranges::count(whole, 255), 100);
+}
+
+// It took minutes.
+TEST_F(CairoCanvases, DrawsManyLinesOverEachOtherInBoundedTime) {
+    CairoCanvas canvas(context);
+    const double start = computed();
+    canvas.stroke(upAndDown(20000, 36.0 / 20000.0), ink);
+    EXPECT_LT(computed() - start, 2.0);
+    EXPECT_GT(inked(), 500.0);
+}
+
+TEST_F(CairoCanvases, TellsWhereItsPixelsLie) {
+    cairo_scale(context, 1.5, 1.5);
+    cairo_surface_set_device_scale(surface, 2.0, 2.0);
+    cairo_surface_set_device_offset(surface, 3.0, 4.0);
+    {
+        CairoCanvas canvas(context);
+        canvas.concat(Transform::translation(10, 20));
+        EXPECT_EQ(canvas.toPixels(), (Transform{3.0, 0.0, 0.0, 3.0, 33.0, 64.0}));
+        canvas.concat(Transform::scale(0, 1));
+        EXPECT_EQ(canvas.toPixels(), std::nullopt);
+    }
+    cairo_surface_t* recording = cairo_recording_surface_create(CAIRO_CONTENT_COLOR_ALPHA, nullptr);
+    cairo_t* later = cairo_create(recording);
+    EXPECT_EQ(CairoCanvas(later).toPixels(), std::nullopt);
+    cairo_destroy(later);
+    cairo_surface_destroy(recording);
 }
 
 TEST_F(CairoCanvases, SpreadsGradientsAtEqualDistances) {
