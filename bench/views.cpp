@@ -266,6 +266,16 @@ void lineChartCairo(benchmark::State& state) {
     });
 }
 
+// A long history, most of which shares its columns of pixels: each sample up and down, the worst case for a stroke.
+void lineChartOfManySamplesView(benchmark::State& state) {
+    std::vector<std::int64_t> samples;
+    for (std::int64_t i = 0; i < state.range(0); ++i)
+        samples.push_back(i * 7919 % 1000);
+    LineChart chart({0, 0, side, 2 * side});
+    chart.setDataPoints(std::move(samples));
+    measureView(state, chart);
+}
+
 void pieChartView(benchmark::State& state) {
     PieChart chart({0, 0, side, side});
     chart.setColorPoints(std::vector<Color>{FUIColor::peterRiver(), FUIColor::sunflower(), FUIColor::alizarin()});
@@ -275,6 +285,8 @@ void pieChartView(benchmark::State& state) {
 void pieChartCairo(benchmark::State& state) {
     measureCairo(state, [](cairo_t* cr) {
         const Frame frame(cr, Origin::upperLeft);
+        cairo_push_group(cr); // without seams
+        cairo_set_operator(cr, CAIRO_OPERATOR_ADD);
         const auto sector = [cr](double from, double to, double r, double g, double b) {
             cairo_move_to(cr, side / 2.0, side / 2.0);
             cairo_arc(cr, side / 2.0, side / 2.0, side / 2.0, (from - 0.25) * 2 * M_PI, (to - 0.25) * 2 * M_PI);
@@ -285,6 +297,8 @@ void pieChartCairo(benchmark::State& state) {
         sector(0, 0.25, 52, 152, 219);
         sector(0.25, 0.5, 241, 196, 15);
         sector(0.5, 1, 231, 76, 60);
+        cairo_pop_group_to_source(cr);
+        cairo_paint(cr);
     });
 }
 
@@ -383,6 +397,7 @@ BENCHMARK(gaugeBarView);
 BENCHMARK(gaugeBarCairo);
 BENCHMARK(lineChartView);
 BENCHMARK(lineChartCairo);
+BENCHMARK(lineChartOfManySamplesView)->Arg(2000)->Arg(200000)->Unit(benchmark::kMillisecond);
 BENCHMARK(pieChartView);
 BENCHMARK(pieChartCairo);
 BENCHMARK(thermometerView);

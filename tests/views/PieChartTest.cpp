@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/views/PieChart.h>
 
+#include "tests/views/ImageOf.h"
+
 #include <SentrelKit/views/FUIColor.h>
 #include <SentrelKit/views/drawing/RecordingCanvas.h>
-#include <SentrelKit/views/drawing/cairo/CairoCanvas.h>
 
-#include <cairo.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -118,38 +118,6 @@ TEST(PieChart, OffersItsSharesAsText) {
     }
 }
 
-// The colours of a pie's pixels on a ground, red, green and blue, row by row.
-class PieImage {
-public:
-    PieImage(PieChart& chart, const Color& ground, double scale)
-        : side_(static_cast<int>(std::ceil(chart.bounds().width * scale))),
-          surface_(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, side_, side_)) {
-        cairo_t* context = cairo_create(surface_);
-        cairo_scale(context, scale, scale);
-        {
-            CairoCanvas canvas(context);
-            canvas.fill(Path::rect(chart.bounds()), ground);
-            chart.display(canvas);
-        }
-        cairo_destroy(context);
-        cairo_surface_flush(surface_);
-    }
-    ~PieImage() { cairo_surface_destroy(surface_); }
-    PieImage(const PieImage&) = delete;
-    PieImage& operator=(const PieImage&) = delete;
-
-    [[nodiscard]] int side() const noexcept { return side_; }
-    [[nodiscard]] std::array<int, 3> at(int x, int y) const {
-        const unsigned char* pixel =
-            cairo_image_surface_get_data(surface_) + y * cairo_image_surface_get_stride(surface_) + x * 4;
-        return {pixel[2], pixel[1], pixel[0]};
-    }
-
-private:
-    int side_;
-    cairo_surface_t* surface_;
-};
-
 // The ground shone through where two sectors each covered a part of the same pixels.
 TEST(PieChart, LetsNothingShowBetweenItsSectors) {
     for (const double scale : {1.0, 1.25, 1.5, 2.0}) {
@@ -158,11 +126,11 @@ TEST(PieChart, LetsNothingShowBetweenItsSectors) {
         chart.setColorPoints(std::vector(7, color));
         chart.setDataPoints({3, 2, 4, 1, 3, 0, 0.5});
         for (const Color& ground : {FUIColor::white(), FUIColor::black()}) {
-            const PieImage image(chart, ground, scale);
-            const double middle = image.side() / 2.0;
+            const ImageOf image(chart, scale, ground);
+            const double middle = image.width() / 2.0;
             int off = 0;
-            for (int y = 0; y < image.side(); ++y)
-                for (int x = 0; x < image.side(); ++x)
+            for (int y = 0; y < image.width(); ++y)
+                for (int x = 0; x < image.width(); ++x)
                     if (std::hypot(x + 0.5 - middle, y + 0.5 - middle) < middle - 2.0) {
                         const std::array<int, 3> pixel = image.at(x, y);
                         off = std::max(
@@ -177,7 +145,7 @@ TEST(PieChart, MixesItsOwnColoursOnlyWhereItIsSeeThrough) {
     PieChart chart({0, 0, 100, 100});
     chart.setColorPoints(std::vector(2, Color{0.0, 0.0, 0.0, 0.5}));
     chart.setDataPoints({1, 2});
-    const PieImage image(chart, FUIColor::white(), 1.0);
+    const ImageOf image(chart);
     for (int y = 20; y < 80; ++y)
         for (int x = 20; x < 80; ++x)
             EXPECT_NEAR(image.at(x, y)[0], 127, 3) << x << ' ' << y;
@@ -187,7 +155,7 @@ TEST(PieChart, LaysASectorThatIsSweptBackwardsOverItsNeighbour) {
     PieChart chart({0, 0, 100, 100});
     chart.setColorPoints(threeColors);
     chart.setDataPoints({3, -1, 2});
-    const PieImage image(chart, FUIColor::white(), 1.0);
+    const ImageOf image(chart);
     EXPECT_EQ(image.at(25, 75), (std::array<int, 3>{155, 89, 182})); // the third lies over the first and the second
     EXPECT_EQ(image.at(75, 25), (std::array<int, 3>{46, 204, 113}));
 }
