@@ -25,6 +25,9 @@ AnimationValue mix(const AnimationValue& from, const AnimationValue& to, double 
             const double angle = first * (1.0 - share) + last * share;
             return end->z < 0.0 ? Rotation{-angle, -1.0} : Rotation{angle, 1.0};
         }
+    if (const auto* start = std::get_if<double>(&from))
+        if (const auto* end = std::get_if<double>(&to))
+            return *start * (1.0 - share) + *end * share;
     return own;
 }
 

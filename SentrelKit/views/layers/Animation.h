@@ -55,8 +55,8 @@ struct Rotation {
     friend bool operator==(const Rotation&, const Rotation&) = default;
 };
 
-/// What an animation sets: nothing, a colour or a turn.
-using AnimationValue = std::variant<std::monostate, Color, Rotation>;
+/// What an animation sets: nothing, a colour, a turn or a number.
+using AnimationValue = std::variant<std::monostate, Color, Rotation, double>;
 
 /// What an animated property shows when its animation is over but still attached.
 enum class FillMode : std::uint8_t {
@@ -66,7 +66,7 @@ enum class FillMode : std::uint8_t {
 
 /// A change of one property of a layer over a time. A value; main thread like the layer.
 struct SENTREL_API BasicAnimation {
-    std::string keyPath;      ///< "backgroundColor" with colours or "transform" with rotations
+    std::string keyPath;      ///< "backgroundColor" with colours, "transform" with rotations, any other with numbers
     AnimationValue fromValue; ///< absent: the layer's own value
     AnimationValue toValue;   ///< absent: the layer's own value
     double duration = 0.25;   ///< seconds; what is not above 0 is over at once

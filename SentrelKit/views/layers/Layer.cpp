@@ -27,7 +27,10 @@ Layer::~Layer() {
 }
 
 void Layer::setFrame(Rect frame) {
+    const Rect before = bounds();
     change(frame_, frame);
+    if (bounds() != before)
+        layoutSublayers();
 }
 
 void Layer::setAnchorPoint(Point anchor) {
@@ -141,7 +144,14 @@ Rotation Layer::rotationAt(double now) const noexcept {
     return rotation ? *rotation : Rotation{};
 }
 
+double Layer::numberAt(const char* keyPath, double now, double own) const noexcept {
+    const AnimationValue value = valueAt(keyPath, now, own);
+    const auto* number = std::get_if<double>(&value);
+    return number ? *number : own;
+}
+
 void Layer::display(Canvas& canvas, double now) {
+    displayTime_ = now;
     const CanvasState state(canvas);
     const Point anchor{frame_.width * anchorPoint_.x, frame_.height * anchorPoint_.y};
     canvas.concat(Transform::translation(frame_.x + anchor.x, frame_.y + anchor.y)
@@ -158,6 +168,8 @@ void Layer::display(Canvas& canvas, double now) {
 }
 
 void Layer::drawContents(Canvas& /*canvas*/) const {}
+
+void Layer::layoutSublayers() {}
 
 void ShapeLayer::setPath(Path path) {
     change(path_, std::move(path));

@@ -10,6 +10,7 @@
 #include <SentrelKit/views/layers/Animation.h>
 
 #include <functional>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
@@ -101,12 +102,23 @@ public:
     /// The turn as it shows at a media time, in seconds.
     [[nodiscard]] Rotation rotationAt(double now) const noexcept;
 
+    /// A number that belongs to what the layer shows as it is at a media time, in seconds: its own value unless an
+    /// animation on the key path decides.
+    [[nodiscard]] double numberAt(const char* keyPath, double now, double own) const noexcept;
+
     /// Draws the layer and those in it as of a media time, in seconds, and drops the animations that are over.
     void display(Canvas& canvas, double now);
+
+    /// The media time of the last `display`, in seconds; past every animation before the first.
+    [[nodiscard]] double displayTime() const noexcept { return displayTime_; }
 
 protected:
     /// Draws what the layer holds over its background, in coordinates of its bounds.
     virtual void drawContents(Canvas& canvas) const;
+
+    /// Called when the layer's size changed: the place to lay the layers in it out anew. Does nothing unless
+    /// overridden.
+    virtual void layoutSublayers();
 
     /// Sets a property and asks for a redraw if it is another value.
     template <class T>
@@ -129,6 +141,7 @@ private:
     std::vector<std::shared_ptr<Layer>> sublayers_;
     std::vector<std::pair<std::string, BasicAnimation>> animations_;
     std::shared_ptr<const std::function<void()>> displayHandler_; // shared with a call that is under way
+    double displayTime_ = std::numeric_limits<double>::infinity();
     bool needsDisplay_ = true;
     bool isChanging_ = false; // several changes together,
     bool hasAsked_ = false;   // of which one has asked

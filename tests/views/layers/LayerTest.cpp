@@ -8,6 +8,7 @@
 
 #include <cmath>
 #include <functional>
+#include <limits>
 #include <memory>
 #include <stdexcept>
 #include <utility>
@@ -285,6 +286,45 @@ TEST(Layer, LetsItsSublayersOutliveIt) {
     }
     inner->setNeedsDisplay();
     inner->removeFromSuperlayer();
+}
+
+TEST(Layer, RunsANumberOfItsViewAsAFunctionOfTime) {
+    Layer layer;
+    EXPECT_EQ(layer.numberAt("value", 0.0, 7.0), 7.0);
+    BasicAnimation run;
+    run.keyPath = "value";
+    run.fromValue = 20.0;
+    run.beginTime = 10.0;
+    run.duration = 2.0;
+    layer.addAnimation(run, "value");
+    EXPECT_EQ(layer.numberAt("value", 10.0, 40.0), 20.0);
+    EXPECT_NEAR(layer.numberAt("value", 11.0, 40.0), 30.0, 1e-9);
+    EXPECT_EQ(layer.numberAt("value", 12.0, 40.0), 40.0);
+    EXPECT_EQ(layer.numberAt("other", 11.0, 40.0), 40.0);
+}
+
+TEST(Layer, KnowsTheTimeThatItWasLastDisplayedAt) {
+    Layer layer;
+    EXPECT_EQ(layer.displayTime(), std::numeric_limits<double>::infinity());
+    RecordingCanvas canvas;
+    layer.display(canvas, 12.5);
+    EXPECT_EQ(layer.displayTime(), 12.5);
+}
+
+TEST(Layer, LaysItsSublayersOutAnewWhenItsSizeChanges) {
+    class Counting : public Layer {
+    public:
+        int times = 0;
+
+    protected:
+        void layoutSublayers() override { ++times; }
+    } layer;
+    layer.setFrame({0, 0, 10, 20});
+    EXPECT_EQ(layer.times, 1);
+    layer.setFrame({5, 5, 10, 20}); // only another place
+    EXPECT_EQ(layer.times, 1);
+    layer.setFrame({5, 5, 10, 21});
+    EXPECT_EQ(layer.times, 2);
 }
 
 TEST(LayerDeathTest, RefusesToHoldItself) {
