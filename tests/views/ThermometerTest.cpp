@@ -5,7 +5,10 @@
 #include <SentrelKit/views/Thermometer.h>
 #include <SentrelKit/views/layers/Layer.h>
 
+#include <algorithm>
 #include <cmath>
+#include <string>
+#include <vector>
 
 namespace sentrel {
 
@@ -169,6 +172,64 @@ TEST_F(Thermometers, KeepsScaleAndNeedleOfItsFirstSize) {
     EXPECT_EQ(scale(view).frame(), (Rect{0, 0, 120, 64}));
     EXPECT_EQ(needle(view).path(), triangle);
     EXPECT_EQ(needle(view).frame(), (Rect{0, -30, 120, 64}));
+}
+
+// The corners of a layer's figure in the coordinates of the view.
+std::vector<Point> cornersOf(const ShapeLayer& layer, Rect frame) {
+    std::vector<Point> corners;
+    for (const PathElement& element : layer.path().elements())
+        for (std::size_t i = 0; i < (element.kind == PathElement::Kind::curveTo ? 3U : 1U); ++i)
+            if (element.kind != PathElement::Kind::closePath)
+                corners.push_back({frame.x + element.points[i].x, frame.y + element.points[i].y});
+    return corners;
+}
+
+TEST_F(Thermometers, FillsAViewOfAnySizeWhenItScalesToFit) {
+    for (const Size size :
+         {Size{8, 8}, Size{20, 12}, Size{40, 24}, Size{128, 64}, Size{300, 60}, Size{60, 120}, Size{600, 300}}) {
+        Thermometer view({0, 0, size.width, size.height});
+        EXPECT_FALSE(view.scalesToFit());
+        view.setScalesToFit(true);
+        SCOPED_TRACE(std::to_string(size.width) + " x " + std::to_string(size.height));
+        const double height = std::min(size.width / 2.0, size.height);
+        const double foot = (size.height - height) / 2.0;
+        EXPECT_EQ(scale(view).frame(), (Rect{size.width / 2.0 - height, foot, 2.0 * height, height}));
+        const Path& ring = scale(view).mask()->path();
+        double top = 0.0;
+        for (const Point& point : cornersOf(*scale(view).mask(), scale(view).frame()))
+            top = std::max(top, point.y);
+        EXPECT_NEAR(top + ring.lineWidth() / 2.0, foot + height, 0.01);
+        EXPECT_GE(ring.lineWidth(), 1.5);
+        const std::vector<Point> corners = cornersOf(needle(view), needle(view).frame());
+        ASSERT_EQ(corners.size(), 3U);
+        const Point pivot = needle(view).frame().center();
+        EXPECT_DOUBLE_EQ(pivot.x, size.width / 2.0);
+        EXPECT_GE(pivot.y, foot + 1.0);
+        EXPECT_LT(corners[0].x, pivot.x); // the tip points left, and keeps inside the ring
+        EXPECT_GT(corners[0].x, size.width / 2.0 - height + ring.lineWidth());
+        EXPECT_GE(corners[1].y - corners[2].y, 2.0);
+    }
+}
+
+TEST_F(Thermometers, FollowsTheSizeOfItsViewWhenItScalesToFit) {
+    Thermometer view({0, 0, 40, 24});
+    view.setScalesToFit(true);
+    view.setValue(ThermalState::serious);
+    advance(1.0);
+    view.setFrame({0, 0, 256, 128});
+    view.layoutIfNeeded();
+    EXPECT_EQ(scale(view).frame(), (Rect{0, 0, 256, 128}));
+    EXPECT_EQ(scale(view).mask()->path().lineWidth(), 4.0);
+    EXPECT_DOUBLE_EQ(angleNow(view), 2.8);
+    view.setFrame({10, 20, 256, 128}); // only another place
+    view.setScalesToFit(false);
+    EXPECT_EQ(scale(view).mask()->path().lineWidth(), 2.0);
+    EXPECT_EQ(needle(view).frame(), (Rect{0, 2.0 - 64.0, 256, 128}));
+    view.setFrame({0, 0, 40, 24});
+    view.layoutIfNeeded();
+    EXPECT_EQ(scale(view).frame(), (Rect{0, 0, 256, 128}));
+    EXPECT_DOUBLE_EQ(angleNow(view), 2.8);
+    EXPECT_EQ(view.layer()->sublayers().size(), 2U);
 }
 
 TEST_F(Thermometers, KeepsTheNeedleAboveTheScaleWhenPreparedAgain) {
