@@ -30,6 +30,14 @@ public:
     /// Asks for a redraw if the value changes, and takes a pending request back if it does not: meant so.
     virtual void setPercent(double percent);
 
+    /// Whether a new value is reached in 0.4 s, slower towards the end; not so from the start. The host draws while
+    /// `isAnimating`.
+    [[nodiscard]] bool eases() const noexcept { return eases_; }
+
+    /// Counts when `percent` is next set; turned off, the value shows at once. The view has a layer for it. Asks for a
+    /// redraw if that changes anything.
+    void setEases(bool eases);
+
     /// The value as a whole percentage: "42%".
     [[nodiscard]] std::optional<std::string> accessibilityValue() const override;
 
@@ -44,6 +52,7 @@ protected:
 private:
     double percent_ = 50.0;
     bool rounded_ = true;
+    bool eases_ = false;
 };
 
 } // namespace sentrel

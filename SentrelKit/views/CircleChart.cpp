@@ -2,6 +2,7 @@
 #include <SentrelKit/views/CircleChart.h>
 
 #include <SentrelKit/views/FUIFont.h>
+#include <SentrelKit/views/detail/EasedValue.h>
 #include <SentrelKit/views/detail/PercentText.h>
 #include <SentrelKit/views/detail/TrackColor.h>
 #include <SentrelKit/views/drawing/Canvas.h>
@@ -49,11 +50,21 @@ void CircleChart::setColor(Color color) {
 void CircleChart::setPercent(double percent) {
     // Not equal also when either is not a number.
     const bool roundsDifferently = std::round(percent) != std::round(percent_);
+    const double shown = easedValueNow(*this, percent_);
     percent_ = percent;
     if (!roundsDifferently)
         return;
     if (const std::shared_ptr<TextField> label = myLabel())
         label->setStringValue(percentText(percent));
+    setNeedsDisplay(true);
+    if (eases_)
+        easeFrom(*this, shown);
+}
+
+void CircleChart::setEases(bool eases) {
+    if (std::exchange(eases_, eases) == eases)
+        return;
+    setWantsLayer(eases);
     setNeedsDisplay(true);
 }
 
@@ -66,9 +77,10 @@ void CircleChart::drawRect(Canvas& canvas, Rect rect) {
     track.setLineWidth(lineWidth_);
     canvas.stroke(track, trackColor(color_, effectiveAppearance()));
 
-    if (percent_ >= 0.5) {
+    const double shown = easedValue(*this, percent_);
+    if (shown >= 0.5) {
         // An end past every number is still the end of a full ring.
-        const double end = std::min(270.0 + percent_ / 100.0 * 360.0, std::numeric_limits<double>::max());
+        const double end = std::min(270.0 + shown / 100.0 * 360.0, std::numeric_limits<double>::max());
         Path arc;
         arc.appendArc(center, diameter / 2.0, 270.0, end);
         arc.setLineWidth(lineWidth_);

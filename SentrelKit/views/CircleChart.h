@@ -47,6 +47,14 @@ public:
     /// If the rounded value changes, the label follows and a redraw is requested; otherwise the value is only kept.
     virtual void setPercent(double percent);
 
+    /// Whether a new value is reached in 0.4 s, slower towards the end; not so from the start. The host draws while
+    /// `isAnimating`.
+    [[nodiscard]] bool eases() const noexcept { return eases_; }
+
+    /// Counts when `percent` is next set; turned off, the value shows at once. The view has a layer for it. Asks for a
+    /// redraw if that changes anything.
+    void setEases(bool eases);
+
     /// Always: y grows downward.
     [[nodiscard]] bool isFlipped() const override { return true; }
     void drawRect(Canvas& canvas, Rect rect) override;
@@ -70,6 +78,7 @@ private:
     Color color_ = FUIColor::emerald();
     double lineWidth_ = 4.0;
     double percent_ = 0.0;
+    bool eases_ = false;
 };
 
 } // namespace sentrel
