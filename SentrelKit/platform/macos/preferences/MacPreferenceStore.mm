@@ -2,6 +2,7 @@
 #include <SentrelKit/platform/macos/preferences/MacPreferenceStore.h>
 
 #include <SentrelKit/platform/macos/common/Bridge.h>
+#include <SentrelKit/platform/support/PropertyListRules.h>
 
 #include <utility>
 
@@ -11,25 +12,6 @@ namespace {
 
 bool isDouble(const PropertyList& value) {
     return value.as<double>() != nullptr;
-}
-
-// What the user defaults keep: they end the process over anything else.
-bool isKept(const PropertyList& value, bool isInside = false) {
-    if (value.as<PropertyList::Address>())
-        return !isInside;
-    if (const auto* list = value.as<PropertyList::List>()) {
-        for (const PropertyList& item : *list) {
-            if (!isKept(item, true))
-                return false;
-        }
-    }
-    if (const auto* dictionary = value.as<PropertyList::Dictionary>()) {
-        for (const auto& [key, item] : *dictionary) {
-            if (!isKept(item, true))
-                return false;
-        }
-    }
-    return !value.empty();
 }
 
 class Suite final : public PreferenceSuite {
@@ -57,8 +39,9 @@ public:
     bool set(std::string_view key, const PropertyList& value) override {
         @autoreleasepool {
             NSString* const name = platform::object(std::string(key));
+            // The user defaults end the process over what they cannot keep.
             const CFOwner<CFTypeRef> native = cfValue(value);
-            if (!name || !native || !isKept(value))
+            if (!name || !native || !canBeKept(value))
                 return false;
             const id object = (__bridge id)native.get();
             if (isDouble(value))
