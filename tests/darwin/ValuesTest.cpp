@@ -44,6 +44,21 @@ TEST_F(MacValues, ThatCannotBeWrittenAreNull) {
         EXPECT_FALSE(cfValue(value));
 }
 
+TEST_F(MacValues, AreNullWithTheFirstOfTheirPartsThatCannotBeMade) {
+    const PropertyList value(PropertyList::Dictionary{
+        {"address", PropertyList::Address{"https://example.com/"}},
+        {"bytes", PropertyList::Bytes{1}},
+        {"date", PropertyList::Date{1}},
+        {"list", PropertyList::List{1, 1.5, PropertyList::Dictionary{{"deep", PropertyList::List{"text"}}}}}});
+    ASSERT_TRUE(cfValue(value));
+    for (const auto& [function, calls] : failures::called()) {
+        for (int call = 1; call <= calls; ++call) {
+            failures::plan(function, 1, call);
+            EXPECT_FALSE(cfValue(value)) << function << " fails at call " << call;
+        }
+    }
+}
+
 TEST_F(MacValues, OfNothingAndOfUnknownKindsAreEmpty) {
     EXPECT_TRUE(propertyListOf(nullptr).empty());
     EXPECT_TRUE(propertyListOf(CFOwner(createdOther()).get()).empty());

@@ -221,7 +221,8 @@ CFTypeID CFStringGetTypeID() {
 
 CFStringRef CFStringCreateWithBytes(CFAllocatorRef, const UInt8* bytes, CFIndex numBytes, CFStringEncoding, Boolean) {
     // As the system does with bytes that are no text.
-    if (!g_utf8_validate_len(reinterpret_cast<const char*>(bytes), static_cast<gsize>(numBytes), nullptr))
+    if (failures::due("CFStringCreateWithBytes") ||
+        !g_utf8_validate_len(reinterpret_cast<const char*>(bytes), static_cast<gsize>(numBytes), nullptr))
         return nullptr;
     return static_cast<CFStringRef>(
         created(std::string(reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(numBytes))));
@@ -268,6 +269,8 @@ Boolean CFNumberGetValue(CFNumberRef number, CFNumberType theType, void* valuePt
 }
 
 CFNumberRef CFNumberCreate(CFAllocatorRef, CFNumberType theType, const void* valuePtr) {
+    if (failures::due("CFNumberCreate"))
+        return nullptr;
     return static_cast<CFNumberRef>(theType == kCFNumberDoubleType
                                         ? created(*static_cast<const double*>(valuePtr))
                                         : created(*static_cast<const std::int64_t*>(valuePtr)));
@@ -294,6 +297,8 @@ const UInt8* CFDataGetBytePtr(CFDataRef theData) {
 }
 
 CFDataRef CFDataCreate(CFAllocatorRef, const UInt8* bytes, CFIndex length) {
+    if (failures::due("CFDataCreate"))
+        return nullptr;
     return static_cast<CFDataRef>(created(PropertyList::Bytes(bytes, bytes + length)));
 }
 
@@ -306,6 +311,8 @@ CFAbsoluteTime CFDateGetAbsoluteTime(CFDateRef theDate) {
 }
 
 CFDateRef CFDateCreate(CFAllocatorRef, CFAbsoluteTime at) {
+    if (failures::due("CFDateCreate"))
+        return nullptr;
     return static_cast<CFDateRef>(created(PropertyList::Date{at + kCFAbsoluteTimeIntervalSince1970}));
 }
 
@@ -314,7 +321,9 @@ CFTypeID CFURLGetTypeID() {
 }
 
 CFURLRef CFURLCreateWithString(CFAllocatorRef, CFStringRef URLString, CFURLRef) {
-    return static_cast<CFURLRef>(created(PropertyList::Address{text(URLString)}));
+    return failures::due("CFURLCreateWithString")
+               ? nullptr
+               : static_cast<CFURLRef>(created(PropertyList::Address{text(URLString)}));
 }
 
 CFURLRef CFURLCopyAbsoluteURL(CFURLRef relativeURL) {
@@ -340,6 +349,8 @@ const void* CFArrayGetValueAtIndex(CFArrayRef theArray, CFIndex idx) {
 CFArrayRef CFArrayCreate(CFAllocatorRef, const void** values, CFIndex numValues, const CFArrayCallBacks* callBacks) {
     if (callBacks != &kCFTypeArrayCallBacks)
         ledger::error("a list that does not retain what it holds");
+    if (failures::due("CFArrayCreate"))
+        return nullptr;
     List list;
     for (CFIndex index = 0; index < numValues; ++index)
         list.push_back(CFRetain(values[index]));
@@ -355,6 +366,8 @@ CFDictionaryRef CFDictionaryCreate(CFAllocatorRef, const void** keys, const void
                                    const CFDictionaryValueCallBacks* valueCallBacks) {
     if (keyCallBacks != &kCFTypeDictionaryKeyCallBacks || valueCallBacks != &kCFTypeDictionaryValueCallBacks)
         ledger::error("a dictionary that does not retain what it holds");
+    if (failures::due("CFDictionaryCreate"))
+        return nullptr;
     Dictionary dictionary;
     for (CFIndex index = 0; index < numValues; ++index)
         dictionary.emplace_back(CFRetain(keys[index]), CFRetain(values[index]));
