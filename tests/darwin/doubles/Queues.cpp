@@ -369,6 +369,12 @@ int sources() {
     return static_cast<int>(state().alive.size());
 }
 
+int ticking() {
+    const Guard guard(state().lock);
+    return static_cast<int>(std::count_if(state().alive.begin(), state().alive.end(),
+                                          [](const Source* source) { return ticks(*source) || source->isRunning; }));
+}
+
 int runs() {
     const Guard guard(state().lock);
     return state().runs;
@@ -511,8 +517,10 @@ dispatch_time_t dispatch_time(dispatch_time_t when, std::int64_t delta) noexcept
     return when + static_cast<dispatch_time_t>(state().now.load() + delta);
 }
 
-dispatch_source_t dispatch_source_create(dispatch_source_type_t, std::uintptr_t, std::uintptr_t,
+dispatch_source_t dispatch_source_create(dispatch_source_type_t, std::uintptr_t, std::uintptr_t mask,
                                          dispatch_queue_t queue) noexcept {
+    if (mask != 0)
+        ledger::error("a timer that the system may not put off to save power");
     auto* const source = new Source;
     source->queue = static_cast<Queue*>(queue);
     dispatch_retain(queue);

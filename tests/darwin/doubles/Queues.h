@@ -39,6 +39,9 @@ void settle();
 /// How many sources are alive.
 [[nodiscard]] int sources();
 
+/// How many of them tick: neither suspended nor cancelled.
+[[nodiscard]] int ticking();
+
 /// How many closures and ticks have run since `reset`.
 [[nodiscard]] int runs();
 
