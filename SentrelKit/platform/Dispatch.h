@@ -27,6 +27,15 @@ public:
     /// For hosts without a main loop of their own. An exception of a closure or tick ends it and passes through. macOS:
     /// on the process's first thread alone; elsewhere it prints one error line and returns.
     virtual void runMain(double seconds) = 0;
+
+    /// For a main loop that the system's own ways do not serve: a descriptor that can be read while the main queue has
+    /// something to run, which `serveMain` then does. Stays open as long as the platform. -1 where the system serves
+    /// the main queue in every loop, or, with errno set, where none could be had. Any thread.
+    [[nodiscard]] virtual int mainDescriptor() { return -1; }
+
+    /// Runs what is due on the main queue, for a few milliseconds at most or one closure. On the thread of the main
+    /// loop.
+    virtual void serveMain() {}
 };
 
 } // namespace sentrel::platform

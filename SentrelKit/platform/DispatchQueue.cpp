@@ -36,6 +36,14 @@ void runMain(double seconds) {
     platform::current().dispatch().runMain(seconds);
 }
 
+int mainDescriptor() {
+    return platform::current().dispatch().mainDescriptor();
+}
+
+void serveMain() {
+    platform::current().dispatch().serveMain();
+}
+
 } // namespace dispatch
 
 } // namespace sentrel

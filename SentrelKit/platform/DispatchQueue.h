@@ -84,6 +84,17 @@ namespace dispatch {
 /// passes through.
 SENTREL_API void runMain(double seconds);
 
+/// For a host with any other main loop, on X11, libuv or poll itself: a descriptor that poll, select and epoll find
+/// readable while the main queue has something to run. The host then calls `serveMain`; it never reads from it or
+/// closes it. The same for as long as the platform in force lives; another in a forked child. -1 where every main loop
+/// serves the queue (macOS) and for a machine whose time only its test moves; with errno set if no descriptor is to be
+/// had. Any thread.
+[[nodiscard]] SENTREL_API int mainDescriptor();
+
+/// Runs what is due on the main queue on the calling thread, which is then the main thread: at least one closure, then
+/// others for a few milliseconds. What is left keeps `mainDescriptor` readable, so that the host has its turn first.
+SENTREL_API void serveMain();
+
 } // namespace dispatch
 
 } // namespace sentrel

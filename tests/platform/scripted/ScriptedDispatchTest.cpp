@@ -9,6 +9,14 @@ namespace {
 
 using testing::ElementsAre;
 
+TEST(ScriptedDispatch, HasNothingForALoopToWaitFor) {
+    ScriptedPlatform machine;
+    const Override override(machine);
+    dispatch::mainQueue()->async([] { FAIL() << "only its test moves its time"; });
+    EXPECT_EQ(dispatch::mainDescriptor(), -1);
+    dispatch::serveMain();
+}
+
 TEST(ScriptedDispatch, TellsItsQueuesClosuresAndTimers) {
     ScriptedPlatform machine;
     ScriptedDispatch& dispatch = machine.dispatch();

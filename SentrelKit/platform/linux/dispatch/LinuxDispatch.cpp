@@ -79,6 +79,14 @@ void LinuxDispatch::runMain(double seconds) {
     main_->run(seconds);
 }
 
+int LinuxDispatch::mainDescriptor() {
+    return main_->descriptor();
+}
+
+void LinuxDispatch::serveMain() {
+    main_->runDue();
+}
+
 Observation LinuxDispatch::watch(int descriptor, std::uint32_t events, std::function<void()> ready) {
     auto observer = std::make_shared<Observer>(std::move(ready));
     auto watch = pool_->watch(descriptor, events, [observer] { observer->tell(); });

@@ -29,6 +29,8 @@ public:
     std::shared_ptr<DispatchQueue> backgroundQueue() override;
     std::shared_ptr<DispatchQueue> serialQueue(const std::string& name) override;
     void runMain(double seconds) override;
+    int mainDescriptor() override;
+    void serveMain() override;
 
     [[nodiscard]] Observation watch(int descriptor, std::uint32_t events, std::function<void()> ready) override;
 

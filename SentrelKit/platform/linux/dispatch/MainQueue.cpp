@@ -9,6 +9,7 @@
 #include <glib.h>
 #include <new>
 #include <optional>
+#include <sys/timerfd.h>
 #include <utility>
 
 namespace sentrel::platform {
@@ -64,6 +65,7 @@ public:
     ~Finish() {
         const LockScope scope(queue_.lock_);
         queue_.queue_.finished(job_);
+        queue_.setAlarm();
     }
     Finish(const Finish&) = delete;
     Finish& operator=(const Finish&) = delete;
@@ -111,6 +113,7 @@ void MainQueue::resume(const std::shared_ptr<TimedQueue::Ticker>& ticker) {
 void MainQueue::suspend(const std::shared_ptr<TimedQueue::Ticker>& ticker) {
     const LockScope scope(lock_);
     queue_.suspend(ticker);
+    setAlarm();
 }
 
 void MainQueue::run(double seconds) {
@@ -153,6 +156,7 @@ void MainQueue::runDue() noexcept {
             job = queue_.take(monotonicNow());
             run = run_;
             hostsTurn_ = true;
+            setAlarm(); // a loop that the job runs waits for the others
         }
         if (!job)
             return;
@@ -185,6 +189,33 @@ void MainQueue::wake() {
         source_ = source;
     }
     g_main_context_wakeup(nullptr);
+    setAlarm();
+}
+
+int MainQueue::descriptor() {
+    const LockScope scope(lock_);
+    if (!alarm_) {
+        alarm_.reset(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK));
+        setAlarm();
+    }
+    return alarm_.get();
+}
+
+void MainQueue::afterForkInChild() {
+    const LockScope scope(lock_);
+    alarm_.reset(); // it is the parent's too
+    alarmTime_ = 0;
+}
+
+// The alarm goes off at the next deadline, so that it has gone off as long as something is due.
+void MainQueue::setAlarm() {
+    const std::int64_t time = queue_.nextDeadline().value_or(0);
+    if (!alarm_ || time == alarmTime_)
+        return;
+    alarmTime_ = time;
+    itimerspec next{};
+    next.it_value = {time / 1'000'000'000, time % 1'000'000'000};
+    timerfd_settime(alarm_.get(), TFD_TIMER_ABSTIME, &next, nullptr);
 }
 
 } // namespace sentrel::platform

@@ -6,12 +6,16 @@
 #include "tests/support/linux/MainLoop.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <glib.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <stdexcept>
+#include <sys/wait.h>
 #include <thread>
+#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -70,6 +74,107 @@ TEST(MainQueue, ServesTheMainQueueInsideAHostsOwnGLibLoop) {
         g_main_context_iteration(nullptr, TRUE);
     timer->suspend();
     EXPECT_EQ(ticks, 3);
+}
+
+// Whether a descriptor becomes readable within so many milliseconds.
+bool isReadable(int descriptor, int milliseconds) {
+    pollfd wait{descriptor, POLLIN, 0};
+    return ::poll(&wait, 1, milliseconds) == 1 && wait.revents == POLLIN;
+}
+
+constexpr int patience = 30'000; // milliseconds
+
+TEST(MainQueue, ALoopThatKnowsNothingOfGLibServesTheMainQueue) {
+    int ticks = 0;
+    std::thread::id thread;
+    LinuxDispatch dispatch;
+    const int descriptor = dispatch.mainDescriptor();
+    ASSERT_GE(descriptor, 0);
+    EXPECT_EQ(dispatch.mainDescriptor(), descriptor);
+    EXPECT_FALSE(isReadable(descriptor, 0));
+
+    std::thread([&] { dispatch.mainQueue()->async([&] { thread = std::this_thread::get_id(); }); }).join();
+    ASSERT_TRUE(isReadable(descriptor, patience));
+    EXPECT_TRUE(isReadable(descriptor, 0)) << "until it was served";
+    dispatch.serveMain();
+    EXPECT_EQ(thread, std::this_thread::get_id());
+    EXPECT_FALSE(isReadable(descriptor, 0));
+
+    const auto timer = dispatch.mainQueue()->makeTimer(millisecond, [&] { ++ticks; });
+    timer->resume();
+    while (ticks < 3 && isReadable(descriptor, patience))
+        dispatch.serveMain();
+    EXPECT_EQ(ticks, 3);
+    timer->suspend();
+    EXPECT_FALSE(isReadable(descriptor, 20)) << "20 times as long as the timer would need";
+}
+
+TEST(MainQueue, AHostsDescriptorStandsForWhatCameBeforeIt) {
+    bool ran = false;
+    LinuxDispatch dispatch;
+    dispatch.mainQueue()->after(millisecond, [&] { ran = true; });
+    ASSERT_TRUE(isReadable(dispatch.mainDescriptor(), patience));
+    dispatch.serveMain();
+    EXPECT_TRUE(ran);
+}
+
+TEST(MainQueue, AHostsOwnLoopHasItsTurnBesideAClosureThatPostsItselfForEver) {
+    LinuxDispatch dispatch;
+    const auto queue = dispatch.mainQueue();
+    std::atomic<bool> isEnough = false;
+    std::function<void()> again = [&] {
+        if (!isEnough)
+            queue->async(again);
+    };
+    queue->async(again);
+    const int descriptor = dispatch.mainDescriptor();
+    for (int turn = 0; turn < 10; ++turn) {
+        ASSERT_TRUE(isReadable(descriptor, patience));
+        dispatch.serveMain(); // comes back
+    }
+    isEnough = true;
+    while (isReadable(descriptor, 0))
+        dispatch.serveMain();
+}
+
+// A dialogue, say: its loop must neither spin nor miss what comes.
+TEST(MainQueue, ALoopInsideAClosureWaitsForTheOtherClosures) {
+    LinuxDispatch dispatch;
+    const int descriptor = dispatch.mainDescriptor();
+    bool isReadableBefore = true;
+    bool ranInside = false;
+    dispatch.mainQueue()->async([&] {
+        isReadableBefore = isReadable(descriptor, 0);
+        dispatch.mainQueue()->async([&] { ranInside = true; });
+        if (isReadable(descriptor, patience))
+            dispatch.serveMain();
+    });
+    ASSERT_TRUE(isReadable(descriptor, patience));
+    dispatch.serveMain();
+    EXPECT_FALSE(isReadableBefore);
+    EXPECT_TRUE(ranInside);
+    EXPECT_FALSE(isReadable(descriptor, 0));
+}
+
+TEST(MainQueue, AForkedChildSetsItsOwnAlarm) {
+    int ran = 0;
+    LinuxDispatch dispatch;
+    const int descriptor = dispatch.mainDescriptor();
+    dispatch.mainQueue()->async([&] { ++ran; });
+    const pid_t child = fork();
+    if (child == 0) {
+        const int own = dispatch.mainDescriptor();
+        dispatch.mainQueue()->async([&] { ++ran; });
+        while (ran < 2 && isReadable(own, patience))
+            dispatch.serveMain();
+        _exit(ran);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(WEXITSTATUS(status), 2);
+    ASSERT_TRUE(isReadable(descriptor, 0)) << "what the child ran is still the parent's to run";
+    dispatch.serveMain();
+    EXPECT_EQ(ran, 1);
 }
 
 // Ticks that took longer than their interval ran 64 times before anybody else had a turn.
