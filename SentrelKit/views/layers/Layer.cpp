@@ -27,10 +27,7 @@ Layer::~Layer() {
 }
 
 void Layer::setFrame(Rect frame) {
-    const Rect before = bounds();
     change(frame_, frame);
-    if (bounds() != before)
-        layoutSublayers();
 }
 
 void Layer::setAnchorPoint(Point anchor) {
@@ -168,8 +165,6 @@ void Layer::display(Canvas& canvas, double now) {
 }
 
 void Layer::drawContents(Canvas& /*canvas*/) const {}
-
-void Layer::layoutSublayers() {}
 
 void ShapeLayer::setPath(Path path) {
     change(path_, std::move(path));

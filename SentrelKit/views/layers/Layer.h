@@ -116,10 +116,6 @@ protected:
     /// Draws what the layer holds over its background, in coordinates of its bounds.
     virtual void drawContents(Canvas& canvas) const;
 
-    /// Called when the layer's size changed: the place to lay the layers in it out anew. Does nothing unless
-    /// overridden.
-    virtual void layoutSublayers();
-
     /// Sets a property and asks for a redraw if it is another value.
     template <class T>
     void change(T& property, T value) {

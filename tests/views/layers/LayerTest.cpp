@@ -311,22 +311,6 @@ TEST(Layer, KnowsTheTimeThatItWasLastDisplayedAt) {
     EXPECT_EQ(layer.displayTime(), 12.5);
 }
 
-TEST(Layer, LaysItsSublayersOutAnewWhenItsSizeChanges) {
-    class Counting : public Layer {
-    public:
-        int times = 0;
-
-    protected:
-        void layoutSublayers() override { ++times; }
-    } layer;
-    layer.setFrame({0, 0, 10, 20});
-    EXPECT_EQ(layer.times, 1);
-    layer.setFrame({5, 5, 10, 20}); // only another place
-    EXPECT_EQ(layer.times, 1);
-    layer.setFrame({5, 5, 10, 21});
-    EXPECT_EQ(layer.times, 2);
-}
-
 TEST(LayerDeathTest, RefusesToHoldItself) {
     const auto layer = std::make_shared<Layer>();
     EXPECT_DEATH(layer->addSublayer(layer), "ancestor != layer.get\\(\\)");
