@@ -3,12 +3,14 @@
 
 #include <SentrelKit/views/FUIColor.h>
 #include <SentrelKit/views/View.h>
-#include <SentrelKit/views/drawing/cairo/CairoCanvas.h>
 
-#include <cairo.h>
+#include "tests/views/support/Image.h"
 
 #include <array>
 #include <cmath>
+#include <cstddef>
+#include <memory>
+#include <vector>
 
 namespace sentrel {
 
@@ -16,35 +18,39 @@ namespace sentrel {
 class ImageOf {
 public:
     explicit ImageOf(View& view, double scale = 1.0, const Color& ground = FUIColor::white())
-        : surface_(cairo_image_surface_create(CAIRO_FORMAT_ARGB32,
-                                              static_cast<int>(std::ceil(view.bounds().width * scale)),
-                                              static_cast<int>(std::ceil(view.bounds().height * scale)))) {
-        cairo_t* context = cairo_create(surface_);
-        cairo_scale(context, scale, scale);
-        {
-            CairoCanvas canvas(context);
-            canvas.fill(Path::rect(view.bounds()), ground);
-            view.display(canvas);
-        }
-        cairo_destroy(context);
-        cairo_surface_flush(surface_);
+        : image_(static_cast<int>(std::ceil(view.bounds().width * scale)),
+                 static_cast<int>(std::ceil(view.bounds().height * scale))) {
+        const std::unique_ptr<Canvas> canvas = image_.canvas();
+        canvas->concat(Transform::scale(scale, scale));
+        canvas->fill(Path::rect(view.bounds()), ground);
+        view.display(*canvas);
+        bytes_ = image_.bytes();
     }
-    ~ImageOf() { cairo_surface_destroy(surface_); }
-    ImageOf(const ImageOf&) = delete;
-    ImageOf& operator=(const ImageOf&) = delete;
 
-    [[nodiscard]] int width() const noexcept { return cairo_image_surface_get_width(surface_); }
-    [[nodiscard]] int height() const noexcept { return cairo_image_surface_get_height(surface_); }
+    [[nodiscard]] int width() const noexcept { return image_.width(); }
+    [[nodiscard]] int height() const noexcept { return image_.height(); }
 
     /// Red, green and blue, 0 to 255.
     [[nodiscard]] std::array<int, 3> at(int x, int y) const {
-        const unsigned char* pixel =
-            cairo_image_surface_get_data(surface_) + y * cairo_image_surface_get_stride(surface_) + x * 4;
-        return {pixel[2], pixel[1], pixel[0]};
+        const std::size_t start =
+            (static_cast<std::size_t>(y) * static_cast<std::size_t>(width()) + static_cast<std::size_t>(x)) * 4;
+        const std::size_t red = redFirst() ? 0 : 2;
+        return {bytes_[start + red], bytes_[start + 1], bytes_[start + 2 - red]};
     }
 
 private:
-    cairo_surface_t* surface_;
+    // In which order the drawing system keeps colours.
+    static bool redFirst() {
+        static const bool first = [] {
+            const Image pixel(1, 1);
+            pixel.canvas()->fill(Path::rect({0, 0, 1, 1}), Color{1.0, 0.0, 0.0, 1.0});
+            return pixel.bytes()[0] == 255;
+        }();
+        return first;
+    }
+
+    Image image_;
+    std::vector<unsigned char> bytes_;
 };
 
 } // namespace sentrel

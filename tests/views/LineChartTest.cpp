@@ -189,6 +189,16 @@ TEST(LineChart, DrawsItsGuideLinesOnWholeRowsOfPixels) {
     }
 }
 
+TEST(LineChart, DrawsItsGuideLinesOnWholeRowsWhileItIsDisabled) {
+    LineChart chart({0, 0, 360, 210});
+    chart.setDataPoints({});
+    chart.setEnabled(false);
+    const ImageOf image(chart);
+    EXPECT_EQ(image.at(22, 59), image.at(22, 58));
+    EXPECT_NE(image.at(22, 60), image.at(22, 59));
+    EXPECT_EQ(image.at(22, 61), image.at(22, 59));
+}
+
 // The line stood on its head below 110 points, and ran to the left below 44.
 TEST(LineChart, KeepsHalfOfASmallCardForThePlot) {
     for (const Rect small : {Rect{0, 0, 364, 109}, Rect{0, 0, 364, 60}, Rect{0, 0, 364, 8}, Rect{0, 0, 43, 210},

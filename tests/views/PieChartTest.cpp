@@ -151,6 +151,17 @@ TEST(PieChart, MixesItsOwnColoursOnlyWhereItIsSeeThrough) {
             EXPECT_NEAR(image.at(x, y)[0], 127, 3) << x << ' ' << y;
 }
 
+TEST(PieChart, LetsNothingShowBetweenItsSectorsWhileItIsDisabled) {
+    PieChart chart({0, 0, 100, 100});
+    chart.setColorPoints(std::vector(3, FUIColor::black()));
+    chart.setDataPoints({3, 2, 4});
+    chart.setEnabled(false);
+    const ImageOf image(chart);
+    for (int y = 20; y < 80; ++y)
+        for (int x = 20; x < 80; ++x)
+            EXPECT_NEAR(image.at(x, y)[0], 153, 8) << x << ' ' << y; // 40 % are left
+}
+
 TEST(PieChart, LaysASectorThatIsSweptBackwardsOverItsNeighbour) {
     PieChart chart({0, 0, 100, 100});
     chart.setColorPoints(threeColors);

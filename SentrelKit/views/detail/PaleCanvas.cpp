@@ -3,6 +3,13 @@
 
 namespace sentrel {
 
+void PaleCanvas::fillSideBySide(const std::vector<FilledPath>& figures) {
+    std::vector<FilledPath> paler = figures;
+    for (FilledPath& figure : paler)
+        figure.paint = pale(figure.paint);
+    canvas_.fillSideBySide(paler);
+}
+
 Paint PaleCanvas::pale(const Paint& paint) {
     if (const auto* color = std::get_if<Color>(&paint))
         return pale(*color);
