@@ -96,10 +96,10 @@ TEST_F(MacThreads, RunASerialQueuesClosuresInTheirOrder) {
 }
 
 TEST_F(MacThreads, RunClosuresOfTheBackgroundQueueSideBySide) {
-    const queues::Threads threads(2);
-    MacDispatch dispatch;
     Event first;
     Event second;
+    const queues::Threads threads(2);
+    MacDispatch dispatch;
     dispatch.backgroundQueue()->async([&] {
         first.happened();
         EXPECT_TRUE(second.await());

@@ -24,6 +24,8 @@ constexpr std::size_t indexOffset = 12;
 constexpr std::size_t bytesInOffset = 96;
 constexpr std::size_t bytesOutOffset = 104;
 constexpr std::size_t linkOffset = 160;
+constexpr std::size_t linkFamilyOffset = linkOffset + 1;
+constexpr std::uint8_t linkFamily = 18; // AF_LINK
 constexpr std::size_t linkTypeOffset = linkOffset + 4;
 constexpr std::size_t nameLengthOffset = linkOffset + 5;
 constexpr std::size_t nameOffset = linkOffset + 8;
@@ -63,20 +65,24 @@ std::size_t placeOf(std::uint8_t length) noexcept {
     return length == 0 ? alignment : (length + alignment - 1) / alignment * alignment;
 }
 
+// The addresses fill their message; only the last one's place may end with it. In a message where they do not, they
+// were laid out by another rule, and what seems to be the interface's would be bytes of another one.
 SocketAddress interfaceAddress(Bytes message) noexcept {
     if (message.size() < addressesOffset)
         return {};
     const auto mask = numberAt<std::uint32_t>(message, maskOffset);
     Bytes rest = message.subspan(addressesOffset);
-    for (int slot = 0; slot < slots && !rest.empty(); ++slot) {
+    SocketAddress address;
+    for (int slot = 0; slot < slots; ++slot) {
         if ((mask >> slot & 1) == 0)
             continue;
-        const std::uint8_t length = rest[0];
+        if (rest.empty() || rest[0] > rest.size())
+            return {};
         if (slot == interfaceAddressSlot)
-            return length <= rest.size() ? rest.first(length) : SocketAddress();
-        rest = part(rest, placeOf(length), rest.size());
+            address = rest.first(rest[0]);
+        rest = part(rest, placeOf(rest[0]), rest.size());
     }
-    return {};
+    return rest.empty() ? address : SocketAddress();
 }
 
 InterfaceInfo interfaceOf(Bytes message) noexcept {
@@ -100,7 +106,8 @@ InterfaceInfo interfaceOf(Bytes message) noexcept {
 void InterfaceMessages::read(Bytes bytes, const std::function<void(const InterfaceInfo&)>& each) {
     for (Bytes message = firstMessage(bytes); !message.empty(); message = firstMessage(bytes)) {
         bytes = bytes.subspan(message.size());
-        if (message[typeOffset] != interfaceType || message.size() < nameOffset)
+        if (message[typeOffset] != interfaceType || message.size() < nameOffset ||
+            message[linkFamilyOffset] != linkFamily)
             continue;
         InterfaceInfo interface = interfaceOf(message);
         addresses_.clear();

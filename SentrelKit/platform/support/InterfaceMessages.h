@@ -16,7 +16,8 @@ namespace sentrel::platform {
 class InterfaceMessages {
 public:
     /// Calls back for each interface, in the list's order, with views into the bytes. A message that is cut short ends
-    /// the list; so does one without a length.
+    /// the list; so does one without a length. An interface whose message does not go on with its link-level address is
+    /// left out. Addresses are laid out at multiples of 8 bytes; a message that is laid out otherwise carries none.
     void read(std::span<const std::uint8_t> bytes, const std::function<void(const InterfaceInfo&)>& each);
 
 private:

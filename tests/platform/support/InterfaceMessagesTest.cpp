@@ -6,6 +6,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <map>
 
 using namespace sentrel::platform;
 using testing::ElementsAre;
@@ -93,6 +94,54 @@ TEST(InterfaceMessages, RoundEachAddressUpToEightBytesAndGiveAnEmptyOneEight) {
         ASSERT_THAT(interfaces, SizeIs(1));
         EXPECT_THAT(interfaces[0].addresses, ElementsAre(address)) << before.size();
     }
+}
+
+// A message as a kernel writes it that rounds each address up to four bytes.
+Bytes closeTogether(const std::map<int, Bytes>& slots) {
+    Bytes list = InterfaceList().add({}).bytes();
+    const std::size_t begin = list.size();
+    Bytes message = InterfaceList().address({}).bytes();
+    for (const auto& [slot, bytes] : slots) {
+        message[4] = static_cast<std::uint8_t>(message[4] | 1 << slot);
+        message.insert(message.end(), bytes.begin(), bytes.end());
+        message.resize(message.size() + (bytes.empty() ? 4 : (4 - bytes.size() % 4) % 4));
+    }
+    message[0] = static_cast<std::uint8_t>(message.size());
+    list.insert(list.begin() + static_cast<std::ptrdiff_t>(begin), message.begin(), message.end());
+    return list;
+}
+
+TEST(InterfaceMessages, RoundedToFourBytesAreReadWhereThatIsTheSame) {
+    for (std::uint8_t length = 5; length <= 8; ++length) { // netmasks of 8 to 32 bits, without their zeros
+        Bytes mask(length);
+        mask[0] = length;
+        EXPECT_THAT(read(closeTogether({{2, mask}, {5, address}, {7, broadcast}})).at(0).addresses,
+                    ElementsAre(address));
+    }
+    EXPECT_THAT(read(closeTogether({{2, netmask}, {5, address}, {7, {}}})).at(0).addresses, ElementsAre(address));
+}
+
+// What came after a mask of 28 bytes, or of none, was read four bytes too far on: there began another "address".
+TEST(InterfaceMessages, RoundedToFourBytesWithAnAddressOfOddLengthCarryNone) {
+    Bytes long28(28);
+    long28[0] = 28;
+    long28[1] = 30;                                              // IPv6
+    const Bytes misleading = InterfaceList::ipv4({16, 2, 0, 0}); // reads as an address of its own from its middle on
+    Bytes link(20);
+    link[0] = 20;
+    link[1] = 18;
+    for (const auto& slots :
+         {std::map<int, Bytes>{{2, long28}, {5, long28}}, std::map<int, Bytes>{{2, {}}, {5, misleading}},
+          std::map<int, Bytes>{{2, {}}, {5, misleading}, {7, broadcast}},
+          std::map<int, Bytes>{{2, netmask}, {4, link}, {5, address}, {7, broadcast}},
+          std::map<int, Bytes>{{4, link}, {5, misleading}}})
+        EXPECT_THAT(read(closeTogether(slots)).at(0).addresses, ElementsAre(Bytes()));
+}
+
+TEST(InterfaceMessages, WithoutALinkLevelAddressAreNoInterface) {
+    Bytes bytes = InterfaceList().add({.name = "en0"}).bytes();
+    bytes[161] = 2; // the family of the address behind the message
+    EXPECT_THAT(read(bytes), IsEmpty());
 }
 
 TEST(InterfaceMessages, WithoutTheInterfacesAddressCarryAnEmptyOne) {
