@@ -33,6 +33,23 @@ expect() {
     fi
 }
 
+# stub PATH NAMES: a stub of a library that has these names.
+stub() {
+    mkdir -p "$(dirname "$sdk/$1")"
+    printf -- "--- !tapi-tbd\ntbd-version: 4\ntargets: [ x86_64-macos ]\ninstall-name: '/%s'\nexports:\n%s\n...\n" "$1" \
+        "  - targets: [ x86_64-macos ]
+    symbols: [ $2 ]" >"$sdk/$1"
+}
+stubs() {
+    local name
+    stub usr/lib/libSystem.tbd "dyld_stub_binder, _main"
+    stub usr/lib/libc++.tbd _cxx
+    stub usr/lib/libobjc.tbd "__objc_empty_cache, __objc_empty_vtable"
+    for name in Foundation AppKit CoreGraphics CoreText ImageIO IOKit DiskArbitration SystemConfiguration; do
+        stub "System/Library/Frameworks/$name.framework/$name.tbd" "_$name"
+    done
+}
+
 case $2 in
 usage)
     expect 2 "usage: check-macos SDK_DIR [BUILD_DIR]"
@@ -80,6 +97,14 @@ failing_configuration)
     echo 'message(FATAL_ERROR "no such thing")' >>"$project/CMakeLists.txt"
     expect 1 "failed: configure: CMake Error at CMakeLists.txt:6 (message): no such thing
 0 compiled, 1 failed" "$sdk"
+    ;;
+failing_link)
+    # An archive may lack what its objects name; the image of all objects may not.
+    stubs
+    echo 'int absent(); int three() { return absent(); }' >"$project/SentrelKit/three.cpp"
+    expect 1 "failed: image: ld64.lld-14: error: undefined symbol: absent() >>> referenced by $project/build/macos/\
+CMakeFiles/small.dir/SentrelKit/three.cpp.o
+3 compiled, 1 failed" "$sdk"
     ;;
 *)
     echo "no case $2" >&2
