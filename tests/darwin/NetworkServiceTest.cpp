@@ -60,6 +60,14 @@ TEST_F(MacNetwork, TellsBothBitsOfTheLinkState) {
     EXPECT_EQ(errno, ENXIO);
 }
 
+TEST_F(MacNetwork, WithoutASocketHasNoLinkState) {
+    machine().mediaStatus = {{"en0", 3}};
+    failures::plan("socket", EMFILE);
+    errno = 0;
+    EXPECT_FALSE(network.mediaStatus("en0"));
+    EXPECT_EQ(errno, EMFILE);
+}
+
 TEST_F(MacNetwork, AsksForTheFirst15BytesOfALongName) {
     machine().mediaStatus = {{std::string(15, 'x'), 3}};
     EXPECT_TRUE(network.mediaStatus(std::string(40, 'x')));
