@@ -16,7 +16,7 @@ public:
     bool isReal() const override { return true; }
 
 private:
-    const ConfigurationFolder configuration_;
+    const ConfigurationFolder configuration_{};
     const EnvironmentValue bus_{"DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent"};
     const EnvironmentValue programs_{"PATH", "/nonexistent"};
 };
