@@ -36,8 +36,7 @@ constexpr std::int64_t noPercent = std::numeric_limits<std::int32_t>::min();
 // Without these at its beginning, the last one for a name, a session of the probes ends the process: its own tests show
 // that.
 bool isVital(const std::string& function) {
-    return function == "DASessionCreate" || function == "SCDynamicStoreCreate" ||
-           function == "CFStringCreateWithBytes";
+    return function == "DASessionCreate" || function == "SCDynamicStoreCreate" || function == "CFStringCreateWithBytes";
 }
 
 bool isShare(double percent) {
