@@ -4,6 +4,7 @@
 #include <SentrelKit/platform/Desktop.h>
 #include <SentrelKit/platform/Platform.h>
 #include <SentrelKit/system/Timer.h>
+#include <SentrelKit/views/FUIColor.h>
 #include <SentrelKit/views/detail/AddressSyntax.h>
 
 #include <utility>
@@ -53,6 +54,12 @@ void FUILink::mouseUp(const MouseEvent& /*event*/) {
 bool FUILink::performPress() {
     open();
     return true;
+}
+
+void FUILink::drawFocusRing(Canvas& canvas, Rect rect) {
+    Path line = Path::rect(rect.inset(0.5));
+    line.setLineWidth(1.0);
+    canvas.stroke(line, FUIColor::belizeHole());
 }
 
 void FUILink::updateTrackingAreas() {

@@ -64,6 +64,9 @@ protected:
     /// A link.
     [[nodiscard]] AccessibilityRole ownAccessibilityRole() const override { return AccessibilityRole::link; }
 
+    /// A thin line along the bounds, which the text comes close to.
+    void drawFocusRing(Canvas& canvas, Rect rect) override;
+
 private:
     void open() const;
     void showColor(std::optional<Color> color);

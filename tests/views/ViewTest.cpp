@@ -412,10 +412,15 @@ TEST(View, ShowsARingWhereTheKeyboardLed) {
         view->setFocus(Focus::visible);
         EXPECT_EQ(root.dirtyRects().size(), 1U);
         const auto ring = strokes();
-        ASSERT_EQ(ring.size(), 2U);
-        EXPECT_EQ(ring[0].path.lineWidth(), 2.0);
-        EXPECT_EQ(ring[1].path.lineWidth(), 1.0);
-        EXPECT_NE(ring[0].paint, ring[1].paint);
+        if (view == link) {
+            ASSERT_EQ(ring.size(), 1U); // thin, for the text comes close to it
+            EXPECT_EQ(ring[0].path.lineWidth(), 1.0);
+        } else {
+            ASSERT_EQ(ring.size(), 2U);
+            EXPECT_EQ(ring[0].path.lineWidth(), 2.0);
+            EXPECT_EQ(ring[1].path.lineWidth(), 1.0);
+            EXPECT_NE(ring[0].paint, ring[1].paint);
+        }
         view->setFocus(Focus::none);
         EXPECT_TRUE(strokes().empty());
         view->removeFromSuperview();
