@@ -9,6 +9,19 @@ install(TARGETS ${installed_libraries} EXPORT SentrelKitTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(EXPORT SentrelKitTargets NAMESPACE SentrelKit:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/SentrelKit)
 
+# The widgets of a toolkit are there or not: their targets have a file of their own.
+set(toolkits "")
+foreach(toolkit Gtk)
+    string(TOLOWER ${toolkit} folder)
+    if(TARGET SentrelKit${toolkit})
+        list(APPEND toolkits ${folder})
+        install(TARGETS SentrelKit${toolkit} EXPORT SentrelKit${toolkit}Targets
+                LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+        install(EXPORT SentrelKit${toolkit}Targets NAMESPACE SentrelKit::
+                DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/SentrelKit)
+    endif()
+endforeach()
+
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS packaging/installed-headers)
 file(READ packaging/installed-headers installed_headers)
 string(REGEX MATCHALL "SentrelKit/[^ \n]+\\.h" installed_headers "${installed_headers}")
@@ -19,6 +32,9 @@ else()
     list(FILTER installed_headers EXCLUDE REGEX "/(coregraphics|appkit)/")
 endif()
 foreach(header IN LISTS installed_headers)
+    if(header MATCHES "/embed/(gtk|qt)/" AND NOT CMAKE_MATCH_1 IN_LIST toolkits)
+        continue()
+    endif()
     get_filename_component(folder ${header} DIRECTORY)
     install(FILES ${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${folder})
 endforeach()
@@ -64,7 +80,7 @@ install(FILES ${PROJECT_BINARY_DIR}/SentrelKitConfig.cmake ${PROJECT_BINARY_DIR}
 
 # The prefix is found from where the file lies, so that an installed tree can be moved.
 file(RELATIVE_PATH SENTREL_PC_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
-foreach(part core views testing)
+foreach(part core views testing ${toolkits})
     configure_file(packaging/sentrelkit-${part}.pc.in ${PROJECT_BINARY_DIR}/sentrelkit-${part}.pc @ONLY)
     install(FILES ${PROJECT_BINARY_DIR}/sentrelkit-${part}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 endforeach()

@@ -4,7 +4,10 @@
 set -euo pipefail
 cd "$1/include"
 compile() {
-    "$1" -std=c++20 -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror -fsyntax-only -I. -x c++ - <<<"#include <$2>"
+    local toolkit=()
+    [[ $2 != */embed/gtk/* ]] || read -ra toolkit < <(pkg-config --cflags-only-I gtkmm-4.0 | sed 's/-I/-isystem /g')
+    "$1" -std=c++20 -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror -fsyntax-only -I. "${toolkit[@]}" \
+        -x c++ - <<<"#include <$2>"
 }
 export -f compile
 find SentrelKit -name '*.h' -print0 | xargs -0 -P "$(nproc)" -I {} bash -c 'compile "$@"' compile "$2" {}

@@ -27,6 +27,10 @@ for part in core views testing; do
     grep -qx "Version: $version" "$file" || fail "$file tells another version than $version"
 done
 
+if compgen -G "$1/SentrelKit/libSentrelKitGtk.*" >/dev/null; then
+    [ -n "$(find "$prefix" -name sentrelkit-gtk.pc)" ] || fail "sentrelkit-gtk.pc is not installed"
+fi
+
 # Until 1.0 each minor version may break hosts, so both numbers are in the name that a host loads.
 while read -r library; do
     name=$(readelf -d "$library" | sed -n 's/.*SONAME.*\[\(.*\)\]/\1/p')

@@ -27,6 +27,9 @@ build_and_run() {
 build_and_run core_only.cpp sentrelkit-core
 build_and_run views_only.cpp sentrelkit-views
 build_and_run host.cpp sentrelkit-views sentrelkit-testing
+if pkg-config --exists sentrelkit-gtk; then
+    build_and_run gtk_only.cpp sentrelkit-gtk
+fi
 
 # A host that draws nothing pulls in no drawing library.
 if ldd "$place/core_only" | grep -E 'cairo|pango'; then
