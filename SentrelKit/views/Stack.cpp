@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 #include <vector>
 
 namespace sentrel {
@@ -51,29 +52,29 @@ std::vector<double> shared(const std::vector<std::shared_ptr<View>>& views, Stac
 
 Stack::Stack(Axis axis, Rect frame) : View(frame), axis_(axis) {}
 
-template <class Value>
-void Stack::change(Value& property, Value value) {
-    if (property == value)
-        return;
-    property = value;
+void Stack::askForLayout() {
     invalidateNaturalSize();
     setNeedsDisplay(true);
 }
 
 void Stack::setAxis(Axis axis) {
-    change(axis_, axis);
+    if (std::exchange(axis_, axis) != axis)
+        askForLayout();
 }
 
 void Stack::setSpacing(double points) {
-    change(spacing_, points);
+    if (std::exchange(spacing_, points) != points)
+        askForLayout();
 }
 
 void Stack::setPadding(double points) {
-    change(padding_, points);
+    if (std::exchange(padding_, points) != points)
+        askForLayout();
 }
 
 void Stack::setAlignment(Alignment alignment) {
-    change(alignment_, alignment);
+    if (std::exchange(alignment_, alignment) != alignment)
+        askForLayout();
 }
 
 Size Stack::fittingSize() const {

@@ -76,8 +76,7 @@ protected:
     void layout() override;
 
 private:
-    template <class Value>
-    void change(Value& property, Value value);
+    void askForLayout();
 
     Axis axis_;
     Alignment alignment_ = Alignment::fill;
