@@ -207,8 +207,11 @@ const ScriptedInterface* ScriptedNetworkService::find(std::string_view name) con
 std::optional<MediaStatus> ScriptedNetworkService::mediaStatus(std::string_view name) {
     if (calls.fails("mediaStatus", std::string(name)))
         return std::nullopt;
-    constexpr std::size_t longestName = 15;
-    if (const ScriptedInterface* entry = find(name.substr(0, longestName)))
+    const auto asked = [](std::string_view whole) { return whole.substr(0, 15); }; // as much of a name as is passed on
+    const auto entry = std::find_if(interfaces.begin(), interfaces.end(), [&](const ScriptedInterface& candidate) {
+        return asked(candidate.name) == asked(name);
+    });
+    if (entry != interfaces.end())
         return entry->media;
     errno = ENXIO;
     return std::nullopt;

@@ -178,7 +178,7 @@ public:
         const std::string reason = refused ? std::strerror(errno) : "";
         if (!completion)
             return;
-        const Completions::Call call = completions_->add([=, self = shared_from_this()] {
+        const Completions::Call call = completions_->add([completion, refused, reason, self = shared_from_this()] {
             const Dissenter dissenter{reason};
             completion(self, refused ? &dissenter : nullptr);
         });
