@@ -2,8 +2,14 @@
 # its stub libraries. packaging/check-macos uses it.
 #
 #   cmake --toolchain cmake/MacOSToolchain.cmake -DCMAKE_OSX_SYSROOT=<folder> ...
+# CMake asks a Mac which system it is before it gives libraries names that are looked for along paths.
+if(CMAKE_PARENT_LIST_FILE MATCHES "CMakeC(XX)?Information")
+    set(CMAKE_SHARED_LIBRARY_RUNTIME_C_FLAG "-Wl,-rpath,")
+    return()
+endif()
+set(CMAKE_USER_MAKE_RULES_OVERRIDE ${CMAKE_CURRENT_LIST_FILE})
+
 set(CMAKE_SYSTEM_NAME Darwin)
-set(CMAKE_SYSTEM_VERSION 18) # macOS 10.14
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES CMAKE_OSX_SYSROOT)
 
