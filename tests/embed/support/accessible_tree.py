@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """What assistive technology is told of a program, read over its bus like a screen reader does.
 
     accessible_tree.py PROCESS                the tree: one object a line, fields between tabs: depth, role, name,
@@ -39,27 +39,20 @@ def application(process):
 
 
 def value(node):
-    try:
-        interface = node.get_value_iface()
-        return f"{interface.get_current_value():g}" if interface else ""
-    except GLib.Error:
-        return ""
+    return f"{Atspi.Value.get_current_value(node):g}" if "Value" in node.get_interfaces() else ""
 
 
 def text(node):
-    try:
-        interface = node.get_text_iface()
-        return interface.get_text(0, interface.get_character_count()) if interface else ""
-    except GLib.Error:
+    if "Text" not in node.get_interfaces():
         return ""
+    return Atspi.Text.get_text(node, 0, Atspi.Text.get_character_count(node))
 
 
 def place(node):
-    try:
-        box = node.get_component_iface().get_extents(Atspi.CoordType.SCREEN)
-        return f"{box.x} {box.y} {box.width} {box.height}"
-    except (GLib.Error, AttributeError):
+    if "Component" not in node.get_interfaces():
         return "0 0 0 0"
+    box = Atspi.Component.get_extents(node, Atspi.CoordType.SCREEN)
+    return f"{box.x} {box.y} {box.width} {box.height}"
 
 
 def states(node):
@@ -99,9 +92,9 @@ def main():
     if len(sys.argv) == 2:
         show(program)
     elif sys.argv[2] == "do":
-        if not named(program, sys.argv[3]).get_action_iface().do_action(0):
+        if not Atspi.Action.do_action(named(program, sys.argv[3]), 0):
             raise SystemExit("the action was not done")
-    elif not named(program, sys.argv[3]).get_component_iface().grab_focus():
+    elif not Atspi.Component.grab_focus(named(program, sys.argv[3])):
         raise SystemExit("the focus was not given")
     print("done")
 

@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """A desktop of its own: a display without a screen, a window manager, a message bus and the bus of assistive technology.
 
     desktop_session.py [--screen WIDTHxHEIGHT] [--dpi N] [--no-manager] [-- COMMAND [ARGUMENT...]]
