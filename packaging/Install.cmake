@@ -11,7 +11,7 @@ install(EXPORT SentrelKitTargets NAMESPACE SentrelKit:: DESTINATION ${CMAKE_INST
 
 # The widgets of a toolkit are there or not: their targets have a file of their own.
 set(toolkits "")
-foreach(toolkit Gtk)
+foreach(toolkit Gtk Qt)
     string(TOLOWER ${toolkit} folder)
     if(TARGET SentrelKit${toolkit})
         list(APPEND toolkits ${folder})

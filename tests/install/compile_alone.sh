@@ -6,7 +6,8 @@ cd "$1/include"
 compile() {
     local toolkit=()
     [[ $2 != */embed/gtk/* ]] || read -ra toolkit < <(pkg-config --cflags-only-I gtkmm-4.0 | sed 's/-I/-isystem /g')
-    "$1" -std=c++20 -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror -fsyntax-only -I. "${toolkit[@]}" \
+    [[ $2 != */embed/qt/* ]] || read -ra toolkit < <(pkg-config --cflags-only-I Qt6Widgets | sed 's/-I/-isystem /g')
+    "$1" -std=c++20 -fPIC -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror -fsyntax-only -I. "${toolkit[@]}" \
         -x c++ - <<<"#include <$2>"
 }
 export -f compile

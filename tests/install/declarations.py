@@ -51,11 +51,11 @@ def read(node, scope):
 
 
 headers = sorted(path.relative_to(prefix / "include") for path in (prefix / "include").rglob("*.h"))
-toolkit = []
-if any("embed/gtk" in str(header) for header in headers):
-    toolkit = subprocess.run(["pkg-config", "--cflags", "gtkmm-4.0"], check=True, text=True,
-                             stdout=subprocess.PIPE).stdout.split()
-dump = subprocess.run([clang, "-std=c++20", "-fsyntax-only", *toolkit, f"-I{prefix}/include", "-x", "c++", "-Xclang",
+toolkits = {"gtk": "gtkmm-4.0", "qt": "Qt6Widgets"}
+used = [module for folder, module in toolkits.items() if any(f"embed/{folder}/" in str(header) for header in headers)]
+toolkit = subprocess.run(["pkg-config", "--cflags", *used], check=True, text=True,
+                         stdout=subprocess.PIPE).stdout.split() if used else []
+dump = subprocess.run([clang, "-std=c++20", "-fPIC", "-fsyntax-only", *toolkit, f"-I{prefix}/include", "-x", "c++", "-Xclang",
                        "-ast-dump=json", "-Xclang", "-ast-dump-filter=sentrel", "-"], check=True, text=True,
                       input="".join(f"#include <{header}>\n" for header in headers), stdout=subprocess.PIPE).stdout
 decoder = json.JSONDecoder()

@@ -11,7 +11,10 @@ cmake --build "$place"
 for host in "$place"/{host,core_only,views_only}_{20,23}; do
     "$host"
 done
-if [ -n "$(find "$1" -name 'libSentrelKitGtk.*')" ]; then
-    "$place/gtk_only_20"
-    "$place/gtk_only_23"
-fi
+for toolkit in Gtk Qt; do
+    if [ -n "$(find "$1" -name "libSentrelKit$toolkit.*")" ]; then
+        for host in "$place/${toolkit,,}_only"_{20,23}; do
+            "$host"
+        done
+    fi
+done

@@ -41,8 +41,9 @@ for header in set(for_headers) - included:
 
 of_this_system = {header for header in for_hosts + for_headers if not re.search(foreign, header)}
 # The widgets of a toolkit come with their library.
-if not any(prefix.rglob("libSentrelKitGtk.*")):
-    of_this_system = {header for header in of_this_system if "/embed/gtk/" not in header}
+for toolkit in "Gtk", "Qt":
+    if not any(prefix.rglob(f"libSentrelKit{toolkit}.*")):
+        of_this_system = {header for header in of_this_system if f"/embed/{toolkit.lower()}/" not in header}
 for header in headers_below(prefix / "include") ^ of_this_system:
     failures.append(f"{header} is either listed in {list_file} or installed, but not both")
 

@@ -27,9 +27,11 @@ for part in core views testing; do
     grep -qx "Version: $version" "$file" || fail "$file tells another version than $version"
 done
 
-if compgen -G "$1/SentrelKit/libSentrelKitGtk.*" >/dev/null; then
-    [ -n "$(find "$prefix" -name sentrelkit-gtk.pc)" ] || fail "sentrelkit-gtk.pc is not installed"
-fi
+for toolkit in Gtk Qt; do
+    if compgen -G "$1/SentrelKit/libSentrelKit$toolkit.*" >/dev/null; then
+        [ -n "$(find "$prefix" -name "sentrelkit-${toolkit,,}.pc")" ] || fail "sentrelkit-${toolkit,,}.pc is not installed"
+    fi
+done
 
 # Until 1.0 each minor version may break hosts, so both numbers are in the name that a host loads.
 while read -r library; do

@@ -20,16 +20,19 @@ build_and_run() {
         program="$place/$(basename "$1" .cpp)"
         "$compiler" -std=$language -Wall -Wextra -Wpedantic -Wconversion -Werror \
             -DPACKAGE_VERSION="\"$(pkg-config --modversion sentrelkit-core)\"" "$consumer/$1" \
-            -o "$program" -Wl,--as-needed,-rpath,"$libraries" $(pkg-config "${how[@]}" --cflags --libs "${@:2}")
+            -o "$program" -Wl,--as-needed,-rpath,"$libraries" $(pkg-config "${how[@]}" --cflags --libs "${@:2}" |
+                sed -E 's, -I([^ ]*/qt6), -isystem \1,g') # the warnings are for the host's own code
         "$program"
     done
 }
 build_and_run core_only.cpp sentrelkit-core
 build_and_run views_only.cpp sentrelkit-views
 build_and_run host.cpp sentrelkit-views sentrelkit-testing
-if pkg-config --exists sentrelkit-gtk; then
-    build_and_run gtk_only.cpp sentrelkit-gtk
-fi
+for toolkit in gtk qt; do
+    if pkg-config --exists sentrelkit-$toolkit; then
+        build_and_run ${toolkit}_only.cpp sentrelkit-$toolkit
+    fi
+done
 
 # A host that draws nothing pulls in no drawing library.
 if ldd "$place/core_only" | grep -E 'cairo|pango'; then
