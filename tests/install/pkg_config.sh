@@ -20,8 +20,8 @@ build_and_run() {
         program="$place/$(basename "$1" .cpp)"
         "$compiler" -std=$language -Wall -Wextra -Wpedantic -Wconversion -Werror \
             -DPACKAGE_VERSION="\"$(pkg-config --modversion sentrelkit-core)\"" "$consumer/$1" \
-            -o "$program" -Wl,--as-needed,-rpath,"$libraries" $(pkg-config "${how[@]}" --cflags --libs "${@:2}" |
-                sed -E 's, -I([^ ]*/qt6), -isystem \1,g') # the warnings are for the host's own code
+            -o "$program" -Wl,--as-needed,-rpath,"$libraries" $(echo " $(pkg-config "${how[@]}" --cflags --libs "${@:2}")" |
+                sed 's, -I/usr/, -isystem /usr/,g') # the warnings are for the host's own code
         "$program"
     done
 }

@@ -73,7 +73,8 @@ public:
 
     // The window's own word on whether it is seen comes to the window alone.
     bool eventFilter(QObject* object, QEvent* event) override {
-        if (object == window && event->type() == QEvent::Expose)
+        // Of a window that comes back, either may be told first.
+        if (object == window && (event->type() == QEvent::Expose || event->type() == QEvent::WindowStateChange))
             updateVisibility();
         if (object == window && event->type() == QEvent::WindowBlocked)
             surface.events().cancel(); // by a dialogue, which gets the release
