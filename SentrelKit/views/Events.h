@@ -62,7 +62,7 @@ enum class Key : std::uint8_t {
 
 /// A key that went down, or repeats.
 struct KeyEvent {
-    Key key = Key::other;
+    Key key = Key::other;  ///< which one
     std::string text{};    ///< what it types, UTF-8; may be empty
     Modifiers modifiers{}; ///< held at that moment
     bool isRepeat = false; ///< the key is held, and this is not its first event

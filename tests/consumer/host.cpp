@@ -15,9 +15,8 @@ static_assert(version == PACKAGE_VERSION);
 static_assert(SENTREL_VERSION == SENTREL_VERSION_MAJOR * 10000 + SENTREL_VERSION_MINOR * 100 + SENTREL_VERSION_PATCH);
 
 int main() {
-    if (std::string(version) != std::to_string(SENTREL_VERSION_MAJOR) + "." +
-                                            std::to_string(SENTREL_VERSION_MINOR) + "." +
-                                            std::to_string(SENTREL_VERSION_PATCH))
+    if (std::string(version) != std::to_string(SENTREL_VERSION_MAJOR) + "." + std::to_string(SENTREL_VERSION_MINOR) +
+                                    "." + std::to_string(SENTREL_VERSION_PATCH))
         return 2;
 
     platform::ScriptedPlatform machine;

@@ -53,15 +53,16 @@ public:
     [[nodiscard]] Surface& surface() noexcept;
 
 protected:
+    /// @cond
+    // What the toolkit asks and tells its widget. The natural size is the view's; it can be made as small as nothing.
     Gtk::SizeRequestMode get_request_mode_vfunc() const override;
-
-    /// The natural size is the view's; it can be made as small as nothing.
     void measure_vfunc(Gtk::Orientation orientation, int for_size, int& minimum, int& natural, int& minimum_baseline,
                        int& natural_baseline) const override;
     void size_allocate_vfunc(int width, int height, int baseline) override;
     void snapshot_vfunc(const Glib::RefPtr<Gtk::Snapshot>& snapshot) override;
     void on_map() override;
     void on_unmap() override;
+    /// @endcond
 
 private:
     class State;

@@ -54,6 +54,8 @@ public:
     static void serveMainQueue();
 
 protected:
+    /// @cond
+    // What the toolkit asks and tells its widget.
     bool event(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
@@ -70,6 +72,7 @@ protected:
     void focusInEvent(QFocusEvent* event) override;
     void focusOutEvent(QFocusEvent* event) override;
     bool focusNextPrevChild(bool next) override;
+    /// @endcond
 
 private:
     class State;
