@@ -4,7 +4,7 @@ scripted machine; the first of these also as a host that finds it with pkg-confi
 
 A block without a main function is the body of one. If the document's first block holds nothing but includes and using
 lines, the others stand after it, as the functions of one program. A document that shows how to find the package with
-CMake is taken at its word.
+CMake is taken at its word. What a block includes says what else it links.
 
 usage: samples.py DOCUMENT PREFIX COMPILER
 """
@@ -52,10 +52,17 @@ with tempfile.TemporaryDirectory() as place:
     place = pathlib.Path(place)
     programs = [program(code) for code in cpp]
     scripted = [number for number, code in enumerate(programs) if "platform/scripted" in code]
+    libraries_of = {"platform/scripted": "SentrelKit::Testing", "embed/gtk": "SentrelKit::Gtk",
+                    "embed/qt": "SentrelKit::Qt", "cairo-xlib": "PkgConfig::XLIB"}
+    toolkits = [name for folder, name in (("embed/gtk", "Gtk"), ("embed/qt", "Qt")) if folder in text]
+    if toolkits:
+        find = f"find_package(SentrelKit REQUIRED COMPONENTS Views Testing {' '.join(toolkits)})"
+    if "cairo-xlib" in text:
+        find += "\nfind_package(PkgConfig REQUIRED)\npkg_check_modules(XLIB REQUIRED IMPORTED_TARGET cairo-xlib x11)"
     targets = ""
     for number, code in enumerate(programs):
         (place / f"block{number}.cpp").write_text(code)
-        libraries = f"{link} SentrelKit::Testing" if number in scripted else link
+        libraries = " ".join([link] + [name for included, name in libraries_of.items() if included in code])
         targets += f"add_executable(block{number} block{number}.cpp)\n"
         targets += f"target_link_libraries(block{number} PRIVATE {libraries})\n"
     (place / "CMakeLists.txt").write_text(
@@ -65,7 +72,7 @@ with tempfile.TemporaryDirectory() as place:
     run("cmake", "--build", place / "build")
     for number in scripted:
         print(f"block {number}", flush=True)
-        run(place / "build" / f"block{number}")
+        run(place / "build" / f"block{number}", cwd=place)
 
     for number in scripted[:1]:
         libraries = pkg_config("--variable=libdir", "sentrelkit-core")[0]

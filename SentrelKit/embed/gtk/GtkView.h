@@ -24,9 +24,8 @@ namespace sentrel {
 ///     });
 ///     return program->run();
 ///
-/// - What changes is drawn, and nothing else, at the scale of the widget's screen. While something moves by itself it
-/// is
-///   drawn with each frame of the window's frame clock; at rest no clock runs.
+/// - What changes is drawn, and nothing else, at the scale of the widget's screen. While something moves by itself,
+///   each frame of the window's frame clock draws it; at rest no clock runs.
 /// - While nobody can see the widget (hidden, minimised, on another workspace, or suspended as far as the system tells)
 ///   nothing is drawn and no clock runs. `surface().onVisibilityChanged()` tells, so that sampling can stop too.
 /// - Pointer, wheel, touch and keys reach the views; Tab leads through what takes the focus, then to the next widget.
