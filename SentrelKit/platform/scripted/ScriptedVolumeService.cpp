@@ -94,8 +94,9 @@ private:
     const ScriptedHandle handle_;
 };
 
-// Where a session's completions are called, and those that did not come yet.
-class ScriptedVolumeService::Completions : public std::enable_shared_from_this<Completions> {
+// Where a session's completions are called, and those that did not come yet. What is to call one keeps it: it may hold
+// the session itself, which would last for ever if it kept its completions.
+class ScriptedVolumeService::Completions {
 public:
     using Call = std::shared_ptr<std::function<void()>>;
 
@@ -103,32 +104,32 @@ public:
         queue_ = std::move(queue);
         if (queue_)
             return;
-        for (const Call& dropped : std::exchange(pending_, {}))
-            *dropped = nullptr;
+        for (const std::weak_ptr<std::function<void()>>& pending : std::exchange(pending_, {}))
+            if (const Call dropped = pending.lock())
+                *dropped = nullptr;
     }
 
     // A completion that is to come.
     Call add(std::function<void()> completion) {
-        return pending_.emplace_back(std::make_shared<std::function<void()>>(std::move(completion)));
+        auto call = std::make_shared<std::function<void()>>(std::move(completion));
+        pending_.emplace_back(call);
+        return call;
     }
 
     // Lets one come, if there is a queue.
     void post(const Call& call) {
-        if (!queue_)
-            std::erase(pending_, call);
-        else
-            queue_->async([self = shared_from_this(), call] { self->run(call); });
+        if (queue_)
+            queue_->async([call] { run(call); });
     }
 
 private:
-    void run(const Call& call) {
-        std::erase(pending_, call);
+    static void run(const Call& call) {
         if (const std::function<void()> completion = std::exchange(*call, nullptr))
             completion();
     }
 
     std::shared_ptr<DispatchQueue> queue_;
-    std::vector<Call> pending_;
+    std::vector<std::weak_ptr<std::function<void()>>> pending_;
 };
 
 class ScriptedVolumeService::Handle final : public StorageDevice {

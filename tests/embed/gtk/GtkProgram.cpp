@@ -41,7 +41,8 @@ GtkProgram& GtkProgram::shared() {
 void GtkProgram::start() {
     session_ = std::make_unique<DesktopSession>();
     ::setenv("GDK_BACKEND", "x11", 1);
-    ::setenv("GSK_RENDERER", "cairo", 1); // the same on machines with and without a graphics processor
+    ::setenv("GSK_RENDERER", "cairo", 1);   // the same on machines with and without a graphics processor
+    ::setenv("GDK_DEBUG", "gl-disable", 1); // a driver that is looked at and unloaded again leaves memory behind
     ::unsetenv("GTK_THEME");
     application_ = Gtk::Application::create("org.sentrelkit.EmbedTests", Gio::Application::Flags::NON_UNIQUE);
     application_->register_application();
