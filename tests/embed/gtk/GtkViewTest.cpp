@@ -544,8 +544,10 @@ TEST_F(GtkViewTest, LeavesNothingBehindWhenItIsShownAndHiddenManyTimes) {
         cycle();
     EXPECT_EQ(openDescriptors(), descriptors);
     EXPECT_LE(runningThreads(), threads);
-    if (!underAddressSanitizer) // it keeps what is freed for a while, and looks for leaks itself
+    // The address sanitizer keeps what is freed for a while, and looks for leaks itself.
+    if (!underAddressSanitizer) {
         EXPECT_LT(residentBytes(), memory + (2U << 20U));
+    }
     RecordProperty("grownBytes", std::to_string(static_cast<std::int64_t>(residentBytes() - memory)));
 }
 

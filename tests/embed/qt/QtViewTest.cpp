@@ -716,8 +716,10 @@ TEST_F(QtViewTest, AWindowShownAndHiddenTwoHundredTimesLeavesNothingBehind) {
     EXPECT_EQ(openDescriptors(), descriptors);
     EXPECT_LE(runningThreads(), threads) << "a worker without work may end";
     EXPECT_EQ(widget.children().size() + qApp->children().size(), children);
-    if (!underAddressSanitizer) // it keeps what is freed for a while, and looks for leaks itself
+    // The address sanitizer keeps what is freed for a while, and looks for leaks itself.
+    if (!underAddressSanitizer) {
         EXPECT_LT(residentBytes(), memory + 2'000'000) << "10,000 bytes a time";
+    }
     EXPECT_FALSE(widget.surface().needsFrames());
 }
 

@@ -24,7 +24,7 @@ public:
 
     /// For an element, whose role it keeps.
     StandIn(const AccessibleElement& element, const Handlers& handlers);
-    ~StandIn();
+    ~StandIn() override;
     StandIn(const StandIn&) = delete;
     StandIn& operator=(const StandIn&) = delete;
 

@@ -26,7 +26,7 @@ void Tiles::update(Surface& surface, Size size, double scale) {
         height_ = height;
         scale_ = scale;
         pixels_.assign(static_cast<std::size_t>(width) * static_cast<std::size_t>(height), 0);
-        textures_.assign(static_cast<std::size_t>(columns() * rows()), {});
+        textures_.assign(static_cast<std::size_t>(columns()) * static_cast<std::size_t>(rows()), {});
         areas = {{0.0, 0.0, size.width, size.height}};
     }
     if (areas.empty() || !surface.drawPixels(pixels_.data(), width, height, 4 * width, scale, areas))
@@ -43,7 +43,7 @@ void Tiles::renew(const Rect& area) {
     const int bottom = tile(area.y + area.height, rows() - 1);
     for (int row = tile(area.y, rows()); row <= bottom; ++row)
         for (int column = tile(area.x, columns()); column <= right; ++column)
-            textures_[static_cast<std::size_t>(row * columns() + column)] = cut(column, row);
+            textures_[index(column, row)] = cut(column, row);
 }
 
 Glib::RefPtr<Gdk::Texture> Tiles::cut(int column, int row) const {
@@ -63,7 +63,7 @@ Glib::RefPtr<Gdk::Texture> Tiles::cut(int column, int row) const {
 void Tiles::append(Gtk::Snapshot& snapshot) const {
     for (int row = 0; row < rows(); ++row)
         for (int column = 0; column < columns(); ++column)
-            if (const auto& texture = textures_[static_cast<std::size_t>(row * columns() + column)]) {
+            if (const auto& texture = textures_[index(column, row)]) {
                 const auto points = [&](int pixels) { return static_cast<float>(pixels / scale_); };
                 const graphene_rect_t place = {{points(column * side), points(row * side)},
                                                {points(texture->get_width()), points(texture->get_height())}};

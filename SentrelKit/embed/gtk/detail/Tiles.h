@@ -6,6 +6,7 @@
 #include <gdkmm/memorytexture.h>
 #include <gtkmm/snapshot.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -30,6 +31,9 @@ private:
     [[nodiscard]] int columns() const noexcept { return (width_ + side - 1) / side; }
     [[nodiscard]] int rows() const noexcept { return (height_ + side - 1) / side; }
     void renew(const Rect& area);
+    [[nodiscard]] std::size_t index(int column, int row) const noexcept {
+        return static_cast<std::size_t>(row) * static_cast<std::size_t>(columns()) + static_cast<std::size_t>(column);
+    }
     [[nodiscard]] Glib::RefPtr<Gdk::Texture> cut(int column, int row) const;
 
     int width_ = 0;  // device pixels

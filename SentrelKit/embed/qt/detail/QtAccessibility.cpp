@@ -132,7 +132,7 @@ public:
         const Found self = found();
         if (!self.element)
             return {};
-        const QString value = QString::fromStdString(self.element->value.value_or(""));
+        QString value = QString::fromStdString(self.element->value.value_or(""));
         switch (kind) {
         case QAccessible::Name:
             return QString::fromStdString(self.element->name);
@@ -289,6 +289,7 @@ QAccessibleInterface* QtAccessibility::objectOf(const AccessibleElement& element
     if (object.view.lock() != view) { // none yet, or that of a view which lay at the same place in memory
         if (object.id != 0)
             QAccessible::deleteAccessibleInterface(object.id);
+        // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks): it is Qt's from here on
         object = {view, QAccessible::registerAccessibleInterface(new ViewObject(widget_, *this, view))};
     }
     return QAccessible::accessibleInterface(object.id);
