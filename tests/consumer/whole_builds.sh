@@ -6,7 +6,8 @@
 set -euo pipefail
 consumer=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 source=$(cd "$consumer/../.." && pwd)
-out=$1
+mkdir -p "$1"
+out=$(cd "$1" && pwd)
 shift
 launcher=$(command -v ccache || true)
 
