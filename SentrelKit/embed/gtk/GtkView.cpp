@@ -157,8 +157,8 @@ public:
         isDrawing_ = false;
         tiles_.update(surface, sizeOf(*surface.view()), scale());
         tiles_.append(snapshot);
-        if (std::exchange(isChanged_, false))
-            // Not in the middle of a frame: it may ask for another size.
+        // Not in the middle of a frame: it may ask for another size. Frames may outrun the idle loop.
+        if (std::exchange(isChanged_, false) && !afterFrame_.connected())
             afterFrame_ = Glib::signal_idle().connect([this] {
                 followView();
                 return false;

@@ -19,6 +19,7 @@
 #include <SentrelKit/views/drawing/Canvas.h>
 #include <SentrelKit/views/drawing/Picture.h>
 
+#include <glibmm/main.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <gtkmm/box.h>
@@ -604,6 +605,25 @@ TEST_F(GtkViewTest, ItMayGoByTheActionOfAButtonHoweverThatIsPressed) {
         EXPECT_TRUE(serveUntil([&] { return !widget; }));
         settle();
     }
+}
+
+TEST_F(GtkViewTest, ItMayGoAfterFramesThatOutranTheIdleLoop) {
+    const auto view = std::make_shared<Counted>(Rect{0, 0, 100, 100});
+    auto widget = std::make_unique<GtkView>(view);
+    show(*widget);
+    ASSERT_TRUE(awaitColor(*widget, 50, 50, FUIColor::emerald()));
+    settle();
+    // Keeps the loop from idle work, and lets frames through.
+    sigc::connection busy = Glib::signal_idle().connect([] { return true; }, Glib::PRIORITY_DEFAULT_IDLE - 1);
+    for (int frame = 0; frame < 3; ++frame) {
+        const int before = view->drawn;
+        view->setNeedsDisplay(true);
+        ASSERT_TRUE(serveUntil([&] { return view->drawn > before; }));
+    }
+    window.unset_child();
+    widget.reset();
+    busy.disconnect();
+    settle(); // nothing of the widget runs
 }
 
 TEST_F(GtkViewTest, TheMainQueueRunsInTheLoop) {
