@@ -7,6 +7,7 @@
 /// <SentrelKit/views/drawing/coregraphics/CoreGraphicsCanvas.h>.
 
 #include <SentrelKit/Version.h>
+#include <SentrelKit/platform/Availability.h>
 #include <SentrelKit/platform/DispatchQueue.h>
 #include <SentrelKit/platform/Icon.h>
 #include <SentrelKit/probes/NetworkProbes.h>
@@ -21,6 +22,7 @@
 #include <SentrelKit/system/Disk/Disk.h>
 #include <SentrelKit/system/Formatting.h>
 #include <SentrelKit/system/GPU.h>
+#include <SentrelKit/system/MeasureSet.h>
 #include <SentrelKit/system/Memory.h>
 #include <SentrelKit/system/Mutex/Atomic.h>
 #include <SentrelKit/system/Mutex/Mutex.h>

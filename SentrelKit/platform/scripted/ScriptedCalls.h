@@ -9,6 +9,7 @@
 /// first argument. A handle that comes back is a call too: "release session".
 
 #include <SentrelKit/Export.h>
+#include <SentrelKit/platform/Availability.h>
 
 #include <cerrno>
 #include <cstddef>
@@ -82,6 +83,17 @@ public:
     /// Records a call and runs the hook; true, with errno set, if it is to fail. The operation is a literal. Allocates
     /// nothing while the arguments are short (15 bytes) and at most 4096 calls are kept.
     [[nodiscard]] bool fails(std::string_view operation, std::string arguments = {}) const;
+    /// Records a call and answers with a copy of the value, which may be absent: the machine does not have it then. The
+    /// result stays as it was unless it is available; a failure is `denied` or `unsupported` where errno says so.
+    template <class T>
+    [[nodiscard]] Availability answer(std::string_view operation, const std::optional<T>& value, T& result) const {
+        if (fails(operation))
+            return availabilityOf(errno);
+        if (!value)
+            return Availability::unsupported;
+        result = *value;
+        return Availability::available;
+    }
     /// Records a call that cannot fail.
     void record(std::string_view operation, std::string arguments = {}) const;
     /// Runs the hook of entries.

@@ -53,6 +53,22 @@ TEST(ScriptedCalls, FailForTheGivenArgumentsWithTheGivenError) {
     EXPECT_EQ(errno, ETIMEDOUT);
 }
 
+TEST(ScriptedCalls, AnswerWithACopyOrSayWhyThereIsNone) {
+    ScriptedCalls calls;
+    std::optional<int> value;
+    int result = 1;
+    EXPECT_EQ(calls.answer("cores", value, result), Availability::unsupported);
+    value = 4;
+    calls.fail("cores", {.call = 1, .error = EACCES});
+    calls.fail("cores", {.call = 2, .error = EIO});
+    EXPECT_EQ(calls.answer("cores", value, result), Availability::denied);
+    EXPECT_EQ(calls.answer("cores", value, result), Availability::failed);
+    EXPECT_EQ(result, 1);
+    EXPECT_EQ(calls.answer("cores", value, result), Availability::available);
+    EXPECT_EQ(result, 4);
+    EXPECT_THAT(calls.list(), ElementsAre("cores", "cores", "cores", "cores"));
+}
+
 TEST(ScriptedCalls, FailForTheNthCallFromThenOn) {
     ScriptedCalls calls;
     EXPECT_FALSE(calls.fails("space", "/data"));
