@@ -22,6 +22,7 @@
 #include <SentrelKit/system/Disk/Disk.h>
 #include <SentrelKit/system/Formatting.h>
 #include <SentrelKit/system/GPU.h>
+#include <SentrelKit/system/History.h>
 #include <SentrelKit/system/MeasureSet.h>
 #include <SentrelKit/system/Memory.h>
 #include <SentrelKit/system/Mutex/Atomic.h>
@@ -31,6 +32,7 @@
 #include <SentrelKit/system/Signal.h>
 #include <SentrelKit/system/System.h>
 #include <SentrelKit/system/SystemResource.h>
+#include <SentrelKit/system/Threshold.h>
 #include <SentrelKit/system/Time.h>
 #include <SentrelKit/system/Timer.h>
 #include <SentrelKit/views/Accessibility.h>

@@ -10,8 +10,18 @@ namespace sentrel {
 
 Task::Task(double interval, DispatchQueue& queue, std::shared_ptr<SystemResource> resource, System::Group group,
            bool delayed)
-    : Timer(interval, queue, [resource] { resource->update(); }), interval_(interval), delayed_(delayed),
-      resource_(std::move(resource)), group_(group) {}
+    : Task(interval, queue, std::move(resource), group, delayed, std::make_shared<Samples>()) {}
+
+Task::Task(double interval, DispatchQueue& queue, std::shared_ptr<SystemResource> resource, System::Group group,
+           bool delayed, std::shared_ptr<Samples> samples)
+    : Timer(interval, queue,
+            [resource, samples] {
+                resource->update();
+                samples->post({});
+                samples->tell();
+            }),
+      interval_(interval), delayed_(delayed), resource_(std::move(resource)), group_(group),
+      samples_(std::move(samples)) {}
 
 System& System::shared() {
     // Never destroyed: samples may run until the process is gone.
@@ -55,6 +65,13 @@ void System::start(const SystemResource& resource) {
 
 void System::stop(const SystemResource& resource) {
     forEachOfKind(resource, [](Task& task) { task.suspend(); });
+}
+
+Observation System::observeSamples(const SystemResource& resource, std::function<void()> observer) {
+    for (const auto& task : tasks_)
+        if (task->resource().type() == resource.type())
+            return task->observeSamples(std::move(observer));
+    return {};
 }
 
 std::vector<System::TaskInfo> System::tasks() const {

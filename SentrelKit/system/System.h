@@ -6,6 +6,7 @@
 
 #include <SentrelKit/Export.h>
 #include <SentrelKit/X11Names.h>
+#include <SentrelKit/platform/Observation.h>
 #include <SentrelKit/probes/SystemManager.h>
 #include <SentrelKit/system/Applications.h>
 #include <SentrelKit/system/Battery.h>
@@ -74,6 +75,12 @@ public:
 
     /// Suspends the task of the resource's kind.
     void stop(const SystemResource& resource);
+
+    /// Registers an observer that is told after each sample of the resource's kind that its task took, with the new
+    /// figures in the model: on the background queue, one call at a time (platform/Observation.h). Feeds histories
+    /// and thresholds. An empty observation for a kind without a task, such as the battery, which has an event of its
+    /// own. Any thread; the registry may go first.
+    [[nodiscard]] Observation observeSamples(const SystemResource& resource, std::function<void()> observer);
 
     /// What one task samples and how, for inspection.
     struct TaskInfo {

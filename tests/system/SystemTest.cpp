@@ -189,5 +189,50 @@ TEST(System, AsksForNoVolumesWhileNothingIsStarted) {
     EXPECT_TRUE(machine->volumes().calls.list().empty());
 }
 
+TEST(System, TellsAnObserverAfterEachSampleOfAKind) {
+    ScriptedMachine machine;
+    System system;
+    std::vector<std::uint64_t> seen;
+    Observation observation = system.observeSamples(system.mem(), [&] { seen.push_back(system.mem().wired()); });
+    EXPECT_TRUE(observation);
+    system.mem().update(); // not of its task
+    system.start(system.cpu());
+    machine->advance(4);
+    EXPECT_TRUE(seen.empty());
+    system.start(system.mem());
+    machine->host().virtualMemoryValue.wire_count = 1;
+    machine->advance(2);
+    machine->host().virtualMemoryValue.wire_count = 2;
+    machine->advance(2);
+    EXPECT_EQ(seen, (std::vector<std::uint64_t>{4096, 8192}));
+    system.stop();
+    machine->advance(4);
+    EXPECT_EQ(seen.size(), 2U);
+    system.start(system.mem());
+    observation.reset();
+    machine->advance(4);
+    EXPECT_EQ(seen.size(), 2U);
+}
+
+TEST(System, TellsNobodyOfAKindWithoutATask) {
+    ScriptedMachine machine;
+    System system;
+    EXPECT_FALSE(system.observeSamples(system.battery(), [] {}));
+}
+
+TEST(System, AnObserverOfSamplesMayOutliveTheRegistry) {
+    ScriptedMachine machine;
+    int samples = 0;
+    Observation observation;
+    {
+        System system;
+        observation = system.observeSamples(system.cpu(), [&] { ++samples; });
+        system.start(system.cpu());
+        machine->advance(1.1);
+    }
+    machine->advance(5);
+    EXPECT_EQ(samples, 1);
+}
+
 } // namespace
 } // namespace sentrel
