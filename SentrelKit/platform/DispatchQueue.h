@@ -19,6 +19,7 @@
 
 #include <SentrelKit/Export.h>
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -83,6 +84,10 @@ namespace dispatch {
 /// of its own (GLib, GTK, Qt on GLib, NSApplication) does not call this. An exception of a closure or tick ends it and
 /// passes through.
 SENTREL_API void runMain(double seconds);
+/// The same with a duration.
+inline void runMain(std::chrono::duration<double> time) {
+    runMain(time.count());
+}
 
 /// For a host with any other main loop, on X11, libuv or poll itself: a descriptor that poll, select and epoll find
 /// readable while the main queue has something to run. The host then calls `serveMain`; it never reads from it or

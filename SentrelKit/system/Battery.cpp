@@ -157,12 +157,19 @@ void Battery::powerSourceChanged(const Record& record) {
     store(current_, std::optional<std::int64_t>(data.current));
     store(percent_, std::optional<std::int64_t>(data.percent));
     store(acWatts_, std::optional<std::int64_t>(data.watts));
-    timeRemaining_.setValue(remainingText(charging ? data.timeToFull : data.timeToEmpty, charging));
+    const std::int32_t minutes = charging ? data.timeToFull : data.timeToEmpty;
+    timeRemaining_.setValue(remainingText(minutes, charging));
+    remainingMinutes_ = minutes;
     onBatteryChanged_.fire();
 }
 
 std::string Battery::timeRemaining() const {
     return timeRemaining_.value();
+}
+
+std::optional<std::chrono::minutes> Battery::remainingDuration() const noexcept {
+    const std::int32_t minutes = remainingMinutes_;
+    return minutes > 0 ? std::optional(std::chrono::minutes(minutes)) : std::nullopt;
 }
 
 std::string Battery::condition() const {

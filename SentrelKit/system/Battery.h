@@ -11,8 +11,10 @@
 #include <SentrelKit/system/Signal.h>
 #include <SentrelKit/system/SystemResource.h>
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace sentrel::platform {
@@ -74,6 +76,10 @@ public:
     /// to tell. "Calculating..", with two dots, before the first change: meant so.
     [[nodiscard]] std::string timeRemaining() const;
 
+    /// The time that `timeRemaining` tells: until the battery is empty, or full while it is charged. Absent before the
+    /// first change, while it cannot be known, and when there is no time to tell.
+    [[nodiscard]] std::optional<std::chrono::minutes> remainingDuration() const noexcept;
+
     [[nodiscard]] std::int64_t voltage() const noexcept { return voltage_; } ///< mV
     [[nodiscard]] std::int64_t current() const noexcept { return current_; } ///< mA, negative while discharging
 
@@ -115,6 +121,7 @@ private:
     Relaxed<std::int64_t> designCycleCount_;
     Relaxed<double> temperature_;
     Atomic<std::string> timeRemaining_{"Calculating.."};
+    Relaxed<std::int32_t> remainingMinutes_; // what is not above 0 is no time
     Relaxed<std::int64_t> voltage_;
     Relaxed<std::int64_t> current_;
     Relaxed<std::int64_t> percent_;

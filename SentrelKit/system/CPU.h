@@ -11,6 +11,7 @@
 #include <SentrelKit/system/SystemResource.h>
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -59,14 +60,28 @@ public:
 
     [[nodiscard]] std::int64_t bootTime() const noexcept { return bootTime_; } ///< seconds since the epoch
 
+    /// The same as a moment.
+    [[nodiscard]] std::chrono::system_clock::time_point bootTimePoint() const noexcept {
+        return std::chrono::system_clock::time_point(std::chrono::seconds(bootTime()));
+    }
+
     /// Seconds since boot by the wall clock; since 1970 if the moment of boot is not known.
     [[nodiscard]] std::int64_t uptime() const;
+
+    /// The same as a duration.
+    [[nodiscard]] std::chrono::seconds uptimeDuration() const { return std::chrono::seconds(uptime()); }
 
     /// Seconds since boot that the machine was awake; 0 if it cannot be told.
     [[nodiscard]] std::int64_t awakeTime() const;
 
+    /// The same as a duration.
+    [[nodiscard]] std::chrono::seconds awakeDuration() const { return std::chrono::seconds(awakeTime()); }
+
     /// The rest of `uptime`: seconds that the machine slept.
     [[nodiscard]] std::int64_t sleepTime() const;
+
+    /// The same as a duration.
+    [[nodiscard]] std::chrono::seconds sleepDuration() const { return std::chrono::seconds(sleepTime()); }
 
     /// The platform's word on the machine's heat; nominal where it has none.
     [[nodiscard]] ThermalState thermalState() const;

@@ -26,6 +26,7 @@
 #include <SentrelKit/platform/DispatchQueue.h>
 #include <SentrelKit/system/Mutex/Atomic.h>
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -112,6 +113,9 @@ public:
         delay_ = delay;
         return this->shared_from_this();
     }
+
+    /// The same with a duration.
+    Handle queue(std::chrono::duration<double> delay) { return queue(delay.count()); }
 
     /// Runs the callback on a queue. A value on its way there does not keep the owner alive: it is dropped if, when its
     /// turn comes, the owner is gone or the subscription was cancelled or detached. During the call the owner is kept.

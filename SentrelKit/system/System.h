@@ -18,6 +18,7 @@
 #include <SentrelKit/system/SystemResource.h>
 #include <SentrelKit/system/Timer.h>
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -89,6 +90,10 @@ public:
         Group group;                 ///< which start by group means it
         bool delayed;                ///< starts only by its resource
         Timer::Status status;        ///< whether it runs
+        /// The interval as a duration.
+        [[nodiscard]] std::chrono::duration<double> period() const noexcept {
+            return std::chrono::duration<double>(interval);
+        }
         /// Whether everything is the same.
         friend bool operator==(const TaskInfo&, const TaskInfo&) = default;
     };

@@ -5,6 +5,7 @@
 
 #include <SentrelKit/Export.h>
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 
@@ -33,9 +34,13 @@ public:
 
     /// Seconds as days, hours, minutes and seconds.
     [[nodiscard]] static Split split(std::int64_t seconds);
+    /// A duration as days, hours, minutes and seconds.
+    [[nodiscard]] static Split split(std::chrono::seconds time) { return split(std::int64_t{time.count()}); }
 
     /// "3 days, 4 hours, 12 minutes". Days and hours are left out when there are none, seconds always.
     [[nodiscard]] static std::string uptime(std::int64_t seconds);
+    /// The same of a duration.
+    [[nodiscard]] static std::string uptime(std::chrono::seconds time) { return uptime(std::int64_t{time.count()}); }
 };
 
 } // namespace sentrel

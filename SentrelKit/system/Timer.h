@@ -7,6 +7,7 @@
 #include <SentrelKit/X11Names.h>
 #include <SentrelKit/platform/DispatchQueue.h>
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -38,6 +39,16 @@ public:
     /// A stopped timer on the main queue. Note that `delay` has the opposite default.
     Timer(double interval, std::function<void()> closure) : Timer(interval, false, std::move(closure)) {}
 
+    /// The same with the interval as a duration.
+    Timer(std::chrono::duration<double> interval, bool background, std::function<void()> closure)
+        : Timer(interval.count(), background, std::move(closure)) {}
+    /// The same on a queue.
+    Timer(std::chrono::duration<double> interval, DispatchQueue& queue, std::function<void()> closure)
+        : Timer(interval.count(), queue, std::move(closure)) {}
+    /// The same on the main queue.
+    Timer(std::chrono::duration<double> interval, std::function<void()> closure)
+        : Timer(interval.count(), std::move(closure)) {}
+
     virtual ~Timer();
     Timer(const Timer&) = delete;
     Timer& operator=(const Timer&) = delete;
@@ -59,6 +70,15 @@ public:
 
     /// Runs the closure once, `seconds` from now, on the background queue. Any thread.
     static void delay(double seconds, std::function<void()> closure) { delay(seconds, true, std::move(closure)); }
+
+    /// The same with a duration.
+    static void delay(std::chrono::duration<double> time, bool background, std::function<void()> closure) {
+        delay(time.count(), background, std::move(closure));
+    }
+    /// The same on the background queue.
+    static void delay(std::chrono::duration<double> time, std::function<void()> closure) {
+        delay(time.count(), std::move(closure));
+    }
 
     /// Runs the closure soon on the background queue. Any thread.
     static void onBackground(std::function<void()> closure);

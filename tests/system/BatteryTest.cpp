@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <cmath>
 #include <limits>
 #include <memory>
@@ -88,6 +89,7 @@ TEST_F(BatteryModel, ReadsFixedFactsAndFirstFiguresWhenItIsMade) {
     EXPECT_EQ(battery.designCycleCount(), 1000);
     EXPECT_DOUBLE_EQ(battery.temperature(), 30.12);
     EXPECT_EQ(battery.timeRemaining(), "2:05 remaining");
+    EXPECT_EQ(battery.remainingDuration(), std::chrono::minutes(125));
     EXPECT_EQ(battery.voltage(), 12000);
     EXPECT_EQ(battery.current(), -1500);
     EXPECT_EQ(battery.percent(), 51);
@@ -113,6 +115,7 @@ TEST_F(BatteryModel, IsOnTheMainsAndSilentWithoutABattery) {
     EXPECT_TRUE(battery.isACPowered());
     EXPECT_FALSE(battery.installed());
     EXPECT_EQ(battery.timeRemaining(), "Calculating..");
+    EXPECT_EQ(battery.remainingDuration(), std::nullopt);
     EXPECT_EQ(battery.condition(), "");
     EXPECT_EQ(battery.age(), "");
     EXPECT_EQ(battery.manufactured(), "");
@@ -136,6 +139,7 @@ TEST_F(BatteryModel, KeepsTheTwoDottedTextUntilTheFirstRecord) {
     power().sources = {source(-1)};
     power().change();
     EXPECT_EQ(battery.timeRemaining(), "Calculating...");
+    EXPECT_EQ(battery.remainingDuration(), std::nullopt);
 }
 
 TEST_F(BatteryModel, SaysNormalWithoutAReportedCondition) {

@@ -3,6 +3,7 @@
 
 #include <SentrelKit/platform/scripted/ScriptedMachine.h>
 
+#include <chrono>
 #include <gtest/gtest.h>
 #include <thread>
 
@@ -114,6 +115,10 @@ TEST(CPU, SplitsTheTimeSinceBootIntoAwakeAndAsleep) {
     machine->host().awakeUptimeValue = 7'499.999;
     const CPU cpu;
     EXPECT_EQ(cpu.uptime(), 10'000);
+    EXPECT_EQ(cpu.uptimeDuration(), std::chrono::seconds(10'000));
+    EXPECT_EQ(cpu.awakeDuration(), std::chrono::seconds(cpu.awakeTime()));
+    EXPECT_EQ(cpu.sleepDuration(), std::chrono::seconds(cpu.sleepTime()));
+    EXPECT_EQ(std::chrono::system_clock::to_time_t(cpu.bootTimePoint()), cpu.bootTime());
     EXPECT_EQ(cpu.awakeTime(), 7'499);
     EXPECT_EQ(cpu.sleepTime(), 2'501);
     machine->advance(60);

@@ -6,6 +6,7 @@
 #include <SentrelKit/platform/scripted/ScriptedPlatform.h>
 
 #include <atomic>
+#include <chrono>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <stdexcept>
@@ -210,6 +211,15 @@ TEST_F(SignalTest, CollapsesABurstIntoOneDeliveryOfTheNewestValue) {
     signal.fire(4);
     machine.advance(0.5);
     EXPECT_THAT(received, ElementsAre(3, 4));
+}
+
+TEST_F(SignalTest, TakesADelayAsADurationToo) {
+    signal.listen(owner, record())->queue(std::chrono::milliseconds(500));
+    signal.fire(1);
+    machine.advance(0.49);
+    EXPECT_THAT(received, IsEmpty());
+    machine.advance(0.01);
+    EXPECT_THAT(received, ElementsAre(1));
 }
 
 TEST_F(SignalTest, RunsADelayedDeliveryOnTheMainQueueUnlessGivenAnother) {

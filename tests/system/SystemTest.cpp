@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <set>
 #include <string>
 #include <thread>
@@ -90,6 +91,7 @@ TEST(System, SamplesTheGraphicsProcessorWhereThereAreTwo) {
     System system;
     ASSERT_EQ(system.tasks().size(), 6U);
     EXPECT_EQ(system.tasks()[5], (System::TaskInfo{Kind::gpu, 1.1, Group::system, true, Status::initial}));
+    EXPECT_EQ(system.tasks()[5].period(), std::chrono::milliseconds(1100));
     system.start(system.gpu());
     EXPECT_EQ(started(system), std::set<Kind>{Kind::gpu});
     EXPECT_EQ(system.gpu().name(), "Intel Something");

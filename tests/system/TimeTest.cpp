@@ -3,6 +3,7 @@
 
 #include <SentrelKit/platform/scripted/ScriptedMachine.h>
 
+#include <chrono>
 #include <cstdint>
 #include <gtest/gtest.h>
 #include <limits>
@@ -58,6 +59,12 @@ TEST(Time, PutsAnUptimeIntoWords) {
     };
     for (const Case& each : cases)
         EXPECT_EQ(Time::uptime(each.seconds), each.text) << each.seconds;
+}
+
+TEST(Time, TakesDurationsToo) {
+    using namespace std::chrono_literals;
+    EXPECT_EQ(Time::split(25h + 1s), (Time::Split{1, 1, 0, 1}));
+    EXPECT_EQ(Time::uptime(26h + 3min), Time::uptime(std::int64_t{26 * 3600 + 180}));
 }
 
 TEST(Time, NeverShowsDaysOrHoursOfANegativeUptime) {

@@ -5,9 +5,11 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace sentrel {
 namespace {
@@ -176,6 +178,22 @@ TEST(Timer, DelaysOnTheBackgroundQueueUnlessAskedOtherwise) {
     machine->advance(0.01);
     EXPECT_EQ(byDefault, machine->dispatch().backgroundQueue().get());
     EXPECT_EQ(onMain, machine->dispatch().mainQueue().get());
+}
+
+TEST(Timer, TakesItsIntervalsAsDurationsToo) {
+    using namespace std::chrono_literals;
+    ScriptedMachine machine;
+    std::vector<std::string> ran;
+    Timer onMain(1500ms, [&] { ran.push_back("main"); });
+    Timer onBackground(2s, true, [&] { ran.push_back("background"); });
+    Timer onQueue(2500ms, *dispatch::serialQueue("own"), [&] { ran.push_back("queue"); });
+    Timer::delay(1s, [&] { ran.push_back("once"); });
+    Timer::delay(1250ms, false, [&] { ran.push_back("once on main"); });
+    onMain.start();
+    onBackground.start();
+    onQueue.start();
+    dispatch::runMain(2600ms);
+    EXPECT_EQ(ran, (std::vector<std::string>{"once", "once on main", "main", "background", "queue"}));
 }
 
 // It held the queue that held it.
