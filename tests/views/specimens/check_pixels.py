@@ -10,11 +10,12 @@ import cmath
 import math
 import os
 import pathlib
-import struct
 import subprocess
 import sys
 import tempfile
-import zlib
+
+sys.path.append(str(pathlib.Path(__file__).parents[2] / "support"))
+import png
 
 WHITE, BLACK = (255, 255, 255), (0, 0, 0)
 EMERALD, SUNFLOWER, ALIZARIN = (46, 204, 113), (241, 196, 15), (231, 76, 60)
@@ -66,37 +67,13 @@ def clockwise(degrees):
     return cmath.rect(1, math.radians(degrees - 90))
 
 
-# What each of PNG's filters guesses a byte to be, from those to its left, above it and above that to its left.
-GUESSES = [lambda left, up, corner: 0,
-           lambda left, up, corner: left,
-           lambda left, up, corner: up,
-           lambda left, up, corner: (left + up) // 2,
-           lambda left, up, corner: min((left, up, corner), key=lambda byte: abs(left + up - corner - byte))]
-
-
 class Picture:
     """A PNG of 8-bit RGB or RGBA, read in points."""
 
     def __init__(self, path, scale):
         self.scale = scale
-        data, place, chunks = pathlib.Path(path).read_bytes(), 8, {}
-        assert data.startswith(b"\x89PNG\r\n\x1a\n")
-        while place < len(data):
-            length, kind = struct.unpack_from(">I4s", data, place)
-            chunks[kind] = chunks.get(kind, b"") + data[place + 8:place + 8 + length]
-            place += 12 + length
-        self.width, self.height, depth, color, *rest = struct.unpack(">IIBBBBB", chunks[b"IHDR"])
-        assert depth == 8 and color in (2, 6) and not any(rest)
-        n = self.channels = 3 if color == 2 else 4
-        raw, stride = zlib.decompress(chunks[b"IDAT"]), self.width * n
-        self.rows, before = [], bytes(stride)
-        for start in range(0, len(raw), stride + 1):
-            guess, line = GUESSES[raw[start]], bytearray(raw[start + 1:start + 1 + stride])
-            for i, up in enumerate(before):
-                left, corner = (line[i - n], before[i - n]) if i >= n else (0, 0)
-                line[i] = (line[i] + guess(left, up, corner)) & 0xFF
-            self.rows.append(line)
-            before = line
+        self.width, self.height, self.channels, self.rows = png.read(path)
+        assert self.channels in (3, 4)
 
     def pixel(self, column, row):
         start = min(max(column, 0), self.width - 1) * self.channels
