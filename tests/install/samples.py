@@ -1,21 +1,28 @@
 #!/usr/bin/env python3
-"""Builds each block of C++ of a document as a host that finds the package with CMake and runs those that are on a
-scripted machine; the first of these also as a host that finds it with pkg-config.
+"""Builds each block of C++ of a document as a host that finds the package with CMake, and runs it; the first one that
+is on a scripted machine also as a host that finds it with pkg-config. One that opens a window ends by itself only in
+trouble: it runs for a moment, where there is a desktop to be had for it.
 
 A block without a main function is the body of one. If the document's first block holds nothing but includes and using
-lines, the others stand after it, as the functions of one program. A document that shows how to find the package with
-CMake is taken at its word. What a block includes says what else it links.
+lines, the others stand after it, as the functions of one program, or, where one of them is the main function, as they
+are. A document that shows how to find the package with CMake is taken at its word. What a block includes says what else
+it links. A picture beside the document that its code draws has to look as it is drawn, but for the edges of letters; with
+PICTURES, a folder, the drawn ones are put there instead.
 
-usage: samples.py DOCUMENT PREFIX COMPILER
+usage: samples.py DOCUMENT PREFIX COMPILER [PICTURES]
 """
 import os
 import pathlib
 import re
+import shutil
 import subprocess
 import sys
 import tempfile
 
-document, prefix, compiler = sys.argv[1:]
+sys.path.append(str(pathlib.Path(__file__).parents[1] / "support"))
+import png
+
+document, prefix, compiler, *pictures = sys.argv[1:]
 text = pathlib.Path(document).read_text()
 blocks = re.findall(r"^```(\w+)\n(.*?)^```", text, re.M | re.S)
 cpp = [code for language, code in blocks if language == "cpp"]
@@ -25,7 +32,9 @@ find = re.search(r"find_package.*", cmake[0])[0] if cmake else "find_package(Sen
 link = re.search(r"target_link_libraries\(host PRIVATE ([\w:]+)", cmake[0])[1] if cmake else "SentrelKit::Views"
 
 includes = r"(?:#include .*\n|using .*\n|\n)*"
-if re.fullmatch(includes, cpp[0]):
+if re.fullmatch(includes, cpp[0]) and any("int main" in code for code in cpp):
+    cpp = ["\n".join(cpp)]
+elif re.fullmatch(includes, cpp[0]):
     functions = "".join(f"static void sample{number}() {{\n{code}}}\n" for number, code in enumerate(cpp[1:]))
     calls = "".join(f"    sample{number}();\n" for number in range(len(cpp) - 1))
     cpp = [f"{cpp[0]}{functions}int main() {{\n{calls}}}\n"]
@@ -70,9 +79,27 @@ with tempfile.TemporaryDirectory() as place:
     run("cmake", "-G", "Ninja", "-S", place, "-B", place / "build", f"-DCMAKE_CXX_COMPILER={compiler}",
         f"-DCMAKE_PREFIX_PATH={prefix}", stdout=subprocess.DEVNULL)
     run("cmake", "--build", place / "build")
-    for number in scripted:
-        print(f"block {number}", flush=True)
-        run(place / "build" / f"block{number}", cwd=place)
+    # What a program keeps of settings, it keeps here.
+    environment = dict(os.environ, XDG_CONFIG_HOME=str(place / "config"))
+    desktop = pathlib.Path(__file__).parents[1] / "embed/support/desktop_session.py"
+    for number, code in enumerate(programs):
+        host = place / "build" / f"block{number}"
+        if "/embed/" not in code and "cairo-xlib" not in code:
+            print(f"block {number}", flush=True)
+            run(host, cwd=place, env=environment)
+        elif desktop.exists() and shutil.which("Xvfb"):
+            print(f"block {number}, for a moment", flush=True)
+            moment = ["timeout", "3", host]
+            ended = subprocess.run([desktop, "--", *moment], cwd=place, env=environment, timeout=60).returncode
+            assert ended == 124, f"a program with a window ended by itself: {ended}"
+
+    for drawn in place.glob("*.png"):
+        shown = pathlib.Path(document).with_name(drawn.name)
+        if pictures:
+            shutil.copy(drawn, pictures[0])
+        elif f"({drawn.name})" in text:
+            share = png.differing(drawn, shown, 24)
+            assert share <= 1 / 2000, f"{share:.2%} of {shown} is not as it is drawn"
 
     for number in scripted[:1]:
         libraries = pkg_config("--variable=libdir", "sentrelkit-core")[0]
@@ -80,4 +107,4 @@ with tempfile.TemporaryDirectory() as place:
         flags = pkg_config(*how, "--cflags", "--libs", "sentrelkit-views", "sentrelkit-testing")
         run(compiler, "-std=c++20", place / f"block{number}.cpp", "-o", place / "by_pkg_config",
             f"-Wl,-rpath,{libraries}", *flags)
-        run(place / "by_pkg_config")
+        run(place / "by_pkg_config", cwd=place)

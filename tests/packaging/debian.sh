@@ -56,7 +56,7 @@ for package in "$out"/*.deb; do
     case $package in *-dbgsym_*) ;; *) cp "$package" "$machine/packages" ;; esac
 done
 install $(cd "$machine" && ls -d ./packages/*.deb)
-cp README.md docs/testing.md tests/install/samples.py "$machine/program"
+cp README.md docs/testing.md tests/install/samples.py tests/support/png.py "$machine/program"
 for document in README.md testing.md; do
     inside python3 /program/samples.py /program/$document /usr g++
 done

@@ -33,3 +33,14 @@ def read(path):
         rows.append(line)
         before = line
     return width, height, channels, rows
+
+
+def differing(path, other, shade):
+    """The share of the pixels of two PNGs, 0 to 1, with a channel that differs by more than `shade` of 255."""
+    width, height, channels, rows = read(path)
+    *form, others = read(other)
+    if form != [width, height, channels]:
+        return 1.0
+    pixels = (any(abs(a - b) > shade for a, b in zip(row[i:i + channels], line[i:i + channels]))
+              for row, line in zip(rows, others) for i in range(0, len(row), channels))
+    return sum(pixels) / (width * height)
