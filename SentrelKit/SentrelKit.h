@@ -10,6 +10,7 @@
 #include <SentrelKit/platform/Availability.h>
 #include <SentrelKit/platform/DispatchQueue.h>
 #include <SentrelKit/platform/Icon.h>
+#include <SentrelKit/platform/Pressure.h>
 #include <SentrelKit/probes/NetworkProbes.h>
 #include <SentrelKit/settings/DefaultsKey.h>
 #include <SentrelKit/settings/Number.h>

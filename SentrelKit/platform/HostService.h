@@ -5,11 +5,15 @@
 /// reading and decides nothing; one that fails gives no value. Any thread.
 
 #include <SentrelKit/Export.h>
+#include <SentrelKit/platform/Availability.h>
+#include <SentrelKit/platform/Observation.h>
+#include <SentrelKit/platform/Pressure.h>
 #include <SentrelKit/platform/ThermalState.h>
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
 
@@ -124,6 +128,15 @@ public:
 
     /// The heat by the machine's own judgement.
     [[nodiscard]] virtual std::optional<ThermalState> thermalState() = 0;
+
+    /// How much threads wait for a resource; the record stays as it was unless it is available. Allocates nothing.
+    [[nodiscard]] virtual Availability pressure(PressureResource resource, Pressure& pressure) noexcept = 0;
+
+    /// Calls each time threads waited for a resource as long as the threshold says within its window, at most once a
+    /// window. The system itself counts; nothing runs meanwhile. On the background queue. Empty, with errno set, where
+    /// the system refuses or does not have it (`availabilityOf`).
+    [[nodiscard]] virtual Observation observePressure(PressureResource resource, const PressureThreshold& threshold,
+                                                      std::function<void()> crossed) = 0;
 };
 
 } // namespace sentrel::platform

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cmath>
 #include <string>
 #include <vector>
@@ -17,6 +18,14 @@ using testing::Each;
 
 std::string textOf(const PropertyList::Bytes& bytes) {
     return {bytes.begin(), bytes.end()};
+}
+
+bool isShare(double percent) {
+    return percent >= 0 && percent <= 100;
+}
+
+bool isShare(const PressureShare& share) {
+    return isShare(share.avg10) && isShare(share.avg60) && isShare(share.avg300);
 }
 
 // A counter that wraps at 2^32 went on, or stood still.
@@ -147,6 +156,33 @@ TEST_P(PlatformContract, TheHeatIsOneOfItsLevels) {
     const auto state = platform().host().thermalState();
     EXPECT_TRUE(state || machine->isReal());
     EXPECT_LE(state.value_or(ThermalState::nominal), ThermalState::critical);
+}
+
+TEST_P(PlatformContract, PressureIsAShareOfTheTimeOrNotToBeHad) {
+    for (const PressureResource resource : {PressureResource::cpu, PressureResource::memory, PressureResource::io}) {
+        const Pressure before{{1, 2, 3, 4}, PressureShare{5, 6, 7, 8}};
+        Pressure pressure = before;
+        if (platform().host().pressure(resource, pressure) != Availability::available) {
+            EXPECT_EQ(pressure, before);
+            continue;
+        }
+        EXPECT_TRUE(isShare(pressure.some));
+        EXPECT_TRUE(!pressure.full || isShare(*pressure.full));
+        Pressure later;
+        ASSERT_EQ(platform().host().pressure(resource, later), Availability::available);
+        EXPECT_GE(later.some.total, pressure.some.total);
+        EXPECT_GE(later.full.value_or(PressureShare()).total, pressure.full.value_or(PressureShare()).total);
+    }
+}
+
+TEST_P(PlatformContract, AnObserverOfPressureIsReleasedAtAnyTime) {
+    for (const PressureResource resource : {PressureResource::cpu, PressureResource::memory, PressureResource::io}) {
+        errno = 0;
+        Observation observation = platform().host().observePressure(resource, {}, [] {});
+        EXPECT_TRUE(observation || errno != 0) << "why it is refused";
+        observation.reset();
+        EXPECT_FALSE(observation);
+    }
 }
 
 TEST_P(PlatformContract, AQuestionAboutTheHostThatFailsHasNoAnswer) {

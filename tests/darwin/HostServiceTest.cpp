@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/darwin/DarwinTest.h"
 
+#include "tests/darwin/doubles/Queues.h"
+
 #include <SentrelKit/platform/macos/host/MacHostService.h>
+
+#include <dispatch/dispatch.h>
 
 #include <array>
 #include <cerrno>
@@ -155,6 +159,56 @@ TEST_F(MacHost, HasNoWordForALevelOfHeatThatIsNew) {
         machine().thermalState = state;
         EXPECT_EQ(host.thermalState(), std::nullopt);
     }
+}
+
+TEST_F(MacHost, AveragesNoPressure) {
+    Pressure pressure;
+    EXPECT_EQ(MacHostService().pressure(PressureResource::memory, pressure), Availability::unsupported);
+}
+
+TEST_F(MacHost, TellsOfTheSystemsWarningsOnMemory) {
+    MacHostService host;
+    int warned = 0;
+    int critical = 0;
+    {
+        const Observation some = host.observePressure(PressureResource::memory, {}, [&] {
+            ++warned;
+            EXPECT_EQ(queues::running(), "background");
+        });
+        Observation full = host.observePressure(PressureResource::memory, {PressureThreshold::Kind::full},
+                                                [&critical] { ++critical; });
+        ASSERT_TRUE(some && full);
+        queues::pressMemory(DISPATCH_MEMORYPRESSURE_WARN);
+        EXPECT_EQ(warned, 0);
+        queues::advance(0);
+        EXPECT_EQ(warned, 1);
+        EXPECT_EQ(critical, 0);
+        queues::pressMemory(DISPATCH_MEMORYPRESSURE_CRITICAL);
+        queues::advance(0);
+        EXPECT_EQ(warned, 2);
+        EXPECT_EQ(critical, 1);
+        queues::pressMemory(DISPATCH_MEMORYPRESSURE_CRITICAL); // on its way as the observation is released
+        full.reset();
+        queues::advance(0);
+        EXPECT_EQ(warned, 3);
+        EXPECT_EQ(critical, 1);
+    }
+    queues::pressMemory(DISPATCH_MEMORYPRESSURE_CRITICAL);
+    queues::advance(0);
+    EXPECT_EQ(warned, 3);
+}
+
+TEST_F(MacHost, HasNoPressureToObserveBeyondMemoryOrWhereDispatchRefuses) {
+    MacHostService host;
+    for (const PressureResource resource : {PressureResource::cpu, PressureResource::io}) {
+        errno = 0;
+        EXPECT_FALSE(host.observePressure(resource, {}, [] {}));
+        EXPECT_EQ(errno, ENOTSUP);
+    }
+    failures::plan("dispatch_source_create", 0);
+    errno = 0;
+    EXPECT_FALSE(host.observePressure(PressureResource::memory, {}, [] {}));
+    EXPECT_EQ(errno, ENOTSUP);
 }
 
 } // namespace

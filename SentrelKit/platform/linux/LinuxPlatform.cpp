@@ -23,7 +23,7 @@ struct LinuxPlatform::Services {
     SystemRoot root;
     LinuxClock clock;
     LinuxDispatch dispatch;
-    LinuxHostService host{root};
+    LinuxHostService host{root, &dispatch};
     LinuxGraphicsService graphics{root};
     LinuxVolumeService volumes{root, dispatch};
     LinuxNetworkService network{root, dispatch};

@@ -3,14 +3,20 @@
 
 #include <SentrelKit/platform/HostService.h>
 #include <SentrelKit/platform/scripted/ScriptedCalls.h>
+#include <SentrelKit/platform/support/Observer.h>
 
+#include <array>
+#include <functional>
+#include <optional>
 #include <string>
 
 namespace sentrel::platform {
 
 /// A host made of values: each answer is a public field. As made, a machine that tells nothing: zeros, an empty brand,
 /// no heat. The values are set on the test's thread while no other one asks. `brand` is recorded with the size of the
-/// buffer, `processorSetLoad` with the handle of the set; a set that is not the default one fails with EINVAL.
+/// buffer, `processorSetLoad` with the handle of the set; a set that is not the default one fails with EINVAL. A
+/// resource is recorded with its number, and the observation of its pressure, which needs that the resource has one,
+/// with the threshold behind it: "observePressure 0 some 150000 2000000"; what keeps it is told as "observation".
 class SENTREL_API ScriptedHostService final : public HostService {
 public:
     ScriptedCalls calls;                                    ///< what was asked, and how it fails
@@ -26,6 +32,8 @@ public:
     std::uint64_t physicalMemoryValue = 0;                  ///< what `physicalMemory` answers
     double awakeUptimeValue = 0;                            ///< what `awakeUptime` answers
     ThermalState thermalStateValue = ThermalState::nominal; ///< what `thermalState` answers
+    /// What `pressure` answers, for each resource in their order; absent: the machine does not count it.
+    std::array<std::optional<Pressure>, 3> pressureValues;
 
     std::optional<std::int64_t> bootTime() override { return answer("bootTime", bootTimeValue); }
     std::optional<host_basic_info> hostInfo() override { return answer("hostInfo", hostInfoValue); }
@@ -43,6 +51,17 @@ public:
     std::optional<std::uint64_t> physicalMemory() override { return answer("physicalMemory", physicalMemoryValue); }
     std::optional<double> awakeUptime() noexcept override { return answer("awakeUptime", awakeUptimeValue); }
     std::optional<ThermalState> thermalState() override { return answer("thermalState", thermalStateValue); }
+    Availability pressure(PressureResource resource, Pressure& pressure) noexcept override;
+    Observation observePressure(PressureResource resource, const PressureThreshold& threshold,
+                                std::function<void()> crossed) override;
+
+    /// Tells those who observe the resource's pressure, on this thread, whatever their thresholds are.
+    void press(PressureResource resource);
+
+    /// How many observe the resource's pressure.
+    [[nodiscard]] std::size_t pressureObservers(PressureResource resource) const {
+        return pressureObservers_.at(static_cast<std::size_t>(resource)).count();
+    }
 
 private:
     // Reads the value after the call was recorded, whose hook may have changed it.
@@ -50,6 +69,8 @@ private:
     std::optional<T> answer(const char* operation, const T& value) const {
         return calls.fails(operation) ? std::nullopt : std::optional<T>(value);
     }
+
+    std::array<Observers<Change>, 3> pressureObservers_;
 };
 
 } // namespace sentrel::platform

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/darwin/doubles/Queues.h"
 
+#include "tests/darwin/doubles/Failures.h"
 #include "tests/darwin/doubles/Ledger.h"
 
 #include <CoreFoundation/CoreFoundation.h>
@@ -47,6 +48,7 @@ struct Source : dispatch_source_s {
     bool isReleased = false; ///< the last reference went while its handler ran
     std::int64_t deadline = 0;
     std::int64_t interval = 0;
+    std::uintptr_t levels = 0; ///< of memory pressure that it tells of
 };
 
 // Something to run: of a source its handler.
@@ -390,6 +392,19 @@ void fireNewest() {
     call(*source->queue, source->handler, source->context);
 }
 
+void pressMemory(std::uintptr_t level) {
+    const Guard guard(state().lock);
+    for (Source* const source : state().alive) {
+        if ((source->levels & level) == 0 || source->suspensions > 0 || source->isCancelled || source->isRunning)
+            continue;
+        source->isRunning = true;
+        state().waiting.emplace(
+            state().now,
+            Item{.queue = source->queue, .context = source->context, .work = source->handler, .source = source});
+    }
+    state().changed.notify_all();
+}
+
 void setMainThread(bool isMain) {
     isMainThread = isMain;
 }
@@ -423,6 +438,7 @@ dispatch_queue_main_t mainQueueDouble() {
 extern "C" {
 
 const dispatch_source_type_s _dispatch_source_type_timer;
+const dispatch_source_type_s _dispatch_source_type_memorypressure;
 
 int pthread_main_np() {
     return isMainThread ? 1 : 0;
@@ -517,11 +533,15 @@ dispatch_time_t dispatch_time(dispatch_time_t when, std::int64_t delta) noexcept
     return when + static_cast<dispatch_time_t>(state().now.load() + delta);
 }
 
-dispatch_source_t dispatch_source_create(dispatch_source_type_t, std::uintptr_t, std::uintptr_t mask,
+dispatch_source_t dispatch_source_create(dispatch_source_type_t type, std::uintptr_t, std::uintptr_t mask,
                                          dispatch_queue_t queue) noexcept {
-    if (mask != 0)
+    const bool tellsLevels = type == DISPATCH_SOURCE_TYPE_MEMORYPRESSURE;
+    if (tellsLevels && failures::due("dispatch_source_create"))
+        return nullptr;
+    if (!tellsLevels && mask != 0)
         ledger::error("a timer that the system may not put off to save power");
     auto* const source = new Source;
+    source->levels = tellsLevels ? mask : 0;
     source->queue = static_cast<Queue*>(queue);
     dispatch_retain(queue);
     ledger::take(objects, id(source));

@@ -52,6 +52,9 @@ void settle();
 /// suspended or cancelled.
 void fireNewest();
 
+/// Memory comes to a level of pressure: the sources that tell of it are called on their queues.
+void pressMemory(std::uintptr_t level);
+
 /// Makes this thread the process's first one, or another.
 void setMainThread(bool isMain);
 

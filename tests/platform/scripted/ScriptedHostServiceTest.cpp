@@ -52,5 +52,43 @@ TEST(ScriptedHostService, KnowsNoOtherProcessorSetThanItsOwn) {
     EXPECT_THAT(machine.host().calls.list(), ElementsAre("processorSetLoad 2"));
 }
 
+TEST(ScriptedHostService, AnswersOfPressureWhatItHasOrWhyNot) {
+    ScriptedPlatform machine;
+    ScriptedHostService& host = machine.host();
+    Pressure pressure;
+    EXPECT_EQ(host.pressure(PressureResource::io, pressure), Availability::unsupported);
+    host.pressureValues[2] = Pressure{{1, 2, 3, 4}, std::nullopt};
+    host.calls.fail("pressure", {.call = 1, .error = EACCES});
+    EXPECT_EQ(host.pressure(PressureResource::io, pressure), Availability::denied);
+    EXPECT_EQ(pressure, Pressure{});
+    EXPECT_EQ(host.pressure(PressureResource::io, pressure), Availability::available);
+    EXPECT_EQ(pressure, (Pressure{{1, 2, 3, 4}, std::nullopt}));
+    EXPECT_THAT(host.calls.list(), ElementsAre("pressure 2", "pressure 2", "pressure 2"));
+}
+
+TEST(ScriptedHostService, TellsTheObserversOfAResourceThatItIsPressed) {
+    ScriptedPlatform machine;
+    ScriptedHostService& host = machine.host();
+    EXPECT_FALSE(host.observePressure(PressureResource::memory, {}, [] {}));
+    EXPECT_EQ(errno, ENOENT);
+    host.pressureValues[1] = Pressure{};
+    host.calls.fail("observePressure", {.call = 1, .error = EPERM});
+    EXPECT_FALSE(host.observePressure(PressureResource::memory, {}, [] {}));
+    EXPECT_EQ(errno, EPERM);
+    int crossings = 0;
+    Observation observation =
+        host.observePressure(PressureResource::memory, {PressureThreshold::Kind::full}, [&] { ++crossings; });
+    ASSERT_TRUE(observation);
+    EXPECT_EQ(host.pressureObservers(PressureResource::memory), 1U);
+    EXPECT_THAT(host.calls.list(), testing::Contains("observePressure 1 full 150000 2000000"));
+    host.press(PressureResource::memory);
+    host.press(PressureResource::cpu);
+    EXPECT_EQ(crossings, 1);
+    observation.reset();
+    host.press(PressureResource::memory);
+    EXPECT_EQ(crossings, 1);
+    EXPECT_EQ(host.pressureObservers(PressureResource::memory), 0U);
+}
+
 } // namespace
 } // namespace sentrel::platform

@@ -6,6 +6,7 @@
 #include <SentrelKit/platform/linux/host/CpuInfo.h>
 #include <SentrelKit/platform/linux/host/CpuTopology.h>
 #include <SentrelKit/platform/linux/host/LoadAverage.h>
+#include <SentrelKit/platform/linux/host/PressureStall.h>
 
 #include <algorithm>
 #include <array>
@@ -13,6 +14,7 @@
 #include <limits>
 #include <string>
 #include <unistd.h>
+#include <utility>
 
 namespace sentrel::platform {
 
@@ -34,10 +36,14 @@ std::nullopt_t malformed() noexcept {
 
 } // namespace
 
-LinuxHostService::LinuxHostService(const SystemRoot& root)
-    : root_(root), stat_(root, "/proc/stat"), loadAverage_(root, "/proc/loadavg"), processes_(root),
+LinuxHostService::LinuxHostService(const SystemRoot& root, EventSource* events)
+    : root_(root), events_(events), stat_(root, "/proc/stat"), loadAverage_(root, "/proc/loadavg"), processes_(root),
       memInfo_(root, "/proc/meminfo"), vmStat_(root, "/proc/vmstat"),
-      zswapPool_(root, "/sys/module/zswap/parameters/zpool"), zones_(root) {}
+      zswapPool_(root, "/sys/module/zswap/parameters/zpool"),
+      pressure_{KeptFile(root, pressurePath(PressureResource::cpu)),
+                KeptFile(root, pressurePath(PressureResource::memory)),
+                KeptFile(root, pressurePath(PressureResource::io))},
+      zones_(root) {}
 
 std::optional<std::int64_t> LinuxHostService::bootTime() {
     const std::optional<std::string> content = root_.read("/proc/stat", statLimit);
@@ -188,6 +194,28 @@ std::optional<ThermalState> LinuxHostService::thermalState() {
         zonesFound_ = now;
     }
     return zones_.state();
+}
+
+Availability LinuxHostService::pressure(PressureResource resource, Pressure& pressure) noexcept {
+    const LockScope scope(pressureLock_);
+    std::array<char, 256> buffer; // two lines of at most 90 bytes
+    const std::optional<std::string_view> content = pressure_.at(static_cast<std::size_t>(resource)).read(buffer);
+    if (!content)
+        return availabilityOf(errno);
+    const std::optional<Pressure> read = parsePressure(*content);
+    if (!read)
+        return Availability::failed;
+    pressure = *read;
+    return Availability::available;
+}
+
+Observation LinuxHostService::observePressure(PressureResource resource, const PressureThreshold& threshold,
+                                              std::function<void()> crossed) {
+    if (!events_) {
+        errno = ENOTSUP;
+        return {};
+    }
+    return observePressureStall(root_, *events_, resource, threshold, std::move(crossed));
 }
 
 } // namespace sentrel::platform

@@ -3,11 +3,14 @@
 
 #include <SentrelKit/base/system/detail/ThreadSafety.h>
 #include <SentrelKit/platform/HostService.h>
+#include <SentrelKit/platform/linux/common/EventSource.h>
 #include <SentrelKit/platform/linux/common/SystemRoot.h>
 #include <SentrelKit/platform/linux/host/MemInfo.h>
 #include <SentrelKit/platform/linux/host/ProcStat.h>
 #include <SentrelKit/platform/linux/host/ProcessCount.h>
 #include <SentrelKit/platform/linux/host/ThermalZones.h>
+
+#include <array>
 
 namespace sentrel::platform {
 
@@ -17,7 +20,8 @@ namespace sentrel::platform {
 /// The one processor set is the machine: processes of other process-id namespaces count too, as do their threads.
 class LinuxHostService final : public HostService {
 public:
-    explicit LinuxHostService(const SystemRoot& root = SystemRoot());
+    /// The queues outlive the host; without them nothing can be observed.
+    explicit LinuxHostService(const SystemRoot& root = SystemRoot(), EventSource* events = nullptr);
 
     std::optional<std::int64_t> bootTime() override;
     std::optional<host_basic_info> hostInfo() override;
@@ -31,6 +35,9 @@ public:
     std::optional<std::uint64_t> physicalMemory() override;
     std::optional<double> awakeUptime() noexcept override;
     std::optional<ThermalState> thermalState() override;
+    Availability pressure(PressureResource resource, Pressure& pressure) noexcept override;
+    Observation observePressure(PressureResource resource, const PressureThreshold& threshold,
+                                std::function<void()> crossed) override;
 
 private:
     [[nodiscard]] std::optional<MemInfo> readMemInfo() noexcept SENTREL_REQUIRES(memoryLock_);
@@ -38,6 +45,7 @@ private:
         SENTREL_REQUIRES(memoryLock_);
 
     const SystemRoot root_;
+    EventSource* const events_;
 
     Lock loadLock_;
     KeptFile stat_ SENTREL_GUARDED_BY(loadLock_);
@@ -49,6 +57,9 @@ private:
     KeptFile memInfo_ SENTREL_GUARDED_BY(memoryLock_);
     KeptFile vmStat_ SENTREL_GUARDED_BY(memoryLock_);
     KeptFile zswapPool_ SENTREL_GUARDED_BY(memoryLock_);
+
+    Lock pressureLock_;
+    std::array<KeptFile, 3> pressure_ SENTREL_GUARDED_BY(pressureLock_);
 
     Lock thermalLock_;
     ThermalZones zones_ SENTREL_GUARDED_BY(thermalLock_);

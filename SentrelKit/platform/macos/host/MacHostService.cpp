@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/macos/host/MacHostService.h>
 
+#include <SentrelKit/platform/macos/host/MemoryPressure.h>
 #include <SentrelKit/platform/macos/host/ProcessInformation.h>
 
 #include <mach/mach.h>
@@ -8,7 +9,9 @@
 #include <sys/time.h>
 
 #include <array>
+#include <cerrno>
 #include <cstdlib>
+#include <utility>
 
 namespace sentrel::platform {
 
@@ -142,6 +145,20 @@ std::optional<ThermalState> MacHostService::thermalState() {
     if (state < 0 || state > static_cast<long>(ThermalState::critical))
         return std::nullopt;
     return static_cast<ThermalState>(state);
+}
+
+// The system averages no waiting.
+Availability MacHostService::pressure(PressureResource /*resource*/, Pressure& /*pressure*/) noexcept {
+    return Availability::unsupported;
+}
+
+Observation MacHostService::observePressure(PressureResource resource, const PressureThreshold& threshold,
+                                            std::function<void()> crossed) {
+    if (resource != PressureResource::memory) {
+        errno = ENOTSUP;
+        return {};
+    }
+    return observeMemoryPressure(threshold.kind, std::move(crossed));
 }
 
 } // namespace sentrel::platform

@@ -24,6 +24,9 @@ public:
     std::optional<std::uint64_t> physicalMemory() override;
     std::optional<double> awakeUptime() noexcept override;
     std::optional<ThermalState> thermalState() override;
+    Availability pressure(PressureResource resource, Pressure& pressure) noexcept override;
+    Observation observePressure(PressureResource resource, const PressureThreshold& threshold,
+                                std::function<void()> crossed) override;
 
 private:
     const MachPort host_; // asked for once: each answer is one more right

@@ -24,6 +24,7 @@ enum : unsigned int { QOS_CLASS_BACKGROUND = 0x09 };
 
 extern "C" {
 extern const struct dispatch_source_type_s _dispatch_source_type_timer;
+extern const struct dispatch_source_type_s _dispatch_source_type_memorypressure;
 
 void dispatch_retain(dispatch_object_t object) noexcept;
 void dispatch_release(dispatch_object_t object) noexcept;
@@ -49,6 +50,9 @@ void dispatch_source_cancel(dispatch_source_t source) noexcept;
 }
 
 #define DISPATCH_SOURCE_TYPE_TIMER (&_dispatch_source_type_timer)
+#define DISPATCH_SOURCE_TYPE_MEMORYPRESSURE (&_dispatch_source_type_memorypressure)
+#define DISPATCH_MEMORYPRESSURE_WARN 0x02
+#define DISPATCH_MEMORYPRESSURE_CRITICAL 0x04
 
 dispatch_queue_main_t mainQueueDouble();
 #define dispatch_get_main_queue() mainQueueDouble()
