@@ -10,7 +10,8 @@
 
 namespace sentrel {
 
-CPU::CPU(std::shared_ptr<probes::SystemManager> session) : session_(std::move(session)) {
+CPU::CPU(std::shared_ptr<probes::SystemManager> session)
+    : session_(std::move(session)), alarm_(session_, PressureResource::cpu) {
     probes::_getHostInfo(
         [this](const probes::host_basic_info* info) {
             physicalCores_ = info->physical_cpu_max;
@@ -23,6 +24,11 @@ CPU::CPU(std::shared_ptr<probes::SystemManager> session) : session_(std::move(se
 }
 
 void CPU::update() {
+    sampleFigures();
+    sampleMeasures();
+}
+
+void CPU::sampleFigures() {
     probes::CPUData data{};
     if (probes::_getCPUData(&data, *session_) < 1)
         return;
@@ -31,6 +37,19 @@ void CPU::update() {
     idle_ = data.idle;
     processes_ = data.tasks;
     threads_ = data.threads;
+}
+
+void CPU::sampleMeasures() {
+    if (measuring_.wants(Measure::pressure)) {
+        Pressure pressure;
+        const Availability availability = session_->platform().host().pressure(PressureResource::cpu, pressure);
+        pressure_.setValue(pressure);
+        measuring_.note(Measure::pressure, availability);
+    }
+}
+
+std::optional<Pressure> CPU::pressure() const {
+    return measuring_.has(Measure::pressure) ? std::optional(pressure_.value()) : std::nullopt;
 }
 
 std::string CPU::brand() const {

@@ -5,10 +5,16 @@
 
 #include <SentrelKit/Export.h>
 #include <SentrelKit/base/system/detail/Relaxed.h>
+#include <SentrelKit/platform/Availability.h>
+#include <SentrelKit/platform/Pressure.h>
 #include <SentrelKit/platform/ThermalState.h>
 #include <SentrelKit/probes/SystemManager.h>
+#include <SentrelKit/system/MeasureSet.h>
 #include <SentrelKit/system/Mutex/Atomic.h>
+#include <SentrelKit/system/Signal.h>
 #include <SentrelKit/system/SystemResource.h>
+#include <SentrelKit/system/detail/Measuring.h>
+#include <SentrelKit/system/detail/PressureAlarm.h>
 
 #include <array>
 #include <chrono>
@@ -89,7 +95,43 @@ public:
     /// Average number of runnable threads over the last 1, 5 and 15 minutes; zeros if it cannot be told.
     [[nodiscard]] std::array<double, 3> loadavg() const;
 
+    /// Groups of further facts, each sampled only while it is wanted.
+    enum class Measure : std::uint8_t {
+        pressure, ///< `pressure`
+    };
+
+    /// From the next sample on these groups are sampled too, and no others. A group that is not wanted costs nothing.
+    /// Any thread.
+    void setMeasures(MeasureSet<Measure> wanted) noexcept { measuring_.setWanted(wanted); }
+
+    /// The groups that are wanted; none at first. Any thread.
+    [[nodiscard]] MeasureSet<Measure> measures() const noexcept { return measuring_.wanted(); }
+
+    /// What the last sample said of a group; absent while the group is not wanted or was not sampled since. The facts
+    /// of a group are absent unless it is available. Any thread.
+    [[nodiscard]] std::optional<Availability> availability(Measure measure) const noexcept {
+        return measuring_.availability(measure);
+    }
+
+    /// How much threads wait for a processor. Linux 4.20: /proc/pressure/cpu, readable for everybody; `full` from 5.13
+    /// on. Not on macOS. Under a short lock.
+    [[nodiscard]] std::optional<Pressure> pressure() const;
+
+    /// From now on `onPressure` fires when threads waited for a processor as the threshold says; absent: no longer. The
+    /// system itself counts, whether this model is sampled or not. The answer is why it does not: on Linux it depends
+    /// on the kernel's version and on privilege which thresholds it takes (Linux 6.5: from everybody those with windows
+    /// of 2, 4, 6, 8 or 10 s; else CAP_SYS_RESOURCE); macOS has none. On the main thread.
+    Availability setPressureThreshold(const std::optional<PressureThreshold>& threshold) {
+        return alarm_.set(threshold);
+    }
+
+    /// Fires on the main queue, at most once a window. Carries no value.
+    [[nodiscard]] Signal<void>& onPressure() noexcept { return alarm_.crossed(); }
+
 private:
+    void sampleFigures();
+    void sampleMeasures();
+
     const std::shared_ptr<probes::SystemManager> session_;
     Relaxed<double> user_;
     Relaxed<double> sys_;
@@ -102,6 +144,9 @@ private:
     std::int64_t activeLogicalCores_ = 0;
     mutable Atomic<std::optional<std::string>> brand_;
     std::int64_t bootTime_ = 0;
+    Measuring<Measure> measuring_;
+    Atomic<Pressure> pressure_;
+    PressureAlarm alarm_;
 };
 
 } // namespace sentrel

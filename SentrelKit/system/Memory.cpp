@@ -24,9 +24,15 @@ std::uint8_t roundedPercent(std::uint64_t part, std::uint64_t total) noexcept {
 } // namespace
 
 Memory::Memory(std::shared_ptr<probes::SystemManager> session)
-    : session_(std::move(session)), physical_(session_->platform().host().physicalMemory().value_or(0)) {}
+    : session_(std::move(session)), physical_(session_->platform().host().physicalMemory().value_or(0)),
+      alarm_(session_, PressureResource::memory) {}
 
 void Memory::update() {
+    sampleFigures();
+    sampleMeasures();
+}
+
+void Memory::sampleFigures() {
     probes::MEMData data{};
     if (probes::_getMEMData(&data, *session_) < 1)
         return;
@@ -39,6 +45,19 @@ void Memory::update() {
     pagesFault_ = data.faults;
     appMemory_ = data.app;
     cachedFiles_ = data.cached;
+}
+
+void Memory::sampleMeasures() {
+    if (measuring_.wants(Measure::pressure)) {
+        Pressure pressure;
+        const Availability availability = session_->platform().host().pressure(PressureResource::memory, pressure);
+        pressure_.setValue(pressure);
+        measuring_.note(Measure::pressure, availability);
+    }
+}
+
+std::optional<Pressure> Memory::pressure() const {
+    return measuring_.has(Measure::pressure) ? std::optional(pressure_.value()) : std::nullopt;
 }
 
 int Memory::usage() const noexcept {

@@ -5,11 +5,19 @@
 
 #include <SentrelKit/Export.h>
 #include <SentrelKit/base/system/detail/Relaxed.h>
+#include <SentrelKit/platform/Availability.h>
+#include <SentrelKit/platform/Pressure.h>
 #include <SentrelKit/probes/SystemManager.h>
+#include <SentrelKit/system/MeasureSet.h>
+#include <SentrelKit/system/Mutex/Atomic.h>
+#include <SentrelKit/system/Signal.h>
 #include <SentrelKit/system/SystemResource.h>
+#include <SentrelKit/system/detail/Measuring.h>
+#include <SentrelKit/system/detail/PressureAlarm.h>
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 namespace sentrel {
 
@@ -74,7 +82,44 @@ public:
     /// zeros.
     [[nodiscard]] Swap swap() const;
 
+    /// Groups of further facts, each sampled only while it is wanted.
+    enum class Measure : std::uint8_t {
+        pressure, ///< `pressure`
+    };
+
+    /// From the next sample on these groups are sampled too, and no others. A group that is not wanted costs nothing.
+    /// Any thread.
+    void setMeasures(MeasureSet<Measure> wanted) noexcept { measuring_.setWanted(wanted); }
+
+    /// The groups that are wanted; none at first. Any thread.
+    [[nodiscard]] MeasureSet<Measure> measures() const noexcept { return measuring_.wanted(); }
+
+    /// What the last sample said of a group; absent while the group is not wanted or was not sampled since. The facts
+    /// of a group are absent unless it is available. Any thread.
+    [[nodiscard]] std::optional<Availability> availability(Measure measure) const noexcept {
+        return measuring_.availability(measure);
+    }
+
+    /// How much threads wait for memory. Linux 4.20: /proc/pressure/memory, readable for everybody. Not on macOS. Under
+    /// a short lock.
+    [[nodiscard]] std::optional<Pressure> pressure() const;
+
+    /// From now on `onPressure` fires when threads waited for memory as the threshold says; absent: no longer. The
+    /// system itself counts, whether this model is sampled or not. The answer is why it does not: on Linux it depends
+    /// on the kernel's version and on privilege which thresholds it takes (Linux 6.5: from everybody those with windows
+    /// of 2, 4, 6, 8 or 10 s; else CAP_SYS_RESOURCE). macOS has levels of its own instead: a threshold of kind `some`
+    /// stands for its warning, `full` for critical. On the main thread.
+    Availability setPressureThreshold(const std::optional<PressureThreshold>& threshold) {
+        return alarm_.set(threshold);
+    }
+
+    /// Fires on the main queue, on Linux at most once a window. Carries no value.
+    [[nodiscard]] Signal<void>& onPressure() noexcept { return alarm_.crossed(); }
+
 private:
+    void sampleFigures();
+    void sampleMeasures();
+
     const std::shared_ptr<probes::SystemManager> session_;
     std::uint64_t physical_ = 0;
     Relaxed<std::uint64_t> wired_;
@@ -86,6 +131,9 @@ private:
     Relaxed<std::uint64_t> pagesIn_;
     Relaxed<std::uint64_t> pagesOut_;
     Relaxed<std::uint64_t> pagesFault_;
+    Measuring<Measure> measuring_;
+    Atomic<Pressure> pressure_;
+    PressureAlarm alarm_;
 };
 
 } // namespace sentrel

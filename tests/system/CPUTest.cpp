@@ -3,8 +3,11 @@
 
 #include <SentrelKit/platform/scripted/ScriptedMachine.h>
 
-#include <chrono>
 #include <gtest/gtest.h>
+
+#include <cerrno>
+#include <chrono>
+#include <memory>
 #include <thread>
 
 namespace sentrel {
@@ -162,6 +165,53 @@ TEST(CPU, GivesTheLoadAveragesInTheirOrderAndZerosOnFailure) {
     EXPECT_EQ(cpu.loadavg(), (std::array<double, 3>{1.5, 0.75, 0.25}));
     machine->host().calls.fail("loadAverages");
     EXPECT_EQ(cpu.loadavg(), (std::array<double, 3>{}));
+}
+
+TEST(CPU, AsksForNoFurtherFactUntilItIsWanted) {
+    ScriptedMachine machine;
+    machine->host().pressureValues[0] = Pressure{};
+    CPU cpu;
+    cpu.update();
+    EXPECT_EQ(cpu.measures(), MeasureSet<CPU::Measure>{});
+    EXPECT_EQ(machine->host().calls.count("pressure"), 0U);
+    EXPECT_EQ(cpu.availability(CPU::Measure::pressure), std::nullopt);
+    EXPECT_EQ(cpu.pressure(), std::nullopt);
+}
+
+TEST(CPU, TellsOfPressureWhileItIsWanted) {
+    ScriptedMachine machine;
+    machine->host().pressureValues[0] = Pressure{{1, 2, 3, 4}, PressureShare{5, 6, 7, 8}};
+    CPU cpu;
+    cpu.setMeasures({CPU::Measure::pressure});
+    EXPECT_EQ(cpu.pressure(), std::nullopt);
+    cpu.update();
+    EXPECT_EQ(cpu.pressure(), machine->host().pressureValues[0]);
+    EXPECT_EQ(cpu.availability(CPU::Measure::pressure), Availability::available);
+    machine->host().calls.fail("pressure", {.call = 1, .error = EACCES});
+    cpu.update();
+    EXPECT_EQ(cpu.pressure(), std::nullopt);
+    EXPECT_EQ(cpu.availability(CPU::Measure::pressure), Availability::denied);
+    cpu.update();
+    EXPECT_TRUE(cpu.pressure());
+    cpu.setMeasures({});
+    EXPECT_EQ(cpu.pressure(), std::nullopt);
+    cpu.update();
+    EXPECT_EQ(machine->host().calls.count("pressure"), 3U);
+}
+
+TEST(CPU, FiresWhenItsPressureCrossesAThreshold) {
+    ScriptedMachine machine;
+    CPU cpu;
+    const auto owner = std::make_shared<int>();
+    int fires = 0;
+    cpu.onPressure().listen(owner, [&] { ++fires; });
+    EXPECT_EQ(cpu.setPressureThreshold(PressureThreshold{}), Availability::unsupported);
+    machine->host().pressureValues[0] = Pressure{};
+    EXPECT_EQ(cpu.setPressureThreshold(PressureThreshold{}), Availability::available);
+    machine->host().press(PressureResource::cpu);
+    EXPECT_EQ(fires, 0) << "on the main queue";
+    machine->advance(0);
+    EXPECT_EQ(fires, 1);
 }
 
 TEST(CPU, IsReadFromOneThreadWhileAnotherSamples) {

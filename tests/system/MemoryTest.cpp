@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <gtest/gtest.h>
+#include <memory>
 #include <string>
 #include <thread>
 
@@ -123,6 +124,41 @@ TEST(Memory, SaysThatSwapCannotBeToldInItsOwnWay) {
     ASSERT_EQ(line.compare(0, start.size(), start), 0) << line;
     EXPECT_EQ(line.substr(start.size() + 16), ")\n") << line;
     EXPECT_EQ(line.find_first_not_of("0123456789abcdef", start.size()), start.size() + 16) << line;
+}
+
+TEST(Memory, TellsOfPressureWhileItIsWantedAlsoWhenItsOwnFiguresFail) {
+    ScriptedMachine machine;
+    machine->host().pressureValues[1] = Pressure{{1, 2, 3, 4}, PressureShare{5, 6, 7, 8}};
+    Memory memory;
+    memory.update();
+    EXPECT_EQ(memory.pressure(), std::nullopt);
+    EXPECT_EQ(machine->host().calls.count("pressure"), 0U);
+    memory.setMeasures({Memory::Measure::pressure});
+    EXPECT_EQ(memory.measures(), MeasureSet<Memory::Measure>{Memory::Measure::pressure});
+    machine->host().calls.fail("virtualMemory");
+    testing::internal::CaptureStderr();
+    memory.update();
+    static_cast<void>(testing::internal::GetCapturedStderr());
+    EXPECT_EQ(memory.pressure(), machine->host().pressureValues[1]);
+    machine->host().pressureValues[1].reset();
+    testing::internal::CaptureStderr();
+    memory.update();
+    static_cast<void>(testing::internal::GetCapturedStderr());
+    EXPECT_EQ(memory.pressure(), std::nullopt);
+    EXPECT_EQ(memory.availability(Memory::Measure::pressure), Availability::unsupported);
+}
+
+TEST(Memory, FiresWhenItsPressureCrossesAThreshold) {
+    ScriptedMachine machine;
+    machine->host().pressureValues[1] = Pressure{};
+    Memory memory;
+    const auto owner = std::make_shared<int>();
+    int fires = 0;
+    memory.onPressure().listen(owner, [&] { ++fires; });
+    EXPECT_EQ(memory.setPressureThreshold(PressureThreshold{PressureThreshold::Kind::full}), Availability::available);
+    machine->host().press(PressureResource::memory);
+    machine->advance(0);
+    EXPECT_EQ(fires, 1);
 }
 
 TEST(Memory, IsReadFromOneThreadWhileAnotherSamples) {
