@@ -5,19 +5,18 @@
 
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/linux/MountNamespace.h"
+#include "tests/support/linux/Nobody.h"
 
 #include <algorithm>
 #include <csignal>
 #include <cstdint>
 #include <filesystem>
-#include <functional>
 #include <gtest/gtest.h>
 #include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
 #include <sys/mount.h>
-#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -37,23 +36,6 @@ protected:
         ASSERT_EQ(::mount("proc", folder_.path("proc").c_str(), "proc", 0, GetParam()), 0);
     }
     void TearDown() override { ::umount(folder_.path("proc").c_str()); }
-
-    // Runs the check in a process of a user who owns nothing else.
-    static void asNobody(const std::function<void()>& check) {
-        const pid_t child = ::fork();
-        if (child == 0) {
-            constexpr uid_t nobody = 65534;
-            const bool isNobody = ::setresgid(nobody, nobody, nobody) == 0 && ::setresuid(nobody, nobody, nobody) == 0;
-            EXPECT_TRUE(isNobody);
-            // Or the kernel takes the process for one that holds secrets of the user before.
-            EXPECT_EQ(::prctl(PR_SET_DUMPABLE, 1), 0);
-            check();
-            ::_exit(testing::Test::HasFailure() ? 1 : 0);
-        }
-        int status = -1;
-        EXPECT_EQ(::waitpid(child, &status, 0), child);
-        EXPECT_EQ(status, 0);
-    }
 
     [[nodiscard]] std::unique_ptr<LinuxProcessService> makeService() const {
         return std::make_unique<LinuxProcessService>(SystemRoot(folder_.path()),
