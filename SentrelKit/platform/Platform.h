@@ -24,6 +24,7 @@ class NetworkService;
 class PowerService;
 class PreferenceStore;
 class ProcessService;
+class SensorService;
 class VolumeService;
 
 /// All services of one machine. A platform outlives everything that uses it.
@@ -39,6 +40,7 @@ public:
     virtual NetworkService& network() noexcept = 0;      ///< network interfaces and the configuration of the network
     virtual PowerService& power() noexcept = 0;          ///< power sources and the battery
     virtual ProcessService& processes() noexcept = 0;    ///< processes and running applications
+    virtual SensorService& sensors() noexcept = 0;       ///< sensors of heat, fans and electricity
     virtual Desktop& desktop() noexcept = 0;             ///< the desktop: user notifications, opening addresses
     virtual PreferenceStore& preferences() noexcept = 0; ///< the suites of preferences
 };

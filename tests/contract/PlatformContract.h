@@ -28,7 +28,8 @@ enum class ContractChange : std::uint8_t { volumes, power, configuration, applic
 
 /// A machine that is held to the contract. On one that is made up there is one of everything: a root volume on a disk
 /// that counts and is capable of SMART, another disk "spare", a battery with all properties, a wireless interface, a
-/// wired one whose name has 15 bytes, a process with the id of this one, and an application.
+/// wired one whose name has 15 bytes, a process with the id of this one, and an application. Sensors it may have or
+/// not.
 class ContractMachine {
 public:
     virtual ~ContractMachine() = default;

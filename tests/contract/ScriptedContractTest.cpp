@@ -17,6 +17,7 @@ public:
         describeNetwork();
         describePower();
         describeProcesses();
+        describeSensors();
     }
 
     Platform& platform() override { return machine_; }
@@ -44,7 +45,7 @@ public:
     void fail(const std::string& operation) override {
         for (ScriptedCalls* calls : {&machine_.clock().calls, &machine_.host().calls, &machine_.graphics().calls,
                                      &machine_.volumes().calls, &machine_.network().calls, &machine_.power().calls,
-                                     &machine_.processes().calls, &machine_.desktop().calls})
+                                     &machine_.processes().calls, &machine_.sensors().calls, &machine_.desktop().calls})
             calls->fail(operation);
     }
 
@@ -127,6 +128,17 @@ private:
         processes.setParent(self, static_cast<std::int32_t>(::getppid()));
         processes.launch({.processIdentifier = self, .startTime = 1, .localizedName = "Contract"});
         processes.launch({.processIdentifier = lastId_, .startTime = 2, .owner = self});
+    }
+
+    void describeSensors() {
+        machine_.sensors().sensorsValue = {
+            {.kind = SensorKind::temperature, .identifier = "a/temp1", .chip = "a", .label = "temp1", .value = 40}};
+        machine_.sensors().energyCountersValue = {{.kind = SensorKind::energy,
+                                                   .identifier = "b:0",
+                                                   .chip = "b",
+                                                   .label = "package-0",
+                                                   .value = 7,
+                                                   .range = 1000}};
     }
 
     mutable ScriptedPlatform machine_;

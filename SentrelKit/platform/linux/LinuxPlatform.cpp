@@ -11,6 +11,7 @@
 #include <SentrelKit/platform/linux/power/LinuxPowerService.h>
 #include <SentrelKit/platform/linux/preferences/LinuxPreferenceStore.h>
 #include <SentrelKit/platform/linux/processes/LinuxProcessService.h>
+#include <SentrelKit/platform/linux/sensors/LinuxSensorService.h>
 #include <SentrelKit/platform/linux/volumes/LinuxVolumeService.h>
 
 #include <utility>
@@ -29,6 +30,7 @@ struct LinuxPlatform::Services {
     LinuxNetworkService network{root, dispatch};
     LinuxPowerService power{root};
     LinuxProcessService processes{root};
+    LinuxSensorService sensors{root};
     LinuxDesktop desktop{dispatch};
     LinuxPreferenceStore preferences;
 };
@@ -59,6 +61,9 @@ PowerService& LinuxPlatform::power() noexcept {
 }
 ProcessService& LinuxPlatform::processes() noexcept {
     return services_->processes;
+}
+SensorService& LinuxPlatform::sensors() noexcept {
+    return services_->sensors;
 }
 Desktop& LinuxPlatform::desktop() noexcept {
     return services_->desktop;

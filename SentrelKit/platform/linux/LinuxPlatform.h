@@ -25,6 +25,7 @@ public:
     NetworkService& network() noexcept override;
     PowerService& power() noexcept override;
     ProcessService& processes() noexcept override;
+    SensorService& sensors() noexcept override;
     Desktop& desktop() noexcept override;
     PreferenceStore& preferences() noexcept override;
 

@@ -10,6 +10,7 @@
 #include <SentrelKit/platform/macos/power/MacPowerService.h>
 #include <SentrelKit/platform/macos/preferences/MacPreferenceStore.h>
 #include <SentrelKit/platform/macos/processes/MacProcessService.h>
+#include <SentrelKit/platform/macos/sensors/MacSensorService.h>
 #include <SentrelKit/platform/macos/volumes/MacVolumeService.h>
 
 namespace sentrel::platform {
@@ -23,6 +24,7 @@ struct MacPlatform::Services {
     MacNetworkService network;
     MacPowerService power;
     MacProcessService processes;
+    MacSensorService sensors;
     MacDesktop desktop;
     MacPreferenceStore preferences;
 };
@@ -53,6 +55,9 @@ PowerService& MacPlatform::power() noexcept {
 }
 ProcessService& MacPlatform::processes() noexcept {
     return services_->processes;
+}
+SensorService& MacPlatform::sensors() noexcept {
+    return services_->sensors;
 }
 Desktop& MacPlatform::desktop() noexcept {
     return services_->desktop;

@@ -17,6 +17,7 @@ struct ReplacedServices {
     NetworkService* network = nullptr;      ///< the network
     PowerService* power = nullptr;          ///< power sources
     ProcessService* processes = nullptr;    ///< processes
+    SensorService* sensors = nullptr;       ///< sensors
     Desktop* desktop = nullptr;             ///< the desktop
     PreferenceStore* preferences = nullptr; ///< the suites of preferences
 };
@@ -40,6 +41,7 @@ public:
     ProcessService& processes() noexcept override {
         return replaced_.processes ? *replaced_.processes : machine_.processes();
     }
+    SensorService& sensors() noexcept override { return replaced_.sensors ? *replaced_.sensors : machine_.sensors(); }
     Desktop& desktop() noexcept override { return replaced_.desktop ? *replaced_.desktop : machine_.desktop(); }
     PreferenceStore& preferences() noexcept override {
         return replaced_.preferences ? *replaced_.preferences : machine_.preferences();

@@ -14,6 +14,7 @@
 #include <SentrelKit/platform/scripted/ScriptedPowerService.h>
 #include <SentrelKit/platform/scripted/ScriptedPreferenceStore.h>
 #include <SentrelKit/platform/scripted/ScriptedProcessService.h>
+#include <SentrelKit/platform/scripted/ScriptedSensorService.h>
 #include <SentrelKit/platform/scripted/ScriptedVolumeService.h>
 
 namespace sentrel::platform {
@@ -35,6 +36,7 @@ public:
     ScriptedNetworkService& network() noexcept override { return network_; }
     ScriptedPowerService& power() noexcept override { return power_; }
     ScriptedProcessService& processes() noexcept override { return processes_; }
+    ScriptedSensorService& sensors() noexcept override { return sensors_; }
     ScriptedDesktop& desktop() noexcept override { return desktop_; }
     ScriptedPreferenceStore& preferences() noexcept override { return preferences_; }
 
@@ -51,6 +53,7 @@ private:
     ScriptedNetworkService network_{dispatch_};
     ScriptedPowerService power_;
     ScriptedProcessService processes_;
+    ScriptedSensorService sensors_;
     ScriptedDesktop desktop_;
     ScriptedPreferenceStore preferences_;
 };
