@@ -30,6 +30,7 @@
 #include <SentrelKit/system/Mutex/Mutex.h>
 #include <SentrelKit/system/Network.h>
 #include <SentrelKit/system/Notification.h>
+#include <SentrelKit/system/Sensors.h>
 #include <SentrelKit/system/Signal.h>
 #include <SentrelKit/system/System.h>
 #include <SentrelKit/system/SystemResource.h>

@@ -34,7 +34,7 @@ System::System(std::shared_ptr<probes::SystemManager> session)
     : session_(std::move(session)), cpu_(std::make_shared<CPU>(session_)), gpu_(std::make_shared<GPU>(session_)),
       disk_(std::make_shared<Disk>(session_)), mem_(std::make_shared<Memory>(session_)),
       net_(std::make_shared<Network>(session_)), battery_(std::make_shared<Battery>(session_)),
-      apps_(std::make_shared<Applications>(session_)) {
+      apps_(std::make_shared<Applications>(session_)), sensors_(std::make_shared<Sensors>(session_)) {
     add(1.1, cpu_, Group::system, false);
     add(2.0, mem_, Group::system, false);
     add(1.1, net_, Group::network, false);
@@ -42,6 +42,9 @@ System::System(std::shared_ptr<probes::SystemManager> session)
     add(1.3, apps_, Group::system, true);
     if (gpu_->hasBoth())
         add(1.1, gpu_, Group::system, true);
+    // Chips keep a measurement for one to two seconds (the kernel's drivers do not ask them more often).
+    sensorsTimer_ =
+        std::make_unique<Timer>(2.3, *session_->backgroundQueue, [sensors = sensors_] { sensors->update(); });
 }
 
 System::System(platform::Platform& platform) : System(std::make_shared<probes::SystemManager>(platform)) {}
@@ -57,6 +60,7 @@ void System::start(Group group) {
 void System::stop() {
     for (const auto& task : tasks_)
         task->suspend();
+    sensorsTimer_->suspend();
 }
 
 void System::start(const SystemResource& resource) {
@@ -65,6 +69,14 @@ void System::start(const SystemResource& resource) {
 
 void System::stop(const SystemResource& resource) {
     forEachOfKind(resource, [](Task& task) { task.suspend(); });
+}
+
+void System::start(const Sensors& /*sensors*/) {
+    sensorsTimer_->start();
+}
+
+void System::stop(const Sensors& /*sensors*/) {
+    sensorsTimer_->suspend();
 }
 
 Observation System::observeSamples(const SystemResource& resource, std::function<void()> observer) {

@@ -15,6 +15,7 @@
 #include <SentrelKit/system/GPU.h>
 #include <SentrelKit/system/Memory.h>
 #include <SentrelKit/system/Network.h>
+#include <SentrelKit/system/Sensors.h>
 #include <SentrelKit/system/SystemResource.h>
 #include <SentrelKit/system/Timer.h>
 
@@ -63,19 +64,28 @@ public:
     [[nodiscard]] Battery& battery() const noexcept { return *battery_; } ///< the battery
     [[nodiscard]] Applications& apps() const noexcept { return *apps_; }  ///< the running applications
 
+    [[nodiscard]] Sensors& sensors() const noexcept { return *sensors_; } ///< sensors of heat, fans and electricity
+
     /// Starts or resumes the tasks of a group that are not delayed: cpu (every 1.1 s) and mem (2.0 s) in `system`, net
     /// (1.1 s) in `network`. Their first samples come one interval later.
     void start(Group group = Group::all);
 
-    /// Suspends every started task, of any group, delayed or not.
+    /// Suspends every started task, of any group, delayed or not, and the sampling of the sensors.
     void stop();
 
     /// Starts or resumes the task of the resource's kind, delayed or not: the only way to start disk (1.1 s), apps
-    /// (1.3 s) and, on machines with two graphics processors, gpu (1.1 s). Battery and sensors have no task.
+    /// (1.3 s) and, on machines with two graphics processors, gpu (1.1 s). The battery has no task.
     void start(const SystemResource& resource);
 
     /// Suspends the task of the resource's kind.
     void stop(const SystemResource& resource);
+
+    /// Starts or resumes the sampling of the registry's sensors, every 2.3 s, the first sample one interval later. Only
+    /// this starts it: the sensors are no resource of a kind, in no group and not among the `tasks`.
+    void start(const Sensors& sensors);
+
+    /// Suspends the sampling of the registry's sensors.
+    void stop(const Sensors& sensors);
 
     /// Registers an observer that is told after each sample of the resource's kind that its task took, with the new
     /// figures in the model: on the background queue, one call at a time (platform/Observation.h). Feeds histories
@@ -113,7 +123,9 @@ private:
     std::shared_ptr<Network> net_;
     std::shared_ptr<Battery> battery_;
     std::shared_ptr<Applications> apps_;
+    std::shared_ptr<Sensors> sensors_;
     std::vector<std::unique_ptr<Task>> tasks_;
+    std::unique_ptr<Timer> sensorsTimer_;
 };
 
 } // namespace sentrel
