@@ -10,18 +10,8 @@ namespace sentrel {
 
 Task::Task(double interval, DispatchQueue& queue, std::shared_ptr<SystemResource> resource, System::Group group,
            bool delayed)
-    : Task(interval, queue, std::move(resource), group, delayed, std::make_shared<Samples>()) {}
-
-Task::Task(double interval, DispatchQueue& queue, std::shared_ptr<SystemResource> resource, System::Group group,
-           bool delayed, std::shared_ptr<Samples> samples)
-    : Timer(interval, queue,
-            [resource, samples] {
-                resource->update();
-                samples->post({});
-                samples->tell();
-            }),
-      interval_(interval), delayed_(delayed), resource_(std::move(resource)), group_(group),
-      samples_(std::move(samples)) {}
+    : SamplingTimer(interval, queue, [resource] { resource->update(); }), interval_(interval), delayed_(delayed),
+      resource_(std::move(resource)), group_(group) {}
 
 System& System::shared() {
     // Never destroyed: samples may run until the process is gone.
@@ -44,7 +34,7 @@ System::System(std::shared_ptr<probes::SystemManager> session)
         add(1.1, gpu_, Group::system, true);
     // Chips keep a measurement for one to two seconds (the kernel's drivers do not ask them more often).
     sensorsTimer_ =
-        std::make_unique<Timer>(2.3, *session_->backgroundQueue, [sensors = sensors_] { sensors->update(); });
+        std::make_unique<SamplingTimer>(2.3, *session_->backgroundQueue, [sensors = sensors_] { sensors->update(); });
 }
 
 System::System(platform::Platform& platform) : System(std::make_shared<probes::SystemManager>(platform)) {}
@@ -84,6 +74,10 @@ Observation System::observeSamples(const SystemResource& resource, std::function
         if (task->resource().type() == resource.type())
             return task->observeSamples(std::move(observer));
     return {};
+}
+
+Observation System::observeSamples(const Sensors& /*sensors*/, std::function<void()> observer) {
+    return sensorsTimer_->observeSamples(std::move(observer));
 }
 
 std::vector<System::TaskInfo> System::tasks() const {

@@ -27,6 +27,7 @@
 
 namespace sentrel {
 
+class SamplingTimer;
 class Task;
 
 /// A host takes `shared()`, reads the models and starts or stops sampling. A new registry samples nothing. `start` and
@@ -93,6 +94,9 @@ public:
     /// own. Any thread; the registry may go first.
     [[nodiscard]] Observation observeSamples(const SystemResource& resource, std::function<void()> observer);
 
+    /// The same of the sensors.
+    [[nodiscard]] Observation observeSamples(const Sensors& sensors, std::function<void()> observer);
+
     /// What one task samples and how, for inspection.
     struct TaskInfo {
         SystemResourceType resource; ///< what it samples
@@ -125,7 +129,7 @@ private:
     std::shared_ptr<Applications> apps_;
     std::shared_ptr<Sensors> sensors_;
     std::vector<std::unique_ptr<Task>> tasks_;
-    std::unique_ptr<Timer> sensorsTimer_;
+    std::unique_ptr<SamplingTimer> sensorsTimer_;
 };
 
 } // namespace sentrel

@@ -216,6 +216,18 @@ TEST(System, TellsAnObserverAfterEachSampleOfAKind) {
     EXPECT_EQ(seen.size(), 2U);
 }
 
+TEST(System, TellsAnObserverAfterEachSampleOfTheSensors) {
+    ScriptedMachine machine;
+    System system;
+    int samples = 0;
+    const Observation observation = system.observeSamples(system.sensors(), [&] { ++samples; });
+    machine->advance(10);
+    EXPECT_EQ(samples, 0);
+    system.start(system.sensors());
+    machine->advance(4.6);
+    EXPECT_EQ(samples, 2);
+}
+
 TEST(System, TellsNobodyOfAKindWithoutATask) {
     ScriptedMachine machine;
     System system;

@@ -1,19 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <SentrelKit/platform/Observation.h>
-#include <SentrelKit/platform/support/Observer.h>
 #include <SentrelKit/system/System.h>
-#include <SentrelKit/system/Timer.h>
+#include <SentrelKit/system/detail/SamplingTimer.h>
 
-#include <functional>
 #include <memory>
-#include <utility>
 
 namespace sentrel {
 
 /// A timer that samples one resource of the registry.
-class Task final : public Timer {
+class Task final : public SamplingTimer {
 public:
     /// A stopped task that samples the resource every `interval` seconds on the queue.
     Task(double interval, DispatchQueue& queue, std::shared_ptr<SystemResource> resource, System::Group group,
@@ -26,22 +22,11 @@ public:
     /// A delayed task starts only by its resource, never by its group.
     [[nodiscard]] bool delayed() const noexcept { return delayed_; }
 
-    /// Registers an observer of the samples, told after each one on the thread that took it. Any thread.
-    [[nodiscard]] Observation observeSamples(std::function<void()> observer) {
-        return samples_->add([observer = std::move(observer)](platform::Change) { observer(); });
-    }
-
 private:
-    using Samples = platform::Observers<platform::Change>;
-
-    Task(double interval, DispatchQueue& queue, std::shared_ptr<SystemResource> resource, System::Group group,
-         bool delayed, std::shared_ptr<Samples> samples);
-
     double interval_; // seconds
     bool delayed_;
     std::shared_ptr<SystemResource> resource_;
     System::Group group_;
-    std::shared_ptr<Samples> samples_; // with the closure, whose last call may outlive the task
 };
 
 } // namespace sentrel
