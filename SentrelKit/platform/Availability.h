@@ -4,6 +4,7 @@
 #include <SentrelKit/Export.h>
 
 #include <cstdint>
+#include <iosfwd>
 
 namespace sentrel {
 
@@ -14,6 +15,8 @@ enum class Availability : std::uint8_t {
     denied,      ///< the process may not read it
     failed,      ///< it is there, and reading it failed
 };
+/// Writes its name as it stands here.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, Availability value);
 
 namespace platform {
 

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <iosfwd>
 #include <memory>
 #include <string>
 #include <utility>
@@ -58,5 +59,8 @@ private:
     std::string text_;
     std::shared_ptr<const std::function<Bytes()>> read_;
 };
+
+/// Writes its name as it stands here.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, Icon::Kind value);
 
 } // namespace sentrel

@@ -11,6 +11,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <iosfwd>
 #include <memory>
 #include <optional>
 #include <span>
@@ -97,6 +98,8 @@ public:
 
 /// The system's own word on whether the Internet can be reached.
 enum class Connectivity : std::uint8_t { unknown, no, yes };
+/// Writes its name as it stands here.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, Connectivity value);
 
 /// The questions about the network. Any thread, unless a member says otherwise.
 class SENTREL_API NetworkService {

@@ -4,6 +4,7 @@
 #include <SentrelKit/Export.h>
 
 #include <cstdint>
+#include <iosfwd>
 
 namespace sentrel {
 
@@ -14,5 +15,7 @@ enum class ThermalState : std::uint8_t {
     serious,  ///< much: the machine may slow down
     critical, ///< needs cooling now
 };
+/// Writes its name as it stands here.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, ThermalState value);
 
 } // namespace sentrel

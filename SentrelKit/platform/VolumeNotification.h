@@ -6,6 +6,7 @@
 #include <SentrelKit/Export.h>
 
 #include <cstdint>
+#include <iosfwd>
 #include <optional>
 #include <string>
 
@@ -25,5 +26,8 @@ struct VolumeNotification {
     std::optional<std::string> newName; ///< didRename: the name now
     std::optional<std::string> path;    ///< the mount point (now)
 };
+
+/// Writes its name as it stands here.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, VolumeNotification::Kind value);
 
 } // namespace sentrel::platform

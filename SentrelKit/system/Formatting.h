@@ -12,6 +12,7 @@
 
 #include <concepts>
 #include <cstdint>
+#include <iosfwd>
 #include <optional>
 #include <string>
 
@@ -19,6 +20,8 @@ namespace sentrel {
 
 /// The units of byte sizes.
 enum class ByteNotation : std::uint8_t { B, KB, MB, GB, TB, PB, EB, ZB };
+/// Writes its name as it stands here.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, ByteNotation value);
 
 /// The unit of a raw value; none for anything but 0 to 7.
 [[nodiscard]] constexpr std::optional<ByteNotation> byteNotation(std::int64_t rawValue) noexcept {

@@ -16,6 +16,7 @@
 #include <SentrelKit/system/detail/PressureAlarm.h>
 
 #include <cstdint>
+#include <iosfwd>
 #include <memory>
 #include <optional>
 
@@ -135,5 +136,8 @@ private:
     Atomic<Pressure> pressure_;
     PressureAlarm alarm_;
 };
+
+/// Writes it as "{wired, active, compressed, free}" with its figures.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, const Memory::Percents& value);
 
 } // namespace sentrel

@@ -12,6 +12,7 @@
 #include <SentrelKit/system/SystemResource.h>
 
 #include <cstdint>
+#include <iosfwd>
 #include <map>
 #include <memory>
 #include <optional>
@@ -155,5 +156,8 @@ private:
     Atomic<std::optional<std::string>> dns_;
     Observation observation_; // the first to go: its calls use all the others
 };
+
+/// Writes its name as it stands here.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, Network::ConnectionType value);
 
 } // namespace sentrel

@@ -22,6 +22,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <iosfwd>
 #include <memory>
 #include <vector>
 
@@ -131,5 +132,11 @@ private:
     std::vector<std::unique_ptr<Task>> tasks_;
     std::unique_ptr<SamplingTimer> sensorsTimer_;
 };
+
+/// Writes its name as it stands here.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, System::Group value);
+
+/// Writes it as "{cpu, 1.1 s, system, started}", with "delayed" before the status where it is.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, const System::TaskInfo& value);
 
 } // namespace sentrel

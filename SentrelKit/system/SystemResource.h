@@ -4,6 +4,7 @@
 #include <SentrelKit/Export.h>
 
 #include <cstdint>
+#include <iosfwd>
 
 namespace sentrel {
 
@@ -18,6 +19,8 @@ enum class SystemResourceType : std::uint8_t {
     battery, ///< the battery
     app,     ///< the running applications
 };
+/// Writes its name as it stands here.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, SystemResourceType value);
 
 /// What the registry and the scheduler know of a model.
 class SENTREL_API SystemResource {

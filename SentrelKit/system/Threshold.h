@@ -9,6 +9,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <iosfwd>
 #include <optional>
 
 namespace sentrel {
@@ -67,5 +68,8 @@ private:
     std::optional<std::int64_t> otherSideSince_; // nanoseconds
     Signal<Crossing> onCrossed_;
 };
+
+/// Writes it as "crossed at 91.5" or "back at 69".
+SENTREL_API std::ostream& operator<<(std::ostream& stream, const Threshold::Crossing& value);
 
 } // namespace sentrel

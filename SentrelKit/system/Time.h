@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <iosfwd>
 #include <string>
 
 namespace sentrel {
@@ -42,5 +43,8 @@ public:
     /// The same of a duration.
     [[nodiscard]] static std::string uptime(std::chrono::seconds time) { return uptime(std::int64_t{time.count()}); }
 };
+
+/// Writes it as "{days, hrs, mins, secs}" with its figures.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, const Time::Split& value);
 
 } // namespace sentrel

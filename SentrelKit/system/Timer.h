@@ -10,6 +10,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <iosfwd>
 #include <memory>
 
 namespace sentrel {
@@ -90,5 +91,8 @@ private:
     Status status_ = Status::initial;
     std::unique_ptr<RepeatingTimer> timer_;
 };
+
+/// Writes its name as it stands here.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, Timer::Status value);
 
 } // namespace sentrel

@@ -7,6 +7,7 @@
 #include <SentrelKit/views/drawing/Geometry.h>
 
 #include <cstdint>
+#include <iosfwd>
 #include <memory>
 #include <optional>
 #include <string>
@@ -27,6 +28,8 @@ enum class AccessibilityRole : std::uint8_t {
     link,           ///< leads somewhere when pressed
     toggle,         ///< on or off
 };
+/// Writes its name as it stands here.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, AccessibilityRole value);
 
 /// One thing that assistive technology tells of and may press: a view of a tree at one moment.
 struct AccessibleElement {

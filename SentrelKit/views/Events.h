@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <SentrelKit/Export.h>
 /// What happens to views: the pointer, the wheel and the keys. Plain values.
 
 #include <SentrelKit/views/drawing/Geometry.h>
 
 #include <cstdint>
+#include <iosfwd>
 #include <string>
 
 namespace sentrel {
@@ -27,6 +29,8 @@ enum class MouseButton : std::uint8_t {
     secondary, ///< the one that opens menus: the right
     middle,    ///< the wheel
 };
+/// Writes its name as it stands here.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, MouseButton value);
 
 /// One event of the pointer.
 struct MouseEvent {
@@ -59,6 +63,8 @@ enum class Key : std::uint8_t {
     pageUp,
     pageDown,
 };
+/// Writes its name as it stands here.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, Key value);
 
 /// A key that went down, or repeats.
 struct KeyEvent {

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <SentrelKit/Export.h>
 #include <SentrelKit/views/View.h>
 
 #include <cstdint>
+#include <iosfwd>
 #include <memory>
 
 namespace sentrel {
@@ -83,5 +85,11 @@ private:
     double spacing_ = 0.0;
     double padding_ = 0.0;
 };
+
+/// Writes its name as it stands here.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, Stack::Axis value);
+
+/// Writes its name as it stands here.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, Stack::Alignment value);
 
 } // namespace sentrel

@@ -10,6 +10,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <iosfwd>
 #include <memory>
 #include <optional>
 #include <string>
@@ -27,6 +28,8 @@ enum class Cursor : std::uint8_t {
     arrow,        ///< where nothing can be clicked
     pointingHand, ///< over a control
 };
+/// Writes its name as it stands here.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, Cursor value);
 
 /// A rectangle over which the pointer has a look.
 struct CursorRect {
@@ -61,6 +64,8 @@ enum class LayerContentsRedrawPolicy : std::uint8_t {
     beforeViewResize = 3,  ///< also once before the view changes its size
     crossfade = 4,         ///< also when the view changes its size, fading over
 };
+/// Writes its name as it stands here.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, LayerContentsRedrawPolicy value);
 
 /// Whether a view gets the keys, and shows that.
 enum class Focus : std::uint8_t {
@@ -68,12 +73,16 @@ enum class Focus : std::uint8_t {
     quiet,   ///< it gets them, and looks as ever: it was clicked
     visible, ///< it gets them and shows a ring: the keyboard led there
 };
+/// Writes its name as it stands here.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, Focus value);
 
 /// What the ground is like that views are drawn on.
 enum class Appearance : std::uint8_t {
     light, ///< default text is black
     dark,  ///< default text is white, and the tracks of rings and bars are denser
 };
+/// Writes its name as it stands here.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, Appearance value);
 
 /// A rectangle that draws itself, may hold others and may take the pointer's events. All on the main thread.
 ///

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <SentrelKit/Export.h>
 #include <SentrelKit/views/drawing/Color.h>
 #include <SentrelKit/views/drawing/Font.h>
 #include <SentrelKit/views/drawing/Path.h>
 
+#include <iosfwd>
 #include <optional>
 #include <string>
 #include <variant>
@@ -18,6 +20,8 @@ enum class TextAlignment : std::uint8_t {
     center, ///< in its middle
     right,  ///< at its right edge
 };
+/// Writes its name as it stands here.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, TextAlignment value);
 
 /// Colours at equal distances on a line, the first and the last reaching on without end.
 struct LinearGradient {

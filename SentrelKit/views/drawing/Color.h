@@ -4,6 +4,7 @@
 #include <SentrelKit/Export.h>
 
 #include <cstdint>
+#include <iosfwd>
 #include <optional>
 #include <string_view>
 
@@ -36,5 +37,7 @@ struct SENTREL_API Color {
     /// Exact equality of all four components; a component that is not a number makes colours differ.
     friend bool operator==(const Color&, const Color&) = default;
 };
+/// Writes it as "{red, green, blue, alpha}" with its figures.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, const Color& value);
 
 } // namespace sentrel

@@ -6,6 +6,7 @@
 #include <SentrelKit/Export.h>
 
 #include <algorithm>
+#include <iosfwd>
 
 namespace sentrel {
 
@@ -17,6 +18,8 @@ struct Point {
     /// Whether both coordinates are equal.
     friend bool operator==(const Point&, const Point&) = default;
 };
+/// Writes it as "{x, y}" with its figures.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, const Point& value);
 
 /// An extent.
 struct Size {
@@ -26,6 +29,8 @@ struct Size {
     /// Whether both sides are equal.
     friend bool operator==(const Size&, const Size&) = default;
 };
+/// Writes it as "{width, height}" with its figures.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, const Size& value);
 
 /// A rectangle along the axes.
 struct Rect {
@@ -53,6 +58,8 @@ struct Rect {
     /// Whether all fields are equal.
     friend bool operator==(const Rect&, const Rect&) = default;
 };
+/// Writes it as "{x, y, width, height}" with its figures.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, const Rect& value);
 
 /// Maps (x, y) to (a·x + c·y + tx, b·x + d·y + ty).
 struct Transform {

@@ -7,6 +7,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <iosfwd>
 #include <vector>
 
 namespace sentrel {
@@ -17,6 +18,8 @@ enum class LineCap : std::uint8_t {
     round = 1,  ///< with a half disc around the end
     square = 2, ///< half a line width past the end
 };
+/// Writes its name as it stands here.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, LineCap value);
 
 /// How a stroke turns a corner.
 enum class LineJoin : std::uint8_t {
@@ -24,6 +27,8 @@ enum class LineJoin : std::uint8_t {
     round = 1, ///< with an arc around the corner
     bevel = 2, ///< with the corner cut off
 };
+/// Writes its name as it stands here.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, LineJoin value);
 
 /// One step of a path. A move, a line and a close use the first point (a close none), a curve has its control points
 /// first and its end last, an arc has its centre first.
@@ -175,5 +180,8 @@ private:
 
 /// The point of a circle at an angle in degrees, from the x axis towards the y axis. Any thread.
 [[nodiscard]] SENTREL_API Point pointOnCircle(Point center, double radius, double degrees) noexcept;
+
+/// Writes its name as it stands here.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, PathElement::Kind value);
 
 } // namespace sentrel

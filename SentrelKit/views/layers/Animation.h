@@ -7,6 +7,7 @@
 #include <SentrelKit/views/drawing/Color.h>
 
 #include <cstdint>
+#include <iosfwd>
 #include <string>
 #include <variant>
 
@@ -63,6 +64,8 @@ enum class FillMode : std::uint8_t {
     removed,  ///< the layer's own value again
     forwards, ///< the animation's last value
 };
+/// Writes its name as it stands here.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, FillMode value);
 
 /// A change of one property of a layer over a time. A value; main thread like the layer.
 struct SENTREL_API BasicAnimation {

@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <SentrelKit/base/util/detail/EnumName.h>
+#include <SentrelKit/platform/Availability.h>
+#include <SentrelKit/platform/Icon.h>
+#include <SentrelKit/platform/NetworkService.h>
+#include <SentrelKit/platform/ThermalState.h>
+#include <SentrelKit/platform/VolumeNotification.h>
+
+#include <ostream>
+
+namespace sentrel {
+
+std::ostream& operator<<(std::ostream& stream, Availability value) {
+    return writeName(stream, value, {"available", "unsupported", "denied", "failed"});
+}
+
+std::ostream& operator<<(std::ostream& stream, ThermalState value) {
+    return writeName(stream, value, {"nominal", "fair", "serious", "critical"});
+}
+
+std::ostream& operator<<(std::ostream& stream, Icon::Kind value) {
+    return writeName(stream, value, {"name", "path", "tiff"});
+}
+
+} // namespace sentrel
+
+namespace sentrel::platform {
+
+std::ostream& operator<<(std::ostream& stream, VolumeNotification::Kind value) {
+    return writeName(stream, value, {"didMount", "didUnmount", "didRename"});
+}
+
+std::ostream& operator<<(std::ostream& stream, Connectivity value) {
+    return writeName(stream, value, {"unknown", "no", "yes"});
+}
+
+} // namespace sentrel::platform

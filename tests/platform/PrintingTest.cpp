@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <SentrelKit/platform/Availability.h>
+#include <SentrelKit/platform/Icon.h>
+#include <SentrelKit/platform/NetworkService.h>
+#include <SentrelKit/platform/ThermalState.h>
+#include <SentrelKit/platform/VolumeNotification.h>
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+namespace sentrel::platform {
+namespace {
+
+TEST(PrintingTest, EnumerationsOfTheMachineAreWrittenByTheirNames) {
+    std::ostringstream text;
+    text << Availability::denied << ' ' << ThermalState::critical << ' ' << Icon::Kind::path << ' '
+         << VolumeNotification::Kind::didRename << ' ' << Connectivity::unknown;
+    EXPECT_EQ(text.str(), "denied critical path didRename unknown");
+}
+
+} // namespace
+} // namespace sentrel::platform
