@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "tools/sentrel/Selection.h"
+
+#include <chrono>
+#include <optional>
+
+namespace tool {
+
+/// What `sentrel show` is asked for.
+struct ShowOptions {
+    Selection selection;                                     ///< of the figures
+    bool json = false;                                       ///< a JSON object a line instead of text
+    std::optional<std::chrono::duration<double>> watch = {}; ///< again at each such interval, until it is ended
+};
+
+/// Samples and prints; rates are over the last interval, of 1.1 seconds for the first. The exit status: 0, or 1 if the
+/// output cannot be written.
+[[nodiscard]] int show(const ShowOptions& options);
+
+} // namespace tool
