@@ -4,6 +4,7 @@
 #include <SentrelKit/Export.h>
 
 #include <cstdint>
+#include <iosfwd>
 #include <optional>
 
 namespace sentrel {
@@ -14,6 +15,8 @@ enum class PressureResource : std::uint8_t {
     memory, ///< memory: reclaiming it, or reading back what was swapped or dropped
     io,     ///< input and output of block devices
 };
+/// Writes its name as it stands here.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, PressureResource value);
 
 /// How much of the time threads waited. An average is in percent of the time, 0 to 100, and weighs the newest most.
 struct PressureShare {
@@ -46,5 +49,8 @@ struct PressureThreshold {
     /// Whether both are the same.
     friend bool operator==(const PressureThreshold&, const PressureThreshold&) = default;
 };
+
+/// Writes its name as it stands here.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, PressureThreshold::Kind value);
 
 } // namespace sentrel

@@ -3,6 +3,8 @@
 #include <SentrelKit/platform/Availability.h>
 #include <SentrelKit/platform/Icon.h>
 #include <SentrelKit/platform/NetworkService.h>
+#include <SentrelKit/platform/Pressure.h>
+#include <SentrelKit/platform/SensorService.h>
 #include <SentrelKit/platform/ThermalState.h>
 #include <SentrelKit/platform/VolumeNotification.h>
 
@@ -22,6 +24,14 @@ std::ostream& operator<<(std::ostream& stream, Icon::Kind value) {
     return writeName(stream, value, {"name", "path", "tiff"});
 }
 
+std::ostream& operator<<(std::ostream& stream, PressureResource value) {
+    return writeName(stream, value, {"cpu", "memory", "io"});
+}
+
+std::ostream& operator<<(std::ostream& stream, PressureThreshold::Kind value) {
+    return writeName(stream, value, {"some", "full"});
+}
+
 } // namespace sentrel
 
 namespace sentrel::platform {
@@ -32,6 +42,10 @@ std::ostream& operator<<(std::ostream& stream, VolumeNotification::Kind value) {
 
 std::ostream& operator<<(std::ostream& stream, Connectivity value) {
     return writeName(stream, value, {"unknown", "no", "yes"});
+}
+
+std::ostream& operator<<(std::ostream& stream, SensorKind value) {
+    return writeName(stream, value, {"temperature", "fan", "voltage", "current", "power", "energy"});
 }
 
 } // namespace sentrel::platform

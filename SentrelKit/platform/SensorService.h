@@ -7,6 +7,7 @@
 #include <SentrelKit/platform/Availability.h>
 
 #include <cstdint>
+#include <iosfwd>
 #include <optional>
 #include <string>
 #include <vector>
@@ -22,6 +23,8 @@ enum class SensorKind : std::uint8_t {
     power,       ///< watts
     energy,      ///< joules used since some point in the past: a counter
 };
+/// Writes its name as it stands here.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, SensorKind value);
 
 /// One sensor and what it says now. Value and limits are in the unit of its kind.
 struct SensorReading {

@@ -19,6 +19,7 @@
 #include <array>
 #include <chrono>
 #include <cstdint>
+#include <iosfwd>
 #include <memory>
 #include <optional>
 #include <string>
@@ -148,5 +149,8 @@ private:
     Atomic<Pressure> pressure_;
     PressureAlarm alarm_;
 };
+
+/// Writes its name as it stands here.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, CPU::Measure value);
 
 } // namespace sentrel

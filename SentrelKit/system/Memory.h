@@ -140,4 +140,7 @@ private:
 /// Writes it as "{wired, active, compressed, free}" with its figures.
 SENTREL_API std::ostream& operator<<(std::ostream& stream, const Memory::Percents& value);
 
+/// Writes its name as it stands here.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, Memory::Measure value);
+
 } // namespace sentrel

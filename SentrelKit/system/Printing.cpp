@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/base/util/detail/EnumName.h>
+#include <SentrelKit/system/CPU.h>
 #include <SentrelKit/system/Formatting.h>
 #include <SentrelKit/system/Memory.h>
 #include <SentrelKit/system/Network.h>
@@ -49,6 +50,14 @@ std::ostream& operator<<(std::ostream& stream, const Memory::Percents& value) {
 
 std::ostream& operator<<(std::ostream& stream, const Threshold::Crossing& value) {
     return stream << (value.isCrossed ? "crossed at " : "back at ") << value.figure;
+}
+
+std::ostream& operator<<(std::ostream& stream, CPU::Measure value) {
+    return writeName(stream, value, {"pressure"});
+}
+
+std::ostream& operator<<(std::ostream& stream, Memory::Measure value) {
+    return writeName(stream, value, {"pressure"});
 }
 
 } // namespace sentrel

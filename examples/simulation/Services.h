@@ -51,7 +51,7 @@ class Host final : public sentrel::platform::HostService {
     using Values = sentrel::platform::ScriptedHostService;
 
     template <class Operation, class... Arguments>
-    auto ask(Operation operation, const Arguments&... arguments) {
+    auto ask(Operation operation, Arguments&&... arguments) {
         return world_.ask([&](auto& values) { return std::invoke(operation, values.host(), arguments...); });
     }
 
@@ -79,6 +79,14 @@ public:
     std::optional<std::uint64_t> physicalMemory() override { return ask(&Values::physicalMemory); }
     std::optional<double> awakeUptime() noexcept override { return ask(&Values::awakeUptime); }
     std::optional<sentrel::ThermalState> thermalState() override { return ask(&Values::thermalState); }
+    sentrel::Availability pressure(sentrel::PressureResource resource, sentrel::Pressure& pressure) noexcept override {
+        return ask(&Values::pressure, resource, pressure);
+    }
+    sentrel::Observation observePressure(sentrel::PressureResource resource,
+                                         const sentrel::PressureThreshold& threshold,
+                                         std::function<void()> observer) override {
+        return world_.values().host().observePressure(resource, threshold, std::move(observer));
+    }
 
 private:
     World& world_;

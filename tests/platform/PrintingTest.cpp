@@ -15,8 +15,9 @@ namespace {
 TEST(PrintingTest, EnumerationsOfTheMachineAreWrittenByTheirNames) {
     std::ostringstream text;
     text << Availability::denied << ' ' << ThermalState::critical << ' ' << Icon::Kind::path << ' '
-         << VolumeNotification::Kind::didRename << ' ' << Connectivity::unknown;
-    EXPECT_EQ(text.str(), "denied critical path didRename unknown");
+         << VolumeNotification::Kind::didRename << ' ' << Connectivity::unknown << ' ' << PressureResource::io << ' '
+         << PressureThreshold::Kind::full << ' ' << SensorKind::energy;
+    EXPECT_EQ(text.str(), "denied critical path didRename unknown io full energy");
 }
 
 } // namespace

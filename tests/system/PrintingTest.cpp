@@ -16,8 +16,9 @@ namespace {
 TEST(PrintingTest, EnumerationsOfModelsAreWrittenByTheirNames) {
     std::ostringstream text;
     text << SystemResourceType::app << ' ' << System::Group::network << ' ' << Timer::Status::suspended << ' '
-         << Network::ConnectionType::internet << ' ' << ByteNotation::KB;
-    EXPECT_EQ(text.str(), "app network suspended internet KB");
+         << Network::ConnectionType::internet << ' ' << ByteNotation::KB << ' ' << CPU::Measure::pressure << ' '
+         << Memory::Measure::pressure;
+    EXPECT_EQ(text.str(), "app network suspended internet KB pressure pressure");
 }
 
 TEST(PrintingTest, AValueThatHasNoNameIsWrittenAsItsNumber) {
