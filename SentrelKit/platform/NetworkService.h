@@ -6,7 +6,9 @@
 
 #include <SentrelKit/Export.h>
 #include <SentrelKit/base/util/PropertyList.h>
+#include <SentrelKit/platform/Availability.h>
 #include <SentrelKit/platform/Connection.h>
+#include <SentrelKit/platform/InterfaceFacts.h>
 #include <SentrelKit/platform/Observation.h>
 
 #include <cstdint>
@@ -117,6 +119,24 @@ public:
 
     /// The first registry entry of a named interface: null if there is none, absent if the registry cannot be asked.
     virtual std::optional<std::unique_ptr<InterfaceEntry>> matchInterface(const std::string& name) = 0;
+
+    /// Fills the list with the packet counters of every interface, in the system's order, all taken by one request.
+    /// Linux: netlink's statistics listing; macOS: the routing sysctl, as for `listInterfaces`. No privilege. Unless
+    /// available the list stays as it was. Allocates nothing once warm.
+    [[nodiscard]] virtual Availability packetCounters(std::vector<InterfaceCounters>& counters) = 0;
+
+    /// Fills the list with the state of every interface's link, in the system's order. Linux: netlink's link and
+    /// address listings and the driver's own settings (ethtool), both read anew only after a notice of a change, so
+    /// speed and duplex that are changed by hand under a link that stays up are not seen. macOS: unsupported so
+    /// far; the routing sysctl and the media status would tell. No privilege. Unless available the list stays as it
+    /// was. Allocates nothing once warm.
+    [[nodiscard]] virtual Availability links(std::vector<InterfaceLink>& links) = 0;
+
+    /// Fills the list with the radios of all wireless interfaces, each a client of a network or of none. Unsupported
+    /// where there is no wireless interface. Linux: nl80211, no privilege. macOS: unsupported, as only an
+    /// Objective-C framework (CoreWLAN) tells of it, which this library does not load. Unless available the list stays
+    /// as it was. Allocates nothing once warm.
+    [[nodiscard]] virtual Availability wirelessLinks(std::vector<WirelessLink>& links) = 0;
 
     /// Whether the Internet can be reached, as far as the system knows without contacting anyone. May wait a few
     /// seconds for a system service.

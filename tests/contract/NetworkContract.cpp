@@ -202,6 +202,74 @@ TEST_P(PlatformContract, ConnectivityIsUnknownWhereItCannotBeTold) {
     EXPECT_EQ(platform().network().connectivity(), Connectivity::unknown);
 }
 
+TEST_P(PlatformContract, PacketCountersAreThoseOfInterfacesAndNeverBelowZero) {
+    std::vector<InterfaceCounters> counters;
+    if (platform().network().packetCounters(counters) != Availability::available)
+        return;
+    EXPECT_FALSE(counters.empty());
+    for (const InterfaceCounters& each : counters) {
+        EXPECT_FALSE(each.name.empty());
+        EXPECT_LE(each.name.size(), longestName);
+        EXPECT_GT(each.index, 0u);
+        for (const std::int64_t counter :
+             {each.packetsIn, each.packetsOut, each.errorsIn, each.errorsOut, each.dropsIn, each.dropsOut.value_or(0)})
+            EXPECT_GE(counter, 0) << each.name;
+    }
+}
+
+TEST_P(PlatformContract, LinksAreThoseOfInterfacesWithFiguresInRange) {
+    std::vector<InterfaceLink> links;
+    if (platform().network().links(links) != Availability::available)
+        return;
+    EXPECT_FALSE(links.empty());
+    for (const InterfaceLink& link : links) {
+        EXPECT_FALSE(link.name.empty());
+        EXPECT_LE(link.name.size(), longestName);
+        EXPECT_GT(link.index, 0u);
+        EXPECT_LE(link.kind, InterfaceKind::wifi);
+        EXPECT_LE(link.state, OperationalState::up);
+        EXPECT_GT(link.speed.value_or(1), 0);
+        EXPECT_GT(link.mtu.value_or(1), 0u);
+        EXPECT_TRUE(link.mac().empty() || link.mac().size() == 17u);
+        for (const InterfaceAddress& address : link.addresses) {
+            EXPECT_LE(address.prefixLength, address.isIPv6 ? 128 : 32);
+            EXPECT_FALSE(address.text().empty());
+        }
+    }
+}
+
+TEST_P(PlatformContract, RadiosAreInRange) {
+    std::vector<WirelessLink> links;
+    if (platform().network().wirelessLinks(links) != Availability::available)
+        return;
+    EXPECT_FALSE(links.empty());
+    for (const WirelessLink& link : links) {
+        EXPECT_FALSE(link.name.empty());
+        EXPECT_LT(link.signal.value_or(-1), 30); // more than any transmitter sends
+        EXPECT_GT(link.bitRateIn.value_or(1), 0);
+        EXPECT_GT(link.bitRateOut.value_or(1), 0);
+        constexpr std::int64_t megahertz = 1'000'000;
+        EXPECT_GE(link.frequency.value_or(megahertz), megahertz);
+        EXPECT_GE(link.channelWidth.value_or(megahertz), megahertz);
+    }
+}
+
+TEST_P(PlatformContract, WhatFailsToBeToldOfInterfacesLeavesTheListsAsTheyWere) {
+    if (machine->isReal())
+        return;
+    NetworkService& network = platform().network();
+    std::vector<InterfaceCounters> counters(2);
+    std::vector<InterfaceLink> links(2);
+    std::vector<WirelessLink> radios(2);
+    fail("packetCounters");
+    fail("links");
+    fail("wirelessLinks");
+    EXPECT_NE(network.packetCounters(counters), Availability::available);
+    EXPECT_NE(network.links(links), Availability::available);
+    EXPECT_NE(network.wirelessLinks(radios), Availability::available);
+    EXPECT_EQ(counters.size() + links.size() + radios.size(), 6u);
+}
+
 TEST_P(PlatformContract, ANumericAddressResolvesWithoutAskingAnyone) {
     EXPECT_TRUE(platform().network().resolves("127.0.0.1"));
 }

@@ -99,6 +99,13 @@ private:
         network.interface("lo0").linkType = 24;
         network.interface("en0").properties = {{"IOPrimaryInterface", true}, {"IO80211SSID", "wireless"}};
         network.interface("interface000015").related = {{"IOLinkSpeed", 1'000'000'000}};
+        network.packetCountersValue = {{.name = "en0", .index = 2, .packetsIn = 10, .packetsOut = 9, .dropsOut = 1}};
+        InterfaceLink link{.name = "en0", .index = 2, .kind = InterfaceKind::wifi, .state = OperationalState::up};
+        link.mtu = 1500;
+        link.hardware = {2, 0, 0, 0, 0, 1};
+        link.addresses = {{.bytes = {192, 0, 2, 7}, .prefixLength = 24}};
+        network.linksValue = {{link}};
+        network.wirelessLinksValue = {{{.name = "en0", .index = 2, .signal = -50, .frequency = 5'180'000'000}}};
         network.localHostName = "tower";
         network.ipv4 = PropertyList::Dictionary{{"Router", "192.0.2.1"}};
         network.dns = PropertyList::Dictionary{{"ServerAddresses", PropertyList::List{"192.0.2.2"}}};

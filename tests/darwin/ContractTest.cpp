@@ -53,6 +53,7 @@ const std::multimap<std::string, std::string>& functions() {
         {"media", "DADiskCopyIOMedia"},
         {"statistics", "IORegistryEntrySearchCFProperty"},
         {"parent", "IORegistryEntryGetParentEntry"},
+        {"packetCounters", "sysctl"},
         {"createSmartPlugIn", "IOCreatePlugInInterfaceForService"},
         {"queryInterface", "QueryInterface"},
         {"enableOperations", "SMARTEnableDisableOperations"},

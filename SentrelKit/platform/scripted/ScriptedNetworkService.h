@@ -62,6 +62,13 @@ public:
     bool listInterfaces(const std::function<void(const InterfaceInfo&)>& each) override;
     std::optional<MediaStatus> mediaStatus(std::string_view name) override;
     std::optional<std::unique_ptr<InterfaceEntry>> matchInterface(const std::string& name) override;
+    Availability packetCounters(std::vector<InterfaceCounters>& counters) override {
+        return calls.answer("packetCounters", packetCountersValue, counters);
+    }
+    Availability links(std::vector<InterfaceLink>& links) override { return calls.answer("links", linksValue, links); }
+    Availability wirelessLinks(std::vector<WirelessLink>& links) override {
+        return calls.answer("wirelessLinks", wirelessLinksValue, links);
+    }
     /// Unknown if it fails.
     Connectivity connectivity() override { return calls.fails("connectivity") ? Connectivity::unknown : reachable; }
     bool resolves(const std::string& host) override;
@@ -74,9 +81,12 @@ public:
     /// Delivers one change of the configuration to every scheduled watch with keys, on its queue.
     void change();
 
-    ScriptedCalls calls;                           ///< what was asked, and how it fails
-    std::vector<ScriptedInterface> interfaces;     ///< in the order in which they are listed
-    Connectivity reachable = Connectivity::yes;    ///< what `connectivity` answers
+    ScriptedCalls calls;                                               ///< what was asked, and how it fails
+    std::vector<ScriptedInterface> interfaces;                         ///< in the order in which they are listed
+    Connectivity reachable = Connectivity::yes;                        ///< what `connectivity` answers
+    std::optional<std::vector<InterfaceCounters>> packetCountersValue; ///< of every interface; absent: unsupported
+    std::optional<std::vector<InterfaceLink>> linksValue;              ///< of every interface; absent: unsupported
+    std::optional<std::vector<WirelessLink>> wirelessLinksValue;       ///< of the wireless ones; absent: unsupported
     std::map<std::string, ScriptedServer> servers; ///< by name; a host that is not among them is the real network's
     std::optional<std::string> localHostName;      ///< the machine's name, if it has one
     std::optional<PropertyList> ipv4;              ///< the value of "State:/Network/Global/IPv4"

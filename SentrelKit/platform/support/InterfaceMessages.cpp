@@ -21,8 +21,13 @@ constexpr std::uint8_t addressType = 12;   // RTM_NEWADDR
 // if_msghdr2, and the link-level address (sockaddr_dl) behind it.
 constexpr std::size_t flagsOffset = 8;
 constexpr std::size_t indexOffset = 12;
+constexpr std::size_t packetsInOffset = 56; // ifi_ipackets of the if_data64 at 32
+constexpr std::size_t errorsInOffset = 64;
+constexpr std::size_t packetsOutOffset = 72;
+constexpr std::size_t errorsOutOffset = 80;
 constexpr std::size_t bytesInOffset = 96;
 constexpr std::size_t bytesOutOffset = 104;
+constexpr std::size_t dropsInOffset = 128; // ifi_iqdrops
 constexpr std::size_t linkOffset = 160;
 constexpr std::size_t linkFamilyOffset = linkOffset + 1;
 constexpr std::uint8_t linkFamily = 18; // AF_LINK
@@ -85,12 +90,17 @@ SocketAddress interfaceAddress(Bytes message) noexcept {
     return rest.empty() ? address : SocketAddress();
 }
 
-InterfaceInfo interfaceOf(Bytes message) noexcept {
-    InterfaceInfo interface;
+InterfaceMessage interfaceOf(Bytes message) noexcept {
+    InterfaceMessage interface;
     interface.flags = numberAt<std::uint32_t>(message, flagsOffset);
     interface.index = numberAt<std::uint16_t>(message, indexOffset);
     interface.bytesIn = numberAt<std::int64_t>(message, bytesInOffset);
     interface.bytesOut = numberAt<std::int64_t>(message, bytesOutOffset);
+    interface.packetsIn = numberAt<std::int64_t>(message, packetsInOffset);
+    interface.packetsOut = numberAt<std::int64_t>(message, packetsOutOffset);
+    interface.errorsIn = numberAt<std::int64_t>(message, errorsInOffset);
+    interface.errorsOut = numberAt<std::int64_t>(message, errorsOutOffset);
+    interface.dropsIn = numberAt<std::int64_t>(message, dropsInOffset);
     interface.linkType = message[linkTypeOffset];
     const std::size_t nameLength = message[nameLengthOffset];
     const Bytes name = part(message, nameOffset, std::min(nameLength, longestName));
@@ -104,12 +114,16 @@ InterfaceInfo interfaceOf(Bytes message) noexcept {
 } // namespace
 
 void InterfaceMessages::read(Bytes bytes, const std::function<void(const InterfaceInfo&)>& each) {
+    readWhole(bytes, [&each](const InterfaceMessage& interface) { each(interface); });
+}
+
+void InterfaceMessages::readWhole(Bytes bytes, const std::function<void(const InterfaceMessage&)>& each) {
     for (Bytes message = firstMessage(bytes); !message.empty(); message = firstMessage(bytes)) {
         bytes = bytes.subspan(message.size());
         if (message[typeOffset] != interfaceType || message.size() < nameOffset ||
             message[linkFamilyOffset] != linkFamily)
             continue;
-        InterfaceInfo interface = interfaceOf(message);
+        InterfaceMessage interface = interfaceOf(message);
         addresses_.clear();
         for (Bytes next = firstMessage(bytes); !next.empty() && next[typeOffset] == addressType;
              next = firstMessage(bytes)) {

@@ -10,6 +10,16 @@
 
 namespace sentrel::platform {
 
+/// What a message tells of its interface: what the backends hand on, and the counters of packets, each since the
+/// interface exists.
+struct InterfaceMessage : InterfaceInfo {
+    std::int64_t packetsIn = 0;  ///< received
+    std::int64_t packetsOut = 0; ///< sent
+    std::int64_t errorsIn = 0;   ///< that came damaged
+    std::int64_t errorsOut = 0;  ///< that could not be sent
+    std::int64_t dropsIn = 0;    ///< that came and were thrown away
+};
+
 /// The interface list of a BSD kernel, as `sysctl` gives it in extended form (NET_RT_IFLIST2): a message for each
 /// interface, followed by one for each of its addresses. One thread at a time; one object allocates nothing once it has
 /// met the interface with the most addresses.
@@ -19,6 +29,8 @@ public:
     /// the list; so does one without a length. An interface whose message does not go on with its link-level address is
     /// left out. Addresses are laid out at multiples of 8 bytes; a message that is laid out otherwise carries none.
     void read(std::span<const std::uint8_t> bytes, const std::function<void(const InterfaceInfo&)>& each);
+    /// The same with all that the messages tell.
+    void readWhole(std::span<const std::uint8_t> bytes, const std::function<void(const InterfaceMessage&)>& each);
 
 private:
     std::vector<SocketAddress> addresses_;

@@ -4,6 +4,7 @@
 #include <SentrelKit/platform/linux/network/NetlinkAttributes.h>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <linux/if_addr.h>
 #include <linux/if_link.h>
@@ -27,6 +28,29 @@ std::uint8_t ianaTypeOf(unsigned short hardwareType) noexcept {
     default:
         return ianaOther;
     }
+}
+
+// What the kernel calls the kind of a link that it made itself (IFLA_INFO_KIND); a device has none. A "tun" without a
+// link layer hands packets of a network to a program, one with Ethernet frames (tap) serves virtual machines mostly.
+InterfaceKind kindOf(const ifinfomsg& header, std::string_view made) noexcept {
+    constexpr std::array<std::string_view, 5> enciphered = {"wireguard", "ovpn", "xfrm", "vti", "vti6"};
+    if ((header.ifi_flags & IFF_LOOPBACK) != 0)
+        return InterfaceKind::loopback;
+    if (made.empty())
+        return InterfaceKind::physical;
+    if (made == "bridge")
+        return InterfaceKind::bridge;
+    const bool handsPackets = made == "tun" && header.ifi_type == ARPHRD_NONE;
+    return handsPackets || std::ranges::find(enciphered, made) != enciphered.end() ? InterfaceKind::vpn
+                                                                                   : InterfaceKind::virtual_;
+}
+
+AddressScope scopeOf(std::uint8_t scope) noexcept {
+    if (scope >= RT_SCOPE_HOST)
+        return AddressScope::host;
+    if (scope >= RT_SCOPE_LINK)
+        return AddressScope::link;
+    return scope >= RT_SCOPE_SITE ? AddressScope::site : AddressScope::global;
 }
 
 std::string_view nameOf(const Link& link) noexcept {
@@ -61,6 +85,13 @@ void LinkTable::addLink(const nlmsghdr& message) {
     link.index = static_cast<std::uint32_t>(header->ifi_index);
     link.flags = header->ifi_flags;
     link.linkType = ianaTypeOf(header->ifi_type);
+    const NetlinkAttributes<IFLA_INFO_KIND> made(attributes.bytes(IFLA_LINKINFO));
+    link.kind = kindOf(*header, made.text(IFLA_INFO_KIND));
+    // RFC 2863's states, as the kernel numbers them (IF_OPER_UNKNOWN to IF_OPER_UP).
+    const auto state = attributes.value<std::uint8_t>(IFLA_OPERSTATE, 0);
+    if (state <= static_cast<std::uint8_t>(OperationalState::up))
+        link.state = static_cast<OperationalState>(state);
+    link.mtu = attributes.value<std::uint32_t>(IFLA_MTU, 0);
     const std::string_view name = attributes.text(IFLA_IFNAME);
     std::copy_n(name.data(), std::min(name.size(), link.name.size() - 1), link.name.data());
     const NetlinkBytes hardware = attributes.bytes(IFLA_ADDRESS);
@@ -80,6 +111,8 @@ void LinkTable::addAddress(const nlmsghdr& message) {
     const NetlinkBytes bytes = attributes.has(IFA_LOCAL) ? attributes.bytes(IFA_LOCAL) : attributes.bytes(IFA_ADDRESS);
     Address address;
     address.index = header->ifa_index;
+    address.prefixLength = header->ifa_prefixlen;
+    address.scope = scopeOf(header->ifa_scope);
     if (header->ifa_family == AF_INET && bytes.size() == sizeof(in_addr)) {
         address.v4 = sockaddr_in{};
         address.v4.sin_family = AF_INET;
@@ -111,6 +144,34 @@ void LinkTable::finish() {
     }
     std::sort(byName_.begin(), byName_.end(),
               [this](std::uint32_t a, std::uint32_t b) { return nameOf(links_[a]) < nameOf(links_[b]); });
+}
+
+void LinkTable::describe(const Link& link, InterfaceLink& facts) const {
+    facts.name = nameOf(link);
+    facts.index = link.index;
+    facts.kind = link.kind;
+    facts.state = link.state;
+    facts.duplex.reset();
+    facts.speed.reset();
+    facts.mtu = link.mtu != 0 ? std::optional(link.mtu) : std::nullopt;
+    std::array<std::uint8_t, 6> hardware{};
+    std::copy_n(link.hardware.data(), hardware.size(), hardware.data());
+    const bool hasHardware = link.hardwareLength == hardware.size() && hardware != std::array<std::uint8_t, 6>{};
+    facts.hardware = hasHardware ? std::optional(hardware) : std::nullopt;
+    facts.addresses.clear();
+    for (const Address& each : std::span(addresses_).subspan(link.firstAddress, link.addressCount)) {
+        if (each.length == 0)
+            continue;
+        InterfaceAddress& address = facts.addresses.emplace_back();
+        address.isIPv6 = each.length == sizeof(sockaddr_in6);
+        if (address.isIPv6)
+            std::memcpy(address.bytes.data(), &each.v6.sin6_addr, sizeof(in6_addr));
+        else
+            std::memcpy(address.bytes.data(), &each.v4.sin_addr, sizeof(in_addr));
+        const std::uint8_t longest = address.isIPv6 ? 128 : 32;
+        address.prefixLength = std::min(each.prefixLength, longest);
+        address.scope = each.scope;
+    }
 }
 
 const Link* LinkTable::find(std::uint32_t index, std::size_t guess) const noexcept {

@@ -21,6 +21,9 @@ struct Link {
     std::uint8_t hardwareLength = 0;
     bool carrierKnown = false;
     bool carrier = false;
+    InterfaceKind kind = InterfaceKind::physical; ///< as far as this listing tells: a wireless link is a physical one
+    OperationalState state = OperationalState::unknown;
+    std::uint32_t mtu = 0; ///< 0 if it was not told
     std::array<char, IFNAMSIZ> name{};
     std::array<std::uint8_t, 32> hardware{}; ///< MAX_ADDR_LEN of the kernel
     std::uint32_t firstAddress = 0;
@@ -42,6 +45,12 @@ public:
     }
     [[nodiscard]] std::span<const SocketAddress> addresses(const Link& link) const noexcept;
 
+    /// In the kernel's order.
+    [[nodiscard]] std::span<const Link> links() const noexcept { return links_; }
+
+    /// Makes `facts` those of the link, but for what its driver tells.
+    void describe(const Link& link, InterfaceLink& facts) const;
+
     /// Whether an Ethernet-like interface that is up and has carrier has an IPv4 address.
     [[nodiscard]] bool hasActiveIPv4() const noexcept;
 
@@ -56,6 +65,8 @@ private:
     struct Address {
         std::uint32_t index = 0;
         std::uint32_t length = 0;
+        std::uint8_t prefixLength = 0;
+        AddressScope scope = AddressScope::global;
         union {
             sockaddr_in v4;
             sockaddr_in6 v6{};

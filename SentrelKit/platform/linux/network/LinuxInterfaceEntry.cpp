@@ -1,22 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/network/LinuxInterfaceEntry.h>
 
-#include <SentrelKit/platform/linux/common/UniqueFd.h>
 #include <SentrelKit/platform/linux/network/LinuxNetworkService.h>
-
-#include <algorithm>
-#include <cstring>
-#include <linux/ethtool.h>
-#include <linux/sockios.h>
-#include <net/if.h>
-#include <sys/ioctl.h>
-#include <sys/socket.h>
+#include <SentrelKit/platform/linux/network/WireSettings.h>
 
 namespace sentrel::platform {
 
 namespace {
-
-constexpr std::int64_t megabit = 1'000'000;
 
 // The device, its USB interface, the USB device: the product stands no further up than the hubs above them.
 constexpr int maximumParents = 6;
@@ -24,16 +14,8 @@ constexpr int maximumParents = 6;
 } // namespace
 
 std::int64_t wiredLinkSpeed(const std::string& name) {
-    const UniqueFd socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-    ethtool_cmd command{};
-    command.cmd = ETHTOOL_GSET;
-    ifreq request{};
-    std::copy_n(name.data(), std::min<std::size_t>(name.size(), IFNAMSIZ - 1), request.ifr_name);
-    request.ifr_data = reinterpret_cast<char*>(&command);
-    if (!socket || ::ioctl(socket.get(), SIOCETHTOOL, &request) != 0)
-        return 0;
-    const std::uint32_t megabits = ethtool_cmd_speed(&command);
-    return megabits == static_cast<std::uint32_t>(SPEED_UNKNOWN) ? 0 : megabits * megabit;
+    WireQuery query;
+    return query.settings(name).speed.value_or(0);
 }
 
 std::optional<std::string> LinuxInterfaceEntry::networkName() {

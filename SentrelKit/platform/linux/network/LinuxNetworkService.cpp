@@ -5,9 +5,8 @@
 #include <SentrelKit/platform/linux/network/LinuxInterfaceEntry.h>
 #include <SentrelKit/platform/linux/network/NetlinkAttributes.h>
 
+#include <algorithm>
 #include <cerrno>
-#include <cstddef>
-#include <cstring>
 #include <linux/if_link.h>
 #include <linux/rtnetlink.h>
 #include <utility>
@@ -31,6 +30,18 @@ Connectivity meaningOf(std::uint32_t state) noexcept {
     default:
         return Connectivity::no;
     }
+}
+
+void describeRadio(WirelessQuery& query, const WirelessInterface& radio, WirelessLink& link) {
+    link.name = radio.name.data();
+    link.index = radio.index;
+    link.frequency = radio.frequency;
+    link.channelWidth = radio.channelWidth;
+    const std::optional<WirelessStation> station = radio.isClient ? query.station(radio.index) : std::nullopt;
+    const auto known = [](std::int64_t rate) { return rate != 0 ? std::optional(rate) : std::nullopt; };
+    link.signal = station ? station->signal : std::nullopt;
+    link.bitRateIn = known(station ? station->bitRateIn : 0);
+    link.bitRateOut = known(station ? station->bitRateOut : 0);
 }
 
 Connectivity askConnectivityService(BusConnection& bus) {
@@ -102,17 +113,8 @@ bool LinuxNetworkService::readCounters() {
     return route_.ask(
         countersRequest_, [this]() SENTREL_NO_THREAD_SAFETY_ANALYSIS { counters_.clear(); },
         [this](const nlmsghdr& message) SENTREL_NO_THREAD_SAFETY_ANALYSIS {
-            const auto* header = headerOf<if_stats_msg>(payloadOf(message));
-            if (!header)
-                return;
-            const NetlinkAttributes<IFLA_STATS_LINK_64> attributes(payloadOf(message), sizeof(if_stats_msg));
-            const NetlinkBytes bytes = attributes.bytes(IFLA_STATS_LINK_64);
-            if (bytes.size() < offsetof(rtnl_link_stats64, rx_errors))
-                return;
-            Counters counters{header->ifindex, 0, 0};
-            std::memcpy(&counters.bytesIn, bytes.data() + offsetof(rtnl_link_stats64, rx_bytes), sizeof(std::int64_t));
-            std::memcpy(&counters.bytesOut, bytes.data() + offsetof(rtnl_link_stats64, tx_bytes), sizeof(std::int64_t));
-            counters_.push_back(counters);
+            if (const auto counters = parseCounters(message))
+                counters_.push_back(*counters);
         });
 }
 
@@ -130,7 +132,7 @@ bool LinuxNetworkService::listInterfaces(const std::function<void(const Interfac
     if (!links)
         return false;
     std::size_t position = 0;
-    for (const Counters& counters : counters_) {
+    for (const LinkCounters& counters : counters_) {
         // One that came after the links were listed has given notice and is found the next time.
         const Link* link = links->find(counters.index, position);
         if (!link)
@@ -178,6 +180,76 @@ std::optional<std::unique_ptr<InterfaceEntry>> LinuxNetworkService::matchInterfa
     if (!link)
         return std::unique_ptr<InterfaceEntry>();
     return std::make_unique<LinuxInterfaceEntry>(*this, root_, name, link->index);
+}
+
+Availability LinuxNetworkService::packetCounters(std::vector<InterfaceCounters>& counters) {
+    const LockScope listing(listing_);
+    const LockScope scope(lock_);
+    if (!refreshLinks() || !readCounters())
+        return availabilityOf(errno);
+    std::size_t position = 0;
+    for (const LinkCounters& counted : counters_) {
+        const Link* link = links_->find(counted.index, position);
+        if (!link)
+            continue;
+        if (position == counters.size())
+            counters.emplace_back();
+        InterfaceCounters& record = counters[position++];
+        record.name = link->name.data();
+        record.index = counted.index;
+        record.packetsIn = counted.packetsIn;
+        record.packetsOut = counted.packetsOut;
+        record.errorsIn = counted.errorsIn;
+        record.errorsOut = counted.errorsOut;
+        record.dropsIn = counted.dropsIn;
+        record.dropsOut = counted.dropsOut;
+    }
+    counters.resize(position);
+    return Availability::available;
+}
+
+// What drivers are asked for changes with the link, which gives notice.
+void LinuxNetworkService::describeLinks() {
+    if (describedFrom_ == links_)
+        return;
+    if (!wireless_.listInterfaces(radios_))
+        radios_.clear();
+    const std::span<const Link> links = links_->links();
+    described_.resize(links.size());
+    for (std::size_t place = 0; place < links.size(); ++place) {
+        InterfaceLink& facts = described_[place];
+        links_->describe(links[place], facts);
+        const auto isRadio = [&facts](const WirelessInterface& radio) { return radio.index == facts.index; };
+        if (std::ranges::any_of(radios_, isRadio)) {
+            facts.kind = InterfaceKind::wifi;
+            continue;
+        }
+        const WireSettings wire = wires_.settings(facts.name);
+        facts.speed = wire.speed;
+        facts.duplex = wire.duplex;
+    }
+    describedFrom_ = links_;
+}
+
+Availability LinuxNetworkService::links(std::vector<InterfaceLink>& links) {
+    const LockScope scope(lock_);
+    if (!refreshLinks())
+        return availabilityOf(errno);
+    describeLinks();
+    links = described_;
+    return Availability::available;
+}
+
+Availability LinuxNetworkService::wirelessLinks(std::vector<WirelessLink>& links) {
+    const LockScope scope(lock_);
+    if (!wireless_.listInterfaces(radios_))
+        return availabilityOf(errno);
+    if (radios_.empty())
+        return Availability::unsupported;
+    links.resize(radios_.size());
+    for (std::size_t place = 0; place < radios_.size(); ++place)
+        describeRadio(wireless_, radios_[place], links[place]);
+    return Availability::available;
 }
 
 bool LinuxNetworkService::isPrimary(std::uint32_t index) {

@@ -10,8 +10,10 @@
 #include <SentrelKit/platform/linux/common/BusConnection.h>
 #include <SentrelKit/platform/linux/common/SystemRoot.h>
 #include <SentrelKit/platform/linux/network/DefaultRoute.h>
+#include <SentrelKit/platform/linux/network/LinkCounters.h>
 #include <SentrelKit/platform/linux/network/LinkTable.h>
 #include <SentrelKit/platform/linux/network/NetlinkSocket.h>
+#include <SentrelKit/platform/linux/network/WireSettings.h>
 #include <SentrelKit/platform/linux/network/WirelessQuery.h>
 
 #include <atomic>
@@ -27,23 +29,21 @@ public:
     bool listInterfaces(const std::function<void(const InterfaceInfo&)>& each) override;
     std::optional<MediaStatus> mediaStatus(std::string_view name) override;
     std::optional<std::unique_ptr<InterfaceEntry>> matchInterface(const std::string& name) override;
+    Availability packetCounters(std::vector<InterfaceCounters>& counters) override;
+    Availability links(std::vector<InterfaceLink>& links) override;
+    Availability wirelessLinks(std::vector<WirelessLink>& links) override;
     Connectivity connectivity() override;
     std::unique_ptr<ConfigurationWatch> watchConfiguration(const std::string& name) override;
 
 private:
     friend class LinuxInterfaceEntry;
 
-    struct Counters {
-        std::uint32_t index;
-        std::int64_t bytesIn;
-        std::int64_t bytesOut;
-    };
-
     void takeNotices() SENTREL_REQUIRES(lock_);
     bool refreshLinks() SENTREL_REQUIRES(lock_);
     bool refreshRoutes() SENTREL_REQUIRES(lock_);
     bool readCounters() SENTREL_REQUIRES(lock_, listing_);
     std::shared_ptr<const LinkTable> beginListing() SENTREL_REQUIRES(listing_);
+    void describeLinks() SENTREL_REQUIRES(lock_);
     bool currentLinks() SENTREL_REQUIRES(lock_);
 
     [[nodiscard]] bool isPrimary(std::uint32_t index);
@@ -54,7 +54,7 @@ private:
     EventSource& events_;
 
     Lock listing_; // taken before lock_, held while a listing is handed over
-    std::vector<Counters> counters_ SENTREL_GUARDED_BY(listing_);
+    std::vector<LinkCounters> counters_ SENTREL_GUARDED_BY(listing_);
 
     Lock lock_;
     bool handingOver_ SENTREL_GUARDED_BY(lock_) = false;
@@ -68,6 +68,10 @@ private:
     std::optional<DefaultRoute> route4_ SENTREL_GUARDED_BY(lock_);
     std::optional<DefaultRoute> route6_ SENTREL_GUARDED_BY(lock_);
     WirelessQuery wireless_ SENTREL_GUARDED_BY(lock_);
+    std::vector<WirelessInterface> radios_ SENTREL_GUARDED_BY(lock_);
+    WireQuery wires_ SENTREL_GUARDED_BY(lock_);
+    std::vector<InterfaceLink> described_ SENTREL_GUARDED_BY(lock_);
+    std::shared_ptr<const LinkTable> describedFrom_ SENTREL_GUARDED_BY(lock_);
 
     Lock busLock_;
     BusConnection bus_ SENTREL_GUARDED_BY(busLock_);

@@ -5,10 +5,29 @@
 
 #include <SentrelKit/platform/linux/network/NetlinkSocket.h>
 
+#include <array>
+#include <net/if.h>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace sentrel::platform {
+
+/// A wireless interface as its driver has set it up.
+struct WirelessInterface {
+    std::uint32_t index = 0;
+    bool isClient = false;                    ///< of a network, whether or not it belongs to one now
+    std::array<char, IFNAMSIZ> name{};        ///< with its end
+    std::optional<std::int64_t> frequency;    ///< hertz; absent while it is not tuned
+    std::optional<std::int64_t> channelWidth; ///< hertz
+};
+
+/// What an interface knows of a station that it talks to.
+struct WirelessStation {
+    std::optional<std::int32_t> signal; ///< dBm
+    std::int64_t bitRateIn = 0;         ///< bits per second; 0 if there is none
+    std::int64_t bitRateOut = 0;        ///< bits per second; 0 if there is none
+};
 
 class WirelessQuery {
 public:
@@ -18,6 +37,14 @@ public:
 
     /// The rate at which the interface sends at this time, bits per second; 0 if it is not known.
     [[nodiscard]] std::int64_t bitRate(std::uint32_t index);
+
+    /// Makes the list that of the wireless interfaces, without what their stations tell. False, with errno set, if the
+    /// kernel cannot be asked, as one without nl80211 (ENOENT).
+    [[nodiscard]] bool listInterfaces(std::vector<WirelessInterface>& interfaces);
+
+    /// The one station that the interface of that index knows, a client's access point; absent unless there is
+    /// exactly one.
+    [[nodiscard]] std::optional<WirelessStation> station(std::uint32_t index);
 
 private:
     [[nodiscard]] bool findFamily();
@@ -33,7 +60,10 @@ private:
 /// are none. Empty if there is none.
 [[nodiscard]] std::string parseNetworkName(const nlmsghdr& message);
 
-/// The sending rate in one message of the answer to NL80211_CMD_GET_STATION, bits per second; 0 if there is none.
-[[nodiscard]] std::int64_t parseBitRate(const nlmsghdr& message);
+/// One message of the answer to NL80211_CMD_GET_STATION.
+[[nodiscard]] WirelessStation parseStation(const nlmsghdr& message);
+
+/// One message of the answer to NL80211_CMD_GET_INTERFACE; absent if it names no interface.
+[[nodiscard]] std::optional<WirelessInterface> parseWirelessInterface(const nlmsghdr& message);
 
 } // namespace sentrel::platform

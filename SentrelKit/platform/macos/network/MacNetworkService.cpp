@@ -33,9 +33,8 @@ bool ask(ListName& name, void* to, std::size_t& size) {
 
 } // namespace
 
-bool MacNetworkService::listInterfaces(const std::function<void(const InterfaceInfo&)>& each) {
+bool MacNetworkService::readMessages(const std::function<void(const InterfaceMessage&)>& each) {
     ListName name{CTL_NET, PF_ROUTE, 0, 0, NET_RT_IFLIST2, 0};
-    const LockScope scope(lock_);
     std::size_t size = 0;
     if (!ask(name, nullptr, size))
         return false;
@@ -44,8 +43,43 @@ bool MacNetworkService::listInterfaces(const std::function<void(const InterfaceI
     size = list_.size();
     if (!ask(name, list_.data(), size))
         return false;
-    messages_.read(std::span(list_).first(std::min(size, list_.size())), each);
+    messages_.readWhole(std::span(list_).first(std::min(size, list_.size())), each);
     return true;
+}
+
+bool MacNetworkService::listInterfaces(const std::function<void(const InterfaceInfo&)>& each) {
+    const LockScope scope(lock_);
+    return readMessages([&each](const InterfaceMessage& interface) { each(interface); });
+}
+
+Availability MacNetworkService::packetCounters(std::vector<InterfaceCounters>& counters) {
+    const LockScope scope(lock_);
+    std::size_t count = 0;
+    const auto take = [&counters, &count](const InterfaceMessage& interface) {
+        if (count == counters.size())
+            counters.emplace_back();
+        InterfaceCounters& record = counters[count++];
+        record.name = interface.name;
+        record.index = interface.index;
+        record.packetsIn = interface.packetsIn;
+        record.packetsOut = interface.packetsOut;
+        record.errorsIn = interface.errorsIn;
+        record.errorsOut = interface.errorsOut;
+        record.dropsIn = interface.dropsIn;
+        record.dropsOut.reset();
+    };
+    if (!readMessages(take))
+        return availabilityOf(errno);
+    counters.resize(count);
+    return Availability::available;
+}
+
+Availability MacNetworkService::links(std::vector<InterfaceLink>& /*links*/) {
+    return Availability::unsupported;
+}
+
+Availability MacNetworkService::wirelessLinks(std::vector<WirelessLink>& /*links*/) {
+    return Availability::unsupported;
 }
 
 std::optional<MediaStatus> MacNetworkService::mediaStatus(std::string_view name) {

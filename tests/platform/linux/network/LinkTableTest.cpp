@@ -104,6 +104,78 @@ TEST(LinkTable, KeepsAnAddressMessageWithoutAnAddressItKnowsAsEmpty) {
     EXPECT_TRUE(addresses[1].empty());
 }
 
+InterfaceLink describe(const LinkTable& table, std::uint32_t index) {
+    InterfaceLink facts;
+    table.describe(*table.find(index), facts);
+    return facts;
+}
+
+TEST(LinkTable, DescribesALink) {
+    LinkTable table;
+    table.addLink(link(3, "lan1").add(IFLA_OPERSTATE, std::uint8_t{6}).add(IFLA_MTU, std::uint32_t{1500}).get());
+    ifaddrmsg header{};
+    header.ifa_family = AF_INET6;
+    header.ifa_index = 3;
+    header.ifa_prefixlen = 10;
+    header.ifa_scope = RT_SCOPE_LINK;
+    std::vector<std::uint8_t> bytes(16);
+    inet_pton(AF_INET6, "fe80::3", bytes.data());
+    table.addAddress(NetlinkMessage(RTM_NEWADDR, header).addBytes(IFA_ADDRESS, bytes).get());
+    table.finish();
+    const InterfaceLink facts = describe(table, 3);
+    EXPECT_EQ(facts.name, "lan1");
+    EXPECT_EQ(facts.index, 3U);
+    EXPECT_EQ(facts.kind, InterfaceKind::physical);
+    EXPECT_EQ(facts.state, OperationalState::up);
+    EXPECT_EQ(facts.mtu, 1500U);
+    EXPECT_EQ(facts.mac(), "02:01:02:03:04:05");
+    ASSERT_EQ(facts.addresses.size(), 1U);
+    EXPECT_TRUE(facts.addresses[0].isIPv6);
+    EXPECT_EQ(facts.addresses[0].text(), "fe80::3");
+    EXPECT_EQ(facts.addresses[0].prefixLength, 10);
+    EXPECT_EQ(facts.addresses[0].scope, AddressScope::link);
+}
+
+TEST(LinkTable, TellsTheKindOfALinkFromWhatTheKernelCallsIt) {
+    struct Case {
+        const char* made;
+        unsigned short type;
+        InterfaceKind kind;
+    };
+    for (const Case& each :
+         {Case{"wireguard", ARPHRD_NONE, InterfaceKind::vpn}, Case{"tun", ARPHRD_NONE, InterfaceKind::vpn},
+          Case{"tun", ARPHRD_ETHER, InterfaceKind::virtual_}, Case{"xfrm", ARPHRD_NONE, InterfaceKind::vpn},
+          Case{"vti6", ARPHRD_TUNNEL6, InterfaceKind::vpn}, Case{"bridge", ARPHRD_ETHER, InterfaceKind::bridge},
+          Case{"bond", ARPHRD_ETHER, InterfaceKind::virtual_}, Case{"vlan", ARPHRD_ETHER, InterfaceKind::virtual_},
+          Case{"sit", ARPHRD_SIT, InterfaceKind::virtual_}}) {
+        LinkTable table;
+        NetlinkMessage message = link(3, "lan1", each.type);
+        table.addLink(message.begin(IFLA_LINKINFO).addText(IFLA_INFO_KIND, each.made).end().get());
+        table.finish();
+        EXPECT_EQ(describe(table, 3).kind, each.kind) << each.made;
+    }
+}
+
+TEST(LinkTable, WhatAMessageDoesNotTellOfALinkIsAbsent) {
+    LinkTable table;
+    ifinfomsg header{};
+    header.ifi_index = 5;
+    table.addLink(NetlinkMessage(RTM_NEWLINK, header).add(IFLA_OPERSTATE, std::uint8_t{7}).get());
+    ifaddrmsg address{};
+    address.ifa_family = AF_INET;
+    address.ifa_index = 5;
+    address.ifa_prefixlen = 200;
+    table.addAddress(NetlinkMessage(RTM_NEWADDR, address).get());
+    table.addAddress(NetlinkMessage(RTM_NEWADDR, address).addBytes(IFA_LOCAL, {192, 0, 2, 5}).get());
+    table.finish();
+    const InterfaceLink facts = describe(table, 5);
+    EXPECT_EQ(facts.state, OperationalState::unknown) << "a state that is none";
+    EXPECT_EQ(facts.mtu, std::nullopt);
+    EXPECT_EQ(facts.mac(), "");
+    ASSERT_EQ(facts.addresses.size(), 1U) << "one message held no address";
+    EXPECT_EQ(facts.addresses[0].prefixLength, 32) << "no longer than the address";
+}
+
 TEST(LinkTable, SurvivesMessagesThatAreTooShortOrTooLong) {
     LinkTable table;
     table.addLink(NetlinkMessage(RTM_NEWLINK, std::uint32_t{0}).get());

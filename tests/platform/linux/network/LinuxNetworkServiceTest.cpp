@@ -4,15 +4,19 @@
 #include <SentrelKit/base/system/Net.h>
 #include <SentrelKit/platform/linux/dispatch/LinuxDispatch.h>
 
+#include "tests/support/Allocations.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/Fixtures.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/linux/NetworkNamespace.h"
 #include "tests/support/linux/PrivateBus.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <map>
@@ -89,6 +93,50 @@ protected:
         return properties && found != properties->end() ? found->second : PropertyList();
     }
 
+    InterfaceCounters countersOf(const std::string& name) {
+        std::vector<InterfaceCounters> all;
+        EXPECT_EQ(network_.packetCounters(all), Availability::available);
+        const auto found = std::ranges::find(all, name, &InterfaceCounters::name);
+        return found == all.end() ? InterfaceCounters() : *found;
+    }
+
+    InterfaceLink linkOf(const std::string& name) {
+        std::vector<InterfaceLink> all;
+        EXPECT_EQ(network_.links(all), Availability::available);
+        const auto found = std::ranges::find(all, name, &InterfaceLink::name);
+        return found == all.end() ? InterfaceLink() : *found;
+    }
+
+    /// What "ip" tells in JSON of one interface, as Python picks it from the record "s": a text a line.
+    static std::vector<std::string> textsOf(const std::string& arguments, const std::string& pick) {
+        std::FILE* tool = ::popen(("ip -j " + arguments +
+                                   " | /usr/bin/python3 -c \"import json, sys\nfor s in "
+                                   "json.load(sys.stdin):\n for each in " +
+                                   pick + ":\n  print(each)\"")
+                                      .c_str(),
+                                  "re");
+        std::vector<std::string> texts;
+        std::array<char, 256> line{};
+        while (tool && std::fgets(line.data(), line.size(), tool)) {
+            texts.emplace_back(line.data());
+            texts.back().pop_back();
+        }
+        EXPECT_TRUE(tool && ::pclose(tool) == 0) << arguments;
+        return texts;
+    }
+
+    static std::vector<std::int64_t> tellsOf(const std::string& arguments, const std::string& pick) {
+        std::vector<std::int64_t> numbers;
+        for (const std::string& text : textsOf(arguments, pick))
+            numbers.push_back(std::stoll(text));
+        return numbers;
+    }
+
+    static std::string nameOf(AddressScope scope) {
+        constexpr std::array names = {"global", "site", "link", "host"};
+        return names[static_cast<std::size_t>(scope)];
+    }
+
     std::unique_ptr<NetworkNamespace> space_;
     std::unique_ptr<NetworkNamespace> other_;
     std::unique_ptr<NetworkNamespace::Scope> scope_;
@@ -111,6 +159,122 @@ TEST_F(LinuxNetworkServiceTest, ListsAnInterfaceWithItsAddressesInTheKernelsOrde
     const auto loopback = find("lo");
     ASSERT_TRUE(loopback);
     EXPECT_FALSE(loopback->ethernet);
+}
+
+TEST_F(LinuxNetworkServiceTest, CountsPacketsAsTheSystemsOwnToolDoes) {
+    space_->connect("lan0", "192.0.2.1", *other_, "peer0", "192.0.2.2");
+    space_->ip("neigh replace 192.0.2.2 lladdr 02:00:00:00:00:09 dev lan0");
+    ASSERT_EQ(std::system("bash -c 'head -c 100 /dev/zero >/dev/udp/192.0.2.2/9'"), 0);
+    // Packets may go on coming meanwhile: what the tool tells lies between two readings.
+    const InterfaceCounters before = countersOf("lan0");
+    const std::vector<std::int64_t> told = tellsOf("-s link show dev lan0", "[s['stats64'][way][what] for what in "
+                                                                            "('packets', 'errors', 'dropped') for way "
+                                                                            "in ('rx', 'tx')]");
+    const InterfaceCounters after = countersOf("lan0");
+    ASSERT_EQ(told.size(), 6U);
+    const auto expectBetween = [](std::int64_t least, std::int64_t value, std::int64_t most) {
+        EXPECT_LE(least, value);
+        EXPECT_LE(value, most);
+    };
+    expectBetween(before.packetsIn, told[0], after.packetsIn);
+    expectBetween(before.packetsOut, told[1], after.packetsOut);
+    expectBetween(before.errorsIn, told[2], after.errorsIn);
+    expectBetween(before.errorsOut, told[3], after.errorsOut);
+    expectBetween(before.dropsIn, told[4], after.dropsIn);
+    expectBetween(before.dropsOut.value(), told[5], after.dropsOut.value());
+    EXPECT_GT(told[1], 0);
+}
+
+TEST_F(LinuxNetworkServiceTest, TellsStateLengthAndAddressesOfLinksAsTheSystemsOwnToolDoes) {
+    space_->connect("lan0", "192.0.2.1", *other_, "peer0", "192.0.2.2");
+    space_->ip("link set lan0 mtu 1400");
+    space_->ip("addr add 2001:db8::1/64 dev lan0 nodad");
+    space_->ip("addr add fe80::7/10 dev lan0 nodad");
+    ASSERT_TRUE(eventually([&] { return linkOf("lan0").state == OperationalState::up; }));
+    const InterfaceLink lan = linkOf("lan0");
+    EXPECT_EQ(lan.mtu, 1400U);
+    EXPECT_EQ(textsOf("link show dev lan0", "[s['operstate'], s['address'], str(s['mtu'])]"),
+              (std::vector<std::string>{"UP", lan.mac(), "1400"}));
+    std::vector<std::string> addresses;
+    for (const InterfaceAddress& address : lan.addresses)
+        addresses.push_back(address.text() + '/' + std::to_string(address.prefixLength) + ' ' + nameOf(address.scope));
+    EXPECT_EQ(addresses, textsOf("addr show dev lan0", "['%s/%d %s' % (a['local'], a['prefixlen'], a['scope']) for a "
+                                                       "in s['addr_info']]"));
+    EXPECT_GE(addresses.size(), 3U);
+    space_->ip("link set lan0 down");
+    EXPECT_EQ(linkOf("lan0").state, OperationalState::down);
+    EXPECT_EQ(linkOf("lo").addresses.at(0).scope, AddressScope::host);
+}
+
+TEST_F(LinuxNetworkServiceTest, TellsWhatALinkIs) {
+    space_->ip("link add lan0 type veth peer name peer0 netns " + other_->path());
+    space_->ip("link add br0 type bridge");
+    space_->ip("link add ifb7 type ifb");
+    space_->ip("tuntap add mode tun name tun0");
+    space_->ip("tuntap add mode tap name tap0");
+    EXPECT_EQ(linkOf("lo").kind, InterfaceKind::loopback);
+    EXPECT_EQ(linkOf("lo").mac(), "") << "a row of zeros is none";
+    EXPECT_EQ(linkOf("lan0").kind, InterfaceKind::virtual_);
+    EXPECT_EQ(linkOf("br0").kind, InterfaceKind::bridge);
+    EXPECT_EQ(linkOf("ifb7").kind, InterfaceKind::virtual_);
+    EXPECT_EQ(linkOf("tun0").kind, InterfaceKind::vpn);
+    EXPECT_EQ(linkOf("tun0").mac(), "");
+    EXPECT_EQ(linkOf("tap0").kind, InterfaceKind::virtual_);
+}
+
+TEST_F(LinuxNetworkServiceTest, AsksADriverForTheSettingsOfItsWire) {
+    space_->connect("lan0", "192.0.2.1", *other_, "peer0", "192.0.2.2");
+    space_->ip("link add br0 type bridge");
+    ASSERT_TRUE(eventually([&] { return linkOf("lan0").state == OperationalState::up; }));
+    EXPECT_EQ(linkOf("lan0").speed, 10'000'000'000) << "what the driver of veth says";
+    EXPECT_EQ(linkOf("lan0").duplex, Duplex::full);
+    EXPECT_EQ(linkOf("lo").speed, std::nullopt);
+    EXPECT_EQ(linkOf("lo").duplex, std::nullopt);
+}
+
+TEST_F(LinuxNetworkServiceTest, FollowsLinksThatComeAndGo) {
+    EXPECT_EQ(linkOf("none0").index, 0U);
+    EXPECT_EQ(countersOf("none0").index, 0U);
+    space_->ip("link add none0 type veth peer name none1");
+    EXPECT_GT(linkOf("none0").index, 0U);
+    EXPECT_GT(countersOf("none0").index, 0U);
+    space_->ip("addr add 192.0.2.9/32 dev none0");
+    ASSERT_EQ(linkOf("none0").addresses.size(), 1U);
+    EXPECT_EQ(linkOf("none0").addresses[0].text(), "192.0.2.9");
+    space_->ip("link del none0");
+    EXPECT_EQ(linkOf("none0").index, 0U);
+    EXPECT_EQ(countersOf("none0").index, 0U);
+}
+
+TEST_F(LinuxNetworkServiceTest, AMachineWithoutAWirelessInterfaceHasNoRadios) {
+    std::vector<WirelessLink> radios(1);
+    EXPECT_EQ(network_.wirelessLinks(radios), Availability::unsupported);
+    EXPECT_EQ(radios.size(), 1U);
+}
+
+TEST_F(LinuxNetworkServiceTest, TellsOfLinksWithoutAllocatingOnceWarm) {
+    space_->connect("lan0", "192.0.2.1", *other_, "peer0", "192.0.2.2");
+    ASSERT_TRUE(eventually([&] { return linkOf("lan0").state == OperationalState::up; }));
+    std::vector<InterfaceCounters> counters;
+    std::vector<InterfaceLink> links;
+    std::vector<WirelessLink> radios;
+    const auto sample = [&] {
+        EXPECT_EQ(network_.packetCounters(counters), Availability::available);
+        EXPECT_EQ(network_.links(links), Availability::available);
+        static_cast<void>(network_.wirelessLinks(radios));
+    };
+    // The kernel tells of the neighbour's arrival a while after.
+    EXPECT_TRUE(eventually([&] {
+        const std::size_t before = allocations();
+        sample();
+        return !countsAllocations || allocations() == before;
+    }));
+    const std::size_t before = allocations();
+    for (int i = 0; i < 20; ++i)
+        sample();
+    if (countsAllocations) {
+        EXPECT_EQ(allocations(), before);
+    }
 }
 
 TEST_F(LinuxNetworkServiceTest, GivesALinkLocalAddressTheNameOfItsLinkForScope) {
