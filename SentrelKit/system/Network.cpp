@@ -2,7 +2,9 @@
 #include <SentrelKit/system/Network.h>
 
 #include <SentrelKit/base/system/detail/ThreadSafety.h>
+#include <SentrelKit/platform/Clock.h>
 #include <SentrelKit/platform/Desktop.h>
+#include <SentrelKit/platform/NetworkService.h>
 #include <SentrelKit/platform/support/Observer.h>
 #include <SentrelKit/probes/NetworkProbes.h>
 #include <SentrelKit/system/Notification.h>
@@ -22,6 +24,20 @@ constexpr std::int64_t samplesBetweenChecks = 31;
 void setRate(Relaxed<double>& figure, Relaxed<double>& peak, double value) noexcept {
     figure = value;
     peak = std::max<double>(value, peak);
+}
+
+// The list that was shown before becomes the room of the next one.
+template <class List>
+void show(Atomic<List>& shown, List& next) {
+    shown.withValue([&next](List& list) { list.swap(next); });
+}
+
+template <class List>
+void copy(const Atomic<List>& shown, bool isAvailable, List& list) {
+    if (isAvailable)
+        shown.withValue([&list](const List& current) { list = current; });
+    else
+        list.clear();
 }
 
 std::optional<std::string> joined(const std::optional<std::vector<std::string>>& texts) {
@@ -240,6 +256,78 @@ void Network::update() {
     });
     added_.clear();
     order_.resize(position_);
+    sampleMeasures();
+}
+
+void Network::sampleMeasures() {
+    platform::NetworkService& network = session_->platform().network();
+    if (measuring_.wants(Measure::traffic)) {
+        const std::int64_t time = session_->platform().clock().monotonicNanoseconds();
+        const Availability availability = network.packetCounters(nextCounters_);
+        if (availability == Availability::available) {
+            rates_.take(nextCounters_, time, nextTraffic_);
+            show(traffic_, nextTraffic_);
+        }
+        measuring_.note(Measure::traffic, availability);
+    } else {
+        rates_.forget();
+    }
+    if (measuring_.wants(Measure::links)) {
+        const Availability availability = network.links(nextLinks_);
+        if (availability == Availability::available)
+            show(links_, nextLinks_);
+        measuring_.note(Measure::links, availability);
+    }
+    if (measuring_.wants(Measure::wireless)) {
+        const Availability availability = network.wirelessLinks(nextWireless_);
+        if (availability == Availability::available)
+            show(wireless_, nextWireless_);
+        measuring_.note(Measure::wireless, availability);
+    }
+}
+
+void Network::traffic(std::vector<probes::InterfaceTraffic>& list) const {
+    copy(traffic_, measuring_.has(Measure::traffic), list);
+}
+
+std::vector<probes::InterfaceTraffic> Network::traffic() const {
+    std::vector<probes::InterfaceTraffic> list;
+    traffic(list);
+    return list;
+}
+
+std::optional<probes::InterfaceTraffic> Network::primaryTraffic() const {
+    if (!measuring_.has(Measure::traffic))
+        return std::nullopt;
+    const auto primary = prevInterfaces_.withValue([](const Interfaces& current) {
+        const auto found = std::ranges::find_if(current, [](const auto& entry) { return entry.second->isPrimary(); });
+        return found == current.end() ? 0 : found->second->index_;
+    });
+    return traffic_.withValue([primary](const std::vector<probes::InterfaceTraffic>& list) {
+        const auto found = std::ranges::find_if(
+            list, [primary](const probes::InterfaceTraffic& each) { return each.counters.index == primary; });
+        return found == list.end() ? std::nullopt : std::optional(*found);
+    });
+}
+
+void Network::links(std::vector<InterfaceLink>& list) const {
+    copy(links_, measuring_.has(Measure::links), list);
+}
+
+std::vector<InterfaceLink> Network::links() const {
+    std::vector<InterfaceLink> list;
+    links(list);
+    return list;
+}
+
+void Network::wireless(std::vector<WirelessLink>& list) const {
+    copy(wireless_, measuring_.has(Measure::wireless), list);
+}
+
+std::vector<WirelessLink> Network::wireless() const {
+    std::vector<WirelessLink> list;
+    wireless(list);
+    return list;
 }
 
 void Network::sample(std::int64_t time, const char* name, const probes::NetworkData& data) {

@@ -6,10 +6,15 @@
 
 #include <SentrelKit/Export.h>
 #include <SentrelKit/base/system/detail/Relaxed.h>
+#include <SentrelKit/platform/Availability.h>
+#include <SentrelKit/platform/InterfaceFacts.h>
 #include <SentrelKit/platform/Observation.h>
 #include <SentrelKit/probes/SystemManager.h>
+#include <SentrelKit/probes/TrafficRates.h>
+#include <SentrelKit/system/MeasureSet.h>
 #include <SentrelKit/system/Mutex/Atomic.h>
 #include <SentrelKit/system/SystemResource.h>
+#include <SentrelKit/system/detail/Measuring.h>
 
 #include <cstdint>
 #include <iosfwd>
@@ -17,6 +22,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -132,6 +138,52 @@ public:
     /// that is under way. Any other thread.
     std::optional<std::string> refreshPublicAddress();
 
+    /// Groups of further facts, each sampled only while it is wanted.
+    enum class Measure : std::uint8_t {
+        traffic,  ///< `traffic` and `primaryTraffic`
+        links,    ///< `links`
+        wireless, ///< `wireless`
+    };
+
+    /// From the next sample on these groups are sampled too, and no others. A group that is not wanted costs nothing.
+    /// Any thread.
+    void setMeasures(MeasureSet<Measure> wanted) noexcept { measuring_.setWanted(wanted); }
+
+    /// The groups that are wanted; none at first. Any thread.
+    [[nodiscard]] MeasureSet<Measure> measures() const noexcept { return measuring_.wanted(); }
+
+    /// What the last sample said of a group; absent while the group is not wanted or was not sampled since. The facts
+    /// of a group are absent unless it is available. Any thread.
+    [[nodiscard]] std::optional<Availability> availability(Measure measure) const noexcept {
+        return measuring_.availability(measure);
+    }
+
+    // The lists of the groups: empty unless the group is available. Of every interface, also of those that
+    // `interfaces` leaves out, in the system's order. Any thread, under a short lock; the form that fills a list lets a
+    // reader use its memory again.
+
+    /// Packets, errors and drops of each interface, with what they come to a second since the sample before. Linux: the
+    /// 64-bit link statistics over netlink (rx_packets, tx_packets, rx_errors, tx_errors, rx_dropped, tx_dropped);
+    /// macOS: if_data64 of the routing sysctl, without drops on the way out. No privilege.
+    [[nodiscard]] std::vector<probes::InterfaceTraffic> traffic() const;
+    /// The same into a list.
+    void traffic(std::vector<probes::InterfaceTraffic>& list) const;
+
+    /// The traffic of the interface among `interfaces` that is primary; absent without one.
+    [[nodiscard]] std::optional<probes::InterfaceTraffic> primaryTraffic() const;
+
+    /// Kind, state, wire and addresses of each interface. Linux: netlink's link and address listings and the driver's
+    /// settings (ethtool), asked only after a change; macOS: unsupported. No privilege.
+    [[nodiscard]] std::vector<InterfaceLink> links() const;
+    /// The same into a list.
+    void links(std::vector<InterfaceLink>& list) const;
+
+    /// Signal, bit rates and channel of each wireless interface; unsupported where there is none. Linux: nl80211's
+    /// interfaces and the station of each that is a client; macOS: unsupported. No privilege.
+    [[nodiscard]] std::vector<WirelessLink> wireless() const;
+    /// The same into a list.
+    void wireless(std::vector<WirelessLink>& list) const;
+
 private:
     struct Reachability;
     class Checks;
@@ -141,6 +193,7 @@ private:
     void sample(std::int64_t time, const char* name, const probes::NetworkData& data);
     [[nodiscard]] std::shared_ptr<Interface> discover(const char* name, const probes::NetworkData& data) const;
     [[nodiscard]] std::shared_ptr<Interface> known(const char* name, std::uint32_t index) const;
+    void sampleMeasures();
 
     const std::shared_ptr<probes::SystemManager> session_;
     Atomic<Interfaces> prevInterfaces_;
@@ -151,6 +204,15 @@ private:
     std::vector<std::pair<std::string, std::shared_ptr<Interface>>> order_; // the interfaces as they were listed last
     Interfaces added_;                                                      // by the current sample
     std::shared_ptr<Reachability> reachability_;                            // shared with a check that is under way
+    Measuring<Measure> measuring_;
+    probes::TrafficRates rates_; // of the sampling thread, like the four lists that are filled before they are shown
+    std::vector<InterfaceCounters> nextCounters_;
+    std::vector<probes::InterfaceTraffic> nextTraffic_;
+    std::vector<InterfaceLink> nextLinks_;
+    std::vector<WirelessLink> nextWireless_;
+    Atomic<std::vector<probes::InterfaceTraffic>> traffic_;
+    Atomic<std::vector<InterfaceLink>> links_;
+    Atomic<std::vector<WirelessLink>> wireless_;
     Atomic<std::optional<std::string>> localhostName_;
     Atomic<std::optional<std::string>> router_;
     Atomic<std::optional<std::string>> dns_;

@@ -519,5 +519,151 @@ TEST_F(NetworkTest, IsReadFromOtherThreadsWhileItSamplesAndChecks) {
     EXPECT_EQ(model().publicAddress(), "203.0.113.7");
 }
 
+/// A model with all that may be told of an interface.
+class NetworkMeasures : public NetworkTest {
+protected:
+    using Measure = Network::Measure;
+
+    NetworkMeasures() {
+        platform::ScriptedNetworkService& network = machine_->network();
+        lan().properties = PropertyList::Dictionary{{"IOPrimaryInterface", true}};
+        network.packetCountersValue = {{.name = "lo0", .index = 1}, {.name = "en0", .index = 2, .packetsIn = 100}};
+        InterfaceLink link;
+        link.name = "en0";
+        link.index = 2;
+        link.mtu = 1500;
+        link.addresses = {{.bytes = {192, 0, 2, 4}, .prefixLength = 24}};
+        network.linksValue = {{link}};
+        network.wirelessLinksValue = {{{.name = "en0", .index = 2, .signal = -50}}};
+    }
+    std::vector<InterfaceCounters>& counters() { return *machine_->network().packetCountersValue; }
+    std::vector<std::string> asked() {
+        std::vector<std::string> calls = machine_->network().calls.list();
+        std::erase_if(calls, [](const std::string& call) {
+            return call != "packetCounters" && call != "links" && call != "wirelessLinks";
+        });
+        return calls;
+    }
+};
+
+TEST_F(NetworkMeasures, NothingIsAskedOrShownUntilItIsWanted) {
+    sample();
+    EXPECT_THAT(asked(), testing::IsEmpty());
+    EXPECT_EQ(model().measures(), MeasureSet<Measure>{});
+    EXPECT_THAT(model().traffic(), testing::IsEmpty());
+    EXPECT_THAT(model().links(), testing::IsEmpty());
+    EXPECT_THAT(model().wireless(), testing::IsEmpty());
+    EXPECT_EQ(model().primaryTraffic(), std::nullopt);
+    EXPECT_EQ(model().availability(Measure::traffic), std::nullopt);
+}
+
+TEST_F(NetworkMeasures, OnlyWhatIsWantedIsAskedOnceASample) {
+    model().setMeasures({Measure::links});
+    sample();
+    EXPECT_THAT(asked(), testing::ElementsAre("links"));
+    EXPECT_EQ(model().availability(Measure::links), Availability::available);
+    EXPECT_EQ(model().availability(Measure::traffic), std::nullopt);
+    ASSERT_EQ(model().links().size(), 1U);
+    EXPECT_EQ(model().links()[0].mtu, 1500U);
+    EXPECT_EQ(model().links()[0].addresses[0].text(), "192.0.2.4");
+    model().setMeasures({Measure::wireless});
+    EXPECT_THAT(model().links(), testing::IsEmpty());
+    sample();
+    EXPECT_THAT(asked(), testing::ElementsAre("links", "wirelessLinks"));
+    EXPECT_EQ(model().wireless().at(0).signal, -50);
+}
+
+TEST_F(NetworkMeasures, TrafficHasRatesFromTheSecondSampleOn) {
+    model().setMeasures({Measure::traffic});
+    sample();
+    ASSERT_EQ(model().traffic().size(), 2U);
+    EXPECT_EQ(model().traffic()[1].counters.packetsIn, 100);
+    EXPECT_EQ(model().traffic()[1].packetsInRate, std::nullopt);
+    counters()[1].packetsIn += 110;
+    sample();
+    EXPECT_NEAR(model().traffic()[1].packetsInRate.value(), 100, 1e-9);
+    EXPECT_NEAR(model().primaryTraffic()->packetsInRate.value(), 100, 1e-9);
+    EXPECT_EQ(model().primaryTraffic()->counters.name, "en0");
+}
+
+TEST_F(NetworkMeasures, RatesFollowTheClockThatNeverStepsBackAndNotTheIntervalThatWasAskedFor) {
+    model().setMeasures({Measure::traffic});
+    sample();
+    machine_->clock().setWallMicroseconds(1'000'000); // back by decades
+    counters()[1].packetsIn += 110;
+    machine_->advance(9.9);
+    sample();
+    EXPECT_NEAR(model().traffic()[1].packetsInRate.value(), 10, 1e-9);
+}
+
+TEST_F(NetworkMeasures, WithoutAPrimaryInterfaceThereIsNoTrafficOfOne) {
+    lan().properties.clear();
+    model().setMeasures({Measure::traffic});
+    sample();
+    EXPECT_EQ(model().primaryTraffic(), std::nullopt);
+    EXPECT_EQ(model().traffic().size(), 2U);
+}
+
+TEST_F(NetworkMeasures, TrafficThatIsWantedAnewBeginsAnew) {
+    model().setMeasures({Measure::traffic});
+    sample();
+    sample();
+    EXPECT_TRUE(model().traffic()[1].packetsInRate);
+    model().setMeasures({});
+    EXPECT_THAT(model().traffic(), testing::IsEmpty());
+    sample();
+    model().setMeasures({Measure::traffic});
+    EXPECT_THAT(model().traffic(), testing::IsEmpty()) << "nothing of before";
+    sample();
+    EXPECT_EQ(model().traffic().at(1).packetsInRate, std::nullopt);
+}
+
+TEST_F(NetworkMeasures, WhatFailsIsEmptySaysWhyAndComesBack) {
+    platform::ScriptedCalls& calls = machine_->network().calls;
+    model().setMeasures({Measure::traffic, Measure::links, Measure::wireless});
+    sample();
+    EXPECT_EQ(model().traffic().size(), 2U);
+    for (const char* operation : {"packetCounters", "links", "wirelessLinks"})
+        calls.fail(operation, {.error = EACCES});
+    sample();
+    for (const Measure measure : {Measure::traffic, Measure::links, Measure::wireless})
+        EXPECT_EQ(model().availability(measure), Availability::denied);
+    EXPECT_THAT(model().traffic(), testing::IsEmpty());
+    EXPECT_THAT(model().links(), testing::IsEmpty());
+    EXPECT_THAT(model().wireless(), testing::IsEmpty());
+    EXPECT_EQ(model().interfaces().size(), 1U) << "the others go on";
+    calls.succeed();
+    counters()[1].packetsIn += 220;
+    sample();
+    EXPECT_NEAR(model().traffic().at(1).packetsInRate.value(), 100, 1e-9) << "over both gaps";
+    EXPECT_EQ(model().wireless().size(), 1U);
+}
+
+TEST_F(NetworkMeasures, WhatASystemDoesNotHaveIsUnsupported) {
+    machine_->network().wirelessLinksValue.reset();
+    model().setMeasures({Measure::wireless});
+    sample();
+    EXPECT_EQ(model().availability(Measure::wireless), Availability::unsupported);
+}
+
+TEST_F(NetworkMeasures, AListIsFilledInTheMemoryOfTheReader) {
+    model().setMeasures({Measure::traffic, Measure::links, Measure::wireless});
+    sample();
+    std::vector<probes::InterfaceTraffic> traffic(5);
+    std::vector<InterfaceLink> links(5);
+    std::vector<WirelessLink> wireless(5);
+    const auto* const place = traffic.data();
+    model().traffic(traffic);
+    model().links(links);
+    model().wireless(wireless);
+    EXPECT_EQ(traffic.size(), 2U);
+    EXPECT_EQ(traffic.data(), place);
+    EXPECT_EQ(links.size(), 1U);
+    EXPECT_EQ(wireless.size(), 1U);
+    model().setMeasures({});
+    model().traffic(traffic);
+    EXPECT_THAT(traffic, testing::IsEmpty());
+}
+
 } // namespace
 } // namespace sentrel
