@@ -8,6 +8,7 @@
 
 #include <array>
 #include <cstdint>
+#include <iosfwd>
 #include <optional>
 #include <string>
 #include <vector>
@@ -35,6 +36,8 @@ enum class InterfaceKind : std::uint8_t {
     loopback, ///< leads back to this machine
     wifi,     ///< wireless
 };
+/// Writes its name as it stands here.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, InterfaceKind value);
 
 /// The state of a link (RFC 2863, ifOperStatus).
 enum class OperationalState : std::uint8_t {
@@ -46,12 +49,16 @@ enum class OperationalState : std::uint8_t {
     dormant,        ///< it waits for something, such as a login
     up,             ///< it carries packets
 };
+/// Writes its name as it stands here.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, OperationalState value);
 
 /// Whether both ends of a wire may send at once.
 enum class Duplex : std::uint8_t {
     half, ///< one after the other
     full, ///< both at once
 };
+/// Writes its name as it stands here.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, Duplex value);
 
 /// How far an address reaches.
 enum class AddressScope : std::uint8_t {
@@ -60,6 +67,8 @@ enum class AddressScope : std::uint8_t {
     link,   ///< within the link
     host,   ///< within this machine
 };
+/// Writes its name as it stands here.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, AddressScope value);
 
 /// One address of an interface.
 struct SENTREL_API InterfaceAddress {

@@ -2,6 +2,7 @@
 #include <SentrelKit/base/util/detail/EnumName.h>
 #include <SentrelKit/platform/Availability.h>
 #include <SentrelKit/platform/Icon.h>
+#include <SentrelKit/platform/InterfaceFacts.h>
 #include <SentrelKit/platform/NetworkService.h>
 #include <SentrelKit/platform/Pressure.h>
 #include <SentrelKit/platform/SensorService.h>
@@ -30,6 +31,22 @@ std::ostream& operator<<(std::ostream& stream, PressureResource value) {
 
 std::ostream& operator<<(std::ostream& stream, PressureThreshold::Kind value) {
     return writeName(stream, value, {"some", "full"});
+}
+
+std::ostream& operator<<(std::ostream& stream, InterfaceKind value) {
+    return writeName(stream, value, {"physical", "virtual_", "vpn", "bridge", "loopback", "wifi"});
+}
+
+std::ostream& operator<<(std::ostream& stream, OperationalState value) {
+    return writeName(stream, value, {"unknown", "notPresent", "down", "lowerLayerDown", "testing", "dormant", "up"});
+}
+
+std::ostream& operator<<(std::ostream& stream, Duplex value) {
+    return writeName(stream, value, {"half", "full"});
+}
+
+std::ostream& operator<<(std::ostream& stream, AddressScope value) {
+    return writeName(stream, value, {"global", "site", "link", "host"});
 }
 
 } // namespace sentrel

@@ -222,4 +222,7 @@ private:
 /// Writes its name as it stands here.
 SENTREL_API std::ostream& operator<<(std::ostream& stream, Network::ConnectionType value);
 
+/// Writes its name as it stands here.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, Network::Measure value);
+
 } // namespace sentrel

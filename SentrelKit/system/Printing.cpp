@@ -60,4 +60,8 @@ std::ostream& operator<<(std::ostream& stream, Memory::Measure value) {
     return writeName(stream, value, {"pressure"});
 }
 
+std::ostream& operator<<(std::ostream& stream, Network::Measure value) {
+    return writeName(stream, value, {"traffic", "links", "wireless"});
+}
+
 } // namespace sentrel

@@ -16,8 +16,9 @@ TEST(PrintingTest, EnumerationsOfTheMachineAreWrittenByTheirNames) {
     std::ostringstream text;
     text << Availability::denied << ' ' << ThermalState::critical << ' ' << Icon::Kind::path << ' '
          << VolumeNotification::Kind::didRename << ' ' << Connectivity::unknown << ' ' << PressureResource::io << ' '
-         << PressureThreshold::Kind::full << ' ' << SensorKind::energy;
-    EXPECT_EQ(text.str(), "denied critical path didRename unknown io full energy");
+         << PressureThreshold::Kind::full << ' ' << SensorKind::energy << ' ' << InterfaceKind::wifi << ' '
+         << OperationalState::up << ' ' << Duplex::full << ' ' << AddressScope::host;
+    EXPECT_EQ(text.str(), "denied critical path didRename unknown io full energy wifi up full host");
 }
 
 } // namespace

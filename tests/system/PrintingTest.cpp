@@ -17,8 +17,8 @@ TEST(PrintingTest, EnumerationsOfModelsAreWrittenByTheirNames) {
     std::ostringstream text;
     text << SystemResourceType::app << ' ' << System::Group::network << ' ' << Timer::Status::suspended << ' '
          << Network::ConnectionType::internet << ' ' << ByteNotation::KB << ' ' << CPU::Measure::pressure << ' '
-         << Memory::Measure::pressure;
-    EXPECT_EQ(text.str(), "app network suspended internet KB pressure pressure");
+         << Memory::Measure::pressure << ' ' << Network::Measure::wireless;
+    EXPECT_EQ(text.str(), "app network suspended internet KB pressure pressure wireless");
 }
 
 TEST(PrintingTest, AValueThatHasNoNameIsWrittenAsItsNumber) {
