@@ -127,13 +127,11 @@ public:
     std::optional<std::unique_ptr<sentrel::platform::InterfaceEntry>> matchInterface(const std::string& name) override {
         return values().matchInterface(name);
     }
-    sentrel::Availability packetCounters(std::vector<sentrel::platform::InterfaceCounters>& counters) override {
+    sentrel::Availability packetCounters(std::vector<sentrel::InterfaceCounters>& counters) override {
         return values().packetCounters(counters);
     }
-    sentrel::Availability links(std::vector<sentrel::platform::InterfaceLink>& links) override {
-        return values().links(links);
-    }
-    sentrel::Availability wirelessLinks(std::vector<sentrel::platform::WirelessLink>& links) override {
+    sentrel::Availability links(std::vector<sentrel::InterfaceLink>& links) override { return values().links(links); }
+    sentrel::Availability wirelessLinks(std::vector<sentrel::WirelessLink>& links) override {
         return values().wirelessLinks(links);
     }
     sentrel::platform::Connectivity connectivity() override { return values().connectivity(); }
