@@ -2,6 +2,7 @@
 #include "examples/simulation/Motion.h"
 
 #include <algorithm>
+#include <arpa/inet.h>
 #include <cmath>
 #include <iterator>
 #include <string>
@@ -95,6 +96,7 @@ void Motion::step() {
     for (Interface& interface : interfaces_) {
         interface.in.step(random_);
         interface.out.step(random_);
+        interface.signal.step(random_);
         interface.bytesIn += interface.in.value() * stepSeconds;
         interface.bytesOut += interface.out.value() * stepSeconds;
     }
@@ -103,6 +105,8 @@ void Motion::step() {
         constexpr std::array<double, 3> periods = {60, 300, 900};
         loadAverages_[i] = followed(loadAverages_[i], busy_, periods[i]);
     }
+    stepWaiting();
+    joules_ += watts() * stepSeconds;
     if (battery_)
         stepBattery(*battery_);
 }
@@ -142,12 +146,27 @@ void Motion::stepDisks() {
     }
 }
 
+// A little while there is plenty, and ever more near the limit.
+void Motion::stepWaiting() {
+    const double memory = wired_.value() + active_.value() + compressed_.value();
+    double bytes = 0; // per second
+    for (const Disk& disk : disks_)
+        bytes += disk.read.value() + disk.written.value();
+    const std::array<double, 3> shares = {0.5 * std::pow(load(), 4), 0.5 * std::pow(memory, 12),
+                                          0.5 * std::min(bytes / 1.5e9, 1.0)};
+    for (std::size_t i = 0; i < waiting_.size(); ++i) {
+        constexpr std::array<double, 3> periods = {10, 60, 300};
+        for (std::size_t period = 0; period < periods.size(); ++period)
+            waiting_[i].averages[period] = followed(waiting_[i].averages[period], 100 * shares[i], periods[period]);
+        waiting_[i].seconds += shares[i] * stepSeconds;
+    }
+}
+
 void Motion::stepBattery(Battery& battery) const {
     constexpr double volts = 11.4;
-    const double watts = battery.plan.watts.low + (battery.plan.watts.high - battery.plan.watts.low) * load();
     const double share = battery.charge / battery.plan.maxCapacity;
-    const double charging = (battery.plan.adapterWatts - watts) * std::min(1.0, (1.02 - share) * 5);
-    battery.current = followed(battery.current, (battery.isPlugged ? charging : -watts) / volts * 1000, 45);
+    const double charging = (battery.plan.adapterWatts - watts()) * std::min(1.0, (1.02 - share) * 5);
+    battery.current = followed(battery.current, (battery.isPlugged ? charging : -watts()) / volts * 1000, 45);
     battery.charge = std::clamp(battery.charge + battery.current * stepSeconds / 3600, 0.0, battery.plan.maxCapacity);
     if (share <= battery.plan.charges.low || share >= battery.plan.charges.high)
         battery.isPlugged = share <= battery.plan.charges.low;
@@ -156,12 +175,10 @@ void Motion::stepBattery(Battery& battery) const {
 void Motion::write(ScriptedPlatform& values) const {
     writeHost(values.host());
     writeMemory(values.host());
+    writeWaiting(values.host());
+    writeSensors(values.sensors());
     writeDisks(values.volumes());
-    for (const Interface& interface : interfaces_) {
-        ScriptedInterface& value = values.network().interface(interface.plan.name);
-        value.bytesIn = static_cast<std::int64_t>(interface.bytesIn);
-        value.bytesOut = static_cast<std::int64_t>(interface.bytesOut);
-    }
+    writeInterfaces(values.network());
     writeProcesses(values.processes());
     if (battery_)
         writeBattery(*battery_, values.power());
@@ -199,6 +216,64 @@ void Motion::writeMemory(ScriptedHostService& host) const {
     host.swapUsageValue = {.total = total, .available = total - used, .used = used};
 }
 
+void Motion::writeWaiting(ScriptedHostService& host) const {
+    constexpr std::array<double, 3> allWait = {0, 0.4, 0.6}; // of the time that at least one thread waits
+    for (std::size_t i = 0; i < waiting_.size(); ++i) {
+        const auto shareOf = [&](double part) {
+            const auto& [averages, seconds] = waiting_[i];
+            return PressureShare{averages[0] * part, averages[1] * part, averages[2] * part,
+                                 static_cast<std::uint64_t>(seconds * part * 1e6)};
+        };
+        host.pressureValues[i] = Pressure{shareOf(1), shareOf(allWait[i])};
+    }
+}
+
+void Motion::writeSensors(ScriptedSensorService& sensors) const {
+    constexpr double range = 262'144; // joules
+    sensors.sensorsValue = {{.kind = SensorKind::temperature,
+                             .identifier = "processor/package",
+                             .chip = "processor",
+                             .label = "Package",
+                             .value = warmth_,
+                             .maximum = 90,
+                             .critical = 100,
+                             .alarm = warmth_ > 100},
+                            {.kind = SensorKind::fan,
+                             .identifier = "board/fan",
+                             .chip = "board",
+                             .label = "Fan",
+                             .value = std::round(900 + 45 * (warmth_ - 30)),
+                             .minimum = 600},
+                            {.kind = SensorKind::voltage,
+                             .identifier = "board/core",
+                             .chip = "board",
+                             .label = "Core",
+                             .value = 0.75 + 0.4 * load(),
+                             .minimum = 0.6,
+                             .maximum = 1.3},
+                            {.kind = SensorKind::power,
+                             .identifier = "board/power",
+                             .chip = "board",
+                             .label = "Machine",
+                             .value = watts()}};
+    for (const Disk& disk : disks_) {
+        if (disk.plan.warmth)
+            sensors.sensorsValue->push_back({.kind = SensorKind::temperature,
+                                             .identifier = disk.plan.whole + "/drive",
+                                             .chip = disk.plan.whole,
+                                             .label = disk.plan.model,
+                                             .value = disk.warmth.value(),
+                                             .maximum = 65,
+                                             .critical = 75});
+    }
+    sensors.energyCountersValue = {{.kind = SensorKind::energy,
+                                    .identifier = "processor/energy",
+                                    .chip = "processor",
+                                    .label = "Package",
+                                    .value = std::fmod(joules_ * 0.6, range),
+                                    .range = range}};
+}
+
 void Motion::writeDisks(ScriptedVolumeService& volumes) const {
     for (const Disk& disk : disks_) {
         for (MountedFileSystem& mount : volumes.mounts) {
@@ -211,6 +286,34 @@ void Motion::writeDisks(ScriptedVolumeService& volumes) const {
         // One attribute of the drive, its temperature.
         whole.drive.data[2] = 194;
         whole.drive.data[7] = static_cast<std::uint8_t>(disk.warmth.value());
+    }
+}
+
+void Motion::writeInterfaces(ScriptedNetworkService& network) const {
+    constexpr std::int64_t packetSize = 900;
+    network.packetCountersValue.emplace();
+    for (const Interface& interface : interfaces_) {
+        ScriptedInterface& value = network.interface(interface.plan.name);
+        value.bytesIn = static_cast<std::int64_t>(interface.bytesIn);
+        value.bytesOut = static_cast<std::int64_t>(interface.bytesOut);
+        const std::int64_t packetsIn = value.bytesIn / packetSize;
+        network.packetCountersValue->push_back({.name = value.name,
+                                                .index = value.index,
+                                                .packetsIn = packetsIn,
+                                                .packetsOut = value.bytesOut / packetSize,
+                                                .dropsIn = packetsIn / 50'000,
+                                                .dropsOut = 0});
+        if (!interface.plan.ssid)
+            continue;
+        const auto rate = static_cast<std::int64_t>(static_cast<double>(interface.plan.speed) *
+                                                    (1 + (interface.signal.value() + 46) / 60));
+        network.wirelessLinksValue = {{.name = value.name,
+                                       .index = value.index,
+                                       .signal = static_cast<std::int32_t>(interface.signal.value()),
+                                       .bitRateIn = rate,
+                                       .bitRateOut = rate / 2,
+                                       .frequency = 5'180'000'000,
+                                       .channelWidth = 80'000'000}};
     }
 }
 
@@ -286,6 +389,22 @@ void writeInterface(const InterfacePlan& plan, ScriptedNetworkService& network) 
     if (plan.ssid)
         interface.properties["IO80211SSID"] = *plan.ssid;
     interface.related["IOLinkSpeed"] = plan.speed;
+    InterfaceLink link{.name = plan.name,
+                       .index = index,
+                       .kind = plan.ssid ? InterfaceKind::wifi : InterfaceKind::physical,
+                       .state = OperationalState::up,
+                       .mtu = 1500};
+    if (!plan.ssid) {
+        link.duplex = Duplex::full;
+        link.speed = plan.speed;
+    }
+    std::copy_n(interface.hardwareAddress.begin(), 6, link.hardware.emplace().begin());
+    InterfaceAddress& address = link.addresses.emplace_back();
+    inet_pton(AF_INET, plan.address.c_str(), address.bytes.data());
+    address.prefixLength = 24;
+    if (!network.linksValue)
+        network.linksValue.emplace();
+    network.linksValue->push_back(std::move(link));
     network.interfaces.push_back(std::move(interface));
 }
 

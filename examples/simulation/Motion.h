@@ -37,6 +37,7 @@ private:
         InterfacePlan plan;
         Figure in{plan.in};
         Figure out{plan.out};
+        Figure signal{plan.signal};
         double bytesIn = 0;
         double bytesOut = 0;
     };
@@ -53,16 +54,27 @@ private:
         bool isPlugged = false;
     };
 
+    // How long threads wait for one resource.
+    struct Waiting {
+        std::array<double, 3> averages{}; // over 10, 60 and 300 seconds, in percent
+        double seconds = 0;
+    };
+
     void step();
     void stepProcesses();
     void stepDisks();
+    void stepWaiting();
     void stepBattery(Battery& battery) const;
     void writeHost(sentrel::platform::ScriptedHostService& host) const;
     void writeMemory(sentrel::platform::ScriptedHostService& host) const;
+    void writeWaiting(sentrel::platform::ScriptedHostService& host) const;
+    void writeSensors(sentrel::platform::ScriptedSensorService& sensors) const;
     void writeDisks(sentrel::platform::ScriptedVolumeService& volumes) const;
+    void writeInterfaces(sentrel::platform::ScriptedNetworkService& network) const;
     void writeProcesses(sentrel::platform::ScriptedProcessService& processes) const;
     void writeBattery(const Battery& battery, sentrel::platform::ScriptedPowerService& power) const;
     [[nodiscard]] double load() const { return busy_ / plan_.processors; } // 0 to 1
+    [[nodiscard]] double watts() const { return plan_.watts.low + (plan_.watts.high - plan_.watts.low) * load(); }
 
     const Plan plan_;
     Random random_;
@@ -90,6 +102,8 @@ private:
         double idle = 0;
         double nice = 0;
     } ticks_;
+    std::array<Waiting, 3> waiting_; // for a processor, for memory and for disks
+    double joules_ = 0;
     double pagesIn_ = 0;
     double pagesOut_ = 0;
     double faults_ = 0;

@@ -73,6 +73,7 @@ Plan laptop() {
             .swap = 4 * GiB,
             .swapped = drifting(0.08, 0.14),
             .tasks = drifting(262, 281),
+            .watts = {6, 34},
             .roomWarmth = 41,
             .loadWarmth = 48,
             .disks = {{.whole = "nvme0n1",
@@ -101,9 +102,10 @@ Plan laptop() {
             .interfaces = {{.name = "wlan0",
                             .address = "192.0.2.23",
                             .ssid = "Fern Lodge",
+                            .signal = drifting(-63, -46),
                             .speed = 866'000'000,
-                            .in = bursting({4 * KB, 180 * KB}, {1.5 * MB, 11 * MB}, 0.3, {2, 7}),
-                            .out = bursting({2 * KB, 40 * KB}, {200 * KB, 1.6 * MB}, 0.25, {2, 7}),
+                            .in = bursting({4 * KB, 180 * KB}, {1.5 * MB, 11 * MB}, 0.5, {2, 6}),
+                            .out = bursting({2 * KB, 40 * KB}, {200 * KB, 1.6 * MB}, 0.45, {2, 6}),
                             .isPrimary = true}},
             .processes = desktopProcesses(),
             .battery = BatteryPlan{.designCapacity = 4800,
@@ -112,7 +114,6 @@ Plan laptop() {
                                    .condition = "Good",
                                    .charge = 0.76,
                                    .charges = {0.2, 0.97},
-                                   .watts = {6, 34},
                                    .adapterWatts = 65},
             .graphics = {{.name = "Fern Intelligible Graphics", .id = 0x61}}};
 }
@@ -148,7 +149,7 @@ Plan hot() {
     plan.battery->condition = "Fair";
     plan.battery->charge = 0.14;
     plan.battery->charges = {0.03, 0.12};
-    plan.battery->watts = {18, 62};
+    plan.watts = {18, 62};
     plan.battery->adapterWatts = 90;
     plan.graphics.push_back({.name = "Fern Kiln 900", .id = 0x90});
     return plan;
@@ -180,6 +181,7 @@ Plan fullDisks() {
     plan.days = 12.7;
     plan.asleep = 0.3;
     plan.memory = 32 * GiB;
+    plan.watts = {31, 118};
     plan.disks[0].used = drifting(0.912, 0.917);
     plan.disks.pop_back();
     plan.disks.push_back(cabledDisk("sda", "Fern Disk 4T", "Photos", "/srv/photos", 4 * TB, drifting(0.966, 0.969)));
@@ -221,6 +223,7 @@ Plan server() {
               .swap = 32 * GiB,
               .swapped = drifting(0, 0.01),
               .tasks = drifting(1310, 1390),
+              .watts = {110, 460},
               .roomWarmth = 38,
               .loadWarmth = 36};
     plan.disks = {cabledDisk("sda", "Fern SSD 960G", "System", "/", 960 * GB, drifting(0.22, 0.225)),

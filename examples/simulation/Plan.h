@@ -32,6 +32,7 @@ struct InterfacePlan {
     std::string name;
     std::string address;
     std::optional<std::string> ssid{}; ///< of a wireless one
+    Habit signal{};                    ///< of a wireless one: dBm
     std::int64_t speed = 0;            ///< bits per second
     Habit in;                          ///< bytes per second
     Habit out;                         ///< bytes per second
@@ -56,7 +57,6 @@ struct BatteryPlan {
     std::string condition;
     double charge = 0; ///< share of the capacity at the beginning, 0 to 1
     Range charges;     ///< shares: it is plugged in at the lower one and unplugged at the upper one
-    Range watts;       ///< of the machine at rest, and with all processors busy
     double adapterWatts = 0;
 };
 
@@ -83,6 +83,7 @@ struct Plan {
     double swap = 0; ///< bytes
     Habit swapped;   ///< share of them, 0 to 1
     Habit tasks;
+    Range watts;           ///< of the machine at rest, and with all processors busy
     double roomWarmth = 0; ///< degrees Celsius at rest
     double loadWarmth = 0; ///< degrees Celsius more with all processors busy
     std::vector<DiskPlan> disks{};

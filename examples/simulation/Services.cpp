@@ -98,8 +98,9 @@ void World::moveToNow() {
         return;
     motion_.write(values_);
     // Nobody reads what was asked, and a machine may be looked at for days.
-    for (ScriptedCalls* calls : {&values_.host().calls, &values_.graphics().calls, &values_.volumes().calls,
-                                 &values_.network().calls, &values_.power().calls, &values_.processes().calls})
+    for (ScriptedCalls* calls :
+         {&values_.host().calls, &values_.graphics().calls, &values_.volumes().calls, &values_.network().calls,
+          &values_.power().calls, &values_.processes().calls, &values_.sensors().calls})
         calls->clear();
 }
 
@@ -110,6 +111,25 @@ void World::remove(const std::string& whole) {
         });
     });
     values_.volumes().notify({VolumeNotification::Kind::didUnmount, {}, {}, {}});
+}
+
+// Looks at what was waited in each window.
+Observation Host::observePressure(PressureResource resource, const PressureThreshold& threshold,
+                                  std::function<void()> crossed) {
+    const auto waited = [this, resource, threshold] {
+        Pressure now;
+        static_cast<void>(pressure(resource, now));
+        return threshold.kind == PressureThreshold::Kind::some ? now.some.total : now.full->total;
+    };
+    auto observer = std::make_shared<Observer>(std::move(crossed));
+    std::shared_ptr<RepeatingTimer> windows = dispatch_.backgroundQueue()->makeTimer(
+        threshold.window * 1000, [observer, waited, before = waited(), threshold]() mutable {
+            const std::uint64_t now = waited();
+            if (now - std::exchange(before, now) >= static_cast<std::uint64_t>(threshold.stall))
+                observer->tell();
+        });
+    windows->resume();
+    return Observation(std::move(observer), std::move(windows));
 }
 
 Volumes::Volumes(std::shared_ptr<World> world) : world_(std::move(world)), acceptedTypes_(values().acceptedTypes()) {}

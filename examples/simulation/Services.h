@@ -52,11 +52,13 @@ class Host final : public sentrel::platform::HostService {
 
     template <class Operation, class... Arguments>
     auto ask(Operation operation, Arguments&&... arguments) {
-        return world_.ask([&](auto& values) { return std::invoke(operation, values.host(), arguments...); });
+        return world_.ask(
+            [&](auto& values) { return std::invoke(operation, values.host(), std::forward<Arguments>(arguments)...); });
     }
 
 public:
-    explicit Host(World& world) : world_(world) {}
+    /// Observers are called on the background queue of `dispatch`.
+    Host(World& world, sentrel::platform::Dispatch& dispatch) : world_(world), dispatch_(dispatch) {}
 
     std::optional<std::int64_t> bootTime() override { return ask(&Values::bootTime); }
     std::optional<sentrel::platform::host_basic_info> hostInfo() override { return ask(&Values::hostInfo); }
@@ -84,8 +86,22 @@ public:
     }
     sentrel::Observation observePressure(sentrel::PressureResource resource,
                                          const sentrel::PressureThreshold& threshold,
-                                         std::function<void()> observer) override {
-        return world_.values().host().observePressure(resource, threshold, std::move(observer));
+                                         std::function<void()> crossed) override;
+
+private:
+    World& world_;
+    sentrel::platform::Dispatch& dispatch_;
+};
+
+class Sensors final : public sentrel::platform::SensorService {
+public:
+    explicit Sensors(World& world) : world_(world) {}
+
+    sentrel::Availability sensors(std::vector<sentrel::platform::SensorReading>& readings) override {
+        return world_.ask([&](auto& values) { return values.sensors().sensors(readings); });
+    }
+    sentrel::Availability energyCounters(std::vector<sentrel::platform::SensorReading>& readings) override {
+        return world_.ask([&](auto& values) { return values.sensors().energyCounters(readings); });
     }
 
 private:
@@ -128,11 +144,11 @@ public:
         return values().matchInterface(name);
     }
     sentrel::Availability packetCounters(std::vector<sentrel::InterfaceCounters>& counters) override {
-        return values().packetCounters(counters);
+        return world_.ask([&](auto& values) { return values.network().packetCounters(counters); });
     }
     sentrel::Availability links(std::vector<sentrel::InterfaceLink>& links) override { return values().links(links); }
     sentrel::Availability wirelessLinks(std::vector<sentrel::WirelessLink>& links) override {
-        return values().wirelessLinks(links);
+        return world_.ask([&](auto& values) { return values.network().wirelessLinks(links); });
     }
     sentrel::platform::Connectivity connectivity() override { return values().connectivity(); }
     bool resolves(const std::string& /*host*/) override { return true; }

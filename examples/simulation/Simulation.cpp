@@ -25,19 +25,21 @@ std::optional<Kind> kindNamed(std::string_view name) {
 
 struct Machine::Parts {
     Parts(Kind kind, Platform& process, std::uint32_t seed)
-        : world(std::make_shared<World>(planOf(kind), process, seed)), power(*world, process.dispatch()),
-          platform(process, {.host = &host,
-                             .graphics = &world->values().graphics(),
-                             .volumes = &volumes,
-                             .network = &network,
-                             .power = &power,
-                             .processes = &world->values().processes()}) {}
+        : world(std::make_shared<World>(planOf(kind), process, seed)), host(*world, process.dispatch()),
+          power(*world, process.dispatch()), platform(process, {.host = &host,
+                                                                .graphics = &world->values().graphics(),
+                                                                .volumes = &volumes,
+                                                                .network = &network,
+                                                                .power = &power,
+                                                                .processes = &world->values().processes(),
+                                                                .sensors = &sensors}) {}
 
     const std::shared_ptr<World> world;
-    Host host{*world};
+    Host host;
     Volumes volumes{world};
     Network network{*world};
     Power power;
+    Sensors sensors{*world};
     CompositePlatform platform;
 };
 

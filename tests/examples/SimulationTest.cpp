@@ -36,6 +36,10 @@ public:
         system_.start(system_.disk());
         system_.start(system_.apps());
         system_.start(system_.gpu());
+        system_.start(system_.sensors());
+        system_.cpu().setMeasures({CPU::Measure::pressure});
+        system_.mem().setMeasures({Memory::Measure::pressure});
+        system_.net().setMeasures({Network::Measure::traffic, Network::Measure::links, Network::Measure::wireless});
     }
 
     System& operator*() { return system_; }
@@ -136,6 +140,28 @@ void expectNetwork(const Network& network) {
     }
 }
 
+void expectLinks(const Network& network) {
+    ASSERT_TRUE(network.primaryTraffic());
+    EXPECT_EQ(network.traffic().size(), network.interfaces().size());
+    bool isWireless = false;
+    for (const InterfaceLink& link : network.links()) {
+        ASSERT_TRUE(network.interfaces().contains(link.name)) << link.name;
+        const auto interface = network.interfaces().at(link.name);
+        EXPECT_EQ(link.mac(), interface->mac());
+        ASSERT_EQ(link.addresses.size(), 1U);
+        EXPECT_EQ(link.addresses.front().text(), interface->ipaddr());
+        EXPECT_EQ(link.kind == InterfaceKind::wifi, interface->isWifi());
+        isWireless |= interface->isWifi();
+    }
+    EXPECT_EQ(network.wireless().size(), isWireless ? 1U : 0U);
+    for (const WirelessLink& link : network.wireless()) {
+        EXPECT_GE(link.signal, -63);
+        EXPECT_LE(link.signal, -46);
+        EXPECT_GT(link.bitRateIn, 0);
+        EXPECT_EQ(link.channel(), 36);
+    }
+}
+
 void expectBattery(const Battery& battery) {
     if (!battery.hasBattery())
         return;
@@ -156,6 +182,34 @@ void expectBattery(const Battery& battery) {
     EXPECT_EQ(battery.manufactured(), "17 May 2023");
 }
 
+void expectPressure(const std::optional<Pressure>& pressure) {
+    ASSERT_TRUE(pressure && pressure->full);
+    for (const PressureShare& share : {pressure->some, *pressure->full}) {
+        for (const double average : {share.avg10, share.avg60, share.avg300}) {
+            EXPECT_GE(average, 0);
+            EXPECT_LE(average, 100);
+        }
+    }
+    EXPECT_LE(pressure->full->total, pressure->some.total);
+}
+
+void expectSensors(const Sensors& sensors) {
+    for (const auto kind : {Sensors::Kind::temperature, Sensors::Kind::fan, Sensors::Kind::voltage,
+                            Sensors::Kind::power, Sensors::Kind::energy})
+        EXPECT_EQ(sensors.availability(kind), Availability::available) << static_cast<int>(kind);
+    std::set<std::string> identifiers;
+    for (const Sensors::Sensor& sensor : sensors.all()) {
+        EXPECT_TRUE(identifiers.insert(sensor.identifier).second) << sensor.identifier;
+        EXPECT_FALSE(sensor.chip.empty());
+        EXPECT_FALSE(sensor.label.empty());
+        EXPECT_GT(sensor.value, 0) << sensor.identifier;
+        EXPECT_GE(sensor.value, sensor.minimum.value_or(0)) << sensor.identifier;
+        EXPECT_LT(sensor.value, sensor.critical.value_or(1e9)) << sensor.identifier;
+        EXPECT_EQ(sensor.watts.has_value(), sensor.kind == Sensors::Kind::energy) << sensor.identifier;
+        EXPECT_GT(sensor.watts.value_or(1), 0);
+    }
+}
+
 void expectProcesses(const Applications& apps, double processors) {
     EXPECT_EQ(apps.cpu().size(), 3U);
     EXPECT_EQ(apps.mem().size(), 3U);
@@ -173,7 +227,11 @@ void expectEveryFigure(System& system) {
     expectMemory(system.mem());
     expectVolumes(system.disk());
     expectNetwork(system.net());
+    expectLinks(system.net());
     expectBattery(system.battery());
+    expectPressure(system.cpu().pressure());
+    expectPressure(system.mem().pressure());
+    expectSensors(system.sensors());
     expectProcesses(system.apps(), static_cast<double>(system.cpu().logicalCores()));
 }
 
@@ -370,6 +428,24 @@ TEST(Simulation, DischargesItsBatteryAndChargesItAgain) {
     EXPECT_NE(simulated->battery().timeRemaining().find(" until charged"), std::string::npos);
 }
 
+// How often a threshold of waiting for memory is crossed in ten minutes.
+int crossings(Kind kind, std::int64_t stall) {
+    Simulated simulated(kind);
+    int count = 0;
+    const auto listener = std::make_shared<int>();
+    simulated->mem().onPressure().listen(listener, [&count] { ++count; });
+    EXPECT_EQ(simulated->mem().setPressureThreshold(PressureThreshold{.stall = stall, .window = 2'000'000}),
+              Availability::available);
+    simulated.pass(600);
+    return count;
+}
+
+TEST(Simulation, TellsWhoWaitsForMemoryAsLongAsTheThresholdSays) {
+    EXPECT_GT(crossings(Kind::hot, 150'000), 100);
+    EXPECT_EQ(crossings(Kind::hot, 1'900'000), 0);
+    EXPECT_EQ(crossings(Kind::server, 150'000), 0);
+}
+
 TEST(Simulation, ConnectsToNobody) {
     ScriptedMachine process;
     Machine machine(Kind::laptop, *process);
@@ -392,6 +468,7 @@ TEST(Simulation, MayBeAskedOnAnyThread) {
     platform::CompositePlatform process(platform::current(), {.clock = &clock});
     Machine machine(Kind::laptop, process);
     System system(machine.platform());
+    system.cpu().setMeasures({CPU::Measure::pressure});
     std::vector<std::thread> threads;
     for (SystemResource* resource : std::initializer_list<SystemResource*>{
              &system.cpu(), &system.mem(), &system.disk(), &system.net(), &system.gpu(), &system.apps()})
@@ -409,8 +486,10 @@ TEST(Simulation, MayBeAskedOnAnyThread) {
             }
         });
     threads.emplace_back([&system] {
-        for (int i = 0; i < 100; ++i)
+        for (int i = 0; i < 100; ++i) {
             system.battery().update();
+            system.sensors().update();
+        }
     });
     threads.emplace_back([&system] {
         for (const auto& [device, volume] : system.disk().volumes()) {
