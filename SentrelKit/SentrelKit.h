@@ -9,8 +9,11 @@
 #include <SentrelKit/Version.h>
 #include <SentrelKit/platform/Availability.h>
 #include <SentrelKit/platform/DispatchQueue.h>
+#include <SentrelKit/platform/HostFacts.h>
 #include <SentrelKit/platform/Icon.h>
+#include <SentrelKit/platform/MemoryFacts.h>
 #include <SentrelKit/platform/Pressure.h>
+#include <SentrelKit/platform/ProcessorFacts.h>
 #include <SentrelKit/probes/NetworkProbes.h>
 #include <SentrelKit/settings/DefaultsKey.h>
 #include <SentrelKit/settings/Number.h>

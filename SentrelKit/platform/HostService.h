@@ -6,8 +6,11 @@
 
 #include <SentrelKit/Export.h>
 #include <SentrelKit/platform/Availability.h>
+#include <SentrelKit/platform/HostFacts.h>
+#include <SentrelKit/platform/MemoryFacts.h>
 #include <SentrelKit/platform/Observation.h>
 #include <SentrelKit/platform/Pressure.h>
+#include <SentrelKit/platform/ProcessorFacts.h>
 #include <SentrelKit/platform/ThermalState.h>
 
 #include <array>
@@ -16,6 +19,7 @@
 #include <functional>
 #include <optional>
 #include <span>
+#include <vector>
 
 namespace sentrel::platform {
 
@@ -137,6 +141,40 @@ public:
     /// the system refuses or does not have it (`availabilityOf`).
     [[nodiscard]] virtual Observation observePressure(PressureResource resource, const PressureThreshold& threshold,
                                                       std::function<void()> crossed) = 0;
+
+    // What follows leaves the record as it was unless it is available.
+
+    /// What the processors have done since boot. Allocates nothing once the record has room.
+    [[nodiscard]] virtual Availability processorLoad(ProcessorLoad& load) noexcept = 0;
+
+    /// How fast each processor runs. Allocates nothing once the record has room, except for a look at what there is
+    /// once a minute.
+    [[nodiscard]] virtual Availability processorFrequencies(ProcessorFrequencies& frequencies) = 0;
+
+    /// The parts of the memory now. Allocates nothing.
+    [[nodiscard]] virtual Availability memoryDetails(MemoryDetails& details) noexcept = 0;
+
+    /// What was swapped since boot. Allocates nothing.
+    [[nodiscard]] virtual Availability swapCounters(SwapCounters& counters) noexcept = 0;
+
+    /// What is kept compressed now. Allocates nothing, except for a look at what there is once a minute.
+    [[nodiscard]] virtual Availability memoryCompression(MemoryCompression& compression) = 0;
+
+    /// Each node of memory now, by rising number. Allocates nothing once the record has room, except for a look at what
+    /// there is once a minute.
+    [[nodiscard]] virtual Availability memoryNodes(std::vector<MemoryNode>& nodes) = 0;
+
+    /// The system that runs.
+    [[nodiscard]] virtual Availability operatingSystem(OperatingSystem& system) = 0;
+
+    /// What the machine is virtualised by; available with empty texts on a bare one.
+    [[nodiscard]] virtual Availability virtualization(Virtualization& virtualization) = 0;
+
+    /// The limits and the use of this process's control group.
+    [[nodiscard]] virtual Availability controlGroup(ControlGroup& group) = 0;
+
+    /// Who is logged in, in the order of the system's own list.
+    [[nodiscard]] virtual Availability users(std::vector<LoggedInUser>& users) = 0;
 };
 
 } // namespace sentrel::platform

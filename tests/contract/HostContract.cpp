@@ -185,6 +185,132 @@ TEST_P(PlatformContract, AnObserverOfPressureIsReleasedAtAnyTime) {
     }
 }
 
+TEST_P(PlatformContract, TheProcessorsAreInTheirOrderOrNotToBeHad) {
+    ProcessorLoad load;
+    load.forks = 7;
+    if (platform().host().processorLoad(load) != Availability::available) {
+        EXPECT_EQ(load.forks, 7U);
+        EXPECT_TRUE(load.each.empty());
+        return;
+    }
+    EXPECT_FALSE(load.each.empty());
+    for (std::size_t i = 1; i < load.each.size(); ++i)
+        EXPECT_LT(load.each[i - 1].number, load.each[i].number);
+    EXPECT_GT(load.all.user + load.all.system + load.all.idle, 0U);
+    ProcessorLoad later;
+    ASSERT_EQ(platform().host().processorLoad(later), Availability::available);
+    EXPECT_GE(later.contextSwitches.value_or(0), load.contextSwitches.value_or(0));
+    EXPECT_GE(later.forks.value_or(0), load.forks.value_or(0));
+}
+
+TEST_P(PlatformContract, AFrequencyLiesInTheRangeOfProcessorsOrIsAbsent) {
+    ProcessorFrequencies frequencies;
+    frequencies.kinds = CoreKinds{77, 77};
+    const ProcessorFrequencies before = frequencies;
+    if (platform().host().processorFrequencies(frequencies) != Availability::available) {
+        EXPECT_EQ(frequencies, before);
+        return;
+    }
+    for (const CoreFrequency& core : frequencies.each) {
+        for (const auto& frequency : {core.now, core.least, core.most})
+            EXPECT_TRUE(!frequency || (*frequency >= 1'000'000 && *frequency <= 20'000'000'000));
+        EXPECT_LE(core.least.value_or(0), core.most.value_or(20'000'000'000));
+        EXPECT_THAT(core.governor, IsUtf8());
+    }
+    EXPECT_NE(frequencies.kinds, before.kinds);
+}
+
+TEST_P(PlatformContract, TheMemoryInDetailIsNoMoreThanThereIsOrNotToBeHad) {
+    HostService& host = platform().host();
+    const std::uint64_t installed = host.physicalMemory().value_or(0);
+    MemoryDetails details;
+    if (host.memoryDetails(details) == Availability::available) {
+        for (const auto& part : {details.available, details.buffers, details.cached, details.slabReclaimable,
+                                 details.slabUnreclaimable, details.dirty, details.writeback})
+            EXPECT_LE(part.value_or(0), installed);
+        EXPECT_LE(details.hugePagesFree.value_or(0), details.hugePagesTotal.value_or(0));
+    } else {
+        EXPECT_EQ(details, MemoryDetails{});
+    }
+    SwapCounters swap{1, 2};
+    if (host.swapCounters(swap) == Availability::available) {
+        SwapCounters later;
+        ASSERT_EQ(host.swapCounters(later), Availability::available);
+        EXPECT_TRUE(later.in >= swap.in && later.out >= swap.out);
+    } else {
+        EXPECT_EQ(swap, (SwapCounters{1, 2}));
+    }
+    MemoryCompression compression{3, 4};
+    if (host.memoryCompression(compression) == Availability::available)
+        EXPECT_LE(compression.occupied, installed);
+    else
+        EXPECT_EQ(compression, (MemoryCompression{3, 4}));
+    std::vector<MemoryNode> nodes = {{99, 1, 1}};
+    if (host.memoryNodes(nodes) == Availability::available) {
+        EXPECT_FALSE(nodes.empty());
+        for (const MemoryNode& node : nodes)
+            EXPECT_LE(node.free, node.total);
+    } else {
+        EXPECT_EQ(nodes, (std::vector<MemoryNode>{{99, 1, 1}}));
+    }
+}
+
+TEST_P(PlatformContract, TheHostTellsOfItselfInTexts) {
+    HostService& host = platform().host();
+    OperatingSystem system;
+    system.name = "before";
+    if (host.operatingSystem(system) == Availability::available) {
+        EXPECT_FALSE(system.kernelRelease.empty());
+        for (const std::string& text : {system.name, system.prettyName, system.id, system.version, system.kernel,
+                                        system.kernelRelease, system.architecture, system.hostName})
+            EXPECT_THAT(text, IsUtf8());
+    } else {
+        EXPECT_EQ(system.name, "before");
+    }
+    Virtualization virtualization{"before", ""};
+    if (host.virtualization(virtualization) == Availability::available)
+        EXPECT_NE(virtualization.machine, "before");
+    else
+        EXPECT_EQ(virtualization.machine, "before");
+    ControlGroup group{9, {}, {}, {}};
+    if (host.controlGroup(group) == Availability::available) {
+        EXPECT_TRUE(group.version == 1 || group.version == 2);
+        EXPECT_GT(group.processors.value_or(1), 0);
+    } else {
+        EXPECT_EQ(group.version, 9);
+    }
+    std::vector<LoggedInUser> users(1);
+    if (host.users(users) == Availability::available) {
+        for (const LoggedInUser& user : users)
+            EXPECT_FALSE(user.name.empty());
+    } else {
+        EXPECT_EQ(users.size(), 1U);
+    }
+}
+
+TEST_P(PlatformContract, AFurtherFactOfTheHostThatFailsIsNotAvailable) {
+    if (machine->isReal())
+        return;
+    HostService& host = platform().host();
+    const auto expectNone = [this](const char* operation, auto record, auto ask) {
+        const auto before = record;
+        fail(operation);
+        EXPECT_NE(ask(record), Availability::available) << operation;
+        EXPECT_EQ(record, before) << operation;
+    };
+    expectNone("pressure", Pressure(), [&](auto& to) { return host.pressure(PressureResource::memory, to); });
+    expectNone("processorLoad", ProcessorLoad(), [&](auto& to) { return host.processorLoad(to); });
+    expectNone("processorFrequencies", ProcessorFrequencies(), [&](auto& to) { return host.processorFrequencies(to); });
+    expectNone("memoryDetails", MemoryDetails(), [&](auto& to) { return host.memoryDetails(to); });
+    expectNone("swapCounters", SwapCounters(), [&](auto& to) { return host.swapCounters(to); });
+    expectNone("memoryCompression", MemoryCompression(), [&](auto& to) { return host.memoryCompression(to); });
+    expectNone("memoryNodes", std::vector<MemoryNode>(), [&](auto& to) { return host.memoryNodes(to); });
+    expectNone("operatingSystem", OperatingSystem(), [&](auto& to) { return host.operatingSystem(to); });
+    expectNone("virtualization", Virtualization(), [&](auto& to) { return host.virtualization(to); });
+    expectNone("controlGroup", ControlGroup(), [&](auto& to) { return host.controlGroup(to); });
+    expectNone("users", std::vector<LoggedInUser>(), [&](auto& to) { return host.users(to); });
+}
+
 TEST_P(PlatformContract, AQuestionAboutTheHostThatFailsHasNoAnswer) {
     if (machine->isReal())
         return;

@@ -69,6 +69,17 @@ private:
         host.brandValue = "Example(R) Processor";
         host.virtualMemoryValue = {.free_count = 1000, .active_count = 2000, .internal_page_count = 900};
         host.swapUsageValue = {.total = 3, .available = 1, .used = 2};
+        host.pressureValues = {Pressure{{1, 2, 3, 4}, PressureShare{0, 1, 2, 3}}, Pressure{}, Pressure{}};
+        host.processorLoadValue = {{10, 0, 10, 100, 5, 0}, {{0, {10, 0, 10, 100, 5, 0}}}, 100, 200, 3};
+        host.processorFrequenciesValue = {{{0, 2'000'000'000, 1'000'000'000, 3'000'000'000, "performance", {}}}, {}};
+        host.memoryDetailsValue.emplace().available = memory / 2;
+        host.swapCountersValue = {4096, 8192};
+        host.memoryCompressionValue = {300, 100};
+        host.memoryNodesValue = {{0, memory, memory / 4}};
+        host.operatingSystemValue.emplace().kernelRelease = "1.0";
+        host.virtualizationValue = {"kvm", ""};
+        host.controlGroupValue = {2, 1.5, memory / 2, memory / 4};
+        host.usersValue = {{"anna", "tty1", "", 1'499'999'000, 7}};
     }
 
     void describeGraphics() {

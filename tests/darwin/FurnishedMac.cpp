@@ -38,6 +38,9 @@ void addHost() {
     mac.memory.wire_count = 500;
     mac.memory.internal_page_count = 400;
     mac.load.cpu_ticks[CPU_STATE_IDLE] = 1000;
+    mac.processors.assign(8, {.cpu_ticks = {1, 1, 123, 0}});
+    mac.controlTexts = {{"kern.osrelease", "19.6.0"}, {"kern.ostype", "Darwin"}};
+    mac.controlNumbers = {{"kern.hv_vmm_present", 0}};
     mac.setLoad.task_count = 300;
     mac.setLoad.thread_count = 1200;
     mac.swap = {.xsu_total = 3 * gigabyte,

@@ -9,6 +9,8 @@
 
 #include <array>
 #include <cerrno>
+#include <optional>
+#include <vector>
 
 using namespace darwin;
 using namespace sentrel;
@@ -209,6 +211,102 @@ TEST_F(MacHost, HasNoPressureToObserveBeyondMemoryOrWhereDispatchRefuses) {
     errno = 0;
     EXPECT_FALSE(host.observePressure(PressureResource::memory, {}, [] {}));
     EXPECT_EQ(errno, ENOTSUP);
+}
+
+TEST_F(MacHost, CountsTheTicksOfEachProcessorAndGivesTheArrayBack) {
+    machine().processors = {{.cpu_ticks = {1, 2, 3, 4}}, {.cpu_ticks = {10, 20, 30, 40}}};
+    MacHostService host;
+    platform::ProcessorLoad load;
+    for (int turn = 0; turn < 2; ++turn)
+        EXPECT_EQ(host.processorLoad(load), Availability::available);
+    EXPECT_EQ(load.all, (platform::ProcessorTicks{11, 44, 22, 33, {}, {}}));
+    EXPECT_EQ(load.each,
+              (std::vector<platform::NumberedTicks>{{0, {1, 4, 2, 3, {}, {}}}, {1, {10, 40, 20, 30, {}, {}}}}));
+    EXPECT_EQ(load.contextSwitches, std::nullopt);
+    const platform::ProcessorLoad before = load;
+    failures::plan("host_processor_info", KERN_FAILURE);
+    EXPECT_EQ(host.processorLoad(load), Availability::failed);
+    EXPECT_EQ(load, before);
+}
+
+TEST_F(MacHost, CountsFastAndThriftyProcessorsWhereTheyDiffer) {
+    MacHostService host;
+    platform::ProcessorFrequencies frequencies;
+    EXPECT_EQ(host.processorFrequencies(frequencies), Availability::unsupported);
+    machine().controlNumbers = {{"hw.perflevel0.logicalcpu", 8}, {"hw.perflevel1.logicalcpu", 2}};
+    EXPECT_EQ(host.processorFrequencies(frequencies), Availability::available);
+    EXPECT_EQ(frequencies, (platform::ProcessorFrequencies{{}, CoreKinds{8, 2}}));
+}
+
+TEST_F(MacHost, TellsMemoryInDetailInPagesOfTheKernel) {
+    vm_statistics64& memory = machine().memory;
+    memory.free_count = 1;
+    memory.inactive_count = 2;
+    memory.external_page_count = 3;
+    memory.purgeable_count = 4;
+    memory.swapins = 5;
+    memory.swapouts = 6;
+    memory.compressor_page_count = 7;
+    memory.total_uncompressed_pages_in_compressor = 21;
+    MacHostService host;
+    MemoryDetails details;
+    EXPECT_EQ(host.memoryDetails(details), Availability::available);
+    EXPECT_EQ(details.available, 3U * 16384);
+    EXPECT_EQ(details.cached, 7U * 16384);
+    EXPECT_EQ(details.buffers, std::nullopt);
+    platform::SwapCounters swap;
+    EXPECT_EQ(host.swapCounters(swap), Availability::available);
+    EXPECT_EQ(swap, (platform::SwapCounters{5U * 16384, 6U * 16384}));
+    MemoryCompression compression;
+    EXPECT_EQ(host.memoryCompression(compression), Availability::available);
+    EXPECT_EQ(compression, (MemoryCompression{21U * 16384, 7U * 16384}));
+    std::vector<MemoryNode> nodes;
+    EXPECT_EQ(host.memoryNodes(nodes), Availability::unsupported);
+    for (int question = 0; question < 3; ++question) {
+        failures::plan("host_statistics64", KERN_FAILURE);
+        EXPECT_EQ(question == 0   ? host.memoryDetails(details)
+                  : question == 1 ? host.swapCounters(swap)
+                                  : host.memoryCompression(compression),
+                  Availability::failed);
+    }
+}
+
+TEST_F(MacHost, TellsOfItself) {
+    machine().controlTexts = {{"kern.osrelease", "19.6.0"},
+                              {"kern.ostype", "Darwin"},
+                              {"kern.osproductversion", "10.15.7"},
+                              {"kern.hostname", "tower"},
+                              {"hw.machine", "x86_64"}};
+    MacHostService host;
+    OperatingSystem system;
+    EXPECT_EQ(host.operatingSystem(system), Availability::available);
+    EXPECT_EQ(system,
+              (OperatingSystem{"macOS", "macOS 10.15.7", "macos", "10.15.7", "Darwin", "19.6.0", "x86_64", "tower"}));
+    machine().controlTexts.erase("kern.osproductversion");
+    EXPECT_EQ(host.operatingSystem(system), Availability::available);
+    EXPECT_EQ(system.prettyName, "macOS");
+    failures::plan("sysctlbyname", EPERM);
+    EXPECT_EQ(host.operatingSystem(system), Availability::denied);
+}
+
+TEST_F(MacHost, TellsThatItIsAGuestAndNotWhose) {
+    MacHostService host;
+    Virtualization virtualization;
+    EXPECT_EQ(host.virtualization(virtualization), Availability::unsupported);
+    machine().controlNumbers = {{"kern.hv_vmm_present", 1}};
+    EXPECT_EQ(host.virtualization(virtualization), Availability::available);
+    EXPECT_EQ(virtualization, (Virtualization{"vm-other", ""}));
+    machine().controlNumbers = {{"kern.hv_vmm_present", 0}};
+    EXPECT_EQ(host.virtualization(virtualization), Availability::available);
+    EXPECT_EQ(virtualization, Virtualization{});
+}
+
+TEST_F(MacHost, HasNoControlGroupsAndNoListOfUsers) {
+    MacHostService host;
+    ControlGroup group;
+    std::vector<LoggedInUser> users;
+    EXPECT_EQ(host.controlGroup(group), Availability::unsupported);
+    EXPECT_EQ(host.users(users), Availability::unsupported);
 }
 
 } // namespace

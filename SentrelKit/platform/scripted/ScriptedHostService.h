@@ -9,6 +9,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace sentrel::platform {
 
@@ -34,6 +35,17 @@ public:
     ThermalState thermalStateValue = ThermalState::nominal; ///< what `thermalState` answers
     /// What `pressure` answers, for each resource in their order; absent: the machine does not count it.
     std::array<std::optional<Pressure>, 3> pressureValues;
+    // What the operation of the same name answers; absent: the machine does not have it.
+    std::optional<ProcessorLoad> processorLoadValue;               ///< what `processorLoad` answers
+    std::optional<ProcessorFrequencies> processorFrequenciesValue; ///< what `processorFrequencies` answers
+    std::optional<MemoryDetails> memoryDetailsValue;               ///< what `memoryDetails` answers
+    std::optional<SwapCounters> swapCountersValue;                 ///< what `swapCounters` answers
+    std::optional<MemoryCompression> memoryCompressionValue;       ///< what `memoryCompression` answers
+    std::optional<std::vector<MemoryNode>> memoryNodesValue;       ///< what `memoryNodes` answers
+    std::optional<OperatingSystem> operatingSystemValue;           ///< what `operatingSystem` answers
+    std::optional<Virtualization> virtualizationValue;             ///< what `virtualization` answers
+    std::optional<ControlGroup> controlGroupValue;                 ///< what `controlGroup` answers
+    std::optional<std::vector<LoggedInUser>> usersValue;           ///< what `users` answers
 
     std::optional<std::int64_t> bootTime() override { return answer("bootTime", bootTimeValue); }
     std::optional<host_basic_info> hostInfo() override { return answer("hostInfo", hostInfoValue); }
@@ -54,6 +66,34 @@ public:
     Availability pressure(PressureResource resource, Pressure& pressure) noexcept override;
     Observation observePressure(PressureResource resource, const PressureThreshold& threshold,
                                 std::function<void()> crossed) override;
+    Availability processorLoad(ProcessorLoad& load) noexcept override {
+        return calls.answer("processorLoad", processorLoadValue, load);
+    }
+    Availability processorFrequencies(ProcessorFrequencies& frequencies) override {
+        return calls.answer("processorFrequencies", processorFrequenciesValue, frequencies);
+    }
+    Availability memoryDetails(MemoryDetails& details) noexcept override {
+        return calls.answer("memoryDetails", memoryDetailsValue, details);
+    }
+    Availability swapCounters(SwapCounters& counters) noexcept override {
+        return calls.answer("swapCounters", swapCountersValue, counters);
+    }
+    Availability memoryCompression(MemoryCompression& compression) override {
+        return calls.answer("memoryCompression", memoryCompressionValue, compression);
+    }
+    Availability memoryNodes(std::vector<MemoryNode>& nodes) override {
+        return calls.answer("memoryNodes", memoryNodesValue, nodes);
+    }
+    Availability operatingSystem(OperatingSystem& system) override {
+        return calls.answer("operatingSystem", operatingSystemValue, system);
+    }
+    Availability virtualization(Virtualization& virtualization) override {
+        return calls.answer("virtualization", virtualizationValue, virtualization);
+    }
+    Availability controlGroup(ControlGroup& group) override {
+        return calls.answer("controlGroup", controlGroupValue, group);
+    }
+    Availability users(std::vector<LoggedInUser>& users) override { return calls.answer("users", usersValue, users); }
 
     /// Tells those who observe the resource's pressure, on this thread, whatever their thresholds are.
     void press(PressureResource resource);

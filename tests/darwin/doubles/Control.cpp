@@ -61,6 +61,12 @@ int sysctl(int* name, u_int length, void* out, size_t* size, void*, size_t) {
 }
 
 int sysctlbyname(const char* name, void* out, size_t* size, void*, size_t) {
+    if (const auto text = machine().controlTexts.find(name); text != machine().controlTexts.end())
+        return give("sysctlbyname", text->second.c_str(), text->second.size() + 1, out, size);
+    if (const auto number = machine().controlNumbers.find(name); number != machine().controlNumbers.end()) {
+        const auto value = static_cast<std::uint32_t>(number->second);
+        return give("sysctlbyname", &value, sizeof(value), out, size);
+    }
     if (std::string_view(name) != "machdep.cpu.brand_string") {
         errno = ENOENT;
         return -1;

@@ -64,9 +64,12 @@ struct Machine {
     std::int64_t bootTime = 1'600'000'000; ///< seconds since the epoch
     host_basic_info basic{};
     host_cpu_load_info load{};
+    std::vector<processor_cpu_load_info> processors; ///< of each, by its number
     processor_set_load_info setLoad{};
     vm_statistics64 memory{};
     xsw_usage swap{};
+    std::map<std::string, std::string> controlTexts;     ///< of the control interface, by name
+    std::map<std::string, std::uint64_t> controlNumbers; ///< the same
     std::string brand = "Example(R) Processor(TM) CPU @ 2.50GHz";
     std::uint64_t physicalMemory = 0;
     std::array<double, 3> loadAverages{1.5, 1.25, 1};

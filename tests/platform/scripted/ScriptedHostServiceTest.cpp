@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -88,6 +89,55 @@ TEST(ScriptedHostService, TellsTheObserversOfAResourceThatItIsPressed) {
     host.press(PressureResource::memory);
     EXPECT_EQ(crossings, 1);
     EXPECT_EQ(host.pressureObservers(PressureResource::memory), 0U);
+}
+
+TEST(ScriptedHostService, AnswersEachFurtherQuestionWithItsValueOrWhyNot) {
+    ScriptedPlatform machine;
+    ScriptedHostService& host = machine.host();
+    const auto expectAnswers = [&host](const std::string& operation, auto& value, auto ask, const auto& given) {
+        auto record = std::decay_t<decltype(given)>();
+        EXPECT_EQ(ask(record), Availability::unsupported) << operation;
+        value = given;
+        host.calls.fail(operation, {.call = 1, .error = EACCES});
+        EXPECT_EQ(ask(record), Availability::denied) << operation;
+        EXPECT_EQ(record, std::decay_t<decltype(given)>()) << operation;
+        EXPECT_EQ(ask(record), Availability::available) << operation;
+        EXPECT_EQ(record, given) << operation;
+        EXPECT_EQ(host.calls.count(operation), 3U) << operation;
+    };
+    expectAnswers(
+        "processorLoad", host.processorLoadValue, [&](auto& record) { return host.processorLoad(record); },
+        ProcessorLoad{{}, {}, 1, 2, 3});
+    expectAnswers(
+        "processorFrequencies", host.processorFrequenciesValue,
+        [&](auto& record) { return host.processorFrequencies(record); }, ProcessorFrequencies{{}, CoreKinds{1, 2}});
+    MemoryDetails details;
+    details.available = 1;
+    OperatingSystem system;
+    system.name = "Example";
+    expectAnswers(
+        "memoryDetails", host.memoryDetailsValue, [&](auto& record) { return host.memoryDetails(record); }, details);
+    expectAnswers(
+        "swapCounters", host.swapCountersValue, [&](auto& record) { return host.swapCounters(record); },
+        SwapCounters{1, 2});
+    expectAnswers(
+        "memoryCompression", host.memoryCompressionValue, [&](auto& record) { return host.memoryCompression(record); },
+        MemoryCompression{2, 1});
+    expectAnswers(
+        "memoryNodes", host.memoryNodesValue, [&](auto& record) { return host.memoryNodes(record); },
+        std::vector<MemoryNode>{{1, 2, 3}});
+    expectAnswers(
+        "operatingSystem", host.operatingSystemValue, [&](auto& record) { return host.operatingSystem(record); },
+        system);
+    expectAnswers(
+        "virtualization", host.virtualizationValue, [&](auto& record) { return host.virtualization(record); },
+        Virtualization{"kvm", ""});
+    expectAnswers(
+        "controlGroup", host.controlGroupValue, [&](auto& record) { return host.controlGroup(record); },
+        ControlGroup{1, 2, 3, 4});
+    expectAnswers(
+        "users", host.usersValue, [&](auto& record) { return host.users(record); },
+        std::vector<LoggedInUser>{{"anna", "", "", 1, 2}});
 }
 
 } // namespace

@@ -3,10 +3,14 @@
 
 #include <SentrelKit/platform/linux/common/KernelText.h>
 #include <SentrelKit/platform/linux/common/MonotonicTime.h>
+#include <SentrelKit/platform/linux/host/ControlGroups.h>
 #include <SentrelKit/platform/linux/host/CpuInfo.h>
 #include <SentrelKit/platform/linux/host/CpuTopology.h>
 #include <SentrelKit/platform/linux/host/LoadAverage.h>
+#include <SentrelKit/platform/linux/host/LoginRecords.h>
+#include <SentrelKit/platform/linux/host/OsRelease.h>
 #include <SentrelKit/platform/linux/host/PressureStall.h>
+#include <SentrelKit/platform/linux/host/VirtualMachine.h>
 
 #include <algorithm>
 #include <array>
@@ -24,9 +28,26 @@ namespace {
 // machines.
 constexpr std::size_t statLimit = std::size_t{4} << 20;
 
+// Both with room for twice what today's kernels write.
+constexpr std::size_t memInfoSize = 8192;
+constexpr std::size_t vmStatSize = 16384;
+
+constexpr std::size_t loginRecordsLimit = std::size_t{4} << 20; // ten thousand sessions
+
 constexpr std::int64_t searchInterval = 60'000'000'000; // nanoseconds
 
 constexpr std::uintptr_t machineSet = 1;
+
+constexpr std::size_t firstStatSize = 32768; // of a machine with a hundred processors
+
+// Gives what was read, or says why there is none.
+template <class Record>
+Availability assigned(Record& record, const std::optional<Record>& read, Availability otherwise) {
+    if (!read)
+        return otherwise;
+    record = *read;
+    return Availability::available;
+}
 
 // A file that is there but makes no sense.
 std::nullopt_t malformed() noexcept {
@@ -38,11 +59,12 @@ std::nullopt_t malformed() noexcept {
 
 LinuxHostService::LinuxHostService(const SystemRoot& root, EventSource* events)
     : root_(root), events_(events), stat_(root, "/proc/stat"), loadAverage_(root, "/proc/loadavg"), processes_(root),
-      memInfo_(root, "/proc/meminfo"), vmStat_(root, "/proc/vmstat"),
+      frequencies_(root), memInfo_(root, "/proc/meminfo"), vmStat_(root, "/proc/vmstat"),
       zswapPool_(root, "/sys/module/zswap/parameters/zpool"),
-      pressure_{KeptFile(root, pressurePath(PressureResource::cpu)),
-                KeptFile(root, pressurePath(PressureResource::memory)),
-                KeptFile(root, pressurePath(PressureResource::io))},
+      zswapSwitch_(root, "/sys/module/zswap/parameters/enabled"), zram_(root),
+      nodes_(root), pressure_{KeptFile(root, pressurePath(PressureResource::cpu)),
+                              KeptFile(root, pressurePath(PressureResource::memory)),
+                              KeptFile(root, pressurePath(PressureResource::io))},
       zones_(root) {}
 
 std::optional<std::int64_t> LinuxHostService::bootTime() {
@@ -119,12 +141,17 @@ std::optional<std::size_t> LinuxHostService::brand(std::span<char> buffer) {
     return text.copy(buffer.data(), buffer.size());
 }
 
-std::optional<MemInfo> LinuxHostService::readMemInfo() noexcept {
-    std::array<char, 8192> buffer;
+std::optional<std::string_view> LinuxHostService::readMemInfoText(std::span<char> buffer) noexcept {
     const std::optional<std::string_view> content = memInfo_.read(buffer);
+    return content ? std::optional(wholeLines(*content, buffer.size())) : std::nullopt;
+}
+
+std::optional<MemInfo> LinuxHostService::readMemInfo() noexcept {
+    std::array<char, memInfoSize> buffer;
+    const std::optional<std::string_view> content = readMemInfoText(buffer);
     if (!content)
         return std::nullopt;
-    const std::optional<MemInfo> info = parseMemInfo(wholeLines(*content, buffer.size()));
+    const std::optional<MemInfo> info = parseMemInfo(*content);
     return info ? info : malformed();
 }
 
@@ -146,7 +173,7 @@ std::optional<VirtualMemoryCounters> LinuxHostService::virtualMemory() noexcept 
     const std::optional<MemInfo> info = readMemInfo();
     if (!info)
         return std::nullopt;
-    std::array<char, 16384> buffer;
+    std::array<char, vmStatSize> buffer;
     const std::optional<std::string_view> content = vmStat_.readTable(buffer);
     const VmStat stat = content ? parseVmStat(wholeLines(*content, buffer.size())) : VmStat();
     return memoryCounters(*info, stat, compressedBytes(*info, stat));
@@ -216,6 +243,90 @@ Observation LinuxHostService::observePressure(PressureResource resource, const P
         return {};
     }
     return observePressureStall(root_, *events_, resource, threshold, std::move(crossed));
+}
+
+Availability LinuxHostService::processorLoad(ProcessorLoad& load) noexcept {
+    const LockScope scope(loadLock_);
+    if (wholeStat_.empty())
+        wholeStat_.resize(firstStatSize);
+    std::optional<std::string_view> content = stat_.readTable(wholeStat_);
+    while (content && content->size() == wholeStat_.size() && wholeStat_.size() < statLimit) {
+        wholeStat_.resize(2 * wholeStat_.size());
+        content = stat_.readTable(wholeStat_);
+    }
+    if (!content)
+        return availabilityOf(errno);
+    return parseProcessorLoad(wholeLines(*content, wholeStat_.size()), load) ? Availability::available
+                                                                             : Availability::failed;
+}
+
+Availability LinuxHostService::processorFrequencies(ProcessorFrequencies& frequencies) {
+    const LockScope scope(frequencyLock_);
+    return frequencies_.read(frequencies);
+}
+
+Availability LinuxHostService::memoryDetails(MemoryDetails& details) noexcept {
+    const LockScope scope(memoryLock_);
+    std::array<char, memInfoSize> buffer;
+    const std::optional<std::string_view> content = readMemInfoText(buffer);
+    if (!content)
+        return availabilityOf(errno);
+    return assigned(details, parseMemoryDetails(*content), Availability::failed);
+}
+
+Availability LinuxHostService::swapCounters(SwapCounters& counters) noexcept {
+    const LockScope scope(memoryLock_);
+    std::array<char, vmStatSize> buffer;
+    const std::optional<std::string_view> content = vmStat_.readTable(buffer);
+    if (!content)
+        return availabilityOf(errno);
+    const auto pageSize = static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
+    // A kernel without swap does not count it.
+    return assigned(counters, parseSwapCounters(wholeLines(*content, buffer.size()), pageSize),
+                    Availability::unsupported);
+}
+
+Availability LinuxHostService::memoryCompression(MemoryCompression& compression) {
+    const LockScope scope(memoryLock_);
+    std::array<char, memInfoSize> buffer;
+    const std::optional<std::string_view> content = readMemInfoText(buffer);
+    const std::optional<MemoryCompression> zswap = content ? parseZswap(*content) : std::nullopt;
+    // Switched off it may still hold what came before.
+    const std::optional<std::string_view> isOn = zswapSwitch_.read(buffer);
+    const bool countsZswap = zswap && ((isOn && isOn->starts_with('Y')) || zswap->stored > 0);
+    std::optional<MemoryCompression> all = zram_.read();
+    if (countsZswap)
+        all = {all.value_or(MemoryCompression()).stored + zswap->stored,
+               all.value_or(MemoryCompression()).occupied + zswap->occupied};
+    return assigned(compression, all, Availability::unsupported);
+}
+
+Availability LinuxHostService::memoryNodes(std::vector<MemoryNode>& nodes) {
+    const LockScope scope(memoryLock_);
+    return nodes_.read(nodes);
+}
+
+Availability LinuxHostService::operatingSystem(OperatingSystem& system) {
+    const std::optional<OperatingSystem> read = readOperatingSystem(root_);
+    return assigned(system, read, read ? Availability::available : availabilityOf(errno));
+}
+
+Availability LinuxHostService::virtualization(Virtualization& virtualization) {
+    virtualization = detectVirtualization(root_);
+    return Availability::available;
+}
+
+Availability LinuxHostService::controlGroup(ControlGroup& group) {
+    const std::optional<ControlGroup> read = readControlGroup(root_);
+    return assigned(group, read, read ? Availability::available : availabilityOf(errno));
+}
+
+Availability LinuxHostService::users(std::vector<LoggedInUser>& users) {
+    const std::optional<std::string> records = root_.read("/run/utmp", loginRecordsLimit);
+    if (!records)
+        return availabilityOf(errno);
+    users = parseLoginRecords(*records);
+    return Availability::available;
 }
 
 } // namespace sentrel::platform

@@ -5,17 +5,20 @@
 #include <SentrelKit/platform/HostService.h>
 #include <SentrelKit/platform/linux/common/EventSource.h>
 #include <SentrelKit/platform/linux/common/SystemRoot.h>
+#include <SentrelKit/platform/linux/host/CpuFrequencies.h>
 #include <SentrelKit/platform/linux/host/MemInfo.h>
+#include <SentrelKit/platform/linux/host/MemoryDevices.h>
 #include <SentrelKit/platform/linux/host/ProcStat.h>
 #include <SentrelKit/platform/linux/host/ProcessCount.h>
 #include <SentrelKit/platform/linux/host/ThermalZones.h>
 
 #include <array>
+#include <vector>
 
 namespace sentrel::platform {
 
-/// The host as /proc, /sys and the monotonic clock tell it. What stands for what is said in ProcStat.h, MemInfo.h,
-/// CpuTopology.h, ProcessCount.h and ThermalZones.h.
+/// The host as /proc, /sys and the monotonic clock tell it. What stands for what is said in the headers beside this
+/// one.
 ///
 /// The one processor set is the machine: processes of other process-id namespaces count too, as do their threads.
 class LinuxHostService final : public HostService {
@@ -38,8 +41,20 @@ public:
     Availability pressure(PressureResource resource, Pressure& pressure) noexcept override;
     Observation observePressure(PressureResource resource, const PressureThreshold& threshold,
                                 std::function<void()> crossed) override;
+    Availability processorLoad(ProcessorLoad& load) noexcept override;
+    Availability processorFrequencies(ProcessorFrequencies& frequencies) override;
+    Availability memoryDetails(MemoryDetails& details) noexcept override;
+    Availability swapCounters(SwapCounters& counters) noexcept override;
+    Availability memoryCompression(MemoryCompression& compression) override;
+    Availability memoryNodes(std::vector<MemoryNode>& nodes) override;
+    Availability operatingSystem(OperatingSystem& system) override;
+    Availability virtualization(Virtualization& virtualization) override;
+    Availability controlGroup(ControlGroup& group) override;
+    Availability users(std::vector<LoggedInUser>& users) override;
 
 private:
+    [[nodiscard]] std::optional<std::string_view> readMemInfoText(std::span<char> buffer) noexcept
+        SENTREL_REQUIRES(memoryLock_);
     [[nodiscard]] std::optional<MemInfo> readMemInfo() noexcept SENTREL_REQUIRES(memoryLock_);
     [[nodiscard]] std::uint64_t compressedBytes(const MemInfo& info, const VmStat& stat) noexcept
         SENTREL_REQUIRES(memoryLock_);
@@ -52,11 +67,18 @@ private:
     KeptFile loadAverage_ SENTREL_GUARDED_BY(loadLock_);
     SteadyTicks ticks_ SENTREL_GUARDED_BY(loadLock_);
     ProcessCount processes_ SENTREL_GUARDED_BY(loadLock_);
+    std::vector<char> wholeStat_ SENTREL_GUARDED_BY(loadLock_); // room for all of /proc/stat, once it was asked for
+
+    Lock frequencyLock_;
+    CpuFrequencies frequencies_ SENTREL_GUARDED_BY(frequencyLock_);
 
     Lock memoryLock_;
     KeptFile memInfo_ SENTREL_GUARDED_BY(memoryLock_);
     KeptFile vmStat_ SENTREL_GUARDED_BY(memoryLock_);
     KeptFile zswapPool_ SENTREL_GUARDED_BY(memoryLock_);
+    KeptFile zswapSwitch_ SENTREL_GUARDED_BY(memoryLock_);
+    ZramDevices zram_ SENTREL_GUARDED_BY(memoryLock_);
+    MemoryNodeFiles nodes_ SENTREL_GUARDED_BY(memoryLock_);
 
     Lock pressureLock_;
     std::array<KeptFile, 3> pressure_ SENTREL_GUARDED_BY(pressureLock_);

@@ -131,4 +131,117 @@ SwapUsage swapUsageOf(const MemInfo& info) noexcept {
     return {info.swapTotal * 1024, free * 1024, (info.swapTotal - free) * 1024};
 }
 
+namespace {
+
+// As the lines have them; `missing` where there is none.
+struct DetailLines {
+    std::uint64_t total = missing;
+    std::uint64_t available = missing;
+    std::uint64_t buffers = missing;
+    std::uint64_t cached = missing;
+    std::uint64_t slabReclaimable = missing;
+    std::uint64_t slabUnreclaimable = missing;
+    std::uint64_t hugePagesTotal = missing;
+    std::uint64_t hugePagesFree = missing;
+    std::uint64_t hugePageSize = missing;
+    std::uint64_t dirty = missing;
+    std::uint64_t writeback = missing;
+};
+
+constexpr auto detailFields = std::to_array<Field<DetailLines>>({{"MemTotal", &DetailLines::total},
+                                                                 {"MemAvailable", &DetailLines::available},
+                                                                 {"Buffers", &DetailLines::buffers},
+                                                                 {"Cached", &DetailLines::cached},
+                                                                 {"Dirty", &DetailLines::dirty},
+                                                                 {"Writeback", &DetailLines::writeback},
+                                                                 {"SReclaimable", &DetailLines::slabReclaimable},
+                                                                 {"SUnreclaim", &DetailLines::slabUnreclaimable},
+                                                                 {"HugePages_Total", &DetailLines::hugePagesTotal},
+                                                                 {"HugePages_Free", &DetailLines::hugePagesFree},
+                                                                 {"Hugepagesize", &DetailLines::hugePageSize}});
+
+struct PairLines {
+    std::uint64_t first = missing;
+    std::uint64_t second = missing;
+};
+
+constexpr auto swapFields =
+    std::to_array<Field<PairLines>>({{"pswpin", &PairLines::first}, {"pswpout", &PairLines::second}});
+constexpr auto zswapFields =
+    std::to_array<Field<PairLines>>({{"Zswap", &PairLines::second}, {"Zswapped", &PairLines::first}});
+
+std::optional<std::uint64_t> figure(std::uint64_t value, std::uint64_t unit = 1024) noexcept {
+    return value == missing ? std::nullopt : std::optional(value * unit);
+}
+
+bool isWhole(const PairLines& lines) noexcept {
+    return lines.first != missing && lines.second != missing;
+}
+
+} // namespace
+
+std::optional<MemoryDetails> parseMemoryDetails(std::string_view memInfo) noexcept {
+    DetailLines lines;
+    readFields(memInfo, detailFields, ':', largestKiB, lines);
+    if (lines.total == missing)
+        return std::nullopt;
+    MemoryDetails details;
+    details.available = figure(lines.available);
+    details.buffers = figure(lines.buffers);
+    details.cached = figure(lines.cached);
+    details.slabReclaimable = figure(lines.slabReclaimable);
+    details.slabUnreclaimable = figure(lines.slabUnreclaimable);
+    details.hugePagesTotal = figure(lines.hugePagesTotal, 1);
+    details.hugePagesFree = figure(lines.hugePagesFree, 1);
+    details.hugePageSize = figure(lines.hugePageSize);
+    details.dirty = figure(lines.dirty);
+    details.writeback = figure(lines.writeback);
+    return details;
+}
+
+std::optional<SwapCounters> parseSwapCounters(std::string_view vmStat, std::uint64_t pageSize) noexcept {
+    PairLines lines;
+    readFields(vmStat, swapFields, ' ', unlimited / pageSize, lines);
+    if (!isWhole(lines))
+        return std::nullopt;
+    return SwapCounters{lines.first * pageSize, lines.second * pageSize};
+}
+
+std::optional<MemoryCompression> parseZswap(std::string_view memInfo) noexcept {
+    PairLines lines;
+    readFields(memInfo, zswapFields, ':', largestKiB, lines);
+    if (!isWhole(lines))
+        return std::nullopt;
+    return MemoryCompression{lines.first * 1024, lines.second * 1024};
+}
+
+std::optional<MemoryCompression> parseZram(std::string_view mmStat) noexcept {
+    const std::optional<std::uint64_t> stored = takeNumber(mmStat);
+    const std::optional<std::uint64_t> compressed = stored ? takeNumber(mmStat) : std::nullopt;
+    const std::optional<std::uint64_t> occupied = compressed ? takeNumber(mmStat) : std::nullopt;
+    if (!occupied)
+        return std::nullopt;
+    return MemoryCompression{*stored, *occupied};
+}
+
+std::optional<MemoryNode> parseMemoryNode(std::string_view content) noexcept {
+    std::optional<std::uint32_t> number;
+    std::optional<std::uint64_t> total;
+    std::optional<std::uint64_t> free;
+    while (std::optional<std::string_view> line = takeLine(content)) {
+        if (takeUpTo(*line, ' ') != "Node")
+            continue;
+        number = takeNumber<std::uint32_t>(*line);
+        const std::string_view key = takeWord(*line);
+        if (key != "MemTotal:" && key != "MemFree:")
+            continue;
+        const std::optional<std::uint64_t> value = takeNumber(*line);
+        if (value && *value <= largestKiB)
+            (key == "MemTotal:" ? total : free) = *value * 1024;
+        if (number && total && free)
+            return MemoryNode{*number, *total, *free};
+    }
+    return std::nullopt;
+}
+
 } // namespace sentrel::platform

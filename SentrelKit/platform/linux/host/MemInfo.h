@@ -23,6 +23,7 @@
 /// Swap is SwapTotal and SwapFree.
 
 #include <SentrelKit/platform/HostService.h>
+#include <SentrelKit/platform/MemoryFacts.h>
 
 #include <cstdint>
 #include <optional>
@@ -68,5 +69,21 @@ struct VmStat {
                                                    std::uint64_t compressedBytes) noexcept;
 
 [[nodiscard]] SwapUsage swapUsageOf(const MemInfo& info) noexcept;
+
+/// The lines of /proc/meminfo by their names; absent unless MemTotal is there.
+[[nodiscard]] std::optional<MemoryDetails> parseMemoryDetails(std::string_view memInfo) noexcept;
+
+/// The lines pswpin and pswpout of /proc/vmstat, which count pages; absent unless both are there.
+[[nodiscard]] std::optional<SwapCounters> parseSwapCounters(std::string_view vmStat, std::uint64_t pageSize) noexcept;
+
+/// What zswap keeps, the lines Zswapped and Zswap of /proc/meminfo; absent unless both are there (Linux 5.19).
+[[nodiscard]] std::optional<MemoryCompression> parseZswap(std::string_view memInfo) noexcept;
+
+/// What a zram device keeps, by its file mm_stat: bytes before they were compressed, after it, and of memory that it
+/// takes for them. Absent unless the three are there.
+[[nodiscard]] std::optional<MemoryCompression> parseZram(std::string_view mmStat) noexcept;
+
+/// The lines MemTotal and MemFree of a node's own meminfo, "Node 0 MemTotal: 1024 kB"; absent unless both are there.
+[[nodiscard]] std::optional<MemoryNode> parseMemoryNode(std::string_view content) noexcept;
 
 } // namespace sentrel::platform

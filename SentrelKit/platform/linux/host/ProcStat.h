@@ -4,6 +4,7 @@
 /// /proc/stat: processor time and the moment of boot.
 
 #include <SentrelKit/platform/HostService.h>
+#include <SentrelKit/platform/ProcessorFacts.h>
 
 #include <cstdint>
 #include <optional>
@@ -29,6 +30,11 @@ struct ProcessorTimes {
 
 /// Reads the "btime" line, seconds since the epoch; absent if there is none.
 [[nodiscard]] std::optional<std::int64_t> parseBootTime(std::string_view stat) noexcept;
+
+/// Reads the lines of all processors together and of each that is online, "ctxt", "intr" and "processes"; false, with
+/// the record as it was, if the first one is not whole. A processor's line that is not whole, or not of a higher number
+/// than the one before, counts as none.
+[[nodiscard]] bool parseProcessorLoad(std::string_view stat, ProcessorLoad& load) noexcept;
 
 /// Makes ticks that never decrease out of the kernel's counters, of which iowait, steal and those of a processor that
 /// is taken away may step back. A step back counts as nothing; what comes after it counts again.

@@ -11,6 +11,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdlib>
+#include <string>
 #include <utility>
 
 namespace sentrel::platform {
@@ -22,6 +23,24 @@ template <class Record, class Ask>
 bool read(Record& record, mach_msg_type_number_t count, Ask ask) noexcept {
     mach_msg_type_number_t given = count;
     return ask(reinterpret_cast<integer_t*>(&record), &given) == KERN_SUCCESS && given == count;
+}
+
+// A number of the control interface, of 4 or 8 bytes; absent, with errno set, if it has none of the name.
+std::optional<std::uint64_t> number(const char* name) noexcept {
+    std::array<std::uint32_t, 2> words{};
+    std::size_t size = sizeof(words);
+    if (::sysctlbyname(name, words.data(), &size, nullptr, 0) != 0)
+        return std::nullopt;
+    return size == sizeof(words) ? words[0] | std::uint64_t{words[1]} << 32U : words[0];
+}
+
+// A text of the control interface; absent, with errno set, if it has none of the name.
+std::optional<std::string> text(const char* name) {
+    std::array<char, 256> buffer{};
+    std::size_t size = buffer.size() - 1;
+    if (::sysctlbyname(name, buffer.data(), &size, nullptr, 0) != 0)
+        return std::nullopt;
+    return buffer.data();
 }
 
 } // namespace
@@ -97,11 +116,10 @@ std::optional<std::size_t> MacHostService::brand(std::span<char> buffer) {
 }
 
 std::optional<VirtualMemoryCounters> MacHostService::virtualMemory() noexcept {
-    vm_statistics64 memory{};
-    if (!read(memory, HOST_VM_INFO64_REV1_COUNT, [this](host_info64_t to, auto* count) {
-            return ::host_statistics64(host_.get(), HOST_VM_INFO64, to, count);
-        }))
+    const std::optional<vm_statistics64> statistics = memoryStatistics();
+    if (!statistics)
         return std::nullopt;
+    const vm_statistics64& memory = *statistics;
     return VirtualMemoryCounters{.free_count = memory.free_count,
                                  .active_count = memory.active_count,
                                  .inactive_count = memory.inactive_count,
@@ -159,6 +177,121 @@ Observation MacHostService::observePressure(PressureResource resource, const Pre
         return {};
     }
     return observeMemoryPressure(threshold.kind, std::move(crossed));
+}
+
+Availability MacHostService::processorLoad(ProcessorLoad& load) noexcept {
+    natural_t count = 0;
+    processor_info_array_t words = nullptr;
+    mach_msg_type_number_t length = 0;
+    if (::host_processor_info(host_.get(), PROCESSOR_CPU_LOAD_INFO, &count, &words, &length) != KERN_SUCCESS)
+        return Availability::failed;
+    // The array is the caller's, in pages of its own.
+    const auto* const loads = reinterpret_cast<const processor_cpu_load_info*>(words);
+    load = {.all = {}, .each = std::move(load.each), .contextSwitches = {}, .interrupts = {}, .forks = {}};
+    load.each.clear();
+    for (natural_t number = 0; number < count && (number + 1) * PROCESSOR_CPU_LOAD_INFO_COUNT <= length; ++number) {
+        const auto& ticks = loads[number].cpu_ticks;
+        const ProcessorTicks each = {.user = ticks[CPU_STATE_USER],
+                                     .nice = ticks[CPU_STATE_NICE],
+                                     .system = ticks[CPU_STATE_SYSTEM],
+                                     .idle = ticks[CPU_STATE_IDLE],
+                                     .iowait = {},
+                                     .steal = {}};
+        load.each.push_back({number, each});
+        load.all.user += each.user;
+        load.all.nice += each.nice;
+        load.all.system += each.system;
+        load.all.idle += each.idle;
+    }
+    ::vm_deallocate(mach_task_self(), reinterpret_cast<vm_address_t>(words), length * sizeof(integer_t));
+    return Availability::available;
+}
+
+Availability MacHostService::processorFrequencies(ProcessorFrequencies& frequencies) {
+    // The levels are numbered from the fast to the thrifty; which processor is of which is not told.
+    const std::optional<std::uint64_t> fast = number("hw.perflevel0.logicalcpu");
+    const std::optional<std::uint64_t> thrifty = number("hw.perflevel1.logicalcpu");
+    if (!fast || !thrifty)
+        return Availability::unsupported; // of frequencies the system tells the label's at most
+    frequencies.each.clear();
+    frequencies.kinds = {static_cast<std::uint32_t>(*fast), static_cast<std::uint32_t>(*thrifty)};
+    return Availability::available;
+}
+
+std::optional<vm_statistics64> MacHostService::memoryStatistics() noexcept {
+    vm_statistics64 memory{};
+    if (!read(memory, HOST_VM_INFO64_REV1_COUNT, [this](host_info64_t to, auto* count) {
+            return ::host_statistics64(host_.get(), HOST_VM_INFO64, to, count);
+        }))
+        return std::nullopt;
+    return memory;
+}
+
+Availability MacHostService::memoryDetails(MemoryDetails& details) noexcept {
+    const std::optional<vm_statistics64> memory = memoryStatistics();
+    if (!memory)
+        return Availability::failed;
+    details = {};
+    details.available = (std::uint64_t{memory->free_count} + memory->inactive_count) * vm_kernel_page_size;
+    details.cached = (std::uint64_t{memory->external_page_count} + memory->purgeable_count) * vm_kernel_page_size;
+    return Availability::available;
+}
+
+Availability MacHostService::swapCounters(SwapCounters& counters) noexcept {
+    const std::optional<vm_statistics64> memory = memoryStatistics();
+    if (!memory)
+        return Availability::failed;
+    counters = {memory->swapins * vm_kernel_page_size, memory->swapouts * vm_kernel_page_size};
+    return Availability::available;
+}
+
+Availability MacHostService::memoryCompression(MemoryCompression& compression) {
+    const std::optional<vm_statistics64> memory = memoryStatistics();
+    if (!memory)
+        return Availability::failed;
+    compression = {memory->total_uncompressed_pages_in_compressor * vm_kernel_page_size,
+                   std::uint64_t{memory->compressor_page_count} * vm_kernel_page_size};
+    return Availability::available;
+}
+
+// The machine has one memory.
+Availability MacHostService::memoryNodes(std::vector<MemoryNode>& /*nodes*/) {
+    return Availability::unsupported;
+}
+
+Availability MacHostService::operatingSystem(OperatingSystem& system) {
+    const std::optional<std::string> release = text("kern.osrelease");
+    if (!release)
+        return availabilityOf(errno);
+    const std::string version = text("kern.osproductversion").value_or(""); // since 10.13.4
+    system = {.name = "macOS",
+              .prettyName = version.empty() ? "macOS" : "macOS " + version,
+              .id = "macos",
+              .version = version,
+              .kernel = text("kern.ostype").value_or(""),
+              .kernelRelease = *release,
+              .architecture = text("hw.machine").value_or(""),
+              .hostName = text("kern.hostname").value_or("")};
+    return Availability::available;
+}
+
+// The system tells that there is a hypervisor, not whose it is.
+Availability MacHostService::virtualization(Virtualization& virtualization) {
+    const std::optional<std::uint64_t> isGuest = number("kern.hv_vmm_present");
+    if (!isGuest)
+        return availabilityOf(errno);
+    virtualization = {.machine = *isGuest != 0 ? "vm-other" : "", .container = ""};
+    return Availability::available;
+}
+
+// There are none on this system.
+Availability MacHostService::controlGroup(ControlGroup& /*group*/) {
+    return Availability::unsupported;
+}
+
+// The list of logins can be walked by one thread of a process alone, and a host may be walking it.
+Availability MacHostService::users(std::vector<LoggedInUser>& /*users*/) {
+    return Availability::unsupported;
 }
 
 } // namespace sentrel::platform

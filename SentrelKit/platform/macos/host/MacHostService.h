@@ -5,6 +5,8 @@
 #include <SentrelKit/platform/HostService.h>
 #include <SentrelKit/platform/macos/common/MachPort.h>
 
+#include <mach/mach.h>
+
 namespace sentrel::platform {
 
 /// The host as the Mach host interface, `sysctl` and the process information tell it.
@@ -27,8 +29,20 @@ public:
     Availability pressure(PressureResource resource, Pressure& pressure) noexcept override;
     Observation observePressure(PressureResource resource, const PressureThreshold& threshold,
                                 std::function<void()> crossed) override;
+    Availability processorLoad(ProcessorLoad& load) noexcept override;
+    Availability processorFrequencies(ProcessorFrequencies& frequencies) override;
+    Availability memoryDetails(MemoryDetails& details) noexcept override;
+    Availability swapCounters(SwapCounters& counters) noexcept override;
+    Availability memoryCompression(MemoryCompression& compression) override;
+    Availability memoryNodes(std::vector<MemoryNode>& nodes) override;
+    Availability operatingSystem(OperatingSystem& system) override;
+    Availability virtualization(Virtualization& virtualization) override;
+    Availability controlGroup(ControlGroup& group) override;
+    Availability users(std::vector<LoggedInUser>& users) override;
 
 private:
+    [[nodiscard]] std::optional<vm_statistics64> memoryStatistics() noexcept;
+
     const MachPort host_; // asked for once: each answer is one more right
     Lock setLock_;
     MachPort defaultSet_ SENTREL_GUARDED_BY(setLock_); // the right of the last answer

@@ -20,6 +20,11 @@ typedef int processor_set_flavor_t;
 typedef integer_t* host_info_t;
 typedef integer_t* host_info64_t;
 typedef integer_t* processor_set_info_t;
+typedef int processor_flavor_t;
+typedef integer_t* processor_info_array_t;
+typedef mach_port_t vm_map_t;
+typedef unsigned long vm_address_t;
+typedef unsigned long vm_size_t;
 typedef integer_t cpu_type_t;
 typedef integer_t cpu_subtype_t;
 typedef integer_t cpu_threadtype_t;
@@ -33,6 +38,7 @@ typedef integer_t cpu_threadtype_t;
 #define HOST_CPU_LOAD_INFO 3
 #define HOST_VM_INFO64 4
 #define PROCESSOR_SET_LOAD_INFO 4
+#define PROCESSOR_CPU_LOAD_INFO 2
 #define CPU_STATE_USER 0
 #define CPU_STATE_SYSTEM 1
 #define CPU_STATE_IDLE 2
@@ -42,6 +48,7 @@ typedef integer_t cpu_threadtype_t;
 #define HOST_CPU_LOAD_INFO_COUNT 4u
 #define HOST_VM_INFO64_REV1_COUNT 38u
 #define PROCESSOR_SET_LOAD_INFO_COUNT 4u
+#define PROCESSOR_CPU_LOAD_INFO_COUNT 4u
 
 #pragma pack(push, 4)
 struct host_basic_info {
@@ -61,6 +68,10 @@ struct host_basic_info {
 
 struct host_cpu_load_info {
     natural_t cpu_ticks[CPU_STATE_MAX];
+};
+
+struct processor_cpu_load_info {
+    unsigned int cpu_ticks[CPU_STATE_MAX];
 };
 
 struct processor_set_load_info {
@@ -107,6 +118,11 @@ kern_return_t host_statistics(host_t host_priv, host_flavor_t flavor, host_info_
                               mach_msg_type_number_t* host_info_outCnt);
 kern_return_t host_statistics64(host_t host_priv, host_flavor_t flavor, host_info64_t host_info64_out,
                                 mach_msg_type_number_t* host_info64_outCnt);
+kern_return_t host_processor_info(host_t host, processor_flavor_t flavor, natural_t* out_processor_count,
+                                  processor_info_array_t* out_processor_info,
+                                  mach_msg_type_number_t* out_processor_infoCnt);
+kern_return_t vm_deallocate(vm_map_t target_task, vm_address_t address, vm_size_t size);
+extern vm_size_t vm_kernel_page_size;
 kern_return_t processor_set_default(host_t host, processor_set_name_t* default_set);
 kern_return_t processor_set_statistics(processor_set_name_t pset, processor_set_flavor_t flavor,
                                        processor_set_info_t info_out, mach_msg_type_number_t* info_outCnt);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/host/LinuxHostService.h>
 
+#include "tests/support/Allocations.h"
 #include "tests/support/Fixtures.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -245,6 +246,153 @@ TEST(LinuxHost, AnswersSeveralThreads) {
     std::thread other(ask);
     ask();
     other.join();
+}
+
+TEST(LinuxHost, ReadsEveryProcessorOfALargeMachine) {
+    LinuxHostService host{SystemRoot(fixtures + "server")};
+    ProcessorLoad load;
+    EXPECT_EQ(host.processorLoad(load), Availability::available);
+    ASSERT_EQ(load.each.size(), 128U);
+    EXPECT_EQ(load.each[127].number, 127U);
+    EXPECT_EQ(load.each[127].ticks, (ProcessorTicks{1127, 10, 439, 9127, 20, 0}));
+    EXPECT_EQ(load.contextSwitches, 12345678U);
+}
+
+TEST(LinuxHost, ReadsATableOfAnyLength) {
+    const TemporaryFolder folder;
+    std::string stat = "cpu  1 2 3 4\n";
+    for (int number = 0; number < 5000; ++number)
+        stat += "cpu" + std::to_string(number) + " 1000000 2000000 3000000 4000000 5 6 7 8 9 10\n";
+    folder.write("proc/stat", stat + "ctxt 77\n");
+    LinuxHostService host{SystemRoot(folder.path())};
+    ProcessorLoad load;
+    EXPECT_EQ(host.processorLoad(load), Availability::available);
+    EXPECT_EQ(load.each.size(), 5000U);
+    EXPECT_EQ(load.contextSwitches, 77U);
+}
+
+TEST(LinuxHost, ReadsTheMemoryOfALaptopInDetail) {
+    LinuxHostService host{SystemRoot(fixtures + "laptop")};
+    MemoryDetails details;
+    EXPECT_EQ(host.memoryDetails(details), Availability::available);
+    EXPECT_EQ(details.available, 9280056ULL * 1024);
+    EXPECT_EQ(details.slabUnreclaimable, 330816ULL * 1024);
+    EXPECT_EQ(details.hugePagesTotal, 0U);
+    SwapCounters swap;
+    EXPECT_EQ(host.swapCounters(swap), Availability::available);
+    const auto page = static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
+    EXPECT_EQ(swap, (SwapCounters{25 * page, 400 * page}));
+    MemoryCompression compression;
+    EXPECT_EQ(host.memoryCompression(compression), Availability::available);
+    EXPECT_EQ(compression, (MemoryCompression{151552000, 45088768}));
+    std::vector<MemoryNode> nodes;
+    EXPECT_EQ(host.memoryNodes(nodes), Availability::available);
+    EXPECT_EQ(nodes, (std::vector<MemoryNode>{{0, 16096228ULL * 1024, 1893044ULL * 1024}}));
+}
+
+TEST(LinuxHost, CountsZswapOnlyWhereItIsOnOrHoldsSomething) {
+    MemoryCompression compression{1, 2};
+    LinuxHostService board{SystemRoot(fixtures + "board")};
+    EXPECT_EQ(board.memoryCompression(compression), Availability::available);
+    EXPECT_EQ(compression, (MemoryCompression{30720ULL * 1024, 10240ULL * 1024}));
+    LinuxHostService server{SystemRoot(fixtures + "server")};
+    EXPECT_EQ(server.memoryCompression(compression), Availability::unsupported);
+    const TemporaryFolder folder;
+    folder.write("proc/meminfo", "MemTotal: 8 kB\nZswap: 0 kB\nZswapped: 0 kB\n");
+    folder.write("sys/module/zswap/parameters/enabled", "N\n");
+    LinuxHostService off{SystemRoot(folder.path())};
+    EXPECT_EQ(off.memoryCompression(compression), Availability::unsupported);
+    folder.write("sys/module/zswap/parameters/enabled", "Y\n");
+    EXPECT_EQ(off.memoryCompression(compression), Availability::available);
+    EXPECT_EQ(compression, MemoryCompression{});
+    folder.write("sys/module/zswap/parameters/enabled", "N\n");
+    folder.write("proc/meminfo", "MemTotal: 8 kB\nZswap: 1 kB\nZswapped: 2 kB\n");
+    folder.write("sys/block/zram0/disksize", "8192\n");
+    folder.write("sys/block/zram0/mm_stat", "100 50 60\n");
+    LinuxHostService both{SystemRoot(folder.path())};
+    EXPECT_EQ(both.memoryCompression(compression), Availability::available);
+    EXPECT_EQ(compression, (MemoryCompression{2148, 1084}));
+}
+
+TEST(LinuxHost, SaysOfEachFurtherFactWhyThereIsNoneAndLeavesTheRecord) {
+    const TemporaryFolder folder;
+    LinuxHostService host{SystemRoot(folder.path())};
+    ProcessorLoad load;
+    load.forks = 1;
+    MemoryDetails details;
+    details.dirty = 2;
+    SwapCounters swap{3, 4};
+    std::vector<MemoryNode> nodes = {{5, 6, 7}};
+    OperatingSystem system;
+    system.name = "before";
+    ControlGroup group;
+    group.processors = 8;
+    std::vector<LoggedInUser> users(9);
+    const auto expectAll = [&](Availability table) {
+        EXPECT_EQ(host.processorLoad(load), table);
+        EXPECT_EQ(host.memoryDetails(details), table);
+        EXPECT_NE(host.swapCounters(swap), Availability::available);
+        EXPECT_EQ(host.memoryNodes(nodes), Availability::unsupported);
+        EXPECT_EQ(host.operatingSystem(system), Availability::unsupported);
+        EXPECT_EQ(host.controlGroup(group), Availability::unsupported);
+        EXPECT_EQ(host.users(users), Availability::unsupported);
+    };
+    expectAll(Availability::unsupported);
+    for (const char* name : {"stat", "meminfo", "vmstat"})
+        folder.write(std::string("proc/") + name, "nonsense");
+    expectAll(Availability::failed);
+    EXPECT_EQ(load.forks, 1U);
+    EXPECT_EQ(details.dirty, 2U);
+    EXPECT_EQ(swap, (SwapCounters{3, 4}));
+    EXPECT_EQ(nodes.size(), 1U);
+    EXPECT_EQ(system.name, "before");
+    EXPECT_EQ(group.processors, 8);
+    EXPECT_EQ(users.size(), 9U);
+}
+
+TEST(LinuxHost, TellsOfItselfOnALaptop) {
+    LinuxHostService host{SystemRoot(fixtures + "laptop")};
+    OperatingSystem system;
+    EXPECT_EQ(host.operatingSystem(system), Availability::available);
+    EXPECT_EQ(system.hostName, "laptop");
+    Virtualization virtualization{"x", "y"};
+    EXPECT_EQ(host.virtualization(virtualization), Availability::available);
+    EXPECT_EQ(virtualization, Virtualization{});
+    ControlGroup group;
+    EXPECT_EQ(host.controlGroup(group), Availability::available);
+    EXPECT_EQ(group.memoryUsed, 3221225472U);
+    std::vector<LoggedInUser> users;
+    EXPECT_EQ(host.users(users), Availability::available);
+    EXPECT_EQ(users.size(), 2U);
+}
+
+TEST(LinuxHost, TakesNoMemoryForWhatIsSampledOnceItIsWarm) {
+    if (!countsAllocations)
+        return; // a sanitizer's own operators are in force
+    for (const char* machine : {"laptop", "server"}) {
+        LinuxHostService host{SystemRoot(fixtures + machine)};
+        ProcessorLoad load;
+        ProcessorFrequencies frequencies;
+        MemoryDetails details;
+        SwapCounters swap;
+        MemoryCompression compression;
+        std::vector<MemoryNode> nodes;
+        Pressure pressure;
+        const auto sample = [&] {
+            static_cast<void>(host.processorLoad(load));
+            static_cast<void>(host.processorFrequencies(frequencies));
+            static_cast<void>(host.memoryDetails(details));
+            static_cast<void>(host.swapCounters(swap));
+            static_cast<void>(host.memoryCompression(compression));
+            static_cast<void>(host.memoryNodes(nodes));
+            static_cast<void>(host.pressure(PressureResource::cpu, pressure));
+        };
+        sample();
+        const std::size_t before = allocations();
+        for (int turn = 0; turn < 5; ++turn)
+            sample();
+        EXPECT_EQ(allocations(), before) << machine;
+    }
 }
 
 } // namespace

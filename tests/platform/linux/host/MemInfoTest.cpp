@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdint>
 #include <gtest/gtest.h>
+#include <optional>
 #include <string>
 
 namespace sentrel::platform {
@@ -180,6 +181,49 @@ TEST(VmStat, CountsPagesOf4096Bytes) {
     EXPECT_EQ(counters.pageins, 1000u);
     EXPECT_EQ(counters.pageouts, 200u);
     EXPECT_EQ(counters.faults, 99u);
+}
+
+TEST(MemInfo, HasDetailsByTheirNames) {
+    const auto details = parseMemoryDetails("MemTotal: 100 kB\nMemAvailable: 1 kB\nBuffers: 2 kB\nCached: 3 kB\n"
+                                            "Dirty: 4 kB\nWriteback: 5 kB\nSReclaimable: 6 kB\nSUnreclaim: 7 kB\n"
+                                            "HugePages_Total:    8\nHugePages_Free: 9\nHugepagesize: 2048 kB\n");
+    EXPECT_EQ(details, (MemoryDetails{1024, 2048, 3072, 6144, 7168, 8, 9, 2048 * 1024, 4096, 5120}));
+}
+
+TEST(MemInfo, HasNoDetailThatIsMissingOrMakesNoSense) {
+    const auto details = parseMemoryDetails("MemTotal: 100 kB\nBuffers: x kB\nCached: -1 kB\n"
+                                            "Dirty: 99999999999999999999 kB\nWriteback: 18446744073709551615 kB\n"
+                                            "SReclaimable: 0 kB\nSUnrecl");
+    ASSERT_TRUE(details);
+    MemoryDetails expected;
+    expected.slabReclaimable = 0;
+    EXPECT_EQ(*details, expected);
+    for (const char* text : {"", "\n", "MemTotal", "Buffers: 1 kB\n"})
+        EXPECT_FALSE(parseMemoryDetails(text)) << text;
+}
+
+TEST(MemInfo, CountsWhatWasSwappedInBytes) {
+    EXPECT_EQ(parseSwapCounters("nr_free_pages 1\npswpin 3\npswpout 5\n", 4096), (SwapCounters{12288, 20480}));
+    EXPECT_EQ(parseSwapCounters("pswpin 3\npswpout 5", 16384), (SwapCounters{49152, 81920}));
+    for (const char* text :
+         {"", "pswpin 3\n", "pswpout 5\n", "pswpin 3\npswpout x\n", "pswpin 18446744073709551615\npswpout 5\n"})
+        EXPECT_FALSE(parseSwapCounters(text, 4096)) << text;
+}
+
+TEST(MemInfo, TellsWhatZswapAndZramKeep) {
+    EXPECT_EQ(parseZswap("Zswap: 10 kB\nZswapped: 30 kB\n"), (MemoryCompression{30720, 10240}));
+    EXPECT_EQ(parseZswap("Zswap: 10 kB\n"), std::nullopt) << "before Linux 5.19";
+    EXPECT_EQ(parseZram("151552000 41943040 45088768        0 46137344\n"), (MemoryCompression{151552000, 45088768}));
+    for (const char* text : {"", "1", "1 2", "1 2 x", "x"})
+        EXPECT_EQ(parseZram(text), std::nullopt) << text;
+}
+
+TEST(MemInfo, TellsOfANode) {
+    EXPECT_EQ(parseMemoryNode("Node 1 MemTotal: 8 kB\nNode 1 MemFree: 4 kB\nNode 1 MemUsed: 4 kB\n"),
+              (MemoryNode{1, 8192, 4096}));
+    for (const char* text : {"", "Node", "Node 1", "Node 1 MemTotal: 8 kB\n", "Node 1 MemFree: 8 kB",
+                             "Node x MemTotal: 8 kB\nNode x MemFree: 8 kB", "MemTotal: 8 kB\nMemFree: 8 kB"})
+        EXPECT_EQ(parseMemoryNode(text), std::nullopt) << text;
 }
 
 } // namespace

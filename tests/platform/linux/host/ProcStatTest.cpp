@@ -2,7 +2,9 @@
 #include <SentrelKit/platform/linux/host/ProcStat.h>
 
 #include <gtest/gtest.h>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace sentrel::platform {
 namespace {
@@ -96,6 +98,40 @@ TEST(SteadyTicks, WrapsAtThirtyTwoBits) {
     EXPECT_EQ(steady.add(times).idle, 0xffff'fff0u);
     times.idle += 0x20;
     EXPECT_EQ(steady.add(times).idle, 0x10u);
+}
+
+TEST(ProcStat, ReadsEachProcessorAndWhatHappened) {
+    ProcessorLoad load;
+    ASSERT_TRUE(parseProcessorLoad("cpu  100 20 30 400 50 6 7 8 90 15\n"
+                                   "cpu0 50 10 15 200 25 3 4 5 45 7\n"
+                                   "cpu2 50 10 15 200 25 3 3 3 45 8\n"
+                                   "intr 1234 5 6 7\nctxt 5678\nbtime 1\nprocesses 90\nprocs_running 1\n",
+                                   load));
+    EXPECT_EQ(load.all, (ProcessorTicks{100, 20, 43, 400, 50, 8}));
+    EXPECT_EQ(load.each, (std::vector<NumberedTicks>{{0, {50, 10, 22, 200, 25, 5}}, {2, {50, 10, 21, 200, 25, 3}}}));
+    EXPECT_EQ(load.interrupts, 1234U);
+    EXPECT_EQ(load.contextSwitches, 5678U);
+    EXPECT_EQ(load.forks, 90U);
+}
+
+TEST(ProcStat, ReadsNoProcessorThatIsTornOrOutOfOrder) {
+    ProcessorLoad load;
+    ASSERT_TRUE(parseProcessorLoad("cpu  1 2 3 4\ncpu1 1 2 3 4\ncpu0 1 2 3 4\ncpu1 1 2 3 4\ncpux 1 2 3 4\n"
+                                   "cpu5 1 2 3\ncpu99999999999 1 2 3 4\ncpu7 1 2 3 4 5\nctxt\nintr x",
+                                   load));
+    EXPECT_EQ(load.each, (std::vector<NumberedTicks>{{1, {1, 2, 3, 4, std::nullopt, std::nullopt}},
+                                                     {7, {1, 2, 3, 4, 5, std::nullopt}}}));
+    EXPECT_EQ(load.contextSwitches, std::nullopt);
+    EXPECT_EQ(load.interrupts, std::nullopt);
+    EXPECT_EQ(load.forks, std::nullopt);
+}
+
+TEST(ProcStat, LeavesTheRecordWhereTheFirstLineIsNotWhole) {
+    ProcessorLoad load;
+    load.forks = 7;
+    for (const char* text : {"", "\n", "cpu", "cpu  1 2 3", "cpu0 1 2 3 4\n", "intr 5\n"})
+        EXPECT_FALSE(parseProcessorLoad(text, load)) << text;
+    EXPECT_EQ(load.forks, 7U);
 }
 
 } // namespace
