@@ -40,12 +40,118 @@ void CPU::sampleFigures() {
 }
 
 void CPU::sampleMeasures() {
+    sampleLoad();
+    if (measuring_.wants(Measure::frequencies)) {
+        const Availability availability = session_->platform().host().processorFrequencies(newFrequencies_);
+        if (availability == Availability::available)
+            frequencies_.withValue(
+                [this](platform::ProcessorFrequencies& frequencies) { frequencies = newFrequencies_; });
+        measuring_.note(Measure::frequencies, availability);
+    }
     if (measuring_.wants(Measure::pressure)) {
         Pressure pressure;
         const Availability availability = session_->platform().host().pressure(PressureResource::cpu, pressure);
         pressure_.setValue(pressure);
         measuring_.note(Measure::pressure, availability);
     }
+}
+
+// One reading serves both groups: the kernel writes the whole table at each.
+void CPU::sampleLoad() {
+    const bool wantsCores = measuring_.wants(Measure::cores);
+    const bool wantsActivity = measuring_.wants(Measure::activity);
+    if (!wantsCores && !wantsActivity) {
+        forgetLoad();
+        return;
+    }
+    std::swap(load_, loadBefore_);
+    const Availability availability = session_->platform().host().processorLoad(load_);
+    if (availability == Availability::available)
+        takeLoad();
+    else
+        forgetLoad();
+    if (wantsCores)
+        measuring_.note(Measure::cores, availability);
+    const bool hasActivity = load_.contextSwitches || load_.interrupts || load_.forks;
+    if (wantsActivity)
+        measuring_.note(Measure::activity, availability != Availability::available || hasActivity
+                                               ? availability
+                                               : Availability::unsupported);
+}
+
+void CPU::takeLoad() {
+    std::optional<ProcessorShares> shares;
+    newCores_.clear();
+    if (hasLoadBefore_) {
+        shares = probes::processorShares(loadBefore_.all, load_.all);
+        probes::coreShares(loadBefore_.each, load_.each, newCores_);
+    }
+    shares_.setValue(shares);
+    cores_.withValue([this](std::vector<CoreShares>& cores) { cores = newCores_; });
+    const std::int64_t now = session_->platform().clock().monotonicNanoseconds();
+    activity_.setValue({contextSwitchRate_.sample(load_.contextSwitches, now),
+                        interruptRate_.sample(load_.interrupts, now), forkRate_.sample(load_.forks, now)});
+    hasLoadBefore_ = true;
+}
+
+// What comes next is a first sample.
+void CPU::forgetLoad() {
+    hasLoadBefore_ = false;
+    contextSwitchRate_ = {};
+    interruptRate_ = {};
+    forkRate_ = {};
+}
+
+std::vector<CoreShares> CPU::cores() const {
+    std::vector<CoreShares> result;
+    cores(result);
+    return result;
+}
+
+void CPU::cores(std::vector<CoreShares>& cores) const {
+    cores.clear();
+    if (measuring_.has(Measure::cores))
+        cores_.withValue([&cores](const std::vector<CoreShares>& newest) { cores = newest; });
+}
+
+std::optional<ProcessorShares> CPU::shares() const {
+    return measuring_.has(Measure::cores) ? shares_.value() : std::nullopt;
+}
+
+std::vector<CoreFrequency> CPU::frequencies() const {
+    std::vector<CoreFrequency> result;
+    frequencies(result);
+    return result;
+}
+
+void CPU::frequencies(std::vector<CoreFrequency>& frequencies) const {
+    if (!measuring_.has(Measure::frequencies)) {
+        frequencies.clear();
+        return;
+    }
+    frequencies_.withValue([&frequencies](const platform::ProcessorFrequencies& newest) { frequencies = newest.each; });
+}
+
+std::optional<CoreKinds> CPU::coreKinds() const {
+    if (!measuring_.has(Measure::frequencies))
+        return std::nullopt;
+    return frequencies_.withValue([](const platform::ProcessorFrequencies& newest) { return newest.kinds; });
+}
+
+CPU::Activity CPU::activity() const {
+    return measuring_.has(Measure::activity) ? activity_.value() : Activity();
+}
+
+std::optional<double> CPU::contextSwitches() const {
+    return activity().contextSwitches;
+}
+
+std::optional<double> CPU::interrupts() const {
+    return activity().interrupts;
+}
+
+std::optional<double> CPU::forks() const {
+    return activity().forks;
 }
 
 std::optional<Pressure> CPU::pressure() const {

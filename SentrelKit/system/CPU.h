@@ -7,8 +7,11 @@
 #include <SentrelKit/base/system/detail/Relaxed.h>
 #include <SentrelKit/platform/Availability.h>
 #include <SentrelKit/platform/Pressure.h>
+#include <SentrelKit/platform/ProcessorFacts.h>
 #include <SentrelKit/platform/ThermalState.h>
 #include <SentrelKit/probes/SystemManager.h>
+#include <SentrelKit/probes/detail/CounterRate.h>
+#include <SentrelKit/probes/detail/ProcessorShares.h>
 #include <SentrelKit/system/MeasureSet.h>
 #include <SentrelKit/system/Mutex/Atomic.h>
 #include <SentrelKit/system/Signal.h>
@@ -23,6 +26,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace sentrel {
 
@@ -98,7 +102,10 @@ public:
 
     /// Groups of further facts, each sampled only while it is wanted.
     enum class Measure : std::uint8_t {
-        pressure, ///< `pressure`
+        pressure,    ///< `pressure`
+        cores,       ///< `cores` and `shares`
+        frequencies, ///< `frequencies` and `coreKinds`
+        activity,    ///< `contextSwitches`, `interrupts` and `forks`
     };
 
     /// From the next sample on these groups are sampled too, and no others. A group that is not wanted costs nothing.
@@ -129,9 +136,53 @@ public:
     /// Fires on the main queue, at most once a window. Carries no value.
     [[nodiscard]] Signal<void>& onPressure() noexcept { return alarm_.crossed(); }
 
+    /// What each logical processor that is online did since the sample before, by rising number. Empty while
+    /// there is no sample before; a processor that came since the sample before, or that no tick was counted of, is
+    /// missing. Waiting and stealing are shares of their own here, while `idle` of the model has the one and `sys` the
+    /// other. Linux: the lines "cpu0", "cpu1"... of /proc/stat, readable for everybody. macOS: host_processor_info,
+    /// where both are absent. Under a short lock.
+    [[nodiscard]] std::vector<CoreShares> cores() const;
+    /// The same into the caller's list, which needs no memory once it has room.
+    void cores(std::vector<CoreShares>& cores) const;
+
+    /// The same of all processors together: the line "cpu" of /proc/stat. Absent while there is no sample before. Under
+    /// a short lock.
+    [[nodiscard]] std::optional<ProcessorShares> shares() const;
+
+    /// How fast each logical processor runs, what it is capable of, and its kind. Linux: cpufreq's files in
+    /// /sys/devices/system/cpu, readable for everybody; a virtual machine has none as a rule. Empty on macOS. Under a
+    /// short lock.
+    [[nodiscard]] std::vector<CoreFrequency> frequencies() const;
+    /// The same into the caller's list, which needs no memory once it has room.
+    void frequencies(std::vector<CoreFrequency>& frequencies) const;
+
+    /// How many logical processors are on fast and on thrifty cores; absent where all are alike or the system does not
+    /// say. Linux: /sys/devices/cpu_core and cpu_atom, else cpu_capacity. macOS: hw.perflevel0 and 1. Under a short
+    /// lock.
+    [[nodiscard]] std::optional<CoreKinds> coreKinds() const;
+
+    /// Changes from one thread to another, a second, of all processors. Absent while there is no sample before, and
+    /// when the counter stepped back. Linux: "ctxt" of /proc/stat. Not on macOS.
+    [[nodiscard]] std::optional<double> contextSwitches() const;
+    /// Interrupts served, a second, of all processors. Absent as above. Linux: the sum in "intr". Not on macOS.
+    [[nodiscard]] std::optional<double> interrupts() const;
+    /// Processes and threads made, a second. Absent as above. Linux: "processes". Not on macOS.
+    [[nodiscard]] std::optional<double> forks() const;
+
 private:
+    // What a second sees of one kind of event; of the group `activity`.
+    struct Activity {
+        std::optional<double> contextSwitches;
+        std::optional<double> interrupts;
+        std::optional<double> forks;
+    };
+
     void sampleFigures();
     void sampleMeasures();
+    void sampleLoad();
+    void takeLoad();
+    void forgetLoad();
+    [[nodiscard]] Activity activity() const;
 
     const std::shared_ptr<probes::SystemManager> session_;
     Relaxed<double> user_;
@@ -148,6 +199,19 @@ private:
     Measuring<Measure> measuring_;
     Atomic<Pressure> pressure_;
     PressureAlarm alarm_;
+    Atomic<std::optional<ProcessorShares>> shares_;
+    Atomic<std::vector<CoreShares>> cores_;
+    Atomic<Activity> activity_;
+    Atomic<platform::ProcessorFrequencies> frequencies_;
+    // Of the sampling thread alone.
+    platform::ProcessorLoad load_;
+    platform::ProcessorLoad loadBefore_;
+    bool hasLoadBefore_ = false;
+    probes::CounterRate contextSwitchRate_;
+    probes::CounterRate interruptRate_;
+    probes::CounterRate forkRate_;
+    std::vector<CoreShares> newCores_;
+    platform::ProcessorFrequencies newFrequencies_;
 };
 
 /// Writes its name as it stands here.

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/system/CPU.h>
 
+#include "tests/support/Allocations.h"
+
 #include <SentrelKit/platform/scripted/ScriptedMachine.h>
 
 #include <gtest/gtest.h>
@@ -8,7 +10,9 @@
 #include <cerrno>
 #include <chrono>
 #include <memory>
+#include <optional>
 #include <thread>
+#include <vector>
 
 namespace sentrel {
 namespace {
@@ -212,6 +216,168 @@ TEST(CPU, FiresWhenItsPressureCrossesAThreshold) {
     EXPECT_EQ(fires, 0) << "on the main queue";
     machine->advance(0);
     EXPECT_EQ(fires, 1);
+}
+
+platform::ProcessorLoad loadOf(std::uint64_t user, std::uint64_t idle, std::uint64_t waiting, std::uint64_t switches) {
+    const platform::ProcessorTicks ticks{user, 0, 0, idle, waiting, 0};
+    return {ticks, {{0, ticks}, {3, ticks}}, switches, 2 * switches, switches / 10};
+}
+
+TEST(CPU, TellsWhatEachCoreDidSinceTheSampleBefore) {
+    ScriptedMachine machine;
+    machine->host().processorLoadValue = loadOf(100, 100, 100, 0);
+    CPU cpu;
+    cpu.setMeasures({CPU::Measure::cores});
+    EXPECT_EQ(cpu.availability(CPU::Measure::cores), std::nullopt);
+    cpu.update();
+    EXPECT_EQ(cpu.availability(CPU::Measure::cores), Availability::available);
+    EXPECT_TRUE(cpu.cores().empty()) << "nothing to measure from";
+    EXPECT_EQ(cpu.shares(), std::nullopt);
+    machine->host().processorLoadValue = loadOf(150, 130, 120, 0);
+    cpu.update();
+    const ProcessorShares expected{50, 0, 30, 20, 0};
+    EXPECT_EQ(cpu.cores(), (std::vector<CoreShares>{{0, expected}, {3, expected}}));
+    EXPECT_EQ(cpu.shares(), expected);
+    EXPECT_EQ(cpu.contextSwitches(), std::nullopt) << "another group";
+    cpu.setMeasures({});
+    EXPECT_TRUE(cpu.cores().empty());
+    EXPECT_EQ(cpu.shares(), std::nullopt);
+}
+
+TEST(CPU, BeginsAnewWithItsCoresAfterAGapOrAFailure) {
+    ScriptedMachine machine;
+    machine->host().processorLoadValue = loadOf(100, 100, 100, 0);
+    CPU cpu;
+    cpu.setMeasures({CPU::Measure::cores});
+    cpu.update();
+    cpu.setMeasures({});
+    machine->host().processorLoadValue = loadOf(200, 100, 100, 0);
+    cpu.update();
+    cpu.setMeasures({CPU::Measure::cores});
+    cpu.update();
+    EXPECT_EQ(cpu.shares(), std::nullopt) << "of the time when nobody wanted it";
+    machine->host().processorLoadValue = loadOf(210, 110, 100, 0);
+    cpu.update();
+    EXPECT_EQ(cpu.shares(), (ProcessorShares{50, 0, 50, 0, 0}));
+    machine->host().calls.fail("processorLoad", {.call = 1, .error = EACCES});
+    cpu.update();
+    EXPECT_EQ(cpu.availability(CPU::Measure::cores), Availability::denied);
+    EXPECT_TRUE(cpu.cores().empty());
+    cpu.update();
+    EXPECT_EQ(cpu.availability(CPU::Measure::cores), Availability::available);
+    EXPECT_EQ(cpu.shares(), std::nullopt);
+}
+
+TEST(CPU, CountsWhatHappensASecondByTheClock) {
+    ScriptedMachine machine;
+    machine->host().processorLoadValue = loadOf(100, 100, 100, 1000);
+    CPU cpu;
+    cpu.setMeasures({CPU::Measure::activity});
+    cpu.update();
+    EXPECT_EQ(cpu.availability(CPU::Measure::activity), Availability::available);
+    EXPECT_EQ(cpu.contextSwitches(), std::nullopt);
+    machine->advance(2);
+    machine->host().processorLoadValue = loadOf(100, 100, 100, 2000);
+    cpu.update();
+    EXPECT_EQ(cpu.contextSwitches(), 500);
+    EXPECT_EQ(cpu.interrupts(), 1000);
+    EXPECT_EQ(cpu.forks(), 50);
+    EXPECT_TRUE(cpu.cores().empty()) << "another group";
+    machine->advance(1);
+    machine->host().processorLoadValue = loadOf(100, 100, 100, 1500);
+    cpu.update();
+    EXPECT_EQ(cpu.contextSwitches(), std::nullopt) << "the counter went back";
+    machine->host().processorLoadValue->contextSwitches.reset();
+    machine->host().processorLoadValue->interrupts.reset();
+    machine->host().processorLoadValue->forks.reset();
+    cpu.update();
+    EXPECT_EQ(cpu.availability(CPU::Measure::activity), Availability::unsupported);
+}
+
+TEST(CPU, ReadsTheProcessorsOnceForBothGroups) {
+    ScriptedMachine machine;
+    machine->host().processorLoadValue = loadOf(1, 1, 1, 1);
+    CPU cpu;
+    cpu.setMeasures({CPU::Measure::cores, CPU::Measure::activity});
+    cpu.update();
+    EXPECT_EQ(machine->host().calls.count("processorLoad"), 1U);
+}
+
+TEST(CPU, TellsFrequenciesAndKindsWhileTheyAreWanted) {
+    ScriptedMachine machine;
+    const CoreFrequency core{0, 1'800'000'000, 400'000'000, 4'700'000'000, "powersave", CoreKind::performance};
+    machine->host().processorFrequenciesValue = platform::ProcessorFrequencies{{core}, CoreKinds{1, 0}};
+    CPU cpu;
+    cpu.update();
+    EXPECT_EQ(machine->host().calls.count("processorFrequencies"), 0U);
+    EXPECT_TRUE(cpu.frequencies().empty());
+    EXPECT_EQ(cpu.coreKinds(), std::nullopt);
+    cpu.setMeasures({CPU::Measure::frequencies});
+    cpu.update();
+    EXPECT_EQ(cpu.frequencies(), std::vector<CoreFrequency>{core});
+    EXPECT_EQ(cpu.coreKinds(), (CoreKinds{1, 0}));
+    machine->host().processorFrequenciesValue.reset();
+    cpu.update();
+    EXPECT_EQ(cpu.availability(CPU::Measure::frequencies), Availability::unsupported);
+    std::vector<CoreFrequency> list(3);
+    cpu.frequencies(list);
+    EXPECT_TRUE(list.empty());
+    EXPECT_EQ(cpu.coreKinds(), std::nullopt);
+}
+
+TEST(CPU, TakesNoMemoryForASampleWithEverythingOnOnceItIsWarm) {
+    if (!countsAllocations)
+        return; // a sanitizer's own operators are in force
+    ScriptedMachine machine;
+    machine->host().processorLoadValue = loadOf(1, 1, 1, 1);
+    const CoreFrequency core{0, 1, 2, 3, "powersave", CoreKind::performance};
+    machine->host().processorFrequenciesValue = platform::ProcessorFrequencies{{core, core}, CoreKinds{1, 0}};
+    machine->host().pressureValues[0] = Pressure{};
+    CPU cpu;
+    cpu.setMeasures({CPU::Measure::pressure, CPU::Measure::cores, CPU::Measure::frequencies, CPU::Measure::activity});
+    std::vector<CoreShares> cores;
+    std::vector<CoreFrequency> frequencies;
+    const auto sample = [&](std::uint64_t turn) {
+        machine->host().processorLoadValue->all.user = turn;
+        for (platform::NumberedTicks& each : machine->host().processorLoadValue->each)
+            each.ticks.user = turn;
+        cpu.update();
+        cpu.cores(cores);
+        cpu.frequencies(frequencies);
+    };
+    for (std::uint64_t turn = 2; turn < 5; ++turn)
+        sample(turn);
+    ASSERT_EQ(cores.size(), 2U);
+    const std::size_t before = allocations();
+    for (std::uint64_t turn = 5; turn < 10; ++turn)
+        sample(turn);
+    EXPECT_EQ(allocations(), before);
+}
+
+TEST(CPU, IsReadFromOneThreadWhileAnotherSamplesEverything) {
+    ScriptedMachine machine;
+    machine->host().processorLoadValue = loadOf(1, 1, 1, 1);
+    machine->host().processorFrequenciesValue = platform::ProcessorFrequencies{{CoreFrequency{}}, CoreKinds{}};
+    machine->host().pressureValues[0] = Pressure{};
+    CPU cpu;
+    std::thread sampler([&] {
+        for (int i = 0; i < 500; ++i)
+            cpu.update();
+    });
+    for (int i = 0; i < 500; ++i) {
+        if (i % 2 == 0)
+            cpu.setMeasures(
+                {CPU::Measure::pressure, CPU::Measure::cores, CPU::Measure::frequencies, CPU::Measure::activity});
+        else
+            cpu.setMeasures({CPU::Measure::cores});
+        EXPECT_LE(cpu.frequencies().size(), 1U);
+        EXPECT_TRUE(cpu.cores().empty());
+        EXPECT_EQ(cpu.pressure().value_or(Pressure()), Pressure());
+        EXPECT_EQ(cpu.coreKinds().value_or(CoreKinds()), CoreKinds());
+        static_cast<void>(cpu.contextSwitches());
+        static_cast<void>(cpu.availability(CPU::Measure::activity));
+    }
+    sampler.join();
 }
 
 TEST(CPU, IsReadFromOneThreadWhileAnotherSamples) {
