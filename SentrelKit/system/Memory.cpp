@@ -2,6 +2,7 @@
 #include <SentrelKit/system/Memory.h>
 
 #include <SentrelKit/base/system/System.h>
+#include <SentrelKit/platform/Clock.h>
 #include <SentrelKit/platform/HostService.h>
 #include <SentrelKit/probes/HostProbes.h>
 
@@ -47,13 +48,71 @@ void Memory::sampleFigures() {
     cachedFiles_ = data.cached;
 }
 
+template <class Record, class Ask>
+void Memory::sampleRecord(Measure measure, Atomic<Record>& newest, Ask ask) {
+    if (!measuring_.wants(measure))
+        return;
+    Record record{};
+    const Availability availability = ask(session_->platform().host(), record);
+    newest.setValue(record);
+    measuring_.note(measure, availability);
+}
+
 void Memory::sampleMeasures() {
-    if (measuring_.wants(Measure::pressure)) {
-        Pressure pressure;
-        const Availability availability = session_->platform().host().pressure(PressureResource::memory, pressure);
-        pressure_.setValue(pressure);
-        measuring_.note(Measure::pressure, availability);
+    sampleRecord(Measure::pressure, pressure_, [](platform::HostService& host, Pressure& pressure) {
+        return host.pressure(PressureResource::memory, pressure);
+    });
+    sampleRecord(Measure::details, details_,
+                 [](platform::HostService& host, MemoryDetails& details) { return host.memoryDetails(details); });
+    sampleRecord(Measure::compression, compression_, [](platform::HostService& host, MemoryCompression& compression) {
+        return host.memoryCompression(compression);
+    });
+    if (measuring_.wants(Measure::nodes)) {
+        const Availability availability = session_->platform().host().memoryNodes(newNodes_);
+        nodes_.withValue([this](std::vector<MemoryNode>& nodes) { nodes = newNodes_; });
+        measuring_.note(Measure::nodes, availability);
     }
+    sampleSwapRates();
+}
+
+void Memory::sampleSwapRates() {
+    if (!measuring_.wants(Measure::swapRates)) {
+        swapInRate_ = {}; // what comes next is a first sample
+        swapOutRate_ = {};
+        return;
+    }
+    platform::SwapCounters counters;
+    const Availability availability = session_->platform().host().swapCounters(counters);
+    const bool isThere = availability == Availability::available;
+    const std::int64_t now = session_->platform().clock().monotonicNanoseconds();
+    const auto in = swapInRate_.sample(isThere ? std::optional(counters.in) : std::nullopt, now);
+    const auto out = swapOutRate_.sample(isThere ? std::optional(counters.out) : std::nullopt, now);
+    swapRates_.setValue(in && out ? std::optional(SwapRates{*in, *out}) : std::nullopt);
+    measuring_.note(Measure::swapRates, availability);
+}
+
+std::optional<MemoryDetails> Memory::details() const {
+    return measuring_.has(Measure::details) ? std::optional(details_.value()) : std::nullopt;
+}
+
+std::optional<Memory::SwapRates> Memory::swapRates() const {
+    return measuring_.has(Measure::swapRates) ? swapRates_.value() : std::nullopt;
+}
+
+std::optional<MemoryCompression> Memory::compression() const {
+    return measuring_.has(Measure::compression) ? std::optional(compression_.value()) : std::nullopt;
+}
+
+std::vector<MemoryNode> Memory::nodes() const {
+    std::vector<MemoryNode> result;
+    nodes(result);
+    return result;
+}
+
+void Memory::nodes(std::vector<MemoryNode>& nodes) const {
+    nodes.clear();
+    if (measuring_.has(Measure::nodes))
+        nodes_.withValue([&nodes](const std::vector<MemoryNode>& newest) { nodes = newest; });
 }
 
 std::optional<Pressure> Memory::pressure() const {

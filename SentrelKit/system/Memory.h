@@ -6,8 +6,10 @@
 #include <SentrelKit/Export.h>
 #include <SentrelKit/base/system/detail/Relaxed.h>
 #include <SentrelKit/platform/Availability.h>
+#include <SentrelKit/platform/MemoryFacts.h>
 #include <SentrelKit/platform/Pressure.h>
 #include <SentrelKit/probes/SystemManager.h>
+#include <SentrelKit/probes/detail/CounterRate.h>
 #include <SentrelKit/system/MeasureSet.h>
 #include <SentrelKit/system/Mutex/Atomic.h>
 #include <SentrelKit/system/Signal.h>
@@ -19,6 +21,7 @@
 #include <iosfwd>
 #include <memory>
 #include <optional>
+#include <vector>
 
 namespace sentrel {
 
@@ -85,7 +88,11 @@ public:
 
     /// Groups of further facts, each sampled only while it is wanted.
     enum class Measure : std::uint8_t {
-        pressure, ///< `pressure`
+        pressure,    ///< `pressure`
+        details,     ///< `details`
+        swapRates,   ///< `swapRates`
+        compression, ///< `compression`
+        nodes,       ///< `nodes`
     };
 
     /// From the next sample on these groups are sampled too, and no others. A group that is not wanted costs nothing.
@@ -117,9 +124,44 @@ public:
     /// Fires on the main queue, on Linux at most once a window. Carries no value.
     [[nodiscard]] Signal<void>& onPressure() noexcept { return alarm_.crossed(); }
 
+    /// Parts of the memory. Linux: the lines MemAvailable, Buffers, Cached, SReclaimable, SUnreclaim, HugePages_Total,
+    /// HugePages_Free, Hugepagesize, Dirty and Writeback of /proc/meminfo, readable for everybody. macOS:
+    /// host_statistics64, where only `available` (free and inactive) and `cached` (external and purgeable) are told.
+    /// Under a short lock.
+    [[nodiscard]] std::optional<MemoryDetails> details() const;
+
+    /// Bytes a second between memory and swap.
+    struct SwapRates {
+        double in = 0;  ///< read back
+        double out = 0; ///< written
+        /// Whether both are the same.
+        friend bool operator==(const SwapRates&, const SwapRates&) = default;
+    };
+
+    /// What was swapped since the sample before, a second. Absent until the second sample of the group, and when a
+    /// counter stepped back. Linux: pswpin and pswpout of /proc/vmstat times the page size, readable for everybody;
+    /// zram counts as swap. macOS: host_statistics64. Under a short lock.
+    [[nodiscard]] std::optional<SwapRates> swapRates() const;
+
+    /// What is kept compressed, and what it takes. Linux: the first and the third figure of /sys/block/zram*/mm_stat of
+    /// all devices that were given a size, used for swap or not, and Zswapped and Zswap of /proc/meminfo; unsupported
+    /// where there is no such device and zswap is off. macOS: the compressor, by host_statistics64. Under a short lock.
+    [[nodiscard]] std::optional<MemoryCompression> compression() const;
+
+    /// Each node of a machine whose memory is not equally close to all processors, by rising number; one node elsewhere
+    /// on Linux. Linux: /sys/devices/system/node/node*/meminfo, readable for everybody. Not on macOS. Under a short
+    /// lock.
+    [[nodiscard]] std::vector<MemoryNode> nodes() const;
+    /// The same into the caller's list, which needs no memory once it has room.
+    void nodes(std::vector<MemoryNode>& nodes) const;
+
 private:
     void sampleFigures();
     void sampleMeasures();
+    void sampleSwapRates();
+    // Samples a group that is one record, if it is wanted.
+    template <class Record, class Ask>
+    void sampleRecord(Measure measure, Atomic<Record>& newest, Ask ask);
 
     const std::shared_ptr<probes::SystemManager> session_;
     std::uint64_t physical_ = 0;
@@ -134,6 +176,14 @@ private:
     Relaxed<std::uint64_t> pagesFault_;
     Measuring<Measure> measuring_;
     Atomic<Pressure> pressure_;
+    Atomic<MemoryDetails> details_;
+    Atomic<std::optional<SwapRates>> swapRates_;
+    Atomic<MemoryCompression> compression_;
+    Atomic<std::vector<MemoryNode>> nodes_;
+    // Of the sampling thread alone.
+    probes::CounterRate swapInRate_;
+    probes::CounterRate swapOutRate_;
+    std::vector<MemoryNode> newNodes_;
     PressureAlarm alarm_;
 };
 

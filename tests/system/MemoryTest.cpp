@@ -3,11 +3,16 @@
 
 #include <SentrelKit/platform/scripted/ScriptedMachine.h>
 
+#include "tests/support/Allocations.h"
+
+#include <cerrno>
 #include <cstdio>
 #include <gtest/gtest.h>
 #include <memory>
+#include <optional>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace sentrel {
 namespace {
@@ -159,6 +164,93 @@ TEST(Memory, FiresWhenItsPressureCrossesAThreshold) {
     machine->host().press(PressureResource::memory);
     machine->advance(0);
     EXPECT_EQ(fires, 1);
+}
+
+TEST(Memory, TellsItsFurtherFactsWhileTheyAreWanted) {
+    ScriptedMachine machine;
+    MemoryDetails details;
+    details.available = 5;
+    machine->host().memoryDetailsValue = details;
+    machine->host().memoryCompressionValue = MemoryCompression{12, 4};
+    machine->host().memoryNodesValue = std::vector<MemoryNode>{{0, 8, 4}, {1, 8, 2}};
+    Memory memory;
+    memory.update();
+    for (const char* question : {"memoryDetails", "memoryCompression", "memoryNodes", "swapCounters"})
+        EXPECT_EQ(machine->host().calls.count(question), 0U) << question;
+    memory.setMeasures({Memory::Measure::details, Memory::Measure::compression, Memory::Measure::nodes});
+    EXPECT_EQ(memory.details(), std::nullopt);
+    memory.update();
+    EXPECT_EQ(memory.details(), details);
+    EXPECT_EQ(memory.compression(), (MemoryCompression{12, 4}));
+    EXPECT_EQ(memory.nodes(), machine->host().memoryNodesValue);
+    EXPECT_EQ(machine->host().calls.count("swapCounters"), 0U);
+    machine->host().calls.fail("memoryDetails", {.error = EACCES});
+    machine->host().memoryCompressionValue.reset();
+    machine->host().memoryNodesValue.reset();
+    memory.update();
+    EXPECT_EQ(memory.details(), std::nullopt);
+    EXPECT_EQ(memory.availability(Memory::Measure::details), Availability::denied);
+    EXPECT_EQ(memory.compression(), std::nullopt);
+    EXPECT_EQ(memory.availability(Memory::Measure::compression), Availability::unsupported);
+    EXPECT_TRUE(memory.nodes().empty());
+}
+
+TEST(Memory, TellsWhatWasSwappedASecondByTheClock) {
+    ScriptedMachine machine;
+    machine->host().swapCountersValue = platform::SwapCounters{1000, 5000};
+    Memory memory;
+    memory.setMeasures({Memory::Measure::swapRates});
+    memory.update();
+    EXPECT_EQ(memory.availability(Memory::Measure::swapRates), Availability::available);
+    EXPECT_EQ(memory.swapRates(), std::nullopt);
+    machine->advance(4);
+    machine->host().swapCountersValue = platform::SwapCounters{1400, 5000};
+    memory.update();
+    EXPECT_EQ(memory.swapRates(), (Memory::SwapRates{100, 0}));
+    machine->advance(1);
+    machine->host().swapCountersValue = platform::SwapCounters{1400, 4000};
+    memory.update();
+    EXPECT_EQ(memory.swapRates(), std::nullopt) << "a counter went back";
+    memory.setMeasures({});
+    memory.update();
+    memory.setMeasures({Memory::Measure::swapRates});
+    machine->advance(1);
+    memory.update();
+    EXPECT_EQ(memory.swapRates(), std::nullopt) << "nothing to measure from";
+    machine->host().calls.fail("swapCounters", {.call = 1});
+    machine->advance(1);
+    memory.update();
+    EXPECT_EQ(memory.availability(Memory::Measure::swapRates), Availability::failed);
+    machine->advance(1);
+    memory.update();
+    EXPECT_EQ(memory.swapRates(), std::nullopt);
+    machine->advance(1);
+    memory.update();
+    EXPECT_EQ(memory.swapRates(), Memory::SwapRates{});
+}
+
+TEST(Memory, TakesNoMemoryForASampleWithEverythingOnOnceItIsWarm) {
+    if (!countsAllocations)
+        return; // a sanitizer's own operators are in force
+    ScriptedMachine machine;
+    machine->host().memoryDetailsValue = MemoryDetails{};
+    machine->host().memoryCompressionValue = MemoryCompression{};
+    machine->host().memoryNodesValue = std::vector<MemoryNode>(4);
+    machine->host().swapCountersValue = platform::SwapCounters{};
+    machine->host().pressureValues[1] = Pressure{};
+    Memory memory;
+    memory.setMeasures({Memory::Measure::pressure, Memory::Measure::details, Memory::Measure::swapRates,
+                        Memory::Measure::compression, Memory::Measure::nodes});
+    std::vector<MemoryNode> nodes;
+    memory.update();
+    memory.nodes(nodes);
+    EXPECT_EQ(nodes.size(), 4U);
+    const std::size_t before = allocations();
+    for (int turn = 0; turn < 5; ++turn) {
+        memory.update();
+        memory.nodes(nodes);
+    }
+    EXPECT_EQ(allocations(), before);
 }
 
 TEST(Memory, IsReadFromOneThreadWhileAnotherSamples) {
