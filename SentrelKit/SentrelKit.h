@@ -27,6 +27,7 @@
 #include <SentrelKit/system/Formatting.h>
 #include <SentrelKit/system/GPU.h>
 #include <SentrelKit/system/History.h>
+#include <SentrelKit/system/Host.h>
 #include <SentrelKit/system/MeasureSet.h>
 #include <SentrelKit/system/Memory.h>
 #include <SentrelKit/system/Mutex/Atomic.h>

@@ -24,7 +24,8 @@ System::System(std::shared_ptr<probes::SystemManager> session)
     : session_(std::move(session)), cpu_(std::make_shared<CPU>(session_)), gpu_(std::make_shared<GPU>(session_)),
       disk_(std::make_shared<Disk>(session_)), mem_(std::make_shared<Memory>(session_)),
       net_(std::make_shared<Network>(session_)), battery_(std::make_shared<Battery>(session_)),
-      apps_(std::make_shared<Applications>(session_)), sensors_(std::make_shared<Sensors>(session_)) {
+      apps_(std::make_shared<Applications>(session_)), sensors_(std::make_shared<Sensors>(session_)),
+      host_(std::make_unique<Host>(session_)) {
     add(1.1, cpu_, Group::system, false);
     add(2.0, mem_, Group::system, false);
     add(1.1, net_, Group::network, false);

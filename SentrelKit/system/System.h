@@ -13,6 +13,7 @@
 #include <SentrelKit/system/CPU.h>
 #include <SentrelKit/system/Disk/Disk.h>
 #include <SentrelKit/system/GPU.h>
+#include <SentrelKit/system/Host.h>
 #include <SentrelKit/system/Memory.h>
 #include <SentrelKit/system/Network.h>
 #include <SentrelKit/system/Sensors.h>
@@ -65,6 +66,7 @@ public:
     [[nodiscard]] Network& net() const noexcept { return *net_; } ///< the network
     [[nodiscard]] Battery& battery() const noexcept { return *battery_; } ///< the battery
     [[nodiscard]] Applications& apps() const noexcept { return *apps_; }  ///< the running applications
+    [[nodiscard]] Host& host() const noexcept { return *host_; }          ///< the machine and its system; never sampled
 
     [[nodiscard]] Sensors& sensors() const noexcept { return *sensors_; } ///< sensors of heat, fans and electricity
 
@@ -129,6 +131,7 @@ private:
     std::shared_ptr<Battery> battery_;
     std::shared_ptr<Applications> apps_;
     std::shared_ptr<Sensors> sensors_;
+    std::unique_ptr<Host> host_;
     std::vector<std::unique_ptr<Task>> tasks_;
     std::unique_ptr<SamplingTimer> sensorsTimer_;
 };
