@@ -19,8 +19,10 @@
 #include <libproc2/stat.h>
 #include <libproc2/vmstat.h>
 #include <new>
+#include <string>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -88,6 +90,56 @@ void cpuSample(benchmark::State& state) {
 }
 BENCHMARK(cpuSample);
 
+// Nothing but the files of `cpuEverything`: the table of all processors, a frequency and a governor each where there
+// are, the pressure.
+void cpuEverythingFloor(benchmark::State& state) {
+    const int stat = openOnce("/proc/stat");
+    const int folder = openOnce("/proc");
+    const int average = openOnce("/proc/loadavg");
+    const int pressure = ::open("/proc/pressure/cpu", O_RDONLY | O_CLOEXEC);
+    std::vector<int> frequencies;
+    for (long cpu = 0; cpu < ::sysconf(_SC_NPROCESSORS_CONF); ++cpu)
+        for (const char* name : {"/cpufreq/scaling_cur_freq", "/cpufreq/scaling_governor"})
+            if (const int fd = ::open(("/sys/devices/system/cpu/cpu" + std::to_string(cpu) + name).c_str(), O_RDONLY);
+                fd >= 0)
+                frequencies.push_back(fd);
+    std::array<char, 512> line;
+    std::array<char, 32768> whole;
+    std::array<char, 256> buffer;
+    struct stat status;
+    for (auto _ : state) {
+        readWhole(stat, line);
+        ::fstat(folder, &status);
+        benchmark::DoNotOptimize(status);
+        readWhole(average, buffer);
+        readWhole(stat, whole);
+        if (pressure >= 0)
+            benchmark::DoNotOptimize(::pread(pressure, buffer.data(), buffer.size(), 0));
+        for (const int fd : frequencies)
+            benchmark::DoNotOptimize(::pread(fd, buffer.data(), buffer.size(), 0));
+    }
+    for (const int fd : frequencies)
+        ::close(fd);
+    ::close(pressure);
+    ::close(stat);
+    ::close(folder);
+    ::close(average);
+}
+BENCHMARK(cpuEverythingFloor);
+
+void cpuEverything(benchmark::State& state) {
+    using Measure = sentrel::CPU::Measure;
+    sentrel::CPU cpu;
+    cpu.setMeasures({Measure::pressure, Measure::cores, Measure::frequencies, Measure::activity});
+    for (int warm = 0; warm < 3; ++warm)
+        cpu.update();
+    const CountAllocations counting(state);
+    for (auto _ : state)
+        cpu.update();
+    benchmark::DoNotOptimize(cpu.shares());
+}
+BENCHMARK(cpuEverything);
+
 void cpuLibgtop(benchmark::State& state) {
     glibtop_init();
     glibtop_cpu cpu;
@@ -135,6 +187,45 @@ void memorySample(benchmark::State& state) {
     benchmark::DoNotOptimize(memory.usage());
 }
 BENCHMARK(memorySample);
+
+// Nothing but the files of `memoryEverything`: the two tables as often as their groups read them, nodes, pressure.
+void memoryEverythingFloor(benchmark::State& state) {
+    const int memInfo = openOnce("/proc/meminfo");
+    const int vmStat = openOnce("/proc/vmstat");
+    std::vector<int> others;
+    for (const char* path : {"/proc/pressure/memory", "/sys/module/zswap/parameters/enabled",
+                             "/sys/devices/system/node/node0/meminfo", "/sys/devices/system/node/node1/meminfo"})
+        if (const int fd = ::open(path, O_RDONLY | O_CLOEXEC); fd >= 0)
+            others.push_back(fd);
+    std::array<char, 8192> first;
+    std::array<char, 16384> second;
+    for (auto _ : state) {
+        for (int reading = 0; reading < 3; ++reading)
+            benchmark::DoNotOptimize(::pread(memInfo, first.data(), first.size(), 0));
+        for (int reading = 0; reading < 2; ++reading)
+            readWhole(vmStat, second);
+        for (const int fd : others)
+            benchmark::DoNotOptimize(::pread(fd, first.data(), first.size(), 0));
+    }
+    for (const int fd : others)
+        ::close(fd);
+    ::close(memInfo);
+    ::close(vmStat);
+}
+BENCHMARK(memoryEverythingFloor);
+
+void memoryEverything(benchmark::State& state) {
+    using Measure = sentrel::Memory::Measure;
+    sentrel::Memory memory;
+    memory.setMeasures({Measure::pressure, Measure::details, Measure::swapRates, Measure::compression, Measure::nodes});
+    for (int warm = 0; warm < 3; ++warm)
+        memory.update();
+    const CountAllocations counting(state);
+    for (auto _ : state)
+        memory.update();
+    benchmark::DoNotOptimize(memory.details());
+}
+BENCHMARK(memoryEverything);
 
 void memoryLibgtop(benchmark::State& state) {
     glibtop_init();
