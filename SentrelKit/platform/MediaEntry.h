@@ -26,7 +26,8 @@ public:
     /// The first statistics found on this entry or above it; absent if there are none. Cheap enough for each sample;
     /// on Linux it allocates nothing and opens nothing once warm.
     [[nodiscard]] virtual std::optional<DiskStatistics> statistics() = 0;
-    /// Whether this very entry carries the property "SMART Capable".
+    /// Whether this very entry carries the property "SMART Capable". False, with errno EACCES or EPERM, if the process
+    /// may not ask.
     [[nodiscard]] virtual bool isSmartCapable() = 0;
     /// The entry that this one stands on, or null.
     [[nodiscard]] virtual std::shared_ptr<MediaEntry> parent() = 0;

@@ -18,6 +18,8 @@ struct FileSystemSpace {
     std::uint64_t blockSize = 0;  ///< bytes
     std::uint64_t blocks = 0;     ///< all blocks
     std::uint64_t freeBlocks = 0; ///< free blocks, also those that only privileged users may fill
+    std::uint64_t inodes = 0;     ///< files that there can be; 0 on a file system that does not count them
+    std::uint64_t freeInodes = 0; ///< of these
 };
 
 /// One entry of the mount table. A fresh one is empty.

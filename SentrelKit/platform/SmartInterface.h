@@ -33,8 +33,13 @@ public:
     virtual bool executeOffLineImmediate(bool extendedTest) = 0;
     /// Reads the data block.
     virtual bool readData(SmartData& data) = 0;
-    /// True if the block is sound.
+    /// True if the block is sound; of the data and of the thresholds.
     [[nodiscard]] virtual bool validateData(const SmartData& data) = 0;
+    /// Reads the thresholds of the attributes of an ATA drive. False, with errno set, on failure: ENOTSUP for any other
+    /// drive and on macOS.
+    virtual bool readThresholds(SmartData& thresholds) = 0;
+    /// Reads the health log of an NVMe drive. False, with errno set, on failure: ENOTSUP for any other drive.
+    virtual bool readHealthLog(SmartData& log) = 0;
 };
 
 /// The driver's side of a drive that can be asked; released, it lets the drive go.

@@ -7,6 +7,8 @@
 /// otherwise.
 
 #include <SentrelKit/Export.h>
+#include <SentrelKit/platform/Availability.h>
+#include <SentrelKit/platform/DiskFacts.h>
 #include <SentrelKit/platform/DiskSession.h>
 #include <SentrelKit/platform/Icon.h>
 #include <SentrelKit/platform/MountedFileSystem.h>
@@ -19,6 +21,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 namespace sentrel::platform {
 
@@ -61,6 +64,16 @@ public:
     /// The icon for the volume mounted at a path; absent if there is none that fits. macOS: iconForFile: of the
     /// workspace; Linux: one of freedesktop's icon names.
     [[nodiscard]] virtual std::optional<Icon> iconForPath(const std::string& path) = 0;
+
+    /// Fills the list with the counters of every disk and of every part of one, all taken by one request. Touches no
+    /// file system. Linux: /proc/diskstats, readable for everybody; macOS: unsupported so far, the statistics of the
+    /// block storage drivers would tell. Unless available the list stays as it was. Allocates nothing once warm.
+    [[nodiscard]] virtual Availability diskOperations(std::vector<DiskOperations>& disks) = 0;
+
+    /// Fills the list with every disk and every part of one. Touches no file system, but opens many files: for the
+    /// moments at which a device came or went. Linux: sysfs, and udev for models, readable for everybody; macOS:
+    /// unsupported so far, as `diskOperations`. Unless available the list stays as it was.
+    [[nodiscard]] virtual Availability diskDevices(std::vector<DiskDevice>& devices) = 0;
 };
 
 } // namespace sentrel::platform

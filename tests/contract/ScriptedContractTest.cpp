@@ -100,6 +100,8 @@ private:
         volumes.icons.insert_or_assign("/", Icon::named("drive-harddisk"));
         volumes.disks["spare"].description = {.volumeName = "Spare", .deviceModel = {}};
         volumes.disks["spare"].statistics = whole.statistics;
+        volumes.diskOperationsValue = {{{.name = "disk1", .reads = 10, .writes = 5, .operationsNow = 1}}};
+        volumes.diskDevicesValue = {{{.name = "disk1", .alias = {}, .whole = "disk1", .size = 1000}}};
     }
 
     void describeNetwork() {

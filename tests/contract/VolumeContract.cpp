@@ -4,6 +4,7 @@
 
 #include <SentrelKit/platform/VolumeService.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <memory>
@@ -351,6 +352,43 @@ TEST_P(PlatformContract, AVolumeMayHaveAnIcon) {
     EXPECT_TRUE(icon || machine->isReal());
     if (icon)
         expectIcon(*icon);
+}
+
+TEST_P(PlatformContract, CountersOfDisksAreThoseOfNamedDevicesAndNeverBelowZero) {
+    std::vector<DiskOperations> disks;
+    if (platform().volumes().diskOperations(disks) != Availability::available)
+        return;
+    for (const DiskOperations& disk : disks) {
+        EXPECT_FALSE(disk.name.empty());
+        EXPECT_GE(disk.reads, 0) << disk.name;
+        EXPECT_GE(disk.writes, 0) << disk.name;
+        EXPECT_GE(disk.operationsNow, 0) << disk.name;
+    }
+    EXPECT_TRUE(machine->isReal() || !disks.empty());
+}
+
+TEST_P(PlatformContract, EachPartOfADiskNamesAWholeOneThatIsTold) {
+    std::vector<DiskDevice> devices;
+    if (platform().volumes().diskDevices(devices) != Availability::available)
+        return;
+    for (const DiskDevice& device : devices) {
+        const auto isWhole = [&device](const DiskDevice& each) { return each.name == device.whole; };
+        EXPECT_TRUE(std::any_of(devices.begin(), devices.end(), isWhole)) << device.name << " of " << device.whole;
+        EXPECT_GE(device.size.value_or(0), 0) << device.name;
+    }
+    EXPECT_TRUE(machine->isReal() || !devices.empty());
+}
+
+TEST_P(PlatformContract, WhatFailsToBeToldOfDisksLeavesTheListsAsTheyWere) {
+    if (machine->isReal())
+        return;
+    std::vector<DiskOperations> disks(2);
+    std::vector<DiskDevice> devices(2);
+    fail("diskOperations");
+    fail("diskDevices");
+    EXPECT_NE(platform().volumes().diskOperations(disks), Availability::available);
+    EXPECT_NE(platform().volumes().diskDevices(devices), Availability::available);
+    EXPECT_EQ(disks.size() + devices.size(), 4u);
 }
 
 } // namespace sentrel::platform

@@ -31,10 +31,22 @@ public:
         data = drive_.data;
         return true;
     }
+    bool readThresholds(SmartData& thresholds) override {
+        return read("readThresholds", drive_.thresholds, thresholds);
+    }
+    bool readHealthLog(SmartData& log) override { return read("readHealthLog", drive_.healthLog, log); }
     bool validateData(const SmartData& /*data*/) override { return !fails("validateData") && drive_.dataIsSound; }
 
 private:
     static const char* flag(bool value) { return value ? " 1" : " 0"; }
+
+    bool read(const char* operation, const std::optional<SmartData>& from, SmartData& to) {
+        if (fails(operation))
+            return false;
+        errno = ENOTSUP;
+        to = from.value_or(to);
+        return from.has_value();
+    }
 
     bool fails(const char* operation, const char* argument = "") { return calls_.fails(operation, name_ + argument); }
 

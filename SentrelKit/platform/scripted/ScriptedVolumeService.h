@@ -19,9 +19,11 @@ namespace sentrel::platform {
 
 /// A drive that can be asked for its health.
 struct ScriptedDrive {
-    bool exceeded = false;   ///< the drive's own verdict
-    SmartData data{};        ///< what it answers to "read data"
-    bool dataIsSound = true; ///< whether the check sum of the data is right
+    bool exceeded = false;                 ///< the drive's own verdict
+    SmartData data{};                      ///< what it answers to "read data"
+    bool dataIsSound = true;               ///< whether the check sum of the data is right
+    std::optional<SmartData> thresholds{}; ///< what it answers to "read thresholds"; absent: it has none
+    std::optional<SmartData> healthLog{};  ///< of an NVMe drive; absent: it is none
 };
 
 /// A disk, by its device name.
@@ -54,6 +56,12 @@ public:
     [[nodiscard]] Observation observe(std::function<void(const VolumeNotification&)> observer) override;
     void checkLabel(const std::string& path) override;
     [[nodiscard]] std::optional<Icon> iconForPath(const std::string& path) override;
+    [[nodiscard]] Availability diskOperations(std::vector<DiskOperations>& operations) override {
+        return calls.answer("diskOperations", diskOperationsValue, operations);
+    }
+    [[nodiscard]] Availability diskDevices(std::vector<DiskDevice>& devices) override {
+        return calls.answer("diskDevices", diskDevicesValue, devices);
+    }
 
     /// Tells the observers, on the caller's thread.
     void notify(const VolumeNotification& notification);
@@ -71,7 +79,9 @@ public:
     std::map<std::string, ScriptedDisk> disks;  ///< by device name
     std::map<std::string, Icon> icons;          ///< by mount point
     std::vector<std::string> acceptedTypeNames; ///< the ten names, unless changed
-    bool acceptsAnyRoot = false;                ///< whether "/" is shown whatever its type is
+    std::optional<std::vector<DiskOperations>> diskOperationsValue; ///< of every disk; absent: unsupported
+    std::optional<std::vector<DiskDevice>> diskDevicesValue;        ///< every disk; absent: unsupported
+    bool acceptsAnyRoot = false;                                    ///< whether "/" is shown whatever its type is
 
 private:
     class Session;

@@ -20,6 +20,7 @@ constexpr std::uint8_t commandCheckPowerMode = 0xE5;
 constexpr std::uint8_t commandIdentify = 0xEC;
 constexpr std::uint8_t commandSmart = 0xB0;
 constexpr std::uint8_t smartReadData = 0xD0;
+constexpr std::uint8_t smartReadThresholds = 0xD1;
 constexpr std::uint8_t smartAutosave = 0xD2;
 constexpr std::uint8_t smartOffLineImmediate = 0xD4;
 constexpr std::uint8_t smartEnable = 0xD8;
@@ -195,6 +196,19 @@ public:
             return false;
         }
         return drive_.read(smartCommand(smartReadData, 1), data);
+    }
+
+    bool readThresholds(SmartData& thresholds) override {
+        if (!awake_) {
+            errno = EAGAIN;
+            return false;
+        }
+        return drive_.read(smartCommand(smartReadThresholds, 1), thresholds);
+    }
+
+    bool readHealthLog(SmartData& /*log*/) override {
+        errno = ENOTSUP;
+        return false;
     }
 
     bool validateData(const SmartData& data) override {

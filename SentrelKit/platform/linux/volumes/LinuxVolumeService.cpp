@@ -11,7 +11,7 @@
 namespace sentrel::platform {
 
 LinuxVolumeService::LinuxVolumeService(BlockDevices devices, EventSource& dispatch, DeviceControl& control)
-    : machine_(std::move(devices), control), watch_(machine_.mounts, dispatch) {}
+    : machine_(std::move(devices), control), watch_(machine_.mounts, dispatch), table_(machine_.devices.root()) {}
 
 DeviceControl& LinuxVolumeService::systemControl() noexcept {
     static DeviceControl control;
@@ -82,6 +82,21 @@ std::optional<Icon> LinuxVolumeService::iconForPath(const std::string& path) {
     if (!mount)
         return std::nullopt;
     return volumeIcon(machine_.devices, *mount);
+}
+
+Availability LinuxVolumeService::diskOperations(std::vector<DiskOperations>& disks) {
+    const LockScope scope(tableLock_);
+    return table_.read(disks) ? Availability::available : availabilityOf(errno);
+}
+
+Availability LinuxVolumeService::diskDevices(std::vector<DiskDevice>& devices) {
+    std::vector<DiskOperations> disks;
+    if (const Availability availability = diskOperations(disks); availability != Availability::available)
+        return availability;
+    devices.clear();
+    for (const DiskOperations& disk : disks)
+        devices.push_back(describeDevice(machine_.devices, disk.name));
+    return Availability::available;
 }
 
 } // namespace sentrel::platform

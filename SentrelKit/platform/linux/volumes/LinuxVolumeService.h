@@ -5,9 +5,11 @@
 /// and the device itself for labels and models, SG_IO and NVMe admin commands for SMART, the desktop's storage service
 /// or the system calls for unmounting. What counts as a volume: VolumeRules.h.
 
+#include <SentrelKit/base/system/detail/ThreadSafety.h>
 #include <SentrelKit/platform/VolumeService.h>
 #include <SentrelKit/platform/linux/common/SystemRoot.h>
 #include <SentrelKit/platform/linux/volumes/DeviceControl.h>
+#include <SentrelKit/platform/linux/volumes/DiskTable.h>
 #include <SentrelKit/platform/linux/volumes/LinuxDiskSession.h>
 #include <SentrelKit/platform/linux/volumes/VolumeSpace.h>
 #include <SentrelKit/platform/linux/volumes/VolumeWatch.h>
@@ -29,6 +31,8 @@ public:
     [[nodiscard]] Observation observe(std::function<void(const VolumeNotification&)> observer) override;
     void checkLabel(const std::string& path) override;
     [[nodiscard]] std::optional<Icon> iconForPath(const std::string& path) override;
+    [[nodiscard]] Availability diskOperations(std::vector<DiskOperations>& disks) override;
+    [[nodiscard]] Availability diskDevices(std::vector<DiskDevice>& devices) override;
 
 private:
     static DeviceControl& systemControl() noexcept;
@@ -36,6 +40,8 @@ private:
     DiskMachine machine_;
     VolumeWatch watch_;
     VolumeSpace space_;
+    Lock tableLock_;
+    DiskTable table_ SENTREL_GUARDED_BY(tableLock_);
 };
 
 } // namespace sentrel::platform

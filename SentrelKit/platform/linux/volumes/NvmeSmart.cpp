@@ -29,7 +29,7 @@ constexpr std::size_t firstAttribute = 2;
 constexpr std::size_t rawValue = 5;
 constexpr std::uint8_t temperatureAttribute = 194;
 
-std::optional<NvmeHealthLog> readHealthLog(DeviceControl& control, int device) {
+std::optional<NvmeHealthLog> readHealthLogOf(DeviceControl& control, int device) {
     NvmeHealthLog log{};
     nvme_admin_cmd command{};
     command.opcode = opcodeGetLogPage;
@@ -54,17 +54,28 @@ public:
     bool enableOperations(bool /*enable*/) override { return true; }
     bool enableAutosave(bool /*enable*/) override { return true; }
     std::optional<bool> returnStatus() override {
-        const std::optional<NvmeHealthLog> log = readHealthLog(control_, device_);
+        const std::optional<NvmeHealthLog> log = readHealthLogOf(control_, device_);
         if (!log)
             return std::nullopt;
         return hasCriticalWarning(*log);
     }
     bool executeOffLineImmediate(bool /*extendedTest*/) override { return true; }
     bool readData(SmartData& data) override {
-        const std::optional<NvmeHealthLog> log = readHealthLog(control_, device_);
+        const std::optional<NvmeHealthLog> log = readHealthLogOf(control_, device_);
         if (!log)
             return false;
         data = smartDataOfHealthLog(*log);
+        return true;
+    }
+    bool readThresholds(SmartData& /*thresholds*/) override {
+        errno = ENOTSUP;
+        return false;
+    }
+    bool readHealthLog(SmartData& log) override {
+        const std::optional<NvmeHealthLog> read = readHealthLogOf(control_, device_);
+        if (!read)
+            return false;
+        log = *read;
         return true;
     }
     bool validateData(const SmartData& data) override {
@@ -108,7 +119,7 @@ SmartData smartDataOfHealthLog(const NvmeHealthLog& log) noexcept {
 
 bool isNvmeSmartCapable(DeviceControl& control, const std::string& node) {
     const UniqueFd device = control.open(node);
-    return device && readHealthLog(control, device.get()).has_value();
+    return device && readHealthLogOf(control, device.get()).has_value();
 }
 
 std::unique_ptr<SmartPlugIn> openNvmeSmart(DeviceControl& control, const std::string& node) {

@@ -26,7 +26,7 @@ std::optional<FileSystemSpace> askSpace(const char* path) noexcept {
         return std::nullopt;
     // Blocks are counted in fragments where a file system tells their size (statvfs(3)).
     const auto unit = static_cast<std::uint64_t>(status.f_frsize > 0 ? status.f_frsize : status.f_bsize);
-    return FileSystemSpace{unit, status.f_blocks, status.f_bfree};
+    return FileSystemSpace{unit, status.f_blocks, status.f_bfree, status.f_files, status.f_ffree};
 }
 
 void SpaceQuestion::put(BlockingCalls& calls) {

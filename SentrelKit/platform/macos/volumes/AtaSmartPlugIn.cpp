@@ -3,6 +3,7 @@
 
 #include <IOKit/storage/ata/ATASMARTLib.h>
 
+#include <cerrno>
 #include <cstring>
 
 namespace sentrel::platform {
@@ -43,6 +44,16 @@ public:
             return false;
         std::memcpy(data.data(), &native, data.size());
         return true;
+    }
+
+    bool readThresholds(SmartData& /*thresholds*/) override {
+        errno = ENOTSUP;
+        return false;
+    }
+
+    bool readHealthLog(SmartData& /*log*/) override {
+        errno = ENOTSUP;
+        return false;
     }
 
     bool validateData(const SmartData& data) override {

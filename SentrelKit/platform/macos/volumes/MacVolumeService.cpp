@@ -23,7 +23,11 @@ constexpr std::array<std::string_view, 10> shownTypes{"hfs",   "apfs", "nfs",   
                                                       "exfat", "ntfs", "cd9660", "cddafs", "udf"};
 
 FileSystemSpace spaceOf(const struct statfs& record) noexcept {
-    return {.blockSize = record.f_bsize, .blocks = record.f_blocks, .freeBlocks = record.f_bfree};
+    return {.blockSize = record.f_bsize,
+            .blocks = record.f_blocks,
+            .freeBlocks = record.f_bfree,
+            .inodes = record.f_files,
+            .freeInodes = record.f_ffree};
 }
 
 } // namespace

@@ -16,6 +16,8 @@ public:
     Observation observe(std::function<void(const VolumeNotification&)> observer) override;
     void checkLabel(const std::string& /*path*/) override {} // the workspace tells of each
     std::optional<Icon> iconForPath(const std::string& path) override;
+    Availability diskOperations(std::vector<DiskOperations>& /*disks*/) override { return Availability::unsupported; }
+    Availability diskDevices(std::vector<DiskDevice>& /*devices*/) override { return Availability::unsupported; }
 };
 
 } // namespace sentrel::platform

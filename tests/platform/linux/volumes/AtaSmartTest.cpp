@@ -133,6 +133,29 @@ TEST_F(AtaConversation, LeavesASleepingDriveAsleep) {
     }
 }
 
+TEST_F(AtaConversation, ReadsThresholdsOfADriveThatIsAwakeAndNoHealthLog) {
+    drive_.thresholds[2] = 5;
+    drive_.thresholds[3] = 10;
+    const auto plugIn = openAtaSmart(drive_, "/dev/sda");
+    const auto interface = plugIn->queryInterface();
+    SmartData data{};
+    EXPECT_FALSE(interface->readThresholds(data)) << "before the conversation begins";
+    EXPECT_EQ(errno, EAGAIN);
+    ASSERT_TRUE(interface->enableOperations(true));
+    EXPECT_TRUE(interface->readThresholds(data));
+    EXPECT_EQ(data, drive_.thresholds);
+    EXPECT_EQ(drive_.commands.back(), "B0/D1");
+    EXPECT_FALSE(interface->readHealthLog(data));
+    EXPECT_EQ(errno, ENOTSUP);
+}
+
+TEST_F(AtaConversation, SaysThatThePermissionIsLacking) {
+    drive_.openError = EACCES;
+    errno = 0;
+    EXPECT_FALSE(isAtaSmartCapable(drive_, "/dev/sda"));
+    EXPECT_EQ(errno, EACCES);
+}
+
 TEST_F(AtaConversation, TellsAnExceededThreshold) {
     drive_.isExceeded = true;
     const auto plugIn = openAtaSmart(drive_, "/dev/sda");

@@ -240,5 +240,57 @@ TEST_F(CapturedVolumes, TellNothingWithoutAMountTableToWatch) {
     EXPECT_FALSE(service_.observe([](const VolumeNotification&) {}));
 }
 
+TEST_F(CapturedVolumes, TellWhatEachDeviceOfTheTableIs) {
+    add("sda", "8:0", "ata1", "1 1 1 1 1 1 1\n");
+    files_.write("/sys/devices/ata1/sda/removable", "0\n");
+    files_.write("/sys/devices/ata1/sda/ro", "0\n");
+    files_.write("/sys/devices/ata1/sda/queue/rotational", "1\n");
+    files_.write("/sys/devices/ata1/sda/device/model", "PLATTERS 4000  \n");
+    files_.write("/sys/devices/ata1/sda/size", "1000\n");
+    addPartition("sda1", "8:1", "ata1/sda");
+    files_.write("/sys/devices/ata1/sda/sda1/ro", "1\n");
+    add("dm-0", "253:0", "virtual", "0 0 0 0 0 0 0\n");
+    files_.write("/sys/devices/virtual/dm-0/dm/name", "vg-home\n");
+    files_.write("/proc/diskstats", "8 0 sda 1 2 3 4 5 6 7 8 9 10 11\n8 1 sda1 1 2 3 4 5 6 7 8 9 10 11\n"
+                                    "253 0 dm-0 1 2 3 4 5 6 7 8 9 10 11\n");
+    std::vector<DiskDevice> devices;
+    ASSERT_EQ(service_.diskDevices(devices), Availability::available);
+    ASSERT_EQ(devices.size(), 3U);
+    EXPECT_EQ(devices[0].name, "sda");
+    EXPECT_EQ(devices[0].whole, "sda");
+    EXPECT_EQ(devices[0].model, "PLATTERS 4000");
+    EXPECT_EQ(devices[0].size, 512'000);
+    EXPECT_EQ(devices[0].removable, false);
+    EXPECT_EQ(devices[0].readOnly, false);
+    EXPECT_EQ(devices[0].rotational, true);
+    EXPECT_EQ(devices[1].name, "sda1");
+    EXPECT_EQ(devices[1].whole, "sda");
+    EXPECT_EQ(devices[1].model, "PLATTERS 4000");
+    EXPECT_EQ(devices[1].readOnly, true);
+    EXPECT_EQ(devices[1].rotational, true) << "its disk's";
+    EXPECT_EQ(devices[1].size, std::nullopt);
+    EXPECT_EQ(devices[2].alias, "vg-home");
+    EXPECT_EQ(devices[2].removable, std::nullopt);
+}
+
+TEST_F(CapturedVolumes, WithoutTheTableTellNothingOfDisks) {
+    std::vector<DiskOperations> disks(1);
+    std::vector<DiskDevice> devices(1);
+    EXPECT_EQ(service_.diskOperations(disks), Availability::unsupported);
+    EXPECT_EQ(service_.diskDevices(devices), Availability::unsupported);
+    EXPECT_EQ(disks.size() + devices.size(), 2U);
+}
+
+TEST_F(CapturedVolumes, ReadATableOfAThousandDisksWhole) {
+    std::string table;
+    for (int disk = 0; disk < 1000; ++disk)
+        table += "8 " + std::to_string(disk) + " sd" + std::to_string(disk) + " 1 2 3 4 5 6 7 8 9 10 11\n";
+    files_.write("/proc/diskstats", table);
+    std::vector<DiskOperations> disks;
+    EXPECT_EQ(service_.diskOperations(disks), Availability::available);
+    ASSERT_EQ(disks.size(), 1000U);
+    EXPECT_EQ(disks[999].name, "sd999");
+}
+
 } // namespace
 } // namespace sentrel::platform

@@ -98,6 +98,30 @@ TEST(NvmeHealth, ComesAsASmartConversation) {
     EXPECT_FALSE(interface->readData(data));
 }
 
+TEST(NvmeHealth, IsReadAsTheDriveGivesItAndHasNoThresholds) {
+    ScriptedNvmeDrive drive;
+    drive.log[5] = 77;
+    const auto plugIn = openNvmeSmart(drive, "/dev/nvme0n1");
+    const auto interface = plugIn->queryInterface();
+    SmartData log{};
+    EXPECT_TRUE(interface->readHealthLog(log));
+    EXPECT_EQ(log, drive.log);
+    EXPECT_FALSE(interface->readThresholds(log));
+    EXPECT_EQ(errno, ENOTSUP);
+    drive.error = EPERM;
+    EXPECT_FALSE(interface->readHealthLog(log));
+    EXPECT_EQ(errno, EPERM);
+    EXPECT_EQ(log[5], 77) << "as it was";
+}
+
+TEST(NvmeHealth, SaysThatThePermissionIsLacking) {
+    ScriptedNvmeDrive drive;
+    drive.openError = EACCES;
+    errno = 0;
+    EXPECT_FALSE(isNvmeSmartCapable(drive, "/dev/nvme0n1"));
+    EXPECT_EQ(errno, EACCES);
+}
+
 TEST(NvmeHealth, IsNotToBeHadWithoutPermission) {
     ScriptedNvmeDrive drive;
     drive.error = EACCES;

@@ -27,6 +27,7 @@ public:
     std::vector<std::string> commands; ///< command, SMART subcommand, and what distinguishes its forms
     std::vector<unsigned> timeouts;    ///< milliseconds
     std::array<std::uint8_t, 512> data{};
+    std::array<std::uint8_t, 512> thresholds{};
     std::uint8_t powerMode = 0xFF;
     bool hasSmart = true;
     bool isSmartOn = false;
@@ -65,7 +66,9 @@ public:
             return 0;
         }
         if (io.dxfer_direction == SG_DXFER_FROM_DEV) {
-            const std::array<std::uint8_t, 512> sector = block[14] == 0xEC ? identity() : data;
+            const bool wantsThresholds = block[14] == 0xB0 && block[4] == 0xD1;
+            const std::array<std::uint8_t, 512> sector =
+                block[14] == 0xEC ? identity() : (wantsThresholds ? thresholds : data);
             std::memcpy(io.dxferp, sector.data(), sector.size() - static_cast<std::size_t>(residual));
             io.resid = residual;
             return 0;
