@@ -48,6 +48,8 @@ void setSpace(DiskData& data, const platform::FileSystemSpace& space) {
     data.used = static_cast<std::int64_t>((space.blocks - space.freeBlocks) * space.blockSize);
     data.free = static_cast<std::int64_t>(space.freeBlocks * space.blockSize);
     data.total = static_cast<std::int64_t>(space.blocks * space.blockSize);
+    data.inodes = static_cast<std::int64_t>(space.inodes);
+    data.freeInodes = static_cast<std::int64_t>(space.freeInodes);
 }
 
 void describe(platform::DiskSession& session, const char* bsdName, char* name, char* model) {

@@ -29,9 +29,11 @@ struct DiskData {
     std::int64_t bytesRead;    ///< the same for reading
     std::int64_t used;         ///< bytes
     std::int64_t free;         ///< bytes, also those that only privileged users may fill
-    std::int64_t total;  ///< bytes; in a listing 0, as `used` and `free`, while the file system gave no answer yet
-    std::uint8_t isRoot; ///< 1 for the root file system, else 0
-    const char* source;  ///< the whole of what is mounted, such as "/dev/sda1" or "server:/share"; may be empty
+    std::int64_t total;      ///< bytes; in a listing 0, as `used` and `free`, while the file system gave no answer yet
+    std::uint8_t isRoot;     ///< 1 for the root file system, else 0
+    const char* source;      ///< the whole of what is mounted, such as "/dev/sda1" or "server:/share"; may be empty
+    std::int64_t inodes;     ///< files that there can be; 0 where the file system does not count them, as `total`
+    std::int64_t freeInodes; ///< of these
 };
 
 /// A drive's health.

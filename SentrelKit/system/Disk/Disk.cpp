@@ -2,8 +2,11 @@
 #include <SentrelKit/system/Disk/Disk.h>
 
 #include <SentrelKit/base/system/detail/ThreadSafety.h>
+#include <SentrelKit/platform/Clock.h>
+#include <SentrelKit/platform/HostService.h>
 #include <SentrelKit/platform/VolumeService.h>
 
+#include <algorithm>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -259,7 +262,8 @@ private:
     Atomic<std::shared_ptr<Volume>> root_;
 };
 
-Disk::Disk(std::shared_ptr<probes::SystemManager> session) : set_(std::make_shared<VolumeSet>(std::move(session))) {
+Disk::Disk(std::shared_ptr<probes::SystemManager> session)
+    : set_(std::make_shared<VolumeSet>(session)), alarm_(session, PressureResource::io) {
     set_->load();
     observation_ = set_->session().platform().volumes().observe(
         [set = set_.get()](const platform::VolumeNotification& notification) { set->hear(notification); });
@@ -272,6 +276,125 @@ Disk::~Disk() {
 
 void Disk::update() {
     set_->sample();
+    if (measuring_.wanted() != MeasureSet<Measure>{} || isMeasured_)
+        sampleMeasures();
+}
+
+void Disk::sampleMeasures() {
+    sampling_.synchronise([this]() SENTREL_REQUIRES(sampling_) {
+        isMeasured_ = measuring_.wanted() != MeasureSet<Measure>{};
+        sampleDisks();
+        if (measuring_.wants(Measure::inodes)) {
+            const VolumeSet::Snapshot volumes = set_->volumes();
+            const bool areCounted =
+                std::ranges::any_of(*volumes, [](const auto& entry) { return entry.second->inodes_ > 0; });
+            measuring_.note(Measure::inodes, areCounted ? Availability::available : Availability::unsupported);
+        }
+        if (measuring_.wants(Measure::pressure)) {
+            Pressure pressure;
+            const Availability availability =
+                set_->session().platform().host().pressure(PressureResource::io, pressure);
+            pressure_.setValue(pressure);
+            measuring_.note(Measure::pressure, availability);
+        }
+    });
+}
+
+// Both groups of facts on disks come from one table of counters: it tells which devices there are.
+void Disk::sampleDisks() {
+    if (!measuring_.wants(Measure::activity))
+        rates_.forget();
+    if (!measuring_.wants(Measure::activity) && !measuring_.wants(Measure::devices))
+        return;
+    platform::VolumeService& volumes = set_->session().platform().volumes();
+    const std::int64_t time = set_->session().platform().clock().monotonicNanoseconds();
+    const Availability availability = volumes.diskOperations(operations_);
+    if (availability == Availability::available && measuring_.wants(Measure::activity)) {
+        rates_.take(operations_, time, nextActivity_);
+        activity_.withValue([this](auto& shown) SENTREL_REQUIRES(sampling_) { shown.swap(nextActivity_); });
+    }
+    measuring_.note(Measure::devices, availability == Availability::available ? sampleDevices() : availability);
+    measuring_.note(Measure::activity, availability);
+}
+
+Availability Disk::sampleDevices() {
+    VolumeSet::Snapshot volumes = set_->volumes();
+    const bool stand = devices_.withValue([this](const std::vector<DiskDevice>& shown) SENTREL_REQUIRES(sampling_) {
+        return std::ranges::equal(shown, operations_, {}, &DiskDevice::name, &DiskOperations::name);
+    });
+    if (stand && devicesOf_ == volumes && devicesAnswer_ == Availability::available)
+        return devicesAnswer_;
+    std::vector<DiskDevice> next;
+    devicesAnswer_ = set_->session().platform().volumes().diskDevices(next);
+    if (devicesAnswer_ == Availability::available)
+        devices_.setValue(std::move(next));
+    devicesOf_ = std::move(volumes);
+    return devicesAnswer_;
+}
+
+void Disk::activity(std::vector<probes::DiskActivity>& list) const {
+    if (measuring_.has(Measure::activity))
+        activity_.withValue([&list](const auto& shown) { list = shown; });
+    else
+        list.clear();
+}
+
+std::vector<probes::DiskActivity> Disk::activity() const {
+    std::vector<probes::DiskActivity> list;
+    activity(list);
+    return list;
+}
+
+std::optional<probes::DiskActivity> Disk::activity(const Volume& volume) const {
+    const std::optional<DiskDevice> device = find(volume);
+    if (!device || !measuring_.has(Measure::activity))
+        return std::nullopt;
+    return activity_.withValue([&device](const auto& shown) -> std::optional<probes::DiskActivity> {
+        const auto found = std::ranges::find(shown, device->whole,
+                                             [](const probes::DiskActivity& each) { return each.counters.name; });
+        return found == shown.end() ? std::nullopt : std::optional(*found);
+    });
+}
+
+void Disk::devices(std::vector<DiskDevice>& list) const {
+    if (measuring_.has(Measure::devices))
+        devices_.withValue([&list](const auto& shown) { list = shown; });
+    else
+        list.clear();
+}
+
+std::vector<DiskDevice> Disk::devices() const {
+    std::vector<DiskDevice> list;
+    devices(list);
+    return list;
+}
+
+std::optional<DiskDevice> Disk::device(const Volume& volume) const {
+    return measuring_.has(Measure::devices) ? find(volume) : std::nullopt;
+}
+
+// By the last part of the path of what is mounted: the kernel's name of it, or the alias.
+std::optional<DiskDevice> Disk::find(const Volume& volume) const {
+    if (!volume.source_.starts_with("/dev/"))
+        return std::nullopt;
+    const std::string name = volume.source_.substr(volume.source_.rfind('/') + 1);
+    return devices_.withValue([&name](const auto& shown) -> std::optional<DiskDevice> {
+        const auto found = std::ranges::find_if(
+            shown, [&name](const DiskDevice& each) { return each.name == name || each.alias == name; });
+        return found == shown.end() ? std::nullopt : std::optional(*found);
+    });
+}
+
+std::optional<Disk::Inodes> Disk::inodes(const Volume& volume) const {
+    const std::int64_t total = volume.inodes_;
+    if (!measuring_.has(Measure::inodes) || total <= 0)
+        return std::nullopt;
+    const std::int64_t free = std::clamp<std::int64_t>(volume.freeInodes_, 0, total);
+    return Inodes{total - free, free, total};
+}
+
+std::optional<Pressure> Disk::pressure() const {
+    return measuring_.has(Measure::pressure) ? std::optional(pressure_.value()) : std::nullopt;
 }
 
 Disk::Volumes Disk::volumes() const {

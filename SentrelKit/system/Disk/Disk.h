@@ -5,11 +5,20 @@
 
 #include <SentrelKit/Export.h>
 #include <SentrelKit/base/system/detail/Relaxed.h>
+#include <SentrelKit/platform/Availability.h>
+#include <SentrelKit/platform/DiskFacts.h>
 #include <SentrelKit/platform/Icon.h>
+#include <SentrelKit/platform/Pressure.h>
 #include <SentrelKit/platform/VolumeNotification.h>
 #include <SentrelKit/probes/DiskProbes.h>
+#include <SentrelKit/probes/DiskRates.h>
+#include <SentrelKit/probes/SmartDetails.h>
+#include <SentrelKit/system/MeasureSet.h>
 #include <SentrelKit/system/Mutex/Atomic.h>
+#include <SentrelKit/system/Signal.h>
 #include <SentrelKit/system/SystemResource.h>
+#include <SentrelKit/system/detail/Measuring.h>
+#include <SentrelKit/system/detail/PressureAlarm.h>
 
 #include <cstdint>
 #include <map>
@@ -17,6 +26,7 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace sentrel {
 
@@ -64,10 +74,96 @@ public:
     /// nothing. Waits neither for a sample nor for a listing, which does not bring the old name back. Any thread.
     void handleRenameNotification(const platform::VolumeNotification& notification);
 
+    /// Groups of further facts, each sampled only while it is wanted.
+    enum class Measure : std::uint8_t {
+        activity, ///< `activity`
+        devices,  ///< `devices` and `device`
+        inodes,   ///< `inodes`
+        pressure, ///< `pressure`
+    };
+
+    /// From the next sample on these groups are sampled too, and no others. A group that is not wanted costs nothing.
+    /// Any thread.
+    void setMeasures(MeasureSet<Measure> wanted) noexcept { measuring_.setWanted(wanted); }
+
+    /// The groups that are wanted; none at first. Any thread.
+    [[nodiscard]] MeasureSet<Measure> measures() const noexcept { return measuring_.wanted(); }
+
+    /// What the last sample said of a group; absent while the group is not wanted or was not sampled since. The facts
+    /// of a group are absent unless it is available. Any thread.
+    [[nodiscard]] std::optional<Availability> availability(Measure measure) const noexcept {
+        return measuring_.availability(measure);
+    }
+
+    // Any thread, under a short lock. The form that fills a list lets a reader use its memory again.
+
+    /// What each disk, and each part of one, did since the sample before, whether or not a volume lies on it; empty
+    /// unless available. Linux: /proc/diskstats (fields 1, 4, 5, 8 to 11), readable for everybody; macOS: unsupported.
+    [[nodiscard]] std::vector<probes::DiskActivity> activity() const;
+    /// The same into a list.
+    void activity(std::vector<probes::DiskActivity>& list) const;
+    /// That of the whole disk that a volume lies on, or of the device that is stacked on several; absent for a share
+    /// and unless available.
+    [[nodiscard]] std::optional<probes::DiskActivity> activity(const Volume& volume) const;
+
+    /// Each disk, and each part of one; empty unless available. Read anew when a device came or went, or something was
+    /// mounted. Linux: sysfs (dm/name, device/model, size, removable, ro, queue/rotational) and udev's word on the
+    /// model, readable for everybody; macOS: unsupported.
+    [[nodiscard]] std::vector<DiskDevice> devices() const;
+    /// The same into a list.
+    void devices(std::vector<DiskDevice>& list) const;
+    /// The one that a volume lies on; absent for a share and unless available.
+    [[nodiscard]] std::optional<DiskDevice> device(const Volume& volume) const;
+
+    /// How many files a volume has room for.
+    struct Inodes {
+        std::int64_t used = 0;  ///< files that there are, folders included
+        std::int64_t free = 0;  ///< that there can be beside them
+        std::int64_t total = 0; ///< both
+        /// Whether all three are the same.
+        friend bool operator==(const Inodes&, const Inodes&) = default;
+    };
+
+    /// Those of a volume, as of the last sample; absent where the file system does not count them (btrfs, exfat, many
+    /// shares) and unless wanted. Comes with the volume's space, and waits as little: statfs, f_files and f_ffree. The
+    /// group is unsupported while no volume has them.
+    [[nodiscard]] std::optional<Inodes> inodes(const Volume& volume) const;
+
+    /// How much threads wait for disks. Linux 4.20: /proc/pressure/io, readable for everybody. Not on macOS.
+    [[nodiscard]] std::optional<Pressure> pressure() const;
+
+    /// From now on `onPressure` fires when threads waited for disks as the threshold says; absent: no longer. The
+    /// system itself counts, whether this model is sampled or not. The answer is why it does not: on Linux it depends
+    /// on the kernel's version and on privilege which thresholds it takes (Linux 6.5: from everybody those with windows
+    /// of 2, 4, 6, 8 or 10 s; else CAP_SYS_RESOURCE); macOS has none. On the main thread.
+    Availability setPressureThreshold(const std::optional<PressureThreshold>& threshold) {
+        return alarm_.set(threshold);
+    }
+
+    /// Fires on the main queue, at most once a window. Carries no value.
+    [[nodiscard]] Signal<void>& onPressure() noexcept { return alarm_.crossed(); }
+
 private:
     class VolumeSet;
 
+    void sampleMeasures();
+    void sampleDisks() SENTREL_REQUIRES(sampling_);
+    [[nodiscard]] Availability sampleDevices() SENTREL_REQUIRES(sampling_);
+    [[nodiscard]] std::optional<DiskDevice> find(const Volume& volume) const;
+
     std::shared_ptr<VolumeSet> set_;
+    Measuring<Measure> measuring_;
+    Mutex sampling_; // of further facts; held by one sample at a time, and not by readers
+    probes::DiskRates rates_ SENTREL_GUARDED_BY(sampling_);
+    std::vector<DiskOperations> operations_ SENTREL_GUARDED_BY(sampling_);
+    std::vector<probes::DiskActivity> nextActivity_ SENTREL_GUARDED_BY(sampling_);
+    std::shared_ptr<const Volumes> devicesOf_ SENTREL_GUARDED_BY(sampling_); // the volumes when devices were read
+    Availability devicesAnswer_ SENTREL_GUARDED_BY(sampling_) = Availability::failed;
+    Relaxed<bool> isMeasured_;
+    Atomic<std::vector<probes::DiskActivity>> activity_;
+    Atomic<std::vector<DiskDevice>> devices_;
+    Atomic<Pressure> pressure_;
+    PressureAlarm alarm_;
     Observation observation_;
 };
 
@@ -129,6 +225,11 @@ public:
     /// drive cannot be asked now.
     [[nodiscard]] std::optional<SmartStatus> smartStatus() const;
 
+    /// Asks the drive anew for all that it tells of its health, for as long as it takes: seconds if it is in trouble,
+    /// so not for the main thread. The details stay as they were unless available; `readSmartDetails` says what each
+    /// answer means, and which privilege it takes. `failed` once the machine's session is gone.
+    Availability smartDetails(probes::SmartDetails& details) const;
+
 private:
     friend class Disk;
 
@@ -166,6 +267,8 @@ private:
     Relaxed<double> wbytesps_;
     Relaxed<double> rbytesps_;
     Relaxed<std::int64_t> timestamp_;
+    Relaxed<std::int64_t> inodes_; // 0 where they are not counted
+    Relaxed<std::int64_t> freeInodes_;
 };
 
 } // namespace sentrel

@@ -33,6 +33,11 @@ std::optional<Disk::Volume::SmartStatus> Disk::Volume::smartStatus() const {
     return SmartStatus{data.healthy != 0, data.temperature};
 }
 
+Availability Disk::Volume::smartDetails(probes::SmartDetails& details) const {
+    const std::shared_ptr<probes::SystemManager> session = session_.lock();
+    return session ? probes::readSmartDetails(device_.c_str(), details, *session) : Availability::failed;
+}
+
 bool Disk::Volume::sample(probes::SystemManager& session) {
     const std::int64_t now = Time_milli(session.platform().clock());
     const std::shared_ptr<const Label> label = label_.value();
@@ -58,6 +63,8 @@ void Disk::Volume::relist(probes::DiskData data, std::int64_t time) {
     if (data.total == 0) {
         data.free = free();
         data.used = used();
+        data.inodes = inodes_;
+        data.freeInodes = freeInodes_;
     }
     const std::int64_t gap = time - timestamp();
     if (gap >= 1)
@@ -86,6 +93,8 @@ void Disk::Volume::setActivity(const probes::DiskData& data, std::int64_t now) n
     rbytes_ = data.bytesRead;
     free_ = data.free;
     used_ = data.used;
+    inodes_ = data.inodes;
+    freeInodes_ = data.freeInodes;
     timestamp_ = now;
 }
 

@@ -6,6 +6,8 @@
 
 #include "tests/support/Await.h"
 
+#include <atomic>
+#include <cerrno>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <limits>
@@ -823,6 +825,200 @@ TEST_F(DiskModel, HasNoStatusWithoutAStoredRecordNorFromADriveThatIsGone) {
     EXPECT_THAT(volumes().calls.list(), testing::IsEmpty()); // without asking
     volumes().disks.erase("disk1");
     EXPECT_FALSE(disk.volumes().at("disk1")->smartStatus());
+}
+
+class DiskMeasures : public DiskModel {
+protected:
+    using Measure = Disk::Measure;
+
+    DiskMeasures() {
+        volumes().mount("disk1s1", "/");
+        volumes().mount("server:/export", "/net");
+        volumes().mounts.back().from = "server:/export";
+        volumes().diskOperationsValue = {{{.name = "disk1", .reads = 100}, {.name = "disk1s1"}}};
+        volumes().diskDevicesValue = {{{.name = "disk1", .alias = {}, .whole = "disk1", .rotational = true},
+                                       {.name = "disk1s1", .alias = {}, .whole = "disk1"}}};
+    }
+
+    void sample(Disk& disk) {
+        advance(1);
+        disk.update();
+    }
+    std::size_t asked(const char* operation) { return volumes().calls.count(operation); }
+    static VolumePointer at(const Disk& disk, const std::string& path) {
+        for (const auto& [device, volume] : disk.volumes()) {
+            if (volume->path() == path)
+                return volume;
+        }
+        return nullptr;
+    }
+};
+
+TEST_F(DiskMeasures, NothingIsAskedOrShownUntilItIsWanted) {
+    Disk disk;
+    sample(disk);
+    EXPECT_EQ(asked("diskOperations") + asked("diskDevices"), 0U);
+    EXPECT_TRUE(disk.activity().empty() && disk.devices().empty());
+    EXPECT_FALSE(disk.activity(*disk.HD()));
+    EXPECT_FALSE(disk.device(*disk.HD()));
+    EXPECT_FALSE(disk.inodes(*disk.HD()));
+    EXPECT_FALSE(disk.pressure());
+    EXPECT_EQ(disk.availability(Measure::activity), std::nullopt);
+}
+
+TEST_F(DiskMeasures, TheActivityOfAVolumeIsThatOfItsWholeDisk) {
+    Disk disk;
+    disk.setMeasures({Measure::activity});
+    sample(disk);
+    EXPECT_EQ(disk.availability(Measure::activity), Availability::available);
+    EXPECT_EQ(disk.activity().size(), 2U);
+    EXPECT_FALSE(disk.activity(*disk.HD())->readsRate) << "the first sample";
+    volumes().diskOperationsValue->at(0).reads += 20;
+    volumes().diskOperationsValue->at(0).busyTime += 500;
+    advance(1);
+    sample(disk);
+    EXPECT_EQ(disk.activity(*disk.HD())->counters.name, "disk1");
+    EXPECT_DOUBLE_EQ(disk.activity(*disk.HD())->readsRate.value(), 10);
+    EXPECT_DOUBLE_EQ(disk.activity(*disk.HD())->busy.value(), 25);
+    EXPECT_FALSE(disk.activity(*at(disk, "/net"))) << "on no disk of this machine";
+    EXPECT_TRUE(disk.devices().empty()) << "which nobody wanted";
+}
+
+TEST_F(DiskMeasures, ActivityThatIsWantedAnewBeginsAnew) {
+    Disk disk;
+    disk.setMeasures({Measure::activity});
+    sample(disk);
+    disk.setMeasures({});
+    EXPECT_TRUE(disk.activity().empty());
+    sample(disk);
+    disk.setMeasures({Measure::activity});
+    sample(disk);
+    EXPECT_FALSE(disk.activity().at(0).readsRate);
+}
+
+TEST_F(DiskMeasures, DevicesAreReadOnceUntilOneComesOrGoesOrSomethingIsMounted) {
+    Disk disk;
+    disk.setMeasures({Measure::devices});
+    sample(disk);
+    sample(disk);
+    EXPECT_EQ(asked("diskDevices"), 1U);
+    EXPECT_EQ(disk.device(*disk.HD())->whole, "disk1");
+    EXPECT_EQ(disk.devices().at(0).rotational, true);
+    volumes().diskOperationsValue->push_back({.name = "disk2"});
+    volumes().diskDevicesValue->push_back({.name = "disk2", .alias = "vault", .whole = "disk2"});
+    sample(disk);
+    EXPECT_EQ(asked("diskDevices"), 2U);
+    EXPECT_EQ(disk.devices().size(), 3U);
+    mountLater("mapper/vault", "/vault");
+    sample(disk);
+    sample(disk);
+    EXPECT_EQ(asked("diskDevices"), 3U);
+    EXPECT_EQ(disk.device(*at(disk, "/vault"))->name, "disk2") << "by its other name";
+}
+
+TEST_F(DiskMeasures, WhatFailsIsEmptySaysWhyAndComesBack) {
+    Disk disk;
+    disk.setMeasures({Measure::activity, Measure::devices});
+    volumes().calls.fail("diskDevices", {.error = EACCES});
+    sample(disk);
+    EXPECT_EQ(disk.availability(Measure::activity), Availability::available);
+    EXPECT_EQ(disk.availability(Measure::devices), Availability::denied);
+    EXPECT_TRUE(disk.devices().empty());
+    volumes().calls.fail("diskOperations", {.error = EIO});
+    sample(disk);
+    EXPECT_EQ(disk.availability(Measure::activity), Availability::failed);
+    EXPECT_TRUE(disk.activity().empty());
+    volumes().calls.succeed();
+    sample(disk);
+    EXPECT_EQ(disk.devices().size(), 2U);
+    EXPECT_TRUE(disk.activity().at(0).readsRate) << "over both gaps";
+    volumes().diskOperationsValue.reset();
+    sample(disk);
+    EXPECT_EQ(disk.availability(Measure::devices), Availability::unsupported);
+}
+
+TEST_F(DiskMeasures, InodesComeWithTheSpaceOfAVolume) {
+    Disk disk;
+    disk.setMeasures({Measure::inodes});
+    sample(disk);
+    EXPECT_EQ(disk.availability(Measure::inodes), Availability::unsupported) << "no volume counts them";
+    volumes().mounts[0].space.inodes = 1000;
+    volumes().mounts[0].space.freeInodes = 300;
+    const std::size_t before = asked("space");
+    sample(disk);
+    EXPECT_EQ(asked("space") - before, 2U) << "one question a volume";
+    EXPECT_EQ(disk.availability(Measure::inodes), Availability::available);
+    EXPECT_EQ(disk.inodes(*disk.HD()), (Disk::Inodes{700, 300, 1000}));
+    EXPECT_FALSE(disk.inodes(*at(disk, "/net")));
+    volumes().mounts[0].space.freeInodes = 5000;
+    sample(disk);
+    EXPECT_EQ(disk.inodes(*disk.HD()), (Disk::Inodes{0, 1000, 1000})) << "never more than there can be";
+}
+
+TEST_F(DiskMeasures, TellOfPressureAndFireWhenItCrossesAThreshold) {
+    ScriptedMachine machine;
+    machine->host().pressureValues[2] = Pressure{{1, 2, 3, 4}, PressureShare{5, 6, 7, 8}};
+    Disk disk;
+    disk.setMeasures({Measure::pressure});
+    disk.update();
+    EXPECT_EQ(disk.pressure(), machine->host().pressureValues[2]);
+    const auto owner = std::make_shared<int>();
+    int fires = 0;
+    disk.onPressure().listen(owner, [&] { ++fires; });
+    EXPECT_EQ(disk.setPressureThreshold(PressureThreshold{}), Availability::available);
+    machine->host().press(PressureResource::io);
+    machine->advance(0);
+    EXPECT_EQ(fires, 1);
+    machine->host().pressureValues[2].reset();
+    disk.update();
+    EXPECT_EQ(disk.availability(Measure::pressure), Availability::unsupported);
+    EXPECT_FALSE(disk.pressure());
+}
+
+TEST_F(DiskMeasures, AreReadFromOtherThreadsWhileTheyAreSampledAndTurnedOnAndOff) {
+    Disk disk;
+    std::atomic<bool> done{false};
+    std::thread reader([&] {
+        std::vector<probes::DiskActivity> activity;
+        std::vector<DiskDevice> devices;
+        while (!done) {
+            disk.activity(activity);
+            disk.devices(devices);
+            static_cast<void>(disk.activity(*disk.HD()));
+            static_cast<void>(disk.inodes(*disk.HD()));
+            static_cast<void>(disk.pressure());
+        }
+    });
+    std::thread changer([&] {
+        while (!done) {
+            disk.setMeasures({Measure::activity, Measure::devices, Measure::inodes, Measure::pressure});
+            disk.setMeasures({Measure::activity});
+        }
+    });
+    for (int round = 0; round < 200; ++round)
+        sample(disk);
+    done = true;
+    reader.join();
+    changer.join();
+    disk.setMeasures({Measure::activity});
+    sample(disk);
+    EXPECT_EQ(disk.activity().size(), 2U);
+}
+
+TEST_F(DiskMeasures, AVolumeAsksItsDriveForAllItTells) {
+    volumes().disks["disk1s1"].whole = "disk1";
+    volumes().disks["disk1"].smartAncestor = 1;
+    platform::SmartData& data = volumes().disks["disk1"].drive.data;
+    data[2] = 9; // power-on hours
+    data[7] = 100;
+    const Disk disk;
+    probes::SmartDetails details;
+    EXPECT_EQ(disk.HD()->smartDetails(details), Availability::available);
+    EXPECT_EQ(details.powerOnHours, 100);
+    EXPECT_EQ(details.healthy, true);
+    EXPECT_EQ(at(disk, "/net")->smartDetails(details), Availability::unsupported);
+    EXPECT_EQ(details.powerOnHours, 100) << "as it was";
+    EXPECT_EQ(Disk::Volume().smartDetails(details), Availability::failed);
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 
 #include <SentrelKit/system/Disk/Disk.h>
 
+#include "tests/support/Allocations.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/linux/HangingFileSystem.h"
 #include "tests/support/linux/LoopDisk.h"
@@ -16,9 +17,12 @@
 #include <array>
 #include <chrono>
 #include <cstdint>
+#include <cstdio>
 #include <fcntl.h>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <map>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <sys/mount.h>
@@ -64,6 +68,19 @@ std::array<std::int64_t, 2> diskstats(const std::string& device) {
             return {numbers[2] * 512, numbers[6] * 512};
     }
     return {-1, -1};
+}
+
+// What a program prints, a line each.
+std::vector<std::string> linesOf(const std::string& command) {
+    std::vector<std::string> lines;
+    std::FILE* const program = ::popen(command.c_str(), "re");
+    std::array<char, 512> line{};
+    while (program && std::fgets(line.data(), line.size(), program)) {
+        lines.emplace_back(line.data());
+        lines.back().pop_back();
+    }
+    EXPECT_TRUE(program && ::pclose(program) == 0) << command;
+    return lines;
 }
 
 // What `dd bs=1M conv=fsync` does.
@@ -145,6 +162,123 @@ TEST_F(LiveDisk, AgreesWithStatvfsAndDiskstats) {
     EXPECT_EQ(volume->rbytes(), read);
     EXPECT_EQ(volume->wbytes(), written);
     EXPECT_GE(written, 4 << 20);
+}
+
+TEST_F(LiveDisk, CountsTheOperationsOfADiskAsTheKernelsTableReadByAnotherProgramDoes) {
+    const LoopDisk image("BUSY", 32);
+    image.mount();
+    Disk disk;
+    const VolumePointer volume = find(disk, image.device());
+    ASSERT_TRUE(volume);
+    disk.setMeasures({Disk::Measure::activity});
+    disk.update();
+    const SteadyClock::time_point begin = SteadyClock::now();
+    const auto before = disk.activity(*volume);
+    ASSERT_TRUE(before);
+    writeAndSync(image.path() + "/file", 16);
+    ::sync();
+    // What the table says stands between two samples, which show the same once the disk is at rest.
+    std::optional<probes::DiskActivity> after;
+    std::vector<std::string> told;
+    double seconds = 0;
+    ASSERT_TRUE(eventually([&] {
+        disk.update();
+        seconds = std::chrono::duration<double>(SteadyClock::now() - begin).count();
+        after = disk.activity(*volume);
+        told = linesOf("/usr/bin/python3 -c \"for line in open('/proc/diskstats'):\n f = line.split()\n if f[2] == '" +
+                       image.device() +
+                       "':\n  print(f[3]); print(f[6]); print(f[7]); print(f[10]); print(f[11]); print(f[12])\"");
+        const std::vector<std::string> shown = {
+            std::to_string(after->counters.reads),         std::to_string(after->counters.readTime),
+            std::to_string(after->counters.writes),        std::to_string(after->counters.writeTime),
+            std::to_string(after->counters.operationsNow), std::to_string(after->counters.busyTime)};
+        return shown == told;
+    }));
+    EXPECT_GT(after->counters.writes, before->counters.writes);
+    EXPECT_GE(after->busy.value(), 0);
+    EXPECT_LE(after->busy.value(), 100);
+    EXPECT_GT(seconds, 0);
+}
+
+TEST_F(LiveDisk, GivesTheWritesASecondOfTheTimeBetweenTwoSamples) {
+    const LoopDisk image("RATE", 32);
+    image.mount();
+    Disk disk;
+    const VolumePointer volume = find(disk, image.device());
+    ASSERT_TRUE(volume);
+    disk.setMeasures({Disk::Measure::activity});
+    disk.update();
+    const auto before = disk.activity(*volume);
+    const SteadyClock::time_point begin = SteadyClock::now();
+    const SteadyClock::time_point end = begin + 300ms;
+    do
+        writeAndSync(image.path() + "/file", 2);
+    while (SteadyClock::now() < end);
+    disk.update();
+    const double seconds = std::chrono::duration<double>(SteadyClock::now() - begin).count();
+    const auto after = disk.activity(*volume);
+    ASSERT_TRUE(before && after && after->writesRate);
+    const auto writes = static_cast<double>(after->counters.writes - before->counters.writes);
+    EXPECT_GT(writes, 0);
+    // The model's clock reads a little outside this test's, at both ends.
+    EXPECT_NEAR(*after->writesRate * seconds / writes, 1.0, 0.1);
+    EXPECT_GT(after->writeLatency.value_or(0), 0);
+}
+
+TEST_F(LiveDisk, TellsOfDevicesWhatLsblkDoes) {
+    const DividedLoopDisk divided;
+    Disk disk;
+    disk.setMeasures({Disk::Measure::devices});
+    disk.update();
+    ASSERT_EQ(disk.availability(Disk::Measure::devices), Availability::available);
+    std::map<std::string, std::string> shown;
+    for (const DiskDevice& device : disk.devices()) {
+        const auto flag = [](const std::optional<bool>& value) { return value.value_or(false) ? "1" : "0"; };
+        shown[device.name] = device.whole + ' ' + flag(device.removable) + ' ' + flag(device.readOnly) + ' ' +
+                             flag(device.rotational) + ' ' + std::to_string(device.size.value_or(-1));
+    }
+    const std::vector<std::string> told = linesOf(
+        "lsblk -J -b -l -o KNAME,PKNAME,TYPE,RM,RO,ROTA,SIZE | /usr/bin/python3 -c \"import json, sys\nfor d in "
+        "json.load(sys.stdin)['blockdevices']:\n part = d['type'] == 'part'\n print(d['kname'], d['pkname'] if part "
+        "else d['kname'], int(d['rm']), int(d['ro']), int(d['rota']), d['size'])\"");
+    EXPECT_GE(told.size(), 3U) << "a disk and its parts";
+    for (const std::string& line : told) {
+        const std::size_t blank = line.find(' ');
+        EXPECT_EQ(shown[line.substr(0, blank)], line.substr(blank + 1)) << line;
+    }
+}
+
+TEST_F(LiveDisk, CountsInodesAsDfDoes) {
+    const LoopDisk image("FILES", 16);
+    image.mount();
+    Disk disk;
+    disk.setMeasures({Disk::Measure::inodes});
+    writeAndSync(image.path() + "/file", 1);
+    disk.update();
+    const VolumePointer volume = find(disk, image.device());
+    ASSERT_TRUE(volume);
+    const std::optional<Disk::Inodes> inodes = disk.inodes(*volume);
+    ASSERT_TRUE(inodes);
+    const std::vector<std::string> told = linesOf("df --output=itotal,iused,iavail '" + image.path() + "'");
+    ASSERT_EQ(told.size(), 2U);
+    std::istringstream numbers(told[1]);
+    Disk::Inodes expected;
+    numbers >> expected.total >> expected.used >> expected.free;
+    EXPECT_EQ(*inodes, expected);
+}
+
+TEST_F(LiveDisk, TellsOfDisksWithoutAllocatingOnceWarm) {
+    const LoopDisk image("WARM", 16);
+    image.mount();
+    Disk disk;
+    disk.setMeasures({Disk::Measure::activity, Disk::Measure::devices, Disk::Measure::inodes});
+    // Others on the machine may mount something meanwhile, which is listed anew.
+    EXPECT_TRUE(eventually([&] {
+        const std::size_t before = allocations();
+        for (int i = 0; i < 10; ++i)
+            disk.update();
+        return !countsAllocations || allocations() == before;
+    }));
 }
 
 TEST_F(LiveDisk, ShowsTheRateAtWhichAFileIsWritten) {
