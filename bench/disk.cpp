@@ -9,6 +9,7 @@
 #include <SentrelKit/probes/SystemManager.h>
 #include <SentrelKit/system/Disk/Disk.h>
 
+#include <algorithm>
 #include <array>
 #include <benchmark/benchmark.h>
 #include <cstdint>
@@ -119,7 +120,7 @@ const Images& imagesFor(benchmark::State& state) {
     return *images;
 }
 
-void update(benchmark::State& state) {
+void updateWith(benchmark::State& state, sentrel::MeasureSet<sentrel::Disk::Measure> measures) {
     imagesFor(state);
     if (!sentrel::probes::System->daSession)
         sentrel::probes::System->daSession = sentrel::platform::current().volumes().openSession();
@@ -128,12 +129,24 @@ void update(benchmark::State& state) {
         state.SkipWithError("not every image is a volume");
         return;
     }
+    disk.setMeasures(measures);
+    disk.update();
     disk.update();
     const std::size_t before = allocations;
     for (auto _ : state)
         disk.update();
     state.counters["new"] =
         benchmark::Counter(static_cast<double>(allocations - before), benchmark::Counter::kAvgIterations);
+}
+
+void update(benchmark::State& state) {
+    updateWith(state, {});
+}
+
+// With every group of further facts.
+void updateWithAll(benchmark::State& state) {
+    using Measure = sentrel::Disk::Measure;
+    updateWith(state, {Measure::activity, Measure::devices, Measure::inodes, Measure::pressure});
 }
 
 // What a mount or unmount brings about.
@@ -179,17 +192,27 @@ void floorOfUpdate(benchmark::State& state) {
         ::close(counter);
 }
 
-// statfs by path and pread: the least for a program that keeps no descriptor on a volume.
-void floorByPath(benchmark::State& state) {
+void readByPath(benchmark::State& state, const std::vector<std::string>& tables) {
     const Images& images = imagesFor(state);
     std::vector<std::string> paths = images.paths();
     paths.emplace_back("/");
+    std::vector<int> kept;
     std::vector<int> counters;
     for (const std::string& device : images.devices())
         counters.push_back(::open(("/sys/class/block/" + device + "/stat").c_str(), O_RDONLY | O_CLOEXEC));
     counters.push_back(::open(rootCounters().c_str(), O_RDONLY | O_CLOEXEC));
+    for (const std::string& table : tables)
+        kept.push_back(::open(table.c_str(), O_RDONLY | O_CLOEXEC));
     std::array<char, 512> text{};
+    std::vector<char> whole(1 << 20);
     for (auto _ : state) {
+        for (const int table : kept) {
+            std::size_t length = 0;
+            for (ssize_t read = 1; read > 0; length += static_cast<std::size_t>(read))
+                read = std::max<ssize_t>(
+                    ::pread(table, whole.data() + length, whole.size() - length, static_cast<off_t>(length)), 0);
+            benchmark::DoNotOptimize(whole);
+        }
         for (std::size_t i = 0; i < paths.size(); ++i) {
             struct statfs space {};
             if (::statfs(paths[i].c_str(), &space) != 0 || ::pread(counters[i], text.data(), text.size(), 0) <= 0)
@@ -200,6 +223,18 @@ void floorByPath(benchmark::State& state) {
     }
     for (const int counter : counters)
         ::close(counter);
+    for (const int table : kept)
+        ::close(table);
+}
+
+// statfs by path and pread: the least for a program that keeps no descriptor on a volume.
+void floorByPath(benchmark::State& state) {
+    readByPath(state, {});
+}
+
+// The same with the table of all disks and the pressure, unparsed.
+void floorOfAll(benchmark::State& state) {
+    readByPath(state, {"/proc/diskstats", "/proc/pressure/io"});
 }
 
 // The space and counters of each volume by its path.
@@ -234,6 +269,8 @@ const bool isRegistered = [] {
         benchmark::RegisterBenchmark("floorOfUpdate", floorOfUpdate)->Arg(count)->Unit(benchmark::kMicrosecond);
         benchmark::RegisterBenchmark("floorByPath", floorByPath)->Arg(count)->Unit(benchmark::kMicrosecond);
         benchmark::RegisterBenchmark("update", update)->Arg(count)->Unit(benchmark::kMicrosecond);
+        benchmark::RegisterBenchmark("floorOfAll", floorOfAll)->Arg(count)->Unit(benchmark::kMicrosecond);
+        benchmark::RegisterBenchmark("updateWithAll", updateWithAll)->Arg(count)->Unit(benchmark::kMicrosecond);
         benchmark::RegisterBenchmark("listing", listing)->Arg(count)->Unit(benchmark::kMicrosecond);
         benchmark::RegisterBenchmark("libgtop", libgtop)->Arg(count)->Unit(benchmark::kMicrosecond);
         benchmark::RegisterBenchmark("libstatgrab", libstatgrab)->Arg(count)->Unit(benchmark::kMicrosecond);
