@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // /proc/stat, and ticks that never decrease whatever two files follow each other.
 
+#include <SentrelKit/platform/linux/common/BootTime.h>
 #include <SentrelKit/platform/linux/host/ProcStat.h>
 
 #include <cstddef>

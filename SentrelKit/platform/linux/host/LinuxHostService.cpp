@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/host/LinuxHostService.h>
 
+#include <SentrelKit/platform/linux/common/BootTime.h>
 #include <SentrelKit/platform/linux/common/KernelText.h>
 #include <SentrelKit/platform/linux/common/MonotonicTime.h>
 #include <SentrelKit/platform/linux/host/ControlGroups.h>
@@ -23,10 +24,6 @@
 namespace sentrel::platform {
 
 namespace {
-
-// "btime" stands behind a line for each processor and one for all interrupts, a few hundred KiB on the largest
-// machines.
-constexpr std::size_t statLimit = std::size_t{4} << 20;
 
 // Both with room for twice what today's kernels write.
 constexpr std::size_t memInfoSize = 8192;

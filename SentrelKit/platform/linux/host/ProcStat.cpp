@@ -45,14 +45,6 @@ std::optional<ProcessorTimes> parseProcessorTimes(std::string_view stat) noexcep
     return times;
 }
 
-std::optional<std::int64_t> parseBootTime(std::string_view stat) noexcept {
-    while (std::optional<std::string_view> line = takeLine(stat)) {
-        if (takeUpTo(*line, ' ') == "btime")
-            return takeNumber<std::int64_t>(*line);
-    }
-    return std::nullopt;
-}
-
 bool parseProcessorLoad(std::string_view stat, ProcessorLoad& load) noexcept {
     std::optional<std::string_view> line = takeLine(stat);
     if (!line || takeUpTo(*line, ' ') != "cpu")

@@ -28,9 +28,6 @@ struct ProcessorTimes {
 /// Reads the first line. Columns that an old kernel does not have are 0; absent if the first four are not all there.
 [[nodiscard]] std::optional<ProcessorTimes> parseProcessorTimes(std::string_view stat) noexcept;
 
-/// Reads the "btime" line, seconds since the epoch; absent if there is none.
-[[nodiscard]] std::optional<std::int64_t> parseBootTime(std::string_view stat) noexcept;
-
 /// Reads the lines of all processors together and of each that is online, "ctxt", "intr" and "processes"; false, with
 /// the record as it was, if the first one is not whole. A processor's line that is not whole, or not of a higher number
 /// than the one before, counts as none.

@@ -47,18 +47,6 @@ TEST(ProcStat, RefusesAnythingButAWholeFirstLine) {
         EXPECT_FALSE(parseProcessorTimes(text)) << '"' << text << '"';
 }
 
-TEST(ProcStat, FindsTheMomentOfBootBehindALongLineOfInterrupts) {
-    std::string text = "cpu  1 2 3 4\nintr 5";
-    for (int i = 0; i < 200'000; ++i)
-        text += " 0";
-    EXPECT_EQ(parseBootTime(text + "\nctxt 9\nbtime 1795246600\nprocesses 1\n"), 1795246600);
-    EXPECT_EQ(parseBootTime("btime 12"), 12);
-    EXPECT_FALSE(parseBootTime(text));
-    EXPECT_FALSE(parseBootTime("btime \n"));
-    EXPECT_FALSE(parseBootTime("btime 99999999999999999999\n"));
-    EXPECT_FALSE(parseBootTime(""));
-}
-
 // The kernel takes iowait back when a waiting task moves on: the time was idle all along.
 TEST(SteadyTicks, LosesNoTimeThatMovesFromWaitingToIdle) {
     SteadyTicks steady;
