@@ -24,6 +24,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         std::abort();
     (void)parseResidentPages(text);
     (void)parseLastId(text);
+    (void)parseProcessStorage(text);
+    std::size_t bytes = 0;
+    for (const std::string& word : parseCommandLine(text))
+        bytes += word.size() + 1;
+    if (bytes < text.size() || bytes > text.size() + 1)
+        std::abort();
     const std::string_view scope = applicationScope(text);
     if (!isPartOfText(scope) || applicationIdentifier(scope).size() > scope.size())
         std::abort();

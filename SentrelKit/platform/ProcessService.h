@@ -6,6 +6,7 @@
 /// nothing is printed.
 
 #include <SentrelKit/Export.h>
+#include <SentrelKit/platform/Availability.h>
 #include <SentrelKit/platform/Icon.h>
 #include <SentrelKit/platform/Observation.h>
 
@@ -26,6 +27,22 @@ struct TaskInfo {
     std::uint64_t residentBytes = 0;     ///< memory that the process occupies
     std::int32_t threads = 0;            ///< threads now
     std::uint64_t startTime = 0; ///< as in RunningApplication; 0 where it does not come with the figures (macOS)
+};
+
+/// What a process has read from storage and written to it so far, in bytes: not what it found in the file cache.
+struct StorageBytes {
+    std::uint64_t read = 0;    ///< fetched from the devices
+    std::uint64_t written = 0; ///< sent to the devices, or about to be
+    /// Whether both are the same.
+    friend bool operator==(const StorageBytes&, const StorageBytes&) = default;
+};
+
+/// Whose a process is, and since when it runs.
+struct ProcessIdentity {
+    std::int64_t started = 0; ///< seconds since the epoch
+    std::uint32_t user = 0;   ///< the number of its effective user
+    /// Whether both are the same.
+    friend bool operator==(const ProcessIdentity&, const ProcessIdentity&) = default;
 };
 
 /// A running application, or an auxiliary process of one. A plain value that never changes: where the name of a process
@@ -71,6 +88,27 @@ public:
 
     /// The id of the process's parent. macOS: PROC_PIDTBSDINFO; Linux: "stat" of the process in /proc.
     [[nodiscard]] virtual std::optional<std::int32_t> parent(std::int32_t processIdentifier) noexcept = 0;
+
+    // The further facts fill the caller's record, which stays as it was unless the answer is `available`. `denied`: the
+    // process is another user's, and this one is not privileged; `unsupported`: there is none of that id, or the system
+    // does not tell.
+
+    /// What the process has read and written. Takes no memory. Linux: "io" of the process in /proc (read_bytes,
+    /// write_bytes), of one's own processes alone unless privileged. macOS: unsupported.
+    [[nodiscard]] virtual Availability storageBytes(std::int32_t processIdentifier, StorageBytes& bytes) noexcept = 0;
+
+    /// How many files, sockets and the like the process holds open. Takes no memory. Linux: the entries of "fd" of the
+    /// process in /proc, of one's own processes alone unless privileged. macOS: unsupported.
+    [[nodiscard]] virtual Availability openFiles(std::int32_t processIdentifier, std::uint64_t& count) noexcept = 0;
+
+    /// Whose the process is, and since when it runs. Linux: the owner and "stat" of the process in /proc, of any
+    /// process that is to be seen. macOS: PROC_PIDTBSDINFO.
+    [[nodiscard]] virtual Availability identity(std::int32_t processIdentifier, ProcessIdentity& identity) = 0;
+
+    /// The words that the process was started with, the program's first; none for a thread of the kernel. A process may
+    /// write others over them. Linux: "cmdline" of the process in /proc, the first 2 MiB. macOS: unsupported.
+    [[nodiscard]] virtual Availability commandLine(std::int32_t processIdentifier,
+                                                   std::vector<std::string>& arguments) = 0;
 
     /// The running applications at this moment. macOS: NSWorkspace runningApplications.
     [[nodiscard]] virtual RunningApplications runningApplications() = 0;

@@ -12,6 +12,7 @@
 #include <string>
 #include <unistd.h>
 #include <utility>
+#include <vector>
 
 namespace sentrel::platform {
 namespace {
@@ -60,6 +61,45 @@ TEST_P(PlatformContract, AProcessesTimeIsCountedInNanosecondsAndNeverDecreases) 
     ASSERT_TRUE(now);
     constexpr double tick = 0.05; // seconds: the coarsest accounting, and what ran between the two readings
     EXPECT_NEAR(seconds(*now), own, tick + own * 0.05);
+}
+
+TEST_P(PlatformContract, AProcessTellsItsFurtherFactsOrNothing) {
+    ProcessService& processes = platform().processes();
+    StorageBytes bytes{7, 8};
+    if (processes.storageBytes(self(), bytes) != Availability::available) {
+        EXPECT_EQ(bytes, (StorageBytes{7, 8}));
+    }
+    std::uint64_t files = 0;
+    if (processes.openFiles(self(), files) == Availability::available)
+        EXPECT_GT(files, 0U);
+    else
+        EXPECT_EQ(files, 0U);
+    ProcessIdentity identity{.started = -5, .user = 77};
+    if (processes.identity(self(), identity) == Availability::available)
+        EXPECT_GT(identity.started, 0);
+    else
+        EXPECT_EQ(identity, (ProcessIdentity{.started = -5, .user = 77}));
+    std::vector<std::string> words{"before"};
+    if (processes.commandLine(self(), words) == Availability::available)
+        EXPECT_FALSE(words.empty());
+    else
+        EXPECT_EQ(words, std::vector<std::string>{"before"});
+}
+
+TEST_P(PlatformContract, AProcessThatIsNotThereHasNoFurtherFacts) {
+    ProcessService& processes = platform().processes();
+    StorageBytes bytes{7, 8};
+    std::uint64_t files = 9;
+    ProcessIdentity identity{.started = -5, .user = 77};
+    std::vector<std::string> words{"before"};
+    EXPECT_EQ(processes.storageBytes(nobody, bytes), Availability::unsupported);
+    EXPECT_EQ(processes.openFiles(nobody, files), Availability::unsupported);
+    EXPECT_EQ(processes.identity(nobody, identity), Availability::unsupported);
+    EXPECT_EQ(processes.commandLine(nobody, words), Availability::unsupported);
+    EXPECT_EQ(bytes, (StorageBytes{7, 8}));
+    EXPECT_EQ(files, 9U);
+    EXPECT_EQ(identity, (ProcessIdentity{.started = -5, .user = 77}));
+    EXPECT_EQ(words, std::vector<std::string>{"before"});
 }
 
 TEST_P(PlatformContract, AProcessThatIsNotThereTellsNothing) {

@@ -146,6 +146,10 @@ private:
         processes.setTaskInfo(self, TaskInfo{.userNanoseconds = 1, .residentBytes = 4096, .threads = 1});
         processes.setStartTime(self, 1);
         processes.setParent(self, static_cast<std::int32_t>(::getppid()));
+        processes.setFacts(self, {.storageBytes = StorageBytes{1, 2},
+                                  .openFiles = 3,
+                                  .identity = ProcessIdentity{.started = 1700000000, .user = 1000},
+                                  .commandLine = std::vector<std::string>{"contract", "-v"}});
         processes.launch({.processIdentifier = self, .startTime = 1, .localizedName = "Contract"});
         processes.launch({.processIdentifier = lastId_, .startTime = 2, .owner = self});
     }

@@ -45,6 +45,40 @@ std::optional<std::int32_t> ScriptedProcessService::parent(std::int32_t processI
     return lookUp(parents_, processIdentifier);
 }
 
+template <class Value>
+Availability ScriptedProcessService::answer(const char* operation, std::int32_t processIdentifier,
+                                            std::optional<Value> Facts::*fact, Value& result) const {
+    if (calls.fails(operation, std::to_string(processIdentifier)))
+        return availabilityOf(errno);
+    const LockScope scope(lock_);
+    const auto entry = facts_.find(processIdentifier);
+    if (entry == facts_.end() || !(entry->second.*fact))
+        return Availability::unsupported;
+    result = *(entry->second.*fact);
+    return Availability::available;
+}
+
+Availability ScriptedProcessService::storageBytes(std::int32_t processIdentifier, StorageBytes& bytes) noexcept {
+    return answer("storageBytes", processIdentifier, &Facts::storageBytes, bytes);
+}
+
+Availability ScriptedProcessService::openFiles(std::int32_t processIdentifier, std::uint64_t& count) noexcept {
+    return answer("openFiles", processIdentifier, &Facts::openFiles, count);
+}
+
+Availability ScriptedProcessService::identity(std::int32_t processIdentifier, ProcessIdentity& identity) {
+    return answer("identity", processIdentifier, &Facts::identity, identity);
+}
+
+Availability ScriptedProcessService::commandLine(std::int32_t processIdentifier, std::vector<std::string>& arguments) {
+    return answer("commandLine", processIdentifier, &Facts::commandLine, arguments);
+}
+
+void ScriptedProcessService::setFacts(std::int32_t processIdentifier, Facts facts) {
+    const LockScope scope(lock_);
+    facts_.insert_or_assign(processIdentifier, std::move(facts));
+}
+
 RunningApplications ScriptedProcessService::runningApplications() {
     if (calls.fails("runningApplications"))
         return {};

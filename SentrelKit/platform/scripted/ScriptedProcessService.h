@@ -11,6 +11,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace sentrel::platform {
 
@@ -21,6 +22,10 @@ public:
     std::optional<TaskInfo> taskInfo(std::int32_t processIdentifier) noexcept override;
     std::optional<std::uint64_t> startTime(std::int32_t processIdentifier) noexcept override;
     std::optional<std::int32_t> parent(std::int32_t processIdentifier) noexcept override;
+    Availability storageBytes(std::int32_t processIdentifier, StorageBytes& bytes) noexcept override;
+    Availability openFiles(std::int32_t processIdentifier, std::uint64_t& count) noexcept override;
+    Availability identity(std::int32_t processIdentifier, ProcessIdentity& identity) override;
+    Availability commandLine(std::int32_t processIdentifier, std::vector<std::string>& arguments) override;
     RunningApplications runningApplications() override;
     Observation observeRunningApplications(RunningApplicationsObserver observer) override;
 
@@ -37,6 +42,17 @@ public:
     /// What the service answers when asked for the parent of an id; without a value the question fails.
     void setParent(std::int32_t processIdentifier, std::optional<std::int32_t> parent);
 
+    /// What the service answers of the further facts of an id; those without a value are unsupported. They can be made
+    /// to fail by "storageBytes", "openFiles", "identity" and "commandLine".
+    struct Facts {
+        std::optional<StorageBytes> storageBytes{};            ///< read and written
+        std::optional<std::uint64_t> openFiles{};              ///< open files
+        std::optional<ProcessIdentity> identity{};             ///< owner and start
+        std::optional<std::vector<std::string>> commandLine{}; ///< the words that it was started with
+    };
+    /// Sets the further facts of an id; none as made.
+    void setFacts(std::int32_t processIdentifier, Facts facts);
+
     /// Adds an application to the set's end, or puts it in the place of the one with the same identity.
     void launch(RunningApplication application);
 
@@ -44,10 +60,15 @@ public:
     void terminate(std::int32_t processIdentifier);
 
 private:
+    template <class Value>
+    [[nodiscard]] Availability answer(const char* operation, std::int32_t processIdentifier,
+                                      std::optional<Value> Facts::*fact, Value& result) const;
+
     mutable Lock lock_;
     std::map<std::int32_t, TaskInfo> figures_ SENTREL_GUARDED_BY(lock_);
     std::map<std::int32_t, std::uint64_t> starts_ SENTREL_GUARDED_BY(lock_);
     std::map<std::int32_t, std::int32_t> parents_ SENTREL_GUARDED_BY(lock_);
+    std::map<std::int32_t, Facts> facts_ SENTREL_GUARDED_BY(lock_);
     SharedRunningApplications set_ SENTREL_GUARDED_BY(lock_) = std::make_shared<RunningApplications>();
     Observers<SharedRunningApplications> observers_; // offered under the lock, told without it
 };

@@ -22,5 +22,20 @@ TEST(ScriptedProcessService, FailsForOneProcessAndTellsWhichWereAskedFor) {
     EXPECT_THAT(processes.calls.list(), ElementsAre("taskInfo 100", "taskInfo 101"));
 }
 
+TEST(ScriptedProcessService, HasTheFurtherFactsThatItIsGiven) {
+    ScriptedPlatform machine;
+    ScriptedProcessService& processes = machine.processes();
+    StorageBytes bytes;
+    EXPECT_EQ(processes.storageBytes(100, bytes), Availability::unsupported);
+    processes.setFacts(100, {.storageBytes = StorageBytes{1, 2}});
+    EXPECT_EQ(processes.storageBytes(100, bytes), Availability::available);
+    EXPECT_EQ(bytes, (StorageBytes{1, 2}));
+    std::uint64_t files = 5;
+    EXPECT_EQ(processes.openFiles(100, files), Availability::unsupported);
+    EXPECT_EQ(files, 5U);
+    processes.calls.fail("storageBytes", {.arguments = "100", .error = EACCES});
+    EXPECT_EQ(processes.storageBytes(100, bytes), Availability::denied);
+}
+
 } // namespace
 } // namespace sentrel::platform

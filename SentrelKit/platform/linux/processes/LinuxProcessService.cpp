@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/linux/processes/LinuxProcessService.h>
 
+#include <SentrelKit/platform/linux/common/BootTime.h>
 #include <SentrelKit/platform/linux/common/KernelText.h>
 #include <SentrelKit/platform/linux/processes/DesktopEntries.h>
 
+#include <cerrno>
+#include <unistd.h>
 #include <utility>
 
 namespace sentrel::platform {
@@ -51,6 +54,47 @@ std::optional<std::uint64_t> LinuxProcessService::startTime(std::int32_t process
 std::optional<std::int32_t> LinuxProcessService::parent(std::int32_t processIdentifier) noexcept {
     const LockScope scope(lock_);
     return table_.parent(processIdentifier);
+}
+
+Availability LinuxProcessService::storageBytes(std::int32_t processIdentifier, StorageBytes& bytes) noexcept {
+    const LockScope scope(lock_);
+    const std::optional<StorageBytes> read = table_.files().storage(processIdentifier);
+    if (!read)
+        return availabilityOf(errno);
+    bytes = *read;
+    return Availability::available;
+}
+
+Availability LinuxProcessService::openFiles(std::int32_t processIdentifier, std::uint64_t& count) noexcept {
+    const LockScope scope(lock_);
+    const std::optional<std::uint64_t> files = table_.files().openFiles(processIdentifier);
+    if (!files)
+        return availabilityOf(errno);
+    count = *files;
+    return Availability::available;
+}
+
+// The kernel counts from boot, in ticks, and tells the time of boot in whole seconds.
+Availability LinuxProcessService::identity(std::int32_t processIdentifier, ProcessIdentity& identity) {
+    const std::optional<std::string> system = root_.read("/proc/stat", statLimit);
+    const std::optional<std::int64_t> boot = system ? parseBootTime(*system) : std::nullopt;
+    const LockScope scope(lock_);
+    const std::optional<ProcessStat> stat = table_.files().stat(processIdentifier);
+    const std::optional<std::uint32_t> user = table_.files().user(processIdentifier);
+    if (!boot || !stat || !user)
+        return !boot ? Availability::failed : availabilityOf(errno);
+    const auto ticks = static_cast<std::uint64_t>(::sysconf(_SC_CLK_TCK));
+    identity = {.started = *boot + static_cast<std::int64_t>(stat->startTicks / ticks), .user = *user};
+    return Availability::available;
+}
+
+Availability LinuxProcessService::commandLine(std::int32_t processIdentifier, std::vector<std::string>& arguments) {
+    constexpr std::size_t most = std::size_t{2} << 20; // the kernel's own limit for all words together, usually
+    const std::optional<std::string> text = root_.read("/proc/" + std::to_string(processIdentifier) + "/cmdline", most);
+    if (!text)
+        return availabilityOf(errno);
+    arguments = parseCommandLine(*text);
+    return Availability::available;
 }
 
 RunningApplications LinuxProcessService::runningApplications() {

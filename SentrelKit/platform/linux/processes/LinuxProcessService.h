@@ -31,6 +31,10 @@ public:
     std::optional<TaskInfo> taskInfo(std::int32_t processIdentifier) noexcept override;
     std::optional<std::uint64_t> startTime(std::int32_t processIdentifier) noexcept override;
     std::optional<std::int32_t> parent(std::int32_t processIdentifier) noexcept override;
+    Availability storageBytes(std::int32_t processIdentifier, StorageBytes& bytes) noexcept override;
+    Availability openFiles(std::int32_t processIdentifier, std::uint64_t& count) noexcept override;
+    Availability identity(std::int32_t processIdentifier, ProcessIdentity& identity) override;
+    Availability commandLine(std::int32_t processIdentifier, std::vector<std::string>& arguments) override;
     RunningApplications runningApplications() override;
     Observation observeRunningApplications(RunningApplicationsObserver observer) override;
     void refreshRunningApplications() override;

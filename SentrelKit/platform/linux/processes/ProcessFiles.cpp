@@ -99,6 +99,28 @@ std::optional<std::int32_t> parseLastId(std::string_view text) noexcept {
     return id;
 }
 
+std::optional<StorageBytes> parseProcessStorage(std::string_view text) noexcept {
+    std::optional<std::uint64_t> read;
+    std::optional<std::uint64_t> written;
+    while (std::optional<std::string_view> line = takeLine(text)) {
+        const std::string_view name = takeUpTo(*line, ':');
+        if (name == "read_bytes")
+            read = toNumber(trimmed(*line));
+        else if (name == "write_bytes")
+            written = toNumber(trimmed(*line));
+    }
+    if (!read || !written)
+        return std::nullopt;
+    return StorageBytes{*read, *written};
+}
+
+std::vector<std::string> parseCommandLine(std::string_view text) {
+    std::vector<std::string> arguments;
+    while (!text.empty())
+        arguments.emplace_back(takeUpTo(text, '\0'));
+    return arguments;
+}
+
 std::string_view applicationScope(std::string_view cgroups) noexcept {
     while (std::optional<std::string_view> path = takeLine(cgroups)) {
         // "<hierarchy>:<controllers>:<path>"
@@ -191,6 +213,33 @@ std::optional<std::string_view> ProcessFiles::read(std::int32_t id, const char* 
 std::optional<ProcessStat> ProcessFiles::stat(std::int32_t id) noexcept {
     const std::optional<std::string_view> text = read(id, "stat");
     return text ? parseProcessStat(*text) : std::nullopt;
+}
+
+std::optional<StorageBytes> ProcessFiles::storage(std::int32_t id) noexcept {
+    const std::optional<std::string_view> text = read(id, "io");
+    const std::optional<StorageBytes> bytes = text ? parseProcessStorage(*text) : std::nullopt;
+    if (text && !bytes)
+        errno = EINVAL;
+    return bytes;
+}
+
+std::optional<std::uint64_t> ProcessFiles::openFiles(std::int32_t id) noexcept {
+    ProcessPath path;
+    struct stat folder;
+    if (!open() || ::fstatat(folder_.get(), processPath(path, id, "fd"), &folder, 0) != 0)
+        return std::nullopt;
+    const UniqueFd files = openAt(folder_.get(), path.data(), O_DIRECTORY);
+    if (!files)
+        return std::nullopt;
+    if (folder.st_size > 0) // the kernel's own count, since 6.2
+        return static_cast<std::uint64_t>(folder.st_size);
+    std::uint64_t count = 0;
+    FolderReader entries(files.get());
+    while (entries.next())
+        ++count;
+    if (entries.hasFailed())
+        return std::nullopt;
+    return count;
 }
 
 std::optional<std::uint64_t> ProcessFiles::residentPages(std::int32_t id) noexcept {

@@ -4,6 +4,7 @@
 /// What /proc tells of one process and of all together. Reading and parsing are apart: the parsers take bytes and give
 /// a record, absent if the bytes are not of the form that proc(5) describes.
 
+#include <SentrelKit/platform/ProcessService.h>
 #include <SentrelKit/platform/linux/common/SystemRoot.h>
 
 #include <cstdint>
@@ -43,6 +44,12 @@ struct ProcessStat {
 /// The resident pages in the content of /proc/<id>/statm.
 [[nodiscard]] std::optional<std::uint64_t> parseResidentPages(std::string_view text) noexcept;
 
+/// The bytes read and written in the content of /proc/<id>/io.
+[[nodiscard]] std::optional<StorageBytes> parseProcessStorage(std::string_view text) noexcept;
+
+/// The words in the content of /proc/<id>/cmdline: each ends with a zero byte, the last one may do without.
+[[nodiscard]] std::vector<std::string> parseCommandLine(std::string_view text);
+
 /// The last process id that was given out, as /proc/loadavg ends with.
 [[nodiscard]] std::optional<std::int32_t> parseLastId(std::string_view text) noexcept;
 
@@ -71,6 +78,12 @@ public:
 
     /// The process's figures. The command text is valid until the next reading.
     [[nodiscard]] std::optional<ProcessStat> stat(std::int32_t id) noexcept;
+
+    /// What the process has read and written; absent, with errno set, if that cannot be told.
+    [[nodiscard]] std::optional<StorageBytes> storage(std::int32_t id) noexcept;
+
+    /// The number of open files; absent, with errno set, if that cannot be told.
+    [[nodiscard]] std::optional<std::uint64_t> openFiles(std::int32_t id) noexcept;
 
     /// Resident pages: exactly, which /proc/<id>/stat does not tell.
     [[nodiscard]] std::optional<std::uint64_t> residentPages(std::int32_t id) noexcept;

@@ -60,6 +60,28 @@ std::optional<std::int32_t> MacProcessService::parent(std::int32_t processIdenti
     return static_cast<std::int32_t>(process.pbi_ppid);
 }
 
+// Not asked for yet: proc_pid_rusage, PROC_PIDLISTFDS and KERN_PROCARGS2 tell these three.
+Availability MacProcessService::storageBytes(std::int32_t /*processIdentifier*/, StorageBytes& /*bytes*/) noexcept {
+    return Availability::unsupported;
+}
+
+Availability MacProcessService::openFiles(std::int32_t /*processIdentifier*/, std::uint64_t& /*count*/) noexcept {
+    return Availability::unsupported;
+}
+
+Availability MacProcessService::commandLine(std::int32_t /*processIdentifier*/,
+                                            std::vector<std::string>& /*arguments*/) {
+    return Availability::unsupported;
+}
+
+Availability MacProcessService::identity(std::int32_t processIdentifier, ProcessIdentity& identity) {
+    proc_bsdinfo process{};
+    if (!read(processIdentifier, PROC_PIDTBSDINFO, process))
+        return Availability::unsupported;
+    identity = {.started = static_cast<std::int64_t>(process.pbi_start_tvsec), .user = process.pbi_uid};
+    return Availability::available;
+}
+
 RunningApplications MacProcessService::runningApplications() {
     return listRunning();
 }

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-// A /proc that hides other users' processes, as seen by an unprivileged user.
+// A /proc that hides other users' processes, as seen by an unprivileged user; and the further facts of a process beside
+// what another program reads.
 
 #include <SentrelKit/platform/linux/processes/LinuxProcessService.h>
 
+#include "tests/support/ChildProgram.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/linux/MountNamespace.h"
 #include "tests/support/linux/Nobody.h"
@@ -20,6 +22,7 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <vector>
 
 namespace sentrel::platform {
 namespace {
@@ -90,6 +93,70 @@ TEST_P(HiddenProcesses, AreFollowedAsTheyComeAndGo) {
 
 INSTANTIATE_TEST_SUITE_P(Live, HiddenProcesses, testing::Values("hidepid=1", "hidepid=2"),
                          [](const auto& test) { return std::string(test.param).replace(7, 1, ""); });
+
+// A process that wrote a megabyte to the disk and holds some files open, and what psutil tells of it.
+class BesidePsutil : public testing::Test {
+protected:
+    BesidePsutil()
+        : worker({"/usr/bin/python3", "-c",
+                  "import os, signal, sys, tempfile\n"
+                  "file = tempfile.TemporaryFile(dir='.')\n"
+                  "file.write(bytes(1 << 20)); file.flush(); os.fsync(file.fileno())\n"
+                  "print('ready', flush=True)\n"
+                  "signal.pause()",
+                  "two words", ""}) {}
+
+    void SetUp() override { ASSERT_EQ(worker.readLine(), "ready"); }
+
+    [[nodiscard]] std::vector<std::string> psutil(const std::string& expression) const {
+        ChildProgram child({"/usr/bin/python3", "-c",
+                            "import psutil\nprocess = psutil.Process(" + std::to_string(worker.id()) +
+                                ")\nfor each in " + expression + ": print(each)"});
+        std::vector<std::string> lines;
+        while (const std::optional<std::string> line = child.readLine())
+            lines.push_back(*line);
+        return lines;
+    }
+
+    ChildProgram worker;
+    LinuxProcessService service{SystemRoot()};
+};
+
+TEST_F(BesidePsutil, TellsTheSameOfAProcess) {
+    StorageBytes bytes;
+    ASSERT_EQ(service.storageBytes(worker.id(), bytes), Availability::available);
+    EXPECT_EQ((std::vector{std::to_string(bytes.read), std::to_string(bytes.written)}),
+              psutil("process.io_counters()[2:4]"));
+    std::uint64_t files = 0;
+    ASSERT_EQ(service.openFiles(worker.id(), files), Availability::available);
+    EXPECT_EQ(std::vector{std::to_string(files)}, psutil("[process.num_fds()]"));
+    std::vector<std::string> words;
+    ASSERT_EQ(service.commandLine(worker.id(), words), Availability::available);
+    EXPECT_EQ(std::vector{std::to_string(words.size())}, psutil("[len(process.cmdline())]"));
+    EXPECT_EQ(words.back(), "");
+    EXPECT_EQ(words[words.size() - 2], "two words");
+    ProcessIdentity identity;
+    ASSERT_EQ(service.identity(worker.id(), identity), Availability::available);
+    // It keeps the fraction of a second.
+    EXPECT_EQ((std::vector{std::to_string(identity.started), std::to_string(identity.user)}),
+              psutil("(int(process.create_time()), process.uids().effective)"));
+}
+
+TEST_F(BesidePsutil, IsDeniedWhatIsAnotherUsersAlone) {
+    asNobody([this] {
+        LinuxProcessService nobodys{SystemRoot()};
+        StorageBytes bytes{7, 8};
+        std::uint64_t files = 9;
+        EXPECT_EQ(nobodys.storageBytes(worker.id(), bytes), Availability::denied);
+        EXPECT_EQ(nobodys.openFiles(worker.id(), files), Availability::denied);
+        EXPECT_EQ(bytes, (StorageBytes{7, 8}));
+        EXPECT_EQ(files, 9U);
+        ProcessIdentity identity;
+        std::vector<std::string> words;
+        EXPECT_EQ(nobodys.identity(worker.id(), identity), Availability::available);
+        EXPECT_EQ(nobodys.commandLine(worker.id(), words), Availability::available);
+    });
+}
 
 } // namespace
 } // namespace sentrel::platform

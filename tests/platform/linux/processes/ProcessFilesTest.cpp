@@ -74,6 +74,27 @@ TEST(ProcessFiles, ReadsTheFiguresOfTheWholeMachine) {
     EXPECT_FALSE(parseResidentPages("2000"));
 }
 
+TEST(ProcessFiles, ReadsWhatAProcessReadAndWrote) {
+    constexpr std::string_view text = "rchar: 323934931\nwchar: 323929600\nsyscr: 632687\nsyscw: 632675\n"
+                                      "read_bytes: 4096\nwrite_bytes: 323932160\ncancelled_write_bytes: 0\n";
+    EXPECT_EQ(parseProcessStorage(text), (StorageBytes{4096, 323932160}));
+    for (const std::string_view bad :
+         {"", "read_bytes: 4096", "read_bytes: 1\nwrite_bytes: \n", "read_bytes: 1\nwrite_bytes: 1 2\n",
+          "read_bytes: -1\nwrite_bytes: 1\n", "read_bytes: 99999999999999999999\nwrite_bytes: 1\n"})
+        EXPECT_FALSE(parseProcessStorage(bad)) << bad;
+    for (std::size_t length = 0; length < text.find("cancelled") - 10; ++length)
+        EXPECT_FALSE(parseProcessStorage(text.substr(0, length))) << length;
+}
+
+TEST(ProcessFiles, ReadsTheWordsOfACommandLine) {
+    using Words = std::vector<std::string>;
+    using namespace std::string_view_literals;
+    EXPECT_EQ(parseCommandLine("vi\0-R\0a b\0"sv), (Words{"vi", "-R", "a b"}));
+    EXPECT_EQ(parseCommandLine("nginx: worker process"), (Words{"nginx: worker process"}));
+    EXPECT_EQ(parseCommandLine("sh\0-c\0\0"sv), (Words{"sh", "-c", ""}));
+    EXPECT_EQ(parseCommandLine(""), Words{});
+}
+
 TEST(ProcessFiles, FindsTheApplicationScopeOfAControlGroup) {
     const std::map<std::string, std::string> cases{
         {"0::/user.slice/user@1000.service/app.slice/app-gnome-org.example.A-12.scope\n",
