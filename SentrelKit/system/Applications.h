@@ -7,6 +7,7 @@
 #include <SentrelKit/base/system/detail/Relaxed.h>
 #include <SentrelKit/platform/ProcessService.h>
 #include <SentrelKit/probes/SystemManager.h>
+#include <SentrelKit/system/MeasureSet.h>
 #include <SentrelKit/system/Mutex/Atomic.h>
 #include <SentrelKit/system/SystemResource.h>
 
@@ -40,6 +41,14 @@ class SENTREL_API Applications final : public SystemResource {
 public:
     class Process;
 
+    /// Groups of further facts, each sampled only while it is wanted.
+    enum class Measure : std::uint8_t {
+        all,     ///< `all`: every tracked process, not only the first three
+        threads, ///< Process::threads
+        storage, ///< Process::readPerSecond, Process::writtenPerSecond
+        files,   ///< Process::openFiles
+    };
+
     /// Reads the set of applications and asks for its changes.
     explicit Applications(std::shared_ptr<probes::SystemManager> session = probes::session());
     ~Applications() override;
@@ -56,6 +65,34 @@ public:
 
     /// The (at most) three that hold the most memory, the largest first; equal ones in no particular order.
     [[nodiscard]] std::vector<std::shared_ptr<const Process>> mem() const;
+
+    /// From now on these groups of further facts are sampled with the others; none when the model is made. What was
+    /// known of a group that is wanted anew is forgotten, and the next sample forgets what is wanted no more. Any
+    /// thread.
+    void setMeasures(MeasureSet<Measure> wanted);
+
+    /// The groups that are wanted. Any thread.
+    [[nodiscard]] MeasureSet<Measure> measures() const noexcept;
+
+    /// Whether the last sample had the facts of a group and, if not, why. Absent while the group is not wanted or was
+    /// not sampled since. `storage` and `files` are there if those of one process at least could be read: without
+    /// privilege those of other users cannot, and each process tells for itself. Any thread.
+    [[nodiscard]] std::optional<Availability> availability(Measure measure) const noexcept;
+
+    /// Every tracked process at the last sample, those that work for an application after the applications: each
+    /// `parent` tells whom. Empty unless Measure::all is wanted and was sampled.
+    [[nodiscard]] std::vector<std::shared_ptr<const Process>> all() const;
+
+    /// The same into the caller's list, whose memory is used again: for a reader that looks every second.
+    void all(std::vector<std::shared_ptr<const Process>>& processes) const;
+
+    /// Whose a process is, and since when it runs, asked now: a call or two to the system, not sampled. The record
+    /// stays as it was unless the answer is `available`; `unsupported` if the process has ended meanwhile. Any thread.
+    [[nodiscard]] Availability identity(const Process& process, platform::ProcessIdentity& identity) const;
+
+    /// The words that a process was started with, asked now. As `identity` otherwise; `denied` where the system keeps
+    /// those of other users' processes from this one.
+    [[nodiscard]] Availability commandLine(const Process& process, std::vector<std::string>& arguments) const;
 
     /// The number of tracked processes, those that work for an application included.
     [[nodiscard]] std::int64_t count() const noexcept;
@@ -101,6 +138,26 @@ public:
     /// it above 100; 0 after folding into a parent.
     [[nodiscard]] double cpu() const noexcept { return cpu_; }
 
+    // Facts of the process alone, nothing folded: whoever wants an application with its helpers adds them by `parent`.
+    // There is no estimate of the energy that a process takes: no system tells one that holds for another machine.
+
+    /// Threads at the last sample, 1 or more. Absent unless Applications::Measure::threads is wanted and was sampled.
+    [[nodiscard]] std::optional<std::int32_t> threads() const noexcept;
+
+    /// Bytes a second that the process read from storage between the last two samples, 0 or more; what it found in the
+    /// file cache is not among them. Absent unless Applications::Measure::storage is wanted, at the first sample of the
+    /// process, and where it may not be read: without privilege a process of another user. Linux: read_bytes of "io" of
+    /// the process in /proc.
+    [[nodiscard]] std::optional<double> readPerSecond() const noexcept;
+
+    /// Bytes a second that it wrote to storage, or left to be written. As `readPerSecond` otherwise (write_bytes).
+    [[nodiscard]] std::optional<double> writtenPerSecond() const noexcept;
+
+    /// Open files, sockets and the like at the last sample. Absent unless Applications::Measure::files is wanted and
+    /// was sampled, and where they may not be counted: without privilege those of another user. Linux: the entries of
+    /// "fd" of the process in /proc.
+    [[nodiscard]] std::optional<std::uint64_t> openFiles() const noexcept;
+
     /// The process's number.
     [[nodiscard]] std::int32_t pid() const noexcept { return app_->processIdentifier; }
     [[nodiscard]] std::int32_t ppid() const noexcept { return ppid_; } ///< -1 if it could not be told
@@ -121,6 +178,7 @@ private:
     // What a sample needs, under the model's lock.
     struct Sampling {
         std::int32_t pid = 0;
+        std::int32_t threads = 0; // 0 where the last sample could not read the process
         std::uint64_t startTime = 0;
         double prevcputime = 0;    // milliseconds
         std::int64_t prevtime = 0; // milliseconds since the epoch; 0 before the baseline
@@ -129,6 +187,18 @@ private:
         double foldedCpu = 0;      // while folding
         std::uint64_t foldedMem = 0;
         Process* parent = nullptr; // as parent_ holds it
+    };
+
+    // Further facts. What is absent is no figure of its kind.
+    static constexpr double noRate = -1;
+    static constexpr std::int64_t noCount = -1;
+    struct Measured {
+        Relaxed<std::int32_t> threads = 0; // 0: absent
+        Relaxed<double> readPerSecond = noRate;
+        Relaxed<double> writtenPerSecond = noRate;
+        Relaxed<std::int64_t> openFiles = noCount;
+        platform::StorageBytes storage{}; // at the sample before, under the model's lock
+        std::int64_t storageAt = 0;       // milliseconds of the clock that never steps back; 0 without such a sample
     };
 
     void setParent(const std::shared_ptr<Process>& parent);
@@ -140,6 +210,7 @@ private:
 
     const std::shared_ptr<const platform::RunningApplication> app_;
     const std::int32_t ppid_;
+    Measured measured_;
     bool isUnResolvedName_ = false; // settled before the object is seen by others, as is the next
     std::string ownerName_;         // by which the owner of such a process is found
     Atomic<std::shared_ptr<Process>> parent_;

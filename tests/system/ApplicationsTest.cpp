@@ -8,10 +8,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <cmath>
 #include <memory>
+#include <string>
 #include <thread>
+#include <vector>
 
 namespace sentrel {
 namespace {
@@ -93,6 +97,168 @@ TEST_F(ApplicationsTest, SamplesWithoutAllocating) {
     if (countsAllocations) {
         EXPECT_EQ(taken, 0U);
     }
+}
+
+using Measure = Applications::Measure;
+
+TEST_F(ApplicationsTest, AsksForFurtherFactsOnlyWhileTheyAreWanted) {
+    launch(100, "a");
+    machine->processes().setFacts(100, {.storageBytes = platform::StorageBytes{0, 0}, .openFiles = 4});
+    Applications applications;
+    sampleAfter(applications, 1);
+    const auto process = find(applications, 100);
+    const auto& calls = machine->processes().calls;
+    EXPECT_EQ(calls.count("storageBytes") + calls.count("openFiles"), 0U);
+    EXPECT_TRUE(applications.all().empty());
+    EXPECT_FALSE(process->threads());
+    EXPECT_FALSE(process->openFiles());
+    EXPECT_FALSE(applications.availability(Measure::all));
+
+    applications.setMeasures({Measure::threads, Measure::files});
+    EXPECT_EQ(applications.measures(), (MeasureSet{Measure::threads, Measure::files}));
+    EXPECT_FALSE(applications.availability(Measure::files)) << "not sampled yet";
+    sampleAfter(applications, 1);
+    EXPECT_EQ(process->threads(), 1);
+    EXPECT_EQ(process->openFiles(), 4U);
+    EXPECT_EQ(applications.availability(Measure::files), Availability::available);
+    EXPECT_EQ(calls.count("storageBytes"), 0U);
+    EXPECT_TRUE(applications.all().empty());
+
+    applications.setMeasures({});
+    sampleAfter(applications, 1);
+    EXPECT_FALSE(process->threads());
+    EXPECT_FALSE(process->openFiles());
+    EXPECT_EQ(calls.count("openFiles"), 1U);
+}
+
+TEST_F(ApplicationsTest, GivesEveryTrackedProcessWhereThatIsWanted) {
+    for (std::int32_t id = 100; id < 110; ++id)
+        launch(id, "a");
+    Applications applications;
+    applications.setMeasures({Measure::all});
+    EXPECT_TRUE(applications.all().empty());
+    sampleAfter(applications, 1);
+    EXPECT_EQ(applications.all().size(), 10U);
+    EXPECT_EQ(applications.cpu().size(), 3U);
+    machine->processes().terminate(105);
+    sampleAfter(applications, 1);
+    const auto all = applications.all();
+    EXPECT_EQ(all.size(), 9U);
+    EXPECT_TRUE(std::none_of(all.begin(), all.end(), [](const auto& process) { return process->pid() == 105; }));
+    applications.setMeasures({});
+    EXPECT_TRUE(applications.all().empty()) << "at once";
+}
+
+TEST_F(ApplicationsTest, MakesRatesOfWhatAProcessReadAndWrote) {
+    launch(100, "a");
+    const auto storage = [&](std::uint64_t read, std::uint64_t written) {
+        machine->processes().setFacts(100, {.storageBytes = platform::StorageBytes{read, written}});
+    };
+    Applications applications;
+    sampleAfter(applications, 1);
+    const auto process = find(applications, 100);
+    applications.setMeasures({Measure::storage});
+    storage(1000, 5000);
+    sampleAfter(applications, 1);
+    EXPECT_FALSE(process->readPerSecond()) << "the first sample";
+    EXPECT_EQ(applications.availability(Measure::storage), Availability::available);
+    storage(3000, 5000);
+    sampleAfter(applications, 2);
+    EXPECT_EQ(process->readPerSecond(), 1000);
+    EXPECT_EQ(process->writtenPerSecond(), 0);
+    storage(2000, 6000);
+    sampleAfter(applications, 1);
+    EXPECT_FALSE(process->readPerSecond()) << "a counter that went back";
+    EXPECT_EQ(process->writtenPerSecond(), 1000);
+    machine->processes().calls.fail("storageBytes", {.error = EACCES});
+    sampleAfter(applications, 1);
+    EXPECT_FALSE(process->writtenPerSecond());
+    EXPECT_EQ(applications.availability(Measure::storage), Availability::denied);
+    machine->processes().calls.succeed();
+    sampleAfter(applications, 1);
+    EXPECT_FALSE(process->writtenPerSecond()) << "the first sample after the gap";
+    sampleAfter(applications, 1);
+    EXPECT_EQ(process->writtenPerSecond(), 0);
+
+    // Turned off and on between two samples: the time in between is not one sample's.
+    applications.setMeasures({});
+    applications.setMeasures({Measure::storage});
+    storage(9000, 9000);
+    sampleAfter(applications, 1);
+    EXPECT_FALSE(process->readPerSecond());
+    sampleAfter(applications, 1);
+    EXPECT_EQ(process->readPerSecond(), 0);
+}
+
+TEST_F(ApplicationsTest, HasNoFurtherFactsOfAProcessThatCannotBeReadAnyMore) {
+    launch(100, "a");
+    launch(101, "b");
+    machine->processes().setFacts(100, {.storageBytes = platform::StorageBytes{0, 0}, .openFiles = 4});
+    Applications applications;
+    applications.setMeasures({Measure::storage, Measure::files, Measure::threads});
+    sampleAfter(applications, 1);
+    sampleAfter(applications, 1);
+    const auto process = find(applications, 100);
+    EXPECT_EQ(process->readPerSecond(), 0);
+    EXPECT_FALSE(find(applications, 101)->readPerSecond()) << "another user's, say";
+    EXPECT_EQ(applications.availability(Measure::storage), Availability::available) << "one of them is enough";
+    machine->processes().setTaskInfo(100, std::nullopt); // it ended: the id may be another's
+    sampleAfter(applications, 1);
+    EXPECT_FALSE(process->readPerSecond());
+    EXPECT_FALSE(process->openFiles());
+    EXPECT_FALSE(process->threads());
+    EXPECT_EQ(applications.availability(Measure::storage), Availability::unsupported);
+}
+
+TEST_F(ApplicationsTest, TellsWhoseAProcessIsAndItsWordsWhenAsked) {
+    launch(100, "a");
+    Applications applications;
+    sampleAfter(applications, 1);
+    const auto process = find(applications, 100);
+    platform::ProcessIdentity identity;
+    std::vector<std::string> words{"before"};
+    EXPECT_EQ(applications.identity(*process, identity), Availability::unsupported);
+    machine->processes().setFacts(100, {.identity = platform::ProcessIdentity{.started = 1700000000, .user = 1000},
+                                        .commandLine = std::vector<std::string>{"a", "-v"}});
+    machine->processes().setStartTime(100, start);
+    EXPECT_EQ(applications.identity(*process, identity), Availability::available);
+    EXPECT_EQ(identity.started, 1700000000);
+    EXPECT_EQ(identity.user, 1000U);
+    EXPECT_EQ(applications.commandLine(*process, words), Availability::available);
+    EXPECT_EQ(words, (std::vector<std::string>{"a", "-v"}));
+
+    machine->processes().setStartTime(100, start + 1); // the id is another's by now
+    identity = {};
+    words = {"before"};
+    EXPECT_EQ(applications.identity(*process, identity), Availability::unsupported);
+    EXPECT_EQ(applications.commandLine(*process, words), Availability::unsupported);
+    EXPECT_EQ(identity, platform::ProcessIdentity{});
+    EXPECT_EQ(words, std::vector<std::string>{"before"});
+    machine->processes().calls.fail("commandLine", {.error = EPERM});
+    EXPECT_EQ(applications.commandLine(*process, words), Availability::denied);
+}
+
+TEST_F(ApplicationsTest, SamplesEverythingWithoutAllocating) {
+    for (std::int32_t id = 100; id < 120; ++id) {
+        launch(id, "a");
+        machine->processes().setFacts(id, {.storageBytes = platform::StorageBytes{0, 0}, .openFiles = 4});
+    }
+    Applications applications;
+    applications.setMeasures({Measure::all, Measure::threads, Measure::storage, Measure::files});
+    std::vector<std::shared_ptr<const Applications::Process>> list;
+    std::size_t taken = 0;
+    for (int round = 0; round < 40; ++round) {
+        machine->advance(1.3);
+        const std::size_t before = allocations();
+        applications.update();
+        applications.all(list);
+        if (round > 2)
+            taken += allocations() - before;
+    }
+    if (countsAllocations) {
+        EXPECT_EQ(taken, 0U);
+    }
+    EXPECT_EQ(list.size(), 20U);
 }
 
 TEST_F(ApplicationsTest, GivesTheThreeGreatestSharesTheGreatestFirst) {
