@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The dashboard in a window of macOS, and the processor's load as a ring in the status bar.
-#include "examples/dashboard/Card.h"
+#include "examples/dashboard/Board.h"
+#include "examples/dashboard/Settings.h"
 
 #include <SentrelKit/SentrelKit.h>
 #include <SentrelKit/embed/appkit/SentrelView.h>
@@ -26,6 +27,7 @@
 namespace {
 
 constexpr double interval = 1.0; // seconds between two looks at the models
+constexpr double boardWidth = 1240;
 constexpr double ringSize = 18;  // of an icon in the status bar
 constexpr double ringWidth = 3;
 
@@ -51,9 +53,11 @@ private:
     const std::shared_ptr<int> owner_ = std::make_shared<int>();
 };
 
-std::unique_ptr<Fed> makeCard(const sentrel::System& system) {
-    const auto card = std::make_shared<dashboard::Card>(system);
-    return std::make_unique<Fed>([[SentrelView alloc] initWithView:card], [card] { card->refresh(); });
+std::unique_ptr<Fed> makeBoard(const sentrel::System& system) {
+    const auto settings = std::make_shared<dashboard::Settings>();
+    const auto board = std::make_shared<dashboard::Board>(system, *settings);
+    board->setFrame({0, 0, boardWidth, board->heightFor(boardWidth)}); // the window's first size
+    return std::make_unique<Fed>([[SentrelView alloc] initWithView:board], [board, settings] { board->tick(); });
 }
 
 std::unique_ptr<Fed> makeRing(const sentrel::System& system) {
@@ -73,7 +77,7 @@ std::unique_ptr<Fed> makeRing(const sentrel::System& system) {
 @implementation Dashboard {
     NSWindow* _window;
     NSStatusItem* _item;
-    std::unique_ptr<Fed> _card;
+    std::unique_ptr<Fed> _board;
     std::unique_ptr<Fed> _ring;
 }
 
@@ -83,7 +87,7 @@ std::unique_ptr<Fed> makeRing(const sentrel::System& system) {
     system.start(system.disk());
     system.start(system.apps());
     [self showMenu];
-    [self showCardOf:system];
+    [self showBoardOf:system];
     [self showRingOf:system];
     [NSApp activateIgnoringOtherApps:YES];
 }
@@ -97,17 +101,18 @@ std::unique_ptr<Fed> makeRing(const sentrel::System& system) {
     [NSApp.mainMenu addItem:item];
 }
 
-- (void)showCardOf:(const sentrel::System&)system {
-    _card = makeCard(system);
-    const NSRect content = {NSZeroPoint, _card->view().intrinsicContentSize};
+- (void)showBoardOf:(const sentrel::System&)system {
+    _board = makeBoard(system);
+    const NSRect content = {NSZeroPoint, _board->view().intrinsicContentSize};
     _window = [[NSWindow alloc]
         initWithContentRect:content
-                  styleMask:NSWindowStyleMaskTitled | NSWindowStyleMaskClosable | NSWindowStyleMaskMiniaturizable
+                  styleMask:NSWindowStyleMaskTitled | NSWindowStyleMaskClosable | NSWindowStyleMaskMiniaturizable |
+                            NSWindowStyleMaskResizable
                     backing:NSBackingStoreBuffered
                       defer:NO];
     _window.releasedWhenClosed = NO;
     _window.title = @"Dashboard";
-    _window.contentView = _card->view();
+    _window.contentView = _board->view();
     [_window center];
     [_window makeKeyAndOrderFront:nil];
 }

@@ -6,11 +6,25 @@
 
 namespace dashboard {
 
-struct Options {
-    double seconds = 4;                   ///< how long to sample
-    std::string output = "dashboard.png"; ///< where the picture goes
-    bool help = false;
+/// What the program does.
+enum class Mode {
+    choose,   ///< a window where there is a display, else the report
+    report,   ///< measures, prints the figures and draws them
+    snapshot, ///< measures and draws
+    help,
 };
+
+struct Options {
+    Mode mode = Mode::choose;
+    std::optional<double> seconds;         ///< how long to sample, or to show the window
+    std::string picture = "dashboard.png"; ///< where the picture goes
+    double width = 1000;                   ///< of the picture, points
+    double scale = 2;                      ///< pixels a point of the picture
+    bool isDark = false;
+};
+
+/// How long a picture or a report samples unless it is told.
+constexpr double usualSeconds = 4;
 
 /// What --help prints.
 extern const char* const usage;

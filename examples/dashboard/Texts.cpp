@@ -2,6 +2,7 @@
 #include "examples/dashboard/Texts.h"
 
 #include <SentrelKit/system/Formatting.h>
+#include <SentrelKit/system/Time.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -13,7 +14,7 @@ using namespace sentrel;
 
 std::string percentText(double percent) {
     char text[32];
-    std::snprintf(text, sizeof text, "%.1f %%", percent);
+    std::snprintf(text, sizeof text, "%.1f%%", percent);
     return text;
 }
 
@@ -29,6 +30,16 @@ std::string thermalStateName(ThermalState state) {
         return "critical";
     }
     return "unknown";
+}
+
+std::string durationText(std::int64_t seconds) {
+    const Time::Split parts = Time::split(seconds);
+    const auto with = [](std::int64_t count, const char* unit) { return std::to_string(count) + unit; };
+    if (parts.days > 0)
+        return with(parts.days, " d ") + with(parts.hrs, " h ") + with(parts.mins, " min");
+    if (parts.hrs > 0)
+        return with(parts.hrs, " h ") + with(parts.mins, " min");
+    return with(parts.mins, " min ") + with(parts.secs, " s");
 }
 
 std::string swapText(const Memory& memory) {

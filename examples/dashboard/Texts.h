@@ -3,6 +3,7 @@
 
 #include <SentrelKit/system/System.h>
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -12,6 +13,8 @@ namespace dashboard {
 
 std::string percentText(double percent);
 std::string thermalStateName(sentrel::ThermalState state);
+/// "3 d 4 h 12 min", "12 min 5 s".
+std::string durationText(std::int64_t seconds);
 std::string swapText(const sentrel::Memory& memory);
 std::string graphicsText(const sentrel::GPU& gpu);
 
