@@ -53,11 +53,11 @@ private:
     const std::shared_ptr<int> owner_ = std::make_shared<int>();
 };
 
-std::unique_ptr<Fed> makeBoard(const sentrel::System& system) {
+std::unique_ptr<Fed> makeBoard(sentrel::System& system) {
     const auto settings = std::make_shared<dashboard::Settings>();
     const auto board = std::make_shared<dashboard::Board>(system, *settings);
     board->setFrame({0, 0, boardWidth, board->heightFor(boardWidth)}); // the window's first size
-    return std::make_unique<Fed>([[SentrelView alloc] initWithView:board], [board, settings] { board->tick(); });
+    return std::make_unique<Fed>([[SentrelView alloc] initWithView:board], [board, settings] { board->refresh(); });
 }
 
 std::unique_ptr<Fed> makeRing(const sentrel::System& system) {
@@ -101,7 +101,7 @@ std::unique_ptr<Fed> makeRing(const sentrel::System& system) {
     [NSApp.mainMenu addItem:item];
 }
 
-- (void)showBoardOf:(const sentrel::System&)system {
+- (void)showBoardOf:(sentrel::System&)system {
     _board = makeBoard(system);
     const NSRect content = {NSZeroPoint, _board->view().intrinsicContentSize};
     _window = [[NSWindow alloc]

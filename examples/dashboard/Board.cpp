@@ -36,13 +36,13 @@ struct Board::Parts {
         std::optional<Group> group;
     };
 
-    Parts(const System& system, Settings& choices, const std::function<void()>& changed)
+    Parts(System& system, Settings& choices, const std::function<void()>& changed)
         : settings(std::make_shared<SettingsPanel>(choices, changed)),
           applications(std::make_shared<ApplicationsPanel>(system.apps())),
           entries{{settings, std::nullopt},
-                  {std::make_shared<ProcessorPanel>(system.cpu()), Group::processor},
-                  {std::make_shared<MemoryPanel>(system.mem()), Group::memory},
-                  {std::make_shared<NetworkPanel>(system.net()), Group::network},
+                  {std::make_shared<ProcessorPanel>(system), Group::processor},
+                  {std::make_shared<MemoryPanel>(system), Group::memory},
+                  {std::make_shared<NetworkPanel>(system), Group::network},
                   {std::make_shared<VolumesPanel>(system.disk()), Group::volumes},
                   {applications, Group::applications},
                   {std::make_shared<BatteryPanel>(system.battery()), std::nullopt},
@@ -80,7 +80,7 @@ struct Board::Parts {
     }
 };
 
-Board::Board(const System& system, Settings& settings)
+Board::Board(System& system, Settings& settings)
     : system_(system), settings_(settings), parts_(std::make_unique<Parts>(system, settings, [this] {
           refresh();
           if (settingsChanged_)
@@ -115,15 +115,7 @@ void Board::showPanels() {
     }
 }
 
-void Board::tick() {
-    if (!std::exchange(isFirstTick_, false))
-        for (const Parts::Entry& entry : parts_->entries)
-            entry.panel->remember();
-    refresh();
-}
-
 void Board::forgetHistory() {
-    isFirstTick_ = true;
     for (const Parts::Entry& entry : parts_->entries)
         entry.panel->forget();
 }

@@ -14,20 +14,17 @@
 namespace dashboard {
 
 /// The whole dashboard: a heading and a panel for each thing that the machine has, in as many columns as the width has
-/// room for. It shows what the models know; a host samples, and calls `tick` once a second while it does. Main thread.
+/// room for. It shows what the models know; a host samples, and calls `refresh` for each look at them. Main thread.
 class Board final : public sentrel::View {
 public:
     static constexpr double narrowest = 360; ///< points
 
     /// A registry and settings that outlive it.
-    Board(const sentrel::System& system, Settings& settings);
+    Board(sentrel::System& system, Settings& settings);
     ~Board() override;
 
     /// Takes the figures over from the models.
     void refresh();
-
-    /// The same, and adds them to the histories: a second has passed.
-    void tick();
 
     /// Begins the histories anew. To be called when sampling begins after a pause.
     void forgetHistory();
@@ -54,11 +51,10 @@ private:
     void toggleSettings();
     void showPanels();
 
-    const sentrel::System& system_;
+    sentrel::System& system_;
     Settings& settings_;
     std::function<void()> settingsChanged_;
     double measuredWidth_ = 0;
-    bool isFirstTick_ = true; // no sample of this time is there yet
     std::unique_ptr<Parts> parts_;
 };
 

@@ -21,9 +21,6 @@ public:
     /// Takes the figures over from the models. False if there is nothing that the panel could show.
     virtual bool refresh() = 0;
 
-    /// Adds the figures of now to its histories.
-    virtual void remember() {}
-
     /// Begins its histories anew: nobody sampled for a while.
     virtual void forget() {}
 

@@ -48,7 +48,8 @@ const Color systemColor = FUIColor::amethyst();
 
 } // namespace
 
-ProcessorPanel::ProcessorPanel(const CPU& cpu) : Panel("Processor"), cpu_(cpu) {
+ProcessorPanel::ProcessorPanel(System& system)
+    : Panel("Processor"), cpu_(system.cpu()), recording_(system, cpu_, [this] { return cpu_.usage() * 10; }) {
     setStretch(3);
     ring_ = makeRing("Processor load");
     const auto rows = makeColumn();
@@ -85,12 +86,8 @@ bool ProcessorPanel::refresh() {
     heat_->setValue(cpu_.thermalState());
     heatRow_->show(thermalStateName(cpu_.thermalState()));
     uptime_->show(durationText(cpu_.uptime()));
-    chart_->show(history_, "peak " + percentText(static_cast<double>(history_.peak()) / 10));
+    chart_->show(recording_, "peak " + percentText(static_cast<double>(peakOf(recording_.points())) / 10));
     return true;
-}
-
-void ProcessorPanel::remember() {
-    history_.add(std::llround(cpu_.usage() * 10));
 }
 
 // Memory.
@@ -109,7 +106,8 @@ const std::array<Kind, 4> memoryKinds = {{{"Wired", FUIColor::amethyst()},
 
 } // namespace
 
-MemoryPanel::MemoryPanel(const Memory& memory) : Panel("Memory"), memory_(memory) {
+MemoryPanel::MemoryPanel(System& system)
+    : Panel("Memory"), memory_(system.mem()), recording_(system, memory_, [this] { return memory_.usage(); }) {
     setStretch(1);
     ring_ = makeRing("Memory use");
     sums_ = std::make_shared<RowList>();
@@ -149,17 +147,13 @@ bool MemoryPanel::refresh() {
         parts.push_back(static_cast<double>(amounts.at(i)));
     }
     pie_->setDataPoints(std::move(parts));
-    chart_->show(history_);
+    chart_->show(recording_);
     const auto swap = memory_.swap();
     swap_->show(swapText(memory_));
     swapBar_->setHidden(swap.total == 0);
     if (swap.total > 0)
         swapBar_->setPercent(std::round(static_cast<double>(swap.used) * 100 / static_cast<double>(swap.total)));
     return true;
-}
-
-void MemoryPanel::remember() {
-    history_.add(memory_.usage());
 }
 
 // Network.
@@ -175,7 +169,10 @@ std::string pageOf(const std::string& address) {
 
 } // namespace
 
-NetworkPanel::NetworkPanel(const Network& network) : Panel("Network"), network_(network) {
+NetworkPanel::NetworkPanel(System& system)
+    : Panel("Network"), network_(system.net()),
+      in_(system, network_, [this] { return network_.aggregated()->ibytesps(); }),
+      out_(system, network_, [this] { return network_.aggregated()->obytesps(); }) {
     setStretch(2);
     received_ = addRow("Received");
     received_->setDot(FUIColor::turquoise());
@@ -232,15 +229,9 @@ void NetworkPanel::showRouter() {
     router_->setActiveColor(FUIColor::alizarin());
 }
 
-void NetworkPanel::remember() {
-    const auto all = network_.aggregated();
-    in_.add(std::llround(all->ibytesps()));
-    out_.add(std::llround(all->obytesps()));
-}
-
 void NetworkPanel::forget() {
-    in_.clear();
-    out_.clear();
+    in_.forget();
+    out_.forget();
 }
 
 // Battery.

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "examples/dashboard/Charts.h"
 #include "examples/dashboard/Gauges.h"
-#include "examples/dashboard/History.h"
 #include "examples/dashboard/IconView.h"
 #include "examples/dashboard/Panel.h"
 #include "examples/dashboard/RowList.h"
@@ -17,20 +17,19 @@
 #include <memory>
 #include <vector>
 
-/// The panels of the dashboard but for the one of volumes. Each reads one model, which outlives it.
+/// The panels of the dashboard but for the one of volumes. Each reads one model, whose registry outlives it.
 namespace dashboard {
 
 /// Load as a ring, as a history and by what causes it; heat, uptime.
 class ProcessorPanel final : public Panel {
 public:
-    explicit ProcessorPanel(const sentrel::CPU& cpu);
+    explicit ProcessorPanel(sentrel::System& system);
     bool refresh() override;
-    void remember() override;
-    void forget() override { history_.clear(); }
+    void forget() override { recording_.forget(); }
 
 private:
     const sentrel::CPU& cpu_;
-    History history_; // in tenths of a percent
+    Recording recording_; // in tenths of a percent
     std::shared_ptr<sentrel::GaugeCircleChart> ring_;
     std::shared_ptr<InfoRow> user_;
     std::shared_ptr<InfoRow> system_;
@@ -46,14 +45,13 @@ private:
 /// Use as a ring, kinds as a pie, swap.
 class MemoryPanel final : public Panel {
 public:
-    explicit MemoryPanel(const sentrel::Memory& memory);
+    explicit MemoryPanel(sentrel::System& system);
     bool refresh() override;
-    void remember() override;
-    void forget() override { history_.clear(); }
+    void forget() override { recording_.forget(); }
 
 private:
     const sentrel::Memory& memory_;
-    History history_; // in percent
+    Recording recording_; // in percent
     std::shared_ptr<sentrel::GaugeCircleChart> ring_;
     std::shared_ptr<RowList> sums_;
     std::shared_ptr<sentrel::PieChart> pie_;
@@ -66,17 +64,16 @@ private:
 /// Rates as histories, peaks, addresses, how far the connection reaches.
 class NetworkPanel final : public Panel {
 public:
-    explicit NetworkPanel(const sentrel::Network& network);
+    explicit NetworkPanel(sentrel::System& system);
     bool refresh() override;
-    void remember() override;
     void forget() override;
 
 private:
     void showRouter();
 
     const sentrel::Network& network_;
-    History in_; // bytes per second
-    History out_;
+    Recording in_; // bytes per second
+    Recording out_;
     std::shared_ptr<InfoRow> received_;
     std::shared_ptr<Sparkline> receivedChart_;
     std::shared_ptr<InfoRow> sent_;

@@ -47,7 +47,7 @@ bool draw(dashboard::Board& board, const dashboard::Options& options) {
 int measure(sentrel::System& system, const dashboard::Options& options) {
     auto settings = dashboard::Settings::ofEverything();
     dashboard::Board board(system, settings);
-    dashboard::Sampler sampler(system, settings, [&] { board.tick(); });
+    dashboard::Sampler sampler(system, settings, [&] { board.refresh(); });
     sample(sampler, options.seconds.value_or(dashboard::usualSeconds));
     if (options.mode != dashboard::Mode::snapshot)
         dashboard::printReport(system);

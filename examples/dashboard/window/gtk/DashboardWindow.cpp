@@ -14,8 +14,8 @@ constexpr int leastHeight = 240;
 } // namespace
 
 DashboardWindow::DashboardWindow(sentrel::System& system, Settings& settings)
-    : board_(std::make_shared<Board>(system, settings)),
-      sampler_(system, settings, [this] { showFigures(&Board::tick); }), widget_(board_) {
+    : board_(std::make_shared<Board>(system, settings)), sampler_(system, settings, [this] { showFigures(); }),
+      widget_(board_) {
     set_title("Machine Dashboard");
     set_icon_name("org.sentrelkit.Dashboard");
     board_->setSettingsHandler([this] { sampler_.settingsChanged(); });
@@ -26,7 +26,7 @@ DashboardWindow::DashboardWindow(sentrel::System& system, Settings& settings)
         }
         board_->forgetHistory();
         sampler_.start();
-        showFigures(&Board::refresh);
+        showFigures();
     });
     // The first thing with a focus gets it when the window comes: nobody pressed a key for that yet.
     signal_show().connect([this] { unset_focus(); });
@@ -38,8 +38,8 @@ DashboardWindow::DashboardWindow(sentrel::System& system, Settings& settings)
     set_default_size(usualWidth, std::clamp(height, leastHeight, greatestHeight));
 }
 
-void DashboardWindow::showFigures(void (Board::*figures)()) {
-    (*board_.*figures)();
+void DashboardWindow::showFigures() {
+    board_->refresh();
     widget_.matchIcons();
 }
 

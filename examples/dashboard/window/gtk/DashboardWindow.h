@@ -23,7 +23,7 @@ public:
     [[nodiscard]] BoardWidget& widget() { return widget_; }
 
 private:
-    void showFigures(void (Board::*figures)());
+    void showFigures();
 
     const std::shared_ptr<Board> board_;
     Sampler sampler_;

@@ -4,6 +4,7 @@
 #include <SentrelKit/views/LineChart.h>
 
 #include "examples/dashboard/Label.h"
+#include "examples/dashboard/Recording.h"
 
 #include <cstdint>
 #include <memory>
@@ -13,29 +14,13 @@
 
 namespace dashboard {
 
-/// The last two minutes of a figure, one sample a second.
-class History {
-public:
-    void add(std::int64_t sample);
-    void clear() { samples_.clear(); }
-
-    [[nodiscard]] const std::vector<std::int64_t>& samples() const { return samples_; }
-    [[nodiscard]] std::int64_t peak() const; ///< 0 without samples
-
-    /// "last 12 s", "last 2 min"; "just begun" while there is no line yet.
-    [[nodiscard]] std::string span() const;
-
-private:
-    std::vector<std::int64_t> samples_;
-};
-
 /// A line over its own gradient, with guide lines at its scale's end, half of it and zero. The scale ends at the
 /// greatest sample, or where the host says.
 class Sparkline final : public sentrel::View {
 public:
     Sparkline(const std::string& name, sentrel::Color color, std::optional<std::int64_t> scale = std::nullopt);
 
-    void show(const History& history);
+    void show(const Recording& recording);
 
     [[nodiscard]] bool isFlipped() const override { return true; }
     void drawRect(sentrel::Canvas& canvas, sentrel::Rect rect) override;
@@ -50,12 +35,15 @@ private:
     std::shared_ptr<sentrel::LineChart> line_;
 };
 
+/// The greatest of them; 0 without any.
+std::int64_t peakOf(const std::vector<std::int64_t>& points);
+
 /// A history as a card of its own colour, with words above and below the line.
 class HistoryCard final : public sentrel::LineChart {
 public:
     explicit HistoryCard(const std::string& name);
 
-    void show(const History& history, const std::string& peak);
+    void show(const Recording& recording, const std::string& peak);
 
     [[nodiscard]] sentrel::Size fittingSize() const override { return {120, 168}; }
 

@@ -1,16 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "examples/dashboard/History.h"
+#include "examples/dashboard/Charts.h"
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace dashboard {
 
 using namespace sentrel;
 
 namespace {
-
-constexpr std::size_t longest = 120;
 
 // Hairlines on whole rows of pixels, so that they are equally strong.
 void drawGuide(Canvas& canvas, double y, double width, const Color& color) {
@@ -30,21 +29,8 @@ std::shared_ptr<Label> addTo(View& view, const std::string& text, TextAlignment 
 
 } // namespace
 
-void History::add(std::int64_t sample) {
-    if (samples_.size() == longest)
-        samples_.erase(samples_.begin());
-    samples_.push_back(std::max<std::int64_t>(sample, 0));
-}
-
-std::int64_t History::peak() const {
-    return samples_.empty() ? 0 : *std::max_element(samples_.begin(), samples_.end());
-}
-
-std::string History::span() const {
-    const std::size_t seconds = samples_.size();
-    if (seconds < 2)
-        return "just begun";
-    return seconds >= longest ? "last 2 min" : "last " + std::to_string(seconds) + " s";
+std::int64_t peakOf(const std::vector<std::int64_t>& points) {
+    return points.empty() ? 0 : *std::max_element(points.begin(), points.end());
 }
 
 Sparkline::Sparkline(const std::string& name, Color color, std::optional<std::int64_t> scale)
@@ -57,11 +43,14 @@ Sparkline::Sparkline(const std::string& name, Color color, std::optional<std::in
     addSubview(line_);
 }
 
-void Sparkline::show(const History& history) {
+void Sparkline::show(const Recording& recording) {
+    std::vector<std::int64_t> points = recording.points();
+    if (points == line_->dataPoints())
+        return; // a quiet figure draws no frame
     if (scale_)
-        height_ = std::clamp(static_cast<double>(history.peak()) / static_cast<double>(*scale_), 0.0, 1.0);
+        height_ = std::clamp(static_cast<double>(peakOf(points)) / static_cast<double>(*scale_), 0.0, 1.0);
     layout();
-    line_->setDataPoints(history.samples());
+    line_->setDataPoints(std::move(points));
     line_->setNeedsDisplay(true);
 }
 
@@ -87,10 +76,13 @@ HistoryCard::HistoryCard(const std::string& name)
     setAccessibilityName(name);
 }
 
-void HistoryCard::show(const History& history, const std::string& peak) {
-    setDataPoints(history.samples());
+void HistoryCard::show(const Recording& recording, const std::string& peak) {
     peak_->show(peak);
-    begin_->show(history.span());
+    begin_->show(recording.span());
+    std::vector<std::int64_t> points = recording.points();
+    if (points == dataPoints())
+        return;
+    setDataPoints(std::move(points));
     setNeedsDisplay(true);
 }
 
