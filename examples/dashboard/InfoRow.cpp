@@ -3,8 +3,11 @@
 
 #include "examples/dashboard/TerminalText.h"
 
+#include <SentrelKit/views/FUIColor.h>
+
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace dashboard {
 
@@ -28,6 +31,11 @@ void InfoRow::setDot(const Color& color) {
     setNeedsDisplay(true);
 }
 
+void InfoRow::setIsAlarming(bool isAlarming) {
+    if (std::exchange(isAlarming_, isAlarming) != isAlarming)
+        setNeedsDisplay(true);
+}
+
 void InfoRow::drawRect(Canvas& canvas, Rect rect) {
     constexpr double between = 12;
     constexpr double dotSize = 9;
@@ -46,8 +54,9 @@ void InfoRow::drawRect(Canvas& canvas, Rect rect) {
     const double forValue = value_.empty() ? 0 : std::max(width - between - forName, 0.0);
     canvas.drawText(name_, nameFont, inkOf(nameStyle_, appearance),
                     {left, 0, value_.empty() ? width : forName + 1, rect.height}, TextAlignment::left);
+    const Color alarm = appearance == Appearance::dark ? FUIColor::alizarin() : FUIColor::pomegranate();
     if (!value_.empty())
-        canvas.drawText(value_, valueFont, inkOf(TextStyle::value, appearance),
+        canvas.drawText(value_, valueFont, isAlarming_ ? alarm : inkOf(TextStyle::value, appearance),
                         {left + width - forValue, 0, forValue, rect.height}, TextAlignment::right);
 }
 

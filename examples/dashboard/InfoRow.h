@@ -28,6 +28,9 @@ public:
     /// The name is what matters: it is written as figures are.
     void setIsProminent() { nameStyle_ = TextStyle::value; }
 
+    /// The value is one that somebody should look after: it is written in red.
+    void setIsAlarming(bool isAlarming);
+
     [[nodiscard]] bool isFlipped() const override { return true; }
     void drawRect(sentrel::Canvas& canvas, sentrel::Rect rect) override;
     [[nodiscard]] sentrel::Size fittingSize() const override { return {120, rowHeight}; }
@@ -43,6 +46,7 @@ private:
     std::string name_;
     std::string value_;
     std::optional<sentrel::Color> dot_;
+    bool isAlarming_ = false;
     TextStyle nameStyle_ = TextStyle::name;
 };
 

@@ -84,6 +84,7 @@ bool ProcessorPanel::refresh() {
     threads_->show(std::to_string(cpu_.threads()));
     split_->show({cpu_.user(), cpu_.sys()});
     heat_->setValue(cpu_.thermalState());
+    heatRow_->setIsAlarming(cpu_.thermalState() >= ThermalState::serious);
     heatRow_->show(thermalStateName(cpu_.thermalState()));
     uptime_->show(durationText(cpu_.uptime()));
     chart_->show(recording_, "peak " + percentText(static_cast<double>(peakOf(recording_.points())) / 10));

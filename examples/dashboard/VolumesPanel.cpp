@@ -70,6 +70,7 @@ void VolumeRow::refresh() {
     bar_->setAccessibilityName(name);
     bar_->setPercent(volume_->usagePercent());
     rates_->show(ratesText(*volume_), healthText(*volume_));
+    rates_->setIsAlarming(volume_->smart() && volume_->smart()->healthy == 0);
     eject_->setAccessibilityName("Eject " + name);
     questionText_->show("Eject " + name + "?");
 }
