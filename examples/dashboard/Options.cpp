@@ -45,6 +45,13 @@ bool setValue(Options& options, const std::string& name, const char* value) {
         options.seconds = seconds;
         return true;
     }
+    if (name == "--simulate") {
+        options.simulated = simulation::kindNamed(value);
+        if (!options.simulated)
+            std::fprintf(stderr, "dashboard: --simulate takes laptop, hot, full-disks or server, not '%s'\n",
+                         terminalText(value).c_str());
+        return options.simulated.has_value();
+    }
     if (name == "--width")
         return number(options.width, {Board::narrowest, 7680, false});
     if (name == "--scale")
@@ -75,6 +82,7 @@ const char* const usage =
     "  --width N        the picture's width in points, 360 to 7680 (default 1000)\n"
     "  --scale N        its pixels a point, 0.5 to 4 (default 2)\n"
     "  --dark           the picture in its dark look; the window follows the theme\n"
+    "  --simulate KIND  show a machine that does not exist and moves: laptop, hot, full-disks or server\n"
     "  --help           print this text\n";
 
 std::optional<Options> parseOptions(int count, char** arguments) {
@@ -97,8 +105,8 @@ std::optional<Options> parseOptions(int count, char** arguments) {
             options.mode = Mode::report;
             continue;
         }
-        if (argument != "--seconds" && argument != "--output" && argument != "--snapshot" && argument != "--width" &&
-            argument != "--scale") {
+        if (argument != "--simulate" && argument != "--seconds" && argument != "--output" && argument != "--snapshot" &&
+            argument != "--width" && argument != "--scale") {
             std::fprintf(stderr, "dashboard: unknown argument '%s' (try --help)\n", terminalText(argument).c_str());
             return std::nullopt;
         }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "examples/simulation/Simulation.h"
+
 #include <optional>
 #include <string>
 
@@ -16,10 +18,11 @@ enum class Mode {
 
 struct Options {
     Mode mode = Mode::choose;
-    std::optional<double> seconds;         ///< how long to sample, or to show the window
-    std::string picture = "dashboard.png"; ///< where the picture goes
-    double width = 1000;                   ///< of the picture, points
-    double scale = 2;                      ///< pixels a point of the picture
+    std::optional<simulation::Kind> simulated; ///< absent: the machine itself
+    std::optional<double> seconds;             ///< how long to sample, or to show the window
+    std::string picture = "dashboard.png";     ///< where the picture goes
+    double width = 1000;                       ///< of the picture, points
+    double scale = 2;                          ///< pixels a point of the picture
     bool isDark = false;
 };
 

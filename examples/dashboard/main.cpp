@@ -6,6 +6,7 @@
 #include "examples/dashboard/Sampler.h"
 #include "examples/dashboard/TerminalText.h"
 #include "examples/dashboard/Window.h"
+#include "examples/simulation/Simulation.h"
 
 #include <SentrelKit/SentrelKit.h>
 
@@ -80,5 +81,9 @@ int main(int count, char** arguments) {
         std::fputs(dashboard::usage, stdout);
         return 0;
     }
-    return run(sentrel::System::shared(), *options);
+    if (!options->simulated)
+        return run(sentrel::System::shared(), *options);
+    simulation::Machine machine(*options->simulated);
+    sentrel::System system(machine.platform());
+    return run(system, *options);
 }

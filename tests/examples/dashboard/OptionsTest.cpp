@@ -41,6 +41,12 @@ TEST(Options, APictureFileSaysWhatIsDone) {
     EXPECT_TRUE(snapshot->isDark);
 }
 
+TEST(Options, ASimulatedMachineGoesWithEachOfThem) {
+    EXPECT_FALSE(parse({})->simulated);
+    EXPECT_EQ(parse({"--simulate", "laptop"})->simulated, simulation::Kind::laptop);
+    EXPECT_EQ(parse({"--simulate", "full-disks", "--terminal"})->simulated, simulation::Kind::fullDisks);
+}
+
 TEST(Options, AWrongOneIsToldInOneLine) {
     const std::vector<std::vector<std::string>> wrong = {
         {"--nosuch"},
@@ -53,6 +59,8 @@ TEST(Options, AWrongOneIsToldInOneLine) {
         {"--seconds", "86401"},
         {"--seconds", "nan"},
         {"--seconds", "2s"},
+        {"--simulate"},
+        {"--simulate", "toaster"},
         {"--width", "359"},
         {"--width", "7681"},
         {"--scale", "0.4"},

@@ -107,6 +107,13 @@ TEST_F(WithoutADisplay, ASnapshotIsAPictureOfTheSizeThatWasAsked) {
     EXPECT_LT(wide.height * 3 / 2, narrow.height); // columns side by side
 }
 
+TEST_F(WithoutADisplay, ASimulatedMachineIsDrawnLikeAnother) {
+    EXPECT_EQ(run("--simulate laptop --seconds 0.3 --snapshot laptop.png"), 0);
+    EXPECT_EQ(pictureSize("laptop.png").width, 2000U);
+    EXPECT_EQ(run("--simulate server --seconds 0.3"), 0);
+    EXPECT_THAT(printed, HasSubstr("no battery"));
+}
+
 TEST_F(WithoutADisplay, AWrongOptionEndsItWithOneLine) {
     for (const char* arguments : {"--nosuch", "--seconds nothing", "--snapshot", "--width 10 --snapshot a.png"}) {
         EXPECT_EQ(run(arguments), 2) << arguments;
@@ -118,7 +125,7 @@ TEST_F(WithoutADisplay, AWrongOptionEndsItWithOneLine) {
 TEST_F(WithoutADisplay, HelpTellsEveryOption) {
     EXPECT_EQ(run("--help"), 0);
     for (const char* option :
-         {"--seconds", "--terminal", "--output", "--snapshot", "--width", "--scale", "--dark", "--help"})
+         {"--seconds", "--terminal", "--output", "--snapshot", "--width", "--scale", "--dark", "--simulate", "--help"})
         EXPECT_THAT(printed, HasSubstr(option));
 }
 
