@@ -5,6 +5,7 @@
 #include <SentrelKit/platform/InterfaceFacts.h>
 #include <SentrelKit/platform/NetworkService.h>
 #include <SentrelKit/platform/Pressure.h>
+#include <SentrelKit/platform/ProcessorFacts.h>
 #include <SentrelKit/platform/SensorService.h>
 #include <SentrelKit/platform/ThermalState.h>
 #include <SentrelKit/platform/VolumeNotification.h>
@@ -47,6 +48,10 @@ std::ostream& operator<<(std::ostream& stream, Duplex value) {
 
 std::ostream& operator<<(std::ostream& stream, AddressScope value) {
     return writeName(stream, value, {"global", "site", "link", "host"});
+}
+
+std::ostream& operator<<(std::ostream& stream, CoreKind value) {
+    return writeName(stream, value, {"performance", "efficiency"});
 }
 
 } // namespace sentrel

@@ -6,6 +6,7 @@
 #include <SentrelKit/Export.h>
 
 #include <cstdint>
+#include <iosfwd>
 #include <optional>
 #include <string>
 #include <vector>
@@ -36,6 +37,8 @@ enum class CoreKind : std::uint8_t {
     performance, ///< the fast ones
     efficiency,  ///< the thrifty ones
 };
+/// Writes its name as it stands here.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, CoreKind value);
 
 /// How fast a logical processor runs.
 struct CoreFrequency {

@@ -13,6 +13,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <iosfwd>
 #include <memory>
 #include <optional>
 #include <string>
@@ -215,5 +216,8 @@ private:
     std::string ownerName_;         // by which the owner of such a process is found
     Atomic<std::shared_ptr<Process>> parent_;
 };
+
+/// Writes its name as it stands here.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, Applications::Measure value);
 
 } // namespace sentrel

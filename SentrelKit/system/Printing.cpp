@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/base/util/detail/EnumName.h>
+#include <SentrelKit/system/Applications.h>
 #include <SentrelKit/system/CPU.h>
+#include <SentrelKit/system/Disk/Disk.h>
 #include <SentrelKit/system/Formatting.h>
 #include <SentrelKit/system/Memory.h>
 #include <SentrelKit/system/Network.h>
@@ -53,15 +55,23 @@ std::ostream& operator<<(std::ostream& stream, const Threshold::Crossing& value)
 }
 
 std::ostream& operator<<(std::ostream& stream, CPU::Measure value) {
-    return writeName(stream, value, {"pressure"});
+    return writeName(stream, value, {"pressure", "cores", "frequencies", "activity"});
 }
 
 std::ostream& operator<<(std::ostream& stream, Memory::Measure value) {
-    return writeName(stream, value, {"pressure"});
+    return writeName(stream, value, {"pressure", "details", "swapRates", "compression", "nodes"});
 }
 
 std::ostream& operator<<(std::ostream& stream, Network::Measure value) {
     return writeName(stream, value, {"traffic", "links", "wireless"});
+}
+
+std::ostream& operator<<(std::ostream& stream, Applications::Measure value) {
+    return writeName(stream, value, {"all", "threads", "storage", "files"});
+}
+
+std::ostream& operator<<(std::ostream& stream, Disk::Measure value) {
+    return writeName(stream, value, {"activity", "devices", "inodes", "pressure"});
 }
 
 } // namespace sentrel

@@ -84,6 +84,36 @@ public:
     sentrel::Availability pressure(sentrel::PressureResource resource, sentrel::Pressure& pressure) noexcept override {
         return ask(&Values::pressure, resource, pressure);
     }
+    sentrel::Availability processorLoad(sentrel::platform::ProcessorLoad& load) noexcept override {
+        return ask(&Values::processorLoad, load);
+    }
+    sentrel::Availability processorFrequencies(sentrel::platform::ProcessorFrequencies& frequencies) override {
+        return ask(&Values::processorFrequencies, frequencies);
+    }
+    sentrel::Availability memoryDetails(sentrel::MemoryDetails& details) noexcept override {
+        return ask(&Values::memoryDetails, details);
+    }
+    sentrel::Availability swapCounters(sentrel::platform::SwapCounters& counters) noexcept override {
+        return ask(&Values::swapCounters, counters);
+    }
+    sentrel::Availability memoryCompression(sentrel::MemoryCompression& compression) override {
+        return ask(&Values::memoryCompression, compression);
+    }
+    sentrel::Availability memoryNodes(std::vector<sentrel::MemoryNode>& nodes) override {
+        return ask(&Values::memoryNodes, nodes);
+    }
+    sentrel::Availability operatingSystem(sentrel::OperatingSystem& system) override {
+        return ask(&Values::operatingSystem, system);
+    }
+    sentrel::Availability virtualization(sentrel::Virtualization& virtualization) override {
+        return ask(&Values::virtualization, virtualization);
+    }
+    sentrel::Availability controlGroup(sentrel::ControlGroup& group) override {
+        return ask(&Values::controlGroup, group);
+    }
+    sentrel::Availability users(std::vector<sentrel::LoggedInUser>& users) override {
+        return ask(&Values::users, users);
+    }
     sentrel::Observation observePressure(sentrel::PressureResource resource,
                                          const sentrel::PressureThreshold& threshold,
                                          std::function<void()> crossed) override;
@@ -122,6 +152,12 @@ public:
     }
     void checkLabel(const std::string& path) override { values().checkLabel(path); }
     std::optional<sentrel::Icon> iconForPath(const std::string& path) override { return values().iconForPath(path); }
+    sentrel::Availability diskOperations(std::vector<sentrel::DiskOperations>& disks) override {
+        return world_->ask([&](auto& values) { return values.volumes().diskOperations(disks); });
+    }
+    sentrel::Availability diskDevices(std::vector<sentrel::DiskDevice>& devices) override {
+        return world_->ask([&](auto& values) { return values.volumes().diskDevices(devices); });
+    }
 
 private:
     [[nodiscard]] sentrel::platform::ScriptedVolumeService& values() { return world_->values().volumes(); }

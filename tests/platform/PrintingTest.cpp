@@ -17,8 +17,8 @@ TEST(PrintingTest, EnumerationsOfTheMachineAreWrittenByTheirNames) {
     text << Availability::denied << ' ' << ThermalState::critical << ' ' << Icon::Kind::path << ' '
          << VolumeNotification::Kind::didRename << ' ' << Connectivity::unknown << ' ' << PressureResource::io << ' '
          << PressureThreshold::Kind::full << ' ' << SensorKind::energy << ' ' << InterfaceKind::wifi << ' '
-         << OperationalState::up << ' ' << Duplex::full << ' ' << AddressScope::host;
-    EXPECT_EQ(text.str(), "denied critical path didRename unknown io full energy wifi up full host");
+         << OperationalState::up << ' ' << Duplex::full << ' ' << AddressScope::host << ' ' << CoreKind::efficiency;
+    EXPECT_EQ(text.str(), "denied critical path didRename unknown io full energy wifi up full host efficiency");
 }
 
 } // namespace

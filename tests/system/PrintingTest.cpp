@@ -17,8 +17,9 @@ TEST(PrintingTest, EnumerationsOfModelsAreWrittenByTheirNames) {
     std::ostringstream text;
     text << SystemResourceType::app << ' ' << System::Group::network << ' ' << Timer::Status::suspended << ' '
          << Network::ConnectionType::internet << ' ' << ByteNotation::KB << ' ' << CPU::Measure::pressure << ' '
-         << Memory::Measure::pressure << ' ' << Network::Measure::wireless;
-    EXPECT_EQ(text.str(), "app network suspended internet KB pressure pressure wireless");
+         << Memory::Measure::pressure << ' ' << Network::Measure::wireless << ' ' << Applications::Measure::files << ' '
+         << Disk::Measure::pressure;
+    EXPECT_EQ(text.str(), "app network suspended internet KB pressure pressure wireless files pressure");
 }
 
 TEST(PrintingTest, AValueThatHasNoNameIsWrittenAsItsNumber) {

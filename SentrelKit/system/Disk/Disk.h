@@ -21,6 +21,7 @@
 #include <SentrelKit/system/detail/PressureAlarm.h>
 
 #include <cstdint>
+#include <iosfwd>
 #include <map>
 #include <memory>
 #include <optional>
@@ -270,5 +271,8 @@ private:
     Relaxed<std::int64_t> inodes_; // 0 where they are not counted
     Relaxed<std::int64_t> freeInodes_;
 };
+
+/// Writes its name as it stands here.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, Disk::Measure value);
 
 } // namespace sentrel
