@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/Availability.h>
 #include <SentrelKit/platform/Icon.h>
+#include <SentrelKit/platform/InterfaceFacts.h>
 #include <SentrelKit/platform/NetworkService.h>
+#include <SentrelKit/platform/Pressure.h>
+#include <SentrelKit/platform/ProcessorFacts.h>
+#include <SentrelKit/platform/SensorService.h>
 #include <SentrelKit/platform/ThermalState.h>
 #include <SentrelKit/platform/VolumeNotification.h>
 

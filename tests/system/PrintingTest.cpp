@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <SentrelKit/system/Applications.h>
+#include <SentrelKit/system/CPU.h>
+#include <SentrelKit/system/Disk/Disk.h>
 #include <SentrelKit/system/Formatting.h>
 #include <SentrelKit/system/Memory.h>
 #include <SentrelKit/system/Network.h>
