@@ -3,6 +3,7 @@
 #include "examples/dashboard/Sampler.h"
 
 #include "tests/examples/dashboard/DescribedMachine.h"
+#include "tests/views/TextRendererSuppressions.h"
 
 #include <SentrelKit/settings/SharedDefaults.h>
 #include <SentrelKit/views/Accessibility.h>

@@ -63,6 +63,8 @@ protected:
 
 private:
     const TemporaryFolder folder_;
+    // What the text renderer keeps is taken for lost, and the program has no suppressions as tests have.
+    const EnvironmentValue noLeaks_{"LSAN_OPTIONS", "detect_leaks=0"};
     const EnvironmentValue noSettings_{"XDG_CONFIG_HOME", folder_.path()};
 };
 
