@@ -241,11 +241,16 @@ TEST_F(LiveDisk, TellsOfDevicesWhatLsblkDoes) {
         "lsblk -J -b -l -o KNAME,PKNAME,TYPE,RM,RO,ROTA,SIZE | /usr/bin/python3 -c \"import json, sys\nfor d in "
         "json.load(sys.stdin)['blockdevices']:\n part = d['type'] == 'part'\n print(d['kname'], d['pkname'] if part "
         "else d['kname'], int(d['rm']), int(d['ro']), int(d['rota']), d['size'])\"");
-    EXPECT_GE(told.size(), 3U) << "a disk and its parts";
+    const std::string own = divided.node().substr(divided.node().rfind('/') + 1);
+    int parts = 0;
     for (const std::string& line : told) {
+        if (line.starts_with("loop") && !line.starts_with(own))
+            continue; // of other programs, which may take it away meanwhile
         const std::size_t blank = line.find(' ');
         EXPECT_EQ(shown[line.substr(0, blank)], line.substr(blank + 1)) << line;
+        parts += line.starts_with(own) ? 1 : 0;
     }
+    EXPECT_EQ(parts, 3) << "the disk and its parts";
 }
 
 TEST_F(LiveDisk, CountsInodesAsDfDoes) {
