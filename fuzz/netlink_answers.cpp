@@ -42,10 +42,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         SENTREL_ASSERT(link->name.back() == '\0' && link->hardwareLength <= link->hardware.size());
         for (const SocketAddress& address : table.addresses(*link))
             SENTREL_ASSERT(address.empty() || address.size() >= sizeof(sockaddr_in));
-        InterfaceLink facts;
+        sentrel::InterfaceLink facts;
         table.describe(*link, facts);
         SENTREL_ASSERT(facts.addresses.size() <= table.addresses(*link).size() && facts.mtu != 0U);
-        for (const InterfaceAddress& address : facts.addresses)
+        for (const sentrel::InterfaceAddress& address : facts.addresses)
             SENTREL_ASSERT(address.prefixLength <= (address.isIPv6 ? 128 : 32) && !address.text().empty());
         SENTREL_ASSERT(table.find(link->name.data()));
     }
