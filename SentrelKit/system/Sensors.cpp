@@ -3,7 +3,7 @@
 
 #include <SentrelKit/base/system/detail/ForkGate.h>
 #include <SentrelKit/platform/Clock.h>
-#include <SentrelKit/probes/detail/EnergyRates.h>
+#include <SentrelKit/probes/detail/CounterRates.h>
 
 #include <algorithm>
 #include <iterator>
@@ -19,7 +19,7 @@ struct Sensors::Sampling {
     const std::shared_ptr<probes::SystemManager> session;
     std::vector<SensorReading> chips;
     std::vector<SensorReading> energy;
-    probes::EnergyRates rates;
+    probes::CounterRates rates;
     Sample next; // the memory of the sample before the last
 
     void append(std::size_t& count, const SensorReading& reading, std::int64_t now) {
@@ -27,8 +27,9 @@ struct Sensors::Sampling {
             next.sensors.emplace_back();
         Sensor& sensor = next.sensors[count++];
         static_cast<SensorReading&>(sensor) = reading;
-        sensor.watts = reading.kind == Kind::energy ? rates.watts(reading.identifier, reading.value, reading.range, now)
-                                                    : std::nullopt;
+        sensor.watts = reading.kind == Kind::energy
+                           ? rates.perSecond(reading.identifier, reading.value, reading.range, now)
+                           : std::nullopt;
     }
 };
 

@@ -2,9 +2,9 @@
 #pragma once
 
 #include <SentrelKit/platform/SensorService.h>
+#include <SentrelKit/platform/linux/common/ClassFolder.h>
 #include <SentrelKit/platform/linux/common/NumberFile.h>
 #include <SentrelKit/platform/linux/common/SystemRoot.h>
-#include <SentrelKit/platform/linux/sensors/ClassFolder.h>
 
 #include <cstddef>
 #include <optional>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <SentrelKit/platform/linux/sensors/ClassFolder.h>
+#include <SentrelKit/platform/linux/common/ClassFolder.h>
 
 #include <SentrelKit/platform/linux/common/File.h>
 #include <SentrelKit/platform/linux/common/Folder.h>
