@@ -4,7 +4,7 @@
 #include <SentrelKit/platform/linux/common/File.h>
 #include <SentrelKit/platform/linux/common/Folder.h>
 #include <SentrelKit/platform/linux/common/KernelText.h>
-#include <SentrelKit/platform/linux/graphics/HardwareDatabase.h>
+#include <SentrelKit/platform/linux/graphics/PciDevice.h>
 
 #include <array>
 #include <cerrno>
@@ -21,24 +21,6 @@ namespace {
 
 constexpr std::string_view devicesFolder = "/sys/bus/pci/devices/";
 constexpr std::string_view cardsFolder = "/sys/class/drm/";
-
-// Reads "0x8086"; absent if it does not fit.
-template <class Integer>
-std::optional<Integer> hexadecimal(std::string_view text) noexcept {
-    return text.starts_with("0x") ? toNumber<Integer>(text.substr(2), 16) : std::nullopt;
-}
-
-template <class Integer>
-std::optional<Integer> readHexadecimal(const SystemRoot& root, const std::string& path) {
-    const std::optional<std::string> text = root.readLine(path);
-    return text ? hexadecimal<Integer>(*text) : std::nullopt;
-}
-
-// Base class 03 of the class code (PCI code and ID assignment): VGA, XGA, 3D and other controllers.
-bool isDisplay(const SystemRoot& root, const std::string& device) {
-    const std::optional<std::uint32_t> code = readHexadecimal<std::uint32_t>(root, device + "/class");
-    return code && *code >> 16 == 0x03;
-}
 
 std::array<std::uint8_t, 4> deviceIDOf(std::uint16_t device) noexcept {
     return {static_cast<std::uint8_t>(device & 0xff), static_cast<std::uint8_t>(device >> 8), 0, 0};
@@ -131,19 +113,16 @@ std::optional<std::vector<PropertyList::Dictionary>> LinuxGraphicsService::pciDe
     std::vector<PropertyList::Dictionary> devices;
     for (const std::string& name : *names) {
         const std::string folder = std::string(devicesFolder) + name;
-        const std::optional<std::uint16_t> vendor = readHexadecimal<std::uint16_t>(root_, folder + "/vendor");
-        const std::optional<std::uint16_t> device = readHexadecimal<std::uint16_t>(root_, folder + "/device");
-        if (!vendor || !device)
+        const std::optional<PciNumbers> numbers = readPciNumbers(root_, folder);
+        if (!numbers)
             continue;
         PropertyList::Dictionary properties;
-        const std::array<std::uint8_t, 4> id = deviceIDOf(*device);
+        const std::array<std::uint8_t, 4> id = deviceIDOf(numbers->device);
         properties["device-id"] = PropertyList::Bytes(id.begin(), id.end());
-        if (isDisplay(root_, folder)) {
+        if (isDisplayController(root_, folder)) {
             properties["IOName"] = "display";
-            if (const std::optional<PciNames> found = lookUpPciNames(root_, *vendor, *device)) {
-                const std::string model = displayName(*found, *device);
-                properties["model"] = PropertyList::Bytes(model.begin(), model.end());
-            }
+            if (const std::optional<std::string> model = pciDisplayName(root_, folder))
+                properties["model"] = PropertyList::Bytes(model->begin(), model->end());
         } else {
             properties["IOName"] = "pci";
         }
