@@ -5,11 +5,34 @@
 
 #include <SentrelKit/Export.h>
 #include <SentrelKit/base/util/PropertyList.h>
+#include <SentrelKit/platform/Availability.h>
 
+#include <cstdint>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace sentrel::platform {
+
+/// One graphics processor and what it does now. What its driver does not tell is absent, and so is everything but the
+/// names while it is asleep.
+struct GraphicsProcessor {
+    std::string identifier{};    ///< tells it from every other one; Linux: its PCI address, such as "0000:0a:00.0"
+    std::string name{};          ///< as of `GPU::name`; "Unknown" if the platform has none
+    std::string driver{};        ///< such as "amdgpu"; empty without one
+    bool isAsleep = false;       ///< switched off by the system until somebody needs it
+    std::optional<double> use{}; ///< share of the time in which it worked, percent 0 to 100, as the driver tells it
+    std::optional<double> idleSeconds{};        ///< a counter: for how long it had nothing to do
+    std::optional<std::uint64_t> memoryUsed{};  ///< of its own memory, bytes
+    std::optional<std::uint64_t> memoryTotal{}; ///< of its own memory, bytes
+    std::optional<double> clock{};              ///< of its cores, hertz
+    std::optional<double> temperature{};        ///< degrees Celsius
+    std::optional<double> power{};              ///< watts
+    std::optional<double> fan{};                ///< revolutions a minute
+
+    /// Whether everything is the same.
+    friend bool operator==(const GraphicsProcessor&, const GraphicsProcessor&) = default;
+};
 
 /// The questions about the graphics processors.
 class SENTREL_API GraphicsService {
@@ -23,6 +46,12 @@ public:
     /// Puts the "device-id" of the device that drives the main display into the caller's bytes. False, the bytes as
     /// they were, on failure, and also when there is no display.
     [[nodiscard]] virtual bool activeDeviceID(PropertyList::Bytes& deviceID) = 0;
+
+    /// Fills the list with every graphics processor and what it does now. The list stays as it was unless the answer is
+    /// `available`; `unsupported`: there is none. Takes no memory while they stay the same. No processor is woken.
+    /// Needs no privilege. Linux: amdgpu, i915 and xe, and what other drivers tell by the hwmon class. macOS: the
+    /// "PerformanceStatistics" of the accelerators in the device registry.
+    [[nodiscard]] virtual Availability processors(std::vector<GraphicsProcessor>& processors) = 0;
 };
 
 } // namespace sentrel::platform

@@ -8,6 +8,7 @@
 #include <array>
 #include <cerrno>
 #include <cmath>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -374,6 +375,29 @@ TEST_P(PlatformContract, TheDeviceOfTheMainDisplayIsOneOfTheDisplays) {
     EXPECT_TRUE(std::any_of(devices->begin(), devices->end(), [&](const PropertyList::Dictionary& device) {
         return isDisplay(device) && device.at("device-id") == PropertyList(id);
     }));
+}
+
+TEST_P(PlatformContract, GraphicsProcessorsAreToldFromOneAnotherAndStayInTheirRanges) {
+    const std::vector<GraphicsProcessor> before{GraphicsProcessor{.name = "before"}};
+    std::vector<GraphicsProcessor> processors = before;
+    if (platform().graphics().processors(processors) != Availability::available) {
+        EXPECT_EQ(processors, before);
+        return;
+    }
+    std::set<std::string> identifiers;
+    for (const GraphicsProcessor& processor : processors) {
+        EXPECT_TRUE(identifiers.insert(processor.identifier).second);
+        EXPECT_THAT(processor.name, IsUtf8());
+        EXPECT_FALSE(processor.name.empty());
+        EXPECT_GE(processor.use.value_or(0), 0);
+        EXPECT_LE(processor.use.value_or(0), 100);
+        EXPECT_GE(processor.idleSeconds.value_or(0), 0);
+        if (processor.memoryUsed && processor.memoryTotal) {
+            EXPECT_LE(*processor.memoryUsed, *processor.memoryTotal);
+        }
+        for (const auto& figure : {processor.clock, processor.power, processor.fan})
+            EXPECT_GE(figure.value_or(0), 0);
+    }
 }
 
 TEST_P(PlatformContract, AQuestionAboutTheGraphicsThatFailsHasNoAnswer) {

@@ -86,6 +86,8 @@ private:
         const PropertyList::Bytes id{1, 2, 0, 0};
         machine_.graphics().pciDevicesValue = {{{"IOName", "display"}, {"device-id", id}}};
         machine_.graphics().activeDeviceIDValue = id;
+        machine_.graphics().processorsValue = {
+            {.identifier = "0000:00:02.0", .name = "Example", .use = 12, .memoryUsed = 1, .memoryTotal = 2}};
     }
 
     void describeVolumes() {

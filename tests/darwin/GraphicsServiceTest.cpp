@@ -70,4 +70,37 @@ TEST_F(MacGraphics, WithoutADisplayOrADeviceIdLeaveTheBytesAlone) {
     EXPECT_EQ(id, integratedID);
 }
 
+TEST_F(MacGraphics, ReadsTheStatisticsOfTheAccelerators) {
+    MacGraphicsService service;
+    std::vector<sentrel::platform::GraphicsProcessor> processors;
+    EXPECT_EQ(service.processors(processors), sentrel::Availability::unsupported);
+    integrated->add({.name = "IntelAccelerator", .classes = {"IOAccelerator"}, .properties = {}});
+    discrete->add({.name = "AMDAccelerator",
+                   .classes = {"IOAccelerator"},
+                   .properties = {{"CFBundleIdentifier", "com.example.driver"},
+                                  {"model", "Example"},
+                                  {"PerformanceStatistics", PropertyList::Dictionary{{"Device Utilization %", 12},
+                                                                                     {"vramUsedBytes", 1000},
+                                                                                     {"vramFreeBytes", 3000},
+                                                                                     {"Core Clock(MHz)", 300},
+                                                                                     {"Temperature(C)", 45},
+                                                                                     {"Total Power(W)", "no number"},
+                                                                                     {"Fan Speed(RPM)", 1200.5}}}}});
+    ASSERT_EQ(service.processors(processors), sentrel::Availability::available);
+    EXPECT_THAT(processors,
+                ElementsAre(sentrel::platform::GraphicsProcessor{.identifier = "IOAccelerator0", .name = "Unknown"},
+                            sentrel::platform::GraphicsProcessor{.identifier = "IOAccelerator1",
+                                                                 .name = "Example",
+                                                                 .driver = "com.example.driver",
+                                                                 .use = 12,
+                                                                 .memoryUsed = 1000,
+                                                                 .memoryTotal = 4000,
+                                                                 .clock = 300e6,
+                                                                 .temperature = 45,
+                                                                 .fan = 1200.5}));
+    failures::plan("IOServiceGetMatchingServices", KERN_FAILURE);
+    EXPECT_EQ(service.processors(processors), sentrel::Availability::failed);
+    EXPECT_EQ(processors.size(), 2U);
+}
+
 } // namespace

@@ -18,6 +18,8 @@ public:
     std::vector<PropertyList::Dictionary> pciDevicesValue;    ///< what `pciDevices` answers
     std::optional<PropertyList::Bytes> activeDeviceIDValue{}; ///< absent: no display, so that asking fails with ENODEV
 
+    std::optional<std::vector<GraphicsProcessor>> processorsValue{}; ///< absent: unsupported
+
     std::optional<std::vector<PropertyList::Dictionary>> pciDevices() override {
         return calls.fails("pciDevices") ? std::nullopt : std::optional(pciDevicesValue);
     }
@@ -29,6 +31,9 @@ public:
         else
             errno = ENODEV;
         return activeDeviceIDValue.has_value();
+    }
+    Availability processors(std::vector<GraphicsProcessor>& processors) override {
+        return calls.answer("processors", processorsValue, processors);
     }
 };
 

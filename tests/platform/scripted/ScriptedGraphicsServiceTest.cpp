@@ -3,6 +3,7 @@
 
 #include <cerrno>
 #include <gtest/gtest.h>
+#include <vector>
 
 namespace sentrel::platform {
 namespace {
@@ -16,6 +17,15 @@ TEST(ScriptedGraphicsService, HasNoDisplayUntilItIsGivenOne) {
     machine.graphics().activeDeviceIDValue = PropertyList::Bytes{1};
     EXPECT_TRUE(machine.graphics().activeDeviceID(deviceID));
     EXPECT_EQ(deviceID, PropertyList::Bytes{1});
+}
+
+TEST(ScriptedGraphicsService, HasNoProcessorsUntilItIsGivenSome) {
+    ScriptedPlatform machine;
+    std::vector<GraphicsProcessor> processors;
+    EXPECT_EQ(machine.graphics().processors(processors), Availability::unsupported);
+    machine.graphics().processorsValue = {GraphicsProcessor{.name = "Example"}};
+    EXPECT_EQ(machine.graphics().processors(processors), Availability::available);
+    EXPECT_EQ(processors, *machine.graphics().processorsValue);
 }
 
 } // namespace

@@ -104,7 +104,8 @@ std::optional<std::uint16_t> bootDisplay(const std::string& path) {
 } // namespace
 
 LinuxGraphicsService::LinuxGraphicsService(SystemRoot root)
-    : root_(std::move(root)), cardsFolder_(root_.path(cardsFolder)), devicesFolder_(root_.path(devicesFolder)) {}
+    : root_(std::move(root)), cardsFolder_(root_.path(cardsFolder)), devicesFolder_(root_.path(devicesFolder)),
+      devices_(root_) {}
 
 std::optional<std::vector<PropertyList::Dictionary>> LinuxGraphicsService::pciDevices() {
     const std::optional<std::vector<std::string>> names = namesIn(root_, devicesFolder);
@@ -129,6 +130,11 @@ std::optional<std::vector<PropertyList::Dictionary>> LinuxGraphicsService::pciDe
         devices.push_back(std::move(properties));
     }
     return devices;
+}
+
+Availability LinuxGraphicsService::processors(std::vector<GraphicsProcessor>& processors) {
+    const LockScope scope(lock_);
+    return devices_.read(processors);
 }
 
 bool LinuxGraphicsService::activeDeviceID(PropertyList::Bytes& deviceID) {

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <SentrelKit/base/system/detail/ThreadSafety.h>
 #include <SentrelKit/platform/GraphicsService.h>
 #include <SentrelKit/platform/linux/common/SystemRoot.h>
+#include <SentrelKit/platform/linux/graphics/GraphicsDevices.h>
 
 #include <string>
 
@@ -10,18 +12,22 @@ namespace sentrel::platform {
 
 /// The PCI devices of /sys/bus/pci/devices; those of the display class (03) are named "display". "device-id" is the
 /// device number as four bytes, lowest first; "model" comes from the hardware database. The main display hangs on the
-/// boot display if that has a connected connector (or nothing has), else on the first card that has one.
+/// boot display if that has a connected connector (or nothing has), else on the first card that has one. What the
+/// processors do stands in GraphicsDevices.h.
 class LinuxGraphicsService final : public GraphicsService {
 public:
     explicit LinuxGraphicsService(SystemRoot root = SystemRoot());
 
     std::optional<std::vector<PropertyList::Dictionary>> pciDevices() override;
     bool activeDeviceID(PropertyList::Bytes& deviceID) override;
+    Availability processors(std::vector<GraphicsProcessor>& processors) override;
 
 private:
     const SystemRoot root_;
     const std::string cardsFolder_;
     const std::string devicesFolder_;
+    Lock lock_;
+    GraphicsDevices devices_ SENTREL_GUARDED_BY(lock_);
 };
 
 } // namespace sentrel::platform

@@ -10,6 +10,7 @@ class MacGraphicsService final : public GraphicsService {
 public:
     std::optional<std::vector<PropertyList::Dictionary>> pciDevices() override;
     bool activeDeviceID(PropertyList::Bytes& deviceID) override;
+    Availability processors(std::vector<GraphicsProcessor>& processors) override;
 };
 
 } // namespace sentrel::platform

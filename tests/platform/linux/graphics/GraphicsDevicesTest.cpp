@@ -1,0 +1,125 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <SentrelKit/platform/linux/graphics/GraphicsDevices.h>
+
+#include "tests/support/Allocations.h"
+#include "tests/support/linux/FileTree.h"
+
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+namespace sentrel::platform {
+namespace {
+
+using Processors = std::vector<GraphicsProcessor>;
+constexpr auto available = Availability::available;
+
+const std::string radeon = "sys/devices/pci0000:00/0000:00:03.1/0000:0a:00.0";
+const std::string intel = "sys/devices/pci0000:00/0000:00:02.0";
+
+TEST(GraphicsDevices, ReadTheProcessorOfADesktop) {
+    const FileTree machine(machineListing("desktop"));
+    GraphicsDevices devices(machine.root());
+    Processors processors;
+    ASSERT_EQ(devices.read(processors), available);
+    EXPECT_EQ(processors, (Processors{{.identifier = "0000:0a:00.0",
+                                       .name = "Unknown",
+                                       .driver = "amdgpu",
+                                       .use = 7,
+                                       .memoryUsed = 1288331264,
+                                       .memoryTotal = 12868124672,
+                                       .clock = 745e6,
+                                       .temperature = 47,
+                                       .power = 29,
+                                       .fan = 612}}));
+    machine.add(radeon + "/gpu_busy_percent=104\n" + radeon + "/mem_info_vram_used=no number\n" + radeon +
+                "/hwmon/hwmon10/fan1_input=0");
+    ASSERT_EQ(devices.read(processors), available);
+    EXPECT_EQ(processors[0].use, 100);
+    EXPECT_FALSE(processors[0].memoryUsed);
+    EXPECT_EQ(processors[0].fan, 0) << "it stands still";
+}
+
+TEST(GraphicsDevices, ReadThoseOfALaptopAndWakeNone) {
+    const FileTree machine(machineListing("laptop"));
+    machine.add("usr/share/misc/pci.ids=8086  Intel Corporation");
+    GraphicsDevices devices(machine.root());
+    Processors processors;
+    ASSERT_EQ(devices.read(processors), available);
+    ASSERT_EQ(processors.size(), 2U);
+    EXPECT_EQ(processors[0], (GraphicsProcessor{.identifier = "0000:00:02.0",
+                                                .name = "Intel Device 3ea0",
+                                                .driver = "i915",
+                                                .idleSeconds = 1200.345,
+                                                .clock = 450e6}));
+    EXPECT_EQ(
+        processors[1],
+        (GraphicsProcessor{.identifier = "0000:01:00.0", .name = "Unknown", .driver = "nouveau", .isAsleep = true}));
+    machine.add("sys/devices/pci0000:00/0000:01:00.0/power/runtime_status=active");
+    ASSERT_EQ(devices.read(processors), available);
+    EXPECT_FALSE(processors[1].isAsleep);
+    EXPECT_EQ(processors[1].temperature, 39);
+}
+
+TEST(GraphicsDevices, ReadWhatTheOlderAndTheNewerDriverOfIntelCallOtherwise) {
+    for (const std::string& files :
+         {intel + "/drm/card1/power/rc6_residency_ms=1500\n" + intel + "/drm/card1/gt_act_freq_mhz=300",
+          intel + "/tile0/gt0/gtidle/idle_residency_ms=1500\n" + intel + "/tile0/gt0/freq0/act_freq=300"}) {
+        const FileTree machine(files + "\n" + intel +
+                               "/class=0x030000\nsys/bus/pci/devices/0000:00:02.0->../../../devices/" +
+                               "pci0000:00/0000:00:02.0");
+        GraphicsDevices devices(machine.root());
+        Processors processors;
+        ASSERT_EQ(devices.read(processors), available);
+        EXPECT_EQ(processors[0].idleSeconds, 1.5);
+        EXPECT_EQ(processors[0].clock, 300e6);
+        EXPECT_EQ(processors[0].driver, "");
+    }
+}
+
+TEST(GraphicsDevices, ReadTheMarkedStateOfTheClock) {
+    EXPECT_EQ(parseClockStates("0: 500Mhz\n1: 1800Mhz *\n2: 2100Mhz\n"), 1800e6);
+    EXPECT_EQ(parseClockStates("S: 19Mhz *\n0: 500Mhz\n"), 19e6);
+    EXPECT_EQ(parseClockStates("0: 500MHz *"), 500e6);
+    for (const char* const text :
+         {"", "\n", "*", "0: *", "0: Mhz *", "0: 500Mhz\n", "0: 500 *", "0: -5Mhz *", "0: 99999999999Mhz *", ": : *"})
+        EXPECT_FALSE(parseClockStates(text)) << text;
+    const FileTree machine(machineListing("desktop"));
+    machine.remove(radeon + "/hwmon/hwmon10/freq1_input");
+    machine.add(radeon + "/pp_dpm_sclk=0: 500Mhz *");
+    GraphicsDevices devices(machine.root());
+    Processors processors;
+    ASSERT_EQ(devices.read(processors), available);
+    EXPECT_EQ(processors[0].clock, 500e6);
+}
+
+TEST(GraphicsDevices, FollowProcessorsThatComeAndGo) {
+    const FileTree machine;
+    GraphicsDevices devices(machine.root());
+    Processors processors{GraphicsProcessor{.name = "before"}};
+    EXPECT_EQ(devices.read(processors), Availability::unsupported);
+    machine.add("sys/bus/pci/devices/0000:00:1f.0/class=0x060100");
+    EXPECT_EQ(devices.read(processors), Availability::unsupported) << "a bridge";
+    EXPECT_EQ(processors[0].name, "before");
+    machine.add("sys/bus/pci/devices/0000:05:00.0/class=0x038000");
+    ASSERT_EQ(devices.read(processors), available);
+    EXPECT_EQ(processors.size(), 1U);
+    machine.remove("sys/bus/pci/devices/0000:05:00.0");
+    EXPECT_EQ(devices.read(processors), Availability::unsupported);
+}
+
+TEST(GraphicsDevices, TakeNoMemoryOnceWarm) {
+    const FileTree machine(machineListing("desktop"));
+    GraphicsDevices devices(machine.root());
+    Processors processors;
+    ASSERT_EQ(devices.read(processors), available);
+    const std::size_t before = allocations();
+    for (int sample = 0; sample < 16; ++sample)
+        ASSERT_EQ(devices.read(processors), available);
+    if (countsAllocations) {
+        EXPECT_EQ(allocations(), before);
+    }
+}
+
+} // namespace
+} // namespace sentrel::platform
