@@ -3,9 +3,13 @@
 
 #include <SentrelKit/base/system/detail/ForkGate.h>
 #include <SentrelKit/base/util/Str.h>
+#include <SentrelKit/platform/Clock.h>
 #include <SentrelKit/platform/GraphicsService.h>
 #include <SentrelKit/probes/HostProbes.h>
+#include <SentrelKit/probes/detail/CounterRates.h>
+#include <SentrelKit/system/detail/Measuring.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace sentrel {
@@ -36,7 +40,35 @@ GPU::Processor describe(const PropertyList::Dictionary& properties) {
 
 } // namespace
 
-GPU::GPU(std::shared_ptr<probes::SystemManager> session) : session_(std::move(session)) {
+struct GPU::Sampling {
+    Measuring<Measure> measuring;
+    Atomic<std::vector<Activity>> published;
+    // Of the sampling thread alone.
+    std::vector<Activity> next;
+    probes::CounterRates idle;
+
+    void take(platform::Platform& machine) {
+        const Availability answer = machine.graphics().processors(next);
+        const std::int64_t now = machine.clock().monotonicNanoseconds();
+        if (!measuring.availability(Measure::use)) // wanted anew: nothing of before counts
+            idle = {};
+        if (answer == Availability::available) {
+            for (Activity& processor : next) {
+                if (processor.use || !processor.idleSeconds)
+                    continue;
+                const auto share = idle.perSecond(processor.identifier, *processor.idleSeconds, std::nullopt, now);
+                if (share) // the two clocks are not read at the same moment
+                    processor.use = std::clamp(100 - 100 * *share, 0.0, 100.0);
+            }
+            idle.keepOnly(now);
+            published.withValue([this](std::vector<Activity>& list) { list.swap(next); });
+        }
+        measuring.note(Measure::use, answer);
+    }
+};
+
+GPU::GPU(std::shared_ptr<probes::SystemManager> session)
+    : session_(std::move(session)), sampling_(std::make_shared<Sampling>()) {
     find();
     update();
 }
@@ -59,6 +91,33 @@ void GPU::find() {
 void GPU::update() {
     const ForkGate::Inside whole; // what the sampling thread keeps has no lock
     isDiscrete_ = probes::_getActiveGPUDeviceID(active_, *session_) && discrete_ && active_ == discrete_->deviceID;
+    if (sampling_->measuring.wants(Measure::use))
+        sampling_->take(session_->platform());
+}
+
+void GPU::setMeasures(MeasureSet<Measure> wanted) {
+    sampling_->measuring.setWanted(wanted);
+}
+
+MeasureSet<GPU::Measure> GPU::measures() const noexcept {
+    return sampling_->measuring.wanted();
+}
+
+std::optional<Availability> GPU::availability(Measure measure) const noexcept {
+    return sampling_->measuring.availability(measure);
+}
+
+std::vector<GPU::Activity> GPU::processors() const {
+    std::vector<Activity> list;
+    processors(list);
+    return list;
+}
+
+void GPU::processors(std::vector<Activity>& processors) const {
+    if (sampling_->measuring.has(Measure::use))
+        sampling_->published.withValue([&processors](const std::vector<Activity>& list) { processors = list; });
+    else
+        processors.clear();
 }
 
 std::string GPU::name() const {

@@ -5,7 +5,10 @@
 
 #include <SentrelKit/Export.h>
 #include <SentrelKit/base/system/detail/Relaxed.h>
+#include <SentrelKit/platform/GraphicsService.h>
 #include <SentrelKit/probes/SystemManager.h>
+#include <SentrelKit/system/MeasureSet.h>
+#include <SentrelKit/system/Mutex/Atomic.h>
 #include <SentrelKit/system/SystemResource.h>
 
 #include <cstdint>
@@ -17,9 +20,10 @@
 namespace sentrel {
 
 /// The model of the graphics processors. The registry owns the one instance and, on a machine that has both an
-/// integrated and a discrete one, samples it every 1.1 seconds on request.
+/// integrated and a discrete one, samples it every 1.1 seconds on request. On a machine with a single one there is
+/// nothing to sample but groups of further facts: a start samples those that are wanted by then.
 ///
-/// Getters answer from any thread without a lock. Source: the platform's
+/// Getters answer from any thread; but for `processors`, without a lock. Source: the platform's
 /// GraphicsService; on Linux the PCI devices and graphics cards of /sys, with names from the hardware database.
 class SENTREL_API GPU final : public SystemResource {
 public:
@@ -30,6 +34,14 @@ public:
         /// Whether name and device are the same.
         friend bool operator==(const Processor&, const Processor&) = default;
     };
+
+    /// Groups of further facts, each sampled only while it is wanted.
+    enum class Measure : std::uint8_t {
+        use, ///< `processors`: what each one does
+    };
+
+    /// One graphics processor and what it did at the last sample; figures that its driver does not tell are absent.
+    using Activity = platform::GraphicsProcessor;
 
     /// Finds the processors and takes a first sample.
     explicit GPU(std::shared_ptr<probes::SystemManager> session = probes::session());
@@ -56,10 +68,33 @@ public:
     /// Whenever the integrated one is not in use: meant so.
     [[nodiscard]] bool isUsingDiscreteGPU() const { return !isUsingIntegratedGPU(); }
 
+    /// From now on these groups of further facts are sampled with the others; none when the model is made. What was
+    /// known of a group that is wanted anew is forgotten. Any thread.
+    void setMeasures(MeasureSet<Measure> wanted);
+
+    /// The groups that are wanted. Any thread.
+    [[nodiscard]] MeasureSet<Measure> measures() const noexcept;
+
+    /// Whether the last sample had the facts of a group and, if not, why. Absent while the group is not wanted or was
+    /// not sampled since. Any thread.
+    [[nodiscard]] std::optional<Availability> availability(Measure measure) const noexcept;
+
+    /// Every graphics processor, integrated or not, in the order of the bus. `use` is the share of the time in which it
+    /// worked, 0 to 100 percent: the driver's own word (amdgpu), or the share of the time since the sample before in
+    /// which it was not idle (Intel: absent at the first sample). Of one that sleeps there are only the names. Empty
+    /// unless Measure::use is wanted and was sampled. No figure needs privilege; processors of NVIDIA's own driver tell
+    /// their names only.
+    [[nodiscard]] std::vector<Activity> processors() const;
+
+    /// The same into the caller's list, whose memory is used again: for a reader that looks every second.
+    void processors(std::vector<Activity>& processors) const;
+
     /// An integrated and a discrete one.
     [[nodiscard]] bool hasBoth() const noexcept { return integrated_ && discrete_; }
 
 private:
+    struct Sampling; // what the further facts are made of
+
     void find();
 
     const std::shared_ptr<probes::SystemManager> session_;
@@ -67,6 +102,7 @@ private:
     std::optional<Processor> discrete_;
     Relaxed<bool> isDiscrete_;         // the current one
     std::vector<std::uint8_t> active_; // of the sampling thread alone
+    const std::shared_ptr<Sampling> sampling_;
 };
 
 } // namespace sentrel

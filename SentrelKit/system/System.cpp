@@ -33,6 +33,8 @@ System::System(std::shared_ptr<probes::SystemManager> session)
     add(1.3, apps_, Group::system, true);
     if (gpu_->hasBoth())
         add(1.1, gpu_, Group::system, true);
+    else
+        gpuTimer_ = std::make_unique<SamplingTimer>(1.1, *session_->backgroundQueue, [gpu = gpu_] { gpu->update(); });
     // Chips keep a measurement for one to two seconds (the kernel's drivers do not ask them more often).
     sensorsTimer_ =
         std::make_unique<SamplingTimer>(2.3, *session_->backgroundQueue, [sensors = sensors_] { sensors->update(); });
@@ -52,14 +54,20 @@ void System::stop() {
     for (const auto& task : tasks_)
         task->suspend();
     sensorsTimer_->suspend();
+    if (gpuTimer_)
+        gpuTimer_->suspend();
 }
 
 void System::start(const SystemResource& resource) {
     forEachOfKind(resource, [](Task& task) { task.start(); });
+    if (gpuTimer_ && resource.type() == SystemResourceType::gpu && gpu_->measures() != MeasureSet<GPU::Measure>{})
+        gpuTimer_->start();
 }
 
 void System::stop(const SystemResource& resource) {
     forEachOfKind(resource, [](Task& task) { task.suspend(); });
+    if (gpuTimer_ && resource.type() == SystemResourceType::gpu)
+        gpuTimer_->suspend();
 }
 
 void System::start(const Sensors& /*sensors*/) {
@@ -74,6 +82,8 @@ Observation System::observeSamples(const SystemResource& resource, std::function
     for (const auto& task : tasks_)
         if (task->resource().type() == resource.type())
             return task->observeSamples(std::move(observer));
+    if (gpuTimer_ && resource.type() == SystemResourceType::gpu)
+        return gpuTimer_->observeSamples(std::move(observer));
     return {};
 }
 

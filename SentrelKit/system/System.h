@@ -78,7 +78,9 @@ public:
     void stop();
 
     /// Starts or resumes the task of the resource's kind, delayed or not: the only way to start disk (1.1 s), apps
-    /// (1.3 s) and, on machines with two graphics processors, gpu (1.1 s). The battery has no task.
+    /// (1.3 s) and, on machines with two graphics processors, gpu (1.1 s). The battery has no task. On other machines
+    /// there is no task of gpu either; further facts of it that are wanted by then (`GPU::setMeasures`) are sampled as
+    /// often.
     void start(const SystemResource& resource);
 
     /// Suspends the task of the resource's kind.
@@ -134,6 +136,7 @@ private:
     std::unique_ptr<Host> host_;
     std::vector<std::unique_ptr<Task>> tasks_;
     std::unique_ptr<SamplingTimer> sensorsTimer_;
+    std::unique_ptr<SamplingTimer> gpuTimer_; // of its further facts, where it has no task
 };
 
 /// Writes its name as it stands here.

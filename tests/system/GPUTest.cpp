@@ -176,5 +176,88 @@ TEST(GPU, IsReadFromOneThreadWhileAnotherSamples) {
     sampler.join();
 }
 
+using Measure = GPU::Measure;
+
+TEST(GPU, AsksWhatTheProcessorsDoOnlyWhileThatIsWanted) {
+    ScriptedMachine machine;
+    machine->graphics().processorsValue = {{.identifier = "0", .name = "Radeon", .use = 7, .memoryTotal = 100}};
+    GPU gpu;
+    gpu.update();
+    EXPECT_EQ(machine->graphics().calls.count("processors"), 0U);
+    EXPECT_TRUE(gpu.processors().empty());
+    EXPECT_FALSE(gpu.availability(Measure::use));
+    gpu.setMeasures({Measure::use});
+    EXPECT_EQ(gpu.measures(), MeasureSet{Measure::use});
+    EXPECT_TRUE(gpu.processors().empty());
+    gpu.update();
+    EXPECT_EQ(gpu.availability(Measure::use), Availability::available);
+    EXPECT_EQ(gpu.processors(), *machine->graphics().processorsValue);
+    machine->graphics().calls.fail("processors");
+    gpu.update();
+    EXPECT_EQ(gpu.availability(Measure::use), Availability::failed);
+    EXPECT_TRUE(gpu.processors().empty());
+    machine->graphics().calls.succeed();
+    gpu.update();
+    EXPECT_EQ(gpu.processors().size(), 1U);
+    gpu.setMeasures({});
+    EXPECT_TRUE(gpu.processors().empty());
+    gpu.update();
+    EXPECT_EQ(machine->graphics().calls.count("processors"), 3U);
+}
+
+TEST(GPU, MakesUseOfTheTimeThatAProcessorWasIdle) {
+    ScriptedMachine machine;
+    const auto idle = [&](std::optional<double> seconds) {
+        machine->graphics().processorsValue = {{.identifier = "0", .name = "Intel", .idleSeconds = seconds}};
+    };
+    GPU gpu;
+    gpu.setMeasures({Measure::use});
+    const auto sample = [&](double seconds, std::optional<double> idleSeconds) {
+        machine->advance(seconds);
+        idle(idleSeconds);
+        gpu.update();
+        return gpu.processors()[0].use;
+    };
+    EXPECT_FALSE(sample(1, 500.0)) << "the first sample";
+    EXPECT_EQ(sample(4, 503.0), 25);
+    EXPECT_EQ(sample(1, 503.0), 100);
+    EXPECT_EQ(sample(1, 504.5), 0) << "the two clocks are not read at the same moment";
+    EXPECT_FALSE(sample(1, 1.0)) << "the counter began anew";
+    EXPECT_EQ(sample(2, 2.0), 50);
+    EXPECT_FALSE(sample(1, std::nullopt)) << "asleep, say";
+    EXPECT_FALSE(sample(1, 2.5)) << "the first sample after it";
+    EXPECT_EQ(sample(1, 3.0), 50);
+    gpu.setMeasures({});
+    gpu.setMeasures({Measure::use});
+    EXPECT_FALSE(sample(1, 3.5)) << "wanted anew";
+}
+
+TEST(GPU, TakesNoMemoryForWhatTheProcessorsDoOnceWarm) {
+    ScriptedMachine machine;
+    machine->graphics().processorsValue = {{.identifier = "0000:0a:00.0 which is long", .name = "n", .use = 7},
+                                           {.identifier = "0000:00:02.0 which is long", .idleSeconds = 5}};
+    GPU gpu;
+    gpu.setMeasures({Measure::use});
+    std::vector<GPU::Activity> list;
+    const auto sample = [&] {
+        machine->advance(1.1);
+        gpu.update();
+        gpu.processors(list);
+    };
+    for (int i = 0; i < 3; ++i)
+        sample();
+    std::size_t taken = 0;
+    for (int i = 0; i < 16; ++i) {
+        machine->advance(1.1);
+        const std::size_t before = allocations();
+        gpu.update();
+        gpu.processors(list);
+        taken += allocations() - before;
+    }
+    if (countsAllocations) {
+        EXPECT_EQ(taken, 0U);
+    }
+}
+
 } // namespace
 } // namespace sentrel

@@ -100,6 +100,33 @@ TEST(System, SamplesTheGraphicsProcessorWhereThereAreTwo) {
     EXPECT_EQ(system.gpu().name(), "Other");
 }
 
+TEST(System, SamplesAnOnlyGraphicsProcessorWhereFurtherFactsAreWanted) {
+    ScriptedMachine machine;
+    machine->graphics().processorsValue = {{.identifier = "0", .name = "Radeon", .use = 7}};
+    System system;
+    const auto tasks = system.tasks();
+    ASSERT_EQ(tasks.size(), 5U);
+    system.start(system.gpu());
+    machine->advance(5);
+    EXPECT_EQ(machine->graphics().calls.count("activeDeviceID"), 1U) << "when it was made";
+    system.gpu().setMeasures({GPU::Measure::use});
+    system.start(system.gpu());
+    machine->advance(1.15);
+    EXPECT_EQ(system.gpu().processors().size(), 1U);
+    EXPECT_EQ(system.tasks(), tasks);
+    system.stop(system.cpu());
+    machine->advance(1.1);
+    EXPECT_EQ(machine->graphics().calls.count("processors"), 2U);
+    system.stop(system.gpu());
+    machine->advance(5);
+    EXPECT_EQ(machine->graphics().calls.count("processors"), 2U);
+    system.start(system.gpu());
+    machine->advance(1.15);
+    system.stop();
+    machine->advance(5);
+    EXPECT_EQ(machine->graphics().calls.count("processors"), 3U);
+}
+
 TEST(System, StartingAllStartsWhatIsNotDelayed) {
     ScriptedMachine machine;
     System system;
