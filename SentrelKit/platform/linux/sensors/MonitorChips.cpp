@@ -44,6 +44,7 @@ std::vector<std::string> chipNames(const SystemRoot& root) {
                 chips.emplace_back(*number, std::move(name));
     std::sort(chips.begin(), chips.end());
     std::vector<std::string> names;
+    names.reserve(chips.size());
     for (auto& [number, name] : chips)
         names.push_back(std::move(name));
     return names;
