@@ -25,6 +25,18 @@ TEST(PrintingTest, EnumerationsOfModelsAreWrittenByTheirNames) {
     EXPECT_EQ(text.str(), "app network suspended internet KB pressure pressure wireless files pressure");
 }
 
+TEST(PrintingTest, EveryGroupOfProcessorAndMemoryIsWrittenByItsName) {
+    std::ostringstream text;
+    for (const CPU::Measure measure :
+         {CPU::Measure::pressure, CPU::Measure::cores, CPU::Measure::frequencies, CPU::Measure::activity})
+        text << measure << ' ';
+    for (const Memory::Measure measure :
+         {Memory::Measure::pressure, Memory::Measure::details, Memory::Measure::swapRates, Memory::Measure::compression,
+          Memory::Measure::nodes})
+        text << measure << ' ';
+    EXPECT_EQ(text.str(), "pressure cores frequencies activity pressure details swapRates compression nodes ");
+}
+
 TEST(PrintingTest, AValueThatHasNoNameIsWrittenAsItsNumber) {
     std::ostringstream text;
     text << static_cast<Timer::Status>(77);
