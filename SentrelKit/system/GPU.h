@@ -12,6 +12,7 @@
 #include <SentrelKit/system/SystemResource.h>
 
 #include <cstdint>
+#include <iosfwd>
 #include <memory>
 #include <optional>
 #include <string>
@@ -104,5 +105,8 @@ private:
     std::vector<std::uint8_t> active_; // of the sampling thread alone
     const std::shared_ptr<Sampling> sampling_;
 };
+
+/// Writes its name as it stands here.
+SENTREL_API std::ostream& operator<<(std::ostream& stream, GPU::Measure value);
 
 } // namespace sentrel

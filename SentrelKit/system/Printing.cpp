@@ -4,6 +4,7 @@
 #include <SentrelKit/system/CPU.h>
 #include <SentrelKit/system/Disk/Disk.h>
 #include <SentrelKit/system/Formatting.h>
+#include <SentrelKit/system/GPU.h>
 #include <SentrelKit/system/Memory.h>
 #include <SentrelKit/system/Network.h>
 #include <SentrelKit/system/System.h>
@@ -72,6 +73,10 @@ std::ostream& operator<<(std::ostream& stream, Applications::Measure value) {
 
 std::ostream& operator<<(std::ostream& stream, Disk::Measure value) {
     return writeName(stream, value, {"activity", "devices", "inodes", "pressure"});
+}
+
+std::ostream& operator<<(std::ostream& stream, GPU::Measure value) {
+    return writeName(stream, value, {"use"});
 }
 
 } // namespace sentrel

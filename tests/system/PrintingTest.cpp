@@ -3,6 +3,7 @@
 #include <SentrelKit/system/CPU.h>
 #include <SentrelKit/system/Disk/Disk.h>
 #include <SentrelKit/system/Formatting.h>
+#include <SentrelKit/system/GPU.h>
 #include <SentrelKit/system/Memory.h>
 #include <SentrelKit/system/Network.h>
 #include <SentrelKit/system/System.h>
@@ -22,7 +23,7 @@ TEST(PrintingTest, EnumerationsOfModelsAreWrittenByTheirNames) {
          << Network::ConnectionType::internet << ' ' << ByteNotation::KB << ' ' << CPU::Measure::pressure << ' '
          << Memory::Measure::pressure << ' ' << Network::Measure::wireless << ' ' << Applications::Measure::files << ' '
          << Disk::Measure::pressure;
-    EXPECT_EQ(text.str(), "app network suspended internet KB pressure pressure wireless files pressure");
+    EXPECT_EQ(text.str(), "app network suspended internet KB pressure pressure wireless files pressure use");
 }
 
 TEST(PrintingTest, EveryGroupOfProcessorAndMemoryIsWrittenByItsName) {
