@@ -3,6 +3,8 @@
 
 /// What is told of disks beyond their bytes. Plain values; what a system does not tell is absent, never 0.
 
+#include <SentrelKit/Export.h>
+
 #include <cstdint>
 #include <optional>
 #include <string>

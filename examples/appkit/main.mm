@@ -28,7 +28,7 @@ namespace {
 
 constexpr double interval = 1.0; // seconds between two looks at the models
 constexpr double boardWidth = 1240;
-constexpr double ringSize = 18;  // of an icon in the status bar
+constexpr double ringSize = 18; // of an icon in the status bar
 constexpr double ringWidth = 3;
 
 // A view that is fed while somebody sees it.
@@ -104,12 +104,11 @@ std::unique_ptr<Fed> makeRing(const sentrel::System& system) {
 - (void)showBoardOf:(sentrel::System&)system {
     _board = makeBoard(system);
     const NSRect content = {NSZeroPoint, _board->view().intrinsicContentSize};
-    _window = [[NSWindow alloc]
-        initWithContentRect:content
-                  styleMask:NSWindowStyleMaskTitled | NSWindowStyleMaskClosable | NSWindowStyleMaskMiniaturizable |
-                            NSWindowStyleMaskResizable
-                    backing:NSBackingStoreBuffered
-                      defer:NO];
+    _window = [[NSWindow alloc] initWithContentRect:content
+                                          styleMask:NSWindowStyleMaskTitled | NSWindowStyleMaskClosable |
+                                                    NSWindowStyleMaskMiniaturizable | NSWindowStyleMaskResizable
+                                            backing:NSBackingStoreBuffered
+                                              defer:NO];
     _window.releasedWhenClosed = NO;
     _window.title = @"Dashboard";
     _window.contentView = _board->view();

@@ -22,7 +22,7 @@ TEST(PrintingTest, EnumerationsOfModelsAreWrittenByTheirNames) {
     text << SystemResourceType::app << ' ' << System::Group::network << ' ' << Timer::Status::suspended << ' '
          << Network::ConnectionType::internet << ' ' << ByteNotation::KB << ' ' << CPU::Measure::pressure << ' '
          << Memory::Measure::pressure << ' ' << Network::Measure::wireless << ' ' << Applications::Measure::files << ' '
-         << Disk::Measure::pressure;
+         << Disk::Measure::pressure << ' ' << GPU::Measure::use;
     EXPECT_EQ(text.str(), "app network suspended internet KB pressure pressure wireless files pressure use");
 }
 
