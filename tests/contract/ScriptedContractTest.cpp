@@ -102,8 +102,10 @@ private:
         volumes.icons.insert_or_assign("/", Icon::named("drive-harddisk"));
         volumes.disks["spare"].description = {.volumeName = "Spare", .deviceModel = {}};
         volumes.disks["spare"].statistics = whole.statistics;
-        volumes.diskOperationsValue = {{{.name = "disk1", .reads = 10, .writes = 5, .operationsNow = 1}}};
-        volumes.diskDevicesValue = {{{.name = "disk1", .alias = {}, .whole = "disk1", .size = 1000}}};
+        volumes.diskOperationsValue =
+            std::vector<DiskOperations>{{.name = "disk1", .reads = 10, .writes = 5, .operationsNow = 1}};
+        volumes.diskDevicesValue =
+            std::vector<DiskDevice>{{.name = "disk1", .alias = {}, .whole = "disk1", .size = 1000}};
     }
 
     void describeNetwork() {
@@ -119,8 +121,9 @@ private:
         link.mtu = 1500;
         link.hardware = {2, 0, 0, 0, 0, 1};
         link.addresses = {{.bytes = {192, 0, 2, 7}, .prefixLength = 24}};
-        network.linksValue = {{link}};
-        network.wirelessLinksValue = {{{.name = "en0", .index = 2, .signal = -50, .frequency = 5'180'000'000}}};
+        network.linksValue = std::vector<InterfaceLink>{link};
+        network.wirelessLinksValue =
+            std::vector<WirelessLink>{{.name = "en0", .index = 2, .signal = -50, .frequency = 5'180'000'000}};
         network.localHostName = "tower";
         network.ipv4 = PropertyList::Dictionary{{"Router", "192.0.2.1"}};
         network.dns = PropertyList::Dictionary{{"ServerAddresses", PropertyList::List{"192.0.2.2"}}};

@@ -527,14 +527,15 @@ protected:
     NetworkMeasures() {
         platform::ScriptedNetworkService& network = machine_->network();
         lan().properties = PropertyList::Dictionary{{"IOPrimaryInterface", true}};
-        network.packetCountersValue = {{.name = "lo0", .index = 1}, {.name = "en0", .index = 2, .packetsIn = 100}};
+        network.packetCountersValue =
+            std::vector<InterfaceCounters>{{.name = "lo0", .index = 1}, {.name = "en0", .index = 2, .packetsIn = 100}};
         InterfaceLink link;
         link.name = "en0";
         link.index = 2;
         link.mtu = 1500;
         link.addresses = {{.bytes = {192, 0, 2, 4}, .prefixLength = 24}};
-        network.linksValue = {{link}};
-        network.wirelessLinksValue = {{{.name = "en0", .index = 2, .signal = -50}}};
+        network.linksValue = std::vector<InterfaceLink>{link};
+        network.wirelessLinksValue = std::vector<WirelessLink>{{.name = "en0", .index = 2, .signal = -50}};
     }
     std::vector<InterfaceCounters>& counters() { return *machine_->network().packetCountersValue; }
     std::vector<std::string> asked() {

@@ -93,9 +93,11 @@ TEST_F(ThresholdTest, AnAbsentFigureAndOneThatIsNoNumberTellNothingAndEndNoDurat
 }
 
 TEST_F(ThresholdTest, AnInfiniteFigureIsAFigure) {
-    watch({.limit = 90, .back = 70});
-    measure({std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity()});
-    EXPECT_EQ(told.size(), 2U);
+    Threshold infinite({.limit = 90, .back = 70});
+    infinite.measure(std::numeric_limits<double>::infinity());
+    EXPECT_TRUE(infinite.isCrossed());
+    infinite.measure(-std::numeric_limits<double>::infinity());
+    EXPECT_FALSE(infinite.isCrossed());
 }
 
 TEST_F(ThresholdTest, MayGoByWhatItTells) {

@@ -835,9 +835,11 @@ protected:
         volumes().mount("disk1s1", "/");
         volumes().mount("server:/export", "/net");
         volumes().mounts.back().from = "server:/export";
-        volumes().diskOperationsValue = {{{.name = "disk1", .reads = 100}, {.name = "disk1s1"}}};
-        volumes().diskDevicesValue = {{{.name = "disk1", .alias = {}, .whole = "disk1", .rotational = true},
-                                       {.name = "disk1s1", .alias = {}, .whole = "disk1"}}};
+        volumes().diskOperationsValue =
+            std::vector<DiskOperations>{{.name = "disk1", .reads = 100}, {.name = "disk1s1"}};
+        volumes().diskDevicesValue =
+            std::vector<DiskDevice>{{.name = "disk1", .alias = {}, .whole = "disk1", .rotational = true},
+                                    {.name = "disk1s1", .alias = {}, .whole = "disk1"}};
     }
 
     void sample(Disk& disk) {
