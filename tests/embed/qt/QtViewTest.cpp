@@ -22,6 +22,7 @@
 
 #include <QAbstractEventDispatcher>
 #include <QAccessible>
+#include <QCoreApplication>
 #include <QEventLoop>
 #include <QHBoxLayout>
 #include <QLineEdit>
@@ -827,6 +828,7 @@ TEST_F(QtViewTest, AssistiveTechnologyHearsOfChanges) {
     const auto before = QAccessible::installUpdateHandler(hear);
     ring->setPercent(1);
     ASSERT_TRUE(serveUntil([&] { return widget.surface().dirtyRects().empty(); }));
+    QCoreApplication::sendPostedEvents(); // the window may have been painted before the change was told
     std::vector<std::string> words;
     heard = &words;
     ring->setPercent(42);
