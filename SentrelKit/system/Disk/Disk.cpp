@@ -263,7 +263,7 @@ private:
 };
 
 Disk::Disk(std::shared_ptr<probes::SystemManager> session)
-    : set_(std::make_shared<VolumeSet>(session)), alarm_(session, PressureResource::io) {
+    : set_(std::make_shared<VolumeSet>(session)), alarm_(std::move(session), PressureResource::io) {
     set_->load();
     observation_ = set_->session().platform().volumes().observe(
         [set = set_.get()](const platform::VolumeNotification& notification) { set->hear(notification); });
