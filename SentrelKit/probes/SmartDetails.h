@@ -45,7 +45,7 @@ struct SmartDetails {
 [[nodiscard]] SENTREL_API SmartDetails decodeAttributes(const platform::SmartData& data,
                                                         const platform::SmartData* thresholds);
 
-/// What the health log of an NVMe drive tells (NVM Express base specification, log page 02h).
+/// What the health log of an NVMe drive tells (its log page 02h).
 [[nodiscard]] SENTREL_API SmartDetails decodeHealthLog(const platform::SmartData& log);
 
 /// Asks the drive behind a device by its name. Blocks for as long as the drive takes to answer, seconds if it is in
