@@ -73,4 +73,11 @@ void DescribedMachine::live(double seconds) {
     }
 }
 
+void DescribedMachine::forgetCalls() {
+    const auto forget = [](auto&... services) { (services.calls.clear(), ...); };
+    platform::ScriptedPlatform& all = *machine_;
+    forget(all.dispatch(), all.host(), all.graphics(), all.volumes(), all.network(), all.power(), all.processes(),
+           all.sensors(), all.desktop(), all.preferences());
+}
+
 } // namespace dashboard

@@ -21,6 +21,9 @@ public:
     /// What one second does: it moves the processor's ticks and the counters on, so that charts have something to show.
     void live(double seconds = 1);
 
+    /// Lets go of what the machine was asked so far, which it would keep as long as it is there.
+    void forgetCalls();
+
 private:
     sentrel::ScriptedMachine machine_;
 };

@@ -5,6 +5,7 @@
 #include "tests/embed/support/AccessibleTree.h"
 #include "tests/embed/support/ProcessFigures.h"
 #include "tests/examples/dashboard/DescribedMachine.h"
+#include "tests/support/Sanitizers.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <SentrelKit/settings/SharedDefaults.h>
@@ -268,6 +269,42 @@ TEST_F(DashboardWindowTest, FollowsTheThemeIntoTheDark) {
     keepPicture("dark");
     theme->property_gtk_application_prefer_dark_theme() = false;
     EXPECT_TRUE(serveUntil([&] { return window->board().effectiveAppearance() == Appearance::light; }));
+}
+
+TEST_F(DashboardWindowTest, LeavesNothingBehindWhenItIsShownAndHiddenManyTimes) {
+    show();
+    const auto cycle = [&] {
+        window->hide();
+        ASSERT_TRUE(serveUntil([&] { return !window->widget().surface().isVisible(); }));
+        window->show();
+        ASSERT_TRUE(serveUntil([&] { return window->widget().surface().isVisible(); }));
+        machine.live(1); // samples and charts go on
+        machine.forgetCalls();
+        settle();
+    };
+    for (int i = 0; i < 100; ++i)
+        cycle(); // until the histories are full
+    const std::size_t descriptors = openDescriptors();
+    const std::size_t threads = runningThreads();
+    const std::uint64_t memory = residentBytes();
+    const std::size_t timers = machine->dispatch().calls.openHandles().size();
+    for (int i = 0; i < 200; ++i)
+        cycle();
+    EXPECT_EQ(machine->dispatch().calls.openHandles().size(), timers);
+    EXPECT_LE(openDescriptors(), descriptors);
+    EXPECT_LE(runningThreads(), threads);
+    RecordProperty("grownBytes", std::to_string(static_cast<std::int64_t>(residentBytes() - memory)));
+    // The address sanitizer keeps what is freed for a while, and looks for leaks itself.
+    if (!underAddressSanitizer) {
+        EXPECT_LT(residentBytes(), memory + (1U << 20U));
+    }
+    machine.live(1);
+    window->hide();
+    ASSERT_TRUE(serveUntil([&] { return !window->widget().surface().isVisible(); }));
+    machine.live(1);
+    machine->host().calls.clear();
+    machine.live(5);
+    EXPECT_THAT(machine->host().calls.list(), ElementsAre()); // hidden: nobody samples
 }
 
 TEST_F(DashboardWindowTest, OpensAndClosesOverAndOverWithoutALoss) {
