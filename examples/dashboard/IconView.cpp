@@ -2,7 +2,7 @@
 #include "examples/dashboard/IconView.h"
 
 #include "examples/dashboard/Style.h"
-#include "examples/dashboard/TerminalText.h"
+#include "tools/terminal/TerminalText.h"
 
 #include <SentrelKit/views/FUIColor.h>
 #include <SentrelKit/views/FUIFont.h>
@@ -19,7 +19,7 @@ namespace {
 
 // One character of UTF-8, or of nothing a dot.
 std::string firstLetter(const std::string& name) {
-    const std::string safe = terminalText(name);
+    const std::string safe = terminal::plainText(name);
     if (safe.empty())
         return "·";
     std::size_t size = 1;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "examples/dashboard/InfoRow.h"
 
-#include "examples/dashboard/TerminalText.h"
+#include "tools/terminal/TerminalText.h"
 
 #include <SentrelKit/views/FUIColor.h>
 
@@ -14,11 +14,11 @@ namespace dashboard {
 using namespace sentrel;
 
 InfoRow::InfoRow(const std::string& name, const std::string& value)
-    : name_(terminalText(name)), value_(terminalText(value)) {}
+    : name_(terminal::plainText(name)), value_(terminal::plainText(value)) {}
 
 void InfoRow::show(const std::string& name, const std::string& value) {
-    std::string safeName = terminalText(name);
-    std::string safeValue = terminalText(value);
+    std::string safeName = terminal::plainText(name);
+    std::string safeValue = terminal::plainText(value);
     if (safeName == name_ && safeValue == value_)
         return;
     name_ = std::move(safeName);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "examples/dashboard/Label.h"
 
-#include "examples/dashboard/TerminalText.h"
+#include "tools/terminal/TerminalText.h"
 
 namespace dashboard {
 
@@ -14,7 +14,7 @@ Label::Label(TextStyle style, const std::string& text, TextAlignment alignment) 
 }
 
 void Label::show(const std::string& text) {
-    setStringValue(terminalText(text));
+    setStringValue(terminal::plainText(text));
 }
 
 void Label::drawRect(Canvas& canvas, Rect rect) {

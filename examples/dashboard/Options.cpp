@@ -2,7 +2,7 @@
 #include "examples/dashboard/Options.h"
 
 #include "examples/dashboard/Board.h"
-#include "examples/dashboard/TerminalText.h"
+#include "tools/terminal/TerminalText.h"
 
 #include <cmath>
 #include <cstdio>
@@ -27,7 +27,7 @@ std::optional<double> parseNumber(const std::string& option, const char* text, R
         return number;
     std::fprintf(stderr, "dashboard: %s takes a number %s %g%s %g, not '%s'\n", option.c_str(),
                  range.isOpen ? "above" : "from", range.least, range.isOpen ? " and up to" : " to", range.most,
-                 terminalText(text).c_str());
+                 terminal::plainText(text).c_str());
     return std::nullopt;
 }
 
@@ -49,7 +49,7 @@ bool setValue(Options& options, const std::string& name, const char* value) {
         options.simulated = simulation::kindNamed(value);
         if (!options.simulated)
             std::fprintf(stderr, "dashboard: --simulate takes laptop, hot, full-disks or server, not '%s'\n",
-                         terminalText(value).c_str());
+                         terminal::plainText(value).c_str());
         return options.simulated.has_value();
     }
     if (name == "--width")
@@ -107,7 +107,8 @@ std::optional<Options> parseOptions(int count, char** arguments) {
         }
         if (argument != "--simulate" && argument != "--seconds" && argument != "--output" && argument != "--snapshot" &&
             argument != "--width" && argument != "--scale") {
-            std::fprintf(stderr, "dashboard: unknown argument '%s' (try --help)\n", terminalText(argument).c_str());
+            std::fprintf(stderr, "dashboard: unknown argument '%s' (try --help)\n",
+                         terminal::plainText(argument).c_str());
             return std::nullopt;
         }
         const char* const value = i + 1 < count ? arguments[++i] : nullptr;

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "examples/dashboard/Report.h"
 
-#include "examples/dashboard/TerminalText.h"
 #include "examples/dashboard/Texts.h"
+#include "tools/terminal/TerminalText.h"
 
 #include <SentrelKit/system/Formatting.h>
 #include <SentrelKit/system/Time.h>
@@ -19,7 +19,7 @@ namespace {
 
 // Everything below is printed here: no name or text of the machine reaches the terminal as it is.
 void line(const std::string& name, const std::string& text) {
-    std::printf("  %-14s %s\n", terminalText(name).c_str(), terminalText(text).c_str());
+    std::printf("  %-14s %s\n", terminal::plainText(name).c_str(), terminal::plainText(text).c_str());
 }
 
 template <class... Arguments>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "examples/dashboard/VolumesPanel.h"
 
-#include "examples/dashboard/TerminalText.h"
 #include "examples/dashboard/Texts.h"
+#include "tools/terminal/TerminalText.h"
 
 #include <SentrelKit/system/Formatting.h>
 #include <SentrelKit/views/FUIColor.h>
@@ -64,9 +64,9 @@ VolumeRow::VolumeRow(std::shared_ptr<Disk::Volume> volume) : Stack(Axis::column)
 }
 
 void VolumeRow::refresh() {
-    const std::string name = terminalText(volume_->name());
+    const std::string name = terminal::plainText(volume_->name());
     space_->show(name, spaceText(*volume_));
-    space_->setToolTip(terminalText(volume_->path()));
+    space_->setToolTip(terminal::plainText(volume_->path()));
     bar_->setAccessibilityName(name);
     bar_->setPercent(volume_->usagePercent());
     rates_->show(ratesText(*volume_), healthText(*volume_));

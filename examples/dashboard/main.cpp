@@ -4,9 +4,9 @@
 #include "examples/dashboard/Options.h"
 #include "examples/dashboard/Report.h"
 #include "examples/dashboard/Sampler.h"
-#include "examples/dashboard/TerminalText.h"
 #include "examples/dashboard/Window.h"
 #include "examples/simulation/Simulation.h"
+#include "tools/terminal/TerminalText.h"
 
 #include <SentrelKit/SentrelKit.h>
 
@@ -41,7 +41,7 @@ bool draw(dashboard::Board& board, const dashboard::Options& options) {
     constexpr double settled = 5; // seconds, after which nothing moves any more
     if (sentrel::renderPNG(board, options.picture, options.scale, sentrel::mediaTime() + settled))
         return true;
-    std::fprintf(stderr, "dashboard: cannot write %s\n", dashboard::terminalText(options.picture).c_str());
+    std::fprintf(stderr, "dashboard: cannot write %s\n", terminal::plainText(options.picture).c_str());
     return false;
 }
 
@@ -54,7 +54,7 @@ int measure(sentrel::System& system, const dashboard::Options& options) {
         dashboard::printReport(system);
     if (!draw(board, options))
         return 1;
-    std::printf("Wrote %s\n", dashboard::terminalText(options.picture).c_str());
+    std::printf("Wrote %s\n", terminal::plainText(options.picture).c_str());
     return 0;
 }
 
@@ -62,8 +62,7 @@ int run(sentrel::System& system, const dashboard::Options& options) {
     if (options.mode != dashboard::Mode::choose)
         return measure(system, options);
     if (const auto reason = dashboard::openDisplay()) {
-        std::fprintf(stderr, "dashboard: printing the report, no window: %s\n",
-                     dashboard::terminalText(*reason).c_str());
+        std::fprintf(stderr, "dashboard: printing the report, no window: %s\n", terminal::plainText(*reason).c_str());
         return measure(system, options);
     }
     std::fputs("dashboard: showing the window, for the display opens (--terminal prints the report)\n", stderr);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/sentrel/Output.h"
 
-#include "examples/dashboard/TerminalText.h"
+#include "tools/terminal/TerminalText.h"
 
 #include <SentrelKit/system/Formatting.h>
 #include <SentrelKit/system/Time.h>
@@ -157,7 +157,7 @@ std::string schema() {
 
 std::string readableValue(const Figure& figure) {
     if (const auto* const text = std::get_if<std::string>(&figure.value))
-        return dashboard::terminalText(*text);
+        return terminal::plainText(*text);
     if (const auto* const flag = std::get_if<bool>(&figure.value))
         return *flag ? "yes" : "no";
     const double number = numberOf(figure.value);
@@ -180,7 +180,7 @@ std::string readableText(sentrel::System& system, const Selection& selection) {
             for (const Item& item : table.items) {
                 std::string heading;
                 for (const auto& [name, value] : item.labels)
-                    heading += (heading.empty() ? "" : ", ") + dashboard::terminalText(value);
+                    heading += (heading.empty() ? "" : ", ") + terminal::plainText(value);
                 text += "  " + heading + '\n';
                 write(text, item, 4);
             }

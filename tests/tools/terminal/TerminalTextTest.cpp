@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "examples/dashboard/TerminalText.h"
+#include "tools/terminal/TerminalText.h"
 
 #include <gtest/gtest.h>
 
-namespace dashboard {
+namespace terminal {
 namespace {
 
 // A process name is whatever its program chose: an escape sequence in it set the terminal's title, moved the cursor or
 // turned the rest of the report around.
-TEST(TerminalText, ShowsAQuestionMarkForWhatATerminalObeysOrCannotRead) {
+TEST(PlainText, ShowsAQuestionMarkForWhatATerminalObeysOrCannotRead) {
     const struct {
         const char* what;
         std::string_view text;
@@ -40,8 +40,8 @@ TEST(TerminalText, ShowsAQuestionMarkForWhatATerminalObeysOrCannotRead) {
         {"beyond the last character", "\xF4\x90\x80\x80|\xFF", "????|?"},
     };
     for (const auto& [what, text, shown] : cases)
-        EXPECT_EQ(terminalText(text), shown) << what;
+        EXPECT_EQ(plainText(text), shown) << what;
 }
 
 } // namespace
-} // namespace dashboard
+} // namespace terminal

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "examples/dashboard/TerminalText.h"
+#include "tools/terminal/TerminalText.h"
 
 #include <cstddef>
 
-namespace dashboard {
+namespace terminal {
 
 namespace {
 
@@ -45,7 +45,7 @@ bool turnsDirection(char32_t character) {
 
 } // namespace
 
-std::string terminalText(std::string_view text) {
+std::string plainText(std::string_view text) {
     std::string safe;
     while (!text.empty()) {
         const Decoded next = decode(text);
@@ -58,4 +58,4 @@ std::string terminalText(std::string_view text) {
     return safe;
 }
 
-} // namespace dashboard
+} // namespace terminal
