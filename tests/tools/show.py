@@ -67,7 +67,6 @@ class Show(unittest.TestCase):
             ["show", "--watch"],
             ["show", "--tea"],
             ["brew"],
-            [],
         ):
             with self.subTest(arguments=arguments):
                 result = run(*arguments)

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The command: what the library measures, on a terminal and for other programs.
+#include "tools/sentrel/Live.h"
 #include "tools/sentrel/ShowCommand.h"
 
 #include <SentrelKit/Version.h>
@@ -10,11 +11,11 @@
 #include <string>
 
 int main(int count, char** arguments) {
-    CLI::App program("Measures this machine.", "sentrel");
+    CLI::App program("Measures this machine. Alone, it shows it on the terminal until q is pressed.", "sentrel");
     program.set_version_flag("--version", std::to_string(SENTREL_VERSION_MAJOR) + '.' +
                                               std::to_string(SENTREL_VERSION_MINOR) + '.' +
                                               std::to_string(SENTREL_VERSION_PATCH));
-    program.require_subcommand(1);
+    program.require_subcommand(0, 1);
     const tool::Command commands[] = {tool::addShow(program)};
     try {
         program.parse(count, arguments);
@@ -27,5 +28,5 @@ int main(int count, char** arguments) {
     for (const tool::Command& command : commands)
         if (command.options->parsed())
             return command.run();
-    return tool::badUsage;
+    return tool::live();
 }
