@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tools/sentrel/Figures.h"
+#include "tools/sentrel/Readers.h"
 
 #include <SentrelKit/platform/ThermalState.h>
 
+#include <algorithm>
 #include <array>
-#include <functional>
 #include <optional>
-#include <sstream>
 
 namespace tool {
 
@@ -20,45 +19,6 @@ using sentrel::GPU;
 using sentrel::Memory;
 using sentrel::Network;
 using sentrel::System;
-
-// A figure and how it is read from its source.
-template <class Source>
-struct Reader {
-    FigureInfo info;
-    std::function<std::optional<Value>(const Source&)> read;
-};
-
-template <class Source>
-using Readers = std::vector<Reader<Source>>;
-
-Value ratio(double percent) {
-    return percent / 100.0;
-}
-
-template <class Integer>
-Value whole(Integer value) {
-    return static_cast<std::int64_t>(value);
-}
-
-std::optional<Value> text(std::string value) {
-    return value.empty() ? std::nullopt : std::optional<Value>(std::move(value));
-}
-
-template <class T>
-Value written(const T& value) {
-    std::ostringstream stream;
-    stream << value;
-    return stream.str();
-}
-
-template <class Source>
-Item readItem(const Readers<Source>& readers, const Source& source) {
-    Item item;
-    for (const Reader<Source>& reader : readers)
-        if (std::optional<Value> value = reader.read(source))
-            item.figures.push_back({&reader.info, std::move(*value)});
-    return item;
-}
 
 const Readers<CPU>& cpuReaders() {
     static const Readers<CPU> readers = {
@@ -286,22 +246,6 @@ const Readers<Applications::Process>& processReaders() {
     return readers;
 }
 
-// The items of a list, an item's labels from its key and itself.
-template <class Source, class List, class Labels>
-Table readList(std::string_view resource, std::string_view list, const Readers<Source>& readers, const List& sources,
-               Labels&& labelsOf) {
-    Table table{resource, list};
-    for (const auto& source : sources) {
-        auto [labels, object] = labelsOf(source);
-        Item item = readItem(readers, *object);
-        item.labels = std::move(labels);
-        table.items.push_back(std::move(item));
-    }
-    return table;
-}
-
-using Labels = std::vector<std::pair<std::string_view, std::string>>;
-
 Table volumes(const System& system) {
     return readList("disk", "volumes", volumeReaders(), system.disk().volumes(), [](const auto& entry) {
         return std::pair(Labels{{"device", entry.first}, {"mountpoint", entry.second->path()}}, entry.second);
@@ -323,20 +267,6 @@ Table applications(const System& system) {
     return readList("apps", "applications", processReaders(), processes, [](const auto& process) {
         return std::pair(Labels{{"name", process->name()}, {"pid", std::to_string(process->pid())}}, process);
     });
-}
-
-template <class Source>
-Table own(std::string_view resource, const Readers<Source>& readers, const Source& source) {
-    return {resource, "", {readItem(readers, source)}};
-}
-
-template <class Source>
-TableInfo infoOf(std::string_view resource, std::string_view list, std::vector<std::string_view> labels,
-                 const Readers<Source>& readers) {
-    TableInfo info{resource, list, std::move(labels)};
-    for (const Reader<Source>& reader : readers)
-        info.figures.push_back(&reader.info);
-    return info;
 }
 
 } // namespace
