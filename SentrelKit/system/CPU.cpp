@@ -56,11 +56,12 @@ void CPU::sampleMeasures() {
     }
 }
 
-// One reading serves both groups: the kernel writes the whole table at each.
+// One reading serves the three groups: the kernel writes the whole table at each.
 void CPU::sampleLoad() {
     const bool wantsCores = measuring_.wants(Measure::cores);
     const bool wantsActivity = measuring_.wants(Measure::activity);
-    if (!wantsCores && !wantsActivity) {
+    const bool wantsCounters = measuring_.wants(Measure::counters);
+    if (!wantsCores && !wantsActivity && !wantsCounters) {
         forgetLoad();
         return;
     }
@@ -70,6 +71,10 @@ void CPU::sampleLoad() {
         takeLoad();
     else
         forgetLoad();
+    if (wantsCounters) {
+        counters_.withValue([this](platform::ProcessorLoad& counters) { counters = load_; });
+        measuring_.note(Measure::counters, availability);
+    }
     if (wantsCores)
         measuring_.note(Measure::cores, availability);
     const bool hasActivity = load_.contextSwitches || load_.interrupts || load_.forks;
@@ -152,6 +157,10 @@ std::optional<double> CPU::interrupts() const {
 
 std::optional<double> CPU::forks() const {
     return activity().forks;
+}
+
+std::optional<platform::ProcessorLoad> CPU::counters() const {
+    return measuring_.has(Measure::counters) ? std::optional(counters_.value()) : std::nullopt;
 }
 
 std::optional<Pressure> CPU::pressure() const {

@@ -106,6 +106,7 @@ public:
         cores,       ///< `cores` and `shares`
         frequencies, ///< `frequencies` and `coreKinds`
         activity,    ///< `contextSwitches`, `interrupts` and `forks`
+        counters,    ///< `counters`
     };
 
     /// From the next sample on these groups are sampled too, and no others. A group that is not wanted costs nothing.
@@ -169,6 +170,12 @@ public:
     /// Processes and threads made, a second. Absent as above. Linux: "processes". Not on macOS.
     [[nodiscard]] std::optional<double> forks() const;
 
+    /// What all processors together and each that is online have done since boot, as of the last sample, for who makes
+    /// rates of their own: ticks, of which sysconf(_SC_CLK_TCK) make a second, and numbers of events. A processor that
+    /// was switched off may come back with less. Linux: /proc/stat, readable for everybody. macOS: host_processor_info,
+    /// without the events. Under a short lock.
+    [[nodiscard]] std::optional<platform::ProcessorLoad> counters() const;
+
 private:
     // What a second sees of one kind of event; of the group `activity`.
     struct Activity {
@@ -202,6 +209,7 @@ private:
     Atomic<std::optional<ProcessorShares>> shares_;
     Atomic<std::vector<CoreShares>> cores_;
     Atomic<Activity> activity_;
+    Atomic<platform::ProcessorLoad> counters_;
     Atomic<platform::ProcessorFrequencies> frequencies_;
     // Of the sampling thread alone.
     platform::ProcessorLoad load_;

@@ -88,6 +88,7 @@ void Memory::sampleSwapRates() {
     const auto in = swapInRate_.sample(isThere ? std::optional(counters.in) : std::nullopt, now);
     const auto out = swapOutRate_.sample(isThere ? std::optional(counters.out) : std::nullopt, now);
     swapRates_.setValue(in && out ? std::optional(SwapRates{*in, *out}) : std::nullopt);
+    swapped_.setValue(counters);
     measuring_.note(Measure::swapRates, availability);
 }
 
@@ -97,6 +98,10 @@ std::optional<MemoryDetails> Memory::details() const {
 
 std::optional<Memory::SwapRates> Memory::swapRates() const {
     return measuring_.has(Measure::swapRates) ? swapRates_.value() : std::nullopt;
+}
+
+std::optional<platform::SwapCounters> Memory::swapped() const {
+    return measuring_.has(Measure::swapRates) ? std::optional(swapped_.value()) : std::nullopt;
 }
 
 std::optional<MemoryCompression> Memory::compression() const {

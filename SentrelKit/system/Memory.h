@@ -90,7 +90,7 @@ public:
     enum class Measure : std::uint8_t {
         pressure,    ///< `pressure`
         details,     ///< `details`
-        swapRates,   ///< `swapRates`
+        swapRates,   ///< `swapRates` and `swapped`
         compression, ///< `compression`
         nodes,       ///< `nodes`
     };
@@ -142,6 +142,8 @@ public:
     /// counter stepped back. Linux: pswpin and pswpout of /proc/vmstat times the page size, readable for everybody;
     /// zram counts as swap. macOS: host_statistics64. Under a short lock.
     [[nodiscard]] std::optional<SwapRates> swapRates() const;
+    /// What was swapped since boot, in bytes, as of the last sample; the same counters. Under a short lock.
+    [[nodiscard]] std::optional<platform::SwapCounters> swapped() const;
 
     /// What is kept compressed, and what it takes. Linux: the first and the third figure of /sys/block/zram*/mm_stat of
     /// all devices that were given a size, used for swap or not, and Zswapped and Zswap of /proc/meminfo; unsupported
@@ -178,6 +180,7 @@ private:
     Atomic<Pressure> pressure_;
     Atomic<MemoryDetails> details_;
     Atomic<std::optional<SwapRates>> swapRates_;
+    Atomic<platform::SwapCounters> swapped_;
     Atomic<MemoryCompression> compression_;
     Atomic<std::vector<MemoryNode>> nodes_;
     // Of the sampling thread alone.

@@ -56,7 +56,7 @@ std::ostream& operator<<(std::ostream& stream, const Threshold::Crossing& value)
 }
 
 std::ostream& operator<<(std::ostream& stream, CPU::Measure value) {
-    return writeName(stream, value, {"pressure", "cores", "frequencies", "activity"});
+    return writeName(stream, value, {"pressure", "cores", "frequencies", "activity", "counters"});
 }
 
 std::ostream& operator<<(std::ostream& stream, Memory::Measure value) {

@@ -294,6 +294,25 @@ TEST(CPU, CountsWhatHappensASecondByTheClock) {
     EXPECT_EQ(cpu.availability(CPU::Measure::activity), Availability::unsupported);
 }
 
+TEST(CPU, HandsTheCountersThemselvesOn) {
+    ScriptedMachine machine;
+    machine->host().processorLoadValue = loadOf(100, 100, 100, 1000);
+    CPU cpu;
+    EXPECT_EQ(cpu.counters(), std::nullopt);
+    cpu.setMeasures({CPU::Measure::counters});
+    EXPECT_EQ(cpu.counters(), std::nullopt) << "not sampled yet";
+    cpu.update();
+    EXPECT_EQ(cpu.counters(), loadOf(100, 100, 100, 1000));
+    EXPECT_TRUE(cpu.cores().empty()) << "another group";
+    machine->host().processorLoadValue = loadOf(150, 130, 120, 2000);
+    cpu.update();
+    EXPECT_EQ(cpu.counters(), loadOf(150, 130, 120, 2000));
+    machine->host().calls.fail("processorLoad", {.call = 1, .error = EACCES});
+    cpu.update();
+    EXPECT_EQ(cpu.counters(), std::nullopt);
+    EXPECT_EQ(cpu.availability(CPU::Measure::counters), Availability::denied);
+}
+
 TEST(CPU, ReadsTheProcessorsOnceForBothGroups) {
     ScriptedMachine machine;
     machine->host().processorLoadValue = loadOf(1, 1, 1, 1);
@@ -334,7 +353,8 @@ TEST(CPU, TakesNoMemoryForASampleWithEverythingOnOnceItIsWarm) {
     machine->host().processorFrequenciesValue = platform::ProcessorFrequencies{{core, core}, CoreKinds{1, 0}};
     machine->host().pressureValues[0] = Pressure{};
     CPU cpu;
-    cpu.setMeasures({CPU::Measure::pressure, CPU::Measure::cores, CPU::Measure::frequencies, CPU::Measure::activity});
+    cpu.setMeasures({CPU::Measure::pressure, CPU::Measure::cores, CPU::Measure::frequencies, CPU::Measure::activity,
+                     CPU::Measure::counters});
     std::vector<CoreShares> cores;
     std::vector<CoreFrequency> frequencies;
     const auto sample = [&](std::uint64_t turn) {

@@ -203,6 +203,7 @@ TEST(Memory, TellsWhatWasSwappedASecondByTheClock) {
     memory.update();
     EXPECT_EQ(memory.availability(Memory::Measure::swapRates), Availability::available);
     EXPECT_EQ(memory.swapRates(), std::nullopt);
+    EXPECT_EQ(memory.swapped(), (platform::SwapCounters{1000, 5000})) << "a counter needs no sample before";
     machine->advance(4);
     machine->host().swapCountersValue = platform::SwapCounters{1400, 5000};
     memory.update();
@@ -221,6 +222,7 @@ TEST(Memory, TellsWhatWasSwappedASecondByTheClock) {
     machine->advance(1);
     memory.update();
     EXPECT_EQ(memory.availability(Memory::Measure::swapRates), Availability::failed);
+    EXPECT_EQ(memory.swapped(), std::nullopt);
     machine->advance(1);
     memory.update();
     EXPECT_EQ(memory.swapRates(), std::nullopt);

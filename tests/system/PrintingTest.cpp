@@ -28,14 +28,14 @@ TEST(PrintingTest, EnumerationsOfModelsAreWrittenByTheirNames) {
 
 TEST(PrintingTest, EveryGroupOfProcessorAndMemoryIsWrittenByItsName) {
     std::ostringstream text;
-    for (const CPU::Measure measure :
-         {CPU::Measure::pressure, CPU::Measure::cores, CPU::Measure::frequencies, CPU::Measure::activity})
+    for (const CPU::Measure measure : {CPU::Measure::pressure, CPU::Measure::cores, CPU::Measure::frequencies,
+                                       CPU::Measure::activity, CPU::Measure::counters})
         text << measure << ' ';
     for (const Memory::Measure measure :
          {Memory::Measure::pressure, Memory::Measure::details, Memory::Measure::swapRates, Memory::Measure::compression,
           Memory::Measure::nodes})
         text << measure << ' ';
-    EXPECT_EQ(text.str(), "pressure cores frequencies activity pressure details swapRates compression nodes ");
+    EXPECT_EQ(text.str(), "pressure cores frequencies activity counters pressure details swapRates compression nodes ");
 }
 
 TEST(PrintingTest, AValueThatHasNoNameIsWrittenAsItsNumber) {
