@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+/// What the exporter tells: a metric for each figure that is a number. Its name is "sentrel_", then the resource or,
+/// for what a resource has several of, the thing, then the figure: sentrel_cpu_usage_ratio,
+/// sentrel_volume_free_bytes{device, mountpoint}. Figures that are rates are left out, since engines make those of the
+/// counters that are told beside them.
+
+#include "tools/sentrel/Figures.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tool {
+
+/// What is known of a metric before it is told.
+struct Metric {
+    std::string name;                     ///< such as "sentrel_volume_free_bytes"
+    Kind kind;                            ///< gauge or counter
+    std::string_view help;                ///< a sentence
+    std::vector<std::string_view> labels; ///< of each series
+    std::string_view resource;            ///< where it comes from, as in TableInfo
+};
+
+/// Every metric, by its resource, those that the exporter tells of itself last. Names are unique.
+[[nodiscard]] const std::vector<Metric>& metrics();
+
+/// The name of the metric that a figure of a table is; empty for one that is not told.
+[[nodiscard]] std::string metricName(std::string_view resource, std::string_view list, const FigureInfo& figure);
+
+/// The name of the metric that says when a resource was sampled last, in seconds since the epoch.
+[[nodiscard]] std::string lastSampleName(std::string_view resource);
+
+/// The metric that tells the version, with the value 1.
+constexpr std::string_view buildInfoName = "sentrel_build_info";
+
+} // namespace tool
