@@ -20,6 +20,8 @@ struct FileSystemSpace {
     std::uint64_t freeBlocks = 0; ///< free blocks, also those that only privileged users may fill
     std::uint64_t inodes = 0;     ///< files that there can be; 0 on a file system that does not count them
     std::uint64_t freeInodes = 0; ///< of these
+    /// Whether the file system answered when it was last asked; if not, these are figures of before, or zeros.
+    bool answers = true;
 };
 
 /// One entry of the mount table. A fresh one is empty.

@@ -41,7 +41,8 @@ public:
     /// The native type names that are shown. Lives as long as the service.
     [[nodiscard]] virtual AcceptedTypes acceptedTypes() const noexcept = 0;
 
-    /// The space of the file system at a path; absent, with errno set, on failure. Allocates nothing once warm.
+    /// The space of the file system at a path; absent, with errno set, on failure. Of one that stopped answering the
+    /// space as it was before, which says so. Allocates nothing once warm.
     [[nodiscard]] virtual std::optional<FileSystemSpace> space(const char* path) = 0;
 
     /// Opens a session; null on failure.

@@ -50,6 +50,7 @@ void setSpace(DiskData& data, const platform::FileSystemSpace& space) {
     data.total = static_cast<std::int64_t>(space.blocks * space.blockSize);
     data.inodes = static_cast<std::int64_t>(space.inodes);
     data.freeInodes = static_cast<std::int64_t>(space.freeInodes);
+    data.answers = space.answers ? 1 : 0;
 }
 
 void describe(platform::DiskSession& session, const char* bsdName, char* name, char* model) {
@@ -81,7 +82,8 @@ void report(platform::DiskSession& disks, const platform::MountedFileSystem& mou
     data.model = model.data();
     setSpace(data, mount.space);
     describe(disks, data.bsdName, name.data(), model.data());
-    static_cast<void>(_getDiskActivity(data.bsdName, data.mountPoint, &data, session));
+    if (_getDiskActivity(data.bsdName, data.mountPoint, &data, session) == 0)
+        data.answers = 0;
     block(timestamp, &data);
 }
 

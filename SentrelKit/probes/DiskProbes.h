@@ -34,6 +34,7 @@ struct DiskData {
     const char* source;      ///< the whole of what is mounted, such as "/dev/sda1" or "server:/share"; may be empty
     std::int64_t inodes;     ///< files that there can be; 0 where the file system does not count them, as `total`
     std::int64_t freeInodes; ///< of these
+    std::uint8_t answers;    ///< 1 if the file system gave its space when it was last asked, else 0
 };
 
 /// A drive's health.

@@ -64,6 +64,7 @@ TEST_P(PlatformContract, MountsAreListedWhole) {
         EXPECT_TRUE(mount.space.blockSize > 0 || mount.space.blocks == 0) << mount.on;
         roots += mount.isRoot ? 1 : 0;
         EXPECT_TRUE(!mount.isRoot || mount.on == "/");
+        EXPECT_TRUE(!mount.isRoot || mount.space.answers);
     }
     EXPECT_EQ(roots, 1);
 }
@@ -99,6 +100,7 @@ TEST_P(PlatformContract, TheSpaceOfTheRootIsKnown) {
     EXPECT_GT(space->blockSize, 0u);
     EXPECT_GT(space->blocks, 0u);
     EXPECT_LE(space->freeBlocks, space->blocks);
+    EXPECT_TRUE(space->answers);
 }
 
 TEST_P(PlatformContract, NoFileSystemHasNoSpaceAndAReason) {

@@ -224,6 +224,24 @@ TEST_F(DiskProbes, FillOnlyTheSpaceOfAPath) {
     EXPECT_EQ(data.name, nullptr);
 }
 
+TEST_F(DiskProbes, TellWhetherTheFileSystemAnswers) {
+    volumes().mount("disk1", "/data", 100, 40);
+    DiskData data{};
+    EXPECT_EQ(_getDiskDataFor("/data", &data), 1);
+    EXPECT_EQ(data.answers, 1);
+    EXPECT_EQ(list().front().data.answers, 1);
+    volumes().mounts.front().space.answers = false;
+    EXPECT_EQ(_getDiskDataFor("/data", &data), 1);
+    EXPECT_EQ(data.answers, 0);
+    EXPECT_EQ(data.total, 100 * 4096);
+    EXPECT_EQ(list().front().data.answers, 0);
+    volumes().mounts.front().space.answers = true;
+    volumes().calls.fail("space");
+    CaptureStderr();
+    EXPECT_EQ(list().front().data.answers, 0);
+    GetCapturedStderr();
+}
+
 TEST_F(DiskProbes, ReportAFailedSpaceQueryAndKeepTheRecord) {
     DiskData data{};
     data.used = 1;

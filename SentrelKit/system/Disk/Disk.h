@@ -50,9 +50,9 @@ public:
 
     [[nodiscard]] SystemResourceType type() const noexcept override { return SystemResourceType::disk; }
 
-    /// Refreshes each volume's space, counters and rates; a volume whose space cannot be had stays as it is, and so
-    /// does a counter that cannot. Looks for a new label, on systems that tell nobody of one, where something was
-    /// written. Waits for no file system that does not answer.
+    /// Refreshes each volume's space, counters and rates; a volume whose space cannot be had stays as it is, but for
+    /// telling so (`Volume::answers`), and a counter that cannot be had stays, too. Looks for a new label, on systems
+    /// that tell nobody of one, where something was written. Waits for no file system that does not answer.
     void update() override;
 
     /// The volumes by device name, each with all its facts. Of several that would have one name (shares or data sets
@@ -212,6 +212,15 @@ public:
     /// When the counters were taken: milliseconds since the epoch.
     [[nodiscard]] std::int64_t timestamp() const noexcept { return timestamp_; }
 
+    /// Whether the file system gave its space at the last sample or listing. False for one whose server is gone, whose
+    /// drive fails, or that had its time and did not answer yet: space, used and free are then those of `lastAnswer`.
+    /// It is true again with the sample that has an answer. One that takes longer than from one sample to the next goes
+    /// to and fro. On Linux at most 64 calls that do not return are waited for: beside more dead mounts than that, each
+    /// other network and user-space mount counts as one that does not answer. macOS: false if statfs fails.
+    [[nodiscard]] bool answers() const noexcept { return answers_; }
+    /// When it last did: milliseconds since the epoch; 0 if it never did.
+    [[nodiscard]] std::int64_t lastAnswer() const noexcept { return lastAnswer_; }
+
     /// Used space in percent: truncated, then kept in 8 bits (0 to 255) without a range check: meant so. 0 if
     /// `total` is 0.
     [[nodiscard]] int usagePercent() const noexcept;
@@ -270,6 +279,8 @@ private:
     Relaxed<std::int64_t> timestamp_;
     Relaxed<std::int64_t> inodes_; // 0 where they are not counted
     Relaxed<std::int64_t> freeInodes_;
+    Relaxed<bool> answers_;
+    Relaxed<std::int64_t> lastAnswer_;
 };
 
 /// Writes its name as it stands here.

@@ -44,8 +44,10 @@ bool Disk::Volume::sample(probes::SystemManager& session) {
     probes::DiskData data{};
     data.bytesWritten = wbytes(); // a counter that is not found stays as it was
     data.bytesRead = rbytes();
-    if (probes::_getDiskActivity(device_.c_str(), label->path.c_str(), &data, session) <= 0)
+    if (probes::_getDiskActivity(device_.c_str(), label->path.c_str(), &data, session) <= 0) {
+        answers_ = false;
         return false;
+    }
     const bool isWritten = data.bytesWritten != wbytes();
     const std::int64_t gap = now - timestamp();
     if (gap > 0)
@@ -96,6 +98,9 @@ void Disk::Volume::setActivity(const probes::DiskData& data, std::int64_t now) n
     inodes_ = data.inodes;
     freeInodes_ = data.freeInodes;
     timestamp_ = now;
+    answers_ = data.answers != 0;
+    if (data.answers != 0)
+        lastAnswer_ = now;
 }
 
 // The first one that is known, which may come after the volume.

@@ -125,6 +125,78 @@ TEST(Volume, StartsEmpty) {
     EXPECT_FALSE(volume.smart());
     EXPECT_FALSE(volume.smartStatus());
     EXPECT_EQ(volume.usagePercent(), 0);
+    EXPECT_FALSE(volume.answers());
+    EXPECT_EQ(volume.lastAnswer(), 0);
+}
+
+TEST_F(DiskModel, TellsThatAVolumeStoppedAnsweringAndKeepsItsFigures) {
+    volumes().mount("disk1", "/", 1000, 400);
+    count("disk1", 1000, 2000);
+    Disk disk;
+    const VolumePointer volume = disk.volumes().at("disk1");
+    EXPECT_TRUE(volume->answers());
+    EXPECT_EQ(volume->lastAnswer(), volume->timestamp());
+    advance(1.1);
+    disk.update();
+    EXPECT_TRUE(volume->answers());
+    const std::int64_t last = volume->lastAnswer();
+    EXPECT_EQ(last, volume->timestamp());
+
+    volumes().mounts.front().space.answers = false; // figures of before, with counters of now
+    count("disk1", 1000 + 550, 2000);
+    advance(1.1);
+    disk.update();
+    EXPECT_FALSE(volume->answers());
+    EXPECT_EQ(volume->lastAnswer(), last);
+    EXPECT_EQ(volume->timestamp(), last + 1100);
+    EXPECT_EQ(volume->free(), 400 * 4096);
+    EXPECT_DOUBLE_EQ(volume->rbytesps(), 500.0);
+
+    volumes().mounts.front().space.answers = true;
+    advance(1.1);
+    disk.update();
+    EXPECT_TRUE(volume->answers());
+    EXPECT_EQ(volume->lastAnswer(), last + 2200);
+}
+
+TEST_F(DiskModel, CountsAVolumeWhoseSpaceFailsAsOneThatDoesNotAnswer) {
+    volumes().mount("disk1", "/", 1000, 400);
+    Disk disk;
+    const VolumePointer volume = disk.volumes().at("disk1");
+    const std::int64_t last = volume->lastAnswer();
+    volumes().calls.fail("space", {.error = ENOTCONN});
+    testing::internal::CaptureStderr();
+    advance(1.1);
+    disk.update();
+    EXPECT_FALSE(volume->answers());
+    EXPECT_EQ(volume->lastAnswer(), last);
+    EXPECT_EQ(volume->free(), 400 * 4096);
+    const Disk later; // the mount table has its figures, but nobody answered for them
+    EXPECT_FALSE(later.volumes().at("disk1")->answers());
+    EXPECT_EQ(later.volumes().at("disk1")->lastAnswer(), 0);
+    EXPECT_EQ(later.volumes().at("disk1")->total(), 1000 * 4096);
+    testing::internal::GetCapturedStderr();
+    volumes().calls.succeed();
+    advance(1.1);
+    disk.update();
+    EXPECT_TRUE(volume->answers());
+}
+
+TEST_F(DiskModel, TellsInAListingTooWhetherAVolumeAnswers) {
+    volumes().mount("disk1", "/", 1000, 400);
+    volumes().mount("share", "/share", 0, 0).space.answers = false; // never did
+    const Disk disk;
+    const VolumePointer share = disk.volumes().at("share");
+    EXPECT_FALSE(share->answers());
+    EXPECT_EQ(share->lastAnswer(), 0);
+    volumes().mounts.back().space = {4096, 10, 5};
+    mountLater("disk2", "/other");
+    EXPECT_TRUE(share->answers());
+    EXPECT_EQ(share->lastAnswer(), share->timestamp());
+    volumes().mounts[1].space.answers = false;
+    mountLater("disk3", "/third");
+    EXPECT_FALSE(share->answers());
+    EXPECT_EQ(share->total(), 10 * 4096);
 }
 
 TEST_F(DiskModel, DerivesRatesFromTheCountersOfTheLastGap) {

@@ -43,7 +43,8 @@ std::int32_t LinuxVolumeService::listMountedFileSystems(std::span<MountedFileSys
         // Only volumes are asked for their space: a question to another mount might trigger it (autofs).
         if (mount.isVolume) {
             bool known = false;
-            entry.space = space_.ofVolume(mount.on, mount.on.c_str(), known).value_or(FileSystemSpace());
+            entry.space =
+                space_.ofVolume(mount.on, mount.on.c_str(), known).value_or(FileSystemSpace{.answers = false});
         }
     }
     return static_cast<std::int32_t>(count);

@@ -68,6 +68,8 @@ void SpaceQuestion::await() {
 
 std::optional<FileSystemSpace> SpaceQuestion::answer() {
     errno = answered_ ? error_ : ETIMEDOUT;
+    if (space_)
+        space_->answers = !outstanding_ || SteadyClock::now() < waitEnd_;
     return space_;
 }
 

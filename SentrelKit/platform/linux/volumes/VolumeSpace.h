@@ -33,8 +33,8 @@ public:
     /// Puts the question unless it is outstanding.
     void put(BlockingCalls& calls);
 
-    /// The last answer, waiting for the very first one only. Absent, with errno set: the mount failed, or gave no
-    /// answer yet (ETIMEDOUT).
+    /// The last answer, waiting for the very first one only; it says so if the question after it had its time and is
+    /// still outstanding. Absent, with errno set: the mount failed, or gave no answer yet (ETIMEDOUT).
     [[nodiscard]] std::optional<FileSystemSpace> lastAnswer();
 
     /// The same, waiting for the outstanding question.

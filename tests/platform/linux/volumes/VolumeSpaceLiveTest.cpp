@@ -142,6 +142,36 @@ TEST_F(LiveVolumeSpace, ShowsTheFiguresOfAHealthyMountOverOneThatDoesNotAnswer) 
     EXPECT_EQ(service_.space(dead.path().c_str())->blocks, 2000U);
 }
 
+// Its last figures came for ever, and nobody could tell that they were old.
+TEST_F(LiveVolumeSpace, TellsThatAMountStoppedAnsweringAndThatItAnswersAgain) {
+    HangingFileSystem share("host:/share");
+    EXPECT_TRUE(listed(share.path())->space.answers);
+    share.hang();
+    const auto answers = [&] {
+        const std::optional<FileSystemSpace> space = service_.space(share.path().c_str());
+        EXPECT_TRUE(space && space->blocks == 1000U);
+        return space && space->answers;
+    };
+    ASSERT_TRUE(endsThough(share, [&] {
+        EXPECT_TRUE(eventually([&] { return !answers(); }));
+        const std::optional<MountedFileSystem> entry = listed(share.path());
+        EXPECT_EQ(entry->space.blocks, 1000U);
+        EXPECT_FALSE(entry->space.answers);
+    }));
+    share.answer();
+    EXPECT_TRUE(eventually(answers));
+}
+
+TEST_F(LiveVolumeSpace, ListsAMountThatNeverAnsweredAsOneThatDoesNot) {
+    HangingFileSystem share("host:/never");
+    share.hang();
+    std::optional<MountedFileSystem> entry;
+    ASSERT_TRUE(endsThough(share, [&] { entry = listed(share.path()); }));
+    ASSERT_TRUE(entry);
+    EXPECT_FALSE(entry->space.answers);
+    EXPECT_EQ(entry->space.blocks, 0U);
+}
+
 // The same, when no listing came between the end of the one and the beginning of the other.
 TEST_F(LiveVolumeSpace, ShowsTheFiguresOfTheSameShareMountedAnew) {
     const TemporaryFolder folder;

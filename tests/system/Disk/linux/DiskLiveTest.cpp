@@ -15,12 +15,16 @@
 #include <SentrelKit/probes/SystemManager.h>
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
+#include <dirent.h>
 #include <fcntl.h>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <list>
 #include <map>
 #include <optional>
 #include <sstream>
@@ -29,6 +33,7 @@
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace sentrel {
@@ -374,19 +379,22 @@ TEST_F(LiveDisk, ReadsAMountPointWithBlanksLineFeedsAndBackslashes) {
 // A user-space file system whose program does not even begin to answer.
 class DeadFileSystem {
 public:
-    DeadFileSystem() {
+    explicit DeadFileSystem(const std::string& from = "host:/dead") {
         folder_.makeFolder("dead");
         device_ = ::open("/dev/fuse", O_RDWR | O_CLOEXEC);
         const std::string options = "fd=" + std::to_string(device_) + ",rootmode=40000,user_id=0,group_id=0";
         mounted_ = device_ >= 0 &&
-                   ::mount("host:/dead", path().c_str(), "fuse.sshfs", MS_NOSUID | MS_NODEV, options.c_str()) == 0;
+                   ::mount(from.c_str(), path().c_str(), "fuse.sshfs", MS_NOSUID | MS_NODEV, options.c_str()) == 0;
     }
     ~DeadFileSystem() {
-        ::close(device_); // who waits is told that nobody will answer
+        endServer();
         ::umount2(path().c_str(), MNT_DETACH);
     }
     DeadFileSystem(const DeadFileSystem&) = delete;
     DeadFileSystem& operator=(const DeadFileSystem&) = delete;
+
+    /// Who waits is told that nobody will answer, and so is who asks from then on.
+    void endServer() { ::close(std::exchange(device_, -1)); }
 
     [[nodiscard]] bool isMounted() const { return mounted_; }
     [[nodiscard]] std::string path() const { return folder_.path("dead"); }
@@ -422,6 +430,9 @@ TEST_F(LiveDisk, SamplesOnBesideAFileSystemThatNeverAnswers) {
     std::sort(durations.begin(), durations.end());
     EXPECT_LT(durations[durations.size() / 2], 5ms); // the middle one, as the machine may be busy with other things
     EXPECT_EQ(findByPath(disk, dead.path())->total(), 0);
+    EXPECT_FALSE(findByPath(disk, dead.path())->answers());
+    EXPECT_EQ(findByPath(disk, dead.path())->lastAnswer(), 0);
+    EXPECT_TRUE(alive->answers());
 
     const std::int64_t before = alive->wbytes();
     writeAndSync(image.path() + "/file", 2);
@@ -429,6 +440,89 @@ TEST_F(LiveDisk, SamplesOnBesideAFileSystemThatNeverAnswers) {
     EXPECT_GE(alive->wbytes(), before + (2 << 20));
     EXPECT_NE(testing::internal::GetCapturedStderr().find("Error: statfs failed for '" + dead.path()),
               std::string::npos);
+}
+
+TEST_F(LiveDisk, TellsOfAShareThatStopsAnsweringAndAnswersAgain) {
+    if (::access("/dev/fuse", R_OK | W_OK) != 0)
+        GTEST_SKIP() << "no user-space file systems";
+    const LoopDisk image("ALIVE", 16);
+    image.mount();
+    HangingFileSystem share("host:/share");
+    Disk disk;
+    const VolumePointer volume = findByPath(disk, share.path());
+    const VolumePointer alive = find(disk, image.device());
+    ASSERT_TRUE(volume && alive);
+    EXPECT_TRUE(volume->answers());
+    share.hang();
+    ASSERT_TRUE(endsThough(share, [&] {
+        EXPECT_TRUE(eventually([&] {
+            disk.update();
+            return !volume->answers();
+        }));
+    }));
+    const std::int64_t last = volume->lastAnswer();
+    EXPECT_LE(last, volume->timestamp());
+    EXPECT_GT(last, 0);
+    EXPECT_EQ(volume->total(), 1000 * 4096);
+    EXPECT_TRUE(alive->answers());
+    share.answer();
+    EXPECT_TRUE(eventually([&] {
+        disk.update();
+        return volume->answers();
+    }));
+    EXPECT_GT(volume->lastAnswer(), last);
+}
+
+TEST_F(LiveDisk, TellsOfAShareWhoseServerIsGone) {
+    if (::access("/dev/fuse", R_OK | W_OK) != 0)
+        GTEST_SKIP() << "no user-space file systems";
+    auto dead = std::make_unique<DeadFileSystem>();
+    ASSERT_TRUE(dead->isMounted());
+    dead->endServer();
+    testing::internal::CaptureStderr();
+    Disk disk;
+    const VolumePointer volume = findByPath(disk, dead->path());
+    ASSERT_TRUE(volume);
+    disk.update();
+    EXPECT_FALSE(volume->answers());
+    EXPECT_NE(testing::internal::GetCapturedStderr().find(std::strerror(ENOTCONN)), std::string::npos);
+}
+
+std::size_t countEntries(const char* folder) {
+    DIR* const entries = ::opendir(folder);
+    std::size_t count = 0;
+    while (entries && ::readdir(entries))
+        ++count;
+    ::closedir(entries);
+    return count;
+}
+
+// Each sample would have left a thread behind for each mount, were there no bound to the questions.
+TEST_F(LiveDisk, HoldsNoMoreThreadsNorDescriptorsTheLongerAHundredSharesDoNotAnswer) {
+    if (::access("/dev/fuse", R_OK | W_OK) != 0)
+        GTEST_SKIP() << "no user-space file systems";
+    const LoopDisk image("ALIVE", 16);
+    image.mount();
+    std::list<DeadFileSystem> dead;
+    for (int share = 0; share < 100; ++share)
+        ASSERT_TRUE(dead.emplace_back("host:/dead" + std::to_string(share)).isMounted());
+    testing::internal::CaptureStderr();
+    Disk disk;
+    const VolumePointer alive = find(disk, image.device());
+    ASSERT_TRUE(alive);
+    disk.update();
+    const std::size_t threads = countEntries("/proc/self/task");
+    const std::size_t descriptors = countEntries("/proc/self/fd");
+    const std::size_t before = allocations();
+    for (int sample = 0; sample < 100; ++sample)
+        disk.update();
+    EXPECT_TRUE(!countsAllocations || allocations() == before);
+    EXPECT_LE(countEntries("/proc/self/task"), threads);
+    EXPECT_LE(countEntries("/proc/self/fd"), descriptors);
+    EXPECT_TRUE(alive->answers());
+    for (const DeadFileSystem& share : dead)
+        EXPECT_FALSE(findByPath(disk, share.path())->answers()) << share.path();
+    testing::internal::GetCapturedStderr();
 }
 
 // Making the model waited for ever, and so did a sample, with the lock that readers needed.
