@@ -71,7 +71,7 @@ TEST_F(OutputTest, WhatIsNotKnownIsAbsentAndNot0) {
 }
 
 TEST_F(OutputTest, AVolumeThatDidNotAnswerStandsThereWithoutItsRoom) {
-    machine->volumes().mount("disk1", "/data", 0, 0);
+    machine->volumes().mount("disk1", "/data", 0, 0).space.answers = false;
     const json volume = sample({"disk"})["disk"]["volumes"][0];
     EXPECT_EQ(volume["device"], "disk1");
     EXPECT_EQ(volume["mountpoint"], "/data");
