@@ -24,8 +24,8 @@ std::optional<Kind> kindNamed(std::string_view name) {
 }
 
 struct Machine::Parts {
-    Parts(Kind kind, Platform& process, std::uint32_t seed)
-        : world(std::make_shared<World>(planOf(kind), process, seed)), host(*world, process.dispatch()),
+    Parts(const Plan& plan, Platform& process, std::uint32_t seed)
+        : world(std::make_shared<World>(plan, process, seed)), host(*world, process.dispatch()),
           power(*world, process.dispatch()), platform(process, {.host = &host,
                                                                 .graphics = &world->values().graphics(),
                                                                 .volumes = &volumes,
@@ -43,8 +43,10 @@ struct Machine::Parts {
     CompositePlatform platform;
 };
 
-Machine::Machine(Kind kind, Platform& process, std::uint32_t seed)
-    : parts_(std::make_unique<Parts>(kind, process, seed)) {}
+Machine::Machine(Kind kind, Platform& process, std::uint32_t seed) : Machine(planOf(kind), process, seed) {}
+
+Machine::Machine(const Plan& plan, Platform& process, std::uint32_t seed)
+    : parts_(std::make_unique<Parts>(plan, process, seed)) {}
 
 Machine::~Machine() = default;
 

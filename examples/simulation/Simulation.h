@@ -23,6 +23,8 @@ enum class Kind : std::uint8_t {
 /// The kind of a name: "laptop", "hot", "full-disks" or "server". Absent for any other text.
 std::optional<Kind> kindNamed(std::string_view name);
 
+struct Plan;
+
 /// A simulated machine. Its clocks, its queues, its desktop and its preferences are those of another machine, normally
 /// of the process; all else is made of values, which follow from the seed and from the time since its making and are
 /// computed when they are asked for. It contacts nobody. Any thread may ask.
@@ -30,6 +32,9 @@ class Machine {
 public:
     /// A machine that has been up for days already. `process` outlives it.
     explicit Machine(Kind kind, sentrel::platform::Platform& process = sentrel::platform::current(),
+                     std::uint32_t seed = 1);
+    /// One with habits of its own.
+    explicit Machine(const Plan& plan, sentrel::platform::Platform& process = sentrel::platform::current(),
                      std::uint32_t seed = 1);
     ~Machine();
     Machine(const Machine&) = delete;

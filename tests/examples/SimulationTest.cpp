@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "examples/simulation/Simulation.h"
+#include "examples/simulation/Plan.h"
 #include "tests/support/Eventually.h"
 
 #include <SentrelKit/SentrelKit.h>
@@ -383,6 +384,22 @@ TEST(Simulation, OfFullDisksHasOneOnADriveThatFails) {
     }
     EXPECT_EQ(failing, std::vector<std::string>{"Archive"});
     EXPECT_FALSE(simulated->battery().hasBattery());
+}
+
+TEST(Simulation, FollowsAPlanOfItsOwn) {
+    Plan plan = planOf(Kind::laptop);
+    plan.battery->maxCapacity = plan.battery->designCapacity * 0.4;
+    plan.disks[0].used = {.usual = {0.4, 0.6}, .burst = {1, 1}, .bursts = 1, .inertia = 12}; // fills
+    ScriptedMachine process;
+    Machine machine(plan, *process);
+    System system(machine.platform());
+    const auto disk = system.disk().HD();
+    EXPECT_EQ(disk->usagePercent(), 50);
+    process->advance(12);
+    system.disk().update();
+    system.battery().update();
+    EXPECT_NEAR(disk->usagePercent(), 81, 2); // 63 % of the way
+    EXPECT_EQ(system.battery().health(), 40);
 }
 
 TEST(Simulation, OfAServerHasCablesAndServicesAlone) {
