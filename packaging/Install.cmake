@@ -65,7 +65,7 @@ if(kind STREQUAL STATIC_LIBRARY)
     else()
         list(JOIN SENTREL_CORE_MODULES " " core_modules)
         list(JOIN SENTREL_VIEWS_MODULES " " views_modules)
-        set(system_libraries "-lstdc++ -lm -pthread")
+        set(system_libraries "-lstdc++ -lm -pthread -ldl")
     endif()
 endif()
 

@@ -29,6 +29,11 @@ struct GraphicsProcessor {
     std::optional<double> temperature{};        ///< degrees Celsius
     std::optional<double> power{};              ///< watts
     std::optional<double> fan{};                ///< revolutions a minute
+    std::optional<double> fanShare{};           ///< of its intended full speed, percent; above 100 where it can do more
+
+    /// Whether its driver tells figures of this kind at all and, if not, why; a single one may be absent all the same.
+    /// `unsupported`: what the driver tells them by is not installed.
+    Availability figures = Availability::available;
 
     /// Whether everything is the same.
     friend bool operator==(const GraphicsProcessor&, const GraphicsProcessor&) = default;
@@ -49,8 +54,9 @@ public:
 
     /// Fills the list with every graphics processor and what it does now. The list stays as it was unless the answer is
     /// `available`; `unsupported`: there is none. Takes no memory while they stay the same. No processor is woken.
-    /// Needs no privilege. Linux: amdgpu, i915 and xe, and what other drivers tell by the hwmon class. macOS: the
-    /// "PerformanceStatistics" of the accelerators in the device registry.
+    /// Needs no privilege. Linux: amdgpu, i915 and xe, NVIDIA's driver by its management library,
+    /// which is loaded when such a processor is there and awake, and what other drivers tell by the hwmon class. macOS:
+    /// the "PerformanceStatistics" of the accelerators in the device registry.
     [[nodiscard]] virtual Availability processors(std::vector<GraphicsProcessor>& processors) = 0;
 };
 

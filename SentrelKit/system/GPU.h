@@ -82,9 +82,10 @@ public:
 
     /// Every graphics processor, integrated or not, in the order of the bus. `use` is the share of the time in which it
     /// worked, 0 to 100 percent: the driver's own word (amdgpu), or the share of the time since the sample before in
-    /// which it was not idle (Intel: absent at the first sample). Of one that sleeps there are only the names. Empty
-    /// unless Measure::use is wanted and was sampled. No figure needs privilege; processors of NVIDIA's own driver tell
-    /// their names only.
+    /// which it was not idle (Intel: absent at the first sample). Of one that sleeps there are only the names. Those of
+    /// NVIDIA's own driver are told by its management library, loaded at the first sample where there is one: `figures`
+    /// says whether it could be had; asked every second they stay awake. Empty unless Measure::use is wanted and was
+    /// sampled. No figure needs privilege.
     [[nodiscard]] std::vector<Activity> processors() const;
 
     /// The same into the caller's list, whose memory is used again: for a reader that looks every second.

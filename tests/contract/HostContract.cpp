@@ -395,7 +395,7 @@ TEST_P(PlatformContract, GraphicsProcessorsAreToldFromOneAnotherAndStayInTheirRa
         if (processor.memoryUsed && processor.memoryTotal) {
             EXPECT_LE(*processor.memoryUsed, *processor.memoryTotal);
         }
-        for (const auto& figure : {processor.clock, processor.power, processor.fan})
+        for (const auto& figure : {processor.clock, processor.power, processor.fan, processor.fanShare})
             EXPECT_GE(figure.value_or(0), 0);
     }
 }

@@ -72,6 +72,7 @@ std::optional<NumberFile> GraphicsDevices::file(const std::string& path) const {
 
 void GraphicsDevices::find() {
     devices_.clear();
+    nvidia_.reset();
     for (const std::string& address : namesIn(root_, devicesFolder).value_or(std::vector<std::string>()))
         if (isDisplayController(root_, std::string(devicesFolder) + "/" + address))
             add(address);
@@ -113,7 +114,16 @@ void GraphicsDevices::add(const std::string& address) {
     devices_.push_back(std::move(device));
 }
 
-void GraphicsDevices::sample(Device& device) noexcept {
+void GraphicsDevices::askNvidia(Device& device) {
+    constexpr const char* library = "libnvidia-ml.so.1";
+    if (!nvidia_)
+        nvidia_.emplace(root_.isReal() ? library : root_.path("/usr/lib/") + library);
+    if (!device.nvidia)
+        device.nvidia = nvidia_->find(device.processor.identifier);
+    device.processor.figures = nvidia_->read(*device.nvidia, device.processor);
+}
+
+void GraphicsDevices::sample(Device& device) {
     std::array<char, 512> buffer;
     GraphicsProcessor& now = device.processor;
     now.isAsleep = trimmed(device.sleep.read(buffer).value_or(std::string_view())) == "suspended";
@@ -125,6 +135,8 @@ void GraphicsDevices::sample(Device& device) noexcept {
     now.temperature.reset();
     now.power.reset();
     now.fan.reset();
+    now.fanShare.reset();
+    now.figures = Availability::available;
     if (now.isAsleep)
         return;
     if (const std::optional<std::int64_t> percent = readNumber(device.use))
@@ -138,6 +150,8 @@ void GraphicsDevices::sample(Device& device) noexcept {
     now.temperature = readIn(device.temperature, 1e-3);
     now.power = readIn(device.power, 1e-6);
     now.fan = readIn(device.fan, 1);
+    if (now.driver == "nvidia")
+        askNvidia(device);
 }
 
 Availability GraphicsDevices::read(std::vector<GraphicsProcessor>& processors) {

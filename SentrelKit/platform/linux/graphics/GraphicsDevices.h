@@ -5,6 +5,7 @@
 #include <SentrelKit/platform/linux/common/ClassFolder.h>
 #include <SentrelKit/platform/linux/common/NumberFile.h>
 #include <SentrelKit/platform/linux/common/SystemRoot.h>
+#include <SentrelKit/platform/linux/graphics/NvidiaLibrary.h>
 
 #include <optional>
 #include <string>
@@ -26,6 +27,10 @@ namespace sentrel::platform {
 ///  - clock: hwmon's "freq1_input" or "pp_dpm_sclk" of amdgpu, "gt_act_freq_mhz" of i915, "act_freq" of xe.
 ///  - temperature, power, fan: "temp1_input", "power1_average" or "power1_input", "fan1_input" of the device's hwmon
 ///    folder, whatever its driver.
+///
+/// NVIDIA's own driver tells nothing of that in /sys: a processor of it that is awake is asked by NvidiaLibrary.h,
+/// "libnvidia-ml.so.1" (below another root: that file of its /usr/lib). It is loaded at the first such sample, and anew
+/// only when other devices are on the bus. The driver does not put a processor to sleep that is asked every second.
 ///
 /// Of one that sleeps only that is read. One thread at a time.
 class GraphicsDevices {
@@ -49,16 +54,19 @@ private:
         std::optional<NumberFile> temperature{}; // thousandths of a degree
         std::optional<NumberFile> power{};       // millionths of a watt
         std::optional<NumberFile> fan{};
+        std::optional<NvidiaLibrary::Device> nvidia{}; // once the library was asked for it
     };
 
     void find();
     void add(const std::string& address);
     [[nodiscard]] std::optional<NumberFile> file(const std::string& path) const;
-    static void sample(Device& device) noexcept;
+    void sample(Device& device);
+    void askNvidia(Device& device);
 
     const SystemRoot root_;
     ClassFolder folder_;
     std::vector<Device> devices_;
+    std::optional<NvidiaLibrary> nvidia_;
 };
 
 } // namespace sentrel::platform

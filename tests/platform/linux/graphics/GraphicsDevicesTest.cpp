@@ -3,6 +3,7 @@
 
 #include "tests/support/Allocations.h"
 #include "tests/support/linux/FileTree.h"
+#include "tests/support/linux/NvidiaStandIn.h"
 
 #include <gtest/gtest.h>
 #include <string>
@@ -108,16 +109,109 @@ TEST(GraphicsDevices, FollowProcessorsThatComeAndGo) {
     EXPECT_EQ(devices.read(processors), Availability::unsupported);
 }
 
-TEST(GraphicsDevices, TakeNoMemoryOnceWarm) {
-    const FileTree machine(machineListing("desktop"));
+// The laptop with the driver that its maker wrote, and its second processor awake.
+class LaptopOfNvidia : public FileTree {
+public:
+    LaptopOfNvidia() : FileTree(machineListing("laptop")) {
+        const std::string device = "sys/devices/pci0000:00/0000:01:00.0";
+        for (const char* const file : {"/driver", "/hwmon"})
+            remove(device + file);
+        add(device + "/driver->../../../bus/pci/drivers/nvidia\n" + device + "/power/runtime_status=active");
+    }
+};
+
+TEST(GraphicsDevices, AskTheLibraryOfADriverThatTellsNothingItself) {
+    const NvidiaStandIn library;
+    const LaptopOfNvidia machine;
+    library.install(machine);
+    GraphicsDevices devices(machine.root());
+    EXPECT_EQ(library->started, 0) << "nobody asked yet";
+    Processors processors;
+    for (int sample = 0; sample < 3; ++sample)
+        ASSERT_EQ(devices.read(processors), available);
+    ASSERT_EQ(processors.size(), 2U);
+    EXPECT_EQ(processors[0].driver, "i915");
+    EXPECT_EQ(processors[1], (GraphicsProcessor{.identifier = "0000:01:00.0",
+                                                .name = "Example 4000",
+                                                .driver = "nvidia",
+                                                .use = 37,
+                                                .memoryUsed = 3ULL << 30,
+                                                .memoryTotal = 8ULL << 30,
+                                                .clock = 1785e6,
+                                                .temperature = 61,
+                                                .power = 85.25,
+                                                .fan = 1530,
+                                                .fanShare = 42}));
+    EXPECT_EQ(library->started, 1);
+    EXPECT_EQ(library->looked, 1);
+    library->figures = 15; // lost
+    ASSERT_EQ(devices.read(processors), available);
+    EXPECT_EQ(processors[1].figures, Availability::failed);
+    EXPECT_FALSE(processors[1].use);
+    library->figures = 0;
+    ASSERT_EQ(devices.read(processors), available);
+    EXPECT_EQ(processors[1].figures, available);
+}
+
+TEST(GraphicsDevices, LoadTheLibraryOnlyForAProcessorOfItsDriverThatIsAwake) {
+    const NvidiaStandIn library;
+    Processors processors;
+    const FileTree others(machineListing("laptop"));
+    library.install(others);
+    others.add("sys/devices/pci0000:00/0000:01:00.0/power/runtime_status=active");
+    ASSERT_EQ(GraphicsDevices(others.root()).read(processors), available);
+    EXPECT_EQ(processors[1].temperature, 39) << "nouveau";
+    EXPECT_EQ(library->started, 0);
+
+    const LaptopOfNvidia machine;
+    library.install(machine);
+    machine.add("sys/devices/pci0000:00/0000:01:00.0/power/runtime_status=suspended");
+    GraphicsDevices devices(machine.root());
+    ASSERT_EQ(devices.read(processors), available);
+    EXPECT_TRUE(processors[1].isAsleep);
+    EXPECT_EQ(processors[1].figures, available) << "nobody was asked";
+    EXPECT_EQ(library->started, 0);
+    machine.add("sys/devices/pci0000:00/0000:01:00.0/power/runtime_status=active");
+    ASSERT_EQ(devices.read(processors), available);
+    EXPECT_EQ(processors[1].use, 37);
+}
+
+TEST(GraphicsDevices, SayThatTheLibraryIsMissingOrFails) {
+    const LaptopOfNvidia machine;
     GraphicsDevices devices(machine.root());
     Processors processors;
     ASSERT_EQ(devices.read(processors), available);
-    const std::size_t before = allocations();
-    for (int sample = 0; sample < 16; ++sample)
+    EXPECT_EQ(processors[0].figures, available);
+    EXPECT_EQ(processors[1].figures, Availability::unsupported);
+    EXPECT_EQ(processors[1].name, "Unknown");
+
+    const NvidiaStandIn library;
+    library.install(machine);
+    library->start = 4;
+    ASSERT_EQ(devices.read(processors), available);
+    EXPECT_EQ(library->started, 0) << "not looked for at each sample";
+    machine.add("sys/bus/pci/devices/0000:00:1f.0/class=0x060100");
+    for (int sample = 0; sample < 3; ++sample)
         ASSERT_EQ(devices.read(processors), available);
-    if (countsAllocations) {
-        EXPECT_EQ(allocations(), before);
+    EXPECT_EQ(processors[1].figures, Availability::denied);
+    EXPECT_EQ(library->started, 1) << "nor started";
+}
+
+TEST(GraphicsDevices, TakeNoMemoryOnceWarm) {
+    const NvidiaStandIn library;
+    const LaptopOfNvidia laptop;
+    library.install(laptop);
+    const FileTree desktop(machineListing("desktop"));
+    for (const FileTree* const machine : {static_cast<const FileTree*>(&laptop), &desktop}) {
+        GraphicsDevices devices(machine->root());
+        Processors processors;
+        ASSERT_EQ(devices.read(processors), available);
+        const std::size_t before = allocations();
+        for (int sample = 0; sample < 16; ++sample)
+            ASSERT_EQ(devices.read(processors), available);
+        if (countsAllocations) {
+            EXPECT_EQ(allocations(), before);
+        }
     }
 }
 
