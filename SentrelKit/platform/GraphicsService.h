@@ -39,6 +39,28 @@ struct GraphicsProcessor {
     friend bool operator==(const GraphicsProcessor&, const GraphicsProcessor&) = default;
 };
 
+/// For how long one kind of engine of a graphics processor worked for one client so far.
+struct GraphicsEngine {
+    std::string name{};      ///< as the driver calls the kind, such as "render", "gfx", "video", "copy"
+    std::uint64_t busy = 0;  ///< a counter: nanoseconds, or cycles of which `total` passed in all
+    std::uint64_t total = 0; ///< a counter; 0: `busy` is in nanoseconds
+    std::uint32_t count = 1; ///< how many engines of the kind there are, 1 or more
+
+    /// Whether everything is the same.
+    friend bool operator==(const GraphicsEngine&, const GraphicsEngine&) = default;
+};
+
+/// A client of a graphics processor: what one program opened to have it work, and passes on as it likes.
+struct GraphicsClient {
+    std::string processor{};               ///< the processor's identifier; of one not on a PCI bus the driver's name
+    std::uint64_t identifier = 0;          ///< tells it from the other clients of the processor
+    std::vector<GraphicsEngine> engines{}; ///< in the driver's order, each name once
+    std::optional<std::uint64_t> memory{}; ///< bytes that are in place for it; what clients share counts with each
+
+    /// Whether everything is the same.
+    friend bool operator==(const GraphicsClient&, const GraphicsClient&) = default;
+};
+
 /// The questions about the graphics processors.
 class SENTREL_API GraphicsService {
 public:
@@ -58,6 +80,13 @@ public:
     /// which is loaded when such a processor is there and awake, and what other drivers tell by the hwmon class. macOS:
     /// the "PerformanceStatistics" of the accelerators in the device registry.
     [[nodiscard]] virtual Availability processors(std::vector<GraphicsProcessor>& processors) = 0;
+
+    /// Fills the list with the clients of all graphics processors, each once, in no order. The list stays as it was
+    /// unless the answer is `available`; `denied`: there are processes whose files may not be seen, and none of the
+    /// others is a client; `unsupported`: there is no processor. Takes no memory while clients and engines stay the
+    /// same. Linux: what drivers tell in "fdinfo" of the processes in /proc (amdgpu, i915, xe and others; the sum of
+    /// "drm-resident-*" or else "drm-memory-*"), without privilege of one's own processes. macOS: unsupported.
+    [[nodiscard]] virtual Availability clients(std::vector<GraphicsClient>& clients) = 0;
 };
 
 } // namespace sentrel::platform

@@ -46,6 +46,22 @@ struct GPU::Sampling {
     // Of the sampling thread alone.
     std::vector<Activity> next;
     probes::CounterRates idle;
+    Atomic<std::vector<Work>> publishedWork;
+    std::vector<platform::GraphicsClient> clients;
+    probes::EngineShares shares;
+    std::vector<Work> nextWork;
+
+    void takeWork(platform::Platform& machine) {
+        const Availability answer = machine.graphics().clients(clients);
+        const std::int64_t now = machine.clock().monotonicNanoseconds();
+        if (!measuring.availability(Measure::engines)) // wanted anew: nothing of before counts
+            shares.forget();
+        if (answer == Availability::available) {
+            shares.take(clients, now, nextWork);
+            publishedWork.withValue([this](std::vector<Work>& list) { list.swap(nextWork); });
+        }
+        measuring.note(Measure::engines, answer);
+    }
 
     void take(platform::Platform& machine) {
         const Availability answer = machine.graphics().processors(next);
@@ -93,6 +109,8 @@ void GPU::update() {
     isDiscrete_ = probes::_getActiveGPUDeviceID(active_, *session_) && discrete_ && active_ == discrete_->deviceID;
     if (sampling_->measuring.wants(Measure::use))
         sampling_->take(session_->platform());
+    if (sampling_->measuring.wants(Measure::engines))
+        sampling_->takeWork(session_->platform());
 }
 
 void GPU::setMeasures(MeasureSet<Measure> wanted) {
@@ -118,6 +136,19 @@ void GPU::processors(std::vector<Activity>& processors) const {
         sampling_->published.withValue([&processors](const std::vector<Activity>& list) { processors = list; });
     else
         processors.clear();
+}
+
+std::vector<GPU::Work> GPU::work() const {
+    std::vector<Work> list;
+    work(list);
+    return list;
+}
+
+void GPU::work(std::vector<Work>& work) const {
+    if (sampling_->measuring.has(Measure::engines))
+        sampling_->publishedWork.withValue([&work](const std::vector<Work>& list) { work = list; });
+    else
+        work.clear();
 }
 
 std::string GPU::name() const {

@@ -6,6 +6,7 @@
 #include <SentrelKit/Export.h>
 #include <SentrelKit/base/system/detail/Relaxed.h>
 #include <SentrelKit/platform/GraphicsService.h>
+#include <SentrelKit/probes/EngineShares.h>
 #include <SentrelKit/probes/SystemManager.h>
 #include <SentrelKit/system/MeasureSet.h>
 #include <SentrelKit/system/Mutex/Atomic.h>
@@ -38,11 +39,15 @@ public:
 
     /// Groups of further facts, each sampled only while it is wanted.
     enum class Measure : std::uint8_t {
-        use, ///< `processors`: what each one does
+        use,     ///< `processors`: what each one does
+        engines, ///< `work`: what programs have their engines do
     };
 
     /// One graphics processor and what it did at the last sample; figures that its driver does not tell are absent.
     using Activity = platform::GraphicsProcessor;
+
+    /// What programs had the engines of one graphics processor do until the last sample.
+    using Work = probes::GraphicsWork;
 
     /// Finds the processors and takes a first sample.
     explicit GPU(std::shared_ptr<probes::SystemManager> session = probes::session());
@@ -90,6 +95,22 @@ public:
 
     /// The same into the caller's list, whose memory is used again: for a reader that looks every second.
     void processors(std::vector<Activity>& processors) const;
+
+    /// What programs have the engines of each processor do, in the order of the processors' identifiers: one that no
+    /// program uses is not among them. The `use` of an engine, such as "render" or "video", is the share of its kind's
+    /// time since the sample before in which it worked for any program, 0 to 100 percent; absent at the first sample. A
+    /// program counts from its second sample on. This tells what a processor of Intel does where `processors` tells
+    /// only whether it was awake. Empty unless Measure::engines is wanted and was sampled.
+    ///
+    /// Without privilege only the caller's own processes tell, and what others have the processors do is missing here:
+    /// `denied` if none of its own uses one. The sample looks at each open file of each process, which takes about as
+    /// long as all other facts together: want it while somebody looks. Linux: "drm-engine-*" or "drm-cycles-*" and
+    /// "drm-resident-*" of "fdinfo" of the processes in /proc (amdgpu, i915, xe and more; not NVIDIA's own driver).
+    /// macOS: unsupported.
+    [[nodiscard]] std::vector<Work> work() const;
+
+    /// The same into the caller's list, whose memory is used again: for a reader that looks every second.
+    void work(std::vector<Work>& work) const;
 
     /// An integrated and a discrete one.
     [[nodiscard]] bool hasBoth() const noexcept { return integrated_ && discrete_; }

@@ -76,7 +76,7 @@ std::ostream& operator<<(std::ostream& stream, Disk::Measure value) {
 }
 
 std::ostream& operator<<(std::ostream& stream, GPU::Measure value) {
-    return writeName(stream, value, {"use"});
+    return writeName(stream, value, {"use", "engines"});
 }
 
 } // namespace sentrel

@@ -400,6 +400,25 @@ TEST_P(PlatformContract, GraphicsProcessorsAreToldFromOneAnotherAndStayInTheirRa
     }
 }
 
+TEST_P(PlatformContract, ClientsOfGraphicsProcessorsAreToldFromOneAnother) {
+    const std::vector<GraphicsClient> before{GraphicsClient{.processor = "before"}};
+    std::vector<GraphicsClient> clients = before;
+    if (platform().graphics().clients(clients) != Availability::available) {
+        EXPECT_EQ(clients, before);
+        return;
+    }
+    std::set<std::pair<std::string, std::uint64_t>> known;
+    for (const GraphicsClient& client : clients) {
+        EXPECT_FALSE(client.processor.empty());
+        EXPECT_TRUE(known.emplace(client.processor, client.identifier).second);
+        std::set<std::string> engines;
+        for (const GraphicsEngine& engine : client.engines) {
+            EXPECT_TRUE(engines.insert(engine.name).second);
+            EXPECT_GE(engine.count, 1U);
+        }
+    }
+}
+
 TEST_P(PlatformContract, AQuestionAboutTheGraphicsThatFailsHasNoAnswer) {
     if (machine->isReal())
         return;

@@ -88,6 +88,8 @@ private:
         machine_.graphics().activeDeviceIDValue = id;
         machine_.graphics().processorsValue = {
             {.identifier = "0000:00:02.0", .name = "Example", .use = 12, .memoryUsed = 1, .memoryTotal = 2}};
+        machine_.graphics().clientsValue = {
+            {.processor = "0000:00:02.0", .identifier = 7, .engines = {{.name = "render", .busy = 1}}}};
     }
 
     void describeVolumes() {

@@ -5,6 +5,7 @@
 
 #include "tests/system/GPUAllocations.h"
 
+#include <cerrno>
 #include <gtest/gtest.h>
 #include <string>
 #include <thread>
@@ -254,6 +255,69 @@ TEST(GPU, TakesNoMemoryForWhatTheProcessorsDoOnceWarm) {
         gpu.processors(list);
         taken += allocations() - before;
     }
+    if (countsAllocations) {
+        EXPECT_EQ(taken, 0U);
+    }
+}
+
+platform::GraphicsClient rendering(std::uint64_t identifier, std::uint64_t nanoseconds) {
+    return {.processor = "0000:00:02.0",
+            .identifier = identifier,
+            .engines = {{.name = "render", .busy = nanoseconds}},
+            .memory = 4096};
+}
+
+TEST(GPU, AsksWhatProgramsHaveItDoOnlyWhileThatIsWanted) {
+    ScriptedMachine machine;
+    auto& graphics = machine->graphics();
+    graphics.clientsValue = {rendering(1, 0)};
+    GPU gpu;
+    gpu.setMeasures({Measure::use});
+    gpu.update();
+    EXPECT_EQ(graphics.calls.count("clients"), 0U);
+    gpu.setMeasures({Measure::engines});
+    EXPECT_TRUE(gpu.work().empty());
+    gpu.update();
+    EXPECT_EQ(graphics.calls.count("processors"), 1U);
+    EXPECT_EQ(gpu.availability(Measure::engines), Availability::available);
+    EXPECT_FALSE(gpu.work().at(0).engines.at(0).use);
+    machine->advance(1);
+    graphics.clientsValue = {rendering(1, 250'000'000)};
+    gpu.update();
+    EXPECT_EQ(gpu.work(), (std::vector<GPU::Work>{{.processor = "0000:00:02.0",
+                                                   .clients = 1,
+                                                   .memory = 4096,
+                                                   .engines = {{.name = "render", .count = 1, .use = 25}}}}));
+    graphics.calls.fail("clients", {.error = EACCES});
+    gpu.update();
+    EXPECT_EQ(gpu.availability(Measure::engines), Availability::denied);
+    EXPECT_TRUE(gpu.work().empty());
+    graphics.calls.succeed();
+    gpu.setMeasures({});
+    gpu.setMeasures({Measure::engines});
+    machine->advance(1);
+    gpu.update();
+    EXPECT_FALSE(gpu.work().at(0).engines.at(0).use) << "wanted anew";
+    graphics.clientsValue.reset();
+    gpu.update();
+    EXPECT_EQ(gpu.availability(Measure::engines), Availability::unsupported);
+}
+
+TEST(GPU, TakesNoMemoryForWhatProgramsHaveItDoOnceWarm) {
+    ScriptedMachine machine;
+    machine->graphics().clientsValue = {rendering(9, 5), rendering(1, 7), rendering(4, 0)};
+    GPU gpu;
+    gpu.setMeasures({Measure::engines});
+    std::vector<GPU::Work> work;
+    std::size_t taken = 0;
+    for (int i = 0; i < 16; ++i) {
+        machine->advance(1.1);
+        const std::size_t before = allocations();
+        gpu.update();
+        gpu.work(work);
+        taken += i < 4 ? 0 : allocations() - before;
+    }
+    EXPECT_EQ(work.at(0).clients, 3U);
     if (countsAllocations) {
         EXPECT_EQ(taken, 0U);
     }

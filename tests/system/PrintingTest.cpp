@@ -22,8 +22,8 @@ TEST(PrintingTest, EnumerationsOfModelsAreWrittenByTheirNames) {
     text << SystemResourceType::app << ' ' << System::Group::network << ' ' << Timer::Status::suspended << ' '
          << Network::ConnectionType::internet << ' ' << ByteNotation::KB << ' ' << CPU::Measure::pressure << ' '
          << Memory::Measure::pressure << ' ' << Network::Measure::wireless << ' ' << Applications::Measure::files << ' '
-         << Disk::Measure::pressure << ' ' << GPU::Measure::use;
-    EXPECT_EQ(text.str(), "app network suspended internet KB pressure pressure wireless files pressure use");
+         << Disk::Measure::pressure << ' ' << GPU::Measure::use << ' ' << GPU::Measure::engines;
+    EXPECT_EQ(text.str(), "app network suspended internet KB pressure pressure wireless files pressure use engines");
 }
 
 TEST(PrintingTest, EveryGroupOfProcessorAndMemoryIsWrittenByItsName) {

@@ -19,6 +19,7 @@ public:
     std::optional<PropertyList::Bytes> activeDeviceIDValue{}; ///< absent: no display, so that asking fails with ENODEV
 
     std::optional<std::vector<GraphicsProcessor>> processorsValue{}; ///< absent: unsupported
+    std::optional<std::vector<GraphicsClient>> clientsValue{};       ///< absent: unsupported
 
     std::optional<std::vector<PropertyList::Dictionary>> pciDevices() override {
         return calls.fails("pciDevices") ? std::nullopt : std::optional(pciDevicesValue);
@@ -34,6 +35,9 @@ public:
     }
     Availability processors(std::vector<GraphicsProcessor>& processors) override {
         return calls.answer("processors", processorsValue, processors);
+    }
+    Availability clients(std::vector<GraphicsClient>& clients) override {
+        return calls.answer("clients", clientsValue, clients);
     }
 };
 

@@ -105,7 +105,7 @@ std::optional<std::uint16_t> bootDisplay(const std::string& path) {
 
 LinuxGraphicsService::LinuxGraphicsService(SystemRoot root)
     : root_(std::move(root)), cardsFolder_(root_.path(cardsFolder)), devicesFolder_(root_.path(devicesFolder)),
-      devices_(root_) {}
+      devices_(root_), clients_(root_) {}
 
 std::optional<std::vector<PropertyList::Dictionary>> LinuxGraphicsService::pciDevices() {
     const std::optional<std::vector<std::string>> names = namesIn(root_, devicesFolder);
@@ -135,6 +135,11 @@ std::optional<std::vector<PropertyList::Dictionary>> LinuxGraphicsService::pciDe
 Availability LinuxGraphicsService::processors(std::vector<GraphicsProcessor>& processors) {
     const LockScope scope(lock_);
     return devices_.read(processors);
+}
+
+Availability LinuxGraphicsService::clients(std::vector<GraphicsClient>& clients) {
+    const LockScope scope(clientsLock_);
+    return clients_.read(clients);
 }
 
 bool LinuxGraphicsService::activeDeviceID(PropertyList::Bytes& deviceID) {

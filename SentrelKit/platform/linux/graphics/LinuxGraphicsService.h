@@ -4,6 +4,7 @@
 #include <SentrelKit/base/system/detail/ThreadSafety.h>
 #include <SentrelKit/platform/GraphicsService.h>
 #include <SentrelKit/platform/linux/common/SystemRoot.h>
+#include <SentrelKit/platform/linux/graphics/GraphicsClients.h>
 #include <SentrelKit/platform/linux/graphics/GraphicsDevices.h>
 
 #include <string>
@@ -13,7 +14,7 @@ namespace sentrel::platform {
 /// The PCI devices of /sys/bus/pci/devices; those of the display class (03) are named "display". "device-id" is the
 /// device number as four bytes, lowest first; "model" comes from the hardware database. The main display hangs on the
 /// boot display if that has a connected connector (or nothing has), else on the first card that has one. What the
-/// processors do stands in GraphicsDevices.h.
+/// processors do stands in GraphicsDevices.h, who has them do it in GraphicsClients.h.
 class LinuxGraphicsService final : public GraphicsService {
 public:
     explicit LinuxGraphicsService(SystemRoot root = SystemRoot());
@@ -21,6 +22,7 @@ public:
     std::optional<std::vector<PropertyList::Dictionary>> pciDevices() override;
     bool activeDeviceID(PropertyList::Bytes& deviceID) override;
     Availability processors(std::vector<GraphicsProcessor>& processors) override;
+    Availability clients(std::vector<GraphicsClient>& clients) override;
 
 private:
     const SystemRoot root_;
@@ -28,6 +30,8 @@ private:
     const std::string devicesFolder_;
     Lock lock_;
     GraphicsDevices devices_ SENTREL_GUARDED_BY(lock_);
+    Lock clientsLock_;
+    GraphicsClients clients_ SENTREL_GUARDED_BY(clientsLock_);
 };
 
 } // namespace sentrel::platform

@@ -11,6 +11,8 @@ public:
     std::optional<std::vector<PropertyList::Dictionary>> pciDevices() override;
     bool activeDeviceID(PropertyList::Bytes& deviceID) override;
     Availability processors(std::vector<GraphicsProcessor>& processors) override;
+    // The system tells nobody what a processor does for one program.
+    Availability clients(std::vector<GraphicsClient>& /*clients*/) override { return Availability::unsupported; }
 };
 
 } // namespace sentrel::platform
