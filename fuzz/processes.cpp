@@ -25,6 +25,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     (void)parseResidentPages(text);
     (void)parseLastId(text);
     (void)parseProcessStorage(text);
+    if (!isPartOfText(parseUserName(text, 1000)))
+        std::abort();
     std::size_t bytes = 0;
     for (const std::string& word : parseCommandLine(text))
         bytes += word.size() + 1;

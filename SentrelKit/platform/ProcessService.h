@@ -110,6 +110,11 @@ public:
     [[nodiscard]] virtual Availability commandLine(std::int32_t processIdentifier,
                                                    std::vector<std::string>& arguments) = 0;
 
+    /// The name of the user of that number, from the system's directory of users, which may lie on the network: this
+    /// may take long, and is nothing for a thread that others wait for. The name stays as it was unless the answer is
+    /// `available`; `unsupported`: there is no such user.
+    [[nodiscard]] virtual Availability userName(std::uint32_t user, std::string& name) = 0;
+
     /// The running applications at this moment. macOS: NSWorkspace runningApplications.
     [[nodiscard]] virtual RunningApplications runningApplications() = 0;
 

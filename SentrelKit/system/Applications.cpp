@@ -8,6 +8,7 @@
 #include <SentrelKit/system/Mutex/Mutex.h>
 #include <SentrelKit/system/detail/Measuring.h>
 #include <SentrelKit/system/detail/PerSecond.h>
+#include <SentrelKit/system/detail/UserNames.h>
 
 #include <algorithm>
 #include <array>
@@ -103,7 +104,8 @@ bool identityBefore(const SharedApplication& a, const SharedApplication& b) noex
 // The model itself. It lives as long as anyone works in it: a model that its own count observer releases, say.
 class SENTREL_LOCAL Applications::Tracking : public std::enable_shared_from_this<Tracking> {
 public:
-    explicit Tracking(std::shared_ptr<probes::SystemManager> session) : session_(std::move(session)) {}
+    explicit Tracking(std::shared_ptr<probes::SystemManager> session)
+        : session_(std::move(session)), users_(std::make_shared<UserNames>(session_)) {}
 
     void start();
     void release();
@@ -121,6 +123,7 @@ public:
     [[nodiscard]] const Measuring<Measure>& measuring() const noexcept { return measuring_; }
     void all(std::vector<std::shared_ptr<const Process>>& processes) const;
     [[nodiscard]] platform::ProcessService& service() const noexcept { return session_->platform().processes(); }
+    [[nodiscard]] UserNames& users() const noexcept { return *users_; }
 
 private:
     using SharedProcess = std::shared_ptr<Process>;
@@ -177,6 +180,7 @@ private:
     platform::Observers<std::int64_t> countObservers_;
 
     const std::shared_ptr<probes::SystemManager> session_;
+    const std::shared_ptr<UserNames> users_;
     Mutex mutex_;
     std::vector<SharedProcess> prevProcesses_ SENTREL_GUARDED_BY(mutex_);
 
@@ -287,6 +291,10 @@ Availability Applications::identity(const Process& process, platform::ProcessIde
         return Availability::unsupported;
     identity = now;
     return Availability::available;
+}
+
+std::optional<std::string> Applications::userName(std::uint32_t user) const {
+    return tracking_->users().name(user);
 }
 
 Availability Applications::commandLine(const Process& process, std::vector<std::string>& arguments) const {

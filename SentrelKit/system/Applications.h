@@ -91,6 +91,13 @@ public:
     /// stays as it was unless the answer is `available`; `unsupported` if the process has ended meanwhile. Any thread.
     [[nodiscard]] Availability identity(const Process& process, platform::ProcessIdentity& identity) const;
 
+    /// The name of a user, as `identity` tells its number. Returns at once: a directory of users on the network may
+    /// take its time, so that the first question about a user has the name looked up on the background queue, and one
+    /// that comes later tells it. Absent until then, and where there is no such user. What was found stays as long as
+    /// this model; after a failure of the directory the next question has it asked again. Any thread. Linux and macOS:
+    /// getpwuid_r.
+    [[nodiscard]] std::optional<std::string> userName(std::uint32_t user) const;
+
     /// The words that a process was started with, asked now. As `identity` otherwise; `denied` where the system keeps
     /// those of other users' processes from this one.
     [[nodiscard]] Availability commandLine(const Process& process, std::vector<std::string>& arguments) const;

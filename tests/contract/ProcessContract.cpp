@@ -86,6 +86,19 @@ TEST_P(PlatformContract, AProcessTellsItsFurtherFactsOrNothing) {
         EXPECT_EQ(words, std::vector<std::string>{"before"});
 }
 
+TEST_P(PlatformContract, TheNameOfAUserIsToldOrStaysAsItWas) {
+    ProcessService& processes = platform().processes();
+    for (const std::uint32_t user : {0U, 4'294'967'290U}) {
+        std::string name = "before";
+        if (processes.userName(user, name) == Availability::available) {
+            EXPECT_THAT(name, IsUtf8());
+            EXPECT_FALSE(name.empty());
+        } else {
+            EXPECT_EQ(name, "before");
+        }
+    }
+}
+
 TEST_P(PlatformContract, AProcessThatIsNotThereHasNoFurtherFacts) {
     ProcessService& processes = platform().processes();
     StorageBytes bytes{7, 8};

@@ -157,6 +157,7 @@ private:
                                   .openFiles = 3,
                                   .identity = ProcessIdentity{.started = 1700000000, .user = 1000},
                                   .commandLine = std::vector<std::string>{"contract", "-v"}});
+        processes.setUserName(0, "root");
         processes.launch({.processIdentifier = self, .startTime = 1, .localizedName = "Contract"});
         processes.launch({.processIdentifier = lastId_, .startTime = 2, .owner = self});
     }

@@ -210,6 +210,41 @@ TEST_F(ApplicationsTest, HasNoFurtherFactsOfAProcessThatCannotBeReadAnyMore) {
     EXPECT_EQ(applications.availability(Measure::storage), Availability::unsupported);
 }
 
+TEST_F(ApplicationsTest, LooksTheNamesOfUsersUpBehindTheReadersBack) {
+    auto& processes = machine->processes();
+    processes.setUserName(1000, "anna");
+    const Applications applications;
+    const auto lookUps = [&] { return processes.calls.count("userName"); };
+    EXPECT_FALSE(applications.userName(1000)) << "not known yet";
+    EXPECT_FALSE(applications.userName(1001));
+    EXPECT_FALSE(applications.userName(1000));
+    EXPECT_EQ(lookUps(), 0U) << "the reader waits for nothing";
+    machine->advance(0);
+    EXPECT_EQ(applications.userName(1000), "anna");
+    EXPECT_FALSE(applications.userName(1001)) << "there is none";
+    machine->advance(0);
+    EXPECT_EQ(lookUps(), 2U) << "each is looked up once";
+
+    processes.calls.fail("userName", {.error = EIO});
+    EXPECT_FALSE(applications.userName(7));
+    machine->advance(0);
+    processes.calls.succeed();
+    processes.setUserName(7, "lp");
+    EXPECT_FALSE(applications.userName(7)) << "asked again: the directory failed";
+    machine->advance(0);
+    EXPECT_EQ(applications.userName(7), "lp");
+    EXPECT_EQ(applications.userName(1000), "anna");
+}
+
+TEST_F(ApplicationsTest, EndsWhileTheNameOfAUserIsLookedUp) {
+    {
+        const Applications applications;
+        EXPECT_FALSE(applications.userName(1000));
+    }
+    machine->advance(0);
+    EXPECT_EQ(machine->processes().calls.count("userName"), 1U);
+}
+
 TEST_F(ApplicationsTest, TellsWhoseAProcessIsAndItsWordsWhenAsked) {
     launch(100, "a");
     Applications applications;

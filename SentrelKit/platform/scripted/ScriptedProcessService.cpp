@@ -8,14 +8,14 @@ namespace sentrel::platform {
 
 namespace {
 
-template <class Value>
-std::optional<Value> lookUp(const std::map<std::int32_t, Value>& values, std::int32_t key) noexcept {
+template <class Key, class Value>
+std::optional<Value> lookUp(const std::map<Key, Value>& values, Key key) {
     const auto entry = values.find(key);
     return entry == values.end() ? std::nullopt : std::optional<Value>(entry->second);
 }
 
-template <class Value>
-void assign(std::map<std::int32_t, Value>& values, std::int32_t key, const std::optional<Value>& value) {
+template <class Key, class Value>
+void assign(std::map<Key, Value>& values, Key key, const std::optional<Value>& value) {
     if (value)
         values[key] = *value;
     else
@@ -72,6 +72,22 @@ Availability ScriptedProcessService::identity(std::int32_t processIdentifier, Pr
 
 Availability ScriptedProcessService::commandLine(std::int32_t processIdentifier, std::vector<std::string>& arguments) {
     return answer("commandLine", processIdentifier, &Facts::commandLine, arguments);
+}
+
+Availability ScriptedProcessService::userName(std::uint32_t user, std::string& name) {
+    if (calls.fails("userName", std::to_string(user)))
+        return availabilityOf(errno);
+    const LockScope scope(lock_);
+    const std::optional<std::string> known = lookUp(users_, user);
+    if (!known)
+        return Availability::unsupported;
+    name = *known;
+    return Availability::available;
+}
+
+void ScriptedProcessService::setUserName(std::uint32_t user, std::optional<std::string> name) {
+    const LockScope scope(lock_);
+    assign(users_, user, name);
 }
 
 void ScriptedProcessService::setFacts(std::int32_t processIdentifier, Facts facts) {

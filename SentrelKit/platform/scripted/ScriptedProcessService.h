@@ -26,6 +26,7 @@ public:
     Availability openFiles(std::int32_t processIdentifier, std::uint64_t& count) noexcept override;
     Availability identity(std::int32_t processIdentifier, ProcessIdentity& identity) override;
     Availability commandLine(std::int32_t processIdentifier, std::vector<std::string>& arguments) override;
+    Availability userName(std::uint32_t user, std::string& name) override;
     RunningApplications runningApplications() override;
     Observation observeRunningApplications(RunningApplicationsObserver observer) override;
 
@@ -53,6 +54,9 @@ public:
     /// Sets the further facts of an id; none as made.
     void setFacts(std::int32_t processIdentifier, Facts facts);
 
+    /// Names the user of a number; without a name there is none, as made.
+    void setUserName(std::uint32_t user, std::optional<std::string> name);
+
     /// Adds an application to the set's end, or puts it in the place of the one with the same identity.
     void launch(RunningApplication application);
 
@@ -69,6 +73,7 @@ private:
     std::map<std::int32_t, std::uint64_t> starts_ SENTREL_GUARDED_BY(lock_);
     std::map<std::int32_t, std::int32_t> parents_ SENTREL_GUARDED_BY(lock_);
     std::map<std::int32_t, Facts> facts_ SENTREL_GUARDED_BY(lock_);
+    std::map<std::uint32_t, std::string> users_ SENTREL_GUARDED_BY(lock_);
     SharedRunningApplications set_ SENTREL_GUARDED_BY(lock_) = std::make_shared<RunningApplications>();
     Observers<SharedRunningApplications> observers_; // offered under the lock, told without it
 };

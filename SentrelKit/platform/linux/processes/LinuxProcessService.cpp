@@ -4,6 +4,7 @@
 #include <SentrelKit/platform/linux/common/BootTime.h>
 #include <SentrelKit/platform/linux/common/KernelText.h>
 #include <SentrelKit/platform/linux/processes/DesktopEntries.h>
+#include <SentrelKit/platform/support/UserDirectory.h>
 
 #include <cerrno>
 #include <unistd.h>
@@ -94,6 +95,20 @@ Availability LinuxProcessService::commandLine(std::int32_t processIdentifier, st
     if (!text)
         return availabilityOf(errno);
     arguments = parseCommandLine(*text);
+    return Availability::available;
+}
+
+// A captured machine has the users of its own file alone.
+Availability LinuxProcessService::userName(std::uint32_t user, std::string& name) {
+    if (root_.isReal())
+        return findUserName(user, name);
+    const std::optional<std::string> users = root_.read("/etc/passwd");
+    if (!users)
+        return availabilityOf(errno);
+    const std::string_view found = parseUserName(*users, user);
+    if (found.empty())
+        return Availability::unsupported;
+    name = found;
     return Availability::available;
 }
 

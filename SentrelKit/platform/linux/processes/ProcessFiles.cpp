@@ -92,6 +92,16 @@ std::optional<std::uint64_t> parseResidentPages(std::string_view text) noexcept 
     return pages;
 }
 
+std::string_view parseUserName(std::string_view text, std::uint32_t user) noexcept {
+    while (std::optional<std::string_view> line = takeLine(text)) {
+        const std::string_view name = takeUpTo(*line, ':');
+        takeUpTo(*line, ':'); // the password, which stands elsewhere
+        if (!name.empty() && toNumber<std::uint32_t>(takeUpTo(*line, ':')) == user)
+            return name;
+    }
+    return {};
+}
+
 std::optional<std::int32_t> parseLastId(std::string_view text) noexcept {
     std::int32_t id = 0;
     if (!skipWords(text, 4) || !takeNumber(text, id))

@@ -50,6 +50,9 @@ struct ProcessStat {
 /// The words in the content of /proc/<id>/cmdline: each ends with a zero byte, the last one may do without.
 [[nodiscard]] std::vector<std::string> parseCommandLine(std::string_view text);
 
+/// The name of the user of that number in the content of /etc/passwd (passwd(5)), a part of it; empty if there is none.
+[[nodiscard]] std::string_view parseUserName(std::string_view text, std::uint32_t user) noexcept;
+
 /// The last process id that was given out, as /proc/loadavg ends with.
 [[nodiscard]] std::optional<std::int32_t> parseLastId(std::string_view text) noexcept;
 

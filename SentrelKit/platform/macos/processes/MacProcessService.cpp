@@ -2,6 +2,7 @@
 #include <SentrelKit/platform/macos/processes/MacProcessService.h>
 
 #include <SentrelKit/platform/macos/processes/Workspace.h>
+#include <SentrelKit/platform/support/UserDirectory.h>
 
 #include <libproc.h>
 
@@ -80,6 +81,10 @@ Availability MacProcessService::identity(std::int32_t processIdentifier, Process
         return Availability::unsupported;
     identity = {.started = static_cast<std::int64_t>(process.pbi_start_tvsec), .user = process.pbi_uid};
     return Availability::available;
+}
+
+Availability MacProcessService::userName(std::uint32_t user, std::string& name) {
+    return findUserName(user, name);
 }
 
 RunningApplications MacProcessService::runningApplications() {

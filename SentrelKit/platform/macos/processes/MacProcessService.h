@@ -19,6 +19,7 @@ public:
     Availability openFiles(std::int32_t processIdentifier, std::uint64_t& count) noexcept override;
     Availability identity(std::int32_t processIdentifier, ProcessIdentity& identity) override;
     Availability commandLine(std::int32_t processIdentifier, std::vector<std::string>& arguments) override;
+    Availability userName(std::uint32_t user, std::string& name) override;
     RunningApplications runningApplications() override;
     Observation observeRunningApplications(RunningApplicationsObserver observer) override;
     void refreshRunningApplications() override {} // the workspace tells by itself

@@ -140,6 +140,9 @@ TEST_F(BesidePsutil, TellsTheSameOfAProcess) {
     // It keeps the fraction of a second.
     EXPECT_EQ((std::vector{std::to_string(identity.started), std::to_string(identity.user)}),
               psutil("(int(process.create_time()), process.uids().effective)"));
+    std::string name;
+    ASSERT_EQ(service.userName(identity.user, name), Availability::available);
+    EXPECT_EQ(std::vector{name}, psutil("[process.username()]"));
 }
 
 TEST_F(BesidePsutil, IsDeniedWhatIsAnotherUsersAlone) {

@@ -185,5 +185,17 @@ TEST(ProcessFiles, FindsItselfOnTheRealMachine) {
     EXPECT_TRUE(files.lastId());
 }
 
+TEST(ProcessFiles, TellTheNameOfAUser) {
+    const std::string users = "root:x:0:0:root:/root:/bin/bash\n#:\n:x:7:\nanna:x:1000:1000::/home/anna:/bin/sh\n"
+                              "otto:x:1000:1000::/:\ncut:x:12";
+    EXPECT_EQ(parseUserName(users, 0), "root");
+    EXPECT_EQ(parseUserName(users, 1000), "anna") << "the first of that number";
+    EXPECT_EQ(parseUserName(users, 12), "cut");
+    EXPECT_EQ(parseUserName(users, 7), "");
+    EXPECT_EQ(parseUserName(users, 1), "");
+    EXPECT_EQ(parseUserName("", 0), "");
+    EXPECT_EQ(parseUserName("root:x:0x0:", 0), "");
+}
+
 } // namespace
 } // namespace sentrel::platform
