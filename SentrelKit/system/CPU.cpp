@@ -4,6 +4,7 @@
 #include <SentrelKit/base/system/Time.h>
 #include <SentrelKit/platform/Clock.h>
 #include <SentrelKit/platform/HostService.h>
+#include <SentrelKit/platform/support/SampleScope.h>
 #include <SentrelKit/probes/HostProbes.h>
 
 #include <utility>
@@ -24,6 +25,9 @@ CPU::CPU(std::shared_ptr<probes::SystemManager> session)
 }
 
 void CPU::update() {
+    std::optional<platform::SampleScope> scope; // the figures of all processors and of each are read together
+    if (measuring_.wants(Measure::cores) || measuring_.wants(Measure::activity))
+        scope.emplace();
     sampleFigures();
     sampleMeasures();
 }

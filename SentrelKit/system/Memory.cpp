@@ -4,6 +4,7 @@
 #include <SentrelKit/base/system/System.h>
 #include <SentrelKit/platform/Clock.h>
 #include <SentrelKit/platform/HostService.h>
+#include <SentrelKit/platform/support/SampleScope.h>
 #include <SentrelKit/probes/HostProbes.h>
 
 #include <cinttypes>
@@ -29,6 +30,9 @@ Memory::Memory(std::shared_ptr<probes::SystemManager> session)
       alarm_(session_, PressureResource::memory) {}
 
 void Memory::update() {
+    std::optional<platform::SampleScope> scope; // the old figures and the further ones are read together
+    if (measuring_.wanted() != MeasureSet<Measure>{})
+        scope.emplace();
     sampleFigures();
     sampleMeasures();
 }

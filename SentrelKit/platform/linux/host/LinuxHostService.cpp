@@ -56,7 +56,8 @@ std::nullopt_t malformed() noexcept {
 
 LinuxHostService::LinuxHostService(const SystemRoot& root, EventSource* events)
     : root_(root), events_(events), stat_(root, "/proc/stat"), loadAverage_(root, "/proc/loadavg"), processes_(root),
-      frequencies_(root), memInfo_(root, "/proc/meminfo"), vmStat_(root, "/proc/vmstat"),
+      wholeStat_(firstStatSize, statLimit), frequencies_(root), memInfo_(root, "/proc/meminfo"),
+      memInfoTable_(memInfoSize), vmStat_(root, "/proc/vmstat"), vmStatTable_(vmStatSize),
       zswapPool_(root, "/sys/module/zswap/parameters/zpool"),
       zswapSwitch_(root, "/sys/module/zswap/parameters/enabled"), zram_(root),
       nodes_(root), pressure_{KeptFile(root, pressurePath(PressureResource::cpu)),
@@ -89,10 +90,16 @@ std::optional<host_basic_info> LinuxHostService::hostInfo() {
     return info;
 }
 
+std::optional<std::string_view> LinuxHostService::wholeStatText() noexcept {
+    return wholeStat_.text([this](std::span<char> room)
+                               SENTREL_NO_THREAD_SAFETY_ANALYSIS { return stat_.readTable(room); });
+}
+
 std::optional<HostLoadTicks> LinuxHostService::loadTicks() noexcept {
     const LockScope scope(loadLock_);
     std::array<char, 512> buffer; // the first line at its longest: ten numbers of twenty digits
-    const std::optional<std::string_view> content = stat_.read(buffer);
+    // Of a sample that goes on to every processor it is the table's first line.
+    const std::optional<std::string_view> content = SampleScope::current() != 0 ? wholeStatText() : stat_.read(buffer);
     if (!content)
         return std::nullopt;
     const std::optional<ProcessorTimes> times = parseProcessorTimes(wholeLines(*content, buffer.size()));
@@ -138,14 +145,18 @@ std::optional<std::size_t> LinuxHostService::brand(std::span<char> buffer) {
     return text.copy(buffer.data(), buffer.size());
 }
 
-std::optional<std::string_view> LinuxHostService::readMemInfoText(std::span<char> buffer) noexcept {
-    const std::optional<std::string_view> content = memInfo_.read(buffer);
-    return content ? std::optional(wholeLines(*content, buffer.size())) : std::nullopt;
+std::optional<std::string_view> LinuxHostService::memInfoText() noexcept {
+    return memInfoTable_.text([this](std::span<char> room)
+                                  SENTREL_NO_THREAD_SAFETY_ANALYSIS { return memInfo_.read(room); });
+}
+
+std::optional<std::string_view> LinuxHostService::vmStatText() noexcept {
+    return vmStatTable_.text([this](std::span<char> room)
+                                 SENTREL_NO_THREAD_SAFETY_ANALYSIS { return vmStat_.readTable(room); });
 }
 
 std::optional<MemInfo> LinuxHostService::readMemInfo() noexcept {
-    std::array<char, memInfoSize> buffer;
-    const std::optional<std::string_view> content = readMemInfoText(buffer);
+    const std::optional<std::string_view> content = memInfoText();
     if (!content)
         return std::nullopt;
     const std::optional<MemInfo> info = parseMemInfo(*content);
@@ -170,9 +181,8 @@ std::optional<VirtualMemoryCounters> LinuxHostService::virtualMemory() noexcept 
     const std::optional<MemInfo> info = readMemInfo();
     if (!info)
         return std::nullopt;
-    std::array<char, vmStatSize> buffer;
-    const std::optional<std::string_view> content = vmStat_.readTable(buffer);
-    const VmStat stat = content ? parseVmStat(wholeLines(*content, buffer.size())) : VmStat();
+    const std::optional<std::string_view> content = vmStatText();
+    const VmStat stat = content ? parseVmStat(*content) : VmStat();
     return memoryCounters(*info, stat, compressedBytes(*info, stat));
 }
 
@@ -244,17 +254,10 @@ Observation LinuxHostService::observePressure(PressureResource resource, const P
 
 Availability LinuxHostService::processorLoad(ProcessorLoad& load) noexcept {
     const LockScope scope(loadLock_);
-    if (wholeStat_.empty())
-        wholeStat_.resize(firstStatSize);
-    std::optional<std::string_view> content = stat_.readTable(wholeStat_);
-    while (content && content->size() == wholeStat_.size() && wholeStat_.size() < statLimit) {
-        wholeStat_.resize(2 * wholeStat_.size());
-        content = stat_.readTable(wholeStat_);
-    }
+    const std::optional<std::string_view> content = wholeStatText();
     if (!content)
         return availabilityOf(errno);
-    return parseProcessorLoad(wholeLines(*content, wholeStat_.size()), load) ? Availability::available
-                                                                             : Availability::failed;
+    return parseProcessorLoad(*content, load) ? Availability::available : Availability::failed;
 }
 
 Availability LinuxHostService::processorFrequencies(ProcessorFrequencies& frequencies) {
@@ -264,8 +267,7 @@ Availability LinuxHostService::processorFrequencies(ProcessorFrequencies& freque
 
 Availability LinuxHostService::memoryDetails(MemoryDetails& details) noexcept {
     const LockScope scope(memoryLock_);
-    std::array<char, memInfoSize> buffer;
-    const std::optional<std::string_view> content = readMemInfoText(buffer);
+    const std::optional<std::string_view> content = memInfoText();
     if (!content)
         return availabilityOf(errno);
     return assigned(details, parseMemoryDetails(*content), Availability::failed);
@@ -273,22 +275,20 @@ Availability LinuxHostService::memoryDetails(MemoryDetails& details) noexcept {
 
 Availability LinuxHostService::swapCounters(SwapCounters& counters) noexcept {
     const LockScope scope(memoryLock_);
-    std::array<char, vmStatSize> buffer;
-    const std::optional<std::string_view> content = vmStat_.readTable(buffer);
+    const std::optional<std::string_view> content = vmStatText();
     if (!content)
         return availabilityOf(errno);
     const auto pageSize = static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
     // A kernel without swap does not count it.
-    return assigned(counters, parseSwapCounters(wholeLines(*content, buffer.size()), pageSize),
-                    Availability::unsupported);
+    return assigned(counters, parseSwapCounters(*content, pageSize), Availability::unsupported);
 }
 
 Availability LinuxHostService::memoryCompression(MemoryCompression& compression) {
     const LockScope scope(memoryLock_);
-    std::array<char, memInfoSize> buffer;
-    const std::optional<std::string_view> content = readMemInfoText(buffer);
+    const std::optional<std::string_view> content = memInfoText();
     const std::optional<MemoryCompression> zswap = content ? parseZswap(*content) : std::nullopt;
     // Switched off it may still hold what came before.
+    std::array<char, 64> buffer;
     const std::optional<std::string_view> isOn = zswapSwitch_.read(buffer);
     const bool countsZswap = zswap && ((isOn && isOn->starts_with('Y')) || zswap->stored > 0);
     std::optional<MemoryCompression> all = zram_.read();

@@ -4,6 +4,7 @@
 #include <SentrelKit/base/system/detail/ThreadSafety.h>
 #include <SentrelKit/platform/HostService.h>
 #include <SentrelKit/platform/linux/common/EventSource.h>
+#include <SentrelKit/platform/linux/common/SampledTable.h>
 #include <SentrelKit/platform/linux/common/SystemRoot.h>
 #include <SentrelKit/platform/linux/host/CpuFrequencies.h>
 #include <SentrelKit/platform/linux/host/MemInfo.h>
@@ -53,8 +54,9 @@ public:
     Availability users(std::vector<LoggedInUser>& users) override;
 
 private:
-    [[nodiscard]] std::optional<std::string_view> readMemInfoText(std::span<char> buffer) noexcept
-        SENTREL_REQUIRES(memoryLock_);
+    [[nodiscard]] std::optional<std::string_view> wholeStatText() noexcept SENTREL_REQUIRES(loadLock_);
+    [[nodiscard]] std::optional<std::string_view> memInfoText() noexcept SENTREL_REQUIRES(memoryLock_);
+    [[nodiscard]] std::optional<std::string_view> vmStatText() noexcept SENTREL_REQUIRES(memoryLock_);
     [[nodiscard]] std::optional<MemInfo> readMemInfo() noexcept SENTREL_REQUIRES(memoryLock_);
     [[nodiscard]] std::uint64_t compressedBytes(const MemInfo& info, const VmStat& stat) noexcept
         SENTREL_REQUIRES(memoryLock_);
@@ -67,14 +69,16 @@ private:
     KeptFile loadAverage_ SENTREL_GUARDED_BY(loadLock_);
     SteadyTicks ticks_ SENTREL_GUARDED_BY(loadLock_);
     ProcessCount processes_ SENTREL_GUARDED_BY(loadLock_);
-    std::vector<char> wholeStat_ SENTREL_GUARDED_BY(loadLock_); // room for all of /proc/stat, once it was asked for
+    SampledTable wholeStat_ SENTREL_GUARDED_BY(loadLock_);
 
     Lock frequencyLock_;
     CpuFrequencies frequencies_ SENTREL_GUARDED_BY(frequencyLock_);
 
     Lock memoryLock_;
     KeptFile memInfo_ SENTREL_GUARDED_BY(memoryLock_);
+    SampledTable memInfoTable_ SENTREL_GUARDED_BY(memoryLock_);
     KeptFile vmStat_ SENTREL_GUARDED_BY(memoryLock_);
+    SampledTable vmStatTable_ SENTREL_GUARDED_BY(memoryLock_);
     KeptFile zswapPool_ SENTREL_GUARDED_BY(memoryLock_);
     KeptFile zswapSwitch_ SENTREL_GUARDED_BY(memoryLock_);
     ZramDevices zram_ SENTREL_GUARDED_BY(memoryLock_);

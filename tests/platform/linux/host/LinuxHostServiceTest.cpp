@@ -209,6 +209,48 @@ TEST(LinuxHost, ReadsMemoryWhereTheCountersFileIsMissing) {
     EXPECT_EQ(counters->pageins, 0u);
 }
 
+TEST(LinuxHost, AnswersTheQuestionsOfOneSampleFromOneReading) {
+    const TemporaryFolder folder;
+    const auto write = [&folder](const std::string& number) {
+        folder.write("proc/stat", "cpu  " + number + " 0 0 0\ncpu0 " + number + " 0 0 0\n");
+        folder.write("proc/meminfo", "MemTotal: 8000 kB\nMemFree: 4000 kB\nBuffers: " + number + " kB\n");
+        folder.write("proc/vmstat", "pswpin " + number + "\npswpout 0\n");
+    };
+    write("100");
+    LinuxHostService host{SystemRoot(folder.path())};
+    ProcessorLoad load;
+    MemoryDetails details;
+    SwapCounters counters;
+    const auto ask = [&] {
+        EXPECT_EQ(host.processorLoad(load), Availability::available);
+        EXPECT_EQ(host.memoryDetails(details), Availability::available);
+        EXPECT_EQ(host.swapCounters(counters), Availability::available);
+    };
+    const auto pageSize = static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
+    {
+        const SampleScope sample;
+        EXPECT_EQ(host.loadTicks(), (HostLoadTicks{100, 0, 0, 0}));
+        EXPECT_TRUE(host.virtualMemory());
+        write("200");
+        std::thread([&host] { EXPECT_EQ(host.loadTicks(), (HostLoadTicks{200, 0, 0, 0})); }).join();
+        ask();
+        EXPECT_EQ(load.all.user, 100U) << "of the moment of the ticks";
+        EXPECT_EQ(details.buffers, 100U * 1024);
+        EXPECT_EQ(counters.in, 100U * pageSize);
+    }
+    ask();
+    EXPECT_EQ(load.all.user, 200U);
+    EXPECT_EQ(details.buffers, 200U * 1024);
+    EXPECT_EQ(counters.in, 200U * pageSize);
+    write("300");
+    ask();
+    EXPECT_EQ(load.all.user, 300U) << "outside of a sample each reads for itself";
+    const SampleScope sample;
+    folder.write("proc/meminfo", "");
+    EXPECT_EQ(host.memoryDetails(details), Availability::failed);
+    EXPECT_EQ(details.buffers, 300U * 1024);
+}
+
 // Where no file can be opened any more, what was sampled before is sampled on: the descriptors were kept.
 TEST(LinuxHost, OpensNoFileOnceItHasSampled) {
     LinuxHostService host;
