@@ -6,6 +6,7 @@
 #include <SentrelKit/platform/Desktop.h>
 #include <SentrelKit/platform/NetworkService.h>
 #include <SentrelKit/platform/support/Observer.h>
+#include <SentrelKit/platform/support/SampleScope.h>
 #include <SentrelKit/probes/NetworkProbes.h>
 #include <SentrelKit/system/Notification.h>
 #include <SentrelKit/system/detail/PerSecond.h>
@@ -231,7 +232,10 @@ void Network::mirror(const probes::NetworkConfiguration& configuration) {
 }
 
 void Network::update() {
-    const ForkGate::Inside whole; // what the sampling thread keeps has no lock
+    const ForkGate::Inside whole;               // what the sampling thread keeps has no lock
+    std::optional<platform::SampleScope> scope; // bytes and packets are counted in one listing
+    if (measuring_.wanted() != MeasureSet<Measure>{})
+        scope.emplace();
     ++samples_;
     seen_ = 0;
     position_ = 0;

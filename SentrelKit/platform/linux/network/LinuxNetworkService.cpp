@@ -68,6 +68,9 @@ LinuxNetworkService::LinuxNetworkService(SystemRoot root, EventSource& events)
 }
 
 void LinuxNetworkService::takeNotices() {
+    if (noticesTaken_.isOfThisSample())
+        return;
+    noticesTaken_.set();
     const bool whole = notices_.takeNotices([this](const nlmsghdr& message) SENTREL_NO_THREAD_SAFETY_ANALYSIS {
         switch (message.nlmsg_type) {
         case RTM_NEWROUTE:
@@ -110,12 +113,18 @@ bool LinuxNetworkService::refreshRoutes() {
 }
 
 bool LinuxNetworkService::readCounters() {
-    return route_.ask(
+    if (countersRead_.isOfThisSample())
+        return true;
+    countersRead_.clear();
+    const bool isRead = route_.ask(
         countersRequest_, [this]() SENTREL_NO_THREAD_SAFETY_ANALYSIS { counters_.clear(); },
         [this](const nlmsghdr& message) SENTREL_NO_THREAD_SAFETY_ANALYSIS {
             if (const auto counters = parseCounters(message))
                 counters_.push_back(*counters);
         });
+    if (isRead)
+        countersRead_.set();
+    return isRead;
 }
 
 std::shared_ptr<const LinkTable> LinuxNetworkService::beginListing() {
@@ -242,10 +251,19 @@ Availability LinuxNetworkService::links(std::vector<InterfaceLink>& links) {
 
 Availability LinuxNetworkService::wirelessLinks(std::vector<WirelessLink>& links) {
     const LockScope scope(lock_);
-    if (!wireless_.listInterfaces(radios_))
+    if (!refreshLinks())
         return availabilityOf(errno);
-    if (radios_.empty())
+    if (withoutRadios_ == links_) // a radio that comes is a link, which gives notice
         return Availability::unsupported;
+    if (!wireless_.listInterfaces(radios_)) {
+        if (availabilityOf(errno) != Availability::unsupported)
+            return availabilityOf(errno);
+        radios_.clear();
+    }
+    if (radios_.empty()) {
+        withoutRadios_ = links_;
+        return Availability::unsupported;
+    }
     links.resize(radios_.size());
     for (std::size_t place = 0; place < radios_.size(); ++place)
         describeRadio(wireless_, radios_[place], links[place]);

@@ -15,6 +15,7 @@
 #include <SentrelKit/platform/linux/network/NetlinkSocket.h>
 #include <SentrelKit/platform/linux/network/WireSettings.h>
 #include <SentrelKit/platform/linux/network/WirelessQuery.h>
+#include <SentrelKit/platform/support/SampleScope.h>
 
 #include <atomic>
 
@@ -55,6 +56,7 @@ private:
 
     Lock listing_; // taken before lock_, held while a listing is handed over
     std::vector<LinkCounters> counters_ SENTREL_GUARDED_BY(listing_);
+    SampleMark countersRead_ SENTREL_GUARDED_BY(lock_);
 
     Lock lock_;
     bool handingOver_ SENTREL_GUARDED_BY(lock_) = false;
@@ -62,6 +64,7 @@ private:
     bool linksStale_ SENTREL_GUARDED_BY(lock_) = true;
     bool routesStale_ SENTREL_GUARDED_BY(lock_) = true;
     NetlinkSocket notices_ SENTREL_GUARDED_BY(lock_);
+    SampleMark noticesTaken_ SENTREL_GUARDED_BY(lock_);
     NetlinkSocket route_ SENTREL_GUARDED_BY(lock_);
     NetlinkRequest countersRequest_ SENTREL_GUARDED_BY(lock_);
     std::shared_ptr<const LinkTable> links_ SENTREL_GUARDED_BY(lock_);
@@ -69,6 +72,7 @@ private:
     std::optional<DefaultRoute> route6_ SENTREL_GUARDED_BY(lock_);
     WirelessQuery wireless_ SENTREL_GUARDED_BY(lock_);
     std::vector<WirelessInterface> radios_ SENTREL_GUARDED_BY(lock_);
+    std::shared_ptr<const LinkTable> withoutRadios_ SENTREL_GUARDED_BY(lock_); // these links have none
     WireQuery wires_ SENTREL_GUARDED_BY(lock_);
     std::vector<InterfaceLink> described_ SENTREL_GUARDED_BY(lock_);
     std::shared_ptr<const LinkTable> describedFrom_ SENTREL_GUARDED_BY(lock_);

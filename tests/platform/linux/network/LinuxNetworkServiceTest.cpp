@@ -277,6 +277,22 @@ TEST_F(LinuxNetworkServiceTest, TellsOfLinksWithoutAllocatingOnceWarm) {
     }
 }
 
+TEST_F(LinuxNetworkServiceTest, AnswersTheQuestionsOfOneSampleFromOneListing) {
+    space_->ip("link add lan0 type veth peer name peer0 netns " + other_->path());
+    {
+        const SampleScope sample;
+        ASSERT_TRUE(find("lan0"));
+        space_->ip("link add late0 type veth peer name late1");
+        EXPECT_EQ(countersOf("lan0").name, "lan0");
+        EXPECT_EQ(countersOf("late0").name, "") << "it came after the listing";
+        EXPECT_EQ(linkOf("late0").name, "");
+    }
+    EXPECT_EQ(linkOf("late0").name, "late0");
+    EXPECT_EQ(countersOf("late0").name, "late0");
+    const SampleScope sample;
+    EXPECT_TRUE(find("late0"));
+}
+
 TEST_F(LinuxNetworkServiceTest, GivesALinkLocalAddressTheNameOfItsLinkForScope) {
     space_->ip("link add lan0 type veth peer name peer0 netns " + other_->path());
     space_->ip("link set lan0 addrgenmode none");
