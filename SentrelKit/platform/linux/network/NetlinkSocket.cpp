@@ -5,8 +5,8 @@
 
 #include <cerrno>
 #include <cstring>
+#include <sys/socket.h>
 #include <sys/time.h>
-#include <unistd.h>
 
 namespace sentrel::platform {
 
@@ -42,7 +42,7 @@ NetlinkSocket::NetlinkSocket(int protocol, std::vector<unsigned> groups)
     : protocol_(protocol), groups_(std::move(groups)) {}
 
 bool NetlinkSocket::isOurs() const noexcept {
-    return socket_ && owner_ == ::getpid();
+    return socket_ && generation_ == ForkGate::generation();
 }
 
 bool NetlinkSocket::open() {
@@ -62,7 +62,7 @@ bool NetlinkSocket::connect() {
         socket_.reset();
         errno = reason;
     }
-    owner_ = ::getpid();
+    generation_ = ForkGate::generation();
     return connected;
 }
 

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <SentrelKit/base/system/detail/ForkGate.h>
 #include <SentrelKit/platform/linux/common/Owner.h>
 
 #include <array>
 #include <cstdint>
 #include <functional>
 #include <libmnl/libmnl.h>
-#include <sys/types.h>
 #include <vector>
 
 namespace sentrel::platform {
@@ -63,7 +63,7 @@ private:
     int protocol_;
     std::vector<unsigned> groups_;
     Owner<mnl_socket, mnl_socket_close> socket_;
-    pid_t owner_ = 0;
+    unsigned generation_ = 0; // of the process that opened it
     std::uint32_t sequence_ = 0;
     std::vector<char> buffer_;
 };
