@@ -4,13 +4,14 @@
 // small loop-mounted images in a mount namespace of this program's own; it needs root.
 // links: libgtop-2.0 libstatgrab
 
+#include "bench/support/CountAllocations.h"
+#include "bench/support/RawFiles.h"
+
 #include <SentrelKit/platform/Platform.h>
 #include <SentrelKit/platform/VolumeService.h>
 #include <SentrelKit/probes/SystemManager.h>
 #include <SentrelKit/system/Disk/Disk.h>
 
-#include <algorithm>
-#include <array>
 #include <benchmark/benchmark.h>
 #include <cstdint>
 #include <cstdio>
@@ -21,7 +22,6 @@
 #include <glibtop/fsusage.h>
 #include <linux/loop.h>
 #include <memory>
-#include <new>
 #include <sched.h>
 #include <statgrab.h>
 #include <string>
@@ -37,8 +37,6 @@
 namespace {
 
 namespace fs = std::filesystem;
-
-std::size_t allocations = 0;
 
 // Before any thread starts.
 const bool isApart = ::unshare(CLONE_NEWNS) == 0 && ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
@@ -132,11 +130,9 @@ void updateWith(benchmark::State& state, sentrel::MeasureSet<sentrel::Disk::Meas
     disk.setMeasures(measures);
     disk.update();
     disk.update();
-    const std::size_t before = allocations;
+    const CountAllocations counting(state);
     for (auto _ : state)
         disk.update();
-    state.counters["new"] =
-        benchmark::Counter(static_cast<double>(allocations - before), benchmark::Counter::kAvgIterations);
 }
 
 void update(benchmark::State& state) {
@@ -166,75 +162,68 @@ std::string rootCounters() {
     return "/sys/dev/block/" + std::to_string(major(root.st_dev)) + ':' + std::to_string(minor(root.st_dev)) + "/stat";
 }
 
+std::vector<std::string> paths(const Images& images) {
+    std::vector<std::string> paths = images.paths();
+    paths.emplace_back("/");
+    return paths;
+}
+
+void addCounters(const Images& images, RawFiles& files) {
+    for (const std::string& device : images.devices())
+        files.addRecord("/sys/class/block/" + device + "/stat");
+    files.addRecord(rootCounters());
+}
+
 // fstatvfs and pread on kept descriptors: what the figures cost at least.
 void floorOfUpdate(benchmark::State& state) {
     const Images& images = imagesFor(state);
-    std::vector<int> folders{::open("/", O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
-    std::vector<int> counters{::open(rootCounters().c_str(), O_RDONLY | O_CLOEXEC)};
-    for (std::size_t i = 0; i < images.paths().size(); ++i) {
-        const std::string counter = "/sys/class/block/" + images.devices()[i] + "/stat";
-        folders.push_back(::open(images.paths()[i].c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-        counters.push_back(::open(counter.c_str(), O_RDONLY | O_CLOEXEC));
-    }
-    std::array<char, 512> text{};
+    RawFiles counters;
+    addCounters(images, counters);
+    std::vector<int> folders;
+    for (const std::string& path : paths(images))
+        folders.push_back(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     for (auto _ : state) {
-        for (std::size_t i = 0; i < folders.size(); ++i) {
+        for (const int folder : folders) {
             struct statvfs space {};
-            if (::fstatvfs(folders[i], &space) != 0 || ::pread(counters[i], text.data(), text.size(), 0) <= 0)
-                state.SkipWithError("no figures");
+            if (::fstatvfs(folder, &space) != 0)
+                state.SkipWithError("no space");
             benchmark::DoNotOptimize(space);
-            benchmark::DoNotOptimize(text);
         }
+        if (!counters.read())
+            state.SkipWithError("no counters");
     }
     for (const int folder : folders)
         ::close(folder);
-    for (const int counter : counters)
-        ::close(counter);
 }
 
-void readByPath(benchmark::State& state, const std::vector<std::string>& tables) {
-    const Images& images = imagesFor(state);
-    std::vector<std::string> paths = images.paths();
-    paths.emplace_back("/");
-    std::vector<int> kept;
-    std::vector<int> counters;
-    for (const std::string& device : images.devices())
-        counters.push_back(::open(("/sys/class/block/" + device + "/stat").c_str(), O_RDONLY | O_CLOEXEC));
-    counters.push_back(::open(rootCounters().c_str(), O_RDONLY | O_CLOEXEC));
-    for (const std::string& table : tables)
-        kept.push_back(::open(table.c_str(), O_RDONLY | O_CLOEXEC));
-    std::array<char, 512> text{};
-    std::vector<char> whole(1 << 20);
+void readByPath(benchmark::State& state, RawFiles& files) {
+    const std::vector<std::string> volumes = paths(imagesFor(state));
     for (auto _ : state) {
-        for (const int table : kept) {
-            std::size_t length = 0;
-            for (ssize_t read = 1; read > 0; length += static_cast<std::size_t>(read))
-                read = std::max<ssize_t>(
-                    ::pread(table, whole.data() + length, whole.size() - length, static_cast<off_t>(length)), 0);
-            benchmark::DoNotOptimize(whole);
-        }
-        for (std::size_t i = 0; i < paths.size(); ++i) {
+        for (const std::string& path : volumes) {
             struct statfs space {};
-            if (::statfs(paths[i].c_str(), &space) != 0 || ::pread(counters[i], text.data(), text.size(), 0) <= 0)
-                state.SkipWithError("no figures");
+            if (::statfs(path.c_str(), &space) != 0)
+                state.SkipWithError("no space");
             benchmark::DoNotOptimize(space);
-            benchmark::DoNotOptimize(text);
         }
+        if (!files.read())
+            state.SkipWithError("no counters");
     }
-    for (const int counter : counters)
-        ::close(counter);
-    for (const int table : kept)
-        ::close(table);
 }
 
 // statfs by path and pread: the least for a program that keeps no descriptor on a volume.
 void floorByPath(benchmark::State& state) {
-    readByPath(state, {});
+    RawFiles counters;
+    addCounters(imagesFor(state), counters);
+    readByPath(state, counters);
 }
 
 // The same with the table of all disks and the pressure, unparsed.
 void floorOfAll(benchmark::State& state) {
-    readByPath(state, {"/proc/diskstats", "/proc/pressure/io"});
+    RawFiles files;
+    addCounters(imagesFor(state), files);
+    files.addTable("/proc/diskstats");
+    files.addRecord("/proc/pressure/io");
+    readByPath(state, files);
 }
 
 // The space and counters of each volume by its path.
@@ -279,16 +268,3 @@ const bool isRegistered = [] {
 }();
 
 } // namespace
-
-void* operator new(std::size_t size) {
-    ++allocations;
-    if (void* block = std::malloc(size))
-        return block;
-    throw std::bad_alloc();
-}
-void operator delete(void* block) noexcept {
-    std::free(block);
-}
-void operator delete(void* block, std::size_t) noexcept {
-    std::free(block);
-}

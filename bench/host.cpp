@@ -3,11 +3,13 @@
 // program, and beside two peers.
 // links: libgtop-2.0 libproc2
 
+#include "bench/support/CountAllocations.h"
+#include "bench/support/RawFiles.h"
+
 #include <SentrelKit/probes/HostProbes.h>
 #include <SentrelKit/system/CPU.h>
 #include <SentrelKit/system/Memory.h>
 
-#include <array>
 #include <benchmark/benchmark.h>
 #include <cstdlib>
 #include <fcntl.h>
@@ -18,65 +20,34 @@
 #include <libproc2/meminfo.h>
 #include <libproc2/stat.h>
 #include <libproc2/vmstat.h>
-#include <new>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <vector>
 
 namespace {
 
-std::size_t allocations = 0;
-
-int openOnce(const char* path) {
-    const int fd = ::open(path, O_RDONLY | O_CLOEXEC);
-    if (fd < 0)
-        std::abort();
-    return fd;
+void readProcessor(benchmark::State& state, RawFiles& files) {
+    const int folder = ::open("/proc", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    for (auto _ : state) {
+        struct stat status; // whose links tell how many processes there are
+        if (!files.read() || ::fstat(folder, &status) != 0)
+            state.SkipWithError("no figures");
+        benchmark::DoNotOptimize(status);
+    }
+    ::close(folder);
 }
 
-// Reads a whole file from its start, as anybody has to who does not know its length.
-template <std::size_t size>
-void readWhole(int fd, std::array<char, size>& buffer) {
-    std::size_t filled = 0;
-    while (filled < size) {
-        const ssize_t count = ::pread(fd, buffer.data() + filled, size - filled, static_cast<off_t>(filled));
-        if (count <= 0)
-            break;
-        filled += static_cast<std::size_t>(count);
-    }
-    benchmark::DoNotOptimize(buffer);
+void readMemory(benchmark::State& state, RawFiles& files) {
+    for (auto _ : state)
+        if (!files.read())
+            state.SkipWithError("no figures");
 }
-
-class CountAllocations {
-public:
-    explicit CountAllocations(benchmark::State& state) : state_(state) {}
-    ~CountAllocations() {
-        state_.counters["new"] =
-            benchmark::Counter(static_cast<double>(allocations - before_), benchmark::Counter::kAvgIterations);
-    }
-
-private:
-    benchmark::State& state_;
-    std::size_t before_ = allocations;
-};
 
 void cpuFloor(benchmark::State& state) {
-    const int stat = openOnce("/proc/stat");
-    const int folder = openOnce("/proc");
-    const int average = openOnce("/proc/loadavg");
-    std::array<char, 512> line;
-    std::array<char, 128> buffer;
-    struct stat status;
-    for (auto _ : state) {
-        readWhole(stat, line);
-        ::fstat(folder, &status);
-        benchmark::DoNotOptimize(status);
-        readWhole(average, buffer);
-    }
-    ::close(stat);
-    ::close(folder);
-    ::close(average);
+    RawFiles files;
+    files.addTable("/proc/stat", 512);
+    files.addRecord("/proc/loadavg");
+    readProcessor(state, files);
 }
 BENCHMARK(cpuFloor);
 
@@ -90,40 +61,17 @@ void cpuSample(benchmark::State& state) {
 }
 BENCHMARK(cpuSample);
 
-// Nothing but the files of `cpuEverything`: the table of all processors, a frequency and a governor each where there
-// are, the pressure.
+// Nothing but the files of `cpuEverything`, each once: the table of all processors, a frequency and a governor each
+// where there are, the pressure.
 void cpuEverythingFloor(benchmark::State& state) {
-    const int stat = openOnce("/proc/stat");
-    const int folder = openOnce("/proc");
-    const int average = openOnce("/proc/loadavg");
-    const int pressure = ::open("/proc/pressure/cpu", O_RDONLY | O_CLOEXEC);
-    std::vector<int> frequencies;
+    RawFiles files;
+    files.addTable("/proc/stat");
+    files.addRecord("/proc/loadavg");
+    files.addRecord("/proc/pressure/cpu");
     for (long cpu = 0; cpu < ::sysconf(_SC_NPROCESSORS_CONF); ++cpu)
         for (const char* name : {"/cpufreq/scaling_cur_freq", "/cpufreq/scaling_governor"})
-            if (const int fd = ::open(("/sys/devices/system/cpu/cpu" + std::to_string(cpu) + name).c_str(), O_RDONLY);
-                fd >= 0)
-                frequencies.push_back(fd);
-    std::array<char, 512> line;
-    std::array<char, 32768> whole;
-    std::array<char, 256> buffer;
-    struct stat status;
-    for (auto _ : state) {
-        readWhole(stat, line);
-        ::fstat(folder, &status);
-        benchmark::DoNotOptimize(status);
-        readWhole(average, buffer);
-        readWhole(stat, whole);
-        if (pressure >= 0)
-            benchmark::DoNotOptimize(::pread(pressure, buffer.data(), buffer.size(), 0));
-        for (const int fd : frequencies)
-            benchmark::DoNotOptimize(::pread(fd, buffer.data(), buffer.size(), 0));
-    }
-    for (const int fd : frequencies)
-        ::close(fd);
-    ::close(pressure);
-    ::close(stat);
-    ::close(folder);
-    ::close(average);
+            files.addRecord("/sys/devices/system/cpu/cpu" + std::to_string(cpu) + name);
+    readProcessor(state, files);
 }
 BENCHMARK(cpuEverythingFloor);
 
@@ -131,8 +79,10 @@ void cpuEverything(benchmark::State& state) {
     using Measure = sentrel::CPU::Measure;
     sentrel::CPU cpu;
     cpu.setMeasures({Measure::pressure, Measure::cores, Measure::frequencies, Measure::activity});
-    for (int warm = 0; warm < 3; ++warm)
+    for (int warm = 0; warm < 3; ++warm) {
         cpu.update();
+        ::usleep(50'000); // some ticks, without which no processor has a share
+    }
     const CountAllocations counting(state);
     for (auto _ : state)
         cpu.update();
@@ -165,16 +115,10 @@ void cpuLibproc2(benchmark::State& state) {
 BENCHMARK(cpuLibproc2);
 
 void memoryFloor(benchmark::State& state) {
-    const int memInfo = openOnce("/proc/meminfo");
-    const int vmStat = openOnce("/proc/vmstat");
-    std::array<char, 8192> first;
-    std::array<char, 16384> second;
-    for (auto _ : state) {
-        readWhole(memInfo, first);
-        readWhole(vmStat, second);
-    }
-    ::close(memInfo);
-    ::close(vmStat);
+    RawFiles files;
+    files.addRecord("/proc/meminfo");
+    files.addTable("/proc/vmstat");
+    readMemory(state, files);
 }
 BENCHMARK(memoryFloor);
 
@@ -188,29 +132,16 @@ void memorySample(benchmark::State& state) {
 }
 BENCHMARK(memorySample);
 
-// Nothing but the files of `memoryEverything`: the two tables as often as their groups read them, nodes, pressure.
+// Nothing but the files of `memoryEverything`, each once: the two tables, nodes, pressure.
 void memoryEverythingFloor(benchmark::State& state) {
-    const int memInfo = openOnce("/proc/meminfo");
-    const int vmStat = openOnce("/proc/vmstat");
-    std::vector<int> others;
-    for (const char* path : {"/proc/pressure/memory", "/sys/module/zswap/parameters/enabled",
-                             "/sys/devices/system/node/node0/meminfo", "/sys/devices/system/node/node1/meminfo"})
-        if (const int fd = ::open(path, O_RDONLY | O_CLOEXEC); fd >= 0)
-            others.push_back(fd);
-    std::array<char, 8192> first;
-    std::array<char, 16384> second;
-    for (auto _ : state) {
-        for (int reading = 0; reading < 3; ++reading)
-            benchmark::DoNotOptimize(::pread(memInfo, first.data(), first.size(), 0));
-        for (int reading = 0; reading < 2; ++reading)
-            readWhole(vmStat, second);
-        for (const int fd : others)
-            benchmark::DoNotOptimize(::pread(fd, first.data(), first.size(), 0));
-    }
-    for (const int fd : others)
-        ::close(fd);
-    ::close(memInfo);
-    ::close(vmStat);
+    RawFiles files;
+    files.addRecord("/proc/meminfo");
+    files.addTable("/proc/vmstat");
+    files.addRecord("/proc/pressure/memory");
+    files.addRecord("/sys/module/zswap/parameters/enabled");
+    for (int node = 0; node < 8; ++node)
+        files.addRecord("/sys/devices/system/node/node" + std::to_string(node) + "/meminfo");
+    readMemory(state, files);
 }
 BENCHMARK(memoryEverythingFloor);
 
@@ -254,17 +185,3 @@ void memoryLibproc2(benchmark::State& state) {
 BENCHMARK(memoryLibproc2);
 
 } // namespace
-
-// What a sample allocates shows in its column "new". Not inlined, or the compiler takes the pair for a mismatched one.
-[[gnu::noinline]] void* operator new(std::size_t size) {
-    ++allocations;
-    if (void* block = std::malloc(size > 0 ? size : 1))
-        return block;
-    throw std::bad_alloc();
-}
-[[gnu::noinline]] void operator delete(void* block) noexcept {
-    std::free(block);
-}
-[[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept {
-    std::free(block);
-}

@@ -5,6 +5,9 @@
 /// read by hand, and beside libgtop. Each with so many interfaces of veth pairs in a network namespace of its own;
 /// needs root and "ip".
 
+#include "bench/support/ThreadSeconds.h"
+#include "tests/support/Allocations.h"
+
 #include <SentrelKit/platform/Platform.h>
 #include <SentrelKit/platform/linux/LinuxPlatform.h>
 #include <SentrelKit/probes/NetworkProbes.h>
@@ -12,7 +15,6 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <benchmark/benchmark.h>
 #include <chrono>
 #include <cstdio>
@@ -27,7 +29,6 @@
 #include <linux/rtnetlink.h>
 #include <map>
 #include <memory>
-#include <new>
 #include <sched.h>
 #include <string>
 #include <thread>
@@ -35,8 +36,6 @@
 #include <vector>
 
 namespace {
-
-std::atomic<std::uint64_t> allocations{0};
 
 /// Puts the thread into a namespace with so many active interfaces; made once for each count.
 bool enterNamespace(std::int64_t interfaces) {
@@ -99,17 +98,17 @@ void sampleModel(benchmark::State& state, sentrel::MeasureSet<sentrel::Network::
     // would run beside every measured sample. So each round makes the sample with the check, lets it end, and measures
     // the 31 that follow.
     constexpr int samples = 31;
-    std::uint64_t allocated = 0;
+    std::size_t allocated = 0;
     for (auto _ : state) {
         network.update();
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
-        const std::uint64_t before = allocations;
-        const auto start = std::chrono::steady_clock::now();
+        const std::size_t before = sentrel::allocations();
+        const double start = threadSeconds();
         for (int sample = 0; sample < samples; ++sample)
             network.update();
-        const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
-        allocated += allocations - before;
-        state.SetIterationTime(elapsed.count() / samples);
+        const double elapsed = threadSeconds() - start;
+        allocated += sentrel::allocations() - before;
+        state.SetIterationTime(elapsed / samples);
     }
     state.counters["new"] =
         benchmark::Counter(static_cast<double>(allocated) / samples, benchmark::Counter::kAvgIterations);
@@ -135,8 +134,9 @@ void probeListing(benchmark::State& state) {
         benchmark::DoNotOptimize(countInterfaces());
 }
 
-/// The floor: the listing is asked for and every counter read, nothing else.
-void listStatistics(benchmark::State& state, int listings) {
+/// The floor: the listing is asked for and the bytes of each interface read, nothing else, but for `before`.
+template <class Before>
+void listStatistics(benchmark::State& state, Before before) {
     if (!enterNamespace(state.range(0)))
         return state.SkipWithError("needs root and ip");
     mnl_socket* socket = mnl_socket_open(NETLINK_ROUTE);
@@ -149,38 +149,44 @@ void listStatistics(benchmark::State& state, int listings) {
     static_cast<if_stats_msg*>(mnl_nlmsg_put_extra_header(header, sizeof(if_stats_msg)))->filter_mask =
         IFLA_STATS_FILTER_BIT(IFLA_STATS_LINK_64);
     for (auto _ : state) {
-        for (int listing = 0; listing < listings; ++listing) {
-            mnl_socket_sendto(socket, header, header->nlmsg_len);
-            std::uint64_t sum = 0;
-            int more = MNL_CB_OK;
-            while (more > MNL_CB_STOP) {
-                const ssize_t size = mnl_socket_recvfrom(socket, buffer.data(), buffer.size());
-                more = mnl_cb_run(
-                    buffer.data(), static_cast<std::size_t>(size), 0, 0,
-                    [](const nlmsghdr* message, void* data) {
-                        const auto* attribute =
-                            static_cast<const nlattr*>(mnl_nlmsg_get_payload_offset(message, sizeof(if_stats_msg)));
-                        rtnl_link_stats64 stats{};
-                        std::memcpy(&stats, mnl_attr_get_payload(attribute), sizeof stats);
-                        *static_cast<std::uint64_t*>(data) += stats.rx_bytes + stats.tx_bytes;
-                        return MNL_CB_OK;
-                    },
-                    &sum);
-            }
-            benchmark::DoNotOptimize(sum);
+        before();
+        mnl_socket_sendto(socket, header, header->nlmsg_len);
+        std::uint64_t sum = 0;
+        int more = MNL_CB_OK;
+        while (more > MNL_CB_STOP) {
+            const ssize_t size = mnl_socket_recvfrom(socket, buffer.data(), buffer.size());
+            more = mnl_cb_run(
+                buffer.data(), static_cast<std::size_t>(size), 0, 0,
+                [](const nlmsghdr* message, void* data) {
+                    const auto* attribute =
+                        static_cast<const nlattr*>(mnl_nlmsg_get_payload_offset(message, sizeof(if_stats_msg)));
+                    rtnl_link_stats64 stats{};
+                    std::memcpy(&stats, mnl_attr_get_payload(attribute), sizeof stats);
+                    *static_cast<std::uint64_t*>(data) += stats.rx_bytes + stats.tx_bytes;
+                    return MNL_CB_OK;
+                },
+                &sum);
         }
+        benchmark::DoNotOptimize(sum);
     }
     mnl_socket_close(socket);
 }
 
 void statisticsListing(benchmark::State& state) {
-    listStatistics(state, 1);
+    listStatistics(state, [] {});
 }
 
-/// The floor of a sample with everything: the figures of bytes and those of packets are two listings. What is asked of
-/// links comes with notices alone.
-void twoStatisticsListings(benchmark::State& state) {
-    listStatistics(state, 2);
+/// The floor of a sample with everything: packets come with the bytes; addresses, links and radios come and go with
+/// notices, for which a program has to look.
+void listingAndNotices(benchmark::State& state) {
+    if (!enterNamespace(state.range(0)))
+        return state.SkipWithError("needs root and ip");
+    mnl_socket* notices = mnl_socket_open2(NETLINK_ROUTE, SOCK_NONBLOCK);
+    mnl_socket_bind(notices, RTMGRP_LINK | RTMGRP_IPV4_IFADDR | RTMGRP_IPV6_IFADDR, MNL_SOCKET_AUTOPID);
+    std::array<char, 4096> buffer;
+    listStatistics(state,
+                   [&] { benchmark::DoNotOptimize(mnl_socket_recvfrom(notices, buffer.data(), buffer.size())); });
+    mnl_socket_close(notices);
 }
 
 /// The kernel's text table, kept open and read from its start; counters only.
@@ -232,7 +238,7 @@ void libgtop(benchmark::State& state) {
 
 BENCHMARK(statisticsListing)->Arg(2)->Arg(50)->Arg(1000)->Unit(benchmark::kMicrosecond);
 BENCHMARK(modelSample)->Arg(2)->Arg(50)->Arg(1000)->Iterations(300)->UseManualTime()->Unit(benchmark::kMicrosecond);
-BENCHMARK(twoStatisticsListings)->Arg(2)->Arg(50)->Arg(1000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(listingAndNotices)->Arg(2)->Arg(50)->Arg(1000)->Unit(benchmark::kMicrosecond);
 BENCHMARK(modelSampleWithAll)
     ->Arg(2)
     ->Arg(50)
@@ -244,17 +250,3 @@ BENCHMARK(probeListing)->Arg(2)->Arg(50)->Arg(1000)->Unit(benchmark::kMicrosecon
 BENCHMARK(procNetDev)->Arg(2)->Arg(50)->Arg(1000)->Unit(benchmark::kMicrosecond);
 BENCHMARK(libgtop)->Arg(2)->Arg(50)->Unit(benchmark::kMicrosecond);
 BENCHMARK(libgtop)->Arg(1000)->Iterations(1)->Unit(benchmark::kMicrosecond); // the square of the interfaces: a minute
-
-// What a sample allocates once it is warm shows in its column "new".
-[[gnu::noinline]] void* operator new(std::size_t size) {
-    ++allocations;
-    if (void* block = std::malloc(size > 0 ? size : 1))
-        return block;
-    throw std::bad_alloc();
-}
-[[gnu::noinline]] void operator delete(void* block) noexcept {
-    std::free(block);
-}
-[[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept {
-    std::free(block);
-}
