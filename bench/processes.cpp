@@ -5,6 +5,9 @@
 // for the same facts and beside two libraries. The times are of one pass over all processes, in processor time of the
 // calling thread: no pass waits for anything, and so a machine that is busy with other things spoils them least.
 
+#include "bench/support/RawFiles.h"
+#include "bench/support/ThreadSeconds.h"
+
 #include <SentrelKit/platform/Platform.h>
 #include <SentrelKit/platform/linux/processes/LinuxProcessService.h>
 #include <SentrelKit/system/Applications.h>
@@ -25,6 +28,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/prctl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
@@ -126,12 +130,6 @@ private:
     std::vector<pid_t> ids_;
 };
 
-double threadSeconds() {
-    timespec time{};
-    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
-}
-
 // Runs one pass after another: what comes before each is not counted.
 template <class Before, class Pass>
 void measure(benchmark::State& state, Before&& before, Pass&& pass) {
@@ -164,9 +162,31 @@ void listRaw(int folder, std::vector<char>& buffer, std::vector<pid_t>& ids) {
 void readRaw(int folder, pid_t id, const char* name, std::vector<char>& buffer) {
     char path[32];
     std::snprintf(path, sizeof path, "%d/%s", id, name);
-    const int file = ::openat(folder, path, O_RDONLY | O_CLOEXEC);
-    benchmark::DoNotOptimize(::read(file, buffer.data(), buffer.size()));
-    ::close(file);
+    ::readRaw(folder, path, buffer);
+}
+
+// Reads the clocks of those ids, which are remembered, and the whole record of those whose clock moved.
+void readMoved(int folder, const std::vector<pid_t>& ids, std::vector<timespec>& clocks, std::vector<char>& buffer) {
+    for (const pid_t id : ids) {
+        timespec time{};
+        ::clock_gettime(static_cast<clockid_t>(~static_cast<unsigned>(id) << 3) | 2, &time);
+        timespec& before = clocks[static_cast<std::size_t>(id)];
+        if (time.tv_nsec == before.tv_nsec && time.tv_sec == before.tv_sec)
+            continue;
+        before = time;
+        readRaw(folder, id, "stat", buffer);
+        readRaw(folder, id, "statm", buffer);
+    }
+}
+
+// How many files a process has open: the folder's size tells it to those who may open the folder.
+void countFilesRaw(int folder, pid_t id) {
+    char path[32];
+    std::snprintf(path, sizeof path, "%d/fd", id);
+    struct stat files {};
+    const int opened = ::openat(folder, path, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    benchmark::DoNotOptimize(::fstat(opened, &files));
+    ::close(opened);
 }
 
 // So many processes come and go before a listing that more ids were given out than are asked for one by one. Both
@@ -217,24 +237,39 @@ void listing_SentrelKit_nothing_started(benchmark::State& state) {
         state, [] {}, [&] { service.refreshRunningApplications(); });
 }
 
+constexpr std::size_t mostIds = 1U << 22; // PID_MAX_LIMIT
+
 // The floor of a sample: the listing, a process clock each, and the whole record of those whose clock moved.
 void sample_raw(benchmark::State& state) {
     const Crowd& crowd = Crowd::of(state.range(0));
     const int folder = ::open("/proc", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     std::vector<char> buffer(32768);
     std::vector<pid_t> ids;
-    std::vector<timespec> clocks(1U << 22); // PID_MAX_LIMIT
+    std::vector<timespec> clocks(mostIds);
     const auto pass = [&] {
         listRaw(folder, buffer, ids);
-        for (const pid_t id : ids) {
-            timespec time{};
-            ::clock_gettime(static_cast<clockid_t>(~static_cast<unsigned>(id) << 3) | 2, &time);
-            timespec& before = clocks[static_cast<std::size_t>(id)];
-            if (time.tv_nsec == before.tv_nsec && time.tv_sec == before.tv_sec)
-                continue;
-            before = time;
-            readRaw(folder, id, "stat", buffer);
-            readRaw(folder, id, "statm", buffer);
+        readMoved(folder, ids, clocks, buffer);
+    };
+    pass();
+    measure(
+        state, [&] { crowd.run(); }, pass);
+    ::close(folder);
+}
+
+// The floor of a sample with every group of further facts: of each process of the crowd also what it read and wrote,
+// and its open files.
+void everything_raw(benchmark::State& state) {
+    const Crowd& crowd = Crowd::of(state.range(0));
+    const int folder = ::open("/proc", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    std::vector<char> buffer(32768);
+    std::vector<pid_t> ids;
+    std::vector<timespec> clocks(mostIds);
+    const auto pass = [&] {
+        listRaw(folder, buffer, ids);
+        readMoved(folder, ids, clocks, buffer);
+        for (const pid_t id : crowd.ids()) {
+            readRaw(folder, id, "io", buffer);
+            countFilesRaw(folder, id);
         }
     };
     pass();
@@ -260,7 +295,20 @@ void sample_SentrelKit(benchmark::State& state) {
         state.SkipWithError("not all processes are tracked");
 }
 
-// The same, after a process came and went: one new id is asked for.
+// The same with every group of further facts.
+void everything_SentrelKit(benchmark::State& state) {
+    using Measure = Applications::Measure;
+    const Crowd& crowd = Crowd::of(state.range(0));
+    Applications applications;
+    applications.setMeasures({Measure::threads, Measure::storage, Measure::files, Measure::all});
+    settle(applications);
+    measure(
+        state, [&] { crowd.run(); }, [&] { applications.update(); });
+    if (applications.count() < state.range(0))
+        state.SkipWithError("not all processes are tracked");
+}
+
+// The sample without them, after a process came and went: one new id is asked for.
 void sample_SentrelKit_one_came_and_went(benchmark::State& state) {
     const Crowd& crowd = Crowd::of(state.range(0));
     Applications applications;
@@ -351,6 +399,8 @@ const bool areRegistered = [] {
         add("listing/SentrelKit", listing_SentrelKit);
         add("listing/SentrelKit, new set", listing_SentrelKit_new_set);
         add("listing/SentrelKit, nothing started", listing_SentrelKit_nothing_started);
+        add("everything/raw", everything_raw);
+        add("everything/SentrelKit", everything_SentrelKit);
         add("sample/raw", sample_raw);
         add("sample/SentrelKit", sample_SentrelKit);
         add("sample/SentrelKit, one came and went", sample_SentrelKit_one_came_and_went);
