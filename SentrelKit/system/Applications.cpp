@@ -6,8 +6,7 @@
 #include <SentrelKit/probes/HostProbes.h>
 #include <SentrelKit/probes/ProcessProbes.h>
 #include <SentrelKit/system/Mutex/Mutex.h>
-#include <SentrelKit/system/detail/Measuring.h>
-#include <SentrelKit/system/detail/PerSecond.h>
+#include <SentrelKit/system/detail/ProcessMeasurements.h>
 #include <SentrelKit/system/detail/UserNames.h>
 
 #include <algorithm>
@@ -105,7 +104,8 @@ bool identityBefore(const SharedApplication& a, const SharedApplication& b) noex
 class SENTREL_LOCAL Applications::Tracking : public std::enable_shared_from_this<Tracking> {
 public:
     explicit Tracking(std::shared_ptr<probes::SystemManager> session)
-        : session_(std::move(session)), users_(std::make_shared<UserNames>(session_)) {}
+        : session_(std::move(session)), users_(std::make_shared<UserNames>(session_)),
+          measurements_(session_->platform()) {}
 
     void start();
     void release();
@@ -119,9 +119,7 @@ public:
     [[nodiscard]] std::int64_t unresolvedNamedProcesses() const noexcept { return unresolvedNamedProcesses_; }
     [[nodiscard]] Observation observeCount(std::function<void(std::int64_t)> observer);
 
-    void setMeasures(MeasureSet<Measure> wanted);
-    [[nodiscard]] const Measuring<Measure>& measuring() const noexcept { return measuring_; }
-    void all(std::vector<std::shared_ptr<const Process>>& processes) const;
+    [[nodiscard]] Measurements& measurements() noexcept { return measurements_; }
     [[nodiscard]] platform::ProcessService& service() const noexcept { return session_->platform().processes(); }
     [[nodiscard]] UserNames& users() const noexcept { return *users_; }
 
@@ -153,14 +151,6 @@ private:
     void associateNamedParent(Process& process) SENTREL_REQUIRES(mutex_);
     void resolveNames() SENTREL_REQUIRES(mutex_);
     void sample(Process& process) const SENTREL_REQUIRES(mutex_);
-    void measure() SENTREL_REQUIRES(mutex_);
-    template <class Ask>
-    void measureEach(Measure group, Ask ask) SENTREL_REQUIRES(mutex_);
-    [[nodiscard]] Availability measureStorage(Process& process, std::int64_t now) const SENTREL_REQUIRES(mutex_);
-    [[nodiscard]] Availability measureFiles(Process& process) const SENTREL_REQUIRES(mutex_);
-    // The id of a process that ended may be another's by now.
-    [[nodiscard]] static bool isThere(const Process& process) noexcept { return process.sampling_.threads > 0; }
-    void forgetUnwanted() SENTREL_REQUIRES(mutex_);
     void fold() SENTREL_REQUIRES(mutex_);
     template <class Figure>
     [[nodiscard]] First first(Figure figure) const SENTREL_REQUIRES(mutex_);
@@ -184,10 +174,7 @@ private:
     Mutex mutex_;
     std::vector<SharedProcess> prevProcesses_ SENTREL_GUARDED_BY(mutex_);
 
-    Measuring<Measure> measuring_;
-    MeasureSet<Measure> measured_ SENTREL_GUARDED_BY(mutex_){};                   // by the last sample
-    std::vector<std::shared_ptr<const Process>> next_ SENTREL_GUARDED_BY(mutex_); // memory for the next list
-    Atomic<std::vector<std::shared_ptr<const Process>>> all_;
+    Measurements measurements_; // taken under the mutex, as it says
 
     const std::int64_t KVOContext_ = 0; // only its address matters: it is this object's observation's
     std::int64_t activeLogicalCores_ = 0;
@@ -202,26 +189,6 @@ Applications::Process::Process(SharedApplication app, probes::SystemManager& ses
 
 std::string Applications::Process::name() const {
     return displayName(*app_);
-}
-
-std::optional<std::int32_t> Applications::Process::threads() const noexcept {
-    const std::int32_t threads = measured_.threads;
-    return threads > 0 ? std::optional(threads) : std::nullopt;
-}
-
-std::optional<double> Applications::Process::readPerSecond() const noexcept {
-    const double rate = measured_.readPerSecond;
-    return rate >= 0 ? std::optional(rate) : std::nullopt;
-}
-
-std::optional<double> Applications::Process::writtenPerSecond() const noexcept {
-    const double rate = measured_.writtenPerSecond;
-    return rate >= 0 ? std::optional(rate) : std::nullopt;
-}
-
-std::optional<std::uint64_t> Applications::Process::openFiles() const noexcept {
-    const std::int64_t count = measured_.openFiles;
-    return count >= 0 ? std::optional(static_cast<std::uint64_t>(count)) : std::nullopt;
 }
 
 void Applications::Process::setParent(const std::shared_ptr<Process>& parent) {
@@ -260,25 +227,25 @@ std::int64_t Applications::unresolvedNamedProcesses() const noexcept {
 }
 
 void Applications::setMeasures(MeasureSet<Measure> wanted) {
-    tracking_->setMeasures(wanted);
+    tracking_->measurements().setWanted(wanted);
 }
 
 MeasureSet<Applications::Measure> Applications::measures() const noexcept {
-    return tracking_->measuring().wanted();
+    return tracking_->measurements().wanted();
 }
 
 std::optional<Availability> Applications::availability(Measure measure) const noexcept {
-    return tracking_->measuring().availability(measure);
+    return tracking_->measurements().availability(measure);
 }
 
 std::vector<std::shared_ptr<const Applications::Process>> Applications::all() const {
     std::vector<std::shared_ptr<const Process>> processes;
-    tracking_->all(processes);
+    tracking_->measurements().all(processes);
     return processes;
 }
 
 void Applications::all(std::vector<std::shared_ptr<const Process>>& processes) const {
-    tracking_->all(processes);
+    tracking_->measurements().all(processes);
 }
 
 // The start is asked for afterwards: an id that was used again is found out.
@@ -519,8 +486,7 @@ void Applications::Tracking::update() {
             sample(*process);
         fold();
         publishTop();
-        if (measuring_.wanted() != measured_ || measured_ != MeasureSet<Measure>{})
-            measure();
+        measurements_.take(prevProcesses_);
     });
     syncPending(); // what was noticed meanwhile
 }
@@ -557,104 +523,6 @@ void Applications::Tracking::sample(Process& process) const {
             ? 1
             : std::max<std::int64_t>(1, std::min<std::int64_t>(attributes.threads, activeLogicalCores_));
     sampling.cpu = used * 100 / static_cast<double>(elapsed) / static_cast<double>(cores);
-}
-
-void Applications::Tracking::setMeasures(MeasureSet<Measure> wanted) {
-    measuring_.setWanted(wanted);
-}
-
-// The facts of groups that are wanted no more, or anew.
-void Applications::Tracking::forgetUnwanted() {
-    const auto wasMeasured = [&](Measure group) SENTREL_REQUIRES(mutex_) {
-        return measured_.contains(group) && measuring_.wants(group) && measuring_.availability(group);
-    };
-    for (const SharedProcess& process : prevProcesses_) {
-        Process::Measured& measured = process->measured_;
-        if (!wasMeasured(Measure::threads))
-            measured.threads = 0;
-        if (!wasMeasured(Measure::storage)) {
-            measured.readPerSecond = Process::noRate;
-            measured.writtenPerSecond = Process::noRate;
-            measured.storageAt = 0;
-        }
-        if (!wasMeasured(Measure::files))
-            measured.openFiles = Process::noCount;
-    }
-    if (!wasMeasured(Measure::all))
-        all_.setValue({});
-}
-
-// Asks of each process; the group is there if one of them could be read.
-template <class Ask>
-void Applications::Tracking::measureEach(Measure group, Ask ask) {
-    std::optional<Availability> answer;
-    for (const SharedProcess& process : prevProcesses_) {
-        const Availability each = ask(*process);
-        if (!answer || each == Availability::available)
-            answer = each;
-    }
-    measuring_.note(group, answer.value_or(Availability::available));
-}
-
-void Applications::Tracking::measure() {
-    const MeasureSet<Measure> wanted = measuring_.wanted();
-    forgetUnwanted();
-    measured_ = wanted;
-    if (wanted.contains(Measure::threads)) {
-        for (const SharedProcess& process : prevProcesses_)
-            process->measured_.threads = process->sampling_.threads;
-        measuring_.note(Measure::threads, Availability::available);
-    }
-    if (wanted.contains(Measure::storage)) {
-        const std::int64_t now = session_->platform().clock().monotonicNanoseconds() / 1'000'000;
-        measureEach(Measure::storage,
-                    [&](Process& process) SENTREL_REQUIRES(mutex_) { return measureStorage(process, now); });
-    }
-    if (wanted.contains(Measure::files))
-        measureEach(Measure::files, [&](Process& process) SENTREL_REQUIRES(mutex_) { return measureFiles(process); });
-    if (wanted.contains(Measure::all)) {
-        next_.assign(prevProcesses_.begin(), prevProcesses_.end());
-        all_.withValue([this](auto& list) SENTREL_REQUIRES(mutex_) { list.swap(next_); });
-        next_.clear(); // what ended is not kept
-        measuring_.note(Measure::all, Availability::available);
-    }
-}
-
-Availability Applications::Tracking::measureStorage(Process& process, std::int64_t now) const {
-    Process::Measured& measured = process.measured_;
-    platform::StorageBytes bytes;
-    const Availability answer =
-        isThere(process) ? service().storageBytes(process.pid(), bytes) : Availability::unsupported;
-    const std::int64_t before = std::exchange(measured.storageAt, answer == Availability::available ? now : 0);
-    if (answer != Availability::available || before == 0 || now <= before) {
-        measured.readPerSecond = Process::noRate;
-        measured.writtenPerSecond = Process::noRate;
-    } else {
-        // Negative, which is absent, for a counter that went back.
-        measured.readPerSecond = perSecond(static_cast<std::int64_t>(bytes.read),
-                                           static_cast<std::int64_t>(measured.storage.read), now - before);
-        measured.writtenPerSecond = perSecond(static_cast<std::int64_t>(bytes.written),
-                                              static_cast<std::int64_t>(measured.storage.written), now - before);
-    }
-    if (answer == Availability::available)
-        measured.storage = bytes;
-    return answer;
-}
-
-Availability Applications::Tracking::measureFiles(Process& process) const {
-    std::uint64_t count = 0;
-    const Availability answer =
-        isThere(process) ? service().openFiles(process.pid(), count) : Availability::unsupported;
-    process.measured_.openFiles =
-        answer == Availability::available ? static_cast<std::int64_t>(count) : Process::noCount;
-    return answer;
-}
-
-void Applications::Tracking::all(std::vector<std::shared_ptr<const Process>>& processes) const {
-    if (measuring_.has(Measure::all))
-        all_.withValue([&processes](const auto& list) { processes = list; });
-    else
-        processes.clear();
 }
 
 // One level deep, in the order of the list; readers see the outcome only.

@@ -120,6 +120,7 @@ public:
                       const platform::RunningApplications& change, const void* context);
 
 private:
+    class Measurements;
     class Tracking;
 
     std::shared_ptr<Tracking> tracking_; // a notice or a sample that is under way when the model goes keeps it
