@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/sentrel/Output.h"
 
+#include "examples/simulation/Simulation.h"
+
 #include <SentrelKit/platform/scripted/ScriptedMachine.h>
 
 #include <gmock/gmock.h>
@@ -115,10 +117,89 @@ TEST_F(OutputTest, NothingFromElsewhereReachesTheTerminalAsACommand) {
     EXPECT_THAT(text({"cpu"}), Not(HasSubstr("\x1B")));
 }
 
+TEST_F(OutputTest, FurtherFiguresStandWithThoseOfTheSameThing) {
+    machine->volumes().mount("disk1", "/data");
+    sentrel::platform::ProcessorLoad load;
+    load.each = {{0, {}}, {1, {}}};
+    machine->host().processorLoadValue = load;
+    sentrel::System system;
+    std::string unknown;
+    const Selection selection = *Selection::of({"cpu"}, {}, true, unknown);
+    selection.want(system);
+    system.cpu().update();
+    load.all.user = 10;
+    load.all.idle = 30;
+    load.each[0].ticks.user = 10;
+    load.each[1].ticks.idle = 30;
+    machine->host().processorLoadValue = load;
+    sentrel::platform::ProcessorFrequencies frequencies;
+    sentrel::CoreFrequency& frequency = frequencies.each.emplace_back();
+    frequency.number = 1;
+    frequency.now = 2'000'000'000;
+    machine->host().processorFrequenciesValue = frequencies;
+    system.cpu().update();
+    const json cpu = json::parse(jsonLine(system, selection, 0))["cpu"];
+    EXPECT_EQ(cpu["cores"].size(), 2U) << cpu;
+    EXPECT_EQ(cpu["cores"][0]["user_ratio"], 1.0);
+    EXPECT_FALSE(cpu["cores"][0].contains("frequency_hertz"));
+    EXPECT_EQ(cpu["cores"][1]["idle_ratio"], 1.0);
+    EXPECT_EQ(cpu["cores"][1]["frequency_hertz"], 2'000'000'000);
+    EXPECT_FALSE(cpu.contains("steal_ratio")) << "nobody counts it";
+    EXPECT_FALSE(cpu.contains("pressure_some_10s_ratio"));
+}
+
+TEST_F(OutputTest, APlainSampleHasNothingFurther) {
+    const json line = sample({});
+    EXPECT_FALSE(line.contains("host"));
+    EXPECT_FALSE(line.contains("sensors"));
+    EXPECT_FALSE(line["cpu"].contains("cores"));
+}
+
+// What a schema of this program says, of what its lines are made of.
+void expectValid(const json& value, const json& schema, const std::string& where) {
+    const std::string& type = schema["type"].get_ref<const std::string&>();
+    if (type == "number") {
+        EXPECT_TRUE(value.is_number()) << where << ": " << value;
+    } else if (type == "string") {
+        EXPECT_TRUE(value.is_string()) << where << ": " << value;
+    } else if (type == "array") {
+        ASSERT_TRUE(value.is_array()) << where;
+        for (const json& item : value)
+            expectValid(item, schema["items"], where + "[]");
+    } else {
+        ASSERT_TRUE(value.is_object()) << where;
+        for (const auto& [name, member] : value.items()) {
+            ASSERT_TRUE(schema["properties"].contains(name)) << where << '.' << name;
+            expectValid(member, schema["properties"][name], where + '.' + name);
+        }
+        for (const json& name : schema.value("required", json::array()))
+            EXPECT_TRUE(value.contains(name.get<std::string>())) << where << " without " << name;
+    }
+}
+
+TEST(SchemaTest, HoldsForAllFiguresOfTheSimulatedMachines) {
+    using simulation::Kind;
+    const json document = json::parse(schema());
+    for (const Kind kind : {Kind::laptop, Kind::hot, Kind::fullDisks, Kind::server}) {
+        simulation::Machine machine(kind);
+        sentrel::System system(machine.platform());
+        std::string unknown;
+        const Selection selection = *Selection::of({}, {}, true, unknown);
+        selection.want(system);
+        for (const std::string_view resource : resources())
+            modelOf(system, resource)->update();
+        system.sensors().update();
+        const json line = json::parse(jsonLine(system, selection, 1.5));
+        EXPECT_EQ(line.size(), 10U);
+        EXPECT_FALSE(line["apps"]["applications"].empty());
+        expectValid(line, document, "line");
+    }
+}
+
 // The schema of a line, without a validator: each figure of each table is one of its properties.
 TEST(SchemaTest, KnowsEveryFigureThatALineMayHave) {
     const json document = json::parse(schema());
-    for (const TableInfo& table : tableInfos()) {
+    for (const TableInfo& table : allTableInfos()) {
         const json& resource = document["properties"][std::string(table.resource)]["properties"];
         const json& properties =
             table.list.empty() ? resource : resource[std::string(table.list)]["items"]["properties"];

@@ -35,6 +35,24 @@ class Show(unittest.TestCase):
         )
         self.assertEqual(line["cpu"]["logical_cores"], os.sysconf("SC_NPROCESSORS_CONF"))
 
+    def test_all_figures_hold_to_the_schema(self):
+        line = json.loads(run("show", "--all", "--json").stdout)
+        jsonschema.validate(line, json.loads((source / "docs/schema.json").read_text()))
+        self.assertEqual(len(line["cpu"]["cores"]), os.cpu_count())
+        self.assertEqual(line["host"]["kernel_release"], os.uname().release)
+        lo = next(link for link in line["net"]["links"] if link["interface"] == "lo")
+        self.assertEqual(lo["mtu_bytes"], int(pathlib.Path("/sys/class/net/lo/mtu").read_text()))
+        own = [one for one in line["apps"]["applications"] if one["pid"] == str(os.getpid())]
+        for application in own:  # unless what runs the tests is no application of a person
+            self.assertEqual(application["user_id"], str(os.geteuid()))
+
+    def test_each_field_that_is_listed_can_be_asked_for(self):
+        names = [line.split()[0] for line in run("show", "--list-fields").stdout.splitlines()]
+        self.assertIn("cpu.usage_ratio", names)
+        self.assertEqual(len(names), len(set(names)))
+        line = json.loads(run("show", "--json", "--fields", ",".join(names)).stdout)
+        self.assertIn("sensors", line)
+
     def test_watching_prints_line_after_line_until_it_is_ended(self):
         command = [sentrel, "show", "--json", "--watch", "0.2", "cpu"]
         with subprocess.Popen(command, stdout=subprocess.PIPE, text=True) as child:

@@ -258,9 +258,11 @@ Table interfaces(const System& system) {
     });
 }
 
-// Those that use the processor most, then those that hold the most memory, each once.
+// All, if the model has them; else those that use the processor most, then those that hold the most memory, each once.
 Table applications(const System& system) {
-    std::vector<std::shared_ptr<const Applications::Process>> processes = system.apps().cpu();
+    std::vector<std::shared_ptr<const Applications::Process>> processes = system.apps().all();
+    if (processes.empty())
+        processes = system.apps().cpu();
     for (const auto& process : system.apps().mem())
         if (std::find(processes.begin(), processes.end(), process) == processes.end())
             processes.push_back(process);

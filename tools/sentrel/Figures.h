@@ -65,7 +65,7 @@ struct TableInfo {
 /// The resources in the order in which they are shown.
 [[nodiscard]] std::span<const std::string_view> resources();
 
-/// All tables with all their figures.
+/// The tables of figures that are always sampled, with all of those.
 [[nodiscard]] std::vector<TableInfo> tableInfos();
 
 /// The figures of a resource as they stand now. Empty for a name that is none of a resource.

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <ctime>
 
 namespace tool {
 
@@ -64,6 +65,16 @@ std::string withUnit(double number, const char* unit, int decimals) {
     return text;
 }
 
+// A moment since the epoch, as the clock on the wall shows it.
+std::string timeText(double seconds) {
+    const auto time = static_cast<std::time_t>(seconds);
+    std::tm parts{};
+    char text[64];
+    if (localtime_r(&time, &parts) == nullptr || std::strftime(text, sizeof text, "%F %T", &parts) == 0)
+        return withUnit(seconds, " s", 0);
+    return text;
+}
+
 // A unit at the end of a name, and how a figure of it reads.
 struct UnitText {
     std::string_view suffix;
@@ -79,7 +90,13 @@ constexpr UnitText unitTexts[] = {
     {"_bytes", [](double number) { return sentrel::byteStr(number); }},
     {"_ratio", [](double number) { return withUnit(number * 100.0, " %", 1); }},
     {"uptime_seconds", [](double number) { return sentrel::Time::uptime(static_cast<std::int64_t>(number)); }},
+    {"_time_seconds", timeText},
+    {"_latency_seconds", [](double number) { return withUnit(number * 1000.0, " ms", 2); }},
+    {"_seconds_total", [](double number) { return withUnit(number, " s", 0); }},
     {"_seconds", [](double number) { return withUnit(number, " s", 0); }},
+    {"_joules_total", [](double number) { return withUnit(number, " J", 0); }},
+    {"_rpm", [](double number) { return withUnit(number, " rpm", 0); }},
+    {"_dbm", [](double number) { return withUnit(number, " dBm", 0); }},
     {"_celsius", [](double number) { return sentrel::degrees(number); }},
     {"_hertz", [](double number) { return withUnit(number / 1e9, " GHz", 2); }},
     {"_volts", [](double number) { return withUnit(number, " V", 2); }},
@@ -96,7 +113,7 @@ const UnitText* unitOf(std::string_view name) {
 // The name of a figure without the unit, which its value shows.
 std::string readableName(std::string_view name) {
     for (const std::string_view ending : {"_total", "_bytes", "_ratio", "_seconds", "_celsius", "_hertz", "_volts",
-                                          "_amperes", "_watts", "_bits_per_second"})
+                                          "_amperes", "_watts", "_joules", "_rpm", "_dbm", "_bits_per_second"})
         if (name.ends_with(ending))
             name.remove_suffix(ending.size());
     std::string text(name);
@@ -142,17 +159,31 @@ std::string schema() {
                      {"required", {"time"}},
                      {"properties", {{"time", typed("number", "When the figures were read, in seconds since 1970.")}}}};
     Json& properties = document["properties"];
-    for (const TableInfo& table : tableInfos()) {
+    for (const TableInfo& table : allTableInfos()) {
         Json& resource = properties[std::string(table.resource)];
         if (resource.is_null())
             resource = {{"type", "object"}, {"additionalProperties", false}, {"properties", Json::object()}};
         const Json object = schemaOf(table);
+        Json& known = resource["properties"];
         if (table.list.empty())
-            resource["properties"].update(object["properties"]);
+            known.update(object["properties"]);
+        else if (Json& list = known[std::string(table.list)]; list.is_null())
+            list = {{"type", "array"}, {"items", object}};
         else
-            resource["properties"][std::string(table.list)] = {{"type", "array"}, {"items", object}};
+            list["items"]["properties"].update(object["properties"]);
     }
     return document.dump(2) + '\n';
+}
+
+std::string fieldList() {
+    std::string text;
+    for (const TableInfo& table : allTableInfos())
+        for (const FigureInfo* info : table.figures) {
+            std::string name = fieldName(table.resource, table.list, info->name);
+            name.resize(std::max<std::size_t>(name.size(), 44), ' ');
+            text.append(name).append("  ").append(info->help).append("\n");
+        }
+    return text;
 }
 
 std::string readableValue(const Figure& figure) {
@@ -174,9 +205,13 @@ std::string readableText(sentrel::System& system, const Selection& selection) {
             if (table.list.empty()) {
                 text.append(resource).append("\n");
                 write(text, table.items.front(), 2);
+                if (table.items.front().figures.empty())
+                    text += "  none\n";
                 continue;
             }
             text.append(resource).append(" ").append(table.list).append("\n");
+            if (table.items.empty())
+                text += "  none\n";
             for (const Item& item : table.items) {
                 std::string heading;
                 for (const auto& [name, value] : item.labels)

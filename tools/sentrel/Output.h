@@ -15,6 +15,9 @@ namespace tool {
 /// The JSON schema of such a line.
 [[nodiscard]] std::string schema();
 
+/// The name of each figure and what it is, a line each.
+[[nodiscard]] std::string fieldList();
+
 /// One sample for people: a block a resource, a line a figure, in units that read well. Nothing that comes from
 /// elsewhere reaches the terminal as anything but text.
 [[nodiscard]] std::string readableText(sentrel::System& system, const Selection& selection);

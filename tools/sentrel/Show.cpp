@@ -14,7 +14,10 @@ namespace {
 
 void sample(sentrel::System& system, const Selection& selection) {
     for (const std::string_view resource : selection.resources())
-        modelOf(system, resource)->update();
+        if (sentrel::SystemResource* const model = modelOf(system, resource))
+            model->update();
+        else if (resource == "sensors")
+            system.sensors().update();
 }
 
 double now() {
@@ -32,6 +35,7 @@ bool print(sentrel::System& system, const ShowOptions& options) {
 int show(const ShowOptions& options) {
     using namespace std::chrono_literals;
     sentrel::System& system = sentrel::System::shared();
+    options.selection.want(system);
     sample(system, options.selection); // where rates and shares begin
     std::chrono::duration<double> interval = 1100ms;
     for (;;) {
