@@ -62,7 +62,7 @@ Glance machine() {
     glance.receivedPerSecond = 2048;
     glance.receivedHistory = {1024, 2048};
     glance.sentHistory = {0, 0};
-    glance.volumes = {{"/", 100 * gigabyte, 99 * gigabyte, gigabyte, 0, 0}, {"/home", 0, 0, 0, 0, 0}};
+    glance.volumes = {{"/", true, 100 * gigabyte, 99 * gigabyte, gigabyte, 0, 0}, {"/home", false, 0, 0, 0, 0, 0}};
     glance.battery = Glance::Battery{20, false, -12, "2:05 remaining"};
     glance.graphics = {{"Graphics 7", 12.0, std::nullopt, 30.0}, {"Silent", std::nullopt, std::nullopt, std::nullopt}};
     glance.applications = {{"alpha", 3, 1, 300}, {"beta", 1, 3, 100}, {"gamma", 2, 2, 200}};
@@ -95,7 +95,7 @@ TEST(LayoutTest, NeverIsLargerThanTheTerminal) {
     crowded.usageHistory.assign(512, 70);
     crowded.swap = 100;
     crowded.swapUsed = 50;
-    crowded.volumes.assign(40, {"/a/very/long/path/to/a/volume/with/家", 1000, 999, 1, 1e9, 1e9});
+    crowded.volumes.assign(40, {"/a/very/long/path/to/a/volume/with/家", true, 1000, 999, 1, 1e9, 1e9});
     crowded.interfaces.assign(12, {"eth0", "2001:db8:1111:2222:3333:4444:5555:6666", false, 1e9, 1e9});
     crowded.applications.assign(50,
                                 {"ein sehr langer Name für ein Programm, mit e\xCC\x81 und 家", 7, 9999, 1ULL << 60U});

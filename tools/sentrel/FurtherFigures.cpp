@@ -86,8 +86,9 @@ void wantOfNetwork(System& system) {
     add(system.net(), measure);
 }
 
+template <GPU::Measure measure>
 void wantOfGraphics(System& system) {
-    add(system.gpu(), GPU::Measure::use);
+    add(system.gpu(), measure);
 }
 
 // With them all applications are listed.
@@ -252,6 +253,17 @@ const Readers<Memory::SwapRates>& swapRatesReaders() {
          [](const Rates& rates) { return Value(rates.in); }},
         {{"swap_out_bytes_per_second", Kind::gauge, "Bytes written to swap per second."},
          [](const Rates& rates) { return Value(rates.out); }},
+    };
+    return readers;
+}
+
+const Readers<sentrel::platform::SwapCounters>& swappedReaders() {
+    using Counters = sentrel::platform::SwapCounters;
+    static const Readers<Counters> readers = {
+        {{"swap_in_bytes_total", Kind::counter, "Bytes read back from swap since boot."},
+         [](const Counters& counters) { return whole(counters.in); }},
+        {{"swap_out_bytes_total", Kind::counter, "Bytes written to swap since boot."},
+         [](const Counters& counters) { return whole(counters.out); }},
     };
     return readers;
 }
@@ -499,8 +511,42 @@ const Readers<GPU::Activity>& processorReaders() {
         {{"temperature_celsius", Kind::gauge, "Its temperature."}, member(&Processor::temperature)},
         {{"power_watts", Kind::gauge, "Power that it takes."}, member(&Processor::power)},
         {{"fan_rpm", Kind::gauge, "Revolutions of its fan a minute."}, member(&Processor::fan)},
+        {{"fan_ratio", Kind::gauge, "Speed of its fan as a share of the intended full one; may exceed 1."},
+         shareMember(&Processor::fanShare)},
+        {{"figures", Kind::text, "Whether its driver tells figures, and if not, why."},
+         [](const Processor& processor) { return written(processor.figures); }},
     };
     return readers;
+}
+
+const Readers<GPU::Work>& workReaders() {
+    using Work = GPU::Work;
+    static const Readers<Work> readers = {
+        {{"clients", Kind::gauge, "What programs opened to have it work."},
+         [](const Work& work) { return whole(work.clients); }},
+        {{"clients_memory_bytes", Kind::gauge, "Memory in place for them; what they share counts with each."},
+         member(&Work::memory)},
+    };
+    return readers;
+}
+
+const Readers<sentrel::probes::EngineShare>& engineReaders() {
+    using Engine = sentrel::probes::EngineShare;
+    static const Readers<Engine> readers = {
+        {{"engines", Kind::gauge, "Engines of the kind."}, [](const Engine& engine) { return whole(engine.count); }},
+        {{"usage_ratio", Kind::gauge, "Share of their time that programs had them work."}, shareMember(&Engine::use)},
+    };
+    return readers;
+}
+
+Table engines(const System& system) {
+    Table table{"gpu", "engines"};
+    for (const GPU::Work& work : system.gpu().work())
+        for (const sentrel::probes::EngineShare& engine : work.engines) {
+            table.items.push_back(readItem(engineReaders(), engine));
+            table.items.back().labels = {{"device", work.processor}, {"engine", engine.name}};
+        }
+    return table;
 }
 
 // Applications.
@@ -708,6 +754,8 @@ std::vector<FurtherTable> makeTables() {
          [](const System& system) { return ownOf("mem", memoryDetailsReaders(), system.mem().details()); }},
         {infoOf("mem", "", {}, swapRatesReaders()), wantOfMemory<Memory::Measure::swapRates>,
          [](const System& system) { return ownOf("mem", swapRatesReaders(), system.mem().swapRates()); }},
+        {infoOf("mem", "", {}, swappedReaders()), wantOfMemory<Memory::Measure::swapRates>,
+         [](const System& system) { return ownOf("mem", swappedReaders(), system.mem().swapped()); }},
         {infoOf("mem", "", {}, compressionReaders()), wantOfMemory<Memory::Measure::compression>,
          [](const System& system) { return ownOf("mem", compressionReaders(), system.mem().compression()); }},
         {infoOf("mem", "", {}, pressureReaders()), wantOfMemory<Memory::Measure::pressure>,
@@ -747,11 +795,18 @@ std::vector<FurtherTable> makeTables() {
              return list("net", "links", "interface", trafficReaders(), system.net().traffic(),
                          [](const sentrel::probes::InterfaceTraffic& one) { return one.counters.name; });
          }},
-        {infoOf("gpu", "processors", {"device"}, processorReaders()), wantOfGraphics,
+        {infoOf("gpu", "processors", {"device"}, processorReaders()), wantOfGraphics<GPU::Measure::use>,
          [](const System& system) {
              return list("gpu", "processors", "device", processorReaders(), system.gpu().processors(),
                          [](const GPU::Activity& processor) { return processor.identifier; });
          }},
+        {infoOf("gpu", "processors", {"device"}, workReaders()), wantOfGraphics<GPU::Measure::engines>,
+         [](const System& system) {
+             return list("gpu", "processors", "device", workReaders(), system.gpu().work(),
+                         [](const GPU::Work& work) { return work.processor; });
+         }},
+        {infoOf("gpu", "engines", {"device", "engine"}, engineReaders()), wantOfGraphics<GPU::Measure::engines>,
+         engines},
         {infoOf("apps", "applications", {"name", "pid"}, threadsReaders()), wantOfApplications<Applies::threads>,
          processes<threadsReaders>},
         {infoOf("apps", "applications", {"name", "pid"}, storageReaders()), wantOfApplications<Applies::storage>,

@@ -57,8 +57,8 @@ void readNetwork(const sentrel::Network& network, Glance& glance) {
 
 void readVolumes(const sentrel::Disk& disk, Glance& glance) {
     for (const auto& [device, volume] : disk.volumes())
-        glance.volumes.push_back(
-            {volume->path(), volume->total(), volume->used(), volume->free(), volume->rbytesps(), volume->wbytesps()});
+        glance.volumes.push_back({volume->path(), volume->answers(), volume->total(), volume->used(), volume->free(),
+                                  volume->rbytesps(), volume->wbytesps()});
     std::ranges::sort(glance.volumes, std::ranges::less(), &Glance::Volume::path); // "/" comes first
 }
 

@@ -19,7 +19,8 @@ struct Glance {
     /// A volume.
     struct Volume {
         std::string path;            ///< where it is mounted
-        std::int64_t total = 0;      ///< 0: it does not answer
+        bool answers = false;        ///< else its sizes are old ones
+        std::int64_t total = 0;      ///< 0 if it never answered
         std::int64_t used = 0;       ///< of those
         std::int64_t free = 0;       ///< of those
         double readPerSecond = 0;    ///< of its disk

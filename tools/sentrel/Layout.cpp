@@ -201,7 +201,7 @@ double highest(const std::vector<double>& values) {
 }
 
 std::string spaceText(const Glance::Volume& volume) {
-    if (volume.total <= 0)
+    if (!volume.answers)
         return "does not answer";
     std::string text = sentrel::byteStr(volume.free) + " free";
     if (volume.readPerSecond >= 1.0 || volume.writtenPerSecond >= 1.0)
