@@ -51,6 +51,20 @@ if(TARGET sentrel_example_dashboard AND NOT APPLE)
     install(FILES ${dashboard_data}/sentrelkit-dashboard.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 endif()
 
+# The command, with what shells and manuals know of it.
+set(SENTREL_ZSH_COMPLETIONS ${CMAKE_INSTALL_DATAROOTDIR}/zsh/site-functions CACHE STRING
+    "Where the completion of zsh is installed, below the prefix")
+if(TARGET sentrel AND NOT APPLE)
+    set_target_properties(sentrel PROPERTIES INSTALL_RPATH $ORIGIN/../${CMAKE_INSTALL_LIBDIR})
+    install(TARGETS sentrel RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+    set(command_data packaging/command)
+    install(FILES ${command_data}/sentrel.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+    install(FILES ${command_data}/sentrel.bash RENAME sentrel
+            DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/bash-completion/completions)
+    install(FILES ${command_data}/_sentrel DESTINATION ${SENTREL_ZSH_COMPLETIONS})
+    install(FILES ${command_data}/sentrel.fish DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/fish/vendor_completions.d)
+endif()
+
 install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/SentrelKit)
 
 # A host of the static libraries links what they are made of too; the shared ones bring it themselves.

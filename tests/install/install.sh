@@ -33,6 +33,11 @@ for toolkit in Gtk Qt; do
     fi
 done
 
+if [ -x "$1/tools/sentrel/sentrel" ]; then
+    [ -s "$prefix/share/man/man1/sentrel.1" ] || fail "the command has no manual page"
+    "$prefix/bin/sentrel" show --json mem | grep -q '"physical_bytes"' || fail "the installed command does not run"
+fi
+
 # Until 1.0 each minor version may break hosts, so both numbers are in the name that a host loads.
 while read -r library; do
     name=$(readelf -d "$library" | sed -n 's/.*SONAME.*\[\(.*\)\]/\1/p')

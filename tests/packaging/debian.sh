@@ -67,7 +67,15 @@ done
 inside sentrelkit-dashboard --seconds 2 --output /program/dashboard.png
 [ -s "$machine/program/dashboard.png" ] || fail "the installed dashboard draws nothing"
 
-inside apt-get purge -y -q 'libsentrelkit-*' sentrelkit-dashboard >>"$out/machine.log"
+inside sentrel show --json >"$machine/program/line.json"
+inside python3 -c 'import json; assert json.load(open("/program/line.json"))["cpu"]["logical_cores"] > 0' ||
+    fail "the installed command tells nothing"
+for file in man/man1/sentrel.1.gz bash-completion/completions/sentrel zsh/vendor-completions/_sentrel \
+    fish/vendor_completions.d/sentrel.fish; do
+    [ -s "$machine/usr/share/$file" ] || fail "$file is not installed"
+done
+
+inside apt-get purge -y -q 'libsentrelkit-*' sentrelkit-dashboard sentrel >>"$out/machine.log"
 inside apt-get autoremove --purge -y -q >>"$out/machine.log"
 left=$(find "$machine/usr" "$machine/etc" "$machine/var/lib" -iname '*sentrel*' -not -path '*/var/lib/apt/*')
 [ -z "$left" ] || fail "left behind after the removal: $left"
