@@ -26,6 +26,9 @@ public:
     [[nodiscard]] const std::string& path() const noexcept { return folder_.path(); }
     [[nodiscard]] platform::SystemRoot root() const { return platform::SystemRoot(folder_.path()); }
 
+protected:
+    [[nodiscard]] const TemporaryFolder& folder() const noexcept { return folder_; }
+
 private:
     TemporaryFolder folder_;
 };
