@@ -94,11 +94,11 @@ public:
     // does not tell.
 
     /// What the process has read and written. Takes no memory. Linux: "io" of the process in /proc (read_bytes,
-    /// write_bytes), of one's own processes alone unless privileged. macOS: unsupported.
+    /// write_bytes), of one's own processes alone unless privileged. macOS: proc_pid_rusage, likewise.
     [[nodiscard]] virtual Availability storageBytes(std::int32_t processIdentifier, StorageBytes& bytes) noexcept = 0;
 
     /// How many files, sockets and the like the process holds open. Takes no memory. Linux: the entries of "fd" of the
-    /// process in /proc, of one's own processes alone unless privileged. macOS: unsupported.
+    /// process in /proc, of one's own processes alone unless privileged. macOS: PROC_PIDLISTFDS, likewise.
     [[nodiscard]] virtual Availability openFiles(std::int32_t processIdentifier, std::uint64_t& count) noexcept = 0;
 
     /// Whose the process is, and since when it runs. Linux: the owner and "stat" of the process in /proc, of any
@@ -106,7 +106,7 @@ public:
     [[nodiscard]] virtual Availability identity(std::int32_t processIdentifier, ProcessIdentity& identity) = 0;
 
     /// The words that the process was started with, the program's first; none for a thread of the kernel. A process may
-    /// write others over them. Linux: "cmdline" of the process in /proc, the first 2 MiB. macOS: unsupported.
+    /// write others over them. Linux: "cmdline" of the process in /proc, the first 2 MiB. macOS: KERN_PROCARGS2.
     [[nodiscard]] virtual Availability commandLine(std::int32_t processIdentifier,
                                                    std::vector<std::string>& arguments) = 0;
 

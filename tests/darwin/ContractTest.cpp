@@ -88,6 +88,9 @@ const std::multimap<std::string, std::string>& functions() {
         {"observe", "IOPSNotificationCreateRunLoopSource"},
         {"taskInfo", "proc_pidinfo"},
         {"startTime", "proc_pidinfo"},
+        {"storageBytes", "proc_pid_rusage"},
+        {"openFiles", "proc_pidinfo"},
+        {"commandLine", "sysctl"},
         {"parent", "proc_pidinfo"},
     };
     return all;

@@ -148,6 +148,9 @@ void addProcesses() {
     process.task.pti_threadnum = 3;
     process.facts.pbi_ppid = static_cast<std::uint32_t>(::getppid());
     process.facts.pbi_start_tvsec = 1'600'000'000;
+    process.files.resize(3);
+    process.arguments =
+        std::string("\1\0\0\0/bin/contract\0contract\0", 27); // on processors that begin with the low byte
     RunningApplication application;
     application.processIdentifier = self;
     application.localizedName = "Application";

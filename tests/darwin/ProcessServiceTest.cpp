@@ -4,7 +4,10 @@
 
 #include <SentrelKit/platform/macos/processes/MacProcessService.h>
 
+#include <cstring>
 #include <memory>
+#include <string>
+#include <utility>
 
 using namespace darwin;
 using namespace sentrel::platform;
@@ -107,6 +110,63 @@ TEST_F(MacProcesses, OfAServiceThatIsGoneAreNotHeardOf) {
     machine().running = {application(100, "Editor")};
     workspace::changeRunning();
     EXPECT_EQ(heard, 0);
+}
+
+// As the kernel lays them out: the number of words, the path, zeros, the words, the environment.
+std::string layOut(std::int32_t count, const std::string& texts) {
+    std::string bytes(sizeof(count), '\0');
+    std::memcpy(bytes.data(), &count, sizeof(count));
+    return bytes + texts;
+}
+
+TEST_F(MacProcesses, TellWhatTheyReadAndOpenedAndTheirWords) {
+    Process& process = machine().processes[100];
+    process.use.ri_diskio_bytesread = 4096;
+    process.use.ri_diskio_byteswritten = 512;
+    process.files.resize(1500); // more than a first buffer holds
+    process.arguments = layOut(2, std::string("/bin/editor\0\0\0\0editor\0two words\0HOME=/\0", 38));
+    StorageBytes bytes;
+    EXPECT_EQ(processes.storageBytes(100, bytes), sentrel::Availability::available);
+    EXPECT_EQ(bytes, (StorageBytes{.read = 4096, .written = 512}));
+    std::uint64_t files = 0;
+    EXPECT_EQ(processes.openFiles(100, files), sentrel::Availability::available);
+    EXPECT_EQ(files, 1500u);
+    process.files.resize(3);
+    EXPECT_EQ(processes.openFiles(100, files), sentrel::Availability::available);
+    EXPECT_EQ(files, 3u);
+    std::vector<std::string> words;
+    EXPECT_EQ(processes.commandLine(100, words), sentrel::Availability::available);
+    EXPECT_THAT(words, ElementsAre("editor", "two words"));
+}
+
+TEST_F(MacProcesses, OfAnotherUserOrEndedKeepTheirFacts) {
+    machine().processes[100].isForeign = true;
+    for (const auto& [id, answer] :
+         {std::pair(100, sentrel::Availability::denied), std::pair(99, sentrel::Availability::unsupported)}) {
+        StorageBytes bytes{7, 8};
+        std::uint64_t files = 9;
+        std::vector<std::string> words{"before"};
+        EXPECT_EQ(processes.storageBytes(id, bytes), answer);
+        EXPECT_EQ(processes.openFiles(id, files), answer);
+        EXPECT_EQ(processes.commandLine(id, words), answer);
+        EXPECT_EQ(bytes, (StorageBytes{7, 8}));
+        EXPECT_EQ(files, 9u);
+        EXPECT_THAT(words, ElementsAre("before"));
+    }
+}
+
+TEST_F(MacProcesses, WhoseWordsAreNotOfTheFormTellNone) {
+    EXPECT_THAT(parseProcessArguments(layOut(0, "/bin/editor")), testing::Optional(testing::IsEmpty()));
+    EXPECT_THAT(parseProcessArguments(layOut(1, std::string("/bin/editor\0cut", 15))),
+                testing::Optional(ElementsAre("cut")));
+    for (const std::string& bytes :
+         {std::string(), std::string("\1\0\0", 3), layOut(1, ""), layOut(1, "/bin/editor"),
+          layOut(2, std::string("/bin/editor\0one\0", 16)), layOut(-1, "/bin/editor"), layOut(1, std::string(9, '\0'))})
+        EXPECT_FALSE(parseProcessArguments(bytes)) << bytes.size();
+    machine().processes[100].arguments = "?";
+    std::vector<std::string> words{"before"};
+    EXPECT_EQ(processes.commandLine(100, words), sentrel::Availability::failed);
+    EXPECT_THAT(words, ElementsAre("before"));
 }
 
 } // namespace

@@ -56,6 +56,19 @@ int sysctl(int* name, u_int length, void* out, size_t* size, void*, size_t) {
         const std::vector<std::uint8_t>& list = machine().interfaceList;
         return give("sysctl", list.data(), list.size(), out, size);
     }
+    if (length == 2 && name[0] == CTL_KERN && name[1] == KERN_ARGMAX) {
+        constexpr int most = 1 << 20;
+        return give("sysctl", &most, sizeof(most), out, size);
+    }
+    if (length == 3 && name[0] == CTL_KERN && name[1] == KERN_PROCARGS2) {
+        const auto process = machine().processes.find(name[2]);
+        if (process == machine().processes.end() || process->second.isForeign) {
+            errno = EINVAL; // for both
+            return -1;
+        }
+        const std::string& words = process->second.arguments;
+        return give("sysctl", words.data(), words.size(), out, size);
+    }
     errno = ENOENT;
     return -1;
 }

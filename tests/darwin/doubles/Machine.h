@@ -56,6 +56,9 @@ struct SmartDrive {
 struct Process {
     proc_taskinfo task{};
     proc_bsdinfo facts{};
+    rusage_info_v2 use{};
+    std::vector<proc_fdinfo> files;
+    std::string arguments;  ///< as the kernel lays them out
     bool isForeign = false; ///< another user's: its figures are refused
 };
 

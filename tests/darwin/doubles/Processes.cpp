@@ -35,9 +35,33 @@ extern "C" int proc_pidinfo(int pid, int flavor, std::uint64_t, void* buffer, in
     }
     if (flavor == PROC_PIDTBSDINFO)
         return give(process->second.facts, buffer, buffersize);
-    if (flavor != PROC_PIDTASKINFO || process->second.isForeign) {
+    if (process->second.isForeign) {
         errno = EPERM;
         return 0;
     }
+    if (flavor == PROC_PIDLISTFDS) { // as many as fit
+        const std::vector<proc_fdinfo>& files = process->second.files;
+        const std::size_t count = std::min(files.size(), static_cast<std::size_t>(buffersize) / sizeof(proc_fdinfo));
+        std::copy_n(files.begin(), count, static_cast<proc_fdinfo*>(buffer));
+        return static_cast<int>(count * sizeof(proc_fdinfo));
+    }
+    if (flavor != PROC_PIDTASKINFO) {
+        errno = EINVAL;
+        return 0;
+    }
     return give(process->second.task, buffer, buffersize);
+}
+
+extern "C" int proc_pid_rusage(int pid, int flavor, rusage_info_t* buffer) {
+    const auto process = machine().processes.find(pid);
+    if (const auto code = failures::due("proc_pid_rusage")) {
+        errno = *code;
+        return -1;
+    }
+    if (process == machine().processes.end() || process->second.isForeign || flavor != RUSAGE_INFO_V2) {
+        errno = process == machine().processes.end() ? ESRCH : EPERM;
+        return -1;
+    }
+    std::memcpy(buffer, &process->second.use, sizeof(rusage_info_v2));
+    return 0;
 }

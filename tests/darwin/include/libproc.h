@@ -4,9 +4,11 @@
 /// What the kernel tells of a process.
 
 #include <cstdint>
+#include <sys/resource.h>
 #include <sys/types.h>
 
 #define MAXCOMLEN 16
+#define PROC_PIDLISTFDS 1
 #define PROC_PIDTBSDINFO 3
 #define PROC_PIDTASKINFO 4
 
@@ -35,6 +37,11 @@ struct proc_bsdinfo {
     std::uint64_t pbi_start_tvusec;
 };
 
+struct proc_fdinfo {
+    std::int32_t proc_fd;
+    std::uint32_t proc_fdtype;
+};
+
 struct proc_taskinfo {
     std::uint64_t pti_virtual_size;
     std::uint64_t pti_resident_size;
@@ -58,4 +65,5 @@ struct proc_taskinfo {
 
 extern "C" {
 int proc_pidinfo(int pid, int flavor, std::uint64_t arg, void* buffer, int buffersize);
+int proc_pid_rusage(int pid, int flavor, rusage_info_t* buffer);
 }

@@ -10,7 +10,9 @@
 #define CTL_KERN 1
 #define CTL_VM 2
 #define CTL_NET 4
+#define KERN_ARGMAX 8
 #define KERN_BOOTTIME 21
+#define KERN_PROCARGS2 49
 #define VM_SWAPUSAGE 5
 #define NET_RT_IFLIST2 6
 
