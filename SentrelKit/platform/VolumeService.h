@@ -67,13 +67,13 @@ public:
     [[nodiscard]] virtual std::optional<Icon> iconForPath(const std::string& path) = 0;
 
     /// Fills the list with the counters of every disk and of every part of one, all taken by one request. Touches no
-    /// file system. Linux: /proc/diskstats, readable for everybody; macOS: unsupported so far, the statistics of the
-    /// block storage drivers would tell. Unless available the list stays as it was. Allocates nothing once warm.
+    /// file system. Linux: /proc/diskstats, readable for everybody; macOS: unsupported: the block storage drivers
+    /// count less, no time in which a disk was busy. Unless available the list stays as it was. Allocates nothing once warm.
     [[nodiscard]] virtual Availability diskOperations(std::vector<DiskOperations>& disks) = 0;
 
     /// Fills the list with every disk and every part of one. Touches no file system, but opens many files: for the
     /// moments at which a device came or went. Linux: sysfs, and udev for models, readable for everybody; macOS:
-    /// unsupported so far, as `diskOperations`. Unless available the list stays as it was.
+    /// the media of the device registry. Unless available the list stays as it was.
     [[nodiscard]] virtual Availability diskDevices(std::vector<DiskDevice>& devices) = 0;
 };
 

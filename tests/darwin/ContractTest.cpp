@@ -60,6 +60,7 @@ const std::multimap<std::string, std::string>& functions() {
         {"media", "DADiskCopyIOMedia"},
         {"statistics", "IORegistryEntrySearchCFProperty"},
         {"parent", "IORegistryEntryGetParentEntry"},
+        {"diskDevices", "IOServiceGetMatchingServices"},
         {"packetCounters", "sysctl"},
         {"createSmartPlugIn", "IOCreatePlugInInterfaceForService"},
         {"queryInterface", "QueryInterface"},

@@ -6,6 +6,7 @@
 #include <SentrelKit/platform/macos/dispatch/MacDispatch.h>
 #include <SentrelKit/platform/macos/volumes/MacVolumeService.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <string>
@@ -80,6 +81,38 @@ protected:
     RegistryEntry* drive = nullptr;
     RegistryEntry* stick = nullptr;
 };
+
+TEST_F(MacVolumes, LieOnMediaThatTheRegistryDescribes) {
+    drive->properties["Device Characteristics"] =
+        PropertyList::Dictionary{{"Product Name", "Example SSD"}, {"Medium Type", "Solid State"}};
+    RegistryEntry& medium = *stick->children[0];
+    medium.properties["Size"] = std::int64_t{8'000'000'000};
+    medium.properties["Removable"] = true;
+    medium.properties["Writable"] = false;
+    std::vector<sentrel::DiskDevice> devices;
+    ASSERT_EQ(volumes.diskDevices(devices), sentrel::Availability::available);
+    ASSERT_EQ(devices.size(), 6u);
+    const auto device = [&](const std::string& name) {
+        return *std::find_if(devices.begin(), devices.end(), [&](const auto& each) { return each.name == name; });
+    };
+    EXPECT_EQ(device("disk0").whole, "disk0");
+    EXPECT_EQ(device("disk0").model, "Example SSD");
+    EXPECT_EQ(device("disk0").rotational, false);
+    EXPECT_FALSE(device("disk0").size) << "not told";
+    EXPECT_FALSE(device("disk0").readOnly);
+    EXPECT_EQ(device("disk0s2").whole, "disk0");
+    EXPECT_EQ(device("disk1s1").whole, "disk1") << "a container's disk is whole, too";
+    EXPECT_EQ(device("disk2s1").whole, "disk2");
+    EXPECT_EQ(device("disk2s1").size, 8'000'000'000);
+    EXPECT_EQ(device("disk2s1").removable, true);
+    EXPECT_EQ(device("disk2s1").readOnly, true);
+    EXPECT_FALSE(device("disk2s1").model);
+    EXPECT_FALSE(device("disk2s1").rotational);
+
+    failures::plan("IOServiceGetMatchingServices", 5);
+    EXPECT_EQ(volumes.diskDevices(devices), sentrel::Availability::failed);
+    EXPECT_EQ(devices.size(), 6u);
+}
 
 TEST_F(MacVolumes, AreListedFieldByFieldInMountTableOrder) {
     EXPECT_EQ(volumes.countMountedFileSystems(), 3);

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/platform/macos/volumes/MacVolumeService.h>
 
+#include <SentrelKit/platform/macos/common/CFOwner.h>
+#include <SentrelKit/platform/macos/common/IOObject.h>
+#include <SentrelKit/platform/macos/common/Values.h>
 #include <SentrelKit/platform/macos/volumes/MacDiskSession.h>
 #include <SentrelKit/platform/macos/volumes/VolumeIcon.h>
 #include <SentrelKit/platform/macos/volumes/VolumeNotices.h>
@@ -12,6 +15,9 @@
 #include <algorithm>
 #include <array>
 #include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -30,7 +36,70 @@ FileSystemSpace spaceOf(const struct statfs& record) noexcept {
             .freeInodes = record.f_ffree};
 }
 
+PropertyList::Dictionary propertiesOf(const IOObject& entry) {
+    CFMutableDictionaryRef properties = nullptr;
+    if (IORegistryEntryCreateCFProperties(entry.get(), &properties, kCFAllocatorDefault, kNilOptions) != KERN_SUCCESS)
+        return {};
+    return dictionaryOf(CFOwner(properties).get());
+}
+
+template <class T>
+std::optional<T> valueOf(const PropertyList::Dictionary& properties, std::string_view key) {
+    const auto entry = properties.find(key);
+    const T* const value = entry == properties.end() ? nullptr : entry->second.template as<T>();
+    return value ? std::optional(*value) : std::nullopt;
+}
+
+// The kernel's name of the nearest medium at or above one that is whole; empty if there is none.
+std::string wholeOf(const IOObject& medium, const PropertyList::Dictionary& own) {
+    if (valueOf<bool>(own, "Whole").value_or(false))
+        return valueOf<std::string>(own, "BSD Name").value_or("");
+    io_registry_entry_t above = IO_OBJECT_NULL;
+    if (IORegistryEntryGetParentEntry(medium.get(), kIOServicePlane, &above) != KERN_SUCCESS)
+        return {};
+    const IOObject parent(above);
+    return wholeOf(parent, propertiesOf(parent));
+}
+
+// The keys are those of IOKit's IOMedia.h, IOBSD.h and IOStorageDeviceCharacteristics.h.
+std::optional<DiskDevice> describe(const IOObject& medium) {
+    const PropertyList::Dictionary own = propertiesOf(medium);
+    std::optional<std::string> name = valueOf<std::string>(own, "BSD Name");
+    if (!name)
+        return std::nullopt;
+    const CFOwner found(IORegistryEntrySearchCFProperty(medium.get(), kIOServicePlane, CFSTR("Device Characteristics"),
+                                                        kCFAllocatorDefault,
+                                                        kIORegistryIterateRecursively | kIORegistryIterateParents));
+    const PropertyList::Dictionary drive = dictionaryOf(found.get());
+    DiskDevice device{.name = std::move(*name), .alias = {}, .whole = wholeOf(medium, own)};
+    if (device.whole.empty())
+        device.whole = device.name;
+    device.model = valueOf<std::string>(drive, "Product Name");
+    device.size = valueOf<std::int64_t>(own, "Size");
+    device.removable = valueOf<bool>(own, "Removable");
+    if (const std::optional<bool> isWritable = valueOf<bool>(own, "Writable"))
+        device.readOnly = !*isWritable;
+    if (const std::optional<std::string> kind = valueOf<std::string>(drive, "Medium Type"))
+        device.rotational = *kind == "Rotational";
+    return device;
+}
+
 } // namespace
+
+Availability MacVolumeService::diskDevices(std::vector<DiskDevice>& devices) {
+    io_iterator_t found = IO_OBJECT_NULL;
+    // The question releases what it matches by.
+    if (IOServiceGetMatchingServices(kIOMasterPortDefault, IOServiceMatching("IOMedia"), &found) != KERN_SUCCESS)
+        return Availability::failed;
+    const IOObject iterator(found);
+    std::vector<DiskDevice> media;
+    while (const IOObject medium{IOIteratorNext(iterator.get())}) {
+        if (std::optional<DiskDevice> device = describe(medium))
+            media.push_back(std::move(*device));
+    }
+    devices = std::move(media);
+    return Availability::available;
+}
 
 std::int32_t MacVolumeService::countMountedFileSystems() {
     return ::getfsstat(nullptr, 0, MNT_NOWAIT);

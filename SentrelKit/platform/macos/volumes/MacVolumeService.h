@@ -5,7 +5,7 @@
 
 namespace sentrel::platform {
 
-/// The kernel's mount table, disk arbitration and the workspace's notices.
+/// The kernel's mount table, the device registry's media, disk arbitration and the workspace's notices.
 class MacVolumeService final : public VolumeService {
 public:
     std::int32_t countMountedFileSystems() override;
@@ -16,8 +16,10 @@ public:
     Observation observe(std::function<void(const VolumeNotification&)> observer) override;
     void checkLabel(const std::string& /*path*/) override {} // the workspace tells of each
     std::optional<Icon> iconForPath(const std::string& path) override;
+    // The storage drivers count operations and what they took, but neither the time in which there was one to do nor
+    // those that wait.
     Availability diskOperations(std::vector<DiskOperations>& /*disks*/) override { return Availability::unsupported; }
-    Availability diskDevices(std::vector<DiskDevice>& /*devices*/) override { return Availability::unsupported; }
+    Availability diskDevices(std::vector<DiskDevice>& devices) override;
 };
 
 } // namespace sentrel::platform
