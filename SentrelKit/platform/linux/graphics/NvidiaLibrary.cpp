@@ -55,11 +55,10 @@ public:
     // Whether the answer holds a figure.
     bool add(int result) noexcept {
         const Availability answer = availabilityOfResult(result);
-        if (answer == Availability::available)
+        const bool isFigure = answer == Availability::available;
+        if (isFigure || whole_ == Availability::unsupported)
             whole_ = answer;
-        else if (whole_ == Availability::unsupported)
-            whole_ = answer;
-        return answer == Availability::available;
+        return isFigure;
     }
     [[nodiscard]] Availability whole() const noexcept { return whole_; }
 
