@@ -103,10 +103,10 @@ public:
     /// only whether it was awake. Empty unless Measure::engines is wanted and was sampled.
     ///
     /// Without privilege only the caller's own processes tell, and what others have the processors do is missing here:
-    /// `denied` if none of its own uses one. The sample looks at each open file of each process, which takes about as
-    /// long as all other facts together: want it while somebody looks. Linux: "drm-engine-*" or "drm-cycles-*" and
-    /// "drm-resident-*" of "fdinfo" of the processes in /proc (amdgpu, i915, xe and more; not NVIDIA's own driver).
-    /// macOS: unsupported.
+    /// `denied` if none of its own uses one. The sample looks at each open file of each process: 5 ms of processor
+    /// time for 180 processes with 1300 open files. Want it while somebody looks. Linux: "drm-engine-*" or
+    /// "drm-cycles-*" and "drm-resident-*" of "fdinfo" of the processes in /proc (amdgpu, i915, xe and more; not
+    /// NVIDIA's own driver). macOS: unsupported.
     [[nodiscard]] std::vector<Work> work() const;
 
     /// The same into the caller's list, whose memory is used again: for a reader that looks every second.

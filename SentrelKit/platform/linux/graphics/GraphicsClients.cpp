@@ -24,6 +24,8 @@ constexpr std::string_view devicesFolder = "/dev/dri/";
 constexpr std::size_t mostEngines = 32;
 constexpr std::size_t bufferSize = 16384; // i915 and xe tell a hundred lines
 
+using Path = std::array<char, 64>; // below /proc: two numbers and a word
+
 GraphicsEngine* engineOf(GraphicsClient& client, std::size_t& count, std::string_view name) {
     const auto end = client.engines.begin() + static_cast<std::ptrdiff_t>(count);
     const auto found =
@@ -118,15 +120,14 @@ bool parseGraphicsClient(std::string_view text, GraphicsClient& client) {
 GraphicsClients::GraphicsClients(const SystemRoot& root)
     : root_(root), processesFolder_(root.path("/proc")), cards_(root, cardsFolder) {}
 
-void GraphicsClients::readFile(int process, const char* name) {
+void GraphicsClients::readFile(int processes, const char* process, int files, const char* name) {
     std::array<char, 64> target;
-    std::array<char, 32> path;
-    std::snprintf(path.data(), path.size(), "fd/%s", name);
-    const ssize_t length = ::readlinkat(process, path.data(), target.data(), target.size());
+    const ssize_t length = ::readlinkat(files, name, target.data(), target.size());
     if (length <= 0 || !std::string_view(target.data(), static_cast<std::size_t>(length)).starts_with(devicesFolder))
         return;
-    std::snprintf(path.data(), path.size(), "fdinfo/%s", name);
-    const std::optional<std::string_view> text = readFileAt(process, path.data(), buffer_);
+    Path path;
+    std::snprintf(path.data(), path.size(), "%s/fdinfo/%s", process, name);
+    const std::optional<std::string_view> text = readFileAt(processes, path.data(), buffer_);
     if (!text || !parseGraphicsClient(wholeLines(*text, buffer_.size()), scratch_))
         return;
     const auto end = clients_.begin() + static_cast<std::ptrdiff_t>(count_);
@@ -140,8 +141,9 @@ void GraphicsClients::readFile(int process, const char* name) {
 }
 
 void GraphicsClients::readProcess(int processes, const char* process) {
-    const UniqueFd folder = openAt(processes, process, O_DIRECTORY);
-    const UniqueFd files = folder ? openAt(folder.get(), "fd", O_DIRECTORY) : UniqueFd();
+    Path path;
+    std::snprintf(path.data(), path.size(), "%s/fd", process);
+    const UniqueFd files = openAt(processes, path.data(), O_DIRECTORY);
     if (!files) {
         isDenied_ = isDenied_ || availabilityOf(errno) == Availability::denied;
         return;
@@ -149,7 +151,7 @@ void GraphicsClients::readProcess(int processes, const char* process) {
     FolderReader entries(files.get());
     while (const dirent64* entry = entries.next())
         if (isNumber(entry->d_name))
-            readFile(folder.get(), entry->d_name);
+            readFile(processes, process, files.get(), entry->d_name);
 }
 
 Availability GraphicsClients::read(std::vector<GraphicsClient>& clients) {

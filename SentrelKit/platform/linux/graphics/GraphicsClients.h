@@ -30,7 +30,7 @@ public:
 
 private:
     void readProcess(int processes, const char* process);
-    void readFile(int process, const char* name);
+    void readFile(int processes, const char* process, int files, const char* name);
 
     const SystemRoot root_;
     const std::string processesFolder_;
