@@ -12,15 +12,6 @@ namespace {
 
 constexpr double millisecond = 1e6; // nanoseconds
 
-// The counters of the same device, which stand where they stood as long as none came or went.
-const DiskOperations* find(std::span<const DiskOperations> before, const DiskOperations& now,
-                           std::size_t guess) noexcept {
-    if (guess < before.size() && before[guess].name == now.name)
-        return &before[guess];
-    const auto found = std::ranges::find(before, now.name, &DiskOperations::name);
-    return found == before.end() ? nullptr : &*found;
-}
-
 // How many milliseconds a time grew, also over its end; absent where it went back.
 std::optional<double> growth(std::uint32_t now, std::uint32_t before) noexcept {
     constexpr std::uint32_t half = std::uint32_t{1} << 31U;
@@ -65,11 +56,11 @@ void DiskRates::take(std::span<const DiskOperations> counters, std::int64_t time
         record.readLatency.reset();
         record.writeLatency.reset();
         record.queueLength.reset();
-        if (const DiskOperations* const before = find(before_, counters[place], place))
-            measure(counters[place], *before, time - time_, record);
+        const auto isSame = [&name = counters[place].name](const DiskOperations& each) { return each.name == name; };
+        if (const DiskOperations* const before = before_.find(place, isSame))
+            measure(counters[place], *before, before_.elapsed(time), record);
     }
-    before_.assign(counters.begin(), counters.end());
-    time_ = time;
+    before_.keep(counters, time);
 }
 
 } // namespace sentrel::probes

@@ -3,6 +3,7 @@
 
 #include <SentrelKit/Export.h>
 #include <SentrelKit/platform/InterfaceFacts.h>
+#include <SentrelKit/probes/detail/SampleBefore.h>
 
 #include <cstdint>
 #include <optional>
@@ -31,11 +32,10 @@ public:
     void take(std::span<const InterfaceCounters> counters, std::int64_t time, std::vector<InterfaceTraffic>& traffic);
 
     /// The next sample is a first one again.
-    void forget() noexcept { before_.clear(); }
+    void forget() noexcept { before_.forget(); }
 
 private:
-    std::vector<InterfaceCounters> before_;
-    std::int64_t time_ = 0;
+    SampleBefore<InterfaceCounters> before_;
 };
 
 } // namespace sentrel::probes

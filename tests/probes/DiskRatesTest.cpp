@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/probes/DiskRates.h>
 
-#include "tests/support/Allocations.h"
-
 #include <gtest/gtest.h>
 
 namespace sentrel::probes {
@@ -100,35 +98,6 @@ TEST_F(DiskRatesTest, WithoutTimeBetweenTwoSamplesThereIsNone) {
     disk.busyTime += 5;
     const DiskActivity activity = take(5 * second);
     EXPECT_FALSE(activity.readsRate || activity.busy || activity.queueLength);
-}
-
-TEST_F(DiskRatesTest, ADiskThatIsNewBeginsAndTheOthersGoOnWhereverTheyStand) {
-    take(5 * second);
-    DiskOperations added = disk;
-    added.name = "sdb";
-    disk.reads += 7;
-    const std::vector<DiskOperations> both = {added, disk};
-    rates_.take(both, 6 * second, activity_);
-    EXPECT_EQ(activity_[0].readsRate, std::nullopt);
-    EXPECT_DOUBLE_EQ(activity_[1].readsRate.value(), 7);
-}
-
-TEST_F(DiskRatesTest, BeginAnewOnceForgotten) {
-    take(5 * second);
-    rates_.forget();
-    EXPECT_EQ(take(6 * second).busy, std::nullopt);
-}
-
-TEST_F(DiskRatesTest, AllocateNothingOnceWarm) {
-    disk.name = "a name of15char";
-    take(second);
-    take(2 * second);
-    const std::size_t before = allocations();
-    for (int sample = 3; sample < 20; ++sample)
-        rates_.take({&disk, 1}, sample * second, activity_);
-    if (countsAllocations) {
-        EXPECT_EQ(allocations(), before);
-    }
 }
 
 } // namespace

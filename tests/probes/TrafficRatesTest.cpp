@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/probes/TrafficRates.h>
 
-#include "tests/support/Allocations.h"
-
 #include <gtest/gtest.h>
 
 namespace sentrel::probes {
@@ -28,14 +26,6 @@ protected:
     TrafficRates rates_;
     std::vector<InterfaceTraffic> traffic_;
 };
-
-TEST_F(TrafficRatesTest, TheFirstSampleOfAnInterfaceHasNone) {
-    const auto& traffic = take({lan}, 5 * second);
-    ASSERT_EQ(traffic.size(), 1U);
-    EXPECT_EQ(traffic[0].counters.packetsIn, 1000);
-    EXPECT_EQ(traffic[0].packetsInRate, std::nullopt);
-    EXPECT_EQ(traffic[0].dropsOutRate, std::nullopt);
-}
 
 TEST_F(TrafficRatesTest, AreWhatWasCountedBetweenTwoSamplesASecond) {
     take({lan}, 5 * second);
@@ -65,12 +55,6 @@ TEST_F(TrafficRatesTest, ACounterThatWentBackHasNoneForThatSampleAndTheOthersHav
     EXPECT_DOUBLE_EQ(take({lan}, 7 * second).at(0).packetsInRate.value(), 2);
 }
 
-TEST_F(TrafficRatesTest, WithoutTimeBetweenTwoSamplesThereIsNone) {
-    take({lan}, 5 * second);
-    EXPECT_EQ(take({lan}, 5 * second).at(0).packetsInRate, std::nullopt);
-    EXPECT_EQ(take({lan}, 4 * second).at(0).packetsInRate, std::nullopt);
-}
-
 TEST_F(TrafficRatesTest, AnInterfaceMadeAnewUnderItsNameBeginsAnewAndTheOthersGoOnWhereverTheyStand) {
     const InterfaceCounters other{.name = "wan0", .index = 3};
     take({lan, other}, 5 * second);
@@ -86,24 +70,6 @@ TEST_F(TrafficRatesTest, WhatASystemDoesNotCountHasNone) {
     EXPECT_EQ(take({lan}, 6 * second).at(0).dropsOutRate, std::nullopt);
     lan.dropsOut = 5;
     EXPECT_EQ(take({lan}, 7 * second).at(0).dropsOutRate, std::nullopt);
-}
-
-TEST_F(TrafficRatesTest, BeginAnewOnceForgotten) {
-    take({lan}, 5 * second);
-    rates_.forget();
-    EXPECT_EQ(take({lan}, 6 * second).at(0).packetsInRate, std::nullopt);
-}
-
-TEST_F(TrafficRatesTest, AllocateNothingOnceWarm) {
-    const std::vector<InterfaceCounters> counters = {lan, {.name = "a name of15char", .index = 7}};
-    take(counters, second);
-    take(counters, 2 * second);
-    const std::size_t before = allocations();
-    for (int sample = 3; sample < 20; ++sample)
-        take(counters, sample * second);
-    if (countsAllocations) {
-        EXPECT_EQ(allocations(), before);
-    }
 }
 
 } // namespace
