@@ -99,6 +99,22 @@ void writeAndSync(const std::string& path, int megabytes) {
     ::close(file);
 }
 
+// A mounted image and the model, which has sampled what its disk does once.
+struct MeasuredImage {
+    explicit MeasuredImage(const std::string& label) : image(label, 32) {
+        disk.setMeasures({Disk::Measure::activity});
+        disk.update();
+    }
+
+    struct Mounted : LoopDisk {
+        Mounted(const std::string& label, int megabytes) : LoopDisk(label, megabytes) { mount(); }
+    };
+
+    const Mounted image;
+    Disk disk;
+    const VolumePointer volume = find(disk, image.device());
+};
+
 class LiveDisk : public testing::Test {
 protected:
     void SetUp() override {
@@ -170,13 +186,9 @@ TEST_F(LiveDisk, AgreesWithStatvfsAndDiskstats) {
 }
 
 TEST_F(LiveDisk, CountsTheOperationsOfADiskAsTheKernelsTableReadByAnotherProgramDoes) {
-    const LoopDisk image("BUSY", 32);
-    image.mount();
-    Disk disk;
-    const VolumePointer volume = find(disk, image.device());
-    ASSERT_TRUE(volume);
-    disk.setMeasures({Disk::Measure::activity});
-    disk.update();
+    MeasuredImage measured("BUSY");
+    ASSERT_TRUE(measured.volume);
+    auto& [image, disk, volume] = measured;
     const SteadyClock::time_point begin = SteadyClock::now();
     const auto before = disk.activity(*volume);
     ASSERT_TRUE(before);
@@ -206,13 +218,9 @@ TEST_F(LiveDisk, CountsTheOperationsOfADiskAsTheKernelsTableReadByAnotherProgram
 }
 
 TEST_F(LiveDisk, GivesTheWritesASecondOfTheTimeBetweenTwoSamples) {
-    const LoopDisk image("RATE", 32);
-    image.mount();
-    Disk disk;
-    const VolumePointer volume = find(disk, image.device());
-    ASSERT_TRUE(volume);
-    disk.setMeasures({Disk::Measure::activity});
-    disk.update();
+    MeasuredImage measured("RATE");
+    ASSERT_TRUE(measured.volume);
+    auto& [image, disk, volume] = measured;
     const auto before = disk.activity(*volume);
     const SteadyClock::time_point begin = SteadyClock::now();
     const SteadyClock::time_point end = begin + 300ms;
