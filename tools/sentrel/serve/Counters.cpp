@@ -154,6 +154,17 @@ std::vector<TableInfo> counterInfos() {
         {"net", "interfaces", {"interface"}, {&packetsIn, &packetsOut, &errorsIn, &errorsOut, &dropsIn, &dropsOut}}};
 }
 
+RisingCounters::Habits habitsOf(const FigureInfo& figure) {
+    RisingCounters::Habits habits;
+    // The kernel corrects what it counted as idle when a processor comes back from its rest.
+    if (&figure == &processorSeconds)
+        habits.wobble = 10.0;
+    for (const FigureInfo* const time : {&readSeconds, &writeSeconds, &busySeconds, &queueSeconds})
+        if (&figure == time)
+            habits.range = 4294967.296; // 2^32 milliseconds
+    return habits;
+}
+
 std::vector<Table> readCounters(System& system, std::string_view resource) {
     if (resource == "cpu")
         return join(processors(system.cpu()), waiting(resource, cpuPressure, system.cpu().pressure()));

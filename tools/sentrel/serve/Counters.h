@@ -5,6 +5,7 @@
 /// operations, packets. Told while the model's group of further facts is sampled.
 
 #include "tools/sentrel/Figures.h"
+#include "tools/sentrel/serve/RisingCounters.h"
 
 #include <SentrelKit/system/System.h>
 
@@ -18,5 +19,8 @@ namespace tool {
 
 /// Those of a resource as of its last sample. Empty for a resource without any.
 [[nodiscard]] std::vector<Table> readCounters(sentrel::System& system, std::string_view resource);
+
+/// How a counter may fall, be it one of these or another figure.
+[[nodiscard]] RisingCounters::Habits habitsOf(const FigureInfo& figure);
 
 } // namespace tool

@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/sentrel/serve/Metrics.h"
 
+#include "tools/sentrel/serve/ApplicationTable.h"
 #include "tools/sentrel/serve/Counters.h"
 
+#include <algorithm>
+#include <iterator>
+#include <map>
 #include <utility>
 
 namespace tool {
@@ -28,30 +32,41 @@ bool isRate(std::string_view name) {
     return name.ends_with("_per_second") && !name.ends_with("_bits_per_second");
 }
 
-// A process's number would be a new series for each process that ever runs.
-std::vector<std::string_view> labelsOf(const TableInfo& table) {
-    return table.list == "applications" ? std::vector<std::string_view>{"application"} : table.labels;
+// Empty for a figure that is not told.
+std::string metricName(std::string_view resource, std::string_view list, const FigureInfo& figure) {
+    if (figure.kind == Kind::text || isRate(figure.name))
+        return {};
+    // "_count" at the end is what engines call a part of a distribution.
+    const std::string_view name = figure.name == "count" ? "tracked" : figure.name;
+    return "sentrel_" + subject(resource, list) + '_' + std::string(name);
 }
 
 void add(std::vector<Metric>& metrics, const TableInfo& table) {
     for (const FigureInfo* const figure : table.figures)
         if (std::string name = metricName(table.resource, table.list, *figure); !name.empty())
-            metrics.push_back({std::move(name), figure->kind, figure->help, labelsOf(table), table.resource});
+            metrics.push_back({std::move(name), figure->kind, figure->help, table.labels, table.resource, figure});
+}
+
+// Applications are told in a form of their own: a process's number would be a new series for each that ever runs.
+std::vector<TableInfo> tables() {
+    std::vector<TableInfo> tables = tableInfos();
+    std::erase_if(tables, [](const TableInfo& table) { return table.list == ApplicationTable::info().list; });
+    std::ranges::copy(counterInfos(), std::back_inserter(tables));
+    tables.push_back(ApplicationTable::info());
+    return tables;
 }
 
 std::vector<Metric> makeMetrics() {
     std::vector<Metric> metrics;
     for (const std::string_view resource : resources()) {
-        for (const TableInfo& table : tableInfos())
+        const std::size_t before = metrics.size();
+        for (const TableInfo& table : tables())
             if (table.resource == resource)
                 add(metrics, table);
-        for (const TableInfo& table : counterInfos())
-            if (table.resource == resource)
-                add(metrics, table);
-        metrics.push_back(
-            {lastSampleName(resource), Kind::gauge, "When it was sampled last, since the epoch.", {}, resource});
+        if (metrics.size() > before)
+            metrics.push_back({lastSampleName(resource), Kind::gauge, lastSampleHelp, {}, resource});
     }
-    metrics.push_back({std::string(buildInfoName), Kind::gauge, "1, with the version.", {"version"}, {}});
+    metrics.push_back({std::string(buildInfoName), Kind::gauge, buildInfoHelp, {"version"}, {}});
     return metrics;
 }
 
@@ -62,12 +77,16 @@ const std::vector<Metric>& metrics() {
     return all;
 }
 
-std::string metricName(std::string_view resource, std::string_view list, const FigureInfo& figure) {
-    if (figure.kind == Kind::text || isRate(figure.name))
-        return {};
-    // "_count" at the end is what engines call a part of a distribution.
-    const std::string_view name = figure.name == "count" ? "tracked" : figure.name;
-    return "sentrel_" + subject(resource, list) + '_' + std::string(name);
+const Metric* metricOf(const FigureInfo& figure) {
+    static const std::map<const FigureInfo*, const Metric*> byFigure = [] {
+        std::map<const FigureInfo*, const Metric*> map;
+        for (const Metric& metric : metrics())
+            if (metric.figure != nullptr)
+                map.emplace(metric.figure, &metric);
+        return map;
+    }();
+    const auto found = byFigure.find(&figure);
+    return found == byFigure.end() ? nullptr : found->second;
 }
 
 std::string lastSampleName(std::string_view resource) {

@@ -21,18 +21,21 @@ struct Metric {
     std::string_view help;                ///< a sentence
     std::vector<std::string_view> labels; ///< of each series
     std::string_view resource;            ///< where it comes from, as in TableInfo
+    const FigureInfo* figure = nullptr;   ///< the figure that it is; null for what the exporter tells of itself
 };
 
 /// Every metric, by its resource, those that the exporter tells of itself last. Names are unique.
 [[nodiscard]] const std::vector<Metric>& metrics();
 
-/// The name of the metric that a figure of a table is; empty for one that is not told.
-[[nodiscard]] std::string metricName(std::string_view resource, std::string_view list, const FigureInfo& figure);
+/// The metric that a figure is; null for one that is not told.
+[[nodiscard]] const Metric* metricOf(const FigureInfo& figure);
 
 /// The name of the metric that says when a resource was sampled last, in seconds since the epoch.
 [[nodiscard]] std::string lastSampleName(std::string_view resource);
 
-/// The metric that tells the version, with the value 1.
-constexpr std::string_view buildInfoName = "sentrel_build_info";
+constexpr std::string_view lastSampleHelp = "When it was sampled last, since the epoch."; ///< of each of those
+
+constexpr std::string_view buildInfoName = "sentrel_build_info";                  ///< with the version as its label
+constexpr std::string_view buildInfoHelp = "1, with the version of the program."; ///< of that
 
 } // namespace tool
