@@ -2,6 +2,7 @@
 // The command: what the library measures, on a terminal and for other programs.
 #include "tools/sentrel/Live.h"
 #include "tools/sentrel/ShowCommand.h"
+#include "tools/sentrel/serve/ServeCommand.h"
 
 #include <SentrelKit/Version.h>
 
@@ -16,7 +17,7 @@ int main(int count, char** arguments) {
                                               std::to_string(SENTREL_VERSION_MINOR) + '.' +
                                               std::to_string(SENTREL_VERSION_PATCH));
     program.require_subcommand(0, 1);
-    const tool::Command commands[] = {tool::addShow(program)};
+    const tool::Command commands[] = {tool::addShow(program), tool::addServe(program)};
     try {
         program.parse(count, arguments);
     } catch (const CLI::ParseError& error) {
