@@ -22,8 +22,8 @@ class Server {
 public:
     static constexpr std::size_t connections = 64; ///< at a time
     static constexpr std::size_t requestBytes =
-        16384;                                    ///< of memory a connection: head of the request and of the answer
-    static constexpr unsigned silentSeconds = 10; ///< until a connection on which nothing moves is closed
+        16384;                                   ///< of memory a connection: head of the request and of the answer
+    static constexpr unsigned silentSeconds = 5; ///< until a connection on which nothing moves is closed
 
     /// Called on the server's thread for each request.
     using Content = std::function<std::shared_ptr<const std::string>()>;
