@@ -194,6 +194,32 @@ void Motion::writeHost(ScriptedHostService& host) const {
     host.loadAveragesValue = loadAverages_;
     host.awakeUptimeValue = awake_;
     host.thermalStateValue = stateAt(warmth_);
+    writeProcessors(host);
+}
+
+// All processors do the same.
+void Motion::writeProcessors(ScriptedHostService& host) const {
+    const auto ticks = [this](double share) {
+        const auto count = [share](double all) { return static_cast<std::uint64_t>(all * share); };
+        return ProcessorTicks{count(ticks_.user), count(ticks_.nice), count(ticks_.system), count(ticks_.idle), {}, {}};
+    };
+    if (!host.processorLoadValue) {
+        host.processorLoadValue.emplace();
+        for (std::int32_t number = 0; number < plan_.processors; ++number)
+            host.processorLoadValue->each.push_back({static_cast<std::uint32_t>(number), {}});
+    }
+    ProcessorLoad& load = *host.processorLoadValue;
+    load.all = ticks(1);
+    const ProcessorTicks one = ticks(1.0 / plan_.processors);
+    for (NumberedTicks& processor : load.each)
+        processor.ticks = one;
+    constexpr double switchesPerSecond = 900; // of each busy processor, and the next two as well
+    constexpr double interruptsPerSecond = 700;
+    constexpr double forksPerSecond = 3;
+    const double busy = (ticks_.user + ticks_.nice + ticks_.system) / ticksPerSecond; // seconds
+    load.contextSwitches = static_cast<std::uint64_t>(busy * switchesPerSecond);
+    load.interrupts = static_cast<std::uint64_t>(busy * interruptsPerSecond);
+    load.forks = static_cast<std::uint64_t>(busy * forksPerSecond);
 }
 
 void Motion::writeMemory(ScriptedHostService& host) const {
@@ -214,6 +240,10 @@ void Motion::writeMemory(ScriptedHostService& host) const {
     const auto total = static_cast<std::uint64_t>(plan_.swap);
     const auto used = static_cast<std::uint64_t>(plan_.swap * swapped_.value());
     host.swapUsageValue = {.total = total, .available = total - used, .used = used};
+    // A thousandth of what is read and written has been in the swap space.
+    constexpr double swapped = pageSize / 1000.0;
+    host.swapCountersValue = SwapCounters{.in = static_cast<std::uint64_t>(pagesIn_ * swapped),
+                                          .out = static_cast<std::uint64_t>(pagesOut_ * swapped)};
 }
 
 void Motion::writeWaiting(ScriptedHostService& host) const {
@@ -278,7 +308,7 @@ void Motion::writeDisks(ScriptedVolumeService& volumes) const {
     for (const Disk& disk : disks_) {
         for (MountedFileSystem& mount : volumes.mounts) {
             if (mount.on == disk.plan.path)
-                mount.space.freeBlocks = pagesOf(disk.plan.bytes * (1 - disk.used.value()));
+                mount.space.freeBlocks = pagesOf(disk.plan.bytes * (1 - usedShare(disk)));
         }
         ScriptedDisk& whole = volumes.disks[disk.plan.whole];
         whole.statistics =
@@ -286,6 +316,32 @@ void Motion::writeDisks(ScriptedVolumeService& volumes) const {
         // One attribute of the drive, its temperature.
         whole.drive.data[2] = 194;
         whole.drive.data[7] = static_cast<std::uint8_t>(disk.warmth.value());
+    }
+    writeDiskOperations(volumes);
+}
+
+double Motion::usedShare(const Disk& disk) const {
+    const double seconds = static_cast<double>(steps_) * stepSeconds;
+    return std::min(disk.used.value() + disk.plan.filled * seconds, 1.0);
+}
+
+// Each operation moves as many bytes, and a disk is busy all the time when it moves as many as it ever does.
+void Motion::writeDiskOperations(ScriptedVolumeService& volumes) const {
+    constexpr double bytesPerOperation = 96'000;
+    const auto milliseconds = [](double bytes, double most) { return wrapped(most > 0 ? bytes / most * 1000 : 0); };
+    if (!volumes.diskOperationsValue)
+        volumes.diskOperationsValue.emplace(disks_.size());
+    for (std::size_t place = 0; place < disks_.size(); ++place) {
+        const Disk& disk = disks_[place];
+        DiskOperations& operations = (*volumes.diskOperationsValue)[place];
+        operations.name = disk.plan.whole;
+        operations.reads = static_cast<std::int64_t>(disk.bytesRead / bytesPerOperation);
+        operations.writes = static_cast<std::int64_t>(disk.bytesWritten / bytesPerOperation);
+        operations.readTime = milliseconds(disk.bytesRead, disk.plan.read.burst.high);
+        operations.writeTime = milliseconds(disk.bytesWritten, disk.plan.written.burst.high);
+        operations.busyTime =
+            milliseconds(disk.bytesRead + disk.bytesWritten, disk.plan.read.burst.high + disk.plan.written.burst.high);
+        operations.queueTime = operations.readTime + operations.writeTime;
     }
 }
 

@@ -66,6 +66,7 @@ private:
     void stepWaiting();
     void stepBattery(Battery& battery) const;
     void writeHost(sentrel::platform::ScriptedHostService& host) const;
+    void writeProcessors(sentrel::platform::ScriptedHostService& host) const;
     void writeMemory(sentrel::platform::ScriptedHostService& host) const;
     void writeWaiting(sentrel::platform::ScriptedHostService& host) const;
     void writeSensors(sentrel::platform::ScriptedSensorService& sensors) const;
@@ -73,6 +74,8 @@ private:
     void writeInterfaces(sentrel::platform::ScriptedNetworkService& network) const;
     void writeProcesses(sentrel::platform::ScriptedProcessService& processes) const;
     void writeBattery(const Battery& battery, sentrel::platform::ScriptedPowerService& power) const;
+    void writeDiskOperations(sentrel::platform::ScriptedVolumeService& volumes) const;
+    [[nodiscard]] double usedShare(const Disk& disk) const;
     [[nodiscard]] double load() const { return busy_ / plan_.processors; } // 0 to 1
     [[nodiscard]] double watts() const { return plan_.watts.low + (plan_.watts.high - plan_.watts.low) * load(); }
 

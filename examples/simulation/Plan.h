@@ -22,6 +22,7 @@ struct DiskPlan {
     std::string icon; ///< a name of the desktop's theme
     double bytes = 0;
     Habit used;                    ///< share of the space, 0 to 1
+    double filled = 0;             ///< share of the space that is used up each second in addition, from 0 on
     Habit read;                    ///< bytes per second
     Habit written;                 ///< bytes per second
     std::optional<Habit> warmth{}; ///< of a drive that tells its health: degrees Celsius

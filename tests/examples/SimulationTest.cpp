@@ -389,17 +389,37 @@ TEST(Simulation, OfFullDisksHasOneOnADriveThatFails) {
 TEST(Simulation, FollowsAPlanOfItsOwn) {
     Plan plan = planOf(Kind::laptop);
     plan.battery->maxCapacity = plan.battery->designCapacity * 0.4;
-    plan.disks[0].used = {.usual = {0.4, 0.6}, .burst = {1, 1}, .bursts = 1, .inertia = 12}; // fills
+    plan.disks[0].filled = 0.02;
     ScriptedMachine process;
     Machine machine(plan, *process);
     System system(machine.platform());
     const auto disk = system.disk().HD();
-    EXPECT_EQ(disk->usagePercent(), 50);
-    process->advance(12);
+    EXPECT_EQ(disk->usagePercent(), 61);
+    process->advance(10);
     system.disk().update();
     system.battery().update();
-    EXPECT_NEAR(disk->usagePercent(), 81, 2); // 63 % of the way
+    EXPECT_NEAR(disk->usagePercent(), 81, 1);
     EXPECT_EQ(system.battery().health(), 40);
+    process->advance(20);
+    system.disk().update();
+    EXPECT_EQ(disk->usagePercent(), 100);
+}
+
+TEST_P(EachKind, CountsWhatItsProcessorsAndDisksDo) {
+    Simulated simulated(GetParam());
+    simulated->cpu().setMeasures({CPU::Measure::cores, CPU::Measure::activity});
+    simulated->mem().setMeasures({Memory::Measure::swapRates});
+    simulated->disk().setMeasures({Disk::Measure::activity});
+    simulated.pass(10);
+    EXPECT_EQ(simulated->cpu().availability(CPU::Measure::cores), Availability::available);
+    EXPECT_EQ(simulated->cpu().cores().size(), static_cast<std::size_t>(simulated->cpu().logicalCores()));
+    EXPECT_EQ(simulated->mem().availability(Memory::Measure::swapRates), Availability::available);
+    const auto disks = simulated->disk().activity();
+    EXPECT_FALSE(disks.empty());
+    for (const auto& disk : disks) {
+        EXPECT_GE(disk.busy.value(), 0.0) << disk.counters.name;
+        EXPECT_LE(disk.busy.value(), 100.0) << disk.counters.name;
+    }
 }
 
 TEST(Simulation, OfAServerHasCablesAndServicesAlone) {
