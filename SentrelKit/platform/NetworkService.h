@@ -127,8 +127,8 @@ public:
 
     /// Fills the list with the state of every interface's link, in the system's order. Linux: netlink's link and
     /// address listings and the driver's own settings (ethtool), both read anew only after a notice of a change, so
-    /// speed and duplex that are changed by hand under a link that stays up are not seen. macOS: unsupported so
-    /// far; the routing sysctl and the media status would tell. No privilege. Unless available the list stays as it
+    /// speed and duplex that are changed by hand under a link that stays up are not seen. macOS: the
+    /// routing sysctl and the media status, asked anew each time. No privilege. Unless available the list stays as it
     /// was. Allocates nothing once warm.
     [[nodiscard]] virtual Availability links(std::vector<InterfaceLink>& links) = 0;
 

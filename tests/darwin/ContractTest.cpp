@@ -62,6 +62,7 @@ const std::multimap<std::string, std::string>& functions() {
         {"parent", "IORegistryEntryGetParentEntry"},
         {"diskDevices", "IOServiceGetMatchingServices"},
         {"packetCounters", "sysctl"},
+        {"links", "sysctl"},
         {"createSmartPlugIn", "IOCreatePlugInInterfaceForService"},
         {"queryInterface", "QueryInterface"},
         {"enableOperations", "SMARTEnableDisableOperations"},

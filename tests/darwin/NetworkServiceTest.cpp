@@ -7,9 +7,12 @@
 #include <SentrelKit/platform/macos/dispatch/MacDispatch.h>
 #include <SentrelKit/platform/macos/network/MacNetworkService.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 using namespace darwin;
 using namespace sentrel::platform;
@@ -36,6 +39,61 @@ TEST_F(MacNetwork, ListsInterfacesInTheKernelsOrder) {
     EXPECT_THAT(names(), ElementsAre("lo0", "en0"));
     machine().interfaceList = InterfaceList().add({.name = "en1"}).bytes(); // shorter than what was kept
     EXPECT_THAT(names(), ElementsAre("en1"));
+}
+
+TEST_F(MacNetwork, TellsTheStateAndTheAddressesOfEachLink) {
+    using Bytes = InterfaceList::Bytes;
+    const Bytes mask{7, 0, 0, 0, 255, 255, 254}; // the zeros at its end are left out
+    const Bytes linkLocal{28, 30, 0, 0, 0, 0, 0, 0, 0xfe, 0x80, 0, 4, 0, 0, 0, 0, 2, 0, 0, 0, 0, 0, 0, 7, 0, 0, 0, 0};
+    Bytes mask6(28, 0);
+    mask6[0] = 28;
+    std::fill_n(mask6.begin() + 8, 8, std::uint8_t{0xff});
+    machine().interfaceList =
+        InterfaceList()
+            .add({.name = "lo0", .index = 1, .flags = 0x8049, .type = 24, .hardwareAddress = {}, .mtu = 16384})
+            .address({{2, Bytes{5, 0, 0, 0, 255}}, {5, InterfaceList::ipv4({127, 0, 0, 1})}})
+            .add({.name = "en0", .index = 4, .baudRate = 1'000'000'000})
+            .address({{2, mask}, {5, InterfaceList::ipv4({192, 0, 2, 7})}})
+            .address({{2, mask6}, {5, linkLocal}})
+            .add({.name = "en1", .index = 5})
+            .add({.name = "en5", .index = 6, .flags = 0x8822})
+            .add({.name = "utun0", .index = 7, .flags = 0x8051, .type = 1, .hardwareAddress = {}, .mtu = 1380})
+            .add({.name = "en6", .index = 8})
+            .bytes();
+    machine().mediaStatus = {{"en0", 3}, {"en1", 3}, {"en5", 1}, {"en6", 1}};
+    machine().media = {{"en0", 0x100020 | 16}, {"en1", 0x80}, {"en6", 0x100020}}; // 1000baseT, a radio
+    std::vector<sentrel::InterfaceLink> links;
+    ASSERT_EQ(network.links(links), sentrel::Availability::available);
+    ASSERT_EQ(links.size(), 6u);
+    EXPECT_EQ(links[0].kind, sentrel::InterfaceKind::loopback);
+    EXPECT_EQ(links[0].state, sentrel::OperationalState::up);
+    EXPECT_EQ(links[0].mtu, 16384u);
+    EXPECT_FALSE(links[0].hardware);
+    ASSERT_EQ(links[0].addresses.size(), 1u);
+    EXPECT_EQ(links[0].addresses[0].prefixLength, 8);
+    EXPECT_EQ(links[0].addresses[0].scope, sentrel::AddressScope::host);
+    EXPECT_EQ(links[1].kind, sentrel::InterfaceKind::physical);
+    EXPECT_EQ(links[1].duplex, sentrel::Duplex::full);
+    EXPECT_EQ(links[1].speed, 1'000'000'000);
+    EXPECT_EQ(links[1].mac(), "a4:83:e7:01:02:03");
+    ASSERT_EQ(links[1].addresses.size(), 2u);
+    EXPECT_EQ(links[1].addresses[0].text(), "192.0.2.7");
+    EXPECT_EQ(links[1].addresses[0].prefixLength, 23);
+    EXPECT_EQ(links[1].addresses[0].scope, sentrel::AddressScope::global);
+    EXPECT_EQ(links[1].addresses[1].text(), "fe80::200:0:0:7") << "without the interface's number in it";
+    EXPECT_EQ(links[1].addresses[1].prefixLength, 64);
+    EXPECT_EQ(links[1].addresses[1].scope, sentrel::AddressScope::link);
+    EXPECT_EQ(links[2].kind, sentrel::InterfaceKind::wifi);
+    EXPECT_FALSE(links[2].duplex || links[2].speed);
+    EXPECT_EQ(links[3].state, sentrel::OperationalState::down);
+    EXPECT_EQ(links[4].kind, sentrel::InterfaceKind::vpn);
+    EXPECT_EQ(links[4].state, sentrel::OperationalState::up);
+    EXPECT_EQ(links[5].state, sentrel::OperationalState::lowerLayerDown);
+    EXPECT_FALSE(links[5].duplex) << "no partner";
+
+    failures::plan("sysctl", ENOMEM);
+    EXPECT_EQ(network.links(links), sentrel::Availability::failed);
+    EXPECT_EQ(links.size(), 6u);
 }
 
 TEST_F(MacNetwork, ThatCannotBeListedFailsAtEitherQuestionAndCallsNobody) {

@@ -22,6 +22,8 @@ public:
         Bytes hardwareAddress = {0xa4, 0x83, 0xe7, 0x01, 0x02, 0x03};
         std::int64_t bytesIn = 0;
         std::int64_t bytesOut = 0;
+        std::uint32_t mtu = 1500;
+        std::int64_t baudRate = 0;
     };
 
     /// An interface's message: 32 bytes, 128 of statistics, the link-level address, filled up to its least length.
@@ -31,6 +33,8 @@ public:
         put<std::uint32_t>(message, 8, interface.flags);
         put<std::uint16_t>(message, 12, interface.index);
         put<std::uint8_t>(message, 32, interface.type);
+        put<std::uint32_t>(message, 40, interface.mtu);
+        put<std::int64_t>(message, 48, interface.baudRate);
         put<std::int64_t>(message, 96, interface.bytesIn);
         put<std::int64_t>(message, 104, interface.bytesOut);
         Bytes link(8);

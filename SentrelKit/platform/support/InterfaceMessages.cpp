@@ -21,7 +21,10 @@ constexpr std::uint8_t addressType = 12;   // RTM_NEWADDR
 // if_msghdr2, and the link-level address (sockaddr_dl) behind it.
 constexpr std::size_t flagsOffset = 8;
 constexpr std::size_t indexOffset = 12;
-constexpr std::size_t packetsInOffset = 56; // ifi_ipackets of the if_data64 at 32
+constexpr std::size_t kindOffset = 32; // ifi_type of the if_data64 there
+constexpr std::size_t mtuOffset = 40;
+constexpr std::size_t baudRateOffset = 48;
+constexpr std::size_t packetsInOffset = 56; // ifi_ipackets
 constexpr std::size_t errorsInOffset = 64;
 constexpr std::size_t packetsOutOffset = 72;
 constexpr std::size_t errorsOutOffset = 80;
@@ -33,6 +36,7 @@ constexpr std::size_t linkFamilyOffset = linkOffset + 1;
 constexpr std::uint8_t linkFamily = 18; // AF_LINK
 constexpr std::size_t linkTypeOffset = linkOffset + 4;
 constexpr std::size_t nameLengthOffset = linkOffset + 5;
+constexpr std::size_t hardwareLengthOffset = linkOffset + 6;
 constexpr std::size_t nameOffset = linkOffset + 8;
 constexpr std::size_t longestName = 65;
 constexpr std::size_t hardwareAddressLength = 6;
@@ -41,6 +45,7 @@ constexpr std::size_t hardwareAddressLength = 6;
 constexpr std::size_t maskOffset = 4;
 constexpr std::size_t addressesOffset = 20;
 constexpr int slots = 8;
+constexpr int maskSlot = 2;
 constexpr int interfaceAddressSlot = 5;
 constexpr std::size_t alignment = 8;
 
@@ -72,7 +77,7 @@ std::size_t placeOf(std::uint8_t length) noexcept {
 
 // The addresses fill their message; only the last one's place may end with it. In a message where they do not, they
 // were laid out by another rule, and what seems to be the interface's would be bytes of another one.
-SocketAddress interfaceAddress(Bytes message) noexcept {
+SocketAddress addressIn(Bytes message, int wanted) noexcept {
     if (message.size() < addressesOffset)
         return {};
     const auto mask = numberAt<std::uint32_t>(message, maskOffset);
@@ -83,7 +88,7 @@ SocketAddress interfaceAddress(Bytes message) noexcept {
             continue;
         if (rest.empty() || rest[0] > rest.size())
             return {};
-        if (slot == interfaceAddressSlot)
+        if (slot == wanted)
             address = rest.first(rest[0]);
         rest = part(rest, placeOf(rest[0]), rest.size());
     }
@@ -96,6 +101,10 @@ InterfaceMessage interfaceOf(Bytes message) noexcept {
     interface.index = numberAt<std::uint16_t>(message, indexOffset);
     interface.bytesIn = numberAt<std::int64_t>(message, bytesInOffset);
     interface.bytesOut = numberAt<std::int64_t>(message, bytesOutOffset);
+    interface.kind = message[kindOffset];
+    interface.hardwareLength = message[hardwareLengthOffset];
+    interface.mtu = numberAt<std::uint32_t>(message, mtuOffset);
+    interface.baudRate = numberAt<std::int64_t>(message, baudRateOffset);
     interface.packetsIn = numberAt<std::int64_t>(message, packetsInOffset);
     interface.packetsOut = numberAt<std::int64_t>(message, packetsOutOffset);
     interface.errorsIn = numberAt<std::int64_t>(message, errorsInOffset);
@@ -125,12 +134,15 @@ void InterfaceMessages::readWhole(Bytes bytes, const std::function<void(const In
             continue;
         InterfaceMessage interface = interfaceOf(message);
         addresses_.clear();
+        masks_.clear();
         for (Bytes next = firstMessage(bytes); !next.empty() && next[typeOffset] == addressType;
              next = firstMessage(bytes)) {
-            addresses_.push_back(interfaceAddress(next));
+            addresses_.push_back(addressIn(next, interfaceAddressSlot));
+            masks_.push_back(addressIn(next, maskSlot));
             bytes = bytes.subspan(next.size());
         }
         interface.addresses = addresses_;
+        interface.masks = masks_;
         each(interface);
     }
 }

@@ -13,11 +13,16 @@ namespace sentrel::platform {
 /// What a message tells of its interface: what the backends hand on, and the counters of packets, each since the
 /// interface exists.
 struct InterfaceMessage : InterfaceInfo {
-    std::int64_t packetsIn = 0;  ///< received
-    std::int64_t packetsOut = 0; ///< sent
-    std::int64_t errorsIn = 0;   ///< that came damaged
-    std::int64_t errorsOut = 0;  ///< that could not be sent
-    std::int64_t dropsIn = 0;    ///< that came and were thrown away
+    std::uint8_t kind = 0;                ///< the system's own number of the interface's type (IFT_ of net/if_types.h)
+    std::uint8_t hardwareLength = 0;      ///< bytes of the hardware address, whatever stands behind the name
+    std::uint32_t mtu = 0;                ///< the longest packet, bytes; 0 if there is none
+    std::int64_t baudRate = 0;            ///< bits per second; 0 if not known
+    std::int64_t packetsIn = 0;           ///< received
+    std::int64_t packetsOut = 0;          ///< sent
+    std::int64_t errorsIn = 0;            ///< that came damaged
+    std::int64_t errorsOut = 0;           ///< that could not be sent
+    std::int64_t dropsIn = 0;             ///< that came and were thrown away
+    std::span<const SocketAddress> masks; ///< of each address; the kernel leaves the zeros at its end out
 };
 
 /// The interface list of a BSD kernel, as `sysctl` gives it in extended form (NET_RT_IFLIST2): a message for each
@@ -34,6 +39,7 @@ public:
 
 private:
     std::vector<SocketAddress> addresses_;
+    std::vector<SocketAddress> masks_;
 };
 
 } // namespace sentrel::platform

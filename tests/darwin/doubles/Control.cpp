@@ -118,6 +118,8 @@ int ioctl(int, unsigned long request, ...) {
         return -1;
     }
     media->ifm_status = status->second;
+    const auto medium = machine().media.find(media->ifm_name);
+    media->ifm_current = media->ifm_active = medium == machine().media.end() ? 0 : medium->second;
     return 0;
 }
 

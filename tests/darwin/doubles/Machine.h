@@ -84,6 +84,7 @@ struct Machine {
 
     std::vector<std::uint8_t> interfaceList;     ///< as the kernel lays it out
     std::map<std::string, int> mediaStatus;      ///< of an interface: its status bits
+    std::map<std::string, int> media;            ///< the medium that it uses, of those that have a status
     std::uint32_t reachability = 0;              ///< the flags of any address
     std::optional<std::string> localHostName;    ///< in the dynamic store
     sentrel::PropertyList::Dictionary storeKeys; ///< the dynamic store's values

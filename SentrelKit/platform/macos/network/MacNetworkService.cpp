@@ -9,6 +9,7 @@
 #include <SystemConfiguration/SystemConfiguration.h>
 #include <net/if.h>
 #include <net/if_media.h>
+#include <net/if_types.h>
 #include <net/route.h>
 #include <netinet/in.h>
 #include <sys/ioctl.h>
@@ -19,7 +20,9 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cerrno>
+#include <cstddef>
 
 namespace sentrel::platform {
 
@@ -29,6 +32,125 @@ using ListName = std::array<int, 6>;
 
 bool ask(ListName& name, void* to, std::size_t& size) {
     return ::sysctl(name.data(), static_cast<u_int>(name.size()), to, &size, nullptr, 0) == 0;
+}
+
+// What the driver of an interface tells of its medium; absent, with errno set, where it tells nothing.
+std::optional<ifmediareq> mediumOf(std::string_view name) {
+    ifmediareq request{};
+    name.copy(request.ifm_name, sizeof(request.ifm_name) - 1);
+    const int descriptor = ::socket(AF_INET, SOCK_DGRAM, 0);
+    if (descriptor < 0)
+        return std::nullopt;
+    const int result = ::ioctl(descriptor, SIOCGIFMEDIA, &request);
+    const int error = errno;
+    ::close(descriptor);
+    errno = error;
+    return result < 0 ? std::nullopt : std::optional(request);
+}
+
+bool isActive(const ifmediareq& medium) noexcept {
+    return (medium.ifm_status & IFM_ACTIVE) != 0;
+}
+
+InterfaceKind kindOf(const InterfaceMessage& interface, const std::optional<ifmediareq>& medium) noexcept {
+    if (medium && (medium->ifm_current & IFM_NMASK) == IFM_IEEE80211)
+        return InterfaceKind::wifi;
+    switch (interface.kind) {
+    case IFT_LOOP:
+        return InterfaceKind::loopback;
+    case IFT_BRIDGE:
+        return InterfaceKind::bridge;
+    case IFT_ETHER:
+    case IFT_IEEE1394:
+    case IFT_CELLULAR:
+        return InterfaceKind::physical;
+    default: // the system hands the packets of a "utun" to a program, and enciphers those of an "ipsec"
+        return interface.name.starts_with("utun") || interface.name.starts_with("ipsec") ? InterfaceKind::vpn
+                                                                                         : InterfaceKind::virtual_;
+    }
+}
+
+OperationalState stateOf(const InterfaceMessage& interface, const std::optional<ifmediareq>& medium) noexcept {
+    if ((interface.flags & IFF_UP) == 0)
+        return OperationalState::down;
+    if (medium && (medium->ifm_status & IFM_AVALID) != 0)
+        return isActive(*medium) ? OperationalState::up : OperationalState::lowerLayerDown;
+    return (interface.flags & IFF_RUNNING) != 0 ? OperationalState::up : OperationalState::unknown;
+}
+
+std::uint8_t leadingOnes(SocketAddress mask, std::size_t offset, std::size_t size) noexcept {
+    int count = 0;
+    for (std::size_t i = offset; i < std::min(offset + size, mask.size()); ++i) {
+        const int ones = std::countl_one(mask[i]);
+        count += ones;
+        if (ones < 8)
+            break;
+    }
+    return static_cast<std::uint8_t>(count);
+}
+
+AddressScope scopeOf(const InterfaceAddress& address) noexcept {
+    const auto& bytes = address.bytes;
+    if (!address.isIPv6) {
+        if (bytes[0] == 127)
+            return AddressScope::host;
+        return bytes[0] == 169 && bytes[1] == 254 ? AddressScope::link : AddressScope::global;
+    }
+    if (std::all_of(bytes.begin(), bytes.end() - 1, [](std::uint8_t byte) { return byte == 0; }) && bytes[15] == 1)
+        return AddressScope::host;
+    if (bytes[0] != 0xfe)
+        return AddressScope::global;
+    switch (bytes[1] & 0xc0) {
+    case 0x80:
+        return AddressScope::link;
+    case 0xc0:
+        return AddressScope::site;
+    default:
+        return AddressScope::global;
+    }
+}
+
+// An address begins with its length and its family; those of IPv4 have their bytes at 4, those of IPv6 at 8.
+std::optional<InterfaceAddress> addressOf(SocketAddress address, SocketAddress mask) noexcept {
+    constexpr std::uint8_t inet = 2;   // AF_INET of this system
+    constexpr std::uint8_t inet6 = 30; // AF_INET6
+    if (address.size() < 2 || (address[1] != inet && address[1] != inet6))
+        return std::nullopt;
+    InterfaceAddress record{.isIPv6 = address[1] == inet6};
+    const std::size_t offset = record.isIPv6 ? 8 : 4;
+    const std::size_t size = record.isIPv6 ? 16 : 4;
+    if (address.size() < offset + size)
+        return std::nullopt;
+    std::copy_n(address.begin() + static_cast<std::ptrdiff_t>(offset), size, record.bytes.begin());
+    record.prefixLength = leadingOnes(mask, offset, size);
+    record.scope = scopeOf(record);
+    if (record.isIPv6 && record.scope == AddressScope::link)
+        record.bytes[2] = record.bytes[3] = 0; // the kernel keeps the interface's number there
+    return record;
+}
+
+void describe(const InterfaceMessage& interface, InterfaceLink& link) {
+    const std::optional<ifmediareq> medium = mediumOf(interface.name);
+    link.name = interface.name;
+    link.index = interface.index;
+    link.kind = kindOf(interface, medium);
+    link.state = stateOf(interface, medium);
+    link.duplex.reset();
+    link.speed.reset();
+    if (medium && isActive(*medium) && link.kind == InterfaceKind::physical &&
+        (medium->ifm_active & (IFM_FDX | IFM_HDX)) != 0) {
+        link.duplex = (medium->ifm_active & IFM_FDX) != 0 ? Duplex::full : Duplex::half;
+        if (interface.baudRate > 0)
+            link.speed = interface.baudRate;
+    }
+    link.mtu = interface.mtu > 0 ? std::optional(interface.mtu) : std::nullopt;
+    link.hardware.reset();
+    if (interface.hardwareLength == 6 && interface.hardwareAddress.size() == 6)
+        std::copy_n(interface.hardwareAddress.begin(), 6, link.hardware.emplace().begin());
+    link.addresses.clear();
+    for (std::size_t i = 0; i < interface.addresses.size(); ++i)
+        if (const std::optional<InterfaceAddress> address = addressOf(interface.addresses[i], interface.masks[i]))
+            link.addresses.push_back(*address);
 }
 
 } // namespace
@@ -74,8 +196,18 @@ Availability MacNetworkService::packetCounters(std::vector<InterfaceCounters>& c
     return Availability::available;
 }
 
-Availability MacNetworkService::links(std::vector<InterfaceLink>& /*links*/) {
-    return Availability::unsupported;
+Availability MacNetworkService::links(std::vector<InterfaceLink>& links) {
+    const LockScope scope(lock_);
+    std::size_t count = 0;
+    const auto take = [&links, &count](const InterfaceMessage& interface) {
+        if (count == links.size())
+            links.emplace_back();
+        describe(interface, links[count++]);
+    };
+    if (!readMessages(take))
+        return availabilityOf(errno);
+    links.resize(count);
+    return Availability::available;
 }
 
 Availability MacNetworkService::wirelessLinks(std::vector<WirelessLink>& /*links*/) {
@@ -83,19 +215,10 @@ Availability MacNetworkService::wirelessLinks(std::vector<WirelessLink>& /*links
 }
 
 std::optional<MediaStatus> MacNetworkService::mediaStatus(std::string_view name) {
-    ifmediareq request{};
-    name.copy(request.ifm_name, sizeof(request.ifm_name) - 1);
-    const int descriptor = ::socket(AF_INET, SOCK_DGRAM, 0);
-    if (descriptor < 0)
+    const std::optional<ifmediareq> medium = mediumOf(name);
+    if (!medium)
         return std::nullopt;
-    const int result = ::ioctl(descriptor, SIOCGIFMEDIA, &request);
-    const int error = errno;
-    ::close(descriptor);
-    errno = error;
-    if (result < 0)
-        return std::nullopt;
-    return MediaStatus{.valid = (request.ifm_status & IFM_AVALID) != 0,
-                       .active = (request.ifm_status & IFM_ACTIVE) != 0};
+    return MediaStatus{.valid = (medium->ifm_status & IFM_AVALID) != 0, .active = isActive(*medium)};
 }
 
 std::optional<std::unique_ptr<InterfaceEntry>> MacNetworkService::matchInterface(const std::string& name) {

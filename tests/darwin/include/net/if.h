@@ -6,6 +6,8 @@
 #include <cstdint>
 
 #define IFNAMSIZ 16
+#define IFF_UP 0x1
+#define IFF_RUNNING 0x40
 
 #pragma pack(push, 4)
 struct ifmediareq {
