@@ -102,9 +102,9 @@ TEST(LayoutTest, NeverIsLargerThanTheTerminal) {
     crowded.heat = "serious";
     for (const Glance& glance : {Glance(), machine(), crowded})
         for (const bool isUnicode : {true, false})
-            for (const std::size_t rows : {0, 1, 2, 3, 10, 24, 200})
-                for (const std::size_t columns :
-                     {0, 1, 2, 5, 8, 9, 12, 16, 20, 39, 40, 49, 50, 59, 60, 80, 99, 109, 110, 111, 300})
+            for (const std::size_t rows : {0U, 1U, 2U, 3U, 10U, 24U, 200U})
+                for (const std::size_t columns : {0U,  1U,  2U,  5U,  8U,  9U,  12U,  16U,  20U,  39U, 40U,
+                                                  49U, 50U, 59U, 60U, 80U, 99U, 109U, 110U, 111U, 300U})
                     for (const bool isHelp : {false, true}) {
                         const View view{columns, rows, Order::name, isHelp, isUnicode};
                         const auto texts = textsOf(layOut(glance, view));
