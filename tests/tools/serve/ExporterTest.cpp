@@ -55,9 +55,12 @@ TEST_F(ExporterTest, TellsFiguresInBaseUnitsWithTheirTypesAndMeaning) {
 
 TEST_F(ExporterTest, WhatTheLibraryDoesNotKnowIsAbsent) {
     machine->volumes().mount("disk1", "/data", 0, 0);
+    machine->volumes().calls.fail("space");
     sentrel::System system;
+    testing::internal::CaptureStderr(); // the probe's line on the failure
     const Exporter exporter(system);
     sample();
+    testing::internal::GetCapturedStderr();
     EXPECT_EQ(valueOf(exporter, R"(sentrel_volume_up{device="disk1",mountpoint="/data"})"), "0");
     for (const char* const name :
          {"sentrel_volume_free_bytes", "sentrel_battery_charge_ratio", "sentrel_mem_physical_bytes",

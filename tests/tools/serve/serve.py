@@ -499,6 +499,13 @@ class Peer(unittest.TestCase):
                 checked += 1
         self.assertGreaterEqual(checked, 6)
 
+    def test_waiting_lies_between_two_looks_of_the_peer(self):
+        for resource, kind in (("cpu", "cpu"), ("mem", "memory"), ("disk", "io")):
+            for threads, word in (("some", "waiting"), ("all", "stalled")):
+                value = self.ours.get((f"sentrel_{resource}_pressure_seconds_total", (("threads", threads),)))
+                if value is not None:
+                    self.assert_between(threads, f"node_pressure_{kind}_{word}_seconds_total", (), value, 0.001)
+
     def test_what_does_not_change_is_the_same(self):
         for ours, theirs, slack in self.CONSTANTS:
             self.assertAlmostEqual(self.ours[ours, ()], self.theirs_after[theirs, ()], delta=slack, msg=ours)
