@@ -96,6 +96,22 @@ TEST_F(ExporterTest, TellsTimeByModeOfEachProcessorAndWhatThreadsWaitedFor) {
     EXPECT_EQ(valueOf(exporter, R"(sentrel_cpu_pressure_seconds_total{threads="all"})"), "");
 }
 
+TEST_F(ExporterTest, TellsWhatChipsMeasureAndWhatMemoryIsMadeOf) {
+    machine->sensors().sensorsValue = std::vector<sentrel::platform::SensorReading>{
+        {.identifier = "hwmon0/temp1", .chip = "coretemp", .label = "Package", .value = 41.5}};
+    machine->host().memoryDetailsValue.emplace().available = 4096;
+    sentrel::System system;
+    const Exporter exporter(system);
+    sample();
+    EXPECT_EQ(valueOf(exporter,
+                      R"(sentrel_sensor_temperature_celsius{sensor="hwmon0/temp1",chip="coretemp",label="Package"})"),
+              "41.5")
+        << *exporter.text();
+    EXPECT_EQ(valueOf(exporter, "sentrel_mem_available_bytes"), "4096");
+    EXPECT_NE(valueOf(exporter, "sentrel_sensors_last_sample_timestamp_seconds"), "");
+    EXPECT_THAT(*exporter.text(), Not(HasSubstr("sentrel_sensor_fan_rpm")));
+}
+
 TEST_F(ExporterTest, AnIdleTimeThatStepsBackStandsStill) {
     sentrel::platform::ProcessorLoad load;
     load.each = {{0, {0, 0, 0, 1000, std::nullopt, std::nullopt}}};

@@ -124,8 +124,10 @@ Exporter::Exporter(sentrel::System& system, const std::optional<ApplicationLimit
 }
 
 Exporter::~Exporter() {
+    system_.stop(system_.sensors());
     for (const auto& entry : counters_)
-        system_.stop(*modelOf(system_, entry.first));
+        if (sentrel::SystemResource* const model = modelOf(system_, entry.first))
+            system_.stop(*model);
 }
 
 void Exporter::wantFurtherFacts() {
@@ -140,19 +142,29 @@ void Exporter::wantFurtherFacts() {
     system_.net().setMeasures({Network::Measure::traffic});
     if (applications_)
         system_.apps().setMeasures({Applications::Measure::all});
+    for (const FurtherTable* const table : toldFurtherTables())
+        table->want(system_);
 }
 
 // The first sample of the processor is of the time since boot; what is told begins with the one after it.
 void Exporter::start(std::string_view resource) {
+    const auto sampled = [this, resource] {
+        publish(resource);
+        if (resource == memoryResource)
+            sampleBatteryAtTimes();
+    };
+    if (resource == sensorsResource) {
+        system_.sensors().update();
+        publish(resource);
+        observations_.push_back(system_.observeSamples(system_.sensors(), sampled));
+        system_.start(system_.sensors());
+        return;
+    }
     sentrel::SystemResource& model = *modelOf(system_, resource);
     model.update();
     if (&model != &system_.cpu())
         publish(resource);
-    observations_.push_back(system_.observeSamples(model, [this, resource] {
-        publish(resource);
-        if (resource == memoryResource)
-            sampleBatteryAtTimes();
-    }));
+    observations_.push_back(system_.observeSamples(model, sampled));
     system_.start(model);
 }
 
@@ -171,6 +183,9 @@ std::vector<Table> Exporter::read(std::string_view resource) {
         std::erase_if(tables, [](const Table& table) { return table.list == ApplicationTable::info().list; });
         tables.push_back(applications_->read(system_.apps()));
     }
+    for (const FurtherTable* const table : toldFurtherTables())
+        if (table->info.resource == resource)
+            tables.push_back(table->read(system_));
     std::ranges::move(readCounters(system_, resource), std::back_inserter(tables));
     return tables;
 }

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <iterator>
 #include <map>
+#include <tuple>
 #include <utility>
 
 namespace tool {
@@ -15,7 +16,7 @@ namespace {
 
 // The things whose names say enough without their resource.
 constexpr std::pair<std::string_view, std::string_view> things[] = {
-    {"volumes", "volume"}, {"interfaces", "interface"}, {"applications", "application"}};
+    {"volumes", "volume"}, {"interfaces", "interface"}, {"applications", "application"}, {"inputs", "sensor"}};
 
 std::string subject(std::string_view resource, std::string_view list) {
     if (list.empty())
@@ -30,6 +31,16 @@ std::string subject(std::string_view resource, std::string_view list) {
 
 bool isRate(std::string_view name) {
     return name.ends_with("_per_second") && !name.ends_with("_bits_per_second");
+}
+
+// Counters of what the others tell, rates and texts aside, stand in Counters.h.
+bool isTold(const FurtherTable& table) {
+    constexpr std::tuple<std::string_view, std::string_view, std::string_view> told[] = {
+        {"cpu", "cores", "frequency_hertz"},    {"mem", "", "available_bytes"},
+        {"mem", "", "compressor_stored_bytes"}, {"disk", "volumes", "inodes"},
+        {"gpu", "processors", "name"},          {sensorsResource, "inputs", "temperature_celsius"}};
+    const TableInfo& info = table.info;
+    return std::ranges::find(told, std::tuple(info.resource, info.list, info.figures.front()->name)) != std::end(told);
 }
 
 // Empty for a figure that is not told.
@@ -51,6 +62,8 @@ void add(std::vector<Metric>& metrics, const TableInfo& table) {
 std::vector<TableInfo> tables() {
     std::vector<TableInfo> tables = tableInfos();
     std::erase_if(tables, [](const TableInfo& table) { return table.list == ApplicationTable::info().list; });
+    for (const FurtherTable* const table : toldFurtherTables())
+        tables.push_back(table->info);
     std::ranges::copy(counterInfos(), std::back_inserter(tables));
     tables.push_back(ApplicationTable::info());
     return tables;
@@ -58,7 +71,9 @@ std::vector<TableInfo> tables() {
 
 std::vector<Metric> makeMetrics() {
     std::vector<Metric> metrics;
-    for (const std::string_view resource : resources()) {
+    std::vector<std::string_view> all(resources().begin(), resources().end());
+    all.push_back(sensorsResource);
+    for (const std::string_view resource : all) {
         const std::size_t before = metrics.size();
         for (const TableInfo& table : tables())
             if (table.resource == resource)
@@ -75,6 +90,17 @@ std::vector<Metric> makeMetrics() {
 const std::vector<Metric>& metrics() {
     static const std::vector<Metric> all = makeMetrics();
     return all;
+}
+
+const std::vector<const FurtherTable*>& toldFurtherTables() {
+    static const std::vector<const FurtherTable*> told = [] {
+        std::vector<const FurtherTable*> tables;
+        for (const FurtherTable& table : furtherTables())
+            if (isTold(table))
+                tables.push_back(&table);
+        return tables;
+    }();
+    return told;
 }
 
 const Metric* metricOf(const FigureInfo& figure) {

@@ -7,6 +7,7 @@
 /// counters that are told beside them.
 
 #include "tools/sentrel/Figures.h"
+#include "tools/sentrel/FurtherFigures.h"
 
 #include <string>
 #include <string_view>
@@ -30,8 +31,14 @@ struct Metric {
 /// The metric that a figure is; null for one that is not told.
 [[nodiscard]] const Metric* metricOf(const FigureInfo& figure);
 
+/// Those of the figures that are sampled on request which are told beside the others: what a sample of the models has,
+/// and no question of its own to a drive or a process.
+[[nodiscard]] const std::vector<const FurtherTable*>& toldFurtherTables();
+
 /// The name of the metric that says when a resource was sampled last, in seconds since the epoch.
 [[nodiscard]] std::string lastSampleName(std::string_view resource);
+
+constexpr std::string_view sensorsResource = "sensors"; ///< which are no SystemResource
 
 constexpr std::string_view lastSampleHelp = "When it was sampled last, since the epoch."; ///< of each of those
 
