@@ -1,0 +1,250 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
+"""What a fleet costs: a process that plays machines (bench_fleet), one Prometheus that scrapes each of them every 15 s,
+and beside them, scraped by the same engine, "sentrel serve" and Debian's node_exporter on this machine. Prints tables.
+
+usage: run.py BENCH_FLEET SENTREL [--machines 10,100,1000,3000] [--settle SECONDS] [--measure SECONDS]
+"""
+import argparse
+import contextlib
+import json
+import os
+import pathlib
+import platform
+import subprocess
+import tempfile
+import time
+import urllib.parse
+import urllib.request
+
+INTERVAL = 15  # seconds between two scrapes
+FIRST_PORT = 20000
+ENGINE, SERVE, NODE = 19090, 19866, 19100  # ports
+TICK = os.sysconf("SC_CLK_TCK")
+
+
+class Cost:
+    """Processor time and memory of a process, from /proc."""
+
+    def __init__(self, process):
+        self.pid = process.pid
+        self.begin()
+
+    def begin(self):
+        self.time, self.seconds = time.monotonic(), self._seconds()
+
+    def _seconds(self):
+        fields = pathlib.Path(f"/proc/{self.pid}/stat").read_text().rsplit(")", 1)[1].split()
+        return (int(fields[11]) + int(fields[12])) / TICK
+
+    def share(self):
+        """Of one processor, since the beginning."""
+        return (self._seconds() - self.seconds) / (time.monotonic() - self.time)
+
+    def _memory(self, name):
+        lines = pathlib.Path(f"/proc/{self.pid}/status").read_text().splitlines()
+        return next(int(line.split()[1]) * 1024 for line in lines if line.startswith(name))
+
+    def resident(self):
+        return self._memory("VmRSS:")
+
+    def threads(self):
+        return len(os.listdir(f"/proc/{self.pid}/task"))
+
+
+def get(url):
+    with urllib.request.urlopen(url, timeout=60) as answer:
+        return answer.read()
+
+
+def own_metrics():
+    """Those that the engine tells of itself."""
+    values = {}
+    for line in get(f"http://127.0.0.1:{ENGINE}/metrics").decode().splitlines():
+        if not line.startswith("#"):
+            name, value = line.rsplit(" ", 1)
+            values[name] = float(value)
+    return values
+
+
+def query(expression):
+    parameters = urllib.parse.urlencode({"query": expression})
+    return json.loads(get(f"http://127.0.0.1:{ENGINE}/api/v1/query?{parameters}"))["data"]["result"]
+
+
+def figure(expression):
+    result = query(expression)
+    return float(result[0]["value"][1]) if result else float("nan")
+
+
+@contextlib.contextmanager
+def running(*command, **options):
+    process = subprocess.Popen([str(each) for each in command], **options)
+    try:
+        yield process
+    finally:
+        if process.stdin:
+            process.stdin.close()
+        process.terminate()
+        process.wait()
+
+
+def until_it_answers(url):
+    for _ in range(600):
+        with contextlib.suppress(OSError):
+            return get(url)
+        time.sleep(0.1)
+    raise SystemExit(f"{url} does not answer")
+
+
+def configuration(machines):
+    def job(name, targets):
+        return {"job_name": name, "static_configs": [{"targets": targets}]}
+
+    return {
+        "global": {"scrape_interval": f"{INTERVAL}s", "scrape_timeout": "10s"},
+        "scrape_configs": [
+            job("fleet", [f"127.0.0.1:{FIRST_PORT + i}" for i in range(machines)]),
+            job("serve", [f"127.0.0.1:{SERVE}"]),
+            job("node_exporter", [f"127.0.0.1:{NODE}"]),
+        ],
+    }
+
+
+def bytes_of_a_scrape(machines):
+    """On the mean of the first machines of each kind."""
+    sizes = [len(get(f"http://127.0.0.1:{FIRST_PORT + i}/metrics")) for i in range(min(machines, 40))]
+    return sum(sizes) / len(sizes)
+
+
+def mebibytes(count):
+    return f"{count / 2**20:.1f} MiB"
+
+
+def percent(share):
+    return f"{share * 100:.1f} %"
+
+
+def measure(options, machines, place):
+    (place / "prometheus.yml").write_text(json.dumps(configuration(machines)))
+    quiet = {"stdout": subprocess.DEVNULL, "stderr": subprocess.DEVNULL}
+    fleet = running(
+        options.fleet, machines, FIRST_PORT, stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL
+    )
+    serve = running(options.sentrel, "serve", "--listen", f"127.0.0.1:{SERVE}", **quiet)
+    node = running(options.node_exporter, f"--web.listen-address=127.0.0.1:{NODE}", **quiet)
+    engine = running(
+        options.prometheus,
+        f"--config.file={place}/prometheus.yml",
+        f"--storage.tsdb.path={place}/data",
+        f"--web.listen-address=127.0.0.1:{ENGINE}",
+        "--web.enable-admin-api",
+        **quiet,
+    )
+    with fleet as fleet, serve as serve, node as node:
+        begin = time.monotonic()
+        if not fleet.stdout.readline():
+            raise SystemExit("the fleet does not start")
+        start = time.monotonic() - begin
+        until_it_answers(f"http://127.0.0.1:{SERVE}/metrics")
+        until_it_answers(f"http://127.0.0.1:{NODE}/metrics")
+        with engine as engine:
+            until_it_answers(f"http://127.0.0.1:{ENGINE}/-/ready")
+            time.sleep(options.settle)
+            costs = {"fleet": Cost(fleet), "engine": Cost(engine), "serve": Cost(serve), "node_exporter": Cost(node)}
+            before = own_metrics()
+            time.sleep(options.measure)
+            shares = {name: cost.share() for name, cost in costs.items()}
+            after = own_metrics()
+            return report(machines, start, costs, shares, before, after, options, place)
+
+
+def report(machines, start, costs, shares, before, after, options, place):
+    appended = 'prometheus_tsdb_head_samples_appended_total{type="float"}'
+    appended = appended if appended in after else "prometheus_tsdb_head_samples_appended_total"
+    samples = (after[appended] - before[appended]) / options.measure
+    window = f"{options.measure:.0f}s"
+    get_all = urllib.request.Request(f"http://127.0.0.1:{ENGINE}/api/v1/admin/tsdb/snapshot", method="POST")
+    with urllib.request.urlopen(get_all, timeout=300) as answer:
+        name = json.load(answer)["data"]["name"]
+    stored = sum(each.stat().st_size for each in (place / "data/snapshots" / name).rglob("*") if each.is_file())
+    row = {
+        "machines": machines,
+        "answer": f"{figure(UP):.0f}",
+        "series a machine": f"{figure(SERIES):.0f}",
+        "bytes a scrape": f"{bytes_of_a_scrape(machines):.0f}",
+        "samples a second": f"{samples:.0f}",
+        "fleet: processor": percent(shares["fleet"]),
+        "a machine": f"{shares['fleet'] / machines * 1000:.2f} ms/s",
+        "memory": mebibytes(costs["fleet"].resident()),
+        "a machine ": f"{costs['fleet'].resident() / machines / 1024:.0f} KiB",
+        "engine: processor": percent(shares["engine"]),
+        "memory ": mebibytes(costs["engine"].resident()),
+        "scrape, mean": f"{figure(MEAN.replace('WINDOW', window)) * 1000:.1f} ms",
+        "scrape, longest": f"{figure(LONGEST.replace('WINDOW', window)) * 1000:.0f} ms",
+        "between scrapes, 99 %": f"{after.get(LENGTH, float('nan')):.2f} s",
+        "missed": f"{figure(MISSED.replace('WINDOW', window)):.0f}",
+        "age when scraped": f"{figure(AGE):.2f} s",
+        "stored a sample": f"{stored / after[appended]:.2f} bytes",
+        "start": f"{start:.1f} s",
+    }
+    beside = []
+    for name in ("serve", "node_exporter"):
+        port = {"serve": SERVE, "node_exporter": NODE}[name]
+        beside.append(
+            {
+                "exporter": name,
+                "processor time a minute": f"{shares[name] * 60:.3f} s",
+                "resident": mebibytes(costs[name].resident()),
+                "threads": costs[name].threads(),
+                "bytes a scrape": len(get(f"http://127.0.0.1:{port}/metrics")),
+                "series": f"{figure(OF_JOB.replace('JOB', name)):.0f}",
+                "scrape": f"{figure(TOOK.replace('JOB', name).replace('WINDOW', window)) * 1000:.1f} ms",
+            }
+        )
+    return row, beside
+
+
+UP = 'sum(up{job="fleet"})'
+SERIES = 'avg(scrape_samples_scraped{job="fleet"})'
+MEAN = 'avg(avg_over_time(scrape_duration_seconds{job="fleet"}[WINDOW]))'
+LONGEST = 'max(max_over_time(scrape_duration_seconds{job="fleet"}[WINDOW]))'
+MISSED = 'sum(count_over_time(up{job="fleet"}[WINDOW])) - sum(sum_over_time(up{job="fleet"}[WINDOW]))'
+AGE = 'avg(timestamp(sentrel_cpu_last_sample_timestamp_seconds{job="fleet"}) - sentrel_cpu_last_sample_timestamp_seconds)'
+OF_JOB = 'scrape_samples_scraped{job="JOB"}'
+TOOK = 'avg_over_time(scrape_duration_seconds{job="JOB"}[WINDOW])'
+LENGTH = f'prometheus_target_interval_length_seconds{{interval="{INTERVAL}s",quantile="0.99"}}'
+
+
+def table(rows):
+    print("| " + " | ".join(key.strip() for key in rows[0]) + " |")
+    print("|" + " ---: |" * len(rows[0]))
+    for row in rows:
+        print("| " + " | ".join(str(value) for value in row.values()) + " |")
+    print(flush=True)
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.split("\n")[0])
+    parser.add_argument("fleet", type=pathlib.Path)
+    parser.add_argument("sentrel", type=pathlib.Path)
+    parser.add_argument("--machines", default="10,100,1000,3000")
+    parser.add_argument("--settle", type=float, default=60, help="seconds before the measurement")
+    parser.add_argument("--measure", type=float, default=180, help="seconds of it")
+    parser.add_argument("--prometheus", default="prometheus")
+    parser.add_argument("--node-exporter", default="prometheus-node-exporter")
+    options = parser.parse_args()
+    rows, beside = [], []
+    for machines in [int(each) for each in options.machines.split(",")]:
+        with tempfile.TemporaryDirectory() as place:
+            load = os.getloadavg()[0]
+            row, pair = measure(options, machines, pathlib.Path(place))
+            rows.append({**row, "load before": f"{load:.1f}"})
+            beside += [{"beside": machines, **each} for each in pair]
+            table(rows[-1:])
+    print(f"{platform.platform()}, {os.cpu_count()} processors, {time.strftime('%Y-%m-%d')}\n")
+    table(rows)
+    table(beside)
+
+
+main()
