@@ -68,7 +68,8 @@ public:
 
     /// Fills the list with the counters of every disk and of every part of one, all taken by one request. Touches no
     /// file system. Linux: /proc/diskstats, readable for everybody; macOS: unsupported: the block storage drivers
-    /// count less, no time in which a disk was busy. Unless available the list stays as it was. Allocates nothing once warm.
+    /// count less, no time in which a disk was busy. Unless available the list stays as it was. Allocates nothing once
+    /// warm.
     [[nodiscard]] virtual Availability diskOperations(std::vector<DiskOperations>& disks) = 0;
 
     /// Fills the list with every disk and every part of one. Touches no file system, but opens many files: for the
