@@ -17,6 +17,13 @@
 // Without the macros of short names, such as "move" and "erase".
 #define NCURSES_NOMACROS
 #include <curses.h>
+// Of <term.h>, which has macros by the names of capabilities, such as "columns" and "tone".
+extern "C" {
+struct term;
+extern term* cur_term;
+int setupterm(const char* kind, int descriptor, int* error);
+int del_curterm(term* terminal);
+}
 
 namespace tool {
 
@@ -101,12 +108,14 @@ std::unique_ptr<Screen> Screen::take(std::string& reason) {
     }
     tcgetattr(STDIN_FILENO, &rescue.modes);
     const char* const kind = std::getenv("TERM");
-    // A kind that cannot place the cursor is as good as none.
-    SCREEN* const terminal = newterm(kind, stdout, stdin);
-    if (terminal == nullptr || capability("cup") == nullptr) {
+    int error = 0;
+    // A kind that cannot place the cursor is as good as none. Asked first, since newterm keeps memory if it fails.
+    const bool isKnown = setupterm(kind, STDOUT_FILENO, &error) == OK;
+    const bool isFit = isKnown && capability("cup") != nullptr;
+    if (isKnown)
+        del_curterm(cur_term);
+    if (!isFit || newterm(kind, stdout, stdin) == nullptr) {
         reason = std::string("terminals of the kind '") + (kind != nullptr ? kind : "") + "' cannot show the live view";
-        if (terminal != nullptr)
-            endwin();
         return nullptr;
     }
     rescue.size = 0;
