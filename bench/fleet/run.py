@@ -11,6 +11,7 @@ import json
 import os
 import pathlib
 import platform
+import socket
 import subprocess
 import tempfile
 import time
@@ -19,8 +20,19 @@ import urllib.request
 
 INTERVAL = 15  # seconds between two scrapes
 FIRST_PORT = 20000
-ENGINE, SERVE, NODE = 19090, 19866, 19100  # ports
 TICK = os.sysconf("SC_CLK_TCK")
+
+
+def free_ports(count):
+    """Of loopback, which nobody uses at the moment."""
+    with contextlib.ExitStack() as stack:
+        sockets = [stack.enter_context(socket.socket()) for _ in range(count)]
+        for each in sockets:
+            each.bind(("127.0.0.1", 0))
+        return [each.getsockname()[1] for each in sockets]
+
+
+ENGINE, SERVE, NODE = free_ports(3)
 
 
 class Cost:
@@ -154,6 +166,9 @@ def measure(options, machines, place):
             costs = {"fleet": Cost(fleet), "engine": Cost(engine), "serve": Cost(serve), "node_exporter": Cost(node)}
             before = own_metrics()
             time.sleep(options.measure)
+            for process in (fleet, engine, serve, node):
+                if process.poll() is not None:
+                    raise SystemExit(f"{process.args[0]} ended with {process.returncode}")
             shares = {name: cost.share() for name, cost in costs.items()}
             after = own_metrics()
             return report(machines, start, costs, shares, before, after, options, place)
