@@ -107,7 +107,7 @@ struct MeasuredImage {
     }
 
     struct Mounted : LoopDisk {
-        Mounted(const std::string& label, int megabytes) : LoopDisk(label, megabytes) { mount(); }
+        Mounted(const std::string& label, std::uint64_t megabytes) : LoopDisk(label, megabytes) { mount(); }
     };
 
     const Mounted image;
@@ -188,7 +188,9 @@ TEST_F(LiveDisk, AgreesWithStatvfsAndDiskstats) {
 TEST_F(LiveDisk, CountsTheOperationsOfADiskAsTheKernelsTableReadByAnotherProgramDoes) {
     MeasuredImage measured("BUSY");
     ASSERT_TRUE(measured.volume);
-    auto& [image, disk, volume] = measured;
+    const LoopDisk& image = measured.image;
+    Disk& disk = measured.disk;
+    const VolumePointer& volume = measured.volume;
     const SteadyClock::time_point begin = SteadyClock::now();
     const auto before = disk.activity(*volume);
     ASSERT_TRUE(before);
@@ -220,7 +222,9 @@ TEST_F(LiveDisk, CountsTheOperationsOfADiskAsTheKernelsTableReadByAnotherProgram
 TEST_F(LiveDisk, GivesTheWritesASecondOfTheTimeBetweenTwoSamples) {
     MeasuredImage measured("RATE");
     ASSERT_TRUE(measured.volume);
-    auto& [image, disk, volume] = measured;
+    const LoopDisk& image = measured.image;
+    Disk& disk = measured.disk;
+    const VolumePointer& volume = measured.volume;
     const auto before = disk.activity(*volume);
     const SteadyClock::time_point begin = SteadyClock::now();
     const SteadyClock::time_point end = begin + 300ms;
