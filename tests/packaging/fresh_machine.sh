@@ -33,6 +33,9 @@ in_tree() { inside sh -c "cd $home && $1"; }
 
 step "a machine with Debian 12 and git" mmdebstrap --mode=root --variant=minbase --include=git --format=directory \
     bookworm "$machine" /etc/apt/sources.list.d/debian.sources
+# What an installer leaves on every machine; and the root folder is a mount point there.
+printf '127.0.0.1\tlocalhost\n::1\tlocalhost\n' >"$machine/etc/hosts"
+mount --bind "$machine" "$machine"
 mount -t proc proc "$machine/proc"
 mount --rbind /sys "$machine/sys"
 mount --rbind /dev "$machine/dev"
