@@ -456,6 +456,17 @@ TEST_F(CairoCanvases, LeavesNoInkForCharactersThatNoFontHas) {
     EXPECT_EQ(inked(), 0.0);
 }
 
+// A symbol font that happens to be installed has pictures of its own at those places, as DejaVu Sans has at this one.
+TEST_F(CairoCanvases, LeavesNoInkForPrivateCharactersThatOnlyAnotherFontHas) {
+    CairoCanvas canvas(context);
+    for (const char* character : {"\xEF\x90\x80", "\xEF\x9B\x85"}) {
+        canvas.drawText(character, *FUIFont::normal(20), ink, {0, 0, 40, 40}, TextAlignment::center);
+        EXPECT_EQ(inked(), 0.0) << character;
+    }
+    canvas.drawText("\xEF\x90\x80x", *FUIFont::normal(20), ink, {0, 0, 40, 40}, TextAlignment::center);
+    EXPECT_GT(inked(), 0.0) << "what stands beside it";
+}
+
 // The font renderer fails for sizes that it rounds to nothing, and that stops cairo for good.
 TEST_F(CairoCanvases, DrawsNoTextOfSizesThatCannotBeShown) {
     for (const double scale : {1.0, 1.0e-6, 1.0e6}) {

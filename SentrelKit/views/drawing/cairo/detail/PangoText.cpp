@@ -160,6 +160,29 @@ void blankUnknownGlyphs(PangoLayout* layout) {
     pango_layout_iter_free(runs);
 }
 
+struct ReleaseAttributes {
+    void operator()(PangoAttrList* attributes) const noexcept { pango_attr_list_unref(attributes); }
+};
+
+// What a private-use character means is up to its font: one that the asked font lacks is not taken from another, whose
+// picture would be of something else.
+void keepPrivateUseToItsFont(PangoLayout* layout) {
+    const char* const text = pango_layout_get_text(layout);
+    std::unique_ptr<PangoAttrList, ReleaseAttributes> attributes;
+    for (const char* place = text; *place != '\0'; place = g_utf8_next_char(place)) {
+        if (static_cast<unsigned char>(*place) < 0xEE || // the first byte of any of them
+            g_unichar_type(g_utf8_get_char(place)) != G_UNICODE_PRIVATE_USE)
+            continue;
+        if (!attributes)
+            attributes.reset(pango_attr_list_new());
+        PangoAttribute* const own = pango_attr_fallback_new(FALSE);
+        own->start_index = static_cast<guint>(place - text);
+        own->end_index = static_cast<guint>(g_utf8_next_char(place) - text);
+        pango_attr_list_insert(attributes.get(), own);
+    }
+    pango_layout_set_attributes(layout, attributes.get());
+}
+
 } // namespace
 
 void FontFace::Free::operator()(_PangoFontDescription* owned) const noexcept {
@@ -211,6 +234,7 @@ PangoLayout* layoutLine(cairo_t* context, const std::string& text, const FontFac
         const std::unique_ptr<char, FreeText> valid(g_utf8_make_valid(text.data(), length));
         pango_layout_set_text(layout, valid.get(), -1);
     }
+    keepPrivateUseToItsFont(layout);
     blankUnknownGlyphs(layout);
     return layout;
 }
