@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/support/linux/NetworkNamespace.h"
 
+#include "tests/support/Eventually.h"
+
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
@@ -90,6 +92,14 @@ void NetworkNamespace::connect(const std::string& name, const std::string& addre
     ip("link set " + name + " up");
     other.ip("addr add " + peerAddress + "/24 dev " + peer);
     other.ip("link set " + peer + " up");
+    // A link that is up drops what is sent until the kernel comes round to activate it, and counts none of it.
+    if (!eventually([&] { return carries(name) && other.carries(peer); }))
+        throw std::runtime_error("the link does not carry");
+}
+
+bool NetworkNamespace::carries(const std::string& name) const {
+    const Scope scope(*this);
+    return std::system(("ip -o link show dev " + name + " | grep -q 'state UP'").c_str()) == 0;
 }
 
 } // namespace sentrel

@@ -38,11 +38,14 @@ public:
     /// Runs many "ip" commands at once, one a line.
     void ipBatch(const std::string& commands) const;
 
-    /// A veth pair: `name` here, `peer` in the other namespace; both up, with these IPv4 addresses of one /24 network.
+    /// A veth pair: `name` here, `peer` in the other namespace; both up, with these IPv4 addresses of one /24 network,
+    /// and carrying what is sent from now on.
     void connect(const std::string& name, const std::string& address, const NetworkNamespace& other,
                  const std::string& peer, const std::string& peerAddress) const;
 
 private:
+    [[nodiscard]] bool carries(const std::string& name) const;
+
     int descriptor_ = -1;
 };
 
