@@ -63,7 +63,8 @@ EXPORTED int nvmlDeviceGetName(void* handle, char* name, unsigned length) {
     return result;
 }
 
-EXPORTED int nvmlDeviceGetUtilizationRates(void* handle, unsigned* rates) {
+EXPORTED int nvmlDeviceGetUtilizationRates(void* handle, void* record) {
+    auto* const rates = static_cast<unsigned*>(record);
     const int result = asked(handle);
     if (result == 0) {
         rates[0] = script.use;
@@ -72,7 +73,8 @@ EXPORTED int nvmlDeviceGetUtilizationRates(void* handle, unsigned* rates) {
     return result;
 }
 
-EXPORTED int nvmlDeviceGetMemoryInfo(void* handle, unsigned long long* memory) {
+EXPORTED int nvmlDeviceGetMemoryInfo(void* handle, void* record) {
+    auto* const memory = static_cast<unsigned long long*>(record);
     const int result = asked(handle);
     if (result == 0) {
         memory[0] = script.memoryTotal;
@@ -100,9 +102,10 @@ EXPORTED int nvmlDeviceGetFanSpeed(void* handle, unsigned* percent) {
     return answered(result == 0 ? script.fan : result, percent, script.fanShare);
 }
 
-EXPORTED int nvmlDeviceGetFanSpeedRPM(void* handle, unsigned* record) {
+EXPORTED int nvmlDeviceGetFanSpeedRPM(void* handle, void* record) {
+    auto* const words = static_cast<unsigned*>(record);
     const int result = asked(handle);
-    script.fanRecord = record[0];
-    return answered(result == 0 ? script.fan : result, &record[2], script.fanSpeed);
+    script.fanRecord = words[0];
+    return answered(result == 0 ? script.fan : result, &words[2], script.fanSpeed);
 }
 #endif

@@ -108,13 +108,13 @@ struct NvidiaLibrary::Functions {
     Function<> stop;
     Function<const char*, void**> deviceAt;
     Function<void*, char*, unsigned> name;
-    Function<void*, Utilization*> utilization;
-    Function<void*, MemoryInfo*> memory;
+    Function<void*, void*> utilization;               // into a record
+    Function<void*, void*> memory;                    // likewise
     Function<void*, unsigned, unsigned*> clock;       // megahertz
     Function<void*, unsigned, unsigned*> temperature; // degrees Celsius
     Function<void*, unsigned*> power;                 // thousandths of a watt
     Function<void*, unsigned*> fanShare;              // percent
-    Function<void*, FanSpeed*> fan;
+    Function<void*, void*> fan;                       // into a record
     Availability state = Availability::unsupported;
 };
 
