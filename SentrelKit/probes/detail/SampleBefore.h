@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <SentrelKit/Export.h>
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
