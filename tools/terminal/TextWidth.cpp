@@ -5,6 +5,9 @@
 
 #include <cwchar>
 #include <locale.h>
+#if __has_include(<xlocale.h>) // where the C library keeps the locales of threads apart
+#include <xlocale.h>
+#endif
 
 namespace terminal {
 
