@@ -476,13 +476,14 @@ TEST_F(NetworkTest, TwoModelsLookThePublicAddressUpAtOnce) {
         static_cast<void>(EchoServer::send(connection, ++calls % 2 ? "IP: 203.0.113.7\r\n" : "IP: 198.51.100.99\r\n"));
     });
     const EchoHostGuard guard({"127.0.0.1", server.port()});
-    const auto refresh = [] {
-        Network own;
+    const auto refresh = [](Network& own) {
         for (int round = 0; round < 20; ++round)
             EXPECT_THAT(own.refreshPublicAddress().value_or("none"), testing::AnyOf("203.0.113.7", "198.51.100.99"));
     };
-    std::thread other(refresh);
-    refresh();
+    Network one; // the queues of the scripted machine are for one thread
+    Network two;
+    std::thread other(refresh, std::ref(one));
+    refresh(two);
     other.join();
     EXPECT_EQ(server.requests().size(), 40U);
 }

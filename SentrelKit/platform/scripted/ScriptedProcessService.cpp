@@ -15,9 +15,9 @@ std::optional<Value> lookUp(const std::map<Key, Value>& values, Key key) {
 }
 
 template <class Key, class Value>
-void assign(std::map<Key, Value>& values, Key key, const std::optional<Value>& value) {
+void assign(std::map<Key, Value>& values, Key key, std::optional<Value> value) {
     if (value)
-        values[key] = *value;
+        values[key] = std::move(*value);
     else
         values.erase(key);
 }
@@ -87,7 +87,7 @@ Availability ScriptedProcessService::userName(std::uint32_t user, std::string& n
 
 void ScriptedProcessService::setUserName(std::uint32_t user, std::optional<std::string> name) {
     const LockScope scope(lock_);
-    assign(users_, user, name);
+    assign(users_, user, std::move(name));
 }
 
 void ScriptedProcessService::setFacts(std::int32_t processIdentifier, Facts facts) {
