@@ -51,4 +51,19 @@ for document in README.md docs/getting-started.md docs/writing-a-widget.md; do
     step "the programs of $document" inside python3 /documents/tests/install/samples.py "/documents/$document" /usr g++
 done
 step "sentrelkit-dashboard --seconds 3" inside sh -c "cd /tmp && sentrelkit-dashboard --seconds 3"
+
+# What goes on until somebody ends it is ended after a moment, as a person at the terminal does.
+at_terminal() {
+    inside env TERM=xterm-256color LANG=C.UTF-8 script --quiet --return --command \
+        "stty cols 80 rows 24; timeout --foreground --signal=INT 8 $1" /dev/null || [ $? = 124 ]
+}
+while read -r command; do
+    step "$command" at_terminal "$command"
+done < <(sed -n '/^## On the command line/,/^## /{s/ *#.*//;/^sentrel\>/p}' README.md)
+scrape() {
+    inside apt install -y curl && inside sh -c 'sentrel serve & serve=$!
+        curl --retry 9 --retry-connrefused -s http://127.0.0.1:9866/metrics; status=$?
+        kill $serve && wait $serve; exit $status'
+}
+step "sentrel serve" scrape
 echo "A new machine does what the README says"
