@@ -10,6 +10,8 @@
 namespace sentrel::platform {
 
 bool ClassFolder::hasChanged() noexcept {
+    if (!events_.anyNew())
+        return false;
     // The sum does not depend on the order in which the kernel lists them.
     std::uint64_t devices = 0;
     if (const UniqueFd folder = openAt(AT_FDCWD, path_.c_str(), O_DIRECTORY)) {

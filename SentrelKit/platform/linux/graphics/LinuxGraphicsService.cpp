@@ -105,7 +105,7 @@ std::optional<std::uint16_t> bootDisplay(const std::string& path) {
 
 LinuxGraphicsService::LinuxGraphicsService(SystemRoot root)
     : root_(std::move(root)), cardsFolder_(root_.path(cardsFolder)), devicesFolder_(root_.path(devicesFolder)),
-      devices_(root_), clients_(root_) {}
+      events_(root_), devices_(root_), clients_(root_) {}
 
 std::optional<std::vector<PropertyList::Dictionary>> LinuxGraphicsService::pciDevices() {
     const std::optional<std::vector<std::string>> names = namesIn(root_, devicesFolder);
@@ -142,10 +142,18 @@ Availability LinuxGraphicsService::clients(std::vector<GraphicsClient>& clients)
     return clients_.read(clients);
 }
 
+std::optional<std::uint16_t> LinuxGraphicsService::activeDevice() {
+    const LockScope scope(activeLock_);
+    if (events_.anyNew()) {
+        activeDevice_ = connectedDisplay(cardsFolder_);
+        if (!activeDevice_)
+            activeDevice_ = bootDisplay(devicesFolder_);
+    }
+    return activeDevice_;
+}
+
 bool LinuxGraphicsService::activeDeviceID(PropertyList::Bytes& deviceID) {
-    std::optional<std::uint16_t> number = connectedDisplay(cardsFolder_);
-    if (!number)
-        number = bootDisplay(devicesFolder_);
+    const std::optional<std::uint16_t> number = activeDevice();
     if (!number) {
         errno = ENODEV;
         return false;

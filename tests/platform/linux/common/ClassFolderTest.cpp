@@ -40,5 +40,18 @@ TEST(ClassFolder, TellsADeviceFromOneThatTookItsName) {
     EXPECT_TRUE(devices.hasChanged());
 }
 
+TEST(ClassFolder, IsListedOnlyAfterTheKernelToldOfADevice) {
+    const TemporaryFolder folder;
+    folder.write("sys/kernel/uevent_seqnum", "100\n");
+    ClassFolder devices(SystemRoot(folder.path()), "/sys/class/some");
+    EXPECT_TRUE(devices.hasChanged());
+    folder.makeFolder("sys/class/some/device0");
+    EXPECT_FALSE(devices.hasChanged()) << "nothing was told of it yet";
+    folder.write("sys/kernel/uevent_seqnum", "101\n");
+    EXPECT_TRUE(devices.hasChanged());
+    folder.write("sys/kernel/uevent_seqnum", "102\n");
+    EXPECT_FALSE(devices.hasChanged()) << "of a device elsewhere";
+}
+
 } // namespace
 } // namespace sentrel::platform

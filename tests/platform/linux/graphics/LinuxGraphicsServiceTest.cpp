@@ -149,6 +149,18 @@ TEST_F(LinuxGraphics, LeavesTheBytesAsTheyWereWithoutADisplay) {
     EXPECT_EQ(deviceID, intelID);
 }
 
+TEST_F(LinuxGraphics, LooksForTheDisplayOnlyAfterTheKernelToldOfADevice) {
+    laptop();
+    folder.write("sys/kernel/uevent_seqnum", "100\n");
+    connector("card0-eDP-1", "disconnected");
+    connector("card1-HDMI-A-1", "connected");
+    EXPECT_EQ(activeDeviceID(), nvidiaID);
+    connector("card0-eDP-1", "connected");
+    EXPECT_EQ(activeDeviceID(), nvidiaID) << "nothing was told of it yet";
+    folder.write("sys/kernel/uevent_seqnum", "101\n");
+    EXPECT_EQ(activeDeviceID(), intelID);
+}
+
 TEST_F(LinuxGraphics, FallsBackToTheBootDisplay) {
     laptop();
     connector("card0-eDP-1", "unknown");
