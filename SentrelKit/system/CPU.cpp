@@ -26,7 +26,7 @@ CPU::CPU(std::shared_ptr<probes::SystemManager> session)
 
 void CPU::update() {
     std::optional<platform::SampleScope> scope; // the figures of all processors and of each are read together
-    if (measuring_.wants(Measure::cores) || measuring_.wants(Measure::activity))
+    if (wantsLoad())
         scope.emplace();
     sampleFigures();
     sampleMeasures();
@@ -60,12 +60,14 @@ void CPU::sampleMeasures() {
     }
 }
 
+bool CPU::wantsLoad() const noexcept {
+    return measuring_.wants(Measure::cores) || measuring_.wants(Measure::activity) ||
+           measuring_.wants(Measure::counters);
+}
+
 // One reading serves the three groups: the kernel writes the whole table at each.
 void CPU::sampleLoad() {
-    const bool wantsCores = measuring_.wants(Measure::cores);
-    const bool wantsActivity = measuring_.wants(Measure::activity);
-    const bool wantsCounters = measuring_.wants(Measure::counters);
-    if (!wantsCores && !wantsActivity && !wantsCounters) {
+    if (!wantsLoad()) {
         forgetLoad();
         return;
     }
@@ -75,14 +77,14 @@ void CPU::sampleLoad() {
         takeLoad();
     else
         forgetLoad();
-    if (wantsCounters) {
+    if (measuring_.wants(Measure::counters)) {
         counters_.withValue([this](platform::ProcessorLoad& counters) { counters = load_; });
         measuring_.note(Measure::counters, availability);
     }
-    if (wantsCores)
+    if (measuring_.wants(Measure::cores))
         measuring_.note(Measure::cores, availability);
     const bool hasActivity = load_.contextSwitches || load_.interrupts || load_.forks;
-    if (wantsActivity)
+    if (measuring_.wants(Measure::activity))
         measuring_.note(Measure::activity, availability != Availability::available || hasActivity
                                                ? availability
                                                : Availability::unsupported);

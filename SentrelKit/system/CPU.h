@@ -186,6 +186,7 @@ private:
 
     void sampleFigures();
     void sampleMeasures();
+    [[nodiscard]] bool wantsLoad() const noexcept;
     void sampleLoad();
     void takeLoad();
     void forgetLoad();

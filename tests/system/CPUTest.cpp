@@ -4,6 +4,7 @@
 #include "tests/support/Allocations.h"
 
 #include <SentrelKit/platform/scripted/ScriptedMachine.h>
+#include <SentrelKit/platform/support/SampleScope.h>
 
 #include <gtest/gtest.h>
 
@@ -311,6 +312,25 @@ TEST(CPU, HandsTheCountersThemselvesOn) {
     cpu.update();
     EXPECT_EQ(cpu.counters(), std::nullopt);
     EXPECT_EQ(cpu.availability(CPU::Measure::counters), Availability::denied);
+}
+
+TEST(CPU, AsksForTheFiguresOfAllProcessorsAndOfEachAsOneSample) {
+    ScriptedMachine machine;
+    machine->host().processorLoadValue = platform::ProcessorLoad{};
+    CPU cpu;
+    std::vector<std::uint64_t> samples;
+    machine->host().calls.onCall([&samples](const std::string& call) {
+        if (call == "loadTicks" || call == "processorLoad")
+            samples.push_back(platform::SampleScope::current());
+    });
+    for (const CPU::Measure measure : {CPU::Measure::cores, CPU::Measure::activity, CPU::Measure::counters}) {
+        cpu.setMeasures({measure});
+        samples.clear();
+        cpu.update();
+        ASSERT_EQ(samples.size(), 2U);
+        EXPECT_NE(samples[0], 0U);
+        EXPECT_EQ(samples[0], samples[1]);
+    }
 }
 
 TEST(CPU, ReadsTheProcessorsOnceForBothGroups) {
