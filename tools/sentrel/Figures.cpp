@@ -19,6 +19,8 @@ using sentrel::GPU;
 using sentrel::Memory;
 using sentrel::Network;
 using sentrel::System;
+using LoadAverages = std::array<double, 3>;
+using Swap = Memory::Swap;
 
 const Readers<CPU>& cpuReaders() {
     static const Readers<CPU> readers = {
@@ -32,12 +34,6 @@ const Readers<CPU>& cpuReaders() {
          [](const CPU& cpu) { return ratio(cpu.idle()); }},
         {{"processes", Kind::gauge, "Processes."}, [](const CPU& cpu) { return whole(cpu.processes()); }},
         {{"threads", Kind::gauge, "Threads of all processes."}, [](const CPU& cpu) { return whole(cpu.threads()); }},
-        {{"load1", Kind::gauge, "Average number of runnable threads over 1 minute."},
-         [](const CPU& cpu) { return Value(cpu.loadavg()[0]); }},
-        {{"load5", Kind::gauge, "Average number of runnable threads over 5 minutes."},
-         [](const CPU& cpu) { return Value(cpu.loadavg()[1]); }},
-        {{"load15", Kind::gauge, "Average number of runnable threads over 15 minutes."},
-         [](const CPU& cpu) { return Value(cpu.loadavg()[2]); }},
         {{"physical_cores", Kind::gauge, "Cores of the machine."},
          [](const CPU& cpu) { return whole(cpu.physicalCores()); }},
         {{"logical_cores", Kind::gauge, "Logical processors of the machine."},
@@ -49,6 +45,19 @@ const Readers<CPU>& cpuReaders() {
         {{"brand", Kind::text, "The processor's name."}, [](const CPU& cpu) { return text(cpu.brand()); }},
         {{"thermal_state", Kind::text, "How hard heat presses the machine."},
          [](const CPU& cpu) { return written(cpu.thermalState()); }},
+    };
+    return readers;
+}
+
+// Asked for at each call of the model: once for the three of them.
+const Readers<LoadAverages>& loadReaders() {
+    static const Readers<LoadAverages> readers = {
+        {{"load1", Kind::gauge, "Average number of runnable threads over 1 minute."},
+         [](const LoadAverages& load) { return Value(load[0]); }},
+        {{"load5", Kind::gauge, "Average number of runnable threads over 5 minutes."},
+         [](const LoadAverages& load) { return Value(load[1]); }},
+        {{"load15", Kind::gauge, "Average number of runnable threads over 15 minutes."},
+         [](const LoadAverages& load) { return Value(load[2]); }},
     };
     return readers;
 }
@@ -77,9 +86,15 @@ const Readers<Memory>& memoryReaders() {
          [](const Memory& mem) { return whole(mem.pagesOut()); }},
         {{"page_faults_total", Kind::counter, "Page faults since boot."},
          [](const Memory& mem) { return whole(mem.pagesFault()); }},
-        {{"swap_bytes", Kind::gauge, "Swap space."}, [](const Memory& mem) { return whole(mem.swap().total); }},
-        {{"swap_used_bytes", Kind::gauge, "Swap space in use."},
-         [](const Memory& mem) { return whole(mem.swap().used); }},
+    };
+    return readers;
+}
+
+// As the load averages.
+const Readers<Swap>& swapReaders() {
+    static const Readers<Swap> readers = {
+        {{"swap_bytes", Kind::gauge, "Swap space."}, [](const Swap& swap) { return whole(swap.total); }},
+        {{"swap_used_bytes", Kind::gauge, "Swap space in use."}, [](const Swap& swap) { return whole(swap.used); }},
     };
     return readers;
 }
@@ -246,16 +261,16 @@ const Readers<Applications::Process>& processReaders() {
     return readers;
 }
 
-Table volumes(const System& system) {
-    return readList("disk", "volumes", volumeReaders(), system.disk().volumes(), [](const auto& entry) {
+Table volumes(const System& system, Texts texts) {
+    const auto labels = [](const auto& entry) {
         return std::pair(Labels{{"device", entry.first}, {"mountpoint", entry.second->path()}}, entry.second);
-    });
+    };
+    return readList("disk", "volumes", volumeReaders(), system.disk().volumes(), labels, texts);
 }
 
-Table interfaces(const System& system) {
-    return readList("net", "interfaces", interfaceReaders(), system.net().interfaces(), [](const auto& entry) {
-        return std::pair(Labels{{"interface", entry.first}}, entry.second);
-    });
+Table interfaces(const System& system, Texts texts) {
+    const auto labels = [](const auto& entry) { return std::pair(Labels{{"interface", entry.first}}, entry.second); };
+    return readList("net", "interfaces", interfaceReaders(), system.net().interfaces(), labels, texts);
 }
 
 // All, if the model has them; else those that use the processor most, then those that hold the most memory, each once.
@@ -280,7 +295,9 @@ std::span<const std::string_view> resources() {
 
 std::vector<TableInfo> tableInfos() {
     return {infoOf("cpu", "", {}, cpuReaders()),
+            infoOf("cpu", "", {}, loadReaders()),
             infoOf("mem", "", {}, memoryReaders()),
+            infoOf("mem", "", {}, swapReaders()),
             infoOf("disk", "volumes", {"device", "mountpoint"}, volumeReaders()),
             infoOf("net", "", {}, networkReaders()),
             infoOf("net", "interfaces", {"interface"}, interfaceReaders()),
@@ -290,21 +307,21 @@ std::vector<TableInfo> tableInfos() {
             infoOf("apps", "applications", {"name", "pid"}, processReaders())};
 }
 
-std::vector<Table> read(System& system, std::string_view resource) {
+std::vector<Table> read(System& system, std::string_view resource, Texts texts) {
     if (resource == "cpu")
-        return {own(resource, cpuReaders(), system.cpu())};
+        return {own(resource, cpuReaders(), system.cpu(), texts), own(resource, loadReaders(), system.cpu().loadavg())};
     if (resource == "mem")
-        return {own(resource, memoryReaders(), system.mem())};
+        return {own(resource, memoryReaders(), system.mem(), texts), own(resource, swapReaders(), system.mem().swap())};
     if (resource == "disk")
-        return {volumes(system)};
+        return {volumes(system, texts)};
     if (resource == "net")
-        return {own(resource, networkReaders(), system.net()), interfaces(system)};
+        return {own(resource, networkReaders(), system.net(), texts), interfaces(system, texts)};
     if (resource == "battery")
-        return {own(resource, batteryReaders(), system.battery())};
+        return {own(resource, batteryReaders(), system.battery(), texts)};
     if (resource == "gpu")
-        return {own(resource, graphicsReaders(), system.gpu())};
+        return {own(resource, graphicsReaders(), system.gpu(), texts)};
     if (resource == "apps")
-        return {own(resource, applicationsReaders(), system.apps()), applications(system)};
+        return {own(resource, applicationsReaders(), system.apps(), texts), applications(system)};
     return {};
 }
 

@@ -68,8 +68,11 @@ struct TableInfo {
 /// The tables of figures that are always sampled, with all of those.
 [[nodiscard]] std::vector<TableInfo> tableInfos();
 
+/// Whether figures that are texts are read along: some of them take a question to the machine.
+enum class Texts : std::uint8_t { read, leftOut };
+
 /// The figures of a resource as they stand now. Empty for a name that is none of a resource.
-[[nodiscard]] std::vector<Table> read(sentrel::System& system, std::string_view resource);
+[[nodiscard]] std::vector<Table> read(sentrel::System& system, std::string_view resource, Texts texts = Texts::read);
 
 /// The model behind the name of a resource, or null.
 [[nodiscard]] sentrel::SystemResource* modelOf(sentrel::System& system, std::string_view resource);

@@ -51,11 +51,15 @@ Value written(const T& value) {
 
 /// The figures that the source has.
 template <class Source>
-Item readItem(const Readers<Source>& readers, const Source& source) {
+Item readItem(const Readers<Source>& readers, const Source& source, Texts texts = Texts::read) {
     Item item;
-    for (const Reader<Source>& reader : readers)
+    item.figures.reserve(readers.size());
+    for (const Reader<Source>& reader : readers) {
+        if (texts == Texts::leftOut && reader.info.kind == Kind::text)
+            continue;
         if (std::optional<Value> value = reader.read(source))
             item.figures.push_back({&reader.info, std::move(*value)});
+    }
     return item;
 }
 
@@ -65,11 +69,11 @@ using Labels = std::vector<std::pair<std::string_view, std::string>>;
 /// The items of a list, an item's labels from its key and itself.
 template <class Source, class List, class LabelsOf>
 Table readList(std::string_view resource, std::string_view list, const Readers<Source>& readers, const List& sources,
-               LabelsOf&& labelsOf) {
+               LabelsOf&& labelsOf, Texts texts = Texts::read) {
     Table table{resource, list};
     for (const auto& source : sources) {
         auto [labels, object] = labelsOf(source);
-        Item item = readItem(readers, *object);
+        Item item = readItem(readers, *object, texts);
         item.labels = std::move(labels);
         table.items.push_back(std::move(item));
     }
@@ -78,8 +82,8 @@ Table readList(std::string_view resource, std::string_view list, const Readers<S
 
 /// The figures of a resource itself.
 template <class Source>
-Table own(std::string_view resource, const Readers<Source>& readers, const Source& source) {
-    return {resource, "", {readItem(readers, source)}};
+Table own(std::string_view resource, const Readers<Source>& readers, const Source& source, Texts texts = Texts::read) {
+    return {resource, "", {readItem(readers, source, texts)}};
 }
 
 /// What a table of these may hold.

@@ -10,8 +10,10 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <optional>
 #include <set>
+#include <sstream>
 #include <string>
 
 namespace tool {
@@ -137,7 +139,6 @@ TEST_F(ExporterTest, AScrapeNeverSamples) {
     machine->processes().calls.clear();
     for (int i = 0; i < 1000; ++i)
         EXPECT_FALSE(exporter.text()->empty());
-    EXPECT_FALSE(exporter.Collect().empty());
     EXPECT_TRUE(machine->host().calls.list().empty());
     EXPECT_TRUE(machine->volumes().calls.list().empty());
     EXPECT_TRUE(machine->network().calls.list().empty());
@@ -224,8 +225,13 @@ TEST_F(ExporterTest, WhatItTellsIsListed) {
     std::set<std::string> listed;
     for (const Metric& metric : metrics())
         listed.insert(metric.name);
-    for (const prometheus::MetricFamily& family : exporter.Collect())
-        EXPECT_TRUE(listed.contains(family.name)) << family.name;
+    std::istringstream text(*exporter.text());
+    std::set<std::string> told;
+    for (std::string line; std::getline(text, line);)
+        if (line.starts_with('#'))
+            told.insert(line.substr(7, line.find(' ', 7) - 7)); // after "# HELP " or "# TYPE "
+    EXPECT_GT(told.size(), 40U);
+    EXPECT_TRUE(std::ranges::includes(listed, told)) << testing::PrintToString(told);
 }
 
 } // namespace

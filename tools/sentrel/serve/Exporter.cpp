@@ -117,16 +117,17 @@ Exporter::Exporter(sentrel::System& system, const std::optional<ApplicationLimit
         applications_.emplace(*applications);
     wantFurtherFacts();
     for (const Metric& metric : metrics())
-        if (!metric.resource.empty() && (applications_ || metric.resource != applicationsResource))
-            counters_[metric.resource];
-    for (const auto& entry : counters_)
-        start(entry.first);
+        if (!metric.resource.empty() && (resources_.empty() || resources_.back() != metric.resource) &&
+            (applications_ || metric.resource != applicationsResource))
+            resources_.push_back(metric.resource);
+    for (const std::string_view resource : resources_)
+        start(resource);
 }
 
 Exporter::~Exporter() {
     system_.stop(system_.sensors());
-    for (const auto& entry : counters_)
-        if (sentrel::SystemResource* const model = modelOf(system_, entry.first))
+    for (const std::string_view resource : resources_)
+        if (sentrel::SystemResource* const model = modelOf(system_, resource))
             system_.stop(*model);
 }
 
@@ -149,13 +150,13 @@ void Exporter::wantFurtherFacts() {
 // The first sample of the processor is of the time since boot; what is told begins with the one after it.
 void Exporter::start(std::string_view resource) {
     const auto sampled = [this, resource] {
-        publish(resource);
+        keep(resource);
         if (resource == memoryResource)
             sampleBatteryAtTimes();
     };
     if (resource == sensorsResource) {
         system_.sensors().update();
-        publish(resource);
+        keep(resource);
         observations_.push_back(system_.observeSamples(system_.sensors(), sampled));
         system_.start(system_.sensors());
         return;
@@ -163,7 +164,7 @@ void Exporter::start(std::string_view resource) {
     sentrel::SystemResource& model = *modelOf(system_, resource);
     model.update();
     if (&model != &system_.cpu())
-        publish(resource);
+        keep(resource);
     observations_.push_back(system_.observeSamples(model, sampled));
     system_.start(model);
 }
@@ -174,11 +175,11 @@ void Exporter::sampleBatteryAtTimes() {
         return;
     samplesToBattery_ = samplesBetweenBatteries;
     system_.battery().update();
-    publish(batteryResource);
+    keep(batteryResource);
 }
 
 std::vector<Table> Exporter::read(std::string_view resource) {
-    std::vector<Table> tables = tool::read(system_, resource);
+    std::vector<Table> tables = tool::read(system_, resource, Texts::leftOut);
     if (resource == applicationsResource) {
         std::erase_if(tables, [](const Table& table) { return table.list == ApplicationTable::info().list; });
         tables.push_back(applications_->read(system_.apps()));
@@ -190,43 +191,41 @@ std::vector<Table> Exporter::read(std::string_view resource) {
     return tables;
 }
 
-void Exporter::publish(std::string_view resource) {
-    tool::Families families(counters_.at(resource));
-    families.add(read(resource));
-    const std::string time = lastSampleName(resource);
-    families.add(time, lastSampleHelp, {}, static_cast<double>(sentrel::Time_milli()) / 1000.0);
-    auto made = std::make_shared<const Families>(families.take());
+void Exporter::keep(std::string_view resource) {
+    auto sample =
+        std::make_shared<const Sample>(Sample{read(resource), static_cast<double>(sentrel::Time_milli()) / 1000.0});
     newest_.withValue([&](Newest& newest) {
-        newest.resources[resource] = std::move(made);
+        newest.samples[resource].swap(sample);
         ++newest.version;
     });
 }
 
-std::vector<MetricFamily> Exporter::familiesOf(const Newest& newest) {
+void Exporter::tell(const Newest& newest, Told& told) {
     std::vector<MetricFamily> all;
-    for (const auto& entry : newest.resources)
-        std::ranges::copy(*entry.second, std::back_inserter(all));
+    for (const auto& [resource, sample] : newest.samples) {
+        Families families(told.counters[resource]);
+        families.add(sample->tables);
+        families.add(lastSampleName(resource), lastSampleHelp, {}, sample->time);
+        std::ranges::move(families.take(), std::back_inserter(all));
+    }
     RisingCounters none;
-    tool::Families own(none);
+    Families own(none);
     own.add(std::string(buildInfoName), buildInfoHelp, {{"version", version()}}, 1.0);
     std::ranges::move(own.take(), std::back_inserter(all));
-    return all;
-}
-
-std::vector<MetricFamily> Exporter::Collect() const {
-    return familiesOf(newest_.value());
+    std::ostringstream stream;
+    prometheus::TextSerializer().Serialize(stream, all);
+    told.text = std::make_shared<const std::string>(stream.str());
+    told.version = newest.version;
 }
 
 std::shared_ptr<const std::string> Exporter::text() const {
     const Newest newest = newest_.value();
-    Text text = text_.value();
-    if (!text.text || text.version != newest.version) {
-        std::ostringstream stream;
-        prometheus::TextSerializer().Serialize(stream, familiesOf(newest));
-        text = {newest.version, std::make_shared<const std::string>(stream.str())};
-        text_.setValue(text);
-    }
-    return text.text;
+    return told_.withValue([&newest](Told& told) {
+        // Somebody else may have been told of later samples meanwhile.
+        if (told.version < newest.version)
+            tell(newest, told);
+        return told.text;
+    });
 }
 
 } // namespace tool

@@ -9,9 +9,6 @@
 #include <SentrelKit/system/Mutex/Atomic.h>
 #include <SentrelKit/system/System.h>
 
-#include <prometheus/collectable.h>
-#include <prometheus/metric_family.h>
-
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -22,51 +19,52 @@
 
 namespace tool {
 
-/// The metrics of one registry. After each sample of a resource its figures are put together, on the thread that
-/// sampled; whoever collects gets those of the last samples, and neither samples nor waits for one.
-class Exporter final : public prometheus::Collectable {
+/// The metrics of one registry. After each sample of a resource its figures are read, on the thread that sampled, and
+/// kept; whoever asks has metrics made of those of the last samples, and neither samples nor waits for one.
+class Exporter {
 public:
     /// Takes a first sample of everything and starts the registry's sampling, further facts included. Applications are
     /// told only if there is something said of how. On the thread that starts and stops the registry's tasks, as is the
     /// end. The registry outlives it.
     explicit Exporter(sentrel::System& system, const std::optional<ApplicationLimits>& applications = {});
-    ~Exporter() override;
+    ~Exporter();
     Exporter(const Exporter&) = delete;
     Exporter& operator=(const Exporter&) = delete;
 
-    /// Every metric, as of the last samples. Any thread.
-    [[nodiscard]] std::vector<prometheus::MetricFamily> Collect() const override;
-
-    /// The same in the text format of Prometheus 0.0.4, made once for all who ask between two samples. Never null. Any
-    /// thread.
+    /// Every metric, as of the last samples, in the text format of Prometheus 0.0.4. Made once for all who ask between
+    /// two samples. Never null. Any thread.
     [[nodiscard]] std::shared_ptr<const std::string> text() const;
 
 private:
-    using Families = std::vector<prometheus::MetricFamily>;
-
-    // What was put together last.
-    struct Newest {
-        std::uint64_t version = 0; // rises with each change
-        std::map<std::string_view, std::shared_ptr<const Families>> resources;
+    // The figures of a resource, and when they were sampled, in seconds since the epoch.
+    struct Sample {
+        std::vector<Table> tables;
+        double time = 0.0;
     };
-    struct Text {
-        std::uint64_t version = 0;
+    struct Newest {
+        std::uint64_t version = 1; // rises with each sample
+        std::map<std::string_view, std::shared_ptr<const Sample>> samples;
+    };
+    // What was told last, and the counters, which go on from there.
+    struct Told {
+        std::uint64_t version = 0; // of the samples that it was made of
+        std::map<std::string_view, RisingCounters> counters;
         std::shared_ptr<const std::string> text;
     };
 
     void wantFurtherFacts();
     void start(std::string_view resource);
-    void publish(std::string_view resource);
+    void keep(std::string_view resource);
     [[nodiscard]] std::vector<Table> read(std::string_view resource);
     void sampleBatteryAtTimes();
-    [[nodiscard]] static Families familiesOf(const Newest& newest);
+    static void tell(const Newest& newest, Told& told);
 
     sentrel::System& system_;
-    std::optional<ApplicationTable> applications_;        // of the thread that samples them
-    std::map<std::string_view, RisingCounters> counters_; // each of the thread that samples its resource
-    int samplesToBattery_ = 0;                            // of memory, and of its thread
+    std::vector<std::string_view> resources_;      // those that are told
+    std::optional<ApplicationTable> applications_; // of the thread that samples them
+    int samplesToBattery_ = 0;                     // of memory, and of its thread
     sentrel::Atomic<Newest> newest_;
-    mutable sentrel::Atomic<Text> text_;
+    mutable sentrel::Atomic<Told> told_;
     std::vector<sentrel::Observation> observations_; // the first to go: their calls use all the others
 };
 
