@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <optional>
 #include <set>
 #include <sstream>
@@ -208,6 +209,35 @@ TEST_F(ExporterTest, ApplicationsAreToldByNameAndNeverInMoreSeriesThanAllowed) {
         ++series;
     EXPECT_EQ(series, 3U) << "two names and all others\n" << told;
     EXPECT_NE(valueOf(exporter, R"(sentrel_application_resident_bytes{application="other"})"), "");
+}
+
+TEST_F(ExporterTest, SamplesAtThePaceThatItIsGiven) {
+    sentrel::System system;
+    const Exporter exporter(system, {}, std::chrono::seconds(15));
+    const auto timeOf = [&exporter](const std::string& resource) {
+        return std::stod("0" + valueOf(exporter, "sentrel_" + resource + "_last_sample_timestamp_seconds"));
+    };
+    const double begin = timeOf("mem");
+    for (const sentrel::System::TaskInfo& task : system.tasks())
+        EXPECT_NE(task.status, sentrel::Timer::Status::started) << task;
+    machine->advance(14.9);
+    EXPECT_EQ(valueOf(exporter, "sentrel_cpu_usage_ratio"), "");
+    EXPECT_EQ(timeOf("mem"), begin);
+    machine->advance(0.2);
+    for (const char* const resource : {"cpu", "mem", "disk", "net", "battery", "gpu", "sensors"})
+        EXPECT_NEAR(timeOf(resource), begin + 15.0, 0.05) << resource;
+    EXPECT_NE(valueOf(exporter, "sentrel_cpu_usage_ratio"), "");
+    machine->advance(15);
+    for (const char* const resource : {"cpu", "mem", "disk", "net", "battery", "gpu", "sensors"})
+        EXPECT_NEAR(timeOf(resource), begin + 30.0, 0.05) << resource;
+}
+
+TEST_F(ExporterTest, NoSampleBeginsAfterItsEnd) {
+    sentrel::System system;
+    { const Exporter exporter(system, {}, std::chrono::seconds(2)); }
+    machine->host().calls.clear();
+    machine->advance(10);
+    EXPECT_TRUE(machine->host().calls.list().empty());
 }
 
 TEST_F(ExporterTest, EndsTheSamplingThatItBegan) {

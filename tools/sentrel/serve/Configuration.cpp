@@ -71,12 +71,21 @@ struct Key {
     Setter set;
 };
 
-bool setLimit(std::size_t& limit, const std::string& text) {
+std::optional<std::size_t> parseWithin(const std::string& text, std::size_t least, std::size_t most) {
     const auto number = parseNumber<std::size_t>(text);
-    if (!number || *number < 1 || *number > 1000)
-        return false;
-    limit = *number;
-    return true;
+    return number && *number >= least && *number <= most ? number : std::nullopt;
+}
+
+bool setLimit(std::size_t& limit, const std::string& text) {
+    const std::optional<std::size_t> number = parseWithin(text, 1, 1000);
+    limit = number.value_or(limit);
+    return number.has_value();
+}
+
+bool setPace(Draft& draft, const std::string& text) {
+    const std::optional<std::size_t> seconds = parseWithin(text, 2, 3600);
+    draft.configuration.pace = std::chrono::seconds(seconds.value_or(0));
+    return seconds.has_value();
 }
 
 const std::vector<Key>& keys() {
@@ -110,6 +119,7 @@ const std::vector<Key>& keys() {
          [](Draft& draft, const std::string& text) { return setLimit(draft.applications.top, text); }},
         {"applications", "names", "a number from 1 to 1000",
          [](Draft& draft, const std::string& text) { return setLimit(draft.applications.names, text); }},
+        {"sampling", "seconds", "a number from 2 to 3600", setPace},
     };
     return all;
 }

@@ -3,6 +3,7 @@
 
 #include "tools/sentrel/serve/ApplicationTable.h"
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -34,6 +35,7 @@ struct Configuration {
     std::optional<Credentials> credentials{};        ///< anybody without them
     std::optional<Certificate> certificate{};        ///< no encryption without one
     std::optional<ApplicationLimits> applications{}; ///< not told without them
+    std::optional<std::chrono::seconds> pace{};      ///< of the samples; the library's own without it
 };
 
 /// What is wrong, in one line.

@@ -112,7 +112,9 @@ constexpr int samplesBetweenBatteries = 5;
 
 } // namespace
 
-Exporter::Exporter(sentrel::System& system, const std::optional<ApplicationLimits>& applications) : system_(system) {
+Exporter::Exporter(sentrel::System& system, const std::optional<ApplicationLimits>& applications,
+                   std::optional<std::chrono::seconds> pace)
+    : system_(system), pace_(pace) {
     if (applications)
         applications_.emplace(*applications);
     wantFurtherFacts();
@@ -157,23 +159,35 @@ void Exporter::start(std::string_view resource) {
     if (resource == sensorsResource) {
         system_.sensors().update();
         keep(resource);
-        observations_.push_back(system_.observeSamples(system_.sensors(), sampled));
-        system_.start(system_.sensors());
+        sampleRegularly(system_.sensors(), sampled);
         return;
     }
     sentrel::SystemResource& model = *modelOf(system_, resource);
     model.update();
     if (&model != &system_.cpu())
         keep(resource);
-    observations_.push_back(system_.observeSamples(model, sampled));
+    // The battery has no task.
+    if (resource != batteryResource)
+        sampleRegularly(model, sampled);
+}
+
+template <class Model>
+void Exporter::sampleRegularly(Model& model, std::function<void()> sampled) {
+    if (pace_) {
+        paced_.push_back(std::make_unique<PacedSampling>(*pace_, [&model, sampled = std::move(sampled)] {
+            model.update();
+            sampled();
+        }));
+        return;
+    }
+    observations_.push_back(system_.observeSamples(model, std::move(sampled)));
     system_.start(model);
 }
 
-// The battery has no task.
 void Exporter::sampleBatteryAtTimes() {
     if (--samplesToBattery_ > 0)
         return;
-    samplesToBattery_ = samplesBetweenBatteries;
+    samplesToBattery_ = pace_ ? 1 : samplesBetweenBatteries;
     system_.battery().update();
     keep(batteryResource);
 }

@@ -3,13 +3,16 @@
 
 #include "tools/sentrel/Figures.h"
 #include "tools/sentrel/serve/ApplicationTable.h"
+#include "tools/sentrel/serve/PacedSampling.h"
 #include "tools/sentrel/serve/RisingCounters.h"
 
 #include <SentrelKit/platform/Observation.h>
 #include <SentrelKit/system/Mutex/Atomic.h>
 #include <SentrelKit/system/System.h>
 
+#include <chrono>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -25,8 +28,10 @@ class Exporter {
 public:
     /// Takes a first sample of everything and starts the registry's sampling, further facts included. Applications are
     /// told only if there is something said of how. On the thread that starts and stops the registry's tasks, as is the
-    /// end. The registry outlives it.
-    explicit Exporter(sentrel::System& system, const std::optional<ApplicationLimits>& applications = {});
+    /// end. The registry outlives it. With a pace everything is sampled so often, in place of the registry's own
+    /// intervals.
+    explicit Exporter(sentrel::System& system, const std::optional<ApplicationLimits>& applications = {},
+                      std::optional<std::chrono::seconds> pace = {});
     ~Exporter();
     Exporter(const Exporter&) = delete;
     Exporter& operator=(const Exporter&) = delete;
@@ -54,18 +59,22 @@ private:
 
     void wantFurtherFacts();
     void start(std::string_view resource);
+    template <class Model>
+    void sampleRegularly(Model& model, std::function<void()> sampled);
     void keep(std::string_view resource);
     [[nodiscard]] std::vector<Table> read(std::string_view resource);
     void sampleBatteryAtTimes();
     static void tell(const Newest& newest, Told& told);
 
     sentrel::System& system_;
+    const std::optional<std::chrono::seconds> pace_;
     std::vector<std::string_view> resources_;      // those that are told
     std::optional<ApplicationTable> applications_; // of the thread that samples them
     int samplesToBattery_ = 0;                     // of memory, and of its thread
     sentrel::Atomic<Newest> newest_;
     mutable sentrel::Atomic<Told> told_;
-    std::vector<sentrel::Observation> observations_; // the first to go: their calls use all the others
+    std::vector<sentrel::Observation> observations_; // the first to go, as what follows: their calls use all the others
+    std::vector<std::unique_ptr<PacedSampling>> paced_;
 };
 
 } // namespace tool
