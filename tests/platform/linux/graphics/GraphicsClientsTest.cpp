@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <gtest/gtest.h>
 #include <string>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace sentrel::platform {
@@ -135,6 +136,27 @@ TEST_F(GraphicsClientsTest, SkipWhatIsCutOrEmpty) {
     machine_.link("proc/300/fd/9", "/dev/dri/card0"); // closed meanwhile
     ASSERT_EQ(reader_.read(clients_), available);
     EXPECT_TRUE(clients_.empty());
+}
+
+TEST_F(GraphicsClientsTest, AreDeniedWhereOnlyProcessesOfOthersCanHaveAny) {
+    open("300", "7", "/dev/dri/card0", fixture("i915"));
+    open("301", "4", "/dev/dri/renderD129", fixture("amdgpu"));
+    ASSERT_EQ(::chmod(machine_.path().c_str(), 0755), 0);
+    const std::string mine = machine_.path("proc/300/fd");
+    for (const std::string& files : {mine, machine_.path("proc/301/fd")})
+        ASSERT_EQ(::chmod(files.c_str(), 0500), 0);
+    clients_ = {ofIntel, ofIntel};
+    asNobody([this] {
+        EXPECT_EQ(reader_.read(clients_), Availability::denied);
+        EXPECT_EQ(clients_.size(), 2U) << "as it was";
+    });
+    ASSERT_EQ(::chmod(mine.c_str(), 0755), 0);
+    asNobody([this] {
+        EXPECT_EQ(reader_.read(clients_), available);
+        EXPECT_EQ(clients_, Clients{ofIntel}) << "of the processes that may be seen";
+    });
+    ASSERT_EQ(reader_.read(clients_), available);
+    EXPECT_EQ(clients_.size(), 2U) << "the superuser sees all";
 }
 
 TEST_F(GraphicsClientsTest, TakeNoMemoryOnceWarm) {
