@@ -14,14 +14,15 @@ namespace sentrel {
 /// The counters of one disk, or a part of one. Each but the last counts since the disk appeared. The times are in
 /// milliseconds and wrap at 2^32.
 struct DiskOperations {
-    std::string name;               ///< the kernel's, such as "sda" or "nvme0n1p2"
-    std::int64_t reads = 0;         ///< completed
-    std::int64_t writes = 0;        ///< completed
-    std::uint32_t readTime = 0;     ///< spent by all completed reads, each for itself
-    std::uint32_t writeTime = 0;    ///< the same for writes
-    std::uint32_t busyTime = 0;     ///< in which there was at least one operation to do
-    std::uint32_t queueTime = 0;    ///< spent by all operations, those to come included, each for itself
-    std::int64_t operationsNow = 0; ///< that wait or are being done at this moment
+    std::string name;                            ///< the kernel's, such as "sda" or "nvme0n1p2"
+    std::int64_t reads = 0;                      ///< completed
+    std::int64_t writes = 0;                     ///< completed
+    std::uint32_t readTime = 0;                  ///< spent by all completed reads, each for itself
+    std::uint32_t writeTime = 0;                 ///< the same for writes
+    std::optional<std::uint32_t> busyTime{};     ///< in which there was at least one operation to do; absent on macOS
+    std::optional<std::uint32_t> queueTime{};    ///< spent by all operations, those to come included, each for itself;
+                                                 ///< absent on macOS
+    std::optional<std::int64_t> operationsNow{}; ///< that wait or are being done at this moment; absent on macOS
 };
 
 /// One block device: a disk, a part of one, or one that is stacked on others.

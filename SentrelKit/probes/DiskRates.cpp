@@ -12,10 +12,12 @@ namespace {
 
 constexpr double millisecond = 1e6; // nanoseconds
 
-// How many milliseconds a time grew, also over its end; absent where it went back.
-std::optional<double> growth(std::uint32_t now, std::uint32_t before) noexcept {
+// How many milliseconds a time grew, also over its end; absent where it went back or is not told.
+std::optional<double> growth(std::optional<std::uint32_t> now, std::optional<std::uint32_t> before) noexcept {
+    if (!now || !before)
+        return std::nullopt;
     constexpr std::uint32_t half = std::uint32_t{1} << 31U;
-    const std::uint32_t grown = now - before;
+    const std::uint32_t grown = *now - *before;
     return grown < half ? std::optional(static_cast<double>(grown)) : std::nullopt;
 }
 

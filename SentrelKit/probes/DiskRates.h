@@ -13,7 +13,7 @@
 namespace sentrel::probes {
 
 /// What a disk, or a part of one, did between two samples, the time by the clock that never steps back. Absent at the
-/// first sample of a device, where no time went by, and where a counter went back.
+/// first sample of a device, where no time went by, where a counter went back, and where the system does not count.
 struct DiskActivity {
     DiskOperations counters{};            ///< as they stand, with the device's name
     std::optional<double> readsRate{};    ///< reads completed a second

@@ -342,6 +342,7 @@ void Motion::writeDiskOperations(ScriptedVolumeService& volumes) const {
         operations.busyTime =
             milliseconds(disk.bytesRead + disk.bytesWritten, disk.plan.read.burst.high + disk.plan.written.burst.high);
         operations.queueTime = operations.readTime + operations.writeTime;
+        operations.operationsNow = 0;
     }
 }
 

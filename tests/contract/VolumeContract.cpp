@@ -364,7 +364,7 @@ TEST_P(PlatformContract, CountersOfDisksAreThoseOfNamedDevicesAndNeverBelowZero)
         EXPECT_FALSE(disk.name.empty());
         EXPECT_GE(disk.reads, 0) << disk.name;
         EXPECT_GE(disk.writes, 0) << disk.name;
-        EXPECT_GE(disk.operationsNow, 0) << disk.name;
+        EXPECT_GE(disk.operationsNow.value_or(0), 0) << disk.name;
     }
     EXPECT_TRUE(machine->isReal() || !disks.empty());
 }

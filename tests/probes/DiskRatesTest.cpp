@@ -41,8 +41,8 @@ TEST_F(DiskRatesTest, AreMeansOverTheTimeBetweenTwoSamples) {
     disk.writes += 20;
     disk.readTime += 80;
     disk.writeTime += 400;
-    disk.busyTime += 500;
-    disk.queueTime += 3000;
+    *disk.busyTime += 500;
+    *disk.queueTime += 3000;
     const DiskActivity activity = take(7 * second);
     EXPECT_DOUBLE_EQ(activity.readsRate.value(), 20);
     EXPECT_DOUBLE_EQ(activity.writesRate.value(), 10);
@@ -54,7 +54,7 @@ TEST_F(DiskRatesTest, AreMeansOverTheTimeBetweenTwoSamples) {
 
 TEST_F(DiskRatesTest, WithoutAnOperationThatEndedThereIsNoLatency) {
     take(5 * second);
-    disk.busyTime += 1000;
+    *disk.busyTime += 1000;
     const DiskActivity activity = take(6 * second);
     EXPECT_EQ(activity.readLatency, std::nullopt);
     EXPECT_DOUBLE_EQ(activity.readsRate.value(), 0);
@@ -63,7 +63,7 @@ TEST_F(DiskRatesTest, WithoutAnOperationThatEndedThereIsNoLatency) {
 
 TEST_F(DiskRatesTest, ADiskIsNeverBusierThanAllTheTime) {
     take(5 * second);
-    disk.busyTime += 1004;
+    *disk.busyTime += 1004;
     EXPECT_DOUBLE_EQ(take(6 * second).busy.value(), 100);
 }
 
@@ -93,9 +93,26 @@ TEST_F(DiskRatesTest, WhatWentBackHasNoFigureForThatSample) {
     EXPECT_DOUBLE_EQ(take(7 * second).readsRate.value(), 2);
 }
 
+TEST_F(DiskRatesTest, WhatTheSystemDoesNotCountHasNoFigure) {
+    disk.busyTime.reset();
+    disk.queueTime.reset();
+    disk.operationsNow.reset();
+    take(5 * second);
+    disk.reads += 40;
+    disk.readTime += 80;
+    DiskActivity activity = take(7 * second);
+    EXPECT_FALSE(activity.busy || activity.queueLength || activity.counters.operationsNow);
+    EXPECT_DOUBLE_EQ(activity.readsRate.value(), 20);
+    EXPECT_DOUBLE_EQ(activity.readLatency.value(), 0.002);
+    disk.busyTime = 7000;
+    EXPECT_FALSE(take(8 * second).busy) << "nothing to count from";
+    *disk.busyTime += 250;
+    EXPECT_DOUBLE_EQ(take(9 * second).busy.value(), 25);
+}
+
 TEST_F(DiskRatesTest, WithoutTimeBetweenTwoSamplesThereIsNone) {
     take(5 * second);
-    disk.busyTime += 5;
+    *disk.busyTime += 5;
     const DiskActivity activity = take(5 * second);
     EXPECT_FALSE(activity.readsRate || activity.busy || activity.queueLength);
 }

@@ -908,7 +908,7 @@ protected:
         volumes().mount("server:/export", "/net");
         volumes().mounts.back().from = "server:/export";
         volumes().diskOperationsValue =
-            std::vector<DiskOperations>{{.name = "disk1", .reads = 100}, {.name = "disk1s1"}};
+            std::vector<DiskOperations>{{.name = "disk1", .reads = 100, .busyTime = 0}, {.name = "disk1s1"}};
         volumes().diskDevicesValue =
             std::vector<DiskDevice>{{.name = "disk1", .alias = {}, .whole = "disk1", .rotational = true},
                                     {.name = "disk1s1", .alias = {}, .whole = "disk1"}};
@@ -948,7 +948,7 @@ TEST_F(DiskMeasures, TheActivityOfAVolumeIsThatOfItsWholeDisk) {
     EXPECT_EQ(disk.activity().size(), 2U);
     EXPECT_FALSE(disk.activity(*disk.HD())->readsRate) << "the first sample";
     volumes().diskOperationsValue->at(0).reads += 20;
-    volumes().diskOperationsValue->at(0).busyTime += 500;
+    *volumes().diskOperationsValue->at(0).busyTime += 500;
     advance(1);
     sample(disk);
     EXPECT_EQ(disk.activity(*disk.HD())->counters.name, "disk1");

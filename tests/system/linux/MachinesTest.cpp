@@ -326,7 +326,7 @@ TEST(Machines, ARecordedOneIsReadAsPsutilReadsIt) {
         std::find_if(disks.begin(), disks.end(), [](const auto& each) { return each.counters.name == "vda"; });
     ASSERT_NE(disk, disks.end());
     add(disk->counters.reads);
-    add(disk->counters.busyTime);
+    add(disk->counters.busyTime.value());
     EXPECT_EQ(ours, theirs);
     EXPECT_TRUE(system.cpu().pressure());
     EXPECT_TRUE(system.mem().pressure());

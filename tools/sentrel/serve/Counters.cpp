@@ -108,11 +108,16 @@ std::vector<Table> operations(const Disk& disk) {
     Table table{"disk", ""};
     for (const sentrel::probes::DiskActivity& activity : disk.activity()) {
         const sentrel::DiskOperations& counters = activity.counters;
-        table.items.push_back(
-            {{{"device", counters.name}},
-             {whole(reads, counters.reads), whole(writes, counters.writes), seconds(readSeconds, counters.readTime),
-              seconds(writeSeconds, counters.writeTime), seconds(busySeconds, counters.busyTime),
-              seconds(queueSeconds, counters.queueTime), whole(operationsNow, counters.operationsNow)}});
+        Item item{{{"device", counters.name}},
+                  {whole(reads, counters.reads), whole(writes, counters.writes),
+                   seconds(readSeconds, counters.readTime), seconds(writeSeconds, counters.writeTime)}};
+        if (counters.busyTime)
+            item.figures.push_back(seconds(busySeconds, *counters.busyTime));
+        if (counters.queueTime)
+            item.figures.push_back(seconds(queueSeconds, *counters.queueTime));
+        if (counters.operationsNow)
+            item.figures.push_back(whole(operationsNow, *counters.operationsNow));
+        table.items.push_back(std::move(item));
     }
     return {std::move(table)};
 }

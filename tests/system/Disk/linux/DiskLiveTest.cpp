@@ -207,10 +207,12 @@ TEST_F(LiveDisk, CountsTheOperationsOfADiskAsTheKernelsTableReadByAnotherProgram
         told = linesOf("/usr/bin/python3 -c \"for line in open('/proc/diskstats'):\n f = line.split()\n if f[2] == '" +
                        image.device() +
                        "':\n  print(f[3]); print(f[6]); print(f[7]); print(f[10]); print(f[11]); print(f[12])\"");
-        const std::vector<std::string> shown = {
-            std::to_string(after->counters.reads),         std::to_string(after->counters.readTime),
-            std::to_string(after->counters.writes),        std::to_string(after->counters.writeTime),
-            std::to_string(after->counters.operationsNow), std::to_string(after->counters.busyTime)};
+        const std::vector<std::string> shown = {std::to_string(after->counters.reads),
+                                                std::to_string(after->counters.readTime),
+                                                std::to_string(after->counters.writes),
+                                                std::to_string(after->counters.writeTime),
+                                                std::to_string(after->counters.operationsNow.value()),
+                                                std::to_string(after->counters.busyTime.value())};
         return shown == told;
     }));
     EXPECT_GT(after->counters.writes, before->counters.writes);
