@@ -319,11 +319,11 @@ void Disk::sampleDisks() {
 
 Availability Disk::sampleDevices() {
     VolumeSet::Snapshot volumes = set_->volumes();
-    const bool stand = devices_.withValue([this](const std::vector<DiskDevice>& shown) SENTREL_REQUIRES(sampling_) {
-        return std::ranges::equal(shown, operations_, {}, &DiskDevice::name, &DiskOperations::name);
-    });
+    const bool stand = std::ranges::equal(devicesBeside_, operations_, {}, {}, &DiskOperations::name);
     if (stand && devicesOf_ == volumes && devicesAnswer_ == Availability::available)
         return devicesAnswer_;
+    devicesBeside_.resize(operations_.size());
+    std::ranges::transform(operations_, devicesBeside_.begin(), &DiskOperations::name);
     std::vector<DiskDevice> next;
     devicesAnswer_ = set_->session().platform().volumes().diskDevices(next);
     if (devicesAnswer_ == Availability::available)

@@ -159,6 +159,7 @@ private:
     std::vector<DiskOperations> operations_ SENTREL_GUARDED_BY(sampling_);
     std::vector<probes::DiskActivity> nextActivity_ SENTREL_GUARDED_BY(sampling_);
     std::shared_ptr<const Volumes> devicesOf_ SENTREL_GUARDED_BY(sampling_); // the volumes when devices were read
+    std::vector<std::string> devicesBeside_ SENTREL_GUARDED_BY(sampling_);   // the names that had counters then
     Availability devicesAnswer_ SENTREL_GUARDED_BY(sampling_) = Availability::failed;
     Relaxed<bool> isMeasured_;
     Atomic<std::vector<probes::DiskActivity>> activity_;

@@ -990,6 +990,19 @@ TEST_F(DiskMeasures, DevicesAreReadOnceUntilOneComesOrGoesOrSomethingIsMounted) 
     EXPECT_EQ(disk.device(*at(disk, "/vault"))->name, "disk2") << "by its other name";
 }
 
+TEST_F(DiskMeasures, DevicesWithoutCountersAreReadOnceToo) {
+    volumes().diskOperationsValue->pop_back(); // the part counts nothing of its own
+    Disk disk;
+    disk.setMeasures({Measure::devices});
+    sample(disk);
+    sample(disk);
+    EXPECT_EQ(asked("diskDevices"), 1U);
+    EXPECT_EQ(disk.devices().size(), 2U);
+    volumes().diskOperationsValue->at(0).name = "disk2";
+    sample(disk);
+    EXPECT_EQ(asked("diskDevices"), 2U) << "another disk in the place of the first";
+}
+
 TEST_F(DiskMeasures, WhatFailsIsEmptySaysWhyAndComesBack) {
     Disk disk;
     disk.setMeasures({Measure::activity, Measure::devices});
