@@ -3,6 +3,7 @@
 
 #include <SentrelKit/platform/macos/common/CFOwner.h>
 #include <SentrelKit/platform/macos/volumes/AtaSmartPlugIn.h>
+#include <SentrelKit/platform/macos/volumes/StorageStatistics.h>
 
 #include <IOKit/storage/IOBlockStorageDriver.h>
 #include <IOKit/storage/ata/ATASMARTLib.h>
@@ -10,18 +11,6 @@
 #include <utility>
 
 namespace sentrel::platform {
-
-namespace {
-
-std::optional<std::int64_t> countAt(CFDictionaryRef statistics, CFStringRef key) {
-    const auto number = cfCast<CFNumberRef>(CFDictionaryGetValue(statistics, key), CFNumberGetTypeID());
-    std::int64_t value = 0;
-    if (!number || !CFNumberGetValue(number, kCFNumberSInt64Type, &value))
-        return std::nullopt;
-    return value;
-}
-
-} // namespace
 
 std::shared_ptr<MacMediaEntry> MacMediaEntry::create(IOObject entry) {
     return entry ? std::make_shared<MacMediaEntry>(std::move(entry)) : nullptr;
@@ -33,14 +22,11 @@ bool MacMediaEntry::areSame(const MediaEntry& one, const MediaEntry& other) {
 }
 
 std::optional<DiskStatistics> MacMediaEntry::statistics() {
-    const CFOwner found(IORegistryEntrySearchCFProperty(entry_.get(), kIOServicePlane,
-                                                        CFSTR(kIOBlockStorageDriverStatisticsKey), kCFAllocatorDefault,
-                                                        kIORegistryIterateRecursively | kIORegistryIterateParents));
-    const auto statistics = cfCast<CFDictionaryRef>(found.get(), CFDictionaryGetTypeID());
+    const std::optional<StorageStatistics> statistics = StorageStatistics::above(entry_.get());
     if (!statistics)
         return std::nullopt;
-    return DiskStatistics{.bytesRead = countAt(statistics, CFSTR(kIOBlockStorageDriverStatisticsBytesReadKey)),
-                          .bytesWritten = countAt(statistics, CFSTR(kIOBlockStorageDriverStatisticsBytesWrittenKey))};
+    return DiskStatistics{.bytesRead = statistics->count(CFSTR(kIOBlockStorageDriverStatisticsBytesReadKey)),
+                          .bytesWritten = statistics->count(CFSTR(kIOBlockStorageDriverStatisticsBytesWrittenKey))};
 }
 
 bool MacMediaEntry::isSmartCapable() {
