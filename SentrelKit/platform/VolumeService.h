@@ -66,10 +66,12 @@ public:
     /// workspace; Linux: one of freedesktop's icon names.
     [[nodiscard]] virtual std::optional<Icon> iconForPath(const std::string& path) = 0;
 
-    /// Fills the list with the counters of every disk and of every part of one, all taken by one request. Touches no
-    /// file system. Linux: /proc/diskstats, readable for everybody; macOS: unsupported: the block storage drivers
-    /// count less, no time in which a disk was busy. Unless available the list stays as it was. Allocates nothing once
-    /// warm.
+    /// Fills the list with the counters of every disk and of every part of one. Touches no file system. Linux:
+    /// /proc/diskstats, all taken by one request, readable for everybody; macOS: "Statistics" of the block storage
+    /// driver that each whole disk of the device registry stands on, for everybody. Such drivers count no part for
+    /// itself, no time in which a disk was busy and nothing of what waits; a disk that lies in another, as a container
+    /// does, shows what that one does. Unless available the list stays as it was. Allocates nothing once warm; what
+    /// macOS itself allocates for its answer is given back.
     [[nodiscard]] virtual Availability diskOperations(std::vector<DiskOperations>& disks) = 0;
 
     /// Fills the list with every disk and every part of one. Touches no file system, but opens many files: for the

@@ -60,6 +60,7 @@ const std::multimap<std::string, std::string>& functions() {
         {"media", "DADiskCopyIOMedia"},
         {"statistics", "IORegistryEntrySearchCFProperty"},
         {"parent", "IORegistryEntryGetParentEntry"},
+        {"diskOperations", "IOServiceGetMatchingServices"},
         {"diskDevices", "IOServiceGetMatchingServices"},
         {"packetCounters", "sysctl"},
         {"links", "sysctl"},

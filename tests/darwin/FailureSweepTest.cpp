@@ -66,6 +66,12 @@ void expectFigures(const System& registry) {
         EXPECT_THAT(volume->rbytes(), AnyOf(0, 1000));
     }
     EXPECT_LE(registry.disk().usage(), 100);
+    for (const probes::DiskActivity& activity : registry.disk().activity()) {
+        EXPECT_THAT(activity.counters.name, AnyOf("disk0", "disk1", "spare"));
+        EXPECT_THAT(activity.counters.reads, AnyOf(0, 10));
+        EXPECT_GE(activity.readsRate.value_or(0), 0);
+        EXPECT_FALSE(activity.busy);
+    }
     EXPECT_THAT(registry.battery().percent(), AnyOf(0, 50, 60, noPercent));
     EXPECT_THAT(registry.battery().acWatts(), AnyOf(0, 61));
     EXPECT_THAT(registry.battery().voltage(), AnyOf(0, 12000));
@@ -81,6 +87,7 @@ void expectFigures(const System& registry) {
 // Everything that happens to a registry: made, started, sampled, told of changes, stopped, released.
 void live(System& registry) {
     expectFigures(registry);
+    registry.disk().setMeasures({Disk::Measure::activity, Disk::Measure::devices});
     registry.start();
     for (const SystemResource* resource :
          {static_cast<const SystemResource*>(&registry.disk()), static_cast<const SystemResource*>(&registry.apps()),

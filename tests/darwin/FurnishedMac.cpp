@@ -169,9 +169,16 @@ void furnish() {
 }
 
 void count(std::int64_t read, std::int64_t written) {
+    constexpr std::int64_t size = 100;
+    constexpr std::int64_t millisecond = 1'000'000;
     for (const char* driven : {"disk0", "spare"})
         entryNamed(driven)->parent->properties["Statistics"] =
-            PropertyList::Dictionary{{"Bytes (Read)", read}, {"Bytes (Write)", written}};
+            PropertyList::Dictionary{{"Bytes (Read)", read},
+                                     {"Bytes (Write)", written},
+                                     {"Operations (Read)", read / size},
+                                     {"Operations (Write)", written / size},
+                                     {"Total Time (Read)", read / size * 2 * millisecond},
+                                     {"Total Time (Write)", written / size * 3 * millisecond}};
 }
 
 } // namespace darwin

@@ -13,7 +13,8 @@ namespace darwin {
 /// and an application.
 void furnish();
 
-/// Sets what the drive of the root volume has counted, in bytes.
+/// Sets what the drive of the root volume has counted, in bytes, that were moved by 100, each time in 2 milliseconds
+/// when read and in 3 when written.
 void count(std::int64_t read, std::int64_t written);
 
 } // namespace darwin

@@ -74,6 +74,28 @@ TEST_F(MacModels, ShowTheVolumeWithItsSpaceAndItsRates) {
     EXPECT_EQ(registry->disk().volumes().size(), 1u);
 }
 
+TEST_F(MacModels, ShowWhatTheDiskBelowAVolumesContainerDoes) {
+    Disk& disk = registry->disk();
+    disk.setMeasures({Disk::Measure::activity, Disk::Measure::devices});
+    registry->start(disk);
+    count(1000, 1000);
+    queues::advance(1.2);
+    EXPECT_EQ(disk.availability(Disk::Measure::activity), Availability::available);
+    EXPECT_EQ(disk.device(*disk.HD())->whole, "disk1");
+    const int asked = failures::calls("IORegistryEntryCreateCFProperties");
+    count(1000 + 22'000, 1000 + 11'000);
+    queues::advance(1.1);
+    EXPECT_EQ(failures::calls("IORegistryEntryCreateCFProperties"), asked) << "devices are described once";
+    const std::optional<probes::DiskActivity> activity = disk.activity(*disk.HD());
+    ASSERT_TRUE(activity);
+    EXPECT_EQ(activity->counters.name, "disk1");
+    EXPECT_NEAR(activity->readsRate.value(), 200, 1e-6);
+    EXPECT_NEAR(activity->writesRate.value(), 100, 1e-6);
+    EXPECT_NEAR(activity->readLatency.value(), 0.002, 1e-9);
+    EXPECT_NEAR(activity->writeLatency.value(), 0.003, 1e-9);
+    EXPECT_FALSE(activity->busy || activity->queueLength || activity->counters.operationsNow) << "which nobody counts";
+}
+
 TEST_F(MacModels, ShowTheBatteryAndHearOfItsChanges) {
     EXPECT_EQ(registry->battery().percent(), 50);
     EXPECT_TRUE(registry->battery().isCharging());

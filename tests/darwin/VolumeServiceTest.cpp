@@ -114,6 +114,42 @@ TEST_F(MacVolumes, LieOnMediaThatTheRegistryDescribes) {
     EXPECT_EQ(devices.size(), 6u);
 }
 
+TEST_F(MacVolumes, LieOnWholeDisksWhoseDriversCountOperations) {
+    const std::int64_t wrapped = (std::int64_t{1} << 32) + 7; // milliseconds
+    const PropertyList::Dictionary counts = {{"Operations (Read)", 300},
+                                             {"Operations (Write)", 200},
+                                             {"Total Time (Read)", wrapped * 1'000'000 + 999'999},
+                                             {"Total Time (Write)", 45'000'000}};
+    drive->children[0]->properties["Statistics"] = counts;
+    std::vector<sentrel::DiskOperations> disks(7);
+    ASSERT_EQ(volumes.diskOperations(disks), sentrel::Availability::available);
+    ASSERT_EQ(disks.size(), 2u) << "no parts, and not the stick, which counts nothing";
+    for (const sentrel::DiskOperations& disk : disks) {
+        EXPECT_EQ(disk.reads, 300);
+        EXPECT_EQ(disk.writes, 200);
+        EXPECT_EQ(disk.readTime, 7u);
+        EXPECT_EQ(disk.writeTime, 45u);
+        EXPECT_FALSE(disk.busyTime || disk.queueTime || disk.operationsNow);
+    }
+    EXPECT_EQ(disks[0].name, "disk0");
+    EXPECT_EQ(disks[1].name, "disk1") << "the container's, on the same drive";
+
+    stick->properties["Statistics"] = counts;
+    ASSERT_EQ(volumes.diskOperations(disks), sentrel::Availability::available);
+    EXPECT_EQ(disks.back().name, "disk2");
+    for (const auto& [key, value] : counts) {
+        PropertyList::Dictionary others = counts;
+        others.erase(key);
+        stick->properties["Statistics"] = others;
+        ASSERT_EQ(volumes.diskOperations(disks), sentrel::Availability::available);
+        EXPECT_EQ(disks.size(), 2u) << "without " << key;
+    }
+
+    failures::plan("IOServiceGetMatchingServices", 5);
+    EXPECT_EQ(volumes.diskOperations(disks), sentrel::Availability::failed);
+    EXPECT_EQ(disks.size(), 2u) << "as it was";
+}
+
 TEST_F(MacVolumes, AreListedFieldByFieldInMountTableOrder) {
     EXPECT_EQ(volumes.countMountedFileSystems(), 3);
     std::array<MountedFileSystem, 4> entries;

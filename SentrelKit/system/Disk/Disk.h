@@ -99,7 +99,9 @@ public:
     // Any thread, under a short lock. The form that fills a list lets a reader use its memory again.
 
     /// What each disk, and each part of one, did since the sample before, whether or not a volume lies on it; empty
-    /// unless available. Linux: /proc/diskstats (fields 1, 4, 5, 8 to 11), readable for everybody; macOS: unsupported.
+    /// unless available. Linux: /proc/diskstats (fields 1, 4, 5, 8 to 11), readable for everybody. macOS: "Statistics"
+    /// of the IOBlockStorageDriver services (operations and total time each way), readable for everybody: of whole
+    /// disks alone, without busy share and queue; that of a container is that of the disk below it.
     [[nodiscard]] std::vector<probes::DiskActivity> activity() const;
     /// The same into a list.
     void activity(std::vector<probes::DiskActivity>& list) const;
@@ -107,9 +109,10 @@ public:
     /// and unless available.
     [[nodiscard]] std::optional<probes::DiskActivity> activity(const Volume& volume) const;
 
-    /// Each disk, and each part of one; empty unless available. Read anew when a device came or went, or something was
-    /// mounted. Linux: sysfs (dm/name, device/model, size, removable, ro, queue/rotational) and udev's word on the
-    /// model, readable for everybody; macOS: unsupported.
+    /// Each disk, and each part of one; empty unless available. Read anew when a device with counters came or went, or
+    /// something was mounted. Linux: sysfs (dm/name, device/model, size, removable, ro, queue/rotational) and udev's
+    /// word on the model, readable for everybody; macOS: the IOMedia services and the device characteristics above
+    /// them, readable for everybody.
     [[nodiscard]] std::vector<DiskDevice> devices() const;
     /// The same into a list.
     void devices(std::vector<DiskDevice>& list) const;

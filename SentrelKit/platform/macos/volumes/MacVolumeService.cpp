@@ -5,15 +5,19 @@
 #include <SentrelKit/platform/macos/common/IOObject.h>
 #include <SentrelKit/platform/macos/common/Values.h>
 #include <SentrelKit/platform/macos/volumes/MacDiskSession.h>
+#include <SentrelKit/platform/macos/volumes/StorageStatistics.h>
 #include <SentrelKit/platform/macos/volumes/VolumeIcon.h>
 #include <SentrelKit/platform/macos/volumes/VolumeNotices.h>
 #include <SentrelKit/platform/support/Observer.h>
 
+#include <IOKit/storage/IOBlockStorageDriver.h>
 #include <sys/mount.h>
 #include <sys/param.h>
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -84,20 +88,77 @@ std::optional<DiskDevice> describe(const IOObject& medium) {
     return device;
 }
 
-} // namespace
-
-Availability MacVolumeService::diskDevices(std::vector<DiskDevice>& devices) {
+// Those of the registry, to be taken from an iterator; absent if they cannot be had.
+std::optional<IOObject> allMedia() {
     io_iterator_t found = IO_OBJECT_NULL;
     // The question releases what it matches by.
     if (IOServiceGetMatchingServices(kIOMasterPortDefault, IOServiceMatching("IOMedia"), &found) != KERN_SUCCESS)
+        return std::nullopt;
+    return IOObject(found);
+}
+
+template <class T>
+std::optional<T> propertyOf(const IOObject& entry, CFStringRef key) {
+    const PropertyList property = propertyListOf(
+        CFOwner(IORegistryEntryCreateCFProperty(entry.get(), key, kCFAllocatorDefault, kNilOptions)).get());
+    const T* const value = property.as<T>();
+    return value ? std::optional(*value) : std::nullopt;
+}
+
+// The drivers count nanoseconds.
+std::uint32_t milliseconds(std::int64_t nanoseconds) noexcept {
+    return static_cast<std::uint32_t>(nanoseconds / 1'000'000);
+}
+
+// What a whole disk has done; false for a part of one, and where its driver does not count that.
+bool read(const IOObject& medium, DiskOperations& disk) {
+    if (!propertyOf<bool>(medium, CFSTR("Whole")).value_or(false))
+        return false;
+    std::optional<std::string> name = propertyOf<std::string>(medium, CFSTR("BSD Name"));
+    const std::optional<StorageStatistics> statistics = StorageStatistics::above(medium.get());
+    if (!name || !statistics)
+        return false;
+    const auto reads = statistics->count(CFSTR(kIOBlockStorageDriverStatisticsReadsKey));
+    const auto writes = statistics->count(CFSTR(kIOBlockStorageDriverStatisticsWritesKey));
+    const auto readTime = statistics->count(CFSTR(kIOBlockStorageDriverStatisticsTotalReadTimeKey));
+    const auto writeTime = statistics->count(CFSTR(kIOBlockStorageDriverStatisticsTotalWriteTimeKey));
+    if (!reads || !writes || !readTime || !writeTime)
+        return false;
+    disk = {.name = std::move(*name),
+            .reads = *reads,
+            .writes = *writes,
+            .readTime = milliseconds(*readTime),
+            .writeTime = milliseconds(*writeTime)};
+    return true;
+}
+
+} // namespace
+
+Availability MacVolumeService::diskOperations(std::vector<DiskOperations>& disks) {
+    const std::optional<IOObject> media = allMedia();
+    if (!media)
         return Availability::failed;
-    const IOObject iterator(found);
-    std::vector<DiskDevice> media;
-    while (const IOObject medium{IOIteratorNext(iterator.get())}) {
-        if (std::optional<DiskDevice> device = describe(medium))
-            media.push_back(std::move(*device));
+    std::size_t count = 0;
+    while (const IOObject medium{IOIteratorNext(media->get())}) {
+        if (count == disks.size())
+            disks.emplace_back();
+        if (read(medium, disks[count]))
+            ++count;
     }
-    devices = std::move(media);
+    disks.resize(count);
+    return Availability::available;
+}
+
+Availability MacVolumeService::diskDevices(std::vector<DiskDevice>& devices) {
+    const std::optional<IOObject> media = allMedia();
+    if (!media)
+        return Availability::failed;
+    std::vector<DiskDevice> described;
+    while (const IOObject medium{IOIteratorNext(media->get())}) {
+        if (std::optional<DiskDevice> device = describe(medium))
+            described.push_back(std::move(*device));
+    }
+    devices = std::move(described);
     return Availability::available;
 }
 

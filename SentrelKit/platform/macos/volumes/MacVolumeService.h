@@ -16,9 +16,7 @@ public:
     Observation observe(std::function<void(const VolumeNotification&)> observer) override;
     void checkLabel(const std::string& /*path*/) override {} // the workspace tells of each
     std::optional<Icon> iconForPath(const std::string& path) override;
-    // The storage drivers count operations and what they took, but neither the time in which there was one to do nor
-    // those that wait.
-    Availability diskOperations(std::vector<DiskOperations>& /*disks*/) override { return Availability::unsupported; }
+    Availability diskOperations(std::vector<DiskOperations>& disks) override;
     Availability diskDevices(std::vector<DiskDevice>& devices) override;
 };
 

@@ -4,3 +4,7 @@
 #define kIOBlockStorageDriverStatisticsKey "Statistics"
 #define kIOBlockStorageDriverStatisticsBytesReadKey "Bytes (Read)"
 #define kIOBlockStorageDriverStatisticsBytesWrittenKey "Bytes (Write)"
+#define kIOBlockStorageDriverStatisticsReadsKey "Operations (Read)"
+#define kIOBlockStorageDriverStatisticsWritesKey "Operations (Write)"
+#define kIOBlockStorageDriverStatisticsTotalReadTimeKey "Total Time (Read)"
+#define kIOBlockStorageDriverStatisticsTotalWriteTimeKey "Total Time (Write)"
