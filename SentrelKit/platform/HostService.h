@@ -173,7 +173,8 @@ public:
     /// The limits and the use of this process's control group.
     [[nodiscard]] virtual Availability controlGroup(ControlGroup& group) = 0;
 
-    /// Who is logged in, in the order of the system's own list.
+    /// Who is logged in, in the order of the system's own list. Linux: /run/utmp. macOS: getutxent, for everybody; of
+    /// its walk a process has one, so that a host that walks that list itself does so on no other thread meanwhile.
     [[nodiscard]] virtual Availability users(std::vector<LoggedInUser>& users) = 0;
 };
 

@@ -47,7 +47,8 @@ public:
     Availability controlGroup(ControlGroup& group) const;
 
     /// Who is logged in, in the order of the list. Linux: /run/utmp, as `who` shows it; systems without it, containers
-    /// as a rule, have none. Not on macOS.
+    /// as a rule, have none. macOS: getutxent, of whose walk a process has one: a host that walks that list itself does
+    /// so on no other thread meanwhile.
     [[nodiscard]] std::optional<std::vector<LoggedInUser>> users() const;
     /// The same, with the reason.
     Availability users(std::vector<LoggedInUser>& users) const;

@@ -47,6 +47,7 @@ const std::multimap<std::string, std::string>& functions() {
         {"memoryCompression", "host_statistics64"},
         {"operatingSystem", "sysctlbyname"},
         {"virtualization", "sysctlbyname"},
+        {"users", "getutxent"},
         {"pciDevices", "IOServiceGetMatchingServices"},
         {"activeDeviceID", "IORegistryEntrySearchCFProperty"},
         {"countMountedFileSystems", "getfsstat"},

@@ -80,6 +80,8 @@ void expectFigures(const System& registry) {
     EXPECT_THAT(registry.net().localhostName().value_or("tower"), "tower");
     EXPECT_THAT(registry.net().router().value_or("192.0.2.1"), "192.0.2.1");
     EXPECT_LE(registry.apps().count(), 2);
+    for (const LoggedInUser& user : registry.host().users().value_or(std::vector<LoggedInUser>()))
+        EXPECT_EQ(user, (LoggedInUser{"anna", "console", "", 1'600'000'100, 90}));
     for (const auto& process : registry.apps().cpu())
         EXPECT_TRUE(std::isfinite(process->cpu()));
 }

@@ -5,6 +5,7 @@
 
 #include <string>
 #include <unistd.h>
+#include <utmpx.h>
 
 using sentrel::PropertyList;
 using sentrel::platform::RunningApplication;
@@ -49,6 +50,8 @@ void addHost() {
                 .xsu_pagesize = 4096,
                 .xsu_encrypted = 1};
     mac.thermalState = 2;
+    mac.logins = {{.type = BOOT_TIME, .since = mac.bootTime},
+                  {.type = USER_PROCESS, .user = "anna", .terminal = "console", .since = 1'600'000'100, .process = 90}};
 }
 
 void addGraphics() {

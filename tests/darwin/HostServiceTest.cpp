@@ -10,6 +10,8 @@
 #include <array>
 #include <cerrno>
 #include <optional>
+#include <string>
+#include <utmpx.h>
 #include <vector>
 
 using namespace darwin;
@@ -301,12 +303,56 @@ TEST_F(MacHost, TellsThatItIsAGuestAndNotWhose) {
     EXPECT_EQ(virtualization, Virtualization{});
 }
 
-TEST_F(MacHost, HasNoControlGroupsAndNoListOfUsers) {
-    MacHostService host;
+TEST_F(MacHost, HasNoControlGroups) {
     ControlGroup group;
+    EXPECT_EQ(MacHostService().controlGroup(group), Availability::unsupported);
+}
+
+TEST_F(MacHost, TellsWhoIsLoggedInByTheListOfLogins) {
+    MacHostService host;
+    const std::string longest(256, 'n'); // ends with its room
+    machine().logins = {
+        {.type = BOOT_TIME, .since = 1'600'000'000},
+        {.type = USER_PROCESS, .user = "anna", .terminal = "console", .since = 1'600'000'100, .process = 90},
+        {.type = DEAD_PROCESS, .user = "gone", .terminal = "ttys001", .since = 1'600'000'150, .process = 95},
+        {.type = USER_PROCESS,
+         .user = longest,
+         .terminal = std::string(32, 't'),
+         .from = "192.0.2.7",
+         .since = 1'600'000'200,
+         .process = 101},
+        {.type = USER_PROCESS, .terminal = "ttys002"}};
     std::vector<LoggedInUser> users;
-    EXPECT_EQ(host.controlGroup(group), Availability::unsupported);
-    EXPECT_EQ(host.users(users), Availability::unsupported);
+    for (int walk = 0; walk < 2; ++walk) {
+        ASSERT_EQ(host.users(users), Availability::available);
+        EXPECT_THAT(users,
+                    testing::ElementsAre(LoggedInUser{"anna", "console", "", 1'600'000'100, 90},
+                                         LoggedInUser{longest, std::string(32, 't'), "192.0.2.7", 1'600'000'200, 101}));
+    }
+    machine().logins.resize(1);
+    ASSERT_EQ(host.users(users), Availability::available);
+    EXPECT_THAT(users, testing::IsEmpty()) << "nobody is";
+}
+
+TEST_F(MacHost, SaysWhyNobodyCanTellWhoIsLoggedIn) {
+    MacHostService host;
+    machine().logins = {{.type = USER_PROCESS, .user = "anna"}};
+    std::vector<LoggedInUser> users(3);
+    failures::plan("getutxent", EACCES);
+    EXPECT_EQ(host.users(users), Availability::denied);
+    failures::plan("getutxent", EIO);
+    EXPECT_EQ(host.users(users), Availability::failed);
+    machine().logins.clear();
+    EXPECT_EQ(host.users(users), Availability::unsupported) << "no list is kept";
+    EXPECT_EQ(users.size(), 3u) << "as it was";
+}
+
+TEST_F(MacHost, BeginsTheListOfLoginsAnewWhereverAHostLeftIt) {
+    machine().logins = {{.type = USER_PROCESS, .user = "anna"}, {.type = USER_PROCESS, .user = "berta"}};
+    ASSERT_TRUE(::getutxent());
+    std::vector<LoggedInUser> users;
+    ASSERT_EQ(MacHostService().users(users), Availability::available);
+    EXPECT_EQ(users.size(), 2u);
 }
 
 } // namespace

@@ -104,6 +104,12 @@ TEST_F(MacModels, ShowTheBatteryAndHearOfItsChanges) {
     EXPECT_EQ(registry->battery().percent(), 60);
 }
 
+TEST_F(MacModels, ShowWhoIsLoggedIn) {
+    const auto users = registry->host().users();
+    ASSERT_TRUE(users);
+    EXPECT_THAT(*users, testing::ElementsAre(LoggedInUser{"anna", "console", "", 1'600'000'100, 90}));
+}
+
 TEST_F(MacModels, ShowTheInterfaceThatHasAnAddress) {
     registry->start(registry->net());
     queues::advance(1.2);

@@ -11,8 +11,8 @@ include = pathlib.Path(__file__).resolve().parent / "include"
 # What a double needs and the system does not have.
 own = {"constantString", "CFRangeMake", "mainQueueDouble"}
 # Macros that are calls, or that lead to a double.
-calls = {"CFSTR", "dispatch_get_main_queue", "ioctl", "statfs", "kIOCFPlugInInterfaceID", "kIOATASMARTUserClientTypeID",
-         "kIOATASMARTInterfaceID"}
+calls = {"CFSTR", "dispatch_get_main_queue", "ioctl", "statfs", "utmpx", "setutxent", "getutxent", "endutxent",
+         "kIOCFPlugInInterfaceID", "kIOATASMARTUserClientTypeID", "kIOATASMARTInterfaceID"}
 
 
 def statements(text):

@@ -52,6 +52,16 @@ struct SmartDrive {
     bool makesInterface = true;     ///< whether its plug-in has the interface
 };
 
+/// A record of the list of logins.
+struct Login {
+    short type = 0; ///< as <utmpx.h> counts them
+    std::string user{};
+    std::string terminal{};
+    std::string from{};
+    long since = 0;
+    int process = 0;
+};
+
 /// A process.
 struct Process {
     proc_taskinfo task{};
@@ -78,6 +88,8 @@ struct Machine {
     std::array<double, 3> loadAverages{1.5, 1.25, 1};
     double uptime = 0;
     long thermalState = 0;
+
+    std::vector<Login> logins; ///< the list, in its order
 
     std::optional<std::vector<sentrel::PropertyList::Dictionary>> powerSources; ///< absent: not to be had
     std::optional<sentrel::PropertyList::Dictionary> adapter;                   ///< the external power adapter

@@ -3,10 +3,12 @@
 
 #include <SentrelKit/platform/macos/host/MemoryPressure.h>
 #include <SentrelKit/platform/macos/host/ProcessInformation.h>
+#include <SentrelKit/platform/support/LoginRecord.h>
 
 #include <mach/mach.h>
 #include <sys/sysctl.h>
 #include <sys/time.h>
+#include <utmpx.h>
 
 #include <array>
 #include <cerrno>
@@ -289,9 +291,23 @@ Availability MacHostService::controlGroup(ControlGroup& /*group*/) {
     return Availability::unsupported;
 }
 
-// The list of logins can be walked by one thread of a process alone, and a host may be walking it.
-Availability MacHostService::users(std::vector<LoggedInUser>& /*users*/) {
-    return Availability::unsupported;
+// The place in the list is the process's, not a thread's.
+Availability MacHostService::users(std::vector<LoggedInUser>& users) {
+    static Lock& walking = *new Lock;
+    const LockScope scope(walking);
+    ::setutxent();
+    errno = ENOENT; // which stays where there is no list: one that is kept begins with the start of the system
+    const utmpx* record = ::getutxent();
+    const Availability availability = record ? Availability::available : availabilityOf(errno);
+    std::vector<LoggedInUser> listed;
+    for (; record; record = ::getutxent()) {
+        if (std::optional<LoggedInUser> user = userOf(*record))
+            listed.push_back(std::move(*user));
+    }
+    ::endutxent();
+    if (availability == Availability::available)
+        users = std::move(listed);
+    return availability;
 }
 
 } // namespace sentrel::platform
