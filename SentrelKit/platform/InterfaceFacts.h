@@ -103,12 +103,13 @@ struct SENTREL_API InterfaceLink {
 
 /// The radio of one wireless interface that is a network's client.
 struct SENTREL_API WirelessLink {
-    std::string name;                         ///< such as "wlan0", at most 15 bytes
-    std::uint32_t index = 0;                  ///< the system's number of it
-    std::optional<std::int32_t> signal{};     ///< of the access point as it comes in, dBm, negative; absent without one
-    std::optional<std::int64_t> bitRateIn{};  ///< of the last packet received, bits per second; absent without one
-    std::optional<std::int64_t> bitRateOut{}; ///< of the last packet sent, bits per second; absent without one
-    std::optional<std::int64_t> frequency{};  ///< of the channel's primary part, hertz; absent while not tuned
+    std::string name;                     ///< such as "wlan0", at most 15 bytes
+    std::uint32_t index = 0;              ///< the system's number of it
+    std::optional<std::int32_t> signal{}; ///< of the access point as it comes in, dBm, negative; absent without one
+    std::optional<std::int64_t>
+        bitRateIn{}; ///< of the last packet received, bits per second; absent without one and on macOS
+    std::optional<std::int64_t> bitRateOut{};   ///< of the last packet sent, bits per second; absent without one
+    std::optional<std::int64_t> frequency{};    ///< of the channel's primary part, hertz; absent while not tuned
     std::optional<std::int64_t> channelWidth{}; ///< hertz; absent where the system does not tell
 
     /// The number of the channel with that frequency (IEEE 802.11, channel starting frequencies of the bands at 2.4, 5,

@@ -133,9 +133,11 @@ public:
     [[nodiscard]] virtual Availability links(std::vector<InterfaceLink>& links) = 0;
 
     /// Fills the list with the radios of all wireless interfaces, each a client of a network or of none. Unsupported
-    /// where there is no wireless interface. Linux: nl80211, no privilege. macOS: unsupported, as only an
-    /// Objective-C framework (CoreWLAN) tells of it, which this library does not load. Unless available the list stays
-    /// as it was. Allocates nothing once warm.
+    /// where there is no wireless interface. Linux: nl80211, no privilege; allocates nothing once warm. macOS:
+    /// CWInterface of CoreWLAN (rssiValue, transmitRate, wlanChannel), a framework that is loaded at the first question
+    /// and never linked, no privilege; may wait for the system's service, which also allocates. Unsupported where that
+    /// framework is not there. One that is switched off has its name and number alone. Unless available the list stays
+    /// as it was.
     [[nodiscard]] virtual Availability wirelessLinks(std::vector<WirelessLink>& links) = 0;
 
     /// Whether the Internet can be reached, as far as the system knows without contacting anyone. May wait a few

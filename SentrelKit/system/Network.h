@@ -173,13 +173,14 @@ public:
     [[nodiscard]] std::optional<probes::InterfaceTraffic> primaryTraffic() const;
 
     /// Kind, state, wire and addresses of each interface. Linux: netlink's link and address listings and the driver's
-    /// settings (ethtool), asked only after a change; macOS: unsupported. No privilege.
+    /// settings (ethtool), asked only after a change; macOS: the routing sysctl and SIOCGIFMEDIA. No privilege.
     [[nodiscard]] std::vector<InterfaceLink> links() const;
     /// The same into a list.
     void links(std::vector<InterfaceLink>& list) const;
 
     /// Signal, bit rates and channel of each wireless interface; unsupported where there is none. Linux: nl80211's
-    /// interfaces and the station of each that is a client; macOS: unsupported. No privilege.
+    /// interfaces and the station of each that is a client; macOS: CoreWLAN, loaded at the first question: rssiValue,
+    /// transmitRate and wlanChannel of each CWInterface, without the rate of what comes in. No privilege.
     [[nodiscard]] std::vector<WirelessLink> wireless() const;
     /// The same into a list.
     void wireless(std::vector<WirelessLink>& list) const;

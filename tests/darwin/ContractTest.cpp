@@ -65,6 +65,7 @@ const std::multimap<std::string, std::string>& functions() {
         {"diskDevices", "IOServiceGetMatchingServices"},
         {"packetCounters", "sysctl"},
         {"links", "sysctl"},
+        {"wirelessLinks", "CWWiFiClient"},
         {"createSmartPlugIn", "IOCreatePlugInInterfaceForService"},
         {"queryInterface", "QueryInterface"},
         {"enableOperations", "SMARTEnableDisableOperations"},

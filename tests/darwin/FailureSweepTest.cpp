@@ -79,6 +79,10 @@ void expectFigures(const System& registry) {
     EXPECT_TRUE(std::isfinite(registry.net().aggregated()->ibytesps()));
     EXPECT_THAT(registry.net().localhostName().value_or("tower"), "tower");
     EXPECT_THAT(registry.net().router().value_or("192.0.2.1"), "192.0.2.1");
+    for (const WirelessLink& link : registry.net().wireless()) {
+        EXPECT_EQ(link.name, "en0");
+        EXPECT_EQ(link.signal, -52);
+    }
     EXPECT_LE(registry.apps().count(), 2);
     for (const LoggedInUser& user : registry.host().users().value_or(std::vector<LoggedInUser>()))
         EXPECT_EQ(user, (LoggedInUser{"anna", "console", "", 1'600'000'100, 90}));
@@ -90,6 +94,7 @@ void expectFigures(const System& registry) {
 void live(System& registry) {
     expectFigures(registry);
     registry.disk().setMeasures({Disk::Measure::activity, Disk::Measure::devices});
+    registry.net().setMeasures({Network::Measure::wireless});
     registry.start();
     for (const SystemResource* resource :
          {static_cast<const SystemResource*>(&registry.disk()), static_cast<const SystemResource*>(&registry.apps()),

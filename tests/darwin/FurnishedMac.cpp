@@ -136,6 +136,8 @@ void addNetwork() {
                                   .bytes();
     addInterface("en0", {{"IOPrimaryInterface", true}, {"IO80211SSID", "wireless"}});
     addInterface("interface000015", {{"IOPrimaryInterface", false}});
+    machine().radios = {
+        {{.name = "en0", .isOn = true, .signal = -52, .rate = 866.7, .channel = 36, .band = 2, .channelWidth = 3}}};
     machine().reachability = 2;
     machine().localHostName = "tower";
     machine().storeKeys["State:/Network/Global/IPv4"] = PropertyList::Dictionary{{"Router", "192.0.2.1"}};

@@ -104,6 +104,21 @@ TEST_F(MacModels, ShowTheBatteryAndHearOfItsChanges) {
     EXPECT_EQ(registry->battery().percent(), 60);
 }
 
+TEST_F(MacModels, ShowTheRadioOfAWirelessInterface) {
+    Network& net = registry->net();
+    net.setMeasures({Network::Measure::wireless});
+    registry->start(net);
+    queues::advance(1.2);
+    ASSERT_EQ(net.wireless().size(), 1u);
+    EXPECT_EQ(net.wireless()[0].name, "en0");
+    EXPECT_EQ(net.wireless()[0].signal, -52);
+    EXPECT_EQ(net.wireless()[0].channel(), 36);
+    machine().radios.reset();
+    queues::advance(1.1);
+    EXPECT_TRUE(net.wireless().empty());
+    EXPECT_EQ(net.availability(Network::Measure::wireless), Availability::unsupported);
+}
+
 TEST_F(MacModels, ShowWhoIsLoggedIn) {
     const auto users = registry->host().users();
     ASSERT_TRUE(users);

@@ -11,13 +11,16 @@
 #include <cerrno>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 using namespace darwin;
 using namespace sentrel::platform;
+using sentrel::Availability;
 using sentrel::Observation;
 using sentrel::PropertyList;
+using sentrel::WirelessLink;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -94,6 +97,101 @@ TEST_F(MacNetwork, TellsTheStateAndTheAddressesOfEachLink) {
     failures::plan("sysctl", ENOMEM);
     EXPECT_EQ(network.links(links), sentrel::Availability::failed);
     EXPECT_EQ(links.size(), 6u);
+}
+
+class MacRadios : public MacNetwork {
+protected:
+    MacRadios() : links(2) { links[0].name = "as it was"; }
+    void SetUp() override {
+        MacNetwork::SetUp();
+        machine().interfaceList =
+            InterfaceList().add({.name = "lo0", .index = 1}).add({.name = "en0", .index = 4}).bytes();
+    }
+
+    // The link of a single interface.
+    WirelessLink link(const Radio& radio) {
+        machine().radios = {radio};
+        EXPECT_EQ(network.wirelessLinks(links), Availability::available);
+        EXPECT_EQ(links.size(), 1u);
+        return links.at(0);
+    }
+
+    std::vector<WirelessLink> links;
+};
+
+TEST_F(MacRadios, TellWhatTheyHearAndHowTheySend) {
+    const WirelessLink wireless =
+        link({.name = "en0", .isOn = true, .signal = -61, .rate = 866.7, .channel = 149, .band = 2, .channelWidth = 3});
+    EXPECT_EQ(wireless.name, "en0");
+    EXPECT_EQ(wireless.index, 4u);
+    EXPECT_EQ(wireless.signal, -61);
+    EXPECT_EQ(wireless.bitRateOut, 866'700'000);
+    EXPECT_EQ(wireless.bitRateIn, std::nullopt) << "which the framework does not tell";
+    EXPECT_EQ(wireless.frequency, 5'745'000'000);
+    EXPECT_EQ(wireless.channel(), 149);
+    EXPECT_EQ(wireless.channelWidth, 80'000'000);
+}
+
+TEST_F(MacRadios, HaveTheFrequencyOfTheirChannelInItsBand) {
+    struct Channel {
+        long band;
+        long number;
+        std::optional<std::int64_t> megahertz;
+    };
+    for (const Channel& channel :
+         {Channel{1, 1, 2412}, Channel{1, 13, 2472}, Channel{1, 14, 2484}, Channel{2, 36, 5180}, Channel{2, 165, 5825},
+          Channel{3, 1, 5955}, Channel{3, 2, 5935}, Channel{3, 233, 7115}, Channel{0, 6, {}}, Channel{4, 6, {}},
+          Channel{1, 0, {}}, Channel{1, 15, {}}, Channel{2, -1, {}}, Channel{3, 234, {}}}) {
+        const WirelessLink tuned =
+            link({.name = "en0", .isOn = true, .channel = channel.number, .band = channel.band, .channelWidth = 1});
+        ASSERT_EQ(tuned.frequency.has_value(), channel.megahertz.has_value()) << channel.band << ' ' << channel.number;
+        if (channel.megahertz) {
+            EXPECT_EQ(*tuned.frequency, *channel.megahertz * 1'000'000);
+            EXPECT_EQ(tuned.channel(), channel.number);
+            EXPECT_EQ(tuned.channelWidth, 20'000'000);
+        } else {
+            EXPECT_FALSE(tuned.channelWidth);
+        }
+    }
+}
+
+TEST_F(MacRadios, HaveNoWidthThatNobodyKnows) {
+    for (const long width : {0L, -1L, 5L})
+        EXPECT_FALSE(link({.name = "en0", .isOn = true, .channel = 6, .band = 1, .channelWidth = width}).channelWidth);
+}
+
+TEST_F(MacRadios, WithoutANetworkHaveNoSignalAndNoRate) {
+    const WirelessLink idle = link({.name = "en0", .isOn = true, .channel = 6, .band = 1, .channelWidth = 1});
+    EXPECT_FALSE(idle.signal || idle.bitRateOut || idle.bitRateIn);
+    EXPECT_EQ(idle.channel(), 6);
+}
+
+TEST_F(MacRadios, ThatAreSwitchedOffHaveTheirNameAlone) {
+    const WirelessLink off =
+        link({.name = "en0", .isOn = false, .signal = -61, .rate = 54, .channel = 6, .band = 1, .channelWidth = 1});
+    EXPECT_EQ(off.name, "en0");
+    EXPECT_EQ(off.index, 4u);
+    EXPECT_FALSE(off.signal || off.bitRateOut || off.frequency || off.channelWidth);
+}
+
+TEST_F(MacRadios, AreUnsupportedWithoutTheFrameworkOrAnInterface) {
+    const std::vector<std::optional<std::vector<Radio>>> none{std::nullopt, std::vector<Radio>(),
+                                                              std::vector<Radio>{{.name = "en9", .isOn = true}}};
+    for (const auto& radios : none) {
+        machine().radios = radios;
+        EXPECT_EQ(network.wirelessLinks(links), Availability::unsupported);
+    }
+    EXPECT_EQ(links.size(), 2u);
+    EXPECT_EQ(links[0].name, "as it was");
+}
+
+TEST_F(MacRadios, FailWithTheListOfInterfaces) {
+    machine().radios = {{.name = "en0", .isOn = true}};
+    failures::plan("sysctl", EPERM);
+    EXPECT_EQ(network.wirelessLinks(links), Availability::denied);
+    failures::plan("sysctl", ENOMEM, 2);
+    EXPECT_EQ(network.wirelessLinks(links), Availability::failed);
+    EXPECT_EQ(links[0].name, "as it was");
 }
 
 TEST_F(MacNetwork, ThatCannotBeListedFailsAtEitherQuestionAndCallsNobody) {

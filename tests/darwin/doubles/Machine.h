@@ -5,6 +5,7 @@
 
 #include <SentrelKit/platform/Desktop.h>
 #include <SentrelKit/platform/ProcessService.h>
+#include <SentrelKit/platform/macos/network/Radios.h>
 
 #include <libproc.h>
 #include <mach/mach.h>
@@ -94,12 +95,13 @@ struct Machine {
     std::optional<std::vector<sentrel::PropertyList::Dictionary>> powerSources; ///< absent: not to be had
     std::optional<sentrel::PropertyList::Dictionary> adapter;                   ///< the external power adapter
 
-    std::vector<std::uint8_t> interfaceList;     ///< as the kernel lays it out
-    std::map<std::string, int> mediaStatus;      ///< of an interface: its status bits
-    std::map<std::string, int> media;            ///< the medium that it uses, of those that have a status
-    std::uint32_t reachability = 0;              ///< the flags of any address
-    std::optional<std::string> localHostName;    ///< in the dynamic store
-    sentrel::PropertyList::Dictionary storeKeys; ///< the dynamic store's values
+    std::vector<std::uint8_t> interfaceList; ///< as the kernel lays it out
+    std::map<std::string, int> mediaStatus;  ///< of an interface: its status bits
+    std::map<std::string, int> media;        ///< the medium that it uses, of those that have a status
+    std::optional<std::vector<sentrel::platform::Radio>> radios; ///< absent: without the Wi-Fi framework
+    std::uint32_t reachability = 0;                              ///< the flags of any address
+    std::optional<std::string> localHostName;                    ///< in the dynamic store
+    sentrel::PropertyList::Dictionary storeKeys;                 ///< the dynamic store's values
 
     std::map<int, Process> processes;                           ///< by id
     std::vector<sentrel::platform::RunningApplication> running; ///< what the workspace lists

@@ -5,6 +5,7 @@
 #include <SentrelKit/platform/macos/common/Values.h>
 #include <SentrelKit/platform/macos/network/MacConfigurationWatch.h>
 #include <SentrelKit/platform/macos/network/MacInterfaceEntry.h>
+#include <SentrelKit/platform/macos/network/Radios.h>
 
 #include <SystemConfiguration/SystemConfiguration.h>
 #include <net/if.h>
@@ -22,6 +23,7 @@
 #include <array>
 #include <bit>
 #include <cerrno>
+#include <cmath>
 #include <cstddef>
 
 namespace sentrel::platform {
@@ -153,6 +155,47 @@ void describe(const InterfaceMessage& interface, InterfaceLink& link) {
             link.addresses.push_back(*address);
 }
 
+// That of the channel of a number; absent for one that the band does not have.
+std::optional<std::int64_t> frequencyOf(long band, long channel) noexcept {
+    WirelessLink link;
+    const auto at = [&link](long megahertz) { link.frequency = std::int64_t{megahertz} * 1'000'000; };
+    switch (band) { // CWChannelBand
+    case 1:
+        at(channel == 14 ? 2484 : 2407 + 5 * channel);
+        break;
+    case 2:
+        at(5000 + 5 * channel);
+        break;
+    case 3:
+        at(channel == 2 ? 5935 : 5950 + 5 * channel);
+        break;
+    default:
+        return std::nullopt;
+    }
+    return link.channel() == channel ? link.frequency : std::nullopt;
+}
+
+std::optional<std::int64_t> widthOf(long width) noexcept {
+    constexpr std::array<std::int64_t, 5> megahertz{0, 20, 40, 80, 160}; // by CWChannelWidth, of which 0 is unknown
+    if (width <= 0 || width >= static_cast<long>(megahertz.size()))
+        return std::nullopt;
+    return megahertz[static_cast<std::size_t>(width)] * 1'000'000;
+}
+
+// The framework tells 0 where there is no network, and tells no rate of what comes in.
+void describe(const Radio& radio, std::uint32_t index, WirelessLink& link) {
+    link = {.name = radio.name, .index = index};
+    if (!radio.isOn)
+        return;
+    if (radio.signal < 0)
+        link.signal = static_cast<std::int32_t>(radio.signal);
+    if (radio.rate > 0)
+        link.bitRateOut = std::llround(radio.rate * 1e6);
+    link.frequency = frequencyOf(radio.band, radio.channel);
+    if (link.frequency)
+        link.channelWidth = widthOf(radio.channelWidth);
+}
+
 } // namespace
 
 bool MacNetworkService::readMessages(const std::function<void(const InterfaceMessage&)>& each) {
@@ -210,8 +253,26 @@ Availability MacNetworkService::links(std::vector<InterfaceLink>& links) {
     return Availability::available;
 }
 
-Availability MacNetworkService::wirelessLinks(std::vector<WirelessLink>& /*links*/) {
-    return Availability::unsupported;
+Availability MacNetworkService::wirelessLinks(std::vector<WirelessLink>& links) {
+    const std::optional<std::vector<Radio>> all = radios(); // which may wait: outside the lock
+    if (!all)
+        return Availability::unsupported;
+    const LockScope scope(lock_);
+    std::size_t count = 0;
+    const auto take = [&](const InterfaceMessage& interface) {
+        const auto radio = std::ranges::find(*all, interface.name, &Radio::name);
+        if (radio == all->end())
+            return;
+        if (count == links.size())
+            links.emplace_back();
+        describe(*radio, interface.index, links[count++]);
+    };
+    if (!readMessages(take))
+        return availabilityOf(errno);
+    if (count == 0)
+        return Availability::unsupported;
+    links.resize(count);
+    return Availability::available;
 }
 
 std::optional<MediaStatus> MacNetworkService::mediaStatus(std::string_view name) {
