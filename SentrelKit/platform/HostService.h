@@ -134,11 +134,15 @@ public:
     [[nodiscard]] virtual std::optional<ThermalState> thermalState() = 0;
 
     /// How much threads wait for a resource; the record stays as it was unless it is available. Allocates nothing.
+    /// Linux 4.20: /proc/pressure, readable for everybody. macOS: unsupported: it averages no waiting, and has of
+    /// memory alone a level, of which it only tells that it is reached.
     [[nodiscard]] virtual Availability pressure(PressureResource resource, Pressure& pressure) noexcept = 0;
 
     /// Calls each time threads waited for a resource as long as the threshold says within its window, at most once a
     /// window. The system itself counts; nothing runs meanwhile. On the background queue. Empty, with errno set, where
-    /// the system refuses or does not have it (`availabilityOf`).
+    /// the system refuses or does not have it (`availabilityOf`). Linux: a trigger of /proc/pressure. macOS: a dispatch
+    /// source of memory pressure, at its warning for `some` and at critical for `full`, whatever the threshold's times;
+    /// ENOTSUP for processor and disks.
     [[nodiscard]] virtual Observation observePressure(PressureResource resource, const PressureThreshold& threshold,
                                                       std::function<void()> crossed) = 0;
 

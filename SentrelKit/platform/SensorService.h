@@ -56,7 +56,8 @@ public:
     [[nodiscard]] virtual Availability sensors(std::vector<SensorReading>& readings) = 0;
 
     /// The same for the energy counters of the processors' own power management, all of the kind `energy`. Linux: the
-    /// powercap class in /sys; since kernel 5.10 only the superuser reads them. macOS: unsupported.
+    /// powercap class in /sys; since kernel 5.10 only the superuser reads them. macOS: unsupported, because only
+    /// private calls lead to such counters.
     [[nodiscard]] virtual Availability energyCounters(std::vector<SensorReading>& readings) = 0;
 };
 

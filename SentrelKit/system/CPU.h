@@ -123,7 +123,7 @@ public:
     }
 
     /// How much threads wait for a processor. Linux 4.20: /proc/pressure/cpu, readable for everybody; `full` from 5.13
-    /// on. Not on macOS. Under a short lock.
+    /// on. macOS: unsupported, it averages no waiting. Under a short lock.
     [[nodiscard]] std::optional<Pressure> pressure() const;
 
     /// From now on `onPressure` fires when threads waited for a processor as the threshold says; absent: no longer. The

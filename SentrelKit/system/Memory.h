@@ -108,8 +108,9 @@ public:
         return measuring_.availability(measure);
     }
 
-    /// How much threads wait for memory. Linux 4.20: /proc/pressure/memory, readable for everybody. Not on macOS. Under
-    /// a short lock.
+    /// How much threads wait for memory. Linux 4.20: /proc/pressure/memory, readable for everybody. macOS:
+    /// unsupported, it averages no waiting and has a level alone, which `setPressureThreshold` hears of. Under a short
+    /// lock.
     [[nodiscard]] std::optional<Pressure> pressure() const;
 
     /// From now on `onPressure` fires when threads waited for memory as the threshold says; absent: no longer. The

@@ -22,8 +22,9 @@ namespace sentrel {
 /// sample has those that could be read. Nothing that sleeps is woken. Figures are the chip's own: not every board wires
 /// every input, and some of what is not wired shows any value.
 ///
-/// Sources on Linux: the classes hwmon and powercap in /sys. On macOS there is no public one, so that every kind is
-/// unsupported. Members may be called from any thread; readers wait for the copy of a list at most.
+/// Sources on Linux: the classes hwmon and powercap in /sys. On macOS every kind is unsupported: the keys of the
+/// management controller (SMC) and the counters of the processors are reached by private calls alone, and differ from
+/// model to model. Members may be called from any thread; readers wait for the copy of a list at most.
 class SENTREL_API Sensors final {
 public:
     /// What a sensor measures, and with it its unit: degrees Celsius, revolutions a minute, volts, amperes, watts,

@@ -119,6 +119,23 @@ TEST_F(MacModels, ShowTheRadioOfAWirelessInterface) {
     EXPECT_EQ(net.availability(Network::Measure::wireless), Availability::unsupported);
 }
 
+TEST_F(MacModels, SayThatThereAreNoAveragesOfWaitingAndNoSensors) {
+    registry->cpu().setMeasures({CPU::Measure::pressure});
+    registry->mem().setMeasures({Memory::Measure::pressure});
+    registry->disk().setMeasures({Disk::Measure::pressure});
+    registry->start(System::Group::system);
+    registry->start(registry->disk());
+    registry->start(registry->sensors());
+    queues::advance(2.4);
+    EXPECT_EQ(registry->cpu().availability(CPU::Measure::pressure), Availability::unsupported);
+    EXPECT_EQ(registry->mem().availability(Memory::Measure::pressure), Availability::unsupported);
+    EXPECT_EQ(registry->disk().availability(Disk::Measure::pressure), Availability::unsupported);
+    EXPECT_FALSE(registry->cpu().pressure() || registry->mem().pressure() || registry->disk().pressure());
+    for (const auto kind : {Sensors::Kind::temperature, Sensors::Kind::fan, Sensors::Kind::energy})
+        EXPECT_EQ(registry->sensors().availability(kind), Availability::unsupported);
+    EXPECT_TRUE(registry->sensors().all().empty());
+}
+
 TEST_F(MacModels, ShowWhoIsLoggedIn) {
     const auto users = registry->host().users();
     ASSERT_TRUE(users);

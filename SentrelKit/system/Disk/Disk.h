@@ -133,7 +133,8 @@ public:
     /// group is unsupported while no volume has them.
     [[nodiscard]] std::optional<Inodes> inodes(const Volume& volume) const;
 
-    /// How much threads wait for disks. Linux 4.20: /proc/pressure/io, readable for everybody. Not on macOS.
+    /// How much threads wait for disks. Linux 4.20: /proc/pressure/io, readable for everybody. macOS: unsupported, it
+    /// averages no waiting.
     [[nodiscard]] std::optional<Pressure> pressure() const;
 
     /// From now on `onPressure` fires when threads waited for disks as the threshold says; absent: no longer. The
