@@ -6,9 +6,11 @@
 #include <SentrelKit/base/util/Str.h>
 #include <SentrelKit/platform/Clock.h>
 #include <SentrelKit/platform/VolumeService.h>
+#include <SentrelKit/probes/detail/FailureReports.h>
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstring>
 #include <optional>
 #include <span>
@@ -22,6 +24,9 @@ namespace {
 constexpr std::size_t nameSize = 65;
 constexpr std::size_t textSize = 64; // of the texts in a disk description, terminator included
 constexpr const char* unknownModel = "unknown";
+
+constexpr Operation statfsOperation{"statfs", true};
+constexpr Operation sessionOperation{"DASessionCreate", false};
 
 // SMART attribute table (ATA command set, "Device SMART data structure"): 30 entries of 12 bytes after a two-byte
 // revision; an entry is id, two flag bytes, current value, worst value, six raw bytes, one reserved byte.
@@ -126,10 +131,17 @@ void askDrive(platform::MediaEntry& entry, SMARTData& data) {
     drive->enableOperations(false);
 }
 
+void tellOfFailedSpace(const char* path, int error) {
+    if (isToBeTold(statfsOperation, path))
+        System_error("Error: statfs failed for '%s' -- %s\n", path, System_getError(error));
+}
+
 // A session for one operation; null, after a line on the standard error stream, if there is none.
 std::unique_ptr<platform::DiskSession> openOwnSession(platform::VolumeService& volumes) {
     std::unique_ptr<platform::DiskSession> session = volumes.openSession();
-    if (!session)
+    if (session)
+        succeeded(sessionOperation);
+    else if (isToBeTold(sessionOperation))
         System_error("Error: DASessionCreate -- %s", System_getLastError());
     return session;
 }
@@ -159,9 +171,14 @@ void _getDiskData(const DiskDataBlock& block, SystemManager& session) {
 int _getDiskDataFor(const char* path, DiskData* data, SystemManager& session) {
     const std::optional<platform::FileSystemSpace> space = session.platform().volumes().space(path);
     if (!space) {
-        System_error("Error: statfs failed for '%s' -- %s\n", path, System_getLastError());
+        tellOfFailedSpace(path, errno);
         return 0;
     }
+    // Figures from before are no failure of the question; of the samples they are one.
+    if (space->answers)
+        succeeded(statfsOperation, path);
+    else if (SamplingReports::areUnderWay())
+        tellOfFailedSpace(path, ETIMEDOUT);
     setSpace(*data, *space);
     return 1;
 }

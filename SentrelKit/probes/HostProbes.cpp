@@ -6,6 +6,7 @@
 #include <SentrelKit/base/util/Str.h>
 #include <SentrelKit/base/util/StringBuffer.h>
 #include <SentrelKit/platform/GraphicsService.h>
+#include <SentrelKit/probes/detail/FailureReports.h>
 
 #include <algorithm>
 #include <utility>
@@ -16,6 +17,8 @@ namespace {
 
 constexpr std::size_t brandSize = 64;
 static_assert(sizeof(SystemManager::cpuBrand) == brandSize + 1);
+
+constexpr Operation memoryOperation{"host_statistics64", false};
 
 // The page size of the records, not the host's: meant so.
 std::uint64_t bytes(std::uint32_t pages) noexcept {
@@ -94,9 +97,11 @@ int _getMEMData(MEMData* data, SystemManager& session) {
     SENTREL_ASSERT(data);
     const std::optional<platform::VirtualMemoryCounters> counters = session.platform().host().virtualMemory();
     if (!counters) {
-        System_error("Error: host_statistics64 -- %s", System_getLastError());
+        if (isToBeTold(memoryOperation))
+            System_error("Error: host_statistics64 -- %s", System_getLastError());
         return 0;
     }
+    succeeded(memoryOperation);
     data->free = bytes(counters->free_count);
     data->active = bytes(counters->active_count);
     data->inactive = bytes(counters->inactive_count);

@@ -9,6 +9,7 @@
 #include <SentrelKit/platform/Clock.h>
 #include <SentrelKit/platform/NetworkService.h>
 #include <SentrelKit/probes/detail/EchoReply.h>
+#include <SentrelKit/probes/detail/FailureReports.h>
 
 #include <algorithm>
 #include <array>
@@ -27,6 +28,9 @@ namespace {
 
 constexpr std::int32_t maximumPort = 65535;
 constexpr std::size_t macBytes = 6;
+
+constexpr Operation listOperation{"_getNetworkData", false};
+constexpr Operation extraOperation{"_getNetworkExtra", false}; // of whichever interface: they fail together
 
 // Whatever the host's locale takes for a letter.
 constexpr std::string_view nameCharacters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789.-_";
@@ -250,7 +254,9 @@ void _getNetworkData(const NetworkDataBlock& block, SystemManager& session) {
     Listing listing{session.platform(), *records};
     const bool listed = listing.platform.network().listInterfaces(
         [&listing](const platform::InterfaceInfo& interface) { listing.take(interface); });
-    if (!listed)
+    if (listed)
+        succeeded(listOperation);
+    else if (isToBeTold(listOperation))
         System_error("Error: _getNetworkData -- %s", System_getLastError());
     // Only now, when the service holds none of its locks any more.
     for (const InterfaceRecord& record : std::span(*records).first(listing.count)) {
@@ -264,9 +270,11 @@ void _getNetworkData(const NetworkDataBlock& block, SystemManager& session) {
 void _getNetworkExtra(const char* name, const NetworkExtraBlock& block, SystemManager& session) {
     const auto match = session.platform().network().matchInterface(name);
     if (!match) {
-        System_error("Error: _getNetworkExtra for '%s' -- %s", name, System_getLastError());
+        if (isToBeTold(extraOperation))
+            System_error("Error: _getNetworkExtra for '%s' -- %s", name, System_getLastError());
         return;
     }
+    succeeded(extraOperation);
     const std::unique_ptr<platform::InterfaceEntry>& entry = *match;
     const std::optional<PropertyList> properties = entry ? entry->properties() : std::nullopt;
     if (!properties)

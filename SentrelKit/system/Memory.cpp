@@ -6,6 +6,7 @@
 #include <SentrelKit/platform/HostService.h>
 #include <SentrelKit/platform/support/SampleScope.h>
 #include <SentrelKit/probes/HostProbes.h>
+#include <SentrelKit/probes/detail/FailureReports.h>
 
 #include <cinttypes>
 #include <cmath>
@@ -38,6 +39,7 @@ void Memory::update() {
 }
 
 void Memory::sampleFigures() {
+    const probes::SamplingReports reports(*session_);
     probes::MEMData data{};
     if (probes::_getMEMData(&data, *session_) < 1)
         return;

@@ -8,6 +8,7 @@
 #include <SentrelKit/platform/support/Observer.h>
 #include <SentrelKit/platform/support/SampleScope.h>
 #include <SentrelKit/probes/NetworkProbes.h>
+#include <SentrelKit/probes/detail/FailureReports.h>
 #include <SentrelKit/system/Notification.h>
 #include <SentrelKit/system/detail/PerSecond.h>
 
@@ -236,6 +237,7 @@ void Network::update() {
     std::optional<platform::SampleScope> scope; // bytes and packets are counted in one listing
     if (measuring_.wanted() != MeasureSet<Measure>{})
         scope.emplace();
+    const probes::SamplingReports reports(*session_);
     ++samples_;
     seen_ = 0;
     position_ = 0;

@@ -109,6 +109,28 @@ TEST(Memory, KeepsItsFiguresWhenASampleFails) {
     EXPECT_EQ(memory.usage(), 0);
 }
 
+// A service that samples without the right to ask wrote for as long as it ran.
+TEST(Memory, TellsOfSamplesThatFailOnceAndOfTheirEnd) {
+    ScriptedMachine machine;
+    machine->host().virtualMemoryValue = platform::VirtualMemoryCounters{};
+    Memory memory;
+    const auto sampleFor = [&](int seconds) {
+        testing::internal::CaptureStderr();
+        for (int i = 0; i < seconds; i += 2) {
+            memory.update();
+            machine->advance(2);
+        }
+        return testing::internal::GetCapturedStderr();
+    };
+    EXPECT_EQ(sampleFor(10), "");
+    machine->host().calls.fail("virtualMemory", {.error = EACCES});
+    EXPECT_EQ(sampleFor(600), "Error: host_statistics64 -- Permission denied");
+    machine->host().calls.succeed();
+    EXPECT_EQ(sampleFor(50), "");
+    EXPECT_EQ(sampleFor(50), "\nhost_statistics64 works again\n");
+    EXPECT_EQ(sampleFor(600), "");
+}
+
 TEST(Memory, TellsSwapOnDemand) {
     ScriptedMachine machine;
     machine->host().swapUsageValue = platform::SwapUsage{8ull << 30, 6ull << 30, 2ull << 30};

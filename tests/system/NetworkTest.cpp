@@ -302,6 +302,31 @@ TEST_F(NetworkTest, KeepsNoInterfaceWhereTheListCannotBeHad) {
     EXPECT_EQ(model().connection(), ConnectionType::none);
 }
 
+TEST_F(NetworkTest, TellsOfAListThatCannotBeHadOnceAndOfItsEnd) {
+    const auto lines = [this](int count) {
+        testing::internal::CaptureStderr();
+        samples(count);
+        return testing::internal::GetCapturedStderr();
+    };
+    machine_->network().calls.fail("listInterfaces", {.error = ENOBUFS});
+    EXPECT_EQ(lines(100), "Error: _getNetworkData -- No buffer space available");
+    machine_->network().calls.succeed();
+    EXPECT_EQ(lines(50), "");
+    EXPECT_EQ(lines(50), "\n_getNetworkData works again\n");
+    EXPECT_EQ(lines(50), "");
+}
+
+// Where containers come and go there is a new interface at every sample.
+TEST_F(NetworkTest, TellsOnceOfInterfacesOfWhichNoMoreIsKnown) {
+    machine_->network().calls.fail("matchInterface", {.error = EIO});
+    testing::internal::CaptureStderr();
+    for (std::uint32_t i = 3; i < 100; ++i) {
+        machine_->network().interfaces = {ScriptedInterface("veth" + std::to_string(i), i).addAddress("192.0.2.4")};
+        sample();
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Error: _getNetworkExtra for 'veth3' -- Input/output error");
+}
+
 TEST_F(NetworkTest, LooksThePublicAddressUpOnceAndAgainAfterTheInternetWasAway) {
     EchoServer server(EchoServer::reply("HTTP/1.1 200 OK\r\n\r\nIP: 203.0.113.7\r\n"));
     const EchoHostGuard guard({"127.0.0.1", server.port()});

@@ -5,6 +5,7 @@
 #include <SentrelKit/platform/Clock.h>
 #include <SentrelKit/platform/HostService.h>
 #include <SentrelKit/platform/VolumeService.h>
+#include <SentrelKit/probes/detail/FailureReports.h>
 
 #include <algorithm>
 #include <string_view>
@@ -104,6 +105,7 @@ public:
 
     void sample() {
         const Turn turn(sampling_);
+        const probes::SamplingReports reports(*session_);
         const Snapshot snapshot = volumes();
         for (const auto& [device, volume] : *snapshot) {
             if (volume->sample(*session_)) // a label is written, too
@@ -167,6 +169,7 @@ private:
             isListing_ = true;
             renames_.clear();
         });
+        const probes::SamplingReports reports(*session_);
         std::vector<Listed> listing;
         probes::_getDiskData([&listing](std::int64_t timestamp,
                                         const probes::DiskData* data) { listing.emplace_back(timestamp, *data); },

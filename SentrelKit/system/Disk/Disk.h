@@ -221,7 +221,8 @@ public:
     /// drive fails, or that had its time and did not answer yet: space, used and free are then those of `lastAnswer`.
     /// It is true again with the sample that has an answer. One that takes longer than from one sample to the next goes
     /// to and fro. On Linux at most 64 calls that do not return are waited for: beside more dead mounts than that, each
-    /// other network and user-space mount counts as one that does not answer. macOS: false if statfs fails.
+    /// other network and user-space mount counts as one that does not answer. macOS: false if statfs fails. On the
+    /// standard error stream there is a line when a volume stops answering, and one when it has answered for a minute.
     [[nodiscard]] bool answers() const noexcept { return answers_; }
     /// When it last did: milliseconds since the epoch; 0 if it never did.
     [[nodiscard]] std::int64_t lastAnswer() const noexcept { return lastAnswer_; }

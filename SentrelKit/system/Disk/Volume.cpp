@@ -2,6 +2,7 @@
 #include <SentrelKit/base/system/Assert.h>
 #include <SentrelKit/base/system/Time.h>
 #include <SentrelKit/platform/Clock.h>
+#include <SentrelKit/probes/detail/FailureReports.h>
 #include <SentrelKit/system/Disk/Disk.h>
 #include <SentrelKit/system/Disk/detail/UsagePercent.h>
 #include <SentrelKit/system/detail/PerSecond.h>
@@ -27,6 +28,7 @@ std::optional<Disk::Volume::SmartStatus> Disk::Volume::smartStatus() const {
     const std::shared_ptr<probes::SystemManager> session = session_.lock();
     if (!smart_ || !session)
         return std::nullopt;
+    const probes::SamplingReports reports(*session); // hosts ask again and again
     probes::SMARTData data = *smart_;
     if (probes::_getSMARTData(device_.c_str(), &data, *session) == 0)
         return std::nullopt;
@@ -76,6 +78,7 @@ void Disk::Volume::relist(probes::DiskData data, std::int64_t time) {
 
 int Disk::Volume::measureUsage(probes::SystemManager& session) {
     const std::shared_ptr<const Label> label = label_.value();
+    const probes::SamplingReports reports(session);
     probes::DiskData data{};
     if (probes::_getDiskDataFor(label->path.c_str(), &data, session) <= 0)
         return 0;

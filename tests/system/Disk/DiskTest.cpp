@@ -52,6 +52,16 @@ protected:
         advance(0);
     }
 
+    // What they write.
+    std::string samplesOf(Disk& disk, int count) {
+        testing::internal::CaptureStderr();
+        for (int i = 0; i < count; ++i) {
+            advance(1.1);
+            disk.update();
+        }
+        return testing::internal::GetCapturedStderr();
+    }
+
     static std::vector<std::string> devicesOf(const Disk& disk) {
         std::vector<std::string> devices;
         for (const auto& [device, volume] : disk.volumes())
@@ -180,6 +190,64 @@ TEST_F(DiskModel, CountsAVolumeWhoseSpaceFailsAsOneThatDoesNotAnswer) {
     advance(1.1);
     disk.update();
     EXPECT_TRUE(volume->answers());
+}
+
+// A share that never answers wrote a line at each sample: 78,545 in a day.
+TEST_F(DiskModel, TellsOnceOfAVolumeThatDoesNotAnswerAndOnceThatItDoes) {
+    volumes().mount("disk1", "/");
+    volumes().mount("share", "/share", 0, 0);
+    volumes().calls.fail("space", {.arguments = "/share", .error = ETIMEDOUT});
+    const std::string begin = "Error: statfs failed for '/share' -- Connection timed out\n";
+    testing::internal::CaptureStderr();
+    Disk disk;
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), begin);
+    EXPECT_EQ(samplesOf(disk, 100), "");
+    testing::internal::CaptureStderr();
+    mountLater("disk2", "/other"); // a listing is no news either
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    volumes().calls.succeed();
+    EXPECT_EQ(samplesOf(disk, 50), "");
+    EXPECT_EQ(samplesOf(disk, 50), "statfs works again for '/share'\n");
+    EXPECT_EQ(samplesOf(disk, 50), "");
+    volumes().calls.fail("space", {.arguments = "/share", .error = ENOTCONN});
+    EXPECT_EQ(samplesOf(disk, 50), "Error: statfs failed for '/share' -- Transport endpoint is not connected\n");
+}
+
+TEST_F(DiskModel, TellsOnceOfAVolumeThatStopsAnsweringThoughItsFiguresStand) {
+    volumes().mount("disk1", "/", 1000, 400);
+    Disk disk;
+    EXPECT_EQ(samplesOf(disk, 3), "");
+    volumes().mounts.front().space.answers = false;
+    EXPECT_EQ(samplesOf(disk, 100), "Error: statfs failed for '/' -- Connection timed out\n");
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(disk.usage(), 60); // asked for by a host, at each look
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    volumes().mounts.front().space.answers = true;
+    EXPECT_EQ(samplesOf(disk, 100), "statfs works again for '/'\n");
+}
+
+// A share that is slow misses every other sample.
+TEST_F(DiskModel, TellsOnceOfAVolumeThatAnswersNowAndThen) {
+    volumes().mount("disk1", "/");
+    Disk disk;
+    std::string lines;
+    for (int i = 0; i < 100; ++i) {
+        volumes().mounts.front().space.answers = i % 2 != 0;
+        lines += samplesOf(disk, 1);
+    }
+    EXPECT_EQ(lines, "Error: statfs failed for '/' -- Connection timed out\n");
+}
+
+TEST_F(DiskModel, TellsOnceThatADriveCannotBeAsked) {
+    volumes().mount("disk1", "/");
+    volumes().disks["disk1"].smartAncestor = 0;
+    const Disk disk;
+    const VolumePointer volume = disk.volumes().at("disk1");
+    volumes().calls.fail("openSession", {.error = EMFILE});
+    testing::internal::CaptureStderr();
+    for (int i = 0; i < 100; ++i)
+        EXPECT_FALSE(volume->smartStatus());
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Error: DASessionCreate -- Too many open files");
 }
 
 TEST_F(DiskModel, TellsInAListingTooWhetherAVolumeAnswers) {
