@@ -5,6 +5,7 @@
 #include <SentrelKit/platform/Clock.h>
 #include <SentrelKit/probes/SystemManager.h>
 
+#include <atomic>
 #include <cerrno>
 
 namespace sentrel::probes {
@@ -16,7 +17,22 @@ constexpr std::int64_t forgotten = 10 * minute; // what is sampled is heard of f
 
 thread_local SamplingReports* reports = nullptr;
 
+// Of all sessions. There is seldom one, and then a success need not look for what it ends.
+std::atomic<std::size_t> standing{0};
+
 } // namespace
+
+StandingFailures::~StandingFailures() {
+    standing -= size();
+}
+
+std::size_t StandingFailures::size() const {
+    const LockScope scope(lock_);
+    std::size_t size = 0;
+    for (const auto& [name, subjects] : failures_)
+        size += subjects.size();
+    return size;
+}
 
 bool StandingFailures::begins(const Operation& operation, std::string_view subject, std::int64_t now) {
     const LockScope scope(lock_);
@@ -28,7 +44,7 @@ bool StandingFailures::begins(const Operation& operation, std::string_view subje
     }
     forgetWhatNobodyAsks(now);
     subjects.emplace(subject, now);
-    ++count_;
+    ++standing;
     return true;
 }
 
@@ -41,18 +57,17 @@ bool StandingFailures::ends(const Operation& operation, std::string_view subject
     if (known == subjects->second.end() || now - known->second < minute)
         return false;
     subjects->second.erase(known);
-    --count_;
+    --standing;
     return true;
 }
 
 // Such as a volume that never answered and is mounted no longer.
 void StandingFailures::forgetWhatNobodyAsks(std::int64_t now) {
     for (auto& [name, subjects] : failures_)
-        count_ -= std::erase_if(subjects, [now](const auto& entry) { return now - entry.second >= forgotten; });
+        standing -= std::erase_if(subjects, [now](const auto& entry) { return now - entry.second >= forgotten; });
 }
 
-SamplingReports::SamplingReports(SystemManager& session)
-    : session_(session), failures_(session.shared<StandingFailures>()), outer_(reports) {
+SamplingReports::SamplingReports(SystemManager& session) noexcept : session_(session), outer_(reports) {
     reports = this;
 }
 
@@ -64,19 +79,26 @@ bool SamplingReports::areUnderWay() noexcept {
     return reports != nullptr;
 }
 
+StandingFailures& SamplingReports::failures() const {
+    return session_.shared<StandingFailures>();
+}
+
+std::int64_t SamplingReports::now() const {
+    return session_.platform().clock().monotonicNanoseconds();
+}
+
 bool isToBeTold(const Operation& operation, std::string_view subject) {
     if (!reports)
         return true;
     const int error = errno;
-    const bool isNew =
-        reports->failures_.begins(operation, subject, reports->session_.platform().clock().monotonicNanoseconds());
+    const bool isNew = reports->failures().begins(operation, subject, reports->now());
     errno = error;
     return isNew;
 }
 
 void succeeded(const Operation& operation, std::string_view subject) {
-    if (!reports || !reports->failures_.areAny() ||
-        !reports->failures_.ends(operation, subject, reports->session_.platform().clock().monotonicNanoseconds()))
+    if (!reports || standing.load(std::memory_order_relaxed) == 0 ||
+        !reports->failures().ends(operation, subject, reports->now()))
         return;
     const char* const begin = operation.endsItsLine ? "" : "\n";
     const std::string name(operation.name);

@@ -7,7 +7,7 @@
 
 #include <SentrelKit/base/system/detail/ThreadSafety.h>
 
-#include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <string>
@@ -26,6 +26,11 @@ struct Operation {
 /// The failures that samples met and that are not over yet: one object a session, any thread.
 class StandingFailures {
 public:
+    StandingFailures() = default;
+    ~StandingFailures();
+    StandingFailures(const StandingFailures&) = delete;
+    StandingFailures& operator=(const StandingFailures&) = delete;
+
     /// Takes note of a failure of an operation on something, at a moment in nanoseconds of the session's clock. True if
     /// it is a new one. Allocates nothing for one that lasts.
     [[nodiscard]] bool begins(const Operation& operation, std::string_view subject, std::int64_t now);
@@ -33,23 +38,22 @@ public:
     /// Takes note of a success. True, once, if a failure is over with it.
     [[nodiscard]] bool ends(const Operation& operation, std::string_view subject, std::int64_t now);
 
-    /// Whether there is any failure that a success could end.
-    [[nodiscard]] bool areAny() const noexcept { return count_.load(std::memory_order_relaxed) != 0; }
+    /// How many failures are not over.
+    [[nodiscard]] std::size_t size() const;
 
 private:
     using Subjects = std::map<std::string, std::int64_t, std::less<>>; // with the moment of the last failure
 
     void forgetWhatNobodyAsks(std::int64_t now) SENTREL_REQUIRES(lock_);
 
-    Lock lock_;
+    mutable Lock lock_;
     std::map<std::string_view, Subjects> failures_ SENTREL_GUARDED_BY(lock_); // by the operation's name
-    std::atomic<std::size_t> count_{0};
 };
 
 /// While one lives, what the calling thread asks the probes is part of sampling.
 class SamplingReports {
 public:
-    explicit SamplingReports(SystemManager& session);
+    explicit SamplingReports(SystemManager& session) noexcept;
     ~SamplingReports();
     SamplingReports(const SamplingReports&) = delete;
     SamplingReports& operator=(const SamplingReports&) = delete;
@@ -61,8 +65,10 @@ private:
     friend bool isToBeTold(const Operation& operation, std::string_view subject);
     friend void succeeded(const Operation& operation, std::string_view subject);
 
+    [[nodiscard]] StandingFailures& failures() const;
+    [[nodiscard]] std::int64_t now() const;
+
     SystemManager& session_;
-    StandingFailures& failures_;
     SamplingReports* const outer_;
 };
 

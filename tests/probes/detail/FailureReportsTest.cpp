@@ -20,9 +20,9 @@ constexpr Operation list{"list", false};
 
 TEST(StandingFailures, BeginOnceForEachThingAndEndAMinuteAfterTheLastOne) {
     StandingFailures failures;
-    EXPECT_FALSE(failures.areAny());
+    EXPECT_EQ(failures.size(), 0U);
     EXPECT_TRUE(failures.begins(space, "/a", 0));
-    EXPECT_TRUE(failures.areAny());
+    EXPECT_EQ(failures.size(), 1U);
     EXPECT_FALSE(failures.begins(space, "/a", second));
     EXPECT_TRUE(failures.begins(space, "/b", second));
     EXPECT_TRUE(failures.begins(list, "/a", second)) << "another operation";
@@ -47,7 +47,7 @@ TEST(StandingFailures, AreForgottenWithWhatFailed) {
         EXPECT_TRUE(failures.begins(space, "/mnt/" + std::to_string(i), i * second));
     EXPECT_TRUE(failures.begins(space, "/last", 200'000 * second));
     EXPECT_TRUE(failures.ends(space, "/last", 200'060 * second));
-    EXPECT_FALSE(failures.areAny()) << "nothing of what is there no longer";
+    EXPECT_EQ(failures.size(), 0U) << "nothing of what is there no longer";
 }
 
 TEST(StandingFailures, AllocateNothingWhileTheyLast) {
