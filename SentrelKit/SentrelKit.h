@@ -6,6 +6,7 @@
 /// besides: <SentrelKit/views/drawing/cairo/CairoCanvas.h>, or on macOS
 /// <SentrelKit/views/drawing/coregraphics/CoreGraphicsCanvas.h>.
 
+#include <SentrelKit/Format.h>
 #include <SentrelKit/Version.h>
 #include <SentrelKit/platform/Availability.h>
 #include <SentrelKit/platform/DispatchQueue.h>
