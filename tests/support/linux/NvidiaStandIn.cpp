@@ -20,4 +20,17 @@ NvidiaStandIn::NvidiaStandIn(const std::string& variant)
     *script_ = NvidiaScript();
 }
 
+platform::GraphicsProcessor NvidiaStandIn::processorAt(std::string identifier) {
+    return {.identifier = std::move(identifier),
+            .name = "Example 4000",
+            .use = 37,
+            .memoryUsed = 3ULL << 30,
+            .memoryTotal = 8ULL << 30,
+            .clock = 1785e6,
+            .temperature = 61,
+            .power = 85.25,
+            .fan = 1530,
+            .fanShare = 42};
+}
+
 } // namespace sentrel

@@ -4,6 +4,8 @@
 #include "tests/support/linux/FileTree.h"
 #include "tests/support/linux/NvidiaScript.h"
 
+#include <SentrelKit/platform/GraphicsService.h>
+
 #include <memory>
 #include <string>
 
@@ -23,6 +25,9 @@ public:
     void install(const FileTree& machine) const { machine.add("usr/lib/libnvidia-ml.so.1->" + file_); }
 
     [[nodiscard]] NvidiaScript* operator->() const noexcept { return script_; }
+
+    /// What the variant "nvidia" tells of a processor, by the script as it begins.
+    [[nodiscard]] static platform::GraphicsProcessor processorAt(std::string identifier);
 
 private:
     struct Close {
