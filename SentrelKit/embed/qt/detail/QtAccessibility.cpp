@@ -100,29 +100,10 @@ public:
         const Found self = found();
         return self.parent ? objects_.objectOf(*self.parent) : QAccessible::queryAccessibleInterface(&widget_);
     }
-    int childCount() const override {
-        const Found self = found();
-        return self.element ? static_cast<int>(self.element->children.size()) : 0;
-    }
-    QAccessibleInterface* child(int index) const override {
-        const Found self = found();
-        if (!self.element || index < 0 || static_cast<std::size_t>(index) >= self.element->children.size())
-            return nullptr;
-        return objects_.objectOf(self.element->children[static_cast<std::size_t>(index)]);
-    }
-    int indexOfChild(const QAccessibleInterface* wanted) const override {
-        for (int index = 0; index < childCount(); ++index)
-            if (child(index) == wanted)
-                return index;
-        return -1;
-    }
-    QAccessibleInterface* childAt(int x, int y) const override {
-        const Found self = found();
-        const QPoint point = widget_.mapFromGlobal(QPoint(x, y));
-        const AccessibleElement* at =
-            self.element ? findAt(self.element->children, {double(point.x()), double(point.y())}) : nullptr;
-        return at ? objects_.objectOf(*at) : nullptr;
-    }
+    int childCount() const override { return static_cast<int>(children().size()); }
+    QAccessibleInterface* child(int index) const override { return objects_.objectOf(children(), index); }
+    int indexOfChild(const QAccessibleInterface* wanted) const override { return objects_.indexOf(children(), wanted); }
+    QAccessibleInterface* childAt(int x, int y) const override { return objects_.objectAt(children(), x, y); }
 
     QAccessible::Role role() const override {
         const Found self = found();
@@ -219,6 +200,10 @@ private:
         elements_ = objects_.elements();
         return find(elements_, view);
     }
+    Elements children() const {
+        const Found self = found();
+        return self.element ? self.element->children : Elements();
+    }
 
     QtView& widget_;
     QtAccessibility& objects_;
@@ -236,24 +221,11 @@ public:
     ~WidgetObject() override { objects_.widgetObject_ = nullptr; }
 
     int childCount() const override { return static_cast<int>(objects_.elements().size()); }
-    QAccessibleInterface* child(int index) const override {
-        const Elements elements = objects_.elements();
-        if (index < 0 || static_cast<std::size_t>(index) >= elements.size())
-            return nullptr;
-        return objects_.objectOf(elements[static_cast<std::size_t>(index)]);
-    }
+    QAccessibleInterface* child(int index) const override { return objects_.objectOf(objects_.elements(), index); }
     int indexOfChild(const QAccessibleInterface* wanted) const override {
-        for (int index = 0; index < childCount(); ++index)
-            if (child(index) == wanted)
-                return index;
-        return -1;
+        return objects_.indexOf(objects_.elements(), wanted);
     }
-    QAccessibleInterface* childAt(int x, int y) const override {
-        const Elements elements = objects_.elements();
-        const QPoint point = objects_.widget_.mapFromGlobal(QPoint(x, y));
-        const AccessibleElement* at = findAt(elements, {double(point.x()), double(point.y())});
-        return at ? objects_.objectOf(*at) : nullptr;
-    }
+    QAccessibleInterface* childAt(int x, int y) const override { return objects_.objectAt(objects_.elements(), x, y); }
     QAccessibleInterface* focusChild() const override {
         const Elements elements = objects_.elements();
         const AccessibleElement* focused = objects_.widget_.hasFocus() ? findFocused(elements) : nullptr;
@@ -293,6 +265,23 @@ QAccessibleInterface* QtAccessibility::objectOf(const AccessibleElement& element
         object = {view, QAccessible::registerAccessibleInterface(new ViewObject(widget_, *this, view))};
     }
     return QAccessible::accessibleInterface(object.id);
+}
+
+QAccessibleInterface* QtAccessibility::objectOf(const Elements& elements, int index) {
+    if (index < 0 || static_cast<std::size_t>(index) >= elements.size())
+        return nullptr;
+    return objectOf(elements[static_cast<std::size_t>(index)]);
+}
+
+int QtAccessibility::indexOf(const Elements& elements, const QAccessibleInterface* object) {
+    const auto found = std::ranges::find(elements, object, [this](const auto& element) { return objectOf(element); });
+    return found == elements.end() ? -1 : static_cast<int>(found - elements.begin());
+}
+
+QAccessibleInterface* QtAccessibility::objectAt(const Elements& elements, int x, int y) {
+    const QPoint point = widget_.mapFromGlobal(QPoint(x, y));
+    const AccessibleElement* const at = findAt(elements, {double(point.x()), double(point.y())});
+    return at ? objectOf(*at) : nullptr;
 }
 
 void QtAccessibility::tellChanges() {

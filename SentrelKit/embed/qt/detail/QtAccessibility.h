@@ -35,6 +35,15 @@ public:
     /// The object that stands for an element's view: the same one as long as the view lives.
     [[nodiscard]] QAccessibleInterface* objectOf(const AccessibleElement& element);
 
+    /// The object of one of these elements by its place among them; null if there is none.
+    [[nodiscard]] QAccessibleInterface* objectOf(const std::vector<AccessibleElement>& elements, int index);
+
+    /// The place among these elements of the one that an object stands for; -1 if it is none of them.
+    [[nodiscard]] int indexOf(const std::vector<AccessibleElement>& elements, const QAccessibleInterface* object);
+
+    /// The object of the innermost of these elements at a point of the screen; null if there is none.
+    [[nodiscard]] QAccessibleInterface* objectAt(const std::vector<AccessibleElement>& elements, int x, int y);
+
     /// Tells assistive technology what has changed since it was told last.
     void tellChanges();
 
