@@ -25,6 +25,11 @@ namespace sentrel {
 /// Whether a dash pattern can be drawn and is not finer than the device can show at a scale.
 [[nodiscard]] bool isUsable(const std::vector<double>& dash, double phase, double scale) noexcept;
 
+/// Whether text is drawn at a font size: Pango keeps sizes and places in 1/1024 units of an int.
+[[nodiscard]] constexpr bool isTextSize(double size) noexcept {
+    return size >= 0.1 && size <= 4096.0;
+}
+
 /// How far down a line of text is shifted that stands in the middle of its box with its baseline so far below, so that
 /// the middle of its capital letters stands there: not so far that it leaves its box, which has `room` more height than
 /// the line. 0 for a font without capital letters, whose `capHeight` is 0.

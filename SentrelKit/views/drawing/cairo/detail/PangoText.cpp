@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/views/drawing/cairo/detail/PangoText.h>
 
-#include <SentrelKit/base/system/detail/ThreadSafety.h>
 #include <SentrelKit/views/drawing/cairo/detail/FontFace.h>
+#include <SentrelKit/views/drawing/detail/Drawable.h>
+#include <SentrelKit/views/drawing/detail/FontFaces.h>
 
 #include <fontconfig/fontconfig.h>
 #include <hb-ot.h>
@@ -10,9 +11,7 @@
 #include <pango/pangofc-fontmap.h>
 
 #include <array>
-#include <map>
 #include <memory>
-#include <utility>
 
 namespace sentrel {
 
@@ -95,59 +94,6 @@ double capHeightOf(PangoFont* font) {
     return static_cast<double>(extents.y_bearing) / hb_face_get_upem(face);
 }
 
-std::shared_ptr<const FontFace> findFace(const std::string& name) {
-    const std::unique_ptr<FcPattern, DestroyPattern> wanted(FcPatternCreate());
-    FcPatternAddString(wanted.get(), FC_POSTSCRIPT_NAME, reinterpret_cast<const FcChar8*>(name.c_str()));
-    const std::unique_ptr<FcObjectSet, DestroyObjects> objects(
-        FcObjectSetBuild(FC_POSTSCRIPT_NAME, FC_FAMILY, FC_STYLE, FC_WEIGHT, FC_SLANT, FC_WIDTH, nullptr));
-    const std::unique_ptr<FcFontSet, DestroyFonts> fonts(FcFontList(nullptr, wanted.get(), objects.get()));
-    if (!fonts)
-        return nullptr;
-    for (int i = 0; i < fonts->nfont; ++i) {
-        if (name != postScriptName(fonts->fonts[i]))
-            continue;
-        auto face = std::make_shared<FontFace>();
-        face->name = name;
-        face->description.reset(pango_fc_font_description_from_pattern(fonts->fonts[i], FALSE));
-        const auto font = rendered(face->description.get());
-        if (!font || !isOfFace(font.get(), name))
-            continue;
-        face->capHeight = capHeightOf(font.get());
-        return face;
-    }
-    return nullptr;
-}
-
-// The faces asked for so far, the missing ones as null: a look-up walks every font of the machine.
-class Faces {
-public:
-    std::shared_ptr<const FontFace> find(const std::string& name) {
-        const LockScope scope(lock_);
-        const auto known = faces_.find(name);
-        if (known != faces_.end())
-            return known->second;
-        return faces_[name] = findFace(name);
-    }
-
-    bool add(const std::string& path) {
-        const LockScope scope(lock_);
-        if (!FcConfigAppFontAddFile(nullptr, reinterpret_cast<const FcChar8*>(path.c_str())))
-            return false;
-        pango_fc_font_map_config_changed(PANGO_FC_FONT_MAP(pango_cairo_font_map_get_default()));
-        faces_.clear();
-        return true;
-    }
-
-private:
-    Lock lock_;
-    std::map<std::string, std::shared_ptr<const FontFace>> faces_ SENTREL_GUARDED_BY(lock_);
-};
-
-Faces& faces() {
-    static Faces shared;
-    return shared;
-}
-
 // Characters that no font has would show as boxes with their number: they become blank.
 void blankUnknownGlyphs(PangoLayout* layout) {
     PangoLayoutIter* runs = pango_layout_get_iter(layout);
@@ -189,29 +135,43 @@ void FontFace::Free::operator()(_PangoFontDescription* owned) const noexcept {
     pango_font_description_free(owned);
 }
 
-Font::Font(std::shared_ptr<const FontFace> face, double size) noexcept : face_(std::move(face)), size_(size) {}
-
-std::optional<Font> Font::withName(const std::string& faceName, double size) {
-    std::shared_ptr<const FontFace> face = faces().find(faceName);
-    if (!face)
-        return std::nullopt;
-    return Font(std::move(face), size);
+std::shared_ptr<const FontFace> findFace(const std::string& name) {
+    const std::unique_ptr<FcPattern, DestroyPattern> wanted(FcPatternCreate());
+    FcPatternAddString(wanted.get(), FC_POSTSCRIPT_NAME, reinterpret_cast<const FcChar8*>(name.c_str()));
+    const std::unique_ptr<FcObjectSet, DestroyObjects> objects(
+        FcObjectSetBuild(FC_POSTSCRIPT_NAME, FC_FAMILY, FC_STYLE, FC_WEIGHT, FC_SLANT, FC_WIDTH, nullptr));
+    const std::unique_ptr<FcFontSet, DestroyFonts> fonts(FcFontList(nullptr, wanted.get(), objects.get()));
+    if (!fonts)
+        return nullptr;
+    for (int i = 0; i < fonts->nfont; ++i) {
+        if (name != postScriptName(fonts->fonts[i]))
+            continue;
+        auto face = std::make_shared<FontFace>();
+        face->name = name;
+        face->description.reset(pango_fc_font_description_from_pattern(fonts->fonts[i], FALSE));
+        const auto font = rendered(face->description.get());
+        if (!font || !isOfFace(font.get(), name))
+            continue;
+        face->capHeight = capHeightOf(font.get());
+        return face;
+    }
+    return nullptr;
 }
 
-Font Font::systemFont(double size) {
-    static const std::shared_ptr<const FontFace> face = [] {
-        auto made = std::make_shared<FontFace>();
-        made->name = "sans-serif";
-        made->description.reset(pango_font_description_from_string("sans-serif"));
-        if (const auto font = rendered(made->description.get()))
-            made->capHeight = capHeightOf(font.get());
-        return made;
-    }();
-    return {face, size};
+std::shared_ptr<const FontFace> makeSystemFace() {
+    auto face = std::make_shared<FontFace>();
+    face->name = "sans-serif";
+    face->description.reset(pango_font_description_from_string("sans-serif"));
+    if (const auto font = rendered(face->description.get()))
+        face->capHeight = capHeightOf(font.get());
+    return face;
 }
 
-bool Font::registerFile(const std::string& path) {
-    return faces().add(path);
+bool addFontFile(const std::string& path) {
+    if (!FcConfigAppFontAddFile(nullptr, reinterpret_cast<const FcChar8*>(path.c_str())))
+        return false;
+    pango_fc_font_map_config_changed(PANGO_FC_FONT_MAP(pango_cairo_font_map_get_default()));
+    return true;
 }
 
 const std::string& Font::name() const noexcept {

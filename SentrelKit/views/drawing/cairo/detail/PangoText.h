@@ -12,11 +12,6 @@ struct _PangoLayout;
 
 namespace sentrel {
 
-/// Whether Pango can lay text out at a font size: it keeps sizes and places in 1/1024 units of an int.
-[[nodiscard]] constexpr bool isTextSize(double size) noexcept {
-    return size >= 0.1 && size <= 4096.0;
-}
-
 /// The calling thread's layout, set to one line of a text at a font size that `isTextSize`. It is good until the next
 /// call on the thread. For a context, its transform is taken into account; null measures only.
 [[nodiscard]] _PangoLayout* layoutLine(_cairo* context, const std::string& text, const FontFace& face, double size);

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <SentrelKit/views/drawing/coregraphics/detail/CoreTextLine.h>
 
-#include <SentrelKit/base/system/detail/ThreadSafety.h>
 #include <SentrelKit/platform/macos/common/Values.h>
+#include <SentrelKit/views/drawing/detail/Drawable.h>
+#include <SentrelKit/views/drawing/detail/FontFaces.h>
 
 #include <array>
-#include <map>
 #include <memory>
 #include <utility>
 
@@ -51,6 +51,15 @@ std::optional<std::string> postScriptName(CTFontRef font) {
     return platform::textOf(CFOwner(CTFontCopyPostScriptName(font)).get());
 }
 
+// The font that holds a box for every character that no other font has.
+bool isLastResort(CTRunRef run) {
+    const void* const font = CFDictionaryGetValue(CTRunGetAttributes(run), kCTFontAttributeName);
+    const auto name = font ? postScriptName(static_cast<CTFontRef>(font)) : std::nullopt;
+    return name == "LastResort" || name == ".LastResort"; // the system's own names begin with a dot
+}
+
+} // namespace
+
 std::shared_ptr<const FontFace> findFace(const std::string& name) {
     const CFOwner<CFStringRef> wanted = platform::cfString(name);
     if (!wanted)
@@ -65,63 +74,14 @@ std::shared_ptr<const FontFace> findFace(const std::string& name) {
         FontFace{.name = name, .descriptor = CFOwner(CTFontCopyFontDescriptor(font.get()))});
 }
 
-// The faces asked for so far, the missing ones as null.
-class Faces {
-public:
-    std::shared_ptr<const FontFace> find(const std::string& name) {
-        const LockScope scope(lock_);
-        const auto known = faces_.find(name);
-        if (known != faces_.end())
-            return known->second;
-        return faces_[name] = findFace(name);
-    }
-
-    bool add(const std::string& path) {
-        const LockScope scope(lock_);
-        const CFOwner file(CFURLCreateFromFileSystemRepresentation(kCFAllocatorDefault,
-                                                                   reinterpret_cast<const UInt8*>(path.data()),
-                                                                   static_cast<CFIndex>(path.size()), false));
-        if (!file || !CTFontManagerRegisterFontsForURL(file.get(), kCTFontManagerScopeProcess, nullptr))
-            return false;
-        faces_.clear();
-        return true;
-    }
-
-private:
-    Lock lock_;
-    std::map<std::string, std::shared_ptr<const FontFace>> faces_ SENTREL_GUARDED_BY(lock_);
-};
-
-Faces& faces() {
-    static Faces shared;
-    return shared;
+std::shared_ptr<const FontFace> makeSystemFace() {
+    return std::make_shared<const FontFace>(FontFace{.name = "sans-serif"});
 }
 
-// The font that holds a box for every character that no other font has.
-bool isLastResort(CTRunRef run) {
-    const void* const font = CFDictionaryGetValue(CTRunGetAttributes(run), kCTFontAttributeName);
-    const auto name = font ? postScriptName(static_cast<CTFontRef>(font)) : std::nullopt;
-    return name == "LastResort" || name == ".LastResort"; // the system's own names begin with a dot
-}
-
-} // namespace
-
-Font::Font(std::shared_ptr<const FontFace> face, double size) noexcept : face_(std::move(face)), size_(size) {}
-
-std::optional<Font> Font::withName(const std::string& faceName, double size) {
-    std::shared_ptr<const FontFace> face = faces().find(faceName);
-    if (!face)
-        return std::nullopt;
-    return Font(std::move(face), size);
-}
-
-Font Font::systemFont(double size) {
-    static const auto face = std::make_shared<const FontFace>(FontFace{.name = "sans-serif"});
-    return {face, size};
-}
-
-bool Font::registerFile(const std::string& path) {
-    return faces().add(path);
+bool addFontFile(const std::string& path) {
+    const CFOwner file(CFURLCreateFromFileSystemRepresentation(
+        kCFAllocatorDefault, reinterpret_cast<const UInt8*>(path.data()), static_cast<CFIndex>(path.size()), false));
+    return file && CTFontManagerRegisterFontsForURL(file.get(), kCTFontManagerScopeProcess, nullptr);
 }
 
 const std::string& Font::name() const noexcept {

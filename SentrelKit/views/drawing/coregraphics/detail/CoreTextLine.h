@@ -10,11 +10,6 @@
 
 namespace sentrel {
 
-/// The sizes of text that every canvas draws.
-[[nodiscard]] constexpr bool isTextSize(double size) noexcept {
-    return size >= 0.1 && size <= 4096.0;
-}
-
 /// A line and the box that it takes, in points. It is drawn in the context's fill colour.
 class CoreTextLine {
 public:
