@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
 """What a fleet costs: a process that plays machines (bench_fleet), one Prometheus that scrapes each of them every 15 s,
-and beside them, scraped by the same engine, "sentrel serve" and Debian's node_exporter on this machine. Prints tables.
+and beside them, scraped by the same engine, "sentrel serve" and Debian's node_exporter on this machine: both as they
+come, the first at the engine's pace, and the second with the collectors alone whose facts both tell. Prints tables.
 
 usage: run.py BENCH_FLEET SENTREL [--machines 10,100,1000,3000] [--settle SECONDS] [--measure SECONDS]
 """
@@ -31,7 +32,34 @@ def free_ports(count):
         return [each.getsockname()[1] for each in sockets]
 
 
-ENGINE, SERVE, NODE = free_ports(3)
+# What both tell of, out of those that are on by themselves.
+COMMON = "cpu diskstats filesystem hwmon loadavg meminfo netclass netdev powersupplyclass pressure stat vmstat".split()
+
+
+class Exporter:
+    """One that measures this machine."""
+
+    def __init__(self, name, port, *command):
+        self.name, self.port, self.command = name, port, command
+        self.url = f"http://127.0.0.1:{port}/metrics"
+
+
+def exporters(options, place):
+    """Those that are scraped beside the fleet."""
+    (place / "sentrel.conf").write_text(f"[sampling]\nseconds={INTERVAL}\n")
+    ports = free_ports(4)
+    serve = [(options.sentrel, "serve", "--listen", f"127.0.0.1:{port}") for port in ports[:2]]
+    node = [(options.node_exporter, f"--web.listen-address=127.0.0.1:{port}") for port in ports[2:]]
+    common = ("--collector.disable-defaults", *(f"--collector.{name}" for name in COMMON))
+    return [
+        Exporter("serve", ports[0], *serve[0]),
+        Exporter(f"serve, a sample each {INTERVAL} s", ports[1], *serve[1], "--config", place / "sentrel.conf"),
+        Exporter("node_exporter", ports[2], *node[0]),
+        Exporter("node_exporter, common facts", ports[3], *node[1], *common, "--web.disable-exporter-metrics"),
+    ]
+
+
+ENGINE = free_ports(1)[0]
 
 
 class Cost:
@@ -108,7 +136,7 @@ def until_it_answers(url):
     raise SystemExit(f"{url} does not answer")
 
 
-def configuration(machines):
+def configuration(machines, beside):
     def job(name, targets):
         return {"job_name": name, "static_configs": [{"targets": targets}]}
 
@@ -116,8 +144,7 @@ def configuration(machines):
         "global": {"scrape_interval": f"{INTERVAL}s", "scrape_timeout": "10s"},
         "scrape_configs": [
             job("fleet", [f"127.0.0.1:{FIRST_PORT + i}" for i in range(machines)]),
-            job("serve", [f"127.0.0.1:{SERVE}"]),
-            job("node_exporter", [f"127.0.0.1:{NODE}"]),
+            *(job(each.name, [f"127.0.0.1:{each.port}"]) for each in beside),
         ],
     }
 
@@ -137,13 +164,12 @@ def percent(share):
 
 
 def measure(options, machines, place):
-    (place / "prometheus.yml").write_text(json.dumps(configuration(machines)))
+    beside = exporters(options, place)
+    (place / "prometheus.yml").write_text(json.dumps(configuration(machines, beside)))
     quiet = {"stdout": subprocess.DEVNULL, "stderr": subprocess.DEVNULL}
     fleet = running(
         options.fleet, machines, FIRST_PORT, stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL
     )
-    serve = running(options.sentrel, "serve", "--listen", f"127.0.0.1:{SERVE}", **quiet)
-    node = running(options.node_exporter, f"--web.listen-address=127.0.0.1:{NODE}", **quiet)
     engine = running(
         options.prometheus,
         f"--config.file={place}/prometheus.yml",
@@ -152,25 +178,28 @@ def measure(options, machines, place):
         "--web.enable-admin-api",
         **quiet,
     )
-    with fleet as fleet, serve as serve, node as node:
+    with fleet as fleet, contextlib.ExitStack() as stack:
+        others = {each.name: stack.enter_context(running(*each.command, **quiet)) for each in beside}
         begin = time.monotonic()
         if not fleet.stdout.readline():
             raise SystemExit("the fleet does not start")
         start = time.monotonic() - begin
-        until_it_answers(f"http://127.0.0.1:{SERVE}/metrics")
-        until_it_answers(f"http://127.0.0.1:{NODE}/metrics")
+        for each in beside:
+            until_it_answers(each.url)
         with engine as engine:
             until_it_answers(f"http://127.0.0.1:{ENGINE}/-/ready")
             time.sleep(options.settle)
-            costs = {"fleet": Cost(fleet), "engine": Cost(engine), "serve": Cost(serve), "node_exporter": Cost(node)}
+            processes = {"fleet": fleet, "engine": engine, **others}
+            costs = {name: Cost(process) for name, process in processes.items()}
             before = own_metrics()
             time.sleep(options.measure)
-            for process in (fleet, engine, serve, node):
+            for process in processes.values():
                 if process.poll() is not None:
                     raise SystemExit(f"{process.args[0]} ended with {process.returncode}")
             shares = {name: cost.share() for name, cost in costs.items()}
             after = own_metrics()
-            return report(machines, start, costs, shares, before, after, options, place)
+            row = report(machines, start, costs, shares, before, after, options, place)
+            return row, [report_beside(each, costs[each.name], shares[each.name], options) for each in beside]
 
 
 def report(machines, start, costs, shares, before, after, options, place):
@@ -182,7 +211,7 @@ def report(machines, start, costs, shares, before, after, options, place):
     with urllib.request.urlopen(get_all, timeout=300) as answer:
         name = json.load(answer)["data"]["name"]
     stored = sum(each.stat().st_size for each in (place / "data/snapshots" / name).rglob("*") if each.is_file())
-    row = {
+    return {
         "machines": machines,
         "answer": f"{figure(UP):.0f}",
         "series a machine": f"{figure(SERIES):.0f}",
@@ -202,21 +231,19 @@ def report(machines, start, costs, shares, before, after, options, place):
         "stored a sample": f"{stored / after[appended]:.2f} bytes",
         "start": f"{start:.1f} s",
     }
-    beside = []
-    for name in ("serve", "node_exporter"):
-        port = {"serve": SERVE, "node_exporter": NODE}[name]
-        beside.append(
-            {
-                "exporter": name,
-                "processor time a minute": f"{shares[name] * 60:.3f} s",
-                "resident": mebibytes(costs[name].resident()),
-                "threads": costs[name].threads(),
-                "bytes a scrape": len(get(f"http://127.0.0.1:{port}/metrics")),
-                "series": f"{figure(OF_JOB.replace('JOB', name)):.0f}",
-                "scrape": f"{figure(TOOK.replace('JOB', name).replace('WINDOW', window)) * 1000:.1f} ms",
-            }
-        )
-    return row, beside
+
+
+def report_beside(exporter, cost, share, options):
+    took = TOOK.replace("JOB", exporter.name).replace("WINDOW", f"{options.measure:.0f}s")
+    return {
+        "exporter": exporter.name,
+        "processor time a minute": f"{share * 60 * 1000:.1f} ms",
+        "resident": mebibytes(cost.resident()),
+        "threads": cost.threads(),
+        "bytes a scrape": len(get(exporter.url)),
+        "series": f"{figure(OF_JOB.replace('JOB', exporter.name)):.0f}",
+        "scrape": f"{figure(took) * 1000:.1f} ms",
+    }
 
 
 UP = 'sum(up{job="fleet"})'
