@@ -49,17 +49,19 @@ TEST_F(ConfigurationTest, WithoutAWordIsLoopbackWithoutApplications) {
     EXPECT_FALSE(configuration.credentials);
     EXPECT_FALSE(configuration.certificate);
     EXPECT_FALSE(configuration.applications);
+    EXPECT_EQ(configuration.deviceLimit, 1000U);
     EXPECT_FALSE(configuration.pace);
 }
 
 TEST_F(ConfigurationTest, TakesEveryKey) {
     const std::string certificate = write("CHAIN", 0644, "chain.pem");
     const std::string key = write("KEY", 0600, "key.pem");
-    const Configuration configuration = read(
-        "# a comment\n[server]\nlisten = [::1]:9000\n"
-        "[authentication]\nuser=me\npassword=a b\\c\"=;#\n"
-        "[tls]\ncertificate=" +
-        certificate + "\nkey=" + key + "\n[applications]\nenabled=true\ntop=3\nnames=20\n[sampling]\nseconds=15\n");
+    const Configuration configuration =
+        read("# a comment\n[server]\nlisten = [::1]:9000\n"
+             "[authentication]\nuser=me\npassword=a b\\c\"=;#\n"
+             "[tls]\ncertificate=" +
+             certificate + "\nkey=" + key +
+             "\n[applications]\nenabled=true\ntop=3\nnames=20\n[devices]\nlimit=5000\n[sampling]\nseconds=15\n");
     EXPECT_EQ(configuration.listen.address, "::1");
     EXPECT_EQ(configuration.listen.port, 9000);
     ASSERT_TRUE(configuration.credentials);
@@ -71,6 +73,7 @@ TEST_F(ConfigurationTest, TakesEveryKey) {
     ASSERT_TRUE(configuration.applications);
     EXPECT_EQ(configuration.applications->top, 3U);
     EXPECT_EQ(configuration.applications->names, 20U);
+    EXPECT_EQ(configuration.deviceLimit, 5000U);
     EXPECT_EQ(configuration.pace, std::chrono::seconds(15));
 }
 
@@ -85,6 +88,7 @@ TEST_F(ConfigurationTest, WhatItDoesNotKnowIsRefusedWithItsLine) {
     EXPECT_EQ(refusal("[server]\nlisten=127.0.0.1\n"),
               "sentrel.conf:2: 'listen' takes an address and a port, not '127.0.0.1'");
     EXPECT_EQ(refusal("[applications]\ntop=0\n"), "sentrel.conf:2: 'top' takes a number from 1 to 1000, not '0'");
+    EXPECT_EQ(refusal("[devices]\nlimit=0\n"), "sentrel.conf:2: 'limit' takes a number from 1 to 100000, not '0'");
     EXPECT_EQ(refusal("[sampling]\nseconds=1\n"), "sentrel.conf:2: 'seconds' takes a number from 2 to 3600, not '1'");
     EXPECT_EQ(refusal("[applications]\nenabled=yes\n"), "sentrel.conf:2: 'enabled' takes true or false, not 'yes'");
     EXPECT_EQ(refusal("[authentication]\nuser=a:b\n"),

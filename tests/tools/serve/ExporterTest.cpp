@@ -38,6 +38,16 @@ protected:
         return text.substr(value, text.find('\n', value) - value);
     }
 
+    // The labels of the series of a metric.
+    static std::set<std::string> seriesOf(const std::string& text, const std::string& metric) {
+        std::istringstream lines(text);
+        std::set<std::string> series;
+        for (std::string line; std::getline(lines, line);)
+            if (line.starts_with(metric + "{"))
+                series.insert(line.substr(0, line.rfind(' ')));
+        return series;
+    }
+
     sentrel::ScriptedMachine machine;
 };
 
@@ -209,6 +219,35 @@ TEST_F(ExporterTest, ApplicationsAreToldByNameAndNeverInMoreSeriesThanAllowed) {
         ++series;
     EXPECT_EQ(series, 3U) << "two names and all others\n" << told;
     EXPECT_NE(valueOf(exporter, R"(sentrel_application_resident_bytes{application="other"})"), "");
+}
+
+// A host of containers has a pair of interfaces for each, and a mount.
+TEST_F(ExporterTest, NoMoreDevicesOfOneKindAreToldThanAllowed) {
+    constexpr std::size_t limit = 20;
+    for (std::uint32_t i = 0; i < 500; ++i)
+        machine->network().interfaces.push_back(
+            sentrel::platform::ScriptedInterface("veth" + std::to_string(i), i + 1).addAddress("192.0.2.4"));
+    for (int i = 0; i < 100; ++i)
+        machine->volumes().mount("loop" + std::to_string(i), "/mnt/" + std::to_string(i));
+    sentrel::System system;
+    testing::internal::CaptureStderr();
+    const Exporter exporter(system, {}, {}, limit);
+    sample();
+    const std::string first = *exporter.text();
+    EXPECT_EQ(seriesOf(first, "sentrel_volume_up").size(), limit);
+    EXPECT_EQ(seriesOf(first, "sentrel_interface_received_bytes_total").size(), limit);
+    EXPECT_EQ(valueOf(exporter, "sentrel_disk_devices_left_out"), "80");
+    EXPECT_EQ(valueOf(exporter, "sentrel_net_devices_left_out"), "480");
+    EXPECT_EQ(valueOf(exporter, "sentrel_sensors_devices_left_out"), "0");
+    machine->network().interfaces.insert(machine->network().interfaces.begin(),
+                                         sentrel::platform::ScriptedInterface("a", 6000).addAddress("192.0.2.5"));
+    sample();
+    EXPECT_EQ(seriesOf(*exporter.text(), "sentrel_interface_received_bytes_total"),
+              seriesOf(first, "sentrel_interface_received_bytes_total"))
+        << "those that were told stay";
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "sentrel: more devices of 'disk' than [devices] 'limit' allows: 80 are left out\n"
+              "sentrel: more devices of 'net' than [devices] 'limit' allows: 480 are left out\n");
 }
 
 TEST_F(ExporterTest, SamplesAtThePaceThatItIsGiven) {

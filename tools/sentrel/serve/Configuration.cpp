@@ -76,8 +76,8 @@ std::optional<std::size_t> parseWithin(const std::string& text, std::size_t leas
     return number && *number >= least && *number <= most ? number : std::nullopt;
 }
 
-bool setLimit(std::size_t& limit, const std::string& text) {
-    const std::optional<std::size_t> number = parseWithin(text, 1, 1000);
+bool setLimit(std::size_t& limit, const std::string& text, std::size_t most = 1000) {
+    const std::optional<std::size_t> number = parseWithin(text, 1, most);
     limit = number.value_or(limit);
     return number.has_value();
 }
@@ -119,6 +119,10 @@ const std::vector<Key>& keys() {
          [](Draft& draft, const std::string& text) { return setLimit(draft.applications.top, text); }},
         {"applications", "names", "a number from 1 to 1000",
          [](Draft& draft, const std::string& text) { return setLimit(draft.applications.names, text); }},
+        {"devices", "limit", "a number from 1 to 100000",
+         [](Draft& draft, const std::string& text) {
+             return setLimit(draft.configuration.deviceLimit, text, 100'000);
+         }},
         {"sampling", "seconds", "a number from 2 to 3600", setPace},
     };
     return all;

@@ -2,8 +2,10 @@
 #pragma once
 
 #include "tools/sentrel/serve/ApplicationTable.h"
+#include "tools/sentrel/serve/DeviceLimit.h"
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -36,6 +38,7 @@ struct Configuration {
     std::optional<Certificate> certificate{};        ///< no encryption without one
     std::optional<ApplicationLimits> applications{}; ///< not told without them
     std::optional<std::chrono::seconds> pace{};      ///< of the samples; the library's own without it
+    std::size_t deviceLimit = usualDeviceLimit;      ///< of one kind
 };
 
 /// What is wrong, in one line.

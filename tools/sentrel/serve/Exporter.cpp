@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <iterator>
 #include <set>
 #include <sstream>
@@ -113,7 +114,7 @@ constexpr int samplesBetweenBatteries = 5;
 } // namespace
 
 Exporter::Exporter(sentrel::System& system, const std::optional<ApplicationLimits>& applications,
-                   std::optional<std::chrono::seconds> pace)
+                   std::optional<std::chrono::seconds> pace, std::size_t deviceLimit)
     : system_(system), pace_(pace) {
     if (applications)
         applications_.emplace(*applications);
@@ -122,6 +123,8 @@ Exporter::Exporter(sentrel::System& system, const std::optional<ApplicationLimit
         if (!metric.resource.empty() && (resources_.empty() || resources_.back() != metric.resource) &&
             (applications_ || metric.resource != applicationsResource))
             resources_.push_back(metric.resource);
+    for (const std::string_view resource : resources_)
+        bounds_.emplace(resource, Bound{DeviceLimit(deviceLimit)});
     for (const std::string_view resource : resources_)
         start(resource);
 }
@@ -202,7 +205,16 @@ std::vector<Table> Exporter::read(std::string_view resource) {
         if (table->info.resource == resource)
             tables.push_back(table->read(system_));
     std::ranges::move(readCounters(system_, resource), std::back_inserter(tables));
+    bound(resource, tables);
     return tables;
+}
+
+void Exporter::bound(std::string_view resource, std::vector<Table>& tables) {
+    auto& [limit, isReported] = bounds_.at(resource);
+    limit.apply(resource, tables);
+    if (limit.leftOut() > 0 && !std::exchange(isReported, true))
+        std::fprintf(stderr, "sentrel: more devices of '%s' than [devices] 'limit' allows: %zu are left out\n",
+                     std::string(resource).c_str(), limit.leftOut());
 }
 
 void Exporter::keep(std::string_view resource) {

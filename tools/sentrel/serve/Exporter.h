@@ -3,6 +3,7 @@
 
 #include "tools/sentrel/Figures.h"
 #include "tools/sentrel/serve/ApplicationTable.h"
+#include "tools/sentrel/serve/DeviceLimit.h"
 #include "tools/sentrel/serve/PacedSampling.h"
 #include "tools/sentrel/serve/RisingCounters.h"
 
@@ -11,6 +12,7 @@
 #include <SentrelKit/system/System.h>
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -29,9 +31,10 @@ public:
     /// Takes a first sample of everything and starts the registry's sampling, further facts included. Applications are
     /// told only if there is something said of how. On the thread that starts and stops the registry's tasks, as is the
     /// end. The registry outlives it. With a pace everything is sampled so often, in place of the registry's own
-    /// intervals.
+    /// intervals. So many devices of one kind are told at most; a line on the standard error stream says so, once for a
+    /// resource, where there are more.
     explicit Exporter(sentrel::System& system, const std::optional<ApplicationLimits>& applications = {},
-                      std::optional<std::chrono::seconds> pace = {});
+                      std::optional<std::chrono::seconds> pace = {}, std::size_t deviceLimit = usualDeviceLimit);
     ~Exporter();
     Exporter(const Exporter&) = delete;
     Exporter& operator=(const Exporter&) = delete;
@@ -50,6 +53,10 @@ private:
         std::uint64_t version = 1; // rises with each sample
         std::map<std::string_view, std::shared_ptr<const Sample>> samples;
     };
+    struct Bound {
+        DeviceLimit limit;
+        bool isReported = false; // that something is beyond it
+    };
     // What was told last, and the counters, which go on from there.
     struct Told {
         std::uint64_t version = 0; // of the samples that it was made of
@@ -63,6 +70,7 @@ private:
     void sampleRegularly(Model& model, std::function<void()> sampled);
     void keep(std::string_view resource);
     [[nodiscard]] std::vector<Table> read(std::string_view resource);
+    void bound(std::string_view resource, std::vector<Table>& tables);
     void sampleBatteryAtTimes();
     static void tell(const Newest& newest, Told& told);
 
@@ -70,6 +78,7 @@ private:
     const std::optional<std::chrono::seconds> pace_;
     std::vector<std::string_view> resources_;      // those that are told
     std::optional<ApplicationTable> applications_; // of the thread that samples them
+    std::map<std::string_view, Bound> bounds_;     // each of the thread that samples its resource
     int samplesToBattery_ = 0;                     // of memory, and of its thread
     sentrel::Atomic<Newest> newest_;
     mutable sentrel::Atomic<Told> told_;

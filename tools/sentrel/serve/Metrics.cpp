@@ -3,6 +3,7 @@
 
 #include "tools/sentrel/serve/ApplicationTable.h"
 #include "tools/sentrel/serve/Counters.h"
+#include "tools/sentrel/serve/DeviceLimit.h"
 
 #include <algorithm>
 #include <iterator>
@@ -65,6 +66,7 @@ std::vector<TableInfo> tables() {
     for (const FurtherTable* const table : toldFurtherTables())
         tables.push_back(table->info);
     std::ranges::copy(counterInfos(), std::back_inserter(tables));
+    std::ranges::copy(DeviceLimit::infos(), std::back_inserter(tables));
     tables.push_back(ApplicationTable::info());
     return tables;
 }

@@ -61,7 +61,8 @@ int serve(const Configuration& configuration) {
     std::unique_ptr<Server> server = Server::listen(configuration, reason);
     if (!server)
         return fail(reason);
-    Exporter exporter(sentrel::System::shared(), configuration.applications, configuration.pace);
+    Exporter exporter(sentrel::System::shared(), configuration.applications, configuration.pace,
+                      configuration.deviceLimit);
     if (!server->serve([&exporter] { return exporter.text(); }))
         return fail(configuration.certificate ? "cannot use the certificate with its key" : "cannot serve");
     std::fprintf(stderr, "sentrel: %s\n", server->address().c_str());
