@@ -261,6 +261,14 @@ const Readers<Applications::Process>& processReaders() {
     return readers;
 }
 
+std::vector<Table> memory(const Memory& mem, Texts texts) {
+    std::vector<Table> tables{own("mem", memoryReaders(), mem, texts)};
+    // Where memory cannot be asked for at all, the model would say so on the standard output at each call.
+    if (mem.physical() > 0)
+        tables.push_back(own("mem", swapReaders(), mem.swap()));
+    return tables;
+}
+
 Table volumes(const System& system, Texts texts) {
     const auto labels = [](const auto& entry) {
         return std::pair(Labels{{"device", entry.first}, {"mountpoint", entry.second->path()}}, entry.second);
@@ -311,7 +319,7 @@ std::vector<Table> read(System& system, std::string_view resource, Texts texts) 
     if (resource == "cpu")
         return {own(resource, cpuReaders(), system.cpu(), texts), own(resource, loadReaders(), system.cpu().loadavg())};
     if (resource == "mem")
-        return {own(resource, memoryReaders(), system.mem(), texts), own(resource, swapReaders(), system.mem().swap())};
+        return memory(system.mem(), texts);
     if (resource == "disk")
         return {volumes(system, texts)};
     if (resource == "net")

@@ -41,7 +41,8 @@ void readMemory(const sentrel::Memory& memory, Glance& glance) {
     glance.memoryUsage = memory.usage();
     glance.memory = memory.physical();
     glance.memoryFree = memory.free();
-    const sentrel::Memory::Swap swap = memory.swap();
+    // Where memory cannot be asked for, that would be told on the screen.
+    const sentrel::Memory::Swap swap = memory.physical() > 0 ? memory.swap() : sentrel::Memory::Swap();
     glance.swap = swap.total;
     glance.swapUsed = swap.used;
 }

@@ -69,15 +69,19 @@ TEST_F(ExporterTest, TellsFiguresInBaseUnitsWithTheirTypesAndMeaning) {
 TEST_F(ExporterTest, WhatTheLibraryDoesNotKnowIsAbsent) {
     machine->volumes().mount("disk1", "/data", 0, 0);
     machine->volumes().calls.fail("space");
+    machine->host().calls.fail("swapUsage");
     sentrel::System system;
-    testing::internal::CaptureStderr(); // the probe's line on the failure
+    testing::internal::CaptureStderr(); // the probes' lines on the failures
+    testing::internal::CaptureStdout();
     const Exporter exporter(system);
     sample();
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "") << "a service's ends in its log";
     testing::internal::GetCapturedStderr();
     EXPECT_EQ(valueOf(exporter, R"(sentrel_volume_up{device="disk1",mountpoint="/data"})"), "0");
     for (const char* const name :
          {"sentrel_volume_free_bytes", "sentrel_battery_charge_ratio", "sentrel_mem_physical_bytes",
-          "sentrel_cpu_boot_time_seconds", "sentrel_cpu_seconds_total", "sentrel_cpu_pressure_seconds_total"})
+          "sentrel_mem_swap_bytes", "sentrel_cpu_boot_time_seconds", "sentrel_cpu_seconds_total",
+          "sentrel_cpu_pressure_seconds_total"})
         EXPECT_THAT(*exporter.text(), Not(HasSubstr(name)));
     EXPECT_THAT(*exporter.text(), Not(HasSubstr("nan")));
 }
