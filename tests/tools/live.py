@@ -154,6 +154,25 @@ class Live(unittest.TestCase):
             terminal.press("q")
             self.assertEqual(terminal.end(), 0)
 
+    def test_its_size_is_the_terminals_whatever_the_environment_says(self):
+        with Terminal(80, 24, COLUMNS="200", LINES="60") as terminal:
+            terminal.wait_for_text("CPU", "q quit")
+            terminal.press("q")
+            self.assertEqual(terminal.end(), 0)
+            rows = [int(row) for row in re.findall(rb"\x1b\[(\d+)(?:;\d+)?[Hd]", terminal.output)]
+            self.assertEqual(max(rows), 24)
+
+    def test_the_keys_stay_shown_at_another_size(self):
+        with Terminal() as terminal:
+            terminal.wait_for_text("Applications")
+            terminal.press("h")
+            terminal.wait_for_text("m  applications by memory")
+            terminal.resize(100, 30)
+            terminal.wait_for(lambda: terminal.screen.display[29].startswith("q quit"), "30 rows")
+            terminal.wait_for_text("m  applications by memory")
+            terminal.press("q")
+            self.assertEqual(terminal.end(), 0)
+
     def test_keys_sort_and_help(self):
         with Terminal() as terminal:
             terminal.wait_for_text("Applications")

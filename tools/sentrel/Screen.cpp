@@ -114,6 +114,7 @@ std::unique_ptr<Screen> Screen::take(std::string& reason) {
     const bool isFit = isKnown && capability("cup") != nullptr;
     if (isKnown)
         del_curterm(cur_term);
+    use_tioctl(TRUE); // COLUMNS and LINES may be another terminal's: they count where this one has no size
     if (!isFit || newterm(kind, stdout, stdin) == nullptr) {
         reason = std::string("terminals of the kind '") + (kind != nullptr ? kind : "") + "' cannot show the live view";
         return nullptr;
@@ -170,7 +171,9 @@ void Screen::show(const std::vector<Line>& lines) {
 }
 
 int Screen::key() {
-    const int key = wgetch(stdscr);
+    int key = wgetch(stdscr);
+    while (key == KEY_RESIZE) // what resizeterm leaves behind; nobody pressed it
+        key = wgetch(stdscr);
     return key == ERR ? -1 : key;
 }
 
