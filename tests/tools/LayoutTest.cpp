@@ -177,6 +177,21 @@ TEST(LayoutTest, ToleratesFiguresThatAreNoNumbers) {
     EXPECT_EQ(layOut(glance, {80, 24}).size(), 24U);
 }
 
+TEST(LayoutTest, SaysOfAVolumeThatNeverAnsweredOnlyThat) {
+    for (const std::size_t columns : {40U, 80U}) {
+        const auto texts = textsOf(layOut(machine(), {columns, 30}));
+        EXPECT_THAT(texts, testing::Contains(AllOf(StartsWith("/home "), HasSubstr(" does not answer"),
+                                                   Not(HasSubstr("%")), Not(HasSubstr("[")))));
+    }
+}
+
+TEST(LayoutTest, TellsNoPowerOfABatteryThatNoneFlowsOf) {
+    Glance glance = machine();
+    glance.battery = Glance::Battery{100, false, -0.0, ""};
+    EXPECT_THAT(textsOf(layOut(glance, {80, 30})),
+                testing::Contains(AllOf(StartsWith("Battery "), HasSubstr(" 100 % "), Not(HasSubstr("W")))));
+}
+
 TEST(LayoutTest, ShowsTheKeysOnRequest) {
     EXPECT_THAT(screenOf(machine(), {80, 24, Order::processor, true}),
                 AllOf(HasSubstr("c  applications by processor"), HasSubstr("q  quit"), Not(HasSubstr("Memory"))));

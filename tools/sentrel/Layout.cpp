@@ -71,6 +71,13 @@ public:
         return end(std::move(line), number("%4.0f %% ", percent), note);
     }
 
+    // "/mnt   does not answer": what is said where there is no figure.
+    [[nodiscard]] Line remark(std::string_view label, std::string_view note) const {
+        Line line = begin(label);
+        line.push_back({fit(note, width_ - label_), Tone::faint});
+        return line;
+    }
+
     // "Net in ..:|||..  115.9 KB/s": how something went, the newest at the right, so many lines high. What it is about
     // stands in the first line.
     [[nodiscard]] std::vector<Line> chart(std::string_view label, const std::vector<double>& values, double top,
@@ -259,13 +266,18 @@ void addNetwork(Rows& rows, const Panel& panel, const Glance& glance, std::size_
              moreInterfaces});
 }
 
+Line volumeLine(const Panel& panel, const Glance::Volume& volume) {
+    if (volume.total <= 0)
+        return panel.remark(volume.path, spaceText(volume));
+    const double used = 100.0 * static_cast<double>(volume.used) / static_cast<double>(volume.total);
+    const Tone tone = used < 80 ? Tone::good : used < 95 ? Tone::warn : Tone::bad;
+    return panel.gauge(volume.path, used, tone, spaceText(volume));
+}
+
 void addVolumes(Rows& rows, const Panel& panel, const Glance& glance) {
     bool isFirst = true;
     for (const Glance::Volume& volume : glance.volumes) {
-        const double used =
-            volume.total > 0 ? 100.0 * static_cast<double>(volume.used) / static_cast<double>(volume.total) : 0.0;
-        const Tone tone = used < 80 ? Tone::good : used < 95 ? Tone::warn : Tone::bad;
-        rows.push_back({panel.gauge(volume.path, used, tone, spaceText(volume)), isFirst ? essential : moreVolumes});
+        rows.push_back({volumeLine(panel, volume), isFirst ? essential : moreVolumes});
         isFirst = false;
     }
 }
@@ -275,9 +287,9 @@ void addBattery(Rows& rows, const Panel& panel, const Glance& glance) {
         return;
     const Glance::Battery& source = *glance.battery;
     const Tone tone = source.charge > 30 ? Tone::good : source.charge > 10 ? Tone::warn : Tone::bad;
-    std::string note = source.isCharging ? "charging" : Panel::number("%.0f W", source.watts);
+    std::string note = source.isCharging ? "charging" : source.watts != 0 ? Panel::number("%.0f W", source.watts) : "";
     if (!source.remaining.empty())
-        note += ", " + source.remaining;
+        note += (note.empty() ? "" : ", ") + source.remaining;
     rows.push_back({panel.gauge("Battery", source.charge, tone, note), battery});
 }
 
