@@ -9,6 +9,8 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+#include <cstdint>
 #include <limits>
 #include <string>
 #include <vector>
@@ -146,6 +148,19 @@ TEST_F(OutputTest, FurtherFiguresStandWithThoseOfTheSameThing) {
     EXPECT_EQ(cpu["cores"][1]["frequency_hertz"], 2'000'000'000);
     EXPECT_FALSE(cpu.contains("steal_ratio")) << "nobody counts it";
     EXPECT_FALSE(cpu.contains("pressure_some_10s_ratio"));
+}
+
+TEST_F(OutputTest, ADriveThatCountsNonsenseWasOnForNoNegativeTime) {
+    machine->volumes().mount("disk1", "/data");
+    sentrel::platform::ScriptedDisk& disk = machine->volumes().disks["disk1"];
+    disk.smartAncestor = 0;
+    std::fill_n(disk.drive.healthLog.emplace().begin() + 128, 16, std::uint8_t{0xFF}); // the hours that it was on
+    sentrel::System system;
+    system.disk().update();
+    std::string unknown;
+    const Selection selection = *Selection::of({}, {"disk.volumes.drive_power_on_seconds_total"}, false, unknown);
+    const json volume = json::parse(jsonLine(system, selection, 0))["disk"]["volumes"][0];
+    EXPECT_EQ(volume["drive_power_on_seconds_total"], std::numeric_limits<std::int64_t>::max() / 3600 * 3600);
 }
 
 TEST_F(OutputTest, APlainSampleHasNothingFurther) {

@@ -3,7 +3,9 @@
 
 #include "tools/sentrel/Readers.h"
 
+#include <algorithm>
 #include <array>
+#include <limits>
 #include <type_traits>
 
 namespace tool {
@@ -326,8 +328,12 @@ const Readers<SmartDetails>& smartReaders() {
         {{"drive_temperature_celsius", Kind::gauge, "Temperature of the drive now."},
          member(&SmartDetails::temperature)},
         {{"drive_power_on_seconds_total", Kind::counter, "Time that the drive was on, in all its life."},
-         [](const SmartDetails& details) {
-             return details.powerOnHours ? std::optional(whole(*details.powerOnHours * 3600)) : std::nullopt;
+         [](const SmartDetails& details) -> std::optional<Value> {
+             constexpr std::int64_t hour = 3600;
+             constexpr std::int64_t most = std::numeric_limits<std::int64_t>::max() / hour; // a drive may say anything
+             if (!details.powerOnHours)
+                 return std::nullopt;
+             return whole(std::min(*details.powerOnHours, most) * hour);
          }},
         {{"drive_power_cycles_total", Kind::counter, "How often the drive was switched on."},
          member(&SmartDetails::powerCycles)},
