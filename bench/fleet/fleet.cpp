@@ -68,7 +68,7 @@ std::uint32_t number(const char* text) {
 int main(int count, char** arguments) {
     const std::uint32_t machines = count == 3 ? number(arguments[1]) : 0;
     const std::uint32_t first = count == 3 ? number(arguments[2]) : 0;
-    if (machines == 0 || first == 0 || first + machines > 65536) {
+    if (machines == 0 || first == 0 || first > 65535 || machines > 65536 - first) {
         std::fprintf(stderr, "usage: bench_fleet MACHINES FIRST-PORT\n");
         return 2;
     }
