@@ -4,11 +4,14 @@
 
 usage: show.py SENTREL SOURCE_DIR
 """
+import contextlib
 import json
 import os
 import pathlib
+import shutil
 import subprocess
 import sys
+import tempfile
 import unittest
 
 import jsonschema
@@ -70,10 +73,36 @@ class Show(unittest.TestCase):
         self.assertNotEqual(result.returncode, 0)
 
     def test_a_full_device_is_told(self):
-        with open("/dev/full", "w") as full:
-            result = subprocess.run([sentrel, "show", "cpu"], stdout=full, stderr=subprocess.PIPE, text=True, timeout=60)
-        self.assertEqual(result.returncode, 1)
-        self.assertIn("cannot write", result.stderr)
+        for arguments in (["cpu"], ["--schema"], ["--list-fields"]):
+            with self.subTest(arguments=arguments), open("/dev/full", "w") as full:
+                command = [sentrel, "show", *arguments]
+                result = subprocess.run(command, stdout=full, stderr=subprocess.PIPE, text=True, timeout=60)
+                self.assertEqual(result.returncode, 1)
+                self.assertIn("cannot write", result.stderr)
+
+    def test_a_terminal_without_unicode_gets_ascii(self):
+        # The second byte of this letter begins a command where bytes are characters.
+        name = "clear\u011b2J"
+        with tempfile.TemporaryDirectory() as folder:
+            program = shutil.copy("/bin/sleep", f"{folder}/{name}")
+            with subprocess.Popen([program, "60"]) as child:
+                outputs = {}
+                for locale in ("C.UTF-8", "C"):
+                    master, slave = os.openpty()
+                    command = [sentrel, "show", "--json", "--fields", "apps.applications.command"]
+                    with subprocess.Popen(command, stdout=slave, env={**os.environ, "LC_ALL": locale}):
+                        os.close(slave)
+                        outputs[locale] = b""
+                        with contextlib.suppress(OSError):  # the end of a terminal
+                            while data := os.read(master, 65536):
+                                outputs[locale] += data
+                    os.close(master)
+                child.kill()
+        if b"2J" not in outputs["C.UTF-8"]:
+            self.skipTest("what runs the tests is no application of a person")
+        self.assertIn(name.encode(), outputs["C.UTF-8"])
+        self.assertIn(b"clear?2J", outputs["C"])
+        self.assertTrue(outputs["C"].isascii())
 
     def test_what_is_asked_wrongly_is_refused_in_one_line(self):
         for arguments in (

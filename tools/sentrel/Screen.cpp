@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/sentrel/Screen.h"
 
+#include "tools/terminal/TextWidth.h"
+
 #include <algorithm>
 #include <array>
 #include <csignal>
@@ -9,7 +11,6 @@
 #include <cstdlib>
 #include <cstring>
 
-#include <langinfo.h>
 #include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
@@ -126,7 +127,7 @@ std::unique_ptr<Screen> Screen::take(std::string& reason) {
     return std::unique_ptr<Screen>(new Screen);
 }
 
-Screen::Screen() : isUnicode_(std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0) {
+Screen::Screen() : isUnicode_(terminal::isUnicodeLocale()) {
     handleFaults(true);
     cbreak();
     noecho();

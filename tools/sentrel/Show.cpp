@@ -2,11 +2,15 @@
 #include "tools/sentrel/Show.h"
 
 #include "tools/sentrel/Output.h"
+#include "tools/terminal/TextWidth.h"
 
 #include <SentrelKit/platform/DispatchQueue.h>
 
+#include <clocale>
 #include <cstdio>
 #include <string>
+
+#include <unistd.h>
 
 namespace tool {
 
@@ -24,10 +28,8 @@ double now() {
     return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
 }
 
-bool print(sentrel::System& system, const ShowOptions& options) {
-    const std::string text =
-        options.json ? jsonLine(system, options.selection, now()) + '\n' : readableText(system, options.selection);
-    return std::fputs(text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0;
+std::string textOf(sentrel::System& system, const ShowOptions& options) {
+    return options.json ? jsonLine(system, options.selection, now()) + '\n' : readableText(system, options.selection);
 }
 
 } // namespace
@@ -41,14 +43,20 @@ int show(const ShowOptions& options) {
     for (;;) {
         sentrel::dispatch::runMain(interval);
         sample(system, options.selection);
-        if (!print(system, options)) {
-            std::perror("sentrel: cannot write");
-            return 1;
-        }
-        if (!options.watch)
-            return 0;
+        const int status = print(textOf(system, options));
+        if (status != 0 || !options.watch)
+            return status;
         interval = *options.watch;
     }
+}
+
+int print(const std::string& text) {
+    std::setlocale(LC_CTYPE, "");
+    const bool isPlain = isatty(STDOUT_FILENO) != 0 && !terminal::isUnicodeLocale();
+    if (std::fputs((isPlain ? terminal::asciiText(text) : text).c_str(), stdout) >= 0 && std::fflush(stdout) == 0)
+        return 0;
+    std::perror("sentrel: cannot write");
+    return 1;
 }
 
 } // namespace tool

@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <optional>
+#include <string>
 
 namespace tool {
 
@@ -18,5 +19,9 @@ struct ShowOptions {
 /// Samples and prints; rates are over the last interval, of 1.1 seconds for the first. The exit status: 0, or 1 if the
 /// output cannot be written.
 [[nodiscard]] int show(const ShowOptions& options);
+
+/// Writes a text to the standard output, without what is not ASCII where that is a terminal of a locale without UTF-8.
+/// The exit status: 0, or 1 with the reason on the standard error stream.
+[[nodiscard]] int print(const std::string& text);
 
 } // namespace tool

@@ -33,10 +33,6 @@ std::string checkInterval(const std::string& text) {
     return isInRange ? std::string() : "--watch takes a number of seconds from 0.1 to 86400, not '" + text + "'";
 }
 
-int print(const std::string& text) {
-    return std::fputs(text.c_str(), stdout) < 0 || std::fflush(stdout) != 0 ? 1 : 0;
-}
-
 int run(const ShowWords& words) {
     if (words.isSchema)
         return print(schema());

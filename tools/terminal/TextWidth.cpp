@@ -4,6 +4,7 @@
 #include "tools/terminal/Utf8.h"
 
 #include <cwchar>
+#include <langinfo.h>
 #include <locale.h>
 #if __has_include(<xlocale.h>) // where the C library keeps the locales of threads apart
 #include <xlocale.h>
@@ -85,6 +86,10 @@ std::string asciiText(std::string_view text) {
         text.remove_prefix(next.size);
     }
     return result;
+}
+
+bool isUnicodeLocale() {
+    return std::string_view(nl_langinfo(CODESET)) == "UTF-8";
 }
 
 } // namespace terminal

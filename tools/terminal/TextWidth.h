@@ -18,4 +18,8 @@ namespace terminal {
 /// The text with "?" for each character that is not ASCII, for a terminal that shows no other.
 [[nodiscard]] std::string asciiText(std::string_view text);
 
+/// Whether the program's locale, as `setlocale` set it, is one of UTF-8: else a terminal may take a byte of a character
+/// for a command.
+[[nodiscard]] bool isUnicodeLocale();
+
 } // namespace terminal

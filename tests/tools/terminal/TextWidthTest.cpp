@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <clocale>
+
 namespace terminal {
 namespace {
 
@@ -28,6 +30,13 @@ TEST(TextWidth, FitsATextByCuttingOrByBlanks) {
 TEST(TextWidth, LeavesAsciiAlone) {
     EXPECT_EQ(asciiText("a/b 1%"), "a/b 1%");
     EXPECT_EQ(asciiText("Müller 家"), "M?ller ?");
+}
+
+TEST(TextWidth, KnowsALocaleOfUtf8) {
+    std::setlocale(LC_CTYPE, "C.UTF-8");
+    EXPECT_TRUE(isUnicodeLocale());
+    std::setlocale(LC_CTYPE, "C");
+    EXPECT_FALSE(isUnicodeLocale());
 }
 
 } // namespace
