@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <functional>
 #include <limits>
 #include <type_traits>
 
@@ -68,54 +69,33 @@ void add(Model& model, Measure measure) {
         sentrel::MeasureSet<Measure>::ofBits(model.measures().bits() | sentrel::MeasureSet<Measure>{measure}.bits()));
 }
 
-template <CPU::Measure measure>
-void wantOfProcessor(System& system) {
-    add(system.cpu(), measure);
-}
-
-template <Memory::Measure measure>
-void wantOfMemory(System& system) {
-    add(system.mem(), measure);
-}
-
-template <Disk::Measure measure>
-void wantOfDisks(System& system) {
-    add(system.disk(), measure);
-}
-
-template <Network::Measure measure>
-void wantOfNetwork(System& system) {
-    add(system.net(), measure);
-}
-
-template <GPU::Measure measure>
-void wantOfGraphics(System& system) {
-    add(system.gpu(), measure);
-}
-
-// With them all applications are listed.
-template <Applications::Measure measure>
-void wantOfApplications(System& system) {
-    add(system.apps(), Applications::Measure::all);
-    add(system.apps(), measure);
+// Has groups of a model's further facts sampled.
+template <auto model, auto... measures>
+void want(System& system) {
+    (add((system.*model)(), measures), ...);
 }
 
 // Asked when they are read.
 void wantNothing(System&) {}
 
-// The items of a list, each with one label.
-template <class Source, class List, class LabelOf>
-Table list(std::string_view resource, std::string_view name, std::string_view label, const Readers<Source>& readers,
-           const List& sources, LabelOf&& labelOf) {
-    return readList(resource, name, readers, sources, [&](const Source& source) {
-        return std::pair(Labels{{label, labelOf(source)}}, &source);
-    });
+// The figures of a record that is absent as a whole where it cannot be had.
+template <class Source, class Get>
+FurtherTable ownTable(std::string_view resource, const Readers<Source>& readers, void (*want)(System&), Get get) {
+    return {infoOf(resource, "", {}, readers), want, [resource, &readers, get](const System& system) {
+                const std::optional<Source> source = get(system);
+                return source ? own(resource, readers, *source) : Table{resource, "", {Item{}}};
+            }};
 }
 
-// The figures of a record that is absent as a whole where it cannot be had.
-template <class Source>
-Table ownOf(std::string_view resource, const Readers<Source>& readers, const std::optional<Source>& source) {
-    return source ? own(resource, readers, *source) : Table{resource, "", {Item{}}};
+// The records of a list, each with one label.
+template <class Source, class Get, class LabelOf>
+FurtherTable listTable(std::string_view resource, std::string_view list, std::string_view label,
+                       const Readers<Source>& readers, void (*want)(System&), Get get, LabelOf labelOf) {
+    return {infoOf(resource, list, {label}, readers), want, [=, &readers](const System& system) {
+                return readList(resource, list, readers, get(system), [&](const Source& source) {
+                    return std::pair(Labels{{label, std::string(std::invoke(labelOf, source))}}, &source);
+                });
+            }};
 }
 
 // Pressure, the same of three resources.
@@ -621,10 +601,13 @@ Labels labelsOf(const Process& process) {
     return {{"name", process.name()}, {"pid", std::to_string(process.pid())}};
 }
 
+// With them all applications are listed.
 template <const Readers<Process>& (*readers)()>
-Table processes(const System& system) {
-    return readList("apps", "applications", readers(), system.apps().all(),
-                    [](const auto& process) { return std::pair(labelsOf(*process), process); });
+FurtherTable processTable(void (*want)(System&)) {
+    return {infoOf("apps", "applications", {"name", "pid"}, readers()), want, [](const System& system) {
+                return readList("apps", "applications", readers(), system.apps().all(),
+                                [](const auto& process) { return std::pair(labelsOf(*process), process); });
+            }};
 }
 
 Table origins(const System& system) {
@@ -738,95 +721,81 @@ Table users(const System& system) {
 
 std::vector<FurtherTable> makeTables() {
     using Applies = Applications::Measure;
+    constexpr auto cpu = &System::cpu;
+    constexpr auto mem = &System::mem;
+    constexpr auto disk = &System::disk;
+    constexpr auto net = &System::net;
+    constexpr auto gpu = &System::gpu;
+    constexpr auto apps = &System::apps;
     return {
-        {infoOf("cpu", "", {}, sharesReaders()), wantOfProcessor<CPU::Measure::cores>,
-         [](const System& system) { return ownOf("cpu", sharesReaders(), system.cpu().shares()); }},
-        {infoOf("cpu", "", {}, activityReaders()), wantOfProcessor<CPU::Measure::activity>,
+        ownTable("cpu", sharesReaders(), want<cpu, CPU::Measure::cores>,
+                 [](const System& system) { return system.cpu().shares(); }),
+        {infoOf("cpu", "", {}, activityReaders()), want<cpu, CPU::Measure::activity>,
          [](const System& system) { return own("cpu", activityReaders(), system.cpu()); }},
-        {infoOf("cpu", "", {}, coreKindsReaders()), wantOfProcessor<CPU::Measure::frequencies>,
-         [](const System& system) { return ownOf("cpu", coreKindsReaders(), system.cpu().coreKinds()); }},
-        {infoOf("cpu", "", {}, pressureReaders()), wantOfProcessor<CPU::Measure::pressure>,
-         [](const System& system) { return ownOf("cpu", pressureReaders(), system.cpu().pressure()); }},
-        {infoOf("cpu", "cores", {"core"}, coreReaders()), wantOfProcessor<CPU::Measure::cores>,
-         [](const System& system) {
-             return list("cpu", "cores", "core", coreReaders(), system.cpu().cores(), numberOf<sentrel::CoreShares>);
-         }},
-        {infoOf("cpu", "cores", {"core"}, frequencyReaders()), wantOfProcessor<CPU::Measure::frequencies>,
-         [](const System& system) {
-             return list("cpu", "cores", "core", frequencyReaders(), system.cpu().frequencies(),
-                         numberOf<sentrel::CoreFrequency>);
-         }},
-        {infoOf("mem", "", {}, memoryDetailsReaders()), wantOfMemory<Memory::Measure::details>,
-         [](const System& system) { return ownOf("mem", memoryDetailsReaders(), system.mem().details()); }},
-        {infoOf("mem", "", {}, swapRatesReaders()), wantOfMemory<Memory::Measure::swapRates>,
-         [](const System& system) { return ownOf("mem", swapRatesReaders(), system.mem().swapRates()); }},
-        {infoOf("mem", "", {}, swappedReaders()), wantOfMemory<Memory::Measure::swapRates>,
-         [](const System& system) { return ownOf("mem", swappedReaders(), system.mem().swapped()); }},
-        {infoOf("mem", "", {}, compressionReaders()), wantOfMemory<Memory::Measure::compression>,
-         [](const System& system) { return ownOf("mem", compressionReaders(), system.mem().compression()); }},
-        {infoOf("mem", "", {}, pressureReaders()), wantOfMemory<Memory::Measure::pressure>,
-         [](const System& system) { return ownOf("mem", pressureReaders(), system.mem().pressure()); }},
-        {infoOf("mem", "nodes", {"node"}, nodeReaders()), wantOfMemory<Memory::Measure::nodes>,
-         [](const System& system) {
-             return list("mem", "nodes", "node", nodeReaders(), system.mem().nodes(), numberOf<sentrel::MemoryNode>);
-         }},
-        {infoOf("disk", "", {}, pressureReaders()), wantOfDisks<Disk::Measure::pressure>,
-         [](const System& system) { return ownOf("disk", pressureReaders(), system.disk().pressure()); }},
-        {infoOf("disk", "volumes", {"device", "mountpoint"}, inodesReaders()), wantOfDisks<Disk::Measure::inodes>,
+        ownTable("cpu", coreKindsReaders(), want<cpu, CPU::Measure::frequencies>,
+                 [](const System& system) { return system.cpu().coreKinds(); }),
+        ownTable("cpu", pressureReaders(), want<cpu, CPU::Measure::pressure>,
+                 [](const System& system) { return system.cpu().pressure(); }),
+        listTable(
+            "cpu", "cores", "core", coreReaders(), want<cpu, CPU::Measure::cores>,
+            [](const System& system) { return system.cpu().cores(); }, numberOf<sentrel::CoreShares>),
+        listTable(
+            "cpu", "cores", "core", frequencyReaders(), want<cpu, CPU::Measure::frequencies>,
+            [](const System& system) { return system.cpu().frequencies(); }, numberOf<sentrel::CoreFrequency>),
+        ownTable("mem", memoryDetailsReaders(), want<mem, Memory::Measure::details>,
+                 [](const System& system) { return system.mem().details(); }),
+        ownTable("mem", swapRatesReaders(), want<mem, Memory::Measure::swapRates>,
+                 [](const System& system) { return system.mem().swapRates(); }),
+        ownTable("mem", swappedReaders(), want<mem, Memory::Measure::swapRates>,
+                 [](const System& system) { return system.mem().swapped(); }),
+        ownTable("mem", compressionReaders(), want<mem, Memory::Measure::compression>,
+                 [](const System& system) { return system.mem().compression(); }),
+        ownTable("mem", pressureReaders(), want<mem, Memory::Measure::pressure>,
+                 [](const System& system) { return system.mem().pressure(); }),
+        listTable(
+            "mem", "nodes", "node", nodeReaders(), want<mem, Memory::Measure::nodes>,
+            [](const System& system) { return system.mem().nodes(); }, numberOf<sentrel::MemoryNode>),
+        ownTable("disk", pressureReaders(), want<disk, Disk::Measure::pressure>,
+                 [](const System& system) { return system.disk().pressure(); }),
+        {infoOf("disk", "volumes", {"device", "mountpoint"}, inodesReaders()), want<disk, Disk::Measure::inodes>,
          inodes},
         {infoOf("disk", "volumes", {"device", "mountpoint"}, smartReaders()), wantNothing, drives},
         {infoOf("disk", "smart", {"device", "attribute"}, attributeReaders()), wantNothing, attributes},
-        {infoOf("disk", "devices", {"device"}, deviceReaders()), wantOfDisks<Disk::Measure::devices>,
-         [](const System& system) {
-             return list("disk", "devices", "device", deviceReaders(), system.disk().devices(),
-                         [](const sentrel::DiskDevice& device) { return device.name; });
-         }},
-        {infoOf("disk", "devices", {"device"}, diskActivityReaders()), wantOfDisks<Disk::Measure::activity>,
-         [](const System& system) {
-             return list("disk", "devices", "device", diskActivityReaders(), system.disk().activity(),
-                         [](const sentrel::probes::DiskActivity& disk) { return disk.counters.name; });
-         }},
-        {infoOf("net", "links", {"interface"}, linkReaders()), wantOfNetwork<Network::Measure::links>,
-         [](const System& system) {
-             return list("net", "links", "interface", linkReaders(), system.net().links(),
-                         [](const sentrel::InterfaceLink& link) { return link.name; });
-         }},
-        {infoOf("net", "links", {"interface"}, wirelessReaders()), wantOfNetwork<Network::Measure::wireless>,
-         [](const System& system) {
-             return list("net", "links", "interface", wirelessReaders(), system.net().wireless(),
-                         [](const sentrel::WirelessLink& link) { return link.name; });
-         }},
-        {infoOf("net", "links", {"interface"}, trafficReaders()), wantOfNetwork<Network::Measure::traffic>,
-         [](const System& system) {
-             return list("net", "links", "interface", trafficReaders(), system.net().traffic(),
-                         [](const sentrel::probes::InterfaceTraffic& one) { return one.counters.name; });
-         }},
-        {infoOf("gpu", "processors", {"device"}, processorReaders()), wantOfGraphics<GPU::Measure::use>,
-         [](const System& system) {
-             return list("gpu", "processors", "device", processorReaders(), system.gpu().processors(),
-                         [](const GPU::Activity& processor) { return processor.identifier; });
-         }},
-        {infoOf("gpu", "processors", {"device"}, workReaders()), wantOfGraphics<GPU::Measure::engines>,
-         [](const System& system) {
-             return list("gpu", "processors", "device", workReaders(), system.gpu().work(),
-                         [](const GPU::Work& work) { return work.processor; });
-         }},
-        {infoOf("gpu", "engines", {"device", "engine"}, engineReaders()), wantOfGraphics<GPU::Measure::engines>,
-         engines},
-        {infoOf("apps", "applications", {"name", "pid"}, threadsReaders()), wantOfApplications<Applies::threads>,
-         processes<threadsReaders>},
-        {infoOf("apps", "applications", {"name", "pid"}, storageReaders()), wantOfApplications<Applies::storage>,
-         processes<storageReaders>},
-        {infoOf("apps", "applications", {"name", "pid"}, filesReaders()), wantOfApplications<Applies::files>,
-         processes<filesReaders>},
-        {infoOf("apps", "applications", {"name", "pid"}, originReaders()), wantOfApplications<Applies::all>, origins},
+        listTable(
+            "disk", "devices", "device", deviceReaders(), want<disk, Disk::Measure::devices>,
+            [](const System& system) { return system.disk().devices(); }, &sentrel::DiskDevice::name),
+        listTable(
+            "disk", "devices", "device", diskActivityReaders(), want<disk, Disk::Measure::activity>,
+            [](const System& system) { return system.disk().activity(); },
+            [](const sentrel::probes::DiskActivity& one) { return one.counters.name; }),
+        listTable(
+            "net", "links", "interface", linkReaders(), want<net, Network::Measure::links>,
+            [](const System& system) { return system.net().links(); }, &sentrel::InterfaceLink::name),
+        listTable(
+            "net", "links", "interface", wirelessReaders(), want<net, Network::Measure::wireless>,
+            [](const System& system) { return system.net().wireless(); }, &sentrel::WirelessLink::name),
+        listTable(
+            "net", "links", "interface", trafficReaders(), want<net, Network::Measure::traffic>,
+            [](const System& system) { return system.net().traffic(); },
+            [](const sentrel::probes::InterfaceTraffic& one) { return one.counters.name; }),
+        listTable(
+            "gpu", "processors", "device", processorReaders(), want<gpu, GPU::Measure::use>,
+            [](const System& system) { return system.gpu().processors(); }, &GPU::Activity::identifier),
+        listTable(
+            "gpu", "processors", "device", workReaders(), want<gpu, GPU::Measure::engines>,
+            [](const System& system) { return system.gpu().work(); }, &GPU::Work::processor),
+        {infoOf("gpu", "engines", {"device", "engine"}, engineReaders()), want<gpu, GPU::Measure::engines>, engines},
+        processTable<threadsReaders>(want<apps, Applies::all, Applies::threads>),
+        processTable<storageReaders>(want<apps, Applies::all, Applies::storage>),
+        processTable<filesReaders>(want<apps, Applies::all, Applies::files>),
+        {infoOf("apps", "applications", {"name", "pid"}, originReaders()), want<apps, Applies::all>, origins},
         {infoOf("sensors", "inputs", {"sensor", "chip", "label"}, sensorReaders()), wantNothing, sensors},
-        {infoOf("host", "", {}, operatingSystemReaders()), wantNothing,
-         [](const System& system) { return ownOf("host", operatingSystemReaders(), system.host().operatingSystem()); }},
-        {infoOf("host", "", {}, virtualizationReaders()), wantNothing,
-         [](const System& system) { return ownOf("host", virtualizationReaders(), system.host().virtualization()); }},
-        {infoOf("host", "", {}, controlGroupReaders()), wantNothing,
-         [](const System& system) { return ownOf("host", controlGroupReaders(), system.host().controlGroup()); }},
+        ownTable("host", operatingSystemReaders(), wantNothing,
+                 [](const System& system) { return system.host().operatingSystem(); }),
+        ownTable("host", virtualizationReaders(), wantNothing,
+                 [](const System& system) { return system.host().virtualization(); }),
+        ownTable("host", controlGroupReaders(), wantNothing,
+                 [](const System& system) { return system.host().controlGroup(); }),
         {infoOf("host", "users", {"user", "terminal"}, userReaders()), wantNothing, users},
     };
 }

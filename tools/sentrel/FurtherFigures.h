@@ -6,6 +6,7 @@
 
 #include "tools/sentrel/Figures.h"
 
+#include <functional>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -15,9 +16,10 @@ namespace tool {
 /// Figures that are sampled together. Several may belong to one list, also to one that is always shown: items with the
 /// same labels are the same thing.
 struct FurtherTable {
-    TableInfo info;                               ///< with names that no other table of the list has
-    void (*want)(sentrel::System& system);        ///< has them sampled from the next sample on
-    Table (*read)(const sentrel::System& system); ///< as they stand, or asked now; in labels and figures as `info` says
+    TableInfo info;                        ///< with names that no other table of the list has
+    void (*want)(sentrel::System& system); ///< has them sampled from the next sample on
+    /// As they stand, or asked now; in labels and figures as `info` says.
+    std::function<Table(const sentrel::System& system)> read;
 };
 
 /// All of them, in the order in which they are shown.
