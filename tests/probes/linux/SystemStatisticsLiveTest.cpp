@@ -112,7 +112,7 @@ std::optional<DiskActivity> sinceBoot(const std::vector<DiskOperations>& disks, 
         return std::nullopt;
     DiskRates rates;
     std::vector<DiskActivity> activity;
-    rates.take(std::vector<DiskOperations>{{.name = name}}, 0, activity);
+    rates.take(std::vector<DiskOperations>{{.name = name, .busyTime = 0, .queueTime = 0}}, 0, activity);
     rates.take({&*disk, 1}, time, activity);
     return activity.at(0);
 }
