@@ -73,7 +73,7 @@ struct std::formatter<T, char> : std::formatter<std::string_view, char> {
     /// In a list it stands as it is, without the quotation marks of a text.
     void set_debug_format() = delete;
 
-    /// Writes the value in the form that the specification asks for.
+    /// Writes the value with the fill, alignment, width and precision that were asked for.
     template <class Context>
     auto format(const T& value, Context& context) const {
         std::ostringstream text;
