@@ -105,6 +105,7 @@ def main():
     parser.add_argument("--node-exporter", default="prometheus-node-exporter")
     options = parser.parse_args()
     go_on_with_own_mounts()
+    load = os.getloadavg()[0]  # threads that wait for a dead mount count for it
     with tempfile.TemporaryDirectory() as place:
         checked(libc.mount(b"none", place.encode(), b"tmpfs", 0, None))
         mounts = [DeadMount(number, pathlib.Path(place) / str(number)) for number in range(options.mounts)]
@@ -119,7 +120,7 @@ def main():
             for mount in mounts:
                 os.close(mount.server)  # whoever waits is told that nobody will answer
             checked(libc.umount2(place.encode(), 2))  # with all that is mounted below
-    print(f"{options.mounts} dead mounts, load before {os.getloadavg()[0]:.1f}\n")
+    print(f"{options.mounts} dead mounts, load before {load:.1f}\n")
     print("| " + " | ".join(rows[0]) + " |\n| --- |" + " ---: |" * (len(rows[0]) - 1))
     for row in rows:
         print("| " + " | ".join(str(value) for value in row.values()) + " |")
