@@ -171,7 +171,9 @@ void _getDiskData(const DiskDataBlock& block, SystemManager& session) {
 int _getDiskDataFor(const char* path, DiskData* data, SystemManager& session) {
     const std::optional<platform::FileSystemSpace> space = session.platform().volumes().space(path);
     if (!space) {
-        tellOfFailedSpace(path, errno);
+        const int error = errno;
+        tellOfFailedSpace(path, error);
+        errno = error;
         return 0;
     }
     // Figures from before are no failure of the question; of the samples they are one.

@@ -183,6 +183,7 @@ tells_the_same() {
 }
 series() { sed '/^#/d; s/ [^ ]*$//' "$1" | sort; }
 has() { scrape | grep -F -x "$1"; }
+tells() { scrape | grep -F "$1 "; }
 has_no() { ! scrape | grep -F "$1"; }
 sees_volumes_come_and_go() {
     inside sh -c 'mkdir -p /mnt/later /root/closed && truncate -s 32M /root/image && mkfs.ext4 -q /root/image'
@@ -195,7 +196,8 @@ sees_volumes_come_and_go() {
     until_so has_no "sentrel_volume_up$labels"
     # Below a folder that is closed to others nobody but root may ask.
     inside mount "$disk" /root/closed
-    until_so has "sentrel_volume_up{device=\"${disk#/dev/}\",mountpoint=\"/root/closed\"} 0"
+    until_so tells "sentrel_volume_written_bytes_total{device=\"${disk#/dev/}\",mountpoint=\"/root/closed\"}"
+    until_so has_no "sentrel_volume_up{device=\"${disk#/dev/}\",mountpoint=\"/root/closed\"}"
     inside umount /root/closed
     inside losetup --detach "$disk"
 }

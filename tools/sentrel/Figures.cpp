@@ -12,6 +12,7 @@ namespace tool {
 namespace {
 
 using sentrel::Applications;
+using sentrel::Availability;
 using sentrel::Battery;
 using sentrel::CPU;
 using sentrel::Disk;
@@ -111,7 +112,10 @@ const Readers<Disk::Volume>& volumeReaders() {
          [](const Volume& volume) { return text(volume.fstype()); }},
         {{"model", Kind::text, "The drive's model."}, [](const Volume& volume) { return text(volume.model()); }},
         {{"up", Kind::gauge, "1 if the file system answers how much room it has, 0 if it does not."},
-         [](const Volume& volume) { return whole(volume.answers() ? 1 : 0); }},
+         [](const Volume& volume) -> std::optional<Value> {
+             // Who may not ask cannot tell whether it would answer.
+             return volume.access() == Availability::denied ? std::nullopt : std::optional(whole(volume.answers()));
+         }},
         {{"size_bytes", Kind::gauge, "Room of the file system."},
          [](const Volume& volume) { return volume.total() > 0 ? std::optional(whole(volume.total())) : std::nullopt; }},
         {{"free_bytes", Kind::gauge, "Free room."},

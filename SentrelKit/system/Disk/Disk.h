@@ -223,7 +223,10 @@ public:
     /// to and fro. On Linux at most 64 calls that do not return are waited for: beside more dead mounts than that, each
     /// other network and user-space mount counts as one that does not answer. macOS: false if statfs fails. On the
     /// standard error stream there is a line when a volume stops answering, and one when it has answered for a minute.
-    [[nodiscard]] bool answers() const noexcept { return answers_; }
+    [[nodiscard]] bool answers() const noexcept { return access_ == Availability::available; }
+    /// Why it did not: `denied` where this process may not ask it, as below a folder that is closed to it; else
+    /// `failed`, also from a listing until the sample after it. `available` if it did.
+    [[nodiscard]] Availability access() const noexcept { return access_; }
     /// When it last did: milliseconds since the epoch; 0 if it never did.
     [[nodiscard]] std::int64_t lastAnswer() const noexcept { return lastAnswer_; }
 
@@ -285,7 +288,7 @@ private:
     Relaxed<std::int64_t> timestamp_;
     Relaxed<std::int64_t> inodes_; // 0 where they are not counted
     Relaxed<std::int64_t> freeInodes_;
-    Relaxed<bool> answers_;
+    Relaxed<Availability> access_{Availability::failed};
     Relaxed<std::int64_t> lastAnswer_;
 };
 

@@ -7,6 +7,7 @@
 #include <SentrelKit/system/Disk/detail/UsagePercent.h>
 #include <SentrelKit/system/detail/PerSecond.h>
 
+#include <cerrno>
 #include <utility>
 
 namespace sentrel {
@@ -47,7 +48,7 @@ bool Disk::Volume::sample(probes::SystemManager& session) {
     data.bytesWritten = wbytes(); // a counter that is not found stays as it was
     data.bytesRead = rbytes();
     if (probes::_getDiskActivity(device_.c_str(), label->path.c_str(), &data, session) <= 0) {
-        answers_ = false;
+        access_ = errno == EACCES || errno == EPERM ? Availability::denied : Availability::failed;
         return false;
     }
     const bool isWritten = data.bytesWritten != wbytes();
@@ -101,9 +102,12 @@ void Disk::Volume::setActivity(const probes::DiskData& data, std::int64_t now) n
     inodes_ = data.inodes;
     freeInodes_ = data.freeInodes;
     timestamp_ = now;
-    answers_ = data.answers != 0;
-    if (data.answers != 0)
+    if (data.answers != 0) {
+        access_ = Availability::available;
         lastAnswer_ = now;
+    } else if (answers()) {
+        access_ = Availability::failed;
+    }
 }
 
 // The first one that is known, which may come after the volume.

@@ -192,6 +192,29 @@ TEST_F(DiskModel, CountsAVolumeWhoseSpaceFailsAsOneThatDoesNotAnswer) {
     EXPECT_TRUE(volume->answers());
 }
 
+TEST_F(DiskModel, TellsAVolumeThatMayNotBeAskedFromOneThatDoesNotAnswer) {
+    volumes().mount("disk1", "/", 1000, 400);
+    Disk disk;
+    const VolumePointer volume = disk.volumes().at("disk1");
+    EXPECT_EQ(volume->access(), Availability::available);
+    testing::internal::CaptureStderr();
+    for (const auto& [error, access] :
+         {std::pair(EACCES, Availability::denied), std::pair(EPERM, Availability::denied),
+          std::pair(ENOTCONN, Availability::failed), std::pair(EACCES, Availability::denied)}) {
+        volumes().calls.succeed();
+        volumes().calls.fail("space", {.error = error});
+        disk.update();
+        EXPECT_EQ(volume->access(), access) << error;
+        EXPECT_FALSE(volume->answers()) << error;
+    }
+    volumes().mount("disk2", "/later"); // a listing does not know better
+    EXPECT_EQ(volume->access(), Availability::denied);
+    testing::internal::GetCapturedStderr();
+    volumes().calls.succeed();
+    disk.update();
+    EXPECT_EQ(volume->access(), Availability::available);
+}
+
 // A share that never answers wrote a line at each sample: 78,545 in a day.
 TEST_F(DiskModel, TellsOnceOfAVolumeThatDoesNotAnswerAndOnceThatItDoes) {
     volumes().mount("disk1", "/");

@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <optional>
 #include <set>
@@ -84,6 +85,18 @@ TEST_F(ExporterTest, WhatTheLibraryDoesNotKnowIsAbsent) {
           "sentrel_cpu_pressure_seconds_total"})
         EXPECT_THAT(*exporter.text(), Not(HasSubstr(name)));
     EXPECT_THAT(*exporter.text(), Not(HasSubstr("nan")));
+}
+
+TEST_F(ExporterTest, AVolumeThatMayNotBeAskedIsNeitherUpNorDown) {
+    machine->volumes().mount("disk1", "/closed", 0, 0);
+    machine->volumes().calls.fail("space", {.error = EACCES});
+    sentrel::System system;
+    testing::internal::CaptureStderr(); // the probe's line on the failure
+    const Exporter exporter(system);
+    sample();
+    testing::internal::GetCapturedStderr();
+    EXPECT_EQ(valueOf(exporter, R"(sentrel_volume_up{device="disk1",mountpoint="/closed"})"), "");
+    EXPECT_NE(valueOf(exporter, R"(sentrel_volume_written_bytes_total{device="disk1",mountpoint="/closed"})"), "");
 }
 
 TEST_F(ExporterTest, TheProcessorsTimeSinceBootIsNotTakenForItsLoad) {
