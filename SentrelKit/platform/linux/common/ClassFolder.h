@@ -18,8 +18,8 @@ public:
     ClassFolder(const SystemRoot& root, std::string_view absolute) : path_(root.path(absolute)), events_(root) {}
 
     /// Whether other devices are in it than at the question before, the first question included: devices are told by
-    /// their names and inodes, so that one that takes the name of another is another one. The folder is listed only after the
-    /// kernel told of a device. Takes no memory.
+    /// their names and inodes, so that one that takes the name of another is another one. The folder is listed only
+    /// after the kernel told of a device. Takes no memory.
     [[nodiscard]] bool hasChanged() noexcept;
 
 private:
